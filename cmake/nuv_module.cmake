@@ -1,0 +1,19 @@
+# nuv_module(<sources...>): the module of the current folder as an OBJECT library. Its objects go
+# into the shared library and into nuv_internal, the static library with all symbols that tests,
+# fuzzers and benchmarks link.
+function(nuv_module)
+    file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    string(REPLACE "/" "_" name ${path})
+    add_library(nuv_${name} OBJECT ${ARGN})
+    target_link_libraries(nuv_${name} PRIVATE nuv_options)
+    set_property(GLOBAL APPEND PROPERTY NUV_MODULES nuv_${name})
+endfunction()
+
+# nuv_test(<name> <sources...>): one gtest program over nuv_internal, run whole by ctest.
+function(nuv_test name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE nuv_internal nuv_test_support GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600
+        ENVIRONMENT "NUV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
+endfunction()

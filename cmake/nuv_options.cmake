@@ -1,0 +1,58 @@
+# Compile options that every target of the tree shares, on the interface target nuv_options.
+
+option(NUV_WERROR "Treat warnings as errors" OFF)
+option(NUV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(NUV_THREAD_SANITIZE "Build with ThreadSanitizer" OFF)
+option(NUV_COVERAGE "Build with coverage counters" OFF)
+option(NUV_FUZZ "Build the libFuzzer targets (clang only)" OFF)
+option(NUV_BUILD_TESTS "Build the tests" ON)
+option(NUV_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+option(NUV_BUILD_TOOL "Build the command-line tool" ON)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# -O3 and not -O2: g++ 12 vectorises plain byte loops at -O3 only.
+set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O3 -g -DNDEBUG")
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(NUV_CCACHE ccache)
+if(NUV_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${NUV_CCACHE})
+endif()
+
+add_library(nuv_options INTERFACE)
+target_include_directories(nuv_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(nuv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Woverloaded-virtual
+    # Equal results on every processor are promised: no fused multiply-add behind our back.
+    -ffp-contract=off)
+if(NUV_WERROR)
+    target_compile_options(nuv_options INTERFACE -Werror)
+endif()
+if(NUV_SANITIZE)
+    target_compile_options(nuv_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(nuv_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(NUV_THREAD_SANITIZE)
+    target_compile_options(nuv_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(nuv_options INTERFACE -fsanitize=thread)
+endif()
+if(NUV_COVERAGE)
+    target_compile_options(nuv_options INTERFACE --coverage)
+    target_link_options(nuv_options INTERFACE --coverage)
+endif()
+if(NUV_FUZZ)
+    target_compile_options(nuv_options INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+    target_link_options(nuv_options INTERFACE -fsanitize=address,undefined)
+endif()

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "framework/base/nuv_object.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+class NUV_SrcBuffer;
+template <class T>
+class NUV_Vector;
+
+// The place between one writing engine and the engines that read its output. Both sides see one
+// stream of bytes; each side has its own block size. Only the stretch between the slowest reader
+// and the writer is held.
+class NUV_DstBuffer : public NUV_Object {
+public:
+    using NUV_Object::NUV_Object;
+
+    // Writer. The block size in bytes, fixed before the first get().
+    [[nodiscard]] virtual std::uint32_t block_bytes() const = 0;
+    [[nodiscard]] virtual bool block_bytes(std::uint32_t bytes) = 0;
+    // Room for one block, or null. Exactly one release() follows.
+    [[nodiscard]] virtual void* get() = 0;
+    // So many bytes of the block are written, 0 to block_bytes().
+    [[nodiscard]] virtual bool release(std::uint32_t bytes) = 0;
+
+    // Readers. One block size for all of them.
+    [[nodiscard]] virtual std::uint32_t src_block_bytes() const = 0;
+    [[nodiscard]] virtual bool src_block_bytes(std::uint32_t bytes) = 0;
+    // Copies the block at stream offset `position` to `into`, which has room for a whole block and
+    // stays valid until the reader's next release(): the writer may write straight into it.
+    // `count` receives the bytes that came, fewer than a block at the end of the stream.
+    [[nodiscard]] virtual bool copy_block(void* into, std::uint64_t position,
+                                          std::uint32_t* count) = 0;
+    // The same without a copy. Null, with a count of 0, at the end of the stream.
+    [[nodiscard]] virtual const void* peek(std::uint64_t position, std::uint32_t* count) = 0;
+    // `reader` has finished with everything before `position`.
+    [[nodiscard]] virtual bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) = 0;
+    // `reader` is gone.
+    virtual bool src_end(const NUV_SrcBuffer* reader) = 0;
+
+    // New readers whose destination is `owner`: one, or `count` of them into `result`, which is
+    // empty after a failure.
+    [[nodiscard]] virtual NUV_SrcBuffer* create_src_buffer(NUV_DstBuffer* owner) = 0;
+    virtual void create_src_buffer(NUV_Vector<NUV_SrcBuffer*>& result, NUV_DstBuffer* owner,
+                                   std::uint32_t count) = 0;
+    // New readers of this buffer itself.
+    [[nodiscard]] virtual NUV_SrcBuffer* create_src_buffer() = 0;
+    virtual void create_src_buffers(NUV_Vector<NUV_SrcBuffer*>& result, std::uint32_t count) = 0;
+
+    // Nothing is held back on the writer's side, so there is nothing to do.
+    virtual bool flush() { return true; }
+    // The writer is gone, or its block size is final.
+    virtual bool seal() = 0;
+};
+
+} // namespace nuv

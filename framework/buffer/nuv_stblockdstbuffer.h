@@ -1,0 +1,88 @@
+#pragma once
+
+#include "framework/buffer/nuv_dstbufferbase.h"
+#include "framework/include/nuv_list.h"
+#include "framework/include/nuv_vector.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace nuv {
+
+// The one buffer that holds bytes: a row of memory blocks, each a whole number of readers' blocks,
+// so that a reader's block never straddles two of them. For a single thread.
+class NUV_STBlockDstBuffer final : public NUV_DstBufferBase {
+public:
+    explicit NUV_STBlockDstBuffer(NUV_Manager& manager) noexcept;
+
+    using NUV_DstBufferBase::create_src_buffer;
+
+    bool cleanup() override;
+    [[nodiscard]] void* get() override;
+    [[nodiscard]] bool release(std::uint32_t bytes) override;
+    [[nodiscard]] bool copy_block(void* into, std::uint64_t position,
+                                  std::uint32_t* count) override;
+    [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
+    [[nodiscard]] bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) override;
+    bool src_end(const NUV_SrcBuffer* reader) override;
+    [[nodiscard]] NUV_SrcBuffer* create_src_buffer(NUV_DstBuffer* owner) override;
+    void create_src_buffer(NUV_Vector<NUV_SrcBuffer*>& result, NUV_DstBuffer* owner,
+                           std::uint32_t count) override;
+
+    // Bytes of a memory block, decided once, when both sides have said theirs. 0 after a failure.
+    [[nodiscard]] std::uint32_t mem_block_bytes();
+    // Memory blocks that are held.
+    [[nodiscard]] std::size_t held_blocks() const noexcept { return blocks_.size() - first_; }
+
+private:
+    // Frees nothing: a block is given back by the buffer or by the cache.
+    struct Block {
+        std::uint8_t* data = nullptr;
+        bool owned = false; // else it is a reader's memory, lent for the writer to fill
+    };
+
+    // At most one spare block, so that a pipeline in steady state allocates nothing.
+    class BlockCache final : public NUV_Utility {
+    public:
+        using NUV_Utility::NUV_Utility;
+        ~BlockCache() override { put({}); }
+        BlockCache(const BlockCache&) = delete;
+        BlockCache& operator=(const BlockCache&) = delete;
+
+        [[nodiscard]] Block take() noexcept { return std::exchange(block_, {}); }
+        void put(Block block) noexcept
+        {
+            if (block_.owned)
+                manager().deallocate(block_.data);
+            block_ = block;
+        }
+
+    private:
+        Block block_;
+    };
+
+    struct Reader {
+        const NUV_SrcBuffer* buffer = nullptr;
+        std::uint64_t position = 0;
+    };
+
+    [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
+    [[nodiscard]] bool add_block();
+    void drop_block() noexcept;
+    [[nodiscard]] bool add_reader(const NUV_SrcBuffer* reader);
+    [[nodiscard]] bool is_untouched() const noexcept;
+    [[nodiscard]] bool can_lend(std::uint64_t position) noexcept;
+    [[nodiscard]] bool lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count);
+    void forget_lent_blocks() noexcept;
+
+    std::uint64_t base_ = 0; // stream offset of the first held block
+    std::uint8_t* bounce_ = nullptr; // for a writer's block that straddles two memory blocks
+    bool taken_ = false;             // a reader has had a block
+    BlockCache cache_;
+    NUV_Vector<Block> blocks_; // those before first_ have been dropped
+    std::size_t first_ = 0;
+    NUV_List<Reader> readers_;
+};
+
+} // namespace nuv

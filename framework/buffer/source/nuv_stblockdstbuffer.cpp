@@ -1,0 +1,320 @@
+#include "framework/buffer/nuv_stblockdstbuffer.h"
+
+#include "framework/base/nuv_checkedsize.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/buffer/nuv_srcbuffer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace nuv {
+
+NUV_STBlockDstBuffer::NUV_STBlockDstBuffer(NUV_Manager& manager) noexcept
+    : NUV_DstBufferBase(manager), cache_(manager), blocks_(manager), readers_(manager)
+{
+}
+
+bool NUV_STBlockDstBuffer::cleanup()
+{
+    manager().deallocate(bounce_);
+    bounce_ = nullptr;
+    for (std::size_t i = 0; i < held_blocks(); ++i) {
+        if (block(i).owned)
+            manager().deallocate(block(i).data);
+    }
+    blocks_.clear();
+    first_ = 0;
+    return true;
+}
+
+std::uint32_t NUV_STBlockDstBuffer::mem_block_bytes()
+{
+    constexpr auto method = "NUV_STBlockDstBuffer::mem_block_bytes()";
+
+    if (mem_block_bytes_ != 0)
+        return mem_block_bytes_;
+    if (block_bytes_ == 0 || src_block_bytes_ == 0) {
+        fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return 0;
+    }
+    // The next multiple of the reader's block above the writer's: one more than needed where the
+    // writer's block is a multiple itself.
+    std::uint64_t mem = src_block_bytes_;
+    if (block_bytes_ > src_block_bytes_)
+        mem += block_bytes_ - block_bytes_ % src_block_bytes_;
+    const auto narrow = fits_32(mem);
+    if (!narrow) {
+        fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return 0;
+    }
+    mem_block_bytes_ = *narrow;
+    return mem_block_bytes_;
+}
+
+void* NUV_STBlockDstBuffer::get()
+{
+    constexpr auto method = "NUV_STBlockDstBuffer::get()";
+
+    if (state_ != State::idle || written_ > limit_bytes_)
+        return fail(manager(), NUV_ERR_SEQUENCE, method);
+    const std::uint32_t mem = mem_block_bytes();
+    if (mem == 0)
+        return nullptr;
+    if (written_ < base_)
+        return fail(manager(), NUV_ERR_SEQUENCE, method);
+
+    const std::uint64_t index = (written_ - base_) / mem;
+    const std::uint64_t offset = written_ % mem;
+    const std::size_t held = held_blocks();
+    if (index > held || (index == held && offset != 0))
+        return fail(manager(), NUV_ERR_SEQUENCE, method);
+    if (index == held && !add_block())
+        return nullptr;
+
+    std::uint8_t* data = block(index).data;
+    if (!data) // lent by a reader that has gone on
+        return fail(manager(), NUV_ERR_SEQUENCE, method);
+    if (mem - offset >= block_bytes_) {
+        state_ = State::in_block;
+        return data + offset;
+    }
+    if (!bounce_)
+        bounce_ = static_cast<std::uint8_t*>(manager().allocate(block_bytes_));
+    if (!bounce_)
+        return nullptr;
+    state_ = State::in_bounce;
+    return bounce_;
+}
+
+bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
+{
+    constexpr auto method = "NUV_STBlockDstBuffer::release()";
+
+    if (state_ != State::in_block && state_ != State::in_bounce)
+        return fail(manager(), NUV_ERR_SEQUENCE, method);
+    if (bytes > block_bytes_)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+
+    if (state_ == State::in_bounce && bytes > 0) {
+        const std::uint32_t mem = mem_block_bytes_;
+        const std::uint64_t index = (written_ - base_) / mem;
+        const std::uint64_t offset = written_ % mem;
+        if (index >= held_blocks() || !block(index).data)
+            return fail(manager(), NUV_ERR_SEQUENCE, method);
+        const std::uint64_t tail = std::min<std::uint64_t>(mem - offset, bytes);
+        std::memcpy(block(index).data + offset, bounce_, tail);
+        if (bytes > tail) {
+            // After a failure the state stays as it is, and the release may be tried again.
+            if (index + 1 == held_blocks() && !add_block())
+                return false;
+            std::memcpy(block(index + 1).data, bounce_ + tail, bytes - tail);
+        }
+    }
+    written_ += bytes;
+    state_ = State::idle;
+    return true;
+}
+
+bool NUV_STBlockDstBuffer::add_block()
+{
+    Block fresh = cache_.take();
+    if (!fresh.data) {
+        fresh.data = static_cast<std::uint8_t*>(manager().allocate(mem_block_bytes_));
+        if (!fresh.data)
+            return false;
+        fresh.owned = true;
+    }
+    if (blocks_.push_back(fresh))
+        return true;
+    manager().deallocate(fresh.data);
+    return false;
+}
+
+void NUV_STBlockDstBuffer::drop_block() noexcept
+{
+    Block& oldest = block(0);
+    if (oldest.owned)
+        cache_.put(oldest);
+    oldest = {};
+    ++first_;
+    base_ += mem_block_bytes_;
+    // Room of dropped blocks is given up in large pieces, so that dropping stays constant in time.
+    constexpr std::size_t piece = 32;
+    if (first_ == blocks_.size()) {
+        blocks_.clear();
+        first_ = 0;
+    } else if (first_ >= piece && first_ >= blocks_.size() / 2) {
+        blocks_.drop_front(first_);
+        first_ = 0;
+    }
+}
+
+const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* count)
+{
+    *count = 0;
+    const std::uint32_t mem = mem_block_bytes();
+    if (mem == 0)
+        return nullptr;
+    while (written_ < position + src_block_bytes_) {
+        if (!manager().pull(owner_))
+            break;
+    }
+    // A writer that has written all it may learns that in one more step, and ends.
+    if (limit_bytes_ <= written_)
+        manager().pull(owner_);
+    if (written_ <= position)
+        return nullptr;
+
+    const std::uint64_t index = position < base_ ? held_blocks() : (position - base_) / mem;
+    if (index >= held_blocks())
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_STBlockDstBuffer::peek()");
+    const std::uint8_t* data = block(index).data;
+    if (!data)
+        return nullptr;
+    taken_ = true;
+    const std::uint64_t offset = position % mem;
+    const std::uint64_t there = std::min<std::uint64_t>(written_ - position, src_block_bytes_);
+    *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(there, mem - offset));
+    return data + offset;
+}
+
+bool NUV_STBlockDstBuffer::copy_block(void* into, std::uint64_t position, std::uint32_t* count)
+{
+    *count = 0;
+    if (mem_block_bytes() == 0)
+        return false;
+    if (can_lend(position))
+        return lend(static_cast<std::uint8_t*>(into), position, count);
+    const void* from = peek(position, count);
+    if (!from)
+        return false;
+    std::memcpy(into, from, *count);
+    return true;
+}
+
+// True when the only reader's memory can stand in for the memory block that it asks for.
+bool NUV_STBlockDstBuffer::can_lend(std::uint64_t position) noexcept
+{
+    const std::uint32_t mem = mem_block_bytes_;
+    if (readers_.size() > 1 || mem != src_block_bytes_ || state_ != State::idle)
+        return false;
+    if (position + src_block_bytes_ <= written_ || position % mem != 0 || position < base_)
+        return false;
+    const std::uint64_t index = (position - base_) / mem;
+    if (index > held_blocks())
+        return false;
+    return index == held_blocks() ? position >= written_ : block(index).data != nullptr;
+}
+
+bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count)
+{
+    const std::uint64_t index = (position - base_) / mem_block_bytes_;
+    if (index == held_blocks()) {
+        if (!blocks_.push_back({into, false}))
+            return false;
+    } else {
+        Block& standing = block(index);
+        if (position < written_)
+            std::memmove(into, standing.data, written_ - position);
+        if (standing.owned)
+            cache_.put(standing);
+        standing = {into, false};
+    }
+    const bool arrived = peek(position, count) == into;
+    // The reader is past an incomplete block, and nobody may write into its memory any more.
+    if (!arrived || *count < src_block_bytes_)
+        forget_lent_blocks();
+    return arrived;
+}
+
+void NUV_STBlockDstBuffer::forget_lent_blocks() noexcept
+{
+    for (std::size_t i = 0; i < held_blocks(); ++i) {
+        if (!block(i).owned)
+            block(i).data = nullptr;
+    }
+}
+
+bool NUV_STBlockDstBuffer::advance(const NUV_SrcBuffer* reader, std::uint64_t position)
+{
+    std::uint64_t slowest = position;
+    if (readers_.size() != 1) {
+        bool known = false;
+        slowest = std::numeric_limits<std::uint64_t>::max();
+        for (Reader& each : readers_.items()) {
+            if (each.buffer == reader) {
+                each.position = position;
+                known = true;
+            }
+            slowest = std::min(slowest, each.position);
+        }
+        if (!known)
+            return false;
+    }
+    const std::uint32_t mem = mem_block_bytes();
+    if (mem == 0)
+        return false;
+    while (held_blocks() > 0 && base_ + mem <= slowest)
+        drop_block();
+    return true;
+}
+
+bool NUV_STBlockDstBuffer::src_end(const NUV_SrcBuffer* reader)
+{
+    forget_lent_blocks();
+    auto& readers = readers_.items();
+    const auto at = std::find_if(readers.begin(), readers.end(),
+                                 [reader](const Reader& each) { return each.buffer == reader; });
+    if (at == readers.end())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_STBlockDstBuffer::src_end()");
+    readers_.erase(at);
+    return true;
+}
+
+bool NUV_STBlockDstBuffer::add_reader(const NUV_SrcBuffer* reader)
+{
+    return readers_.push_back({reader, 0});
+}
+
+// A new reader starts at offset 0, which must still be there and in nobody else's memory.
+bool NUV_STBlockDstBuffer::is_untouched() const noexcept
+{
+    return base_ == 0 && !taken_;
+}
+
+NUV_SrcBuffer* NUV_STBlockDstBuffer::create_src_buffer(NUV_DstBuffer* owner)
+{
+    if (!is_untouched())
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferImpl::create_src_buffer()");
+    NUV_SrcBuffer* reader = NUV_DstBufferImpl::create_src_buffer(owner);
+    if (!reader || add_reader(reader))
+        return reader;
+    reader->end();
+    return nullptr;
+}
+
+void NUV_STBlockDstBuffer::create_src_buffer(NUV_Vector<NUV_SrcBuffer*>& result,
+                                             NUV_DstBuffer* owner, std::uint32_t count)
+{
+    if (!is_untouched()) {
+        result.clear();
+        fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferImpl::create_src_buffer()");
+        return;
+    }
+    NUV_DstBufferImpl::create_src_buffer(result, owner, count);
+    std::size_t added = 0;
+    for (const NUV_SrcBuffer* reader : result.items()) {
+        if (!add_reader(reader))
+            break;
+        ++added;
+    }
+    if (added == result.size())
+        return;
+    for (NUV_SrcBuffer* reader : result.items())
+        reader->end();
+    result.clear();
+}
+
+} // namespace nuv

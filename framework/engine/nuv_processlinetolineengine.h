@@ -1,0 +1,27 @@
+#pragma once
+
+#include "framework/engine/nuv_processengine.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// One line in, one line out, as many lines as the image has.
+class NUV_ProcessLineToLineEngine : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool execute() override;
+
+    // Raw images only, else NUV_ERR_UNSUPPORTED. Sets the reader's block to one line; the concrete
+    // class sets the destination's.
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
+
+protected:
+    // Makes the output line from the input line; they do not overlap. False after a status.
+    [[nodiscard]] virtual bool process_line(const void* in, void* out) = 0;
+
+    std::uint32_t line_ = 0;
+};
+
+} // namespace nuv

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "framework/engine/nuv_bufferoutputengine.h"
+#include "framework/io/nuv_inputstorage.h"
+
+namespace nuv {
+
+// An engine that takes its image from a storage, which lives as long as the engine.
+class NUV_ReadEngine : public NUV_BufferOutputEngine {
+public:
+    using NUV_BufferOutputEngine::NUV_BufferOutputEngine;
+
+    // NUV_ERR_ARGUMENT for a null or closed storage.
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                NUV_DstBuffer* dst);
+
+protected:
+    NUV_InputStorage* storage_ = nullptr;
+};
+
+} // namespace nuv

@@ -1,0 +1,74 @@
+#include "framework/engine/nuv_nop.h"
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_version.h"
+
+namespace nuv {
+namespace {
+
+class NUV_RewriteHeaderEngine final : public NUV_NopEngine {
+public:
+    using NUV_NopEngine::NUV_NopEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                const NUV_Header* new_header);
+};
+
+bool NUV_RewriteHeaderEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                       NUV_DstBuffer* dst, const NUV_Header* new_header)
+{
+    constexpr auto method = "NUV_RewriteHeaderEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_NopEngine::initiate(header, src, dst))
+        return false;
+    if (!new_header)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (new_header->is_raw()) {
+        const std::uint32_t line = new_header->line_bytes();
+        const bool source_set = src->block_bytes(line);
+        const bool destination_set = dst->block_bytes(line);
+        if (!source_set || !destination_set)
+            return false;
+    }
+    return header_.copy(*new_header);
+}
+
+} // namespace
+
+bool NUV_NopEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+{
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, "NUV_NopEngine::initiate()");
+    return NUV_ProcessEngine::initiate(header, src, dst) && dst->block_bytes(src->block_bytes());
+}
+
+bool NUV_NopEngine::execute()
+{
+    void* out = dst_buffer_->get();
+    if (!out)
+        return false;
+    std::uint32_t count = 0;
+    if (!src_buffer_->get(out, &count))
+        return false;
+    // The source first: its buffer may hold our block as its own.
+    const bool released = src_buffer_->release();
+    const bool committed = dst_buffer_->release(count);
+    return released && committed;
+}
+
+NUV_Engine* NUV_Nop::engine(const NUV_Header* header, NUV_SrcBuffer* src)
+{
+    return append_behind<NUV_NopEngine>(header, src);
+}
+
+NUV_Engine* NUV_RewriteHeader::engine(NUV_Engine* previous, const NUV_Header* header)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_RewriteHeader::engine()");
+    return append_new<NUV_RewriteHeaderEngine>(*previous, header);
+}
+
+} // namespace nuv

@@ -1,0 +1,39 @@
+#include "framework/engine/nuv_processplanetolineengine.h"
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+
+namespace nuv {
+
+bool NUV_ProcessPlaneToLineEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                            NUV_DstBuffer* dst)
+{
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    const auto plane_bytes = header->checked_plane_bytes();
+    if (!header->is_raw() || !plane_bytes)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, "NUV_ProcessPlaneToLineEngine::initiate()");
+    return src->block_bytes(*plane_bytes);
+}
+
+bool NUV_ProcessPlaneToLineEngine::execute()
+{
+    if (line_ >= header_.height())
+        return false;
+    if (line_ == 0)
+        plane_ = src_buffer_->get(nullptr);
+    if (!plane_)
+        return false;
+    void* out = dst_buffer_->get();
+    if (!out) {
+        static_cast<void>(src_buffer_->release());
+        plane_ = nullptr;
+        return false;
+    }
+    const bool done = process_line(plane_, out);
+    const bool committed = dst_buffer_->release(done ? header_.line_bytes() : 0);
+    ++line_;
+    return done && committed;
+}
+
+} // namespace nuv

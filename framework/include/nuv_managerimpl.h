@@ -1,0 +1,178 @@
+#pragma once
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_manager.h"
+#include "framework/base/nuv_status.h"
+
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace nuv {
+
+// The manager over its three policies: where memory comes from, how errors are kept, and how
+// buffers are made and engines run. The workflow policy also makes the relation.
+//
+// What the policies need beside their base: ErrorHandler and Workflow a constructor from
+// NUV_Manager&; Workflow create_relation(), attach_dst_buffer(engine, dst) and run_step(engine).
+template <class MemoryManager, class ErrorHandler, class Workflow>
+class NUV_ManagerImpl final : public NUV_Manager {
+public:
+    NUV_ManagerImpl()
+    {
+        error_handler_ = make<ErrorHandler>();
+        workflow_ = make<Workflow>();
+        if (workflow_)
+            relation_ = workflow_->create_relation();
+    }
+
+    ~NUV_ManagerImpl() noexcept(false) override
+    {
+        destroy(relation_);
+        destroy(workflow_);
+        destroy(error_handler_);
+    }
+
+    // Without all three nothing can be built.
+    [[nodiscard]] bool is_complete() const noexcept
+    {
+        return error_handler_ && workflow_ && relation_;
+    }
+    [[nodiscard]] MemoryManager& memory() noexcept { return memory_; }
+    [[nodiscard]] NUV_Relation* relation() noexcept { return relation_; }
+
+    void* allocate(std::size_t bytes) override
+    {
+        void* memory = memory_.allocate(bytes);
+        if (!memory)
+            fail(*this, NUV_ERR_MEMORY, "NUV_ManagerImpl::allocate()");
+        return memory;
+    }
+    void deallocate(void* pointer) override { memory_.deallocate(pointer); }
+
+    const NUV_Status& status() const override
+    {
+        if (!error_handler_)
+            std::abort(); // there is nothing to answer with
+        return error_handler_->status();
+    }
+    void raise(std::uint32_t code, const char* method, const char* file,
+               std::uint32_t line) override
+    {
+        if (error_handler_)
+            error_handler_->raise(code, method, file, line);
+    }
+    void raise_short(std::uint32_t code, const char* method) override
+    {
+        if (error_handler_)
+            error_handler_->raise_short(code, method);
+    }
+    bool reset() override { return error_handler_ && error_handler_->reset(); }
+
+    NUV_DstBuffer* create_dst_buffer_proxy() override
+    {
+        return workflow_ ? workflow_->create_dst_buffer_proxy() : nullptr;
+    }
+    std::uint32_t default_block_bytes() const override
+    {
+        return workflow_ ? workflow_->default_block_bytes() : 0;
+    }
+
+    // As finish(), with the status thrown away.
+    bool clear() override
+    {
+        NUV_Status ignored(*this);
+        return finish(ignored);
+    }
+    NUV_Engine* add_thread(NUV_Engine* engine, NUV_DstBuffer* dst) override
+    {
+        return relation_ ? relation_->add_thread(engine, dst) : nullptr;
+    }
+    // Besides registering: gives a proxy its real buffer, now that the engine's header is final.
+    NUV_Engine* add(NUV_Engine* engine, NUV_DstBuffer* dst) override
+    {
+        if (!workflow_ || !relation_ || !relation_->add(engine, dst))
+            return nullptr;
+        if (dst && !workflow_->attach_dst_buffer(engine, dst))
+            return nullptr;
+        return engine;
+    }
+    bool remove(NUV_Engine* engine) override { return relation_ && relation_->remove(engine); }
+    NUV_Engine* find(const NUV_DstBuffer* dst) const override
+    {
+        return relation_ ? relation_->find(dst) : nullptr;
+    }
+    bool depend(const NUV_Object* object, const NUV_Object* on) override
+    {
+        return relation_ && relation_->depend(object, on);
+    }
+    bool end(NUV_Object* object) override { return relation_ && relation_->end(object); }
+
+    bool finish(NUV_Status& out) override
+    {
+        if (error_handler_)
+            out = error_handler_->status();
+        if (relation_)
+            relation_->clear();
+        if (error_handler_) {
+            const NUV_Status& now = error_handler_->status();
+            const bool outdone = out.code == NUV_STATUS_OK ||
+                                 (is_warning(out.code) && now.has_error());
+            if (!out.has_error() && outdone)
+                out = now;
+            error_handler_->reset();
+        }
+        return !out.has_error();
+    }
+
+    bool pull(const NUV_DstBuffer* dst) override
+    {
+        // A pull runs inside the pull of the stage behind it. A chain of this many stages is no
+        // image job but a mistake, and must not end in a stack overflow.
+        constexpr unsigned deepest = 1000;
+        NUV_Engine* engine = workflow_ ? find(dst) : nullptr;
+        if (!engine)
+            return false;
+        if (depth_ >= deepest)
+            return fail(*this, NUV_ERR_UNSUPPORTED, "NUV_ManagerImpl::pull()");
+        const Depth held(depth_);
+        return workflow_->run_step(engine);
+    }
+
+private:
+    struct Depth {
+        explicit Depth(unsigned& depth) noexcept : depth_(depth) { ++depth_; }
+        ~Depth() { --depth_; }
+        Depth(const Depth&) = delete;
+        Depth& operator=(const Depth&) = delete;
+        unsigned& depth_;
+    };
+
+    template <class T>
+    [[nodiscard]] T* make()
+    {
+        void* memory = allocate(sizeof(T));
+        return memory ? ::new (memory) T(*this) : nullptr;
+    }
+
+    template <class T>
+    void destroy(T*& object) noexcept(false)
+    {
+        if (!object)
+            return;
+        void* memory = dynamic_cast<void*>(object);
+        object->~T();
+        object = nullptr;
+        deallocate(memory);
+    }
+
+    MemoryManager memory_;
+    ErrorHandler* error_handler_ = nullptr;
+    Workflow* workflow_ = nullptr;
+    NUV_Relation* relation_ = nullptr;
+    unsigned depth_ = 0;
+};
+
+} // namespace nuv

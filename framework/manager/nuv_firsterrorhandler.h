@@ -1,0 +1,30 @@
+#pragma once
+
+#include "framework/base/nuv_lock.h"
+#include "framework/base/nuv_manager.h"
+#include "framework/base/nuv_status.h"
+
+namespace nuv {
+
+// Keeps the first error for good: whatever fails later is fallout of it. Before any error the first
+// warning stands.
+class NUV_FirstErrorHandler final : public NUV_ErrorHandler {
+public:
+    explicit NUV_FirstErrorHandler(NUV_Manager& manager) noexcept
+        : manager_(&manager), current_(manager)
+    {
+    }
+
+    const NUV_Status& status() const override { return current_; }
+    // Code 0 and an empty method do nothing. Allocates nothing.
+    void raise(std::uint32_t code, const char* method, const char* file,
+               std::uint32_t line) override;
+    bool reset() override;
+
+private:
+    NUV_Manager* manager_;
+    NUV_Status current_;
+    NUV_Mutex lock_;
+};
+
+} // namespace nuv
