@@ -63,17 +63,8 @@ public:
     };
 };
 
-// Codes of chroma sampling, of ImageParam::sampling and WriteJPEGOption::sampling. Holds no data.
-class DataType {
-public:
-    enum eSampling : std::int32_t {
-        eSampling444 = 0x1001,
-        eSampling422 = 0x1010,
-        eSampling420 = 0x1011,
-        eSampling411 = 0x1100,
-        eSamplingOther = 0x1111, // only ever reported
-    };
-};
+// Sample types have no codes: samples are unsigned integers. Holds no data.
+class DataType {};
 
 // What an image is: reported by GetSrcImgInfo() and GetImgInfo(), stated by the caller for
 // ReadRaster(param), ReadStorage() and ReadStoragePlanar().
@@ -85,15 +76,23 @@ struct ImageParam {
     std::uint16_t channels;  // samples of a pixel
     std::int32_t format;     // a Format code
     std::int32_t color;      // a ColorType code; 0 for colours that have none
-    std::int32_t sampling;   // a sampling code; 0 where it does not apply
+    std::int32_t sampling;   // a WriteJPEGOption::eSampling code; 0 where it does not apply
     bool is_jfif;            // a JPEG file of the JFIF form
 };
 static_assert(sizeof(ImageParam) == 32, "part of the binary interface");
 
 // Settings of WriteJPEG().
 struct WriteJPEGOption {
+    enum eSampling : std::int32_t {
+        eSampling444 = 0x1001,
+        eSampling422 = 0x1010,
+        eSampling420 = 0x1011,
+        eSampling411 = 0x1100,
+        eSamplingOther = 0x1111, // reported of files, never written
+    };
+
     std::int32_t quality;  // 0 to 100; anything else counts as 100
-    std::int32_t sampling; // a sampling code; an unknown one means 4:2:2
+    std::int32_t sampling; // an eSampling code; one that cannot be written means 4:2:2
 };
 static_assert(sizeof(WriteJPEGOption) == 8, "part of the binary interface");
 

@@ -1,0 +1,50 @@
+#include "core/decodetoraw/nuv_decodetoraw.h"
+
+#include "core/qdrle/nuv_decodeqdrle.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+
+namespace nuv {
+namespace {
+
+struct DecoderRow {
+    const NUV_EncodeType* const* encode_type;
+    NUV_Engine* (*append)(NUV_Manager& manager, NUV_Engine* previous);
+};
+
+template <class Decoder>
+NUV_Engine* append_decoder(NUV_Manager& manager, NUV_Engine* previous)
+{
+    return Decoder(manager).engine(previous);
+}
+
+// All encodings that can be decoded.
+constexpr DecoderRow decoders[] = {
+    {&NUV_EncodeType::qd_rle, append_decoder<NUV_DecodeQDRLE>},
+};
+
+} // namespace
+
+NUV_Engine* NUV_DecodeToRaw::engine(NUV_Engine* previous)
+{
+    constexpr auto method = "NUV_DecodeToRaw::engine()";
+
+    const NUV_Header* header = previous ? previous->header() : nullptr;
+    if (!header)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (header->is_raw())
+        return previous;
+    for (const DecoderRow& decoder : decoders) {
+        if (header->encode_type() == *decoder.encode_type)
+            return decoder.append(manager(), previous);
+    }
+    return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+}
+
+NUV_Engine* NUV_DecodeToRaw::load_engine()
+{
+    const EntryPoint load = find_entry_point("LoadDecodeEngine");
+    return load ? load() : nullptr;
+}
+
+} // namespace nuv

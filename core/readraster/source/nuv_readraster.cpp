@@ -1,0 +1,140 @@
+#include "core/readraster/nuv_readraster.h"
+
+#include "core/readraster/source/nuv_formatlist.h"
+#include "framework/base/nuv_failure.h"
+
+namespace nuv {
+namespace {
+
+void raise_again(NUV_Manager& manager, const NUV_Status& status)
+{
+    manager.raise(status.code, status.method, status.file, status.line);
+}
+
+} // namespace
+
+NUV_ReadRaster::NUV_ReadRaster(NUV_Manager& manager) noexcept
+    : NUV_EngineCreator(manager), NUV_LibLoader(manager), entry_(manager), kept_(manager)
+{
+}
+
+NUV_Engine* NUV_ReadRaster::engine(NUV_InputStorage* storage, std::uint32_t page)
+{
+    constexpr auto method = "NUV_ReadRaster::engine()";
+
+    if (!storage || storage->is_closed())
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    begin_search(storage, page);
+    if (page == 0) {
+        if (NUV_Engine* found = engine_single_image(storage))
+            return found;
+    }
+    if (NUV_Engine* found = engine_tiff(storage, page))
+        return found;
+    end_search(method);
+    return nullptr;
+}
+
+NUV_FormatInfo* NUV_ReadRaster::format_info(NUV_InputStorage* storage, std::uint32_t page)
+{
+    constexpr auto method = "NUV_ReadRaster::format_info()";
+
+    if (!storage || storage->is_closed())
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    begin_search(storage, page);
+    if (page == 0) {
+        if (NUV_FormatInfo* found = format_info_single_image(storage))
+            return found;
+    }
+    if (NUV_FormatInfo* found = format_info_tiff(storage, page))
+        return found;
+    end_search(method);
+    return nullptr;
+}
+
+NUV_Engine* NUV_ReadRaster::engine_single_image(NUV_InputStorage* storage)
+{
+    for (const NUV_FormatRow& format : single_image_formats()) {
+        begin_probe();
+        const NUV_ReadAttempt attempt = format.read(manager(), storage);
+        if (attempt.engine)
+            return attempt.engine;
+        if (attempt.accepted) {
+            keep_reader_failure();
+            return nullptr;
+        }
+        keep_refusal();
+    }
+    return nullptr;
+}
+
+NUV_FormatInfo* NUV_ReadRaster::format_info_single_image(NUV_InputStorage* storage)
+{
+    for (const NUV_FormatRow& format : single_image_formats()) {
+        begin_probe();
+        if (NUV_FormatInfo* info = format.load_info(manager(), storage))
+            return info;
+        keep_refusal();
+    }
+    return nullptr;
+}
+
+// The format with several images to a file is tried behind all others, and alone for a page above
+// 0. This build has none.
+NUV_Engine* NUV_ReadRaster::engine_tiff(NUV_InputStorage*, std::uint32_t)
+{
+    return nullptr;
+}
+
+NUV_FormatInfo* NUV_ReadRaster::format_info_tiff(NUV_InputStorage*, std::uint32_t)
+{
+    return nullptr;
+}
+
+NUV_Engine* NUV_ReadRaster::load_engine()
+{
+    const EntryPoint load =
+        find_entry_point(page_ > 0 ? "LoadReadEngineWithPage" : "LoadReadEngine");
+    return load ? load() : nullptr;
+}
+
+void NUV_ReadRaster::begin_search(NUV_InputStorage* storage, std::uint32_t page)
+{
+    storage_ = storage;
+    page_ = page;
+    entry_ = manager().status();
+    kept_ = entry_;
+}
+
+// Each probe starts from the status that stood before the search: a reader cannot be built upon
+// the error of a probe that only found out that the data is not its own.
+void NUV_ReadRaster::begin_probe()
+{
+    manager().reset();
+    raise_again(manager(), entry_);
+}
+
+// Adds what a refusing probe has raised to what is kept, by the rule of the error handler.
+void NUV_ReadRaster::keep_refusal()
+{
+    const NUV_Status raised = manager().status();
+    manager().reset();
+    raise_again(manager(), kept_);
+    raise_again(manager(), raised);
+    kept_ = manager().status();
+}
+
+// The format is known, so what its reader says counts, and not what other probes said.
+void NUV_ReadRaster::keep_reader_failure()
+{
+    kept_ = manager().status();
+}
+
+void NUV_ReadRaster::end_search(const char* method)
+{
+    manager().reset();
+    raise_again(manager(), kept_);
+    fail(manager(), NUV_ERR_UNSUPPORTED, method);
+}
+
+} // namespace nuv

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "framework/io/nuv_inputstorage.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// For numbers that stand in a file. They have 32 bits without a sign, and are compared here with
+// what the storage has before they become arguments of it. What cannot be satisfied whole answers
+// false and moves nothing.
+
+// Bytes between the position and the end.
+[[nodiscard]] std::uint32_t remaining_bytes(const NUV_InputStorage& storage);
+
+[[nodiscard]] bool skip_exactly(NUV_InputStorage& storage, std::uint32_t bytes);
+
+// The end of the storage can be reached, what lies behind it cannot.
+[[nodiscard]] bool seek_exactly(NUV_InputStorage& storage, std::uint32_t offset);
+
+// `into` has room for `bytes`. After a failure of the storage itself, part of it may be there.
+[[nodiscard]] bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes);
+
+} // namespace nuv

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_manager.h"
+#include "framework/base/nuv_status.h"
+#include "framework/io/nuv_streamposition.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+enum class NUV_FileUse { reading, writing };
+enum class NUV_SeekOrigin { begin, current, end };
+
+// One file of the system, without a buffer. Its positions end at 2^31 - 1. Failures raise NUV_ERR_IO
+// unless an operation says otherwise; a closed file answers -1, 0 or false.
+class NUV_PosixLowLevelFile {
+public:
+    explicit NUV_PosixLowLevelFile(NUV_Manager& manager) noexcept : manager_(&manager) {}
+    ~NUV_PosixLowLevelFile() { close(); }
+    NUV_PosixLowLevelFile(const NUV_PosixLowLevelFile&) = delete;
+    NUV_PosixLowLevelFile& operator=(const NUV_PosixLowLevelFile&) = delete;
+
+    // Closes what is open. For reading the file must be a regular one of less than 2 GiB. For
+    // writing it is created or emptied, and must be able to seek. Never waits for another process,
+    // and raises nothing.
+    [[nodiscard]] bool open(const char* name, NUV_FileUse use);
+    // Takes over a descriptor for reading, under the same conditions and where it stands; it stays
+    // the caller's when this answers false. Raises nothing.
+    [[nodiscard]] bool adopt(std::int32_t descriptor);
+    [[nodiscard]] bool is_closed() const noexcept { return descriptor_ < 0; }
+    bool close();
+
+    // The bytes that came, fewer than asked for at the end; -1 for a failure before the first one.
+    [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes);
+    // The bytes that went out before the end or a failure.
+    [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes);
+    // The new position, or -1.
+    std::int32_t seek(std::int32_t offset, NUV_SeekOrigin origin);
+    [[nodiscard]] std::int32_t position() const noexcept { return position_; }
+    // 0 when it cannot be told.
+    [[nodiscard]] std::int32_t size() const noexcept;
+
+private:
+    NUV_Manager* manager_;
+    std::int32_t descriptor_ = -1;
+    std::int32_t position_ = 0;
+};
+
+// What file storages share.
+template <class LowLevelFile>
+class NUV_PosixStorage {
+protected:
+    explicit NUV_PosixStorage(NUV_Manager& manager) noexcept
+        : file_(manager), storage_manager_(&manager)
+    {
+    }
+    ~NUV_PosixStorage() = default;
+
+    // NUV_ERR_ARGUMENT for a null, NUV_ERR_IO for what the system or the low-level file refuses.
+    [[nodiscard]] bool open(const char* name, NUV_FileUse use)
+    {
+        constexpr auto method = "NUV_PosixStorage::open()";
+
+        if (!name)
+            return fail(*storage_manager_, NUV_ERR_ARGUMENT, method);
+        if (!file_.open(name, use))
+            return fail(*storage_manager_, NUV_ERR_IO, method);
+        return true;
+    }
+
+    // The distance moved, which ends at both ends of the file.
+    std::int32_t move_file(std::int32_t bytes)
+    {
+        if (bytes == 0 || file_.is_closed())
+            return 0;
+        const std::int32_t before = file_.position();
+        return seek_file(std::int64_t{before} + bytes) ? file_.position() - before : 0;
+    }
+
+    [[nodiscard]] bool seek_file(std::int64_t target)
+    {
+        const std::int32_t offset = clamped_position(target, file_.size());
+        return file_.seek(offset, NUV_SeekOrigin::begin) == offset;
+    }
+
+    LowLevelFile file_;
+
+private:
+    NUV_Manager* storage_manager_;
+};
+
+} // namespace nuv

@@ -1,0 +1,162 @@
+#include "framework/io/nuv_posixlowlevelfile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace nuv {
+namespace {
+
+template <class Call>
+[[nodiscard]] auto uninterrupted(Call&& call)
+{
+    for (;;) {
+        const auto result = call();
+        if (result >= 0 || errno != EINTR)
+            return result;
+    }
+}
+
+// A FIFO would block its reader, a directory opens but has no bytes, and beyond 2 GiB no position
+// can be told.
+[[nodiscard]] bool is_readable_file(int descriptor)
+{
+    struct stat about = {};
+    return fstat(descriptor, &about) == 0 && S_ISREG(about.st_mode) &&
+           about.st_size <= last_stream_position;
+}
+
+[[nodiscard]] int system_origin(NUV_SeekOrigin origin)
+{
+    switch (origin) {
+    case NUV_SeekOrigin::current:
+        return SEEK_CUR;
+    case NUV_SeekOrigin::end:
+        return SEEK_END;
+    default:
+        return SEEK_SET;
+    }
+}
+
+} // namespace
+
+bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
+{
+    // Not blocking: the open of a FIFO waits for the other end otherwise. Regular files do not care.
+    constexpr int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    constexpr mode_t permission = 0644;
+
+    close();
+    const bool reading = use == NUV_FileUse::reading;
+    const int flags = common | (reading ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
+    const int opened = uninterrupted([&] { return ::open(name, flags, permission); });
+    if (opened < 0)
+        return false;
+    if (reading ? !is_readable_file(opened) : lseek(opened, 0, SEEK_CUR) < 0) {
+        ::close(opened);
+        return false;
+    }
+    descriptor_ = opened;
+    position_ = 0;
+    return true;
+}
+
+bool NUV_PosixLowLevelFile::adopt(std::int32_t descriptor)
+{
+    if (!is_readable_file(descriptor))
+        return false;
+    const off_t at = lseek(descriptor, 0, SEEK_CUR);
+    if (at < 0 || at > last_stream_position)
+        return false;
+    close();
+    descriptor_ = descriptor;
+    position_ = static_cast<std::int32_t>(at);
+    return true;
+}
+
+bool NUV_PosixLowLevelFile::close()
+{
+    if (is_closed())
+        return true;
+    position_ = 0;
+    // Whatever the answer, the descriptor is gone; closing it again could hit someone else's.
+    if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR)
+        return fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::close()");
+    return true;
+}
+
+std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
+{
+    if (is_closed() || !into)
+        return 0;
+    auto* to = static_cast<std::uint8_t*>(into);
+    std::int32_t done = 0;
+    while (done < bytes) {
+        const auto wanted = static_cast<std::size_t>(bytes - done);
+        const ssize_t got = uninterrupted([&] { return ::read(descriptor_, to + done, wanted); });
+        if (got < 0) {
+            fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
+            return done > 0 ? done : -1;
+        }
+        // Nothing more, or the file has grown past what can be told.
+        if (got == 0 || got > last_stream_position - position_)
+            break;
+        done += static_cast<std::int32_t>(got);
+        position_ += static_cast<std::int32_t>(got);
+    }
+    return done;
+}
+
+std::int32_t NUV_PosixLowLevelFile::write(const void* from, std::int32_t bytes)
+{
+    constexpr auto method = "NUV_PosixLowLevelIO::write()";
+
+    if (is_closed() || !from || bytes < 1)
+        return 0;
+    const auto* next = static_cast<const std::uint8_t*>(from);
+    const std::int32_t room = std::min(bytes, last_stream_position - position_);
+    std::int32_t done = 0;
+    while (done < room) {
+        const auto left = static_cast<std::size_t>(room - done);
+        const ssize_t put = uninterrupted([&] { return ::write(descriptor_, next + done, left); });
+        if (put < 1)
+            break;
+        done += static_cast<std::int32_t>(put);
+        position_ += static_cast<std::int32_t>(put);
+    }
+    if (done < bytes)
+        fail(*manager_, NUV_ERR_IO, method);
+    return done;
+}
+
+std::int32_t NUV_PosixLowLevelFile::seek(std::int32_t offset, NUV_SeekOrigin origin)
+{
+    if (is_closed())
+        return -1;
+    const off_t at = lseek(descriptor_, offset, system_origin(origin));
+    if (at < 0) {
+        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::seek()");
+        return -1;
+    }
+    if (at > last_stream_position) {
+        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::position()");
+        lseek(descriptor_, position_, SEEK_SET);
+        return -1;
+    }
+    position_ = static_cast<std::int32_t>(at);
+    return position_;
+}
+
+std::int32_t NUV_PosixLowLevelFile::size() const noexcept
+{
+    struct stat about = {};
+    if (is_closed() || fstat(descriptor_, &about) != 0)
+        return 0;
+    return static_cast<std::int32_t>(std::min<off_t>(about.st_size, last_stream_position));
+}
+
+} // namespace nuv

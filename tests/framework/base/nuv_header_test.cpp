@@ -1,0 +1,145 @@
+#include "framework/base/nuv_header.h"
+
+#include "tests/support/nuv_testchain.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace nuv {
+namespace {
+
+TEST(Header, IsValidForSamplesThatTypeColourAndPaletteAllow)
+{
+    struct Case {
+        const char* what;
+        NUV_TestImage image;
+        std::uint32_t entries; // of a palette of 3 x 8 bits, 0 for none
+        bool valid;
+    };
+    const Case cases[] = {
+        {"no width", {.width = 0}, 0, false},
+        {"no height", {.height = 0}, 0, false},
+        {"three times 16 bits", {.channels = 3, .bits = 16}, 0, true},
+        {"3 bits", {.bits = 3}, 0, false},
+        {"64 bits", {.bits = 64}, 0, false},
+        {"signed bit", {.bits = 1, .data_type = NUV_DataType::s_integer}, 0, false},
+        {"signed byte", {.bits = 8, .data_type = NUV_DataType::s_integer}, 0, true},
+        {"half float", {.bits = 16, .data_type = NUV_DataType::floating}, 0, false},
+        {"double", {.bits = 64, .data_type = NUV_DataType::floating}, 0, true},
+        {"any width of an unknown type", {.bits = 5, .data_type = NUV_DataType::unknown}, 0, true},
+        {"rgb of one channel", {.color_type = NUV_ColorType::s_rgb}, 0, false},
+        {"no channel", {.channels = 0}, 0, false},
+        {"nine channels of no colour", {.channels = 9}, 0, true},
+        {"full palette", {.color_type = NUV_ColorType::s_rgb}, 256, true},
+        {"one entry too many", {.color_type = NUV_ColorType::s_rgb}, 257, false},
+        {"palette of another colour", {.color_type = NUV_ColorType::gray}, 16, false},
+        {"palette under three channels", {.channels = 3}, 16, false},
+        {"palette of bits", {.bits = 1, .color_type = NUV_ColorType::s_rgb}, 2, true},
+        {"palette of words", {.bits = 32, .color_type = NUV_ColorType::s_rgb}, 2, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        NUV_TestChain chain;
+        NUV_Header header(chain.manager());
+        header.width(c.image.width);
+        header.height(c.image.height);
+        header.channels(c.image.channels);
+        header.bits(c.image.bits);
+        header.data_type(c.image.data_type);
+        header.color_type(c.image.color_type);
+        if (c.entries > 0) {
+            header.palette().bits = 8;
+            header.palette().channels = 3;
+            header.palette().entries = c.entries;
+            const std::vector<std::uint8_t> value(3 * c.entries);
+            ASSERT_TRUE(header.palette().value(value.data(), 3 * c.entries));
+        }
+        EXPECT_EQ(header.is_valid(), c.valid);
+    }
+}
+
+TEST(Header, LineBytesStopWhereThirtyTwoBitsEnd)
+{
+    NUV_TestChain chain;
+    NUV_Header header(chain.manager());
+    header.channels(1);
+    header.bits(8);
+    header.width(0x1FFFFFFF); // the last width whose bits, rounded up, fit
+    EXPECT_EQ(header.checked_line_bytes(), 0x1FFFFFFFu);
+    header.width(0x20000001); // 32-bit arithmetic would give 1
+    EXPECT_FALSE(header.checked_line_bytes());
+    header.width(1);
+    header.channels(65535);
+    header.bits(65535);
+    EXPECT_EQ(header.checked_line_bytes(), (65535ULL * 65535 + 7) / 8);
+    header.width(2);
+    EXPECT_FALSE(header.checked_line_bytes());
+
+    header.channels(1);
+    header.bits(1);
+    header.width(9);
+    header.height(0xFFFFFFFF);
+    EXPECT_EQ(header.line_bytes(), 2u);
+    EXPECT_FALSE(header.checked_plane_bytes());
+    header.height(0x7FFFFFFF);
+    EXPECT_EQ(header.checked_plane_bytes(), 0xFFFFFFFEu);
+}
+
+TEST(Palette, TakesExactlyItsBytesAndCopiesOrBecomesEmpty)
+{
+    NUV_TestChain chain;
+    NUV_Header::NUV_Palette palette(chain.manager());
+    palette.bits = 8;
+    palette.channels = 3;
+    palette.entries = 2;
+    const std::uint8_t bytes[] = {1, 2, 3, 4, 5, 6};
+    EXPECT_FALSE(palette.value(bytes, 5));
+    EXPECT_FALSE(palette.value(nullptr, 6));
+    EXPECT_FALSE(palette.value(bytes, 0));
+    EXPECT_STREQ(chain.status().method, "NUV_Header::NUV_Palette::value()");
+    ASSERT_TRUE(palette.value(bytes, 6));
+    ASSERT_TRUE(palette.value(palette.value(), 6)) << "its own value";
+    EXPECT_EQ(palette.value()[5], 6);
+
+    NUV_Header::NUV_Palette other(chain.manager());
+    ASSERT_TRUE(other.copy(palette));
+    EXPECT_TRUE(other.equal(palette));
+    other.entries = 1;
+    EXPECT_FALSE(other.equal(palette));
+
+    chain.manager().memory().fail_at(0);
+    EXPECT_FALSE(other.copy(palette));
+    EXPECT_TRUE(other.is_empty());
+
+    palette.entries = 0xFFFFFFFF; // more bytes than a size can tell
+    palette.channels = 65535;
+    EXPECT_FALSE(palette.value(bytes, 6));
+}
+
+TEST(Tags, AreFoundByTheirIdAndUnknownOtherwise)
+{
+    for (const NUV_EncodeType* tag : {NUV_EncodeType::raw, NUV_EncodeType::qd_rlen_be,
+                                      NUV_EncodeType::base64, NUV_EncodeType::unknown})
+        EXPECT_EQ(NUV_EncodeType::by_id(tag->id()), tag);
+    EXPECT_EQ(NUV_EncodeType::by_id(9999), NUV_EncodeType::unknown);
+    EXPECT_EQ(NUV_DataType::by_id(1), NUV_DataType::s_integer);
+    EXPECT_EQ(NUV_DataType::by_id(9999), NUV_DataType::unknown);
+    EXPECT_EQ(NUV_ColorType::by_id(600), NUV_ColorType::cmy);
+    EXPECT_EQ(NUV_ColorType::by_id(9999), NUV_ColorType::unknown);
+
+    EXPECT_STREQ(NUV_EncodeType::jbigcolor->key(), "jbigcolor");
+    EXPECT_STREQ(NUV_ColorType::cmyk->key(), "cmyk");
+    EXPECT_EQ(NUV_ColorType::cmyk->channels(), 4u);
+    EXPECT_EQ(NUV_ColorType::gray_reverse->id(), 102);
+    EXPECT_EQ(NUV_EncodeType::jpeg->id(), 2000);
+
+    NUV_TestChain chain;
+    NUV_Header header(chain.manager());
+    header.color_type(nullptr);
+    EXPECT_EQ(header.color_type(), NUV_ColorType::none);
+    EXPECT_STREQ(chain.status().method, "NUV_Header::color_type()");
+}
+
+} // namespace
+} // namespace nuv

@@ -1,0 +1,116 @@
+#include "framework/base/nuv_status.h"
+
+#include "framework/base/nuv_held.h"
+#include "framework/manager/nuv_createmanager.h"
+#include "framework/manager/nuv_firsterrorhandler.h"
+#include "tests/support/nuv_testchain.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+
+namespace nuv {
+namespace {
+
+TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
+{
+    struct Raise {
+        NUV_StatusCode code;
+        const char* method;
+    };
+    struct Case {
+        const char* what;
+        std::initializer_list<Raise> raised;
+        NUV_StatusCode code;
+        const char* method;
+    };
+    const Case cases[] = {
+        {"nothing", {{0, "a"}, {NUV_ERR_IO, ""}, {NUV_ERR_IO, nullptr}}, 0, ""},
+        {"warnings", {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_WARN_INVALID_DATA, "b"}},
+         NUV_WARN_BROKEN_DATA, "a"},
+        {"warning, error, error",
+         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_ERR_IO, "b"}, {NUV_ERR_MEMORY, "c"}}, NUV_ERR_IO, "b"},
+        {"error, warning", {{NUV_ERR_IO, "a"}, {NUV_WARN_BROKEN_DATA, "b"}}, NUV_ERR_IO, "a"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        NUV_TestChain chain;
+        for (const Raise& r : c.raised)
+            chain.manager().raise(r.code, r.method, "x/y.cpp", 7);
+        EXPECT_EQ(chain.status().code, c.code);
+        EXPECT_STREQ(chain.status().method, c.method);
+        EXPECT_STREQ(chain.status().file, c.code ? "y.cpp" : "");
+        EXPECT_TRUE(chain.manager().reset());
+        EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+        EXPECT_STREQ(chain.status().method, "");
+    }
+}
+
+TEST(Status, CutsLongTextsAndKeepsTheFileNameAlone)
+{
+    NUV_TestChain chain;
+    const std::string text(300, 'm');
+    const NUV_Status status(chain.manager(), NUV_ERR_IO, text.c_str(), text.c_str(), 1);
+    EXPECT_EQ(std::string(status.method), text.substr(0, 255));
+    EXPECT_EQ(std::string(status.file), text.substr(0, 255));
+
+    for (const char* path : {"a/b\\c", "a\\b/c", "c", "/c", "\\c"})
+        EXPECT_STREQ(NUV_Status(chain.manager(), NUV_ERR_IO, "m", path, 1).file, "c") << path;
+    EXPECT_STREQ(NUV_Status(chain.manager(), NUV_ERR_IO, nullptr, nullptr, 1).method, "");
+}
+
+// Leaves an error behind when it is ended.
+class FailsAtEnd final : public NUV_Engine {
+public:
+    using NUV_Engine::NUV_Engine;
+    bool cleanup() override
+    {
+        manager().raise(NUV_ERR_IO, "at end", "f", 1);
+        return false;
+    }
+    bool execute() override { return false; }
+    const NUV_Header* header() const override { return nullptr; }
+    NUV_SrcBuffer* src_buffer() override { return nullptr; }
+    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
+    {
+        return NUV_Vector<NUV_Engine*>(manager());
+    }
+};
+
+TEST(Manager, FinishReportsWhatEndingAddsUnlessAnErrorStoodBefore)
+{
+    struct Case {
+        NUV_StatusCode before, after;
+    };
+    for (const Case c : {Case{0, NUV_ERR_IO}, {NUV_WARN_BROKEN_DATA, NUV_ERR_IO},
+                         {NUV_ERR_MEMORY, NUV_ERR_MEMORY}}) {
+        NUV_TestChain chain;
+        auto engine = make_object<FailsAtEnd>(chain.manager());
+        engine->set_initiated();
+        ASSERT_TRUE(chain.manager().add(engine.release(), nullptr));
+        chain.manager().raise(c.before, "before", "f", 1);
+        NUV_Status out(chain.manager());
+        EXPECT_FALSE(chain.manager().finish(out));
+        EXPECT_EQ(out.code, c.after);
+        EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+    }
+    NUV_TestChain chain;
+    chain.manager().raise(NUV_WARN_BROKEN_DATA, "warning", "f", 1);
+    NUV_Status out(chain.manager());
+    EXPECT_TRUE(chain.manager().finish(out));
+    EXPECT_EQ(out.code, NUV_WARN_BROKEN_DATA);
+}
+
+TEST(Manager, IsMadeForKindZeroOnlyAndDestroyedQuietlyWhenNull)
+{
+    EXPECT_EQ(create_manager(1), nullptr);
+    destroy_manager(nullptr);
+    NUV_Manager* manager = create_manager(0);
+    ASSERT_NE(manager, nullptr);
+    EXPECT_EQ(manager->default_block_bytes(), 4096u);
+    destroy_manager(manager);
+}
+
+} // namespace
+} // namespace nuv

@@ -1,0 +1,268 @@
+#include "framework/engine/nuv_engine.h"
+
+#include "framework/base/nuv_checkedsize.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_multiinputprocessengine.h"
+#include "framework/engine/nuv_nop.h"
+#include "framework/engine/nuv_processlinetolineengine.h"
+#include "framework/engine/nuv_processplanetolineengine.h"
+#include "framework/engine/nuv_writeengine.h"
+#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_testsamples.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+namespace nuv {
+namespace {
+
+// Copies lines, and fails at one of them.
+class FailingLineEngine final : public NUV_ProcessLineToLineEngine {
+public:
+    using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t fails_at)
+    {
+        fails_at_ = fails_at;
+        return NUV_ProcessLineToLineEngine::initiate(header, src, dst) &&
+               dst->block_bytes(header->line_bytes());
+    }
+
+private:
+    bool process_line(const void* in, void* out) override
+    {
+        if (line_ == fails_at_)
+            return fail(manager(), NUV_ERR_BROKEN_DATA, "FailingLineEngine::process_line()");
+        std::memcpy(out, in, header_.line_bytes());
+        return true;
+    }
+    std::uint32_t fails_at_ = 0;
+};
+
+// The lines in the opposite order.
+class FlipEngine final : public NUV_ProcessPlaneToLineEngine {
+public:
+    using NUV_ProcessPlaneToLineEngine::NUV_ProcessPlaneToLineEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+    {
+        return NUV_ProcessPlaneToLineEngine::initiate(header, src, dst) &&
+               dst->block_bytes(header->line_bytes());
+    }
+
+private:
+    bool process_line(const void* plane, void* out) override
+    {
+        const std::size_t bytes = header_.line_bytes();
+        std::memcpy(out,
+                    static_cast<const std::uint8_t*>(plane) +
+                        bytes * (header_.height() - 1 - line_),
+                    bytes);
+        return true;
+    }
+};
+
+template <class E>
+class Append final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+    template <class... Args>
+    NUV_Engine* engine(NUV_Engine* previous, const Args&... args)
+    {
+        return previous ? append_new<E>(*previous, args...) : nullptr;
+    }
+};
+
+TEST(LineToLineEngine, DeliversTheLinesBeforeTheOneThatFails)
+{
+    const auto image = random_samples<std::uint8_t>(5 * 4, 1);
+    for (const std::uint32_t fails_at : {0U, 2U, 4U}) {
+        NUV_TestChain chain;
+        chain.source<std::uint8_t>({.width = 5, .height = 4}, image);
+        ASSERT_TRUE(chain.append<Append<FailingLineEngine>>(fails_at));
+        const auto got = chain.run<std::uint8_t>();
+        EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(), image.begin() + 5 * fails_at));
+        EXPECT_EQ(chain.status().code, fails_at < 4 ? NUV_ERR_BROKEN_DATA : NUV_STATUS_OK);
+    }
+}
+
+TEST(PlaneToLineEngine, HasTheWholeImageAndEndsSilentlyWithoutIt)
+{
+    const std::vector<std::uint8_t> image = {1, 2, 3, 4, 5, 6};
+    NUV_TestChain whole;
+    whole.source<std::uint8_t>({.width = 2, .height = 3}, image);
+    ASSERT_TRUE(whole.append<Append<FlipEngine>>());
+    EXPECT_EQ(whole.run<std::uint8_t>(), (std::vector<std::uint8_t>{5, 6, 3, 4, 1, 2}));
+
+    NUV_TestChain cut;
+    cut.source_bytes({.width = 2, .height = 3}, {1, 2, 3, 4, 5});
+    ASSERT_TRUE(cut.append<Append<FlipEngine>>());
+    EXPECT_TRUE(cut.run_bytes().empty());
+    EXPECT_EQ(cut.status().code, NUV_STATUS_OK);
+}
+
+TEST(Engine, RefusesImagesBeyondItsArithmeticBeforeItAsksForMemory)
+{
+    struct Case {
+        const char* what;
+        NUV_TestImage image;
+        const char* method;
+    };
+    const Case cases[] = {
+        {"line", {.width = 0x20000001}, "NUV_BufferOutputEngine::initiate()"},
+        {"coded line",
+         {.width = 0x20000001, .encode_type = NUV_EncodeType::jpeg},
+         "NUV_BufferOutputEngine::initiate()"},
+        {"pixel", {.width = 2, .channels = 65535, .bits = 64, .data_type = NUV_DataType::unknown},
+         nullptr},
+        {"plane", {.width = 65536, .height = 65536, .channels = 3},
+         "NUV_BlockWorkflow::create_dst_buffer()"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        NUV_TestChain chain;
+        chain.blank_source(c.image);
+        EXPECT_EQ(chain.last() == nullptr, c.method != nullptr);
+        if (c.method) {
+            EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED);
+            EXPECT_STREQ(chain.status().method, c.method);
+        }
+        EXPECT_LT(chain.manager().memory().largest(), 4096u);
+    }
+}
+
+TEST(Engine, RefusesACodedImageWhereLinesAreNeeded)
+{
+    NUV_TestChain chain;
+    chain.blank_source({.encode_type = NUV_EncodeType::jpeg});
+    EXPECT_FALSE(chain.append<Append<FailingLineEngine>>(9U));
+    EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED);
+    EXPECT_STREQ(chain.status().method, "NUV_ProcessLineToLineEngine::initiate()");
+    EXPECT_EQ(chain.live_objects_behind_source(), 0u);
+
+    // After the first error nothing is built any more, and nothing else is told.
+    EXPECT_FALSE(chain.append<Append<FlipEngine>>());
+    EXPECT_STREQ(chain.status().method, "NUV_ProcessLineToLineEngine::initiate()");
+}
+
+TEST(RewriteHeader, DeliversTheSameBytesAsAnotherImage)
+{
+    const auto image = random_samples<std::uint8_t>(12 * 3, 1);
+    NUV_TestChain chain;
+    chain.source<std::uint8_t>({.width = 12, .height = 3}, image);
+    NUV_Header header(chain.manager());
+    header.width(3);
+    header.height(4);
+    header.channels(3);
+    header.bits(8);
+    header.color_type(NUV_ColorType::s_rgb);
+    ASSERT_TRUE(chain.append<NUV_RewriteHeader>(&header));
+    EXPECT_EQ(chain.header().channels(), 3u);
+    ASSERT_TRUE(chain.append<Append<FlipEngine>>());
+    const auto got = chain.run<std::uint8_t>();
+    ASSERT_EQ(got.size(), image.size());
+    EXPECT_EQ(std::memcmp(got.data(), image.data() + 27, 9), 0);
+
+    NUV_TestChain none;
+    EXPECT_FALSE(none.append<NUV_RewriteHeader>(&header));
+    EXPECT_STREQ(none.status().method, "NUV_RewriteHeader::engine()");
+}
+
+// Collects one branch.
+std::vector<std::uint8_t> drain(NUV_Engine* engine, std::uint32_t steps)
+{
+    std::vector<std::uint8_t> got;
+    NUV_Held<NUV_SrcBuffer> reader(engine->src_buffer());
+    for (std::uint32_t i = 0; i < steps; ++i) {
+        std::uint32_t count = 0;
+        const auto* block = static_cast<const std::uint8_t*>(reader->get(&count));
+        if (!block)
+            break;
+        got.insert(got.end(), block, block + count);
+        EXPECT_TRUE(reader->release());
+    }
+    return got;
+}
+
+TEST(Branch, GivesEveryBranchTheWholeImageAlsoWhenOneStopsEarly)
+{
+    const auto image = random_samples<std::uint8_t>(std::size_t{7} * 200, 3);
+    for (std::uint32_t count = 1; count <= 5; ++count) {
+        NUV_TestChain chain;
+        chain.source<std::uint8_t>({.width = 7, .height = 200}, image);
+        auto branches = chain.last()->branch(count);
+        ASSERT_EQ(branches.size(), count);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const bool stops = count > 1 && i == 0;
+            const auto got = drain(branches[i], stops ? 1 : 1000);
+            const auto end = stops ? image.begin() + 7 : image.end();
+            EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(), end)) << i << " of " << count;
+        }
+    }
+    NUV_TestChain chain;
+    chain.blank_source({});
+    EXPECT_TRUE(chain.last()->branch(0).empty());
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+}
+
+TEST(Branch, IsCleanAtEveryAllocation)
+{
+    expect_clean_at_every_allocation([](NUV_TestChain& chain) {
+        chain.source<std::uint8_t>({.width = 2, .height = 3}, {1, 2, 3, 4, 5, 6});
+        if (!chain.last())
+            return;
+        auto branches = chain.last()->branch(3);
+        for (NUV_Engine* branch : branches.items()) {
+            NUV_Held<NUV_SrcBuffer> reader(branch->src_buffer());
+            std::uint32_t count = 0;
+            while (reader && reader->get(&count))
+                static_cast<void>(reader->release());
+        }
+    });
+}
+
+// A chain deeper than any job is refused while it runs, instead of using up the stack.
+TEST(Manager, RefusesToPullThroughAThousandStages)
+{
+    for (const int stages : {900, 1100}) {
+        NUV_TestChain chain;
+        chain.source<std::uint8_t>({.width = 1, .height = 1}, {42});
+        for (int i = 0; i < stages; ++i)
+            ASSERT_TRUE(chain.append<Append<FailingLineEngine>>(9U));
+        const auto got = chain.run<std::uint8_t>();
+        EXPECT_EQ(got.size(), stages < 1000 ? 1u : 0u);
+        EXPECT_EQ(chain.status().code, stages < 1000 ? NUV_STATUS_OK : NUV_ERR_UNSUPPORTED);
+        EXPECT_STREQ(chain.status().method, stages < 1000 ? "" : "NUV_ManagerImpl::pull()");
+    }
+}
+
+class SilentWriter final : public NUV_NoOutputEngine {
+public:
+    using NUV_NoOutputEngine::NUV_NoOutputEngine;
+    bool execute() override { return false; }
+};
+
+TEST(NoOutputEngine, IsTheEndOfAChain)
+{
+    NUV_TestChain chain;
+    auto writer = make_object<SilentWriter>(chain.manager());
+    EXPECT_EQ(writer->header(), nullptr);
+    EXPECT_STREQ(chain.status().method, "NUV_NoOutputEngine::header()");
+    chain.manager().reset();
+    EXPECT_EQ(writer->src_buffer(), nullptr);
+    EXPECT_STREQ(chain.status().method, "NUV_NoOutputEngine::src_buffer()");
+    chain.manager().reset();
+    EXPECT_TRUE(writer->branch(2).empty());
+    EXPECT_STREQ(chain.status().method, "NUV_NoOutputEngine::branch()");
+    EXPECT_EQ(chain.status().code, NUV_ERR_SEQUENCE);
+}
+
+static_assert(compatible_version(NUV_VERSION) && compatible_version(NUV_EXTENSION_VERSION));
+static_assert(!compatible_version(0x01050000) && !compatible_version(0x01040201));
+
+} // namespace
+} // namespace nuv

@@ -1,0 +1,151 @@
+#include "framework/manager/nuv_relationforst.h"
+
+#include "framework/base/nuv_held.h"
+#include "tests/support/nuv_testchain.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <string>
+#include <vector>
+
+namespace nuv {
+namespace {
+
+// Writes its name into a log when it dies.
+class Witness : public NUV_Object {
+public:
+    Witness(NUV_Manager& manager, std::string& log, char name)
+        : NUV_Object(manager), log_(&log), name_(name)
+    {
+    }
+    bool cleanup() override
+    {
+        log_->push_back(name_);
+        return true;
+    }
+
+private:
+    std::string* log_;
+    char name_;
+};
+
+// Its NUV_Object does not begin where its memory begins.
+struct First {
+    virtual ~First() = default;
+    int field = 0;
+};
+class SecondBase final : public First, public Witness {
+public:
+    using Witness::Witness;
+};
+
+TEST(DependMap, KeepsAnObjectUntilTheLastOfItsHoldersInAnyOrder)
+{
+    std::vector<int> order = {0, 1, 2, 3}; // three dependents and the holder
+    do {
+        std::string log;
+        NUV_TestChain chain;
+        NUV_Manager& manager = chain.manager();
+        NUV_Object* on = make_object<Witness>(manager, log, 'o').release();
+        NUV_Object* dependents[3];
+        for (NUV_Object*& dependent : dependents) {
+            dependent = make_object<Witness>(manager, log, 'd').release();
+            ASSERT_TRUE(manager.depend(dependent, on));
+        }
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            EXPECT_EQ(log.find('o'), std::string::npos) << "dies at step " << i;
+            EXPECT_TRUE(manager.end(order[i] == 3 ? on : dependents[order[i]]));
+        }
+        EXPECT_EQ(std::count(log.begin(), log.end(), 'o'), 1);
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(DependMap, FreesAnObjectWhoseObjectBaseIsNotItsFirst)
+{
+    std::string log;
+    NUV_TestChain chain;
+    NUV_Object* object = make_object<SecondBase>(chain.manager(), log, 's').release();
+    EXPECT_TRUE(object->end());
+    EXPECT_EQ(log, "s");
+}
+
+TEST(DependMap, LetsGoOfSeveralAndRefusesNullsAndItself)
+{
+    std::string log;
+    NUV_TestChain chain;
+    NUV_Manager& manager = chain.manager();
+    NUV_Object* a = make_object<Witness>(manager, log, 'a').release();
+    NUV_Object* b = make_object<Witness>(manager, log, 'b').release();
+    NUV_Object* c = make_object<Witness>(manager, log, 'c').release();
+    EXPECT_FALSE(manager.depend(a, a));
+    EXPECT_FALSE(manager.depend(nullptr, a));
+    EXPECT_FALSE(manager.end(static_cast<NUV_Object*>(nullptr)));
+    EXPECT_STREQ(chain.status().method, "NUV_DependMap::depend()");
+
+    ASSERT_TRUE(manager.depend(a, b));
+    ASSERT_TRUE(manager.depend(a, c));
+    ASSERT_TRUE(manager.depend(b, c));
+    for (NUV_Object* object : {c, b, a})
+        EXPECT_TRUE(object->end());
+    EXPECT_EQ(log, "abc");
+}
+
+TEST(DependMap, ChangesNothingWhenADependencyCannotBeKept)
+{
+    for (std::size_t k = 0; k < 2; ++k) {
+        std::string log;
+        NUV_TestChain chain;
+        NUV_Object* a = make_object<Witness>(chain.manager(), log, 'a').release();
+        NUV_Object* b = make_object<Witness>(chain.manager(), log, 'b').release();
+        chain.manager().memory().fail_at(k);
+        EXPECT_FALSE(chain.manager().depend(a, b));
+        EXPECT_TRUE(b->end());
+        EXPECT_EQ(log, "b");
+        EXPECT_TRUE(a->end());
+    }
+}
+
+class IdleEngine final : public NUV_Engine {
+public:
+    using NUV_Engine::NUV_Engine;
+    bool execute() override { return false; }
+    const NUV_Header* header() const override { return nullptr; }
+    NUV_SrcBuffer* src_buffer() override { return nullptr; }
+    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
+    {
+        return NUV_Vector<NUV_Engine*>(manager());
+    }
+};
+
+TEST(EngDstTable, HoldsOneEngineForABufferAndAnyNumberWithout)
+{
+    NUV_TestChain chain;
+    NUV_RelationForST relation(chain.manager());
+    const auto make = [&] { return make_object<IdleEngine>(chain.manager()).release(); };
+    NUV_Engine* first = make();
+    NUV_Engine* second = make();
+    NUV_Engine* third = make();
+    NUV_DstBuffer* buffer = chain.manager().create_dst_buffer_proxy();
+
+    EXPECT_EQ(relation.add(first, buffer), first);
+    EXPECT_EQ(relation.add(second, buffer), nullptr) << "the buffer has its engine";
+    EXPECT_EQ(relation.add(second, nullptr), second);
+    EXPECT_EQ(relation.add(third, nullptr), third);
+    EXPECT_EQ(relation.add(third, nullptr), nullptr) << "there already";
+    EXPECT_EQ(relation.find(buffer), first);
+    EXPECT_TRUE(relation.remove(first));
+    EXPECT_FALSE(relation.remove(first));
+    EXPECT_EQ(relation.find(buffer), nullptr);
+    EXPECT_TRUE(relation.remove(second));
+    // The third was never initiated and so does not take itself out.
+    relation.clear();
+    EXPECT_TRUE(relation.is_empty());
+    first->end();
+    second->end();
+    buffer->end();
+}
+
+} // namespace
+} // namespace nuv

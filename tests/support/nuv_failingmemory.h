@@ -1,0 +1,51 @@
+#pragma once
+
+#include "framework/base/nuv_manager.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <limits>
+
+namespace nuv {
+
+// The heap, counted, with one allocation that fails on request. A memory policy of the manager.
+class NUV_FailingMemory final : public NUV_MemoryManager {
+public:
+    static constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
+
+    void* allocate(std::size_t bytes) override
+    {
+        largest_ = std::max(largest_, bytes);
+        if (allocations_++ == fail_at_)
+            return nullptr;
+        void* memory = std::malloc(bytes);
+        live_ += memory ? 1 : 0;
+        return memory;
+    }
+    void deallocate(void* pointer) override
+    {
+        live_ -= pointer ? 1 : 0;
+        std::free(pointer);
+    }
+
+    // The allocation with this number, counted from now on, fails.
+    void fail_at(std::size_t number) noexcept
+    {
+        allocations_ = 0;
+        fail_at_ = number;
+    }
+    // Allocations asked for since the last fail_at().
+    [[nodiscard]] std::size_t allocations() const noexcept { return allocations_; }
+    [[nodiscard]] std::size_t live() const noexcept { return live_; }
+    // The largest request so far, in bytes, whether or not it was granted.
+    [[nodiscard]] std::size_t largest() const noexcept { return largest_; }
+
+private:
+    std::size_t allocations_ = 0;
+    std::size_t fail_at_ = never;
+    std::size_t live_ = 0;
+    std::size_t largest_ = 0;
+};
+
+} // namespace nuv
