@@ -9,11 +9,23 @@ function(nuv_module)
     set_property(GLOBAL APPEND PROPERTY NUV_MODULES nuv_${name})
 endfunction()
 
-# nuv_test(<name> <sources...>): one gtest program over nuv_internal, run whole by ctest.
-function(nuv_test name)
+function(nuv_gtest name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE nuv_internal nuv_test_support GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE nuv_options GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600
         ENVIRONMENT "NUV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
+endfunction()
+
+# nuv_test(<name> <sources...>): one gtest program over nuv_internal, run whole by ctest.
+function(nuv_test name)
+    nuv_gtest(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE nuv_test_support nuv_internal)
+endfunction()
+
+# nuv_wrapper_test(<name> <sources...>): the same over the shared library, which shows only what its
+# users see.
+function(nuv_wrapper_test name)
+    nuv_gtest(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE nuv::nuv)
 endfunction()

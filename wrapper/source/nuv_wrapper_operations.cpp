@@ -312,7 +312,7 @@ int NuvWrapperClass::WriteJPEG(WriteJPEGOption* option)
         return 0;
     if (dst_storage)
         dst_storage->to_begin();
-    const nuv::NUV_WriteJPEGOption settings(
+    nuv::NUV_WriteJPEGOption settings(
         option ? static_cast<std::uint32_t>(option->quality) : default_quality,
         option ? sampling_key(option->sampling) : sampling_key(WriteJPEGOption::eSampling422), 0);
     last_engine = nuv::NUV_WriteJPEG(*manager).engine(last_engine, dst_storage, &settings);

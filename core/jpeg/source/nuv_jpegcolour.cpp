@@ -94,8 +94,8 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
     }
     for (std::ptrdiff_t y = 0; y < block_columns; ++y) {
         for (std::ptrdiff_t x = 0; x < block_columns; ++x) {
-            const CellSum cell = sum_cell<Across, Down>(
-                source + y * Down * step + x * Across * pixel_bytes, step);
+            const CellSum cell =
+                sum_cell<Across, Down>(source + y * Down * step + x * Across * pixel_bytes, step);
             second[y * block_columns + x] = Colour::blue_difference(cell, shift);
             third[y * block_columns + x] = Colour::red_difference(cell, shift);
         }

@@ -18,8 +18,8 @@ struct Octet {
 NUV_TARGET("avx2")
 inline __m256i pair_constants(int low, int high)
 {
-    return _mm256_set1_epi32(static_cast<int>(static_cast<unsigned>(low & 0xFFFF) |
-                                              static_cast<unsigned>(high) << 16));
+    return _mm256_set1_epi32(
+        static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high) << 16));
 }
 
 // Eight pixels, 24 bytes, and nothing beyond them: 0 to 3 from the first 16 bytes, 4 to 7 from the
@@ -51,9 +51,8 @@ inline __m256i add_neighbours(__m256i left, __m256i right)
 {
     const __m256 a = _mm256_castsi256_ps(left);
     const __m256 b = _mm256_castsi256_ps(right);
-    return _mm256_add_epi16(
-        _mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0))),
-        _mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1))));
+    return _mm256_add_epi16(_mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0))),
+                            _mm256_castps_si256(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1))));
 }
 
 // The fixed-point weights of the portable form. What does not fit 16 bits is written otherwise:
@@ -124,8 +123,7 @@ template <class Colour>
 NUV_TARGET("avx2")
 inline __m256i pack_luma(const Octet& lower, const Octet& upper)
 {
-    return _mm256_sub_epi16(pack(Colour::luma(lower), Colour::luma(upper)),
-                            _mm256_set1_epi16(128));
+    return _mm256_sub_epi16(pack(Colour::luma(lower), Colour::luma(upper)), _mm256_set1_epi16(128));
 }
 
 template <class Colour>
@@ -194,14 +192,13 @@ inline void convert_cells(const std::uint8_t* source, std::ptrdiff_t row_step, s
         const std::ptrdiff_t below = row + Down;
         std::int16_t* luma = first + row * block_rows + row / block_rows * 64;
         const Octet upper = sum_cells<Colour, Down>(source + row * row_step, row_step, luma);
-        const Octet lower = sum_cells<Colour, Down>(source + below * row_step, row_step,
-                                                    luma + Down * block_rows);
+        const Octet lower =
+            sum_cells<Colour, Down>(source + below * row_step, row_step, luma + Down * block_rows);
         store_16(second + y * block_rows,
                  pack_cells(Colour::template blue_difference<shift>(upper),
                             Colour::template blue_difference<shift>(lower)));
-        store_16(third + y * block_rows,
-                 pack_cells(Colour::template red_difference<shift>(upper),
-                            Colour::template red_difference<shift>(lower)));
+        store_16(third + y * block_rows, pack_cells(Colour::template red_difference<shift>(upper),
+                                                    Colour::template red_difference<shift>(lower)));
     }
 }
 

@@ -21,8 +21,8 @@ struct Row {
 NUV_TARGET("sse2")
 inline __m128i pair_constants(int low, int high)
 {
-    return _mm_set1_epi32(static_cast<int>(static_cast<unsigned>(low & 0xFFFF) |
-                                           static_cast<unsigned>(high) << 16));
+    return _mm_set1_epi32(
+        static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high) << 16));
 }
 
 // Four packed pixels in the first 12 bytes.
@@ -137,8 +137,8 @@ inline void store_luma(std::int16_t* to, const Row& row)
 // One row of chroma from 16 x Down pixels, whose luma goes to two blocks.
 template <class Colour, int Down>
 NUV_TARGET("sse2")
-inline Row convert_two_blocks(const std::uint8_t* source, std::ptrdiff_t row_step,
-                              std::int16_t* luma)
+inline Row
+    convert_two_blocks(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* luma)
 {
     Row left = load_pixels(source);
     Row right = load_pixels(source + 24);

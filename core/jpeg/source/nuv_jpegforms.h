@@ -23,6 +23,7 @@ namespace nuv {
 
 void set_portable_colour_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
+void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_huffman_decode_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept;

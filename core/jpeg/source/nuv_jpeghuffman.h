@@ -1,17 +1,54 @@
 #pragma once
 
-// What the forms of the Huffman primitives share, and what the coder may use beside them.
+// What stands beside the Huffman primitives: a wider decoding table for the coder's inner loop, and
+// the part of the encoder that its forms share.
 
 #include "core/jpeg/source/nuv_jpegprimitives.h"
 
-#include <array>
 #include <cstdint>
 
 namespace nuv {
 
-// Bit i of the result is set when coefficient i in natural order is not zero.
-using NonZeroMask = std::uint64_t (*)(const std::int16_t* block);
+// A decoding table with one more level in front, which resolves most symbols together with the
+// value behind them in one step.
+struct NUV_JPEGWideTable {
+    static constexpr std::uint32_t index_bits = 10;
 
+    NUV_JPEGDecodeTable plain;
+    // By the next 10 bits: in bits 0 to 7 how many of them are used, 0 when the code is longer; in
+    // 8 to 15 the symbol; in 16 to 31 the signed value, 0 when it is not among the 10 bits or when
+    // there is none.
+    std::uint32_t entries[1U << index_bits];
+};
+
+// As huffman_decode_spec_init of the primitives, for a wide table.
+[[nodiscard]] NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits,
+                                                      const std::uint8_t* values,
+                                                      NUV_JPEGWideTable* table);
+
+// As huffman_decode_block of the primitives, with equal results; it may only have read further
+// ahead, into the state.
+[[nodiscard]] NUV_JPEGResult huffman_decode_block_wide(
+    const std::uint8_t* input, std::int32_t size, std::int32_t* position, std::int16_t* block,
+    std::int16_t* previous_dc, std::uint8_t* marker, const NUV_JPEGWideTable* dc_table,
+    const NUV_JPEGWideTable* ac_table, NUV_JPEGDecodeState* state);
+
+// An encoding table for AC coefficients that gives code and low bits of a small value at once.
+struct NUV_JPEGWideEncodeTable {
+    static constexpr std::int32_t reach = 32; // values from -32 to 31
+
+    NUV_JPEGEncodeTable plain;
+    // By zeros * 64 + 32 + value: the bits to write above 8 bits of how many they are; 0 without a
+    // code.
+    std::uint32_t entries[16 * 2 * reach];
+};
+
+// As huffman_encode_spec_init of the primitives, for a wide table.
+[[nodiscard]] NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits,
+                                                      const std::uint8_t* values,
+                                                      NUV_JPEGWideEncodeTable* table);
+
+// The arguments of huffman_encode_block.
 struct NUV_JPEGEncodeArguments {
     const std::int16_t* block;
     std::uint8_t* output;
@@ -22,13 +59,13 @@ struct NUV_JPEGEncodeArguments {
     const NUV_JPEGEncodeTable* ac_table;
     NUV_JPEGEncodeState* state;
     bool flush;
+    const NUV_JPEGWideEncodeTable* wide_ac_table = nullptr; // when set, ac_table is its plain one
 };
 
-// The checks of huffman_encode_block.
 [[nodiscard]] NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexcept;
 
-// huffman_encode_block for checked arguments; `natural_mask` is that of the block, and is not
-// looked at when the call only flushes.
+// huffman_encode_block for checked arguments. Bit i of `natural_mask` is set when coefficient i in
+// natural order is not zero; a call that flushes does not look at it.
 [[nodiscard]] NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
                                                  std::uint64_t natural_mask) noexcept;
 

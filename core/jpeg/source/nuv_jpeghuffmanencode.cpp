@@ -14,21 +14,21 @@ constexpr int last_coefficient = 63;
 constexpr std::uint32_t end_of_block = 0x00;
 constexpr std::uint32_t sixteen_zeros = 0xF0; // ZRL
 
-// The most that one call writes, all bytes being 0xFF and stuffed: 63 held bits, DC of 16 + 16
-// bits and 63 coefficients of 16 + 15 make 32 whole words of 8 bytes.
+// The most that one call needs: 7 held bits, DC of 16 + 16 bits and 63 coefficients of 16 + 15 are
+// 249 bytes, which are 498 when all are 0xFF and stuffed, and 8 more for the writer.
 constexpr std::ptrdiff_t most_bytes_of_block = 512;
 
 // T.81, F.1.2.1: the category SSSS and the low bits of a value, those of a negative one from
 // value - 1.
 struct Magnitude {
-    int category;
+    std::uint32_t category;
     std::uint32_t bits;
 };
 
 constexpr Magnitude magnitude_of(std::int32_t value) noexcept
 {
     const auto absolute = static_cast<std::uint32_t>(value < 0 ? -value : value);
-    const int category = std::bit_width(absolute);
+    const auto category = static_cast<std::uint32_t>(std::bit_width(absolute));
     const auto low = static_cast<std::uint32_t>(value < 0 ? value - 1 : value);
     return {category, low & ((1U << category) - 1U)};
 }
@@ -37,10 +37,10 @@ constexpr Magnitude magnitude_of(std::int32_t value) noexcept
 constexpr std::int32_t table_reach = 1023;
 constexpr std::array<std::uint16_t, 2 * table_reach + 1> magnitudes = [] {
     std::array<std::uint16_t, 2 * table_reach + 1> table{};
-    for (std::int32_t value = -table_reach; value <= table_reach; ++value) {
-        const Magnitude magnitude = magnitude_of(value);
-        table[static_cast<std::size_t>(value + table_reach)] = static_cast<std::uint16_t>(
-            magnitude.bits << 4 | static_cast<std::uint32_t>(magnitude.category));
+    std::int32_t value = -table_reach;
+    for (std::uint16_t& entry : table) {
+        const Magnitude magnitude = magnitude_of(value++);
+        entry = static_cast<std::uint16_t>(magnitude.bits << 4 | magnitude.category);
     }
     return table;
 }();
@@ -51,7 +51,7 @@ inline Magnitude magnitude_by_table(std::int32_t value) noexcept
     if (index >= magnitudes.size()) [[unlikely]]
         return magnitude_of(value);
     const std::uint32_t entry = magnitudes[index];
-    return {static_cast<int>(entry & 15U), entry >> 4};
+    return {entry & 15U, entry >> 4};
 }
 
 // Which coefficients of a row are set, to the same in zig-zag order.
@@ -78,28 +78,31 @@ inline std::uint64_t to_zigzag(std::uint64_t natural_mask) noexcept
 }
 
 // Code and low bits of a value in one go; false when the symbol has no code.
-inline bool put_value(NUV_JPEGBitWriter& writer, const NUV_JPEGEncodeTable& table,
-                      std::uint32_t zeros, const Magnitude& magnitude) noexcept
+[[gnu::always_inline]] inline bool put_value(NUV_JPEGBitWriter& writer,
+                                             const NUV_JPEGEncodeTable& table, std::uint32_t zeros,
+                                             const Magnitude& magnitude) noexcept
 {
-    const std::uint32_t word =
-        table.words[zeros << 4 | static_cast<std::uint32_t>(magnitude.category)];
+    const std::uint32_t word = table.words[zeros << 4 | magnitude.category];
     if (word == 0) [[unlikely]]
         return false;
     const std::uint64_t code = word & 0xFFFFU;
-    writer.put(code << magnitude.category | magnitude.bits,
-               static_cast<int>(word >> 16) + magnitude.category);
+    writer.put(code << magnitude.category | magnitude.bits, (word >> 16) + magnitude.category);
     return true;
 }
 
-inline bool put_symbol(NUV_JPEGBitWriter& writer, const NUV_JPEGEncodeTable& table,
-                       std::uint32_t symbol) noexcept
+[[gnu::always_inline]] inline bool put_symbol(NUV_JPEGBitWriter& writer,
+                                              const NUV_JPEGEncodeTable& table,
+                                              std::uint32_t symbol) noexcept
 {
-    return put_value(writer, table, symbol >> 4, {static_cast<int>(symbol & 15U), 0});
+    return put_value(writer, table, symbol >> 4, {symbol & 15U, 0});
 }
 
-// T.81, F.1.2.2: the coefficients behind DC.
-bool put_coefficients(NUV_JPEGBitWriter& writer, const std::int16_t* block, std::uint64_t mask,
-                      const NUV_JPEGEncodeTable& table) noexcept
+// T.81, F.1.2.2: the coefficients behind DC. `wide` is looked at by the wide encoder alone.
+template <bool Wide>
+[[gnu::always_inline]] inline bool put_coefficients(NUV_JPEGBitWriter& writer,
+                                                    const std::int16_t* block, std::uint64_t mask,
+                                                    const NUV_JPEGEncodeTable& table,
+                                                    const NUV_JPEGWideEncodeTable* wide) noexcept
 {
     int done = 0;
     for (; mask != 0; mask &= mask - 1) {
@@ -110,8 +113,20 @@ bool put_coefficients(NUV_JPEGBitWriter& writer, const std::int16_t* block, std:
             if (!put_symbol(writer, table, sixteen_zeros))
                 return false;
         }
-        const Magnitude magnitude =
-            magnitude_by_table(block[jpeg_zigzag[static_cast<std::size_t>(k)]]);
+        const std::int32_t value = block[jpeg_zigzag[static_cast<std::size_t>(k)]];
+        if constexpr (Wide) {
+            constexpr std::uint32_t reach = NUV_JPEGWideEncodeTable::reach;
+            const std::uint32_t index = static_cast<std::uint32_t>(value) + reach;
+            if (index < 2 * reach) [[likely]] {
+                const std::uint32_t entry =
+                    wide->entries[static_cast<std::uint32_t>(zeros) * 2 * reach + index];
+                if (entry == 0) [[unlikely]]
+                    return false;
+                writer.put(entry >> 8, entry & 0xFFU);
+                continue;
+            }
+        }
+        const Magnitude magnitude = magnitude_by_table(value);
         if (magnitude.category > 15)
             return false;
         if (!put_value(writer, table, static_cast<std::uint32_t>(zeros), magnitude))
@@ -120,15 +135,18 @@ bool put_coefficients(NUV_JPEGBitWriter& writer, const std::int16_t* block, std:
     return done == last_coefficient || put_symbol(writer, table, end_of_block);
 }
 
-bool put_block(NUV_JPEGBitWriter& writer, const NUV_JPEGEncodeArguments& call,
-               std::uint64_t natural_mask) noexcept
+template <bool Wide>
+[[gnu::always_inline]] inline bool put_block(NUV_JPEGBitWriter& writer,
+                                             const NUV_JPEGEncodeArguments& call,
+                                             std::uint64_t natural_mask) noexcept
 {
     const std::int16_t* block = call.block;
     const Magnitude dc = magnitude_by_table(std::int32_t{block[0]} - *call.previous_dc);
     *call.previous_dc = block[0];
     constexpr std::uint64_t all_but_dc = ~std::uint64_t{1};
     return dc.category <= 16 && put_value(writer, *call.dc_table, 0, dc) &&
-           put_coefficients(writer, block, to_zigzag(natural_mask) & all_but_dc, *call.ac_table);
+           put_coefficients<Wide>(writer, block, to_zigzag(natural_mask) & all_but_dc,
+                                  *call.ac_table, call.wide_ac_table);
 }
 
 std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
@@ -138,3 +156,127 @@ std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
         mask |= std::uint64_t{block[i] != 0} << i;
     return mask;
 }
+
+template <bool Wide>
+NUV_JPEGResult encode_block(const NUV_JPEGEncodeArguments& call,
+                            std::uint64_t natural_mask) noexcept
+{
+    // Near the end of the output the block is coded aside, to see first whether it fits.
+    std::uint8_t aside[most_bytes_of_block];
+    const std::ptrdiff_t room = call.size - *call.position;
+    std::uint8_t* const end_of_output = call.output + *call.position;
+    std::uint8_t* const start = room >= most_bytes_of_block ? end_of_output : aside;
+
+    NUV_JPEGBitWriter writer(start, *call.state);
+    if (call.flush)
+        writer.flush();
+    else if (!put_block<Wide>(writer, call, natural_mask))
+        return jpeg_bad_huffman;
+
+    NUV_JPEGEncodeState state = *call.state;
+    const std::ptrdiff_t written = writer.finish(state) - start;
+    if (written > room)
+        return jpeg_bad_size;
+    if (start == aside)
+        std::copy_n(aside, written, end_of_output);
+    *call.state = state;
+    *call.position += static_cast<std::int32_t>(written);
+    return jpeg_good;
+}
+
+NUV_JPEGResult huffman_encode_block(const std::int16_t* block, std::uint8_t* output,
+                                    std::int32_t size, std::int32_t* position,
+                                    std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
+                                    const NUV_JPEGEncodeTable* ac_table, NUV_JPEGEncodeState* state,
+                                    bool flush)
+{
+    const NUV_JPEGEncodeArguments call = {block,    output,   size,  position, previous_dc,
+                                          dc_table, ac_table, state, flush,    nullptr};
+    const NUV_JPEGResult checked = check_encode_arguments(call);
+    if (checked != jpeg_good)
+        return checked;
+    return encode_masked_block(call, flush ? 0 : non_zero_mask(block));
+}
+
+NUV_JPEGResult huffman_encode_block_wide(const std::int16_t* block, std::uint8_t* output,
+                                         std::int32_t size, std::int32_t* position,
+                                         std::int16_t* previous_dc,
+                                         const NUV_JPEGEncodeTable* dc_table,
+                                         const NUV_JPEGWideEncodeTable* ac_table,
+                                         NUV_JPEGEncodeState* state, bool flush)
+{
+    if (ac_table == nullptr)
+        return jpeg_null_pointer;
+    const NUV_JPEGEncodeArguments call = {block,    output,           size,  position, previous_dc,
+                                          dc_table, &ac_table->plain, state, flush,    ac_table};
+    const NUV_JPEGResult checked = check_encode_arguments(call);
+    if (checked != jpeg_good)
+        return checked;
+    return encode_masked_block(call, flush ? 0 : non_zero_mask(block));
+}
+
+NUV_JPEGResult huffman_encode_state_init(NUV_JPEGEncodeState* state)
+{
+    if (state == nullptr)
+        return jpeg_null_pointer;
+    state->accumulator = 0;
+    state->bits = 0;
+    return jpeg_good;
+}
+
+} // namespace
+
+NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexcept
+{
+    if (call.block == nullptr || call.output == nullptr || call.position == nullptr ||
+        call.previous_dc == nullptr || call.dc_table == nullptr || call.ac_table == nullptr ||
+        call.state == nullptr)
+        return jpeg_null_pointer;
+    if (call.size < 1)
+        return jpeg_bad_size;
+    if (*call.position < 0 || *call.position > call.size || call.state->bits > 7)
+        return jpeg_bad_parameter;
+    return jpeg_good;
+}
+
+NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
+                                   std::uint64_t natural_mask) noexcept
+{
+    return call.wide_ac_table != nullptr ? encode_block<true>(call, natural_mask)
+                                         : encode_block<false>(call, natural_mask);
+}
+
+NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uint8_t* values,
+                                        NUV_JPEGWideEncodeTable* table)
+{
+    if (table == nullptr)
+        return jpeg_null_pointer;
+    const NUV_JPEGResult result =
+        jpeg_primitives({}).huffman_encode_spec_init(bits, values, &table->plain);
+    if (result != jpeg_good)
+        return result;
+
+    constexpr std::int32_t reach = NUV_JPEGWideEncodeTable::reach;
+    for (std::uint32_t zeros = 0; zeros < 16; ++zeros) {
+        for (std::int32_t value = -reach; value < reach; ++value) {
+            const Magnitude magnitude = magnitude_of(value);
+            const std::uint32_t word = table->plain.words[zeros << 4 | magnitude.category];
+            const std::uint32_t code = word & 0xFFFFU;
+            const bool has_code = value != 0 && word != 0;
+            table->entries[zeros * 2 * reach + static_cast<std::uint32_t>(value + reach)] =
+                has_code ? (code << magnitude.category | magnitude.bits) << 8 |
+                               ((word >> 16) + magnitude.category)
+                         : 0;
+        }
+    }
+    return jpeg_good;
+}
+
+void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
+{
+    primitives.huffman_encode_block = huffman_encode_block;
+    primitives.huffman_encode_block_wide = huffman_encode_block_wide;
+    primitives.huffman_encode_state_init = huffman_encode_state_init;
+}
+
+} // namespace nuv

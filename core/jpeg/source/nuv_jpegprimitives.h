@@ -49,10 +49,12 @@ struct NUV_JPEGDecodeTable {
 };
 static_assert(sizeof(NUV_JPEGDecodeTable) == 1644);
 
+struct NUV_JPEGWideEncodeTable; // core/jpeg/source/nuv_jpeghuffman.h
+
 // Bits that are coded but not yet written. Clear it with huffman_encode_state_init.
 struct NUV_JPEGEncodeState {
     std::uint64_t accumulator; // the oldest bit is the most significant of the held ones
-    std::uint32_t bits;        // held, 0 to 63
+    std::uint32_t bits;        // held, 0 to 7
     std::uint32_t spare;       // left alone
 };
 
@@ -198,6 +200,14 @@ struct NUV_JPEGPrimitives {
                                             std::uint8_t* values);
     // *size = bytes of the frequencies that huffman_optimal_table takes: 257 words of 8 bytes.
     NUV_JPEGResult (*huffman_size)(std::int32_t* size);
+
+    // huffman_encode_block for a wide table, with equal results, sooner.
+    NUV_JPEGResult (*huffman_encode_block_wide)(const std::int16_t* block, std::uint8_t* output,
+                                                std::int32_t size, std::int32_t* position,
+                                                std::int16_t* previous_dc,
+                                                const NUV_JPEGEncodeTable* dc_table,
+                                                const NUV_JPEGWideEncodeTable* ac_table,
+                                                NUV_JPEGEncodeState* state, bool flush);
 };
 
 // The forms that `cpu` runs fastest; pick them once per coder. The tables live as long as the

@@ -89,13 +89,13 @@ void forward_pass(std::int16_t* values) noexcept
         difference[i] = static_cast<std::int16_t>(a - b);
     }
     for (std::size_t k = 0; k < side / 2; ++k) {
-        const std::int16_t even[4] = {jpeg_dct_even[0][k], jpeg_dct_even[1][k],
-                                      jpeg_dct_even[2][k], jpeg_dct_even[3][k]};
+        const std::int16_t even[4] = {jpeg_dct_even[0][k], jpeg_dct_even[1][k], jpeg_dct_even[2][k],
+                                      jpeg_dct_even[3][k]};
         const std::int16_t odd[4] = {jpeg_dct_odd[0][k], jpeg_dct_odd[1][k], jpeg_dct_odd[2][k],
                                      jpeg_dct_odd[3][k]};
         values[2 * k * Stride] = descale(dot(even, sum[0], sum[1], sum[2], sum[3]), Shift);
-        values[(2 * k + 1) * Stride] = descale(
-            dot(odd, difference[0], difference[1], difference[2], difference[3]), Shift);
+        values[(2 * k + 1) * Stride] =
+            descale(dot(odd, difference[0], difference[1], difference[2], difference[3]), Shift);
     }
 }
 

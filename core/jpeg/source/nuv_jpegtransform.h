@@ -38,9 +38,7 @@ inline constexpr int jpeg_dct_second_shift = 18;
 {
     constexpr std::int32_t lowest = std::numeric_limits<std::int16_t>::min();
     constexpr std::int32_t highest = std::numeric_limits<std::int16_t>::max();
-    return static_cast<std::int16_t>(value < lowest    ? lowest
-                                     : value > highest ? highest
-                                                       : value);
+    return static_cast<std::int16_t>(value < lowest ? lowest : value > highest ? highest : value);
 }
 
 // value * factor / 2^15, to nearest with ties to even, saturated.

@@ -4,6 +4,7 @@
 
 #    include "core/jpeg/source/nuv_jpegtransform.h"
 
+#    include <cstddef>
 #    include <immintrin.h>
 
 namespace nuv {
@@ -21,8 +22,8 @@ NUV_TARGET("avx2")
 inline __m256i pair_constants(int even_first, int even_second, int odd_first, int odd_second)
 {
     const auto pair = [](int low, int high) {
-        return static_cast<int>(static_cast<unsigned>(low & 0xFFFF) |
-                                static_cast<unsigned>(high) << 16);
+        return static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high)
+                                                                          << 16);
     };
     return _mm256_setr_m128i(_mm_set1_epi32(pair(even_first, even_second)),
                              _mm_set1_epi32(pair(odd_first, odd_second)));
@@ -86,14 +87,10 @@ inline Quad inverse_pass(__m256i pairs_a_low, __m256i pairs_b_low, __m256i pairs
                          __m256i pairs_b_high)
 {
     __m256i out[8];
-    inverse_outputs<0, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[0],
-                              out[7]);
-    inverse_outputs<1, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[1],
-                              out[6]);
-    inverse_outputs<2, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[2],
-                              out[5]);
-    inverse_outputs<3, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[3],
-                              out[4]);
+    inverse_outputs<0, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[0], out[7]);
+    inverse_outputs<1, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[1], out[6]);
+    inverse_outputs<2, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[2], out[5]);
+    inverse_outputs<3, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[3], out[4]);
     return {_mm256_packs_epi32(out[0], out[4]), _mm256_packs_epi32(out[1], out[5]),
             _mm256_packs_epi32(out[2], out[6]), _mm256_packs_epi32(out[3], out[7])};
 }
@@ -115,14 +112,13 @@ inline Quad transpose(const Quad& in)
 NUV_TARGET("avx2")
 inline __m256i pair_up(__m256i quarter_columns)
 {
-    const __m256i order =
-        _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, //
-                         0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+    const __m256i order = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, //
+                                           0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
     return _mm256_shuffle_epi8(_mm256_permute4x64_epi64(quarter_columns, 0xD8), order);
 }
 
 NUV_TARGET("avx2")
-inline void store_rows(std::int16_t* output, __m256i rows, int lower, int upper)
+inline void store_rows(std::int16_t* output, __m256i rows, std::size_t lower, std::size_t upper)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(output + 8 * lower), _mm256_castsi256_si128(rows));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(output + 8 * upper),
@@ -133,7 +129,7 @@ NUV_TARGET("avx2")
 inline void fill_block(std::int16_t* output, std::int16_t value)
 {
     const __m256i all = _mm256_set1_epi16(value);
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         store_16(output + 16 * i, all);
 }
 
@@ -178,18 +174,18 @@ NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t*
 // front_*: [s0 s1 | d0 d1], back_*: [s2 s3 | d2 d3] of four columns.
 template <int K, int Shift>
 NUV_TARGET("avx2")
-inline __m256i forward_outputs(__m256i front_low, __m256i back_low, __m256i front_high,
-                               __m256i back_high)
+inline __m256i
+    forward_outputs(__m256i front_low, __m256i back_low, __m256i front_high, __m256i back_high)
 {
     const __m256i front = pair_constants(jpeg_dct_even[0][K], jpeg_dct_even[1][K],
                                          jpeg_dct_odd[0][K], jpeg_dct_odd[1][K]);
     const __m256i back = pair_constants(jpeg_dct_even[2][K], jpeg_dct_even[3][K],
                                         jpeg_dct_odd[2][K], jpeg_dct_odd[3][K]);
     const __m256i half = _mm256_set1_epi32(1 << (Shift - 1));
-    const __m256i low = _mm256_add_epi32(_mm256_madd_epi16(front_low, front),
-                                         _mm256_madd_epi16(back_low, back));
-    const __m256i high = _mm256_add_epi32(_mm256_madd_epi16(front_high, front),
-                                          _mm256_madd_epi16(back_high, back));
+    const __m256i low =
+        _mm256_add_epi32(_mm256_madd_epi16(front_low, front), _mm256_madd_epi16(back_low, back));
+    const __m256i high =
+        _mm256_add_epi32(_mm256_madd_epi16(front_high, front), _mm256_madd_epi16(back_high, back));
     return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), Shift),
                               _mm256_srai_epi32(_mm256_add_epi32(high, half), Shift));
 }
@@ -261,15 +257,14 @@ NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
     const __m256i columns_0_to_3_high = _mm256_unpackhi_epi16(first.a, first.b);
     const __m256i columns_4_to_7_low = _mm256_unpacklo_epi16(first.c, first.d);
     const __m256i columns_4_to_7_high = _mm256_unpackhi_epi16(first.c, first.d);
-    const Quad rows = {
-        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(columns_0_to_3_low, columns_4_to_7_low),
-                                 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(columns_0_to_3_low, columns_4_to_7_low),
-                                 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(columns_0_to_3_high, columns_4_to_7_high),
-                                 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(columns_0_to_3_high, columns_4_to_7_high),
-                                 0xD8)};
+    const Quad rows = {_mm256_permute4x64_epi64(
+                           _mm256_unpacklo_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpackhi_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpacklo_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpackhi_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8)};
 
     const Quad second = forward_pass<jpeg_dct_second_shift>(rows);
     const __m256i natural = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15,

@@ -4,6 +4,7 @@
 
 #    include "core/jpeg/source/nuv_jpegtransform.h"
 
+#    include <cstddef>
 #    include <emmintrin.h>
 
 namespace nuv {
@@ -43,9 +44,9 @@ inline Pairs pair_up(__m128i first, __m128i second)
 NUV_TARGET("sse2")
 inline Pairs dot(const Pairs& a, __m128i constants_a, const Pairs& b, __m128i constants_b)
 {
-    return {_mm_add_epi32(_mm_madd_epi16(a.low, constants_a), _mm_madd_epi16(b.low, constants_b)),
-            _mm_add_epi32(_mm_madd_epi16(a.high, constants_a),
-                          _mm_madd_epi16(b.high, constants_b))};
+    return {
+        _mm_add_epi32(_mm_madd_epi16(a.low, constants_a), _mm_madd_epi16(b.low, constants_b)),
+        _mm_add_epi32(_mm_madd_epi16(a.high, constants_a), _mm_madd_epi16(b.high, constants_b))};
 }
 
 NUV_TARGET("sse2")
@@ -81,8 +82,8 @@ inline void inverse_outputs(const Pairs& in_04, const Pairs& in_26, const Pairs&
 {
     constexpr const auto& even = jpeg_dct_even[K];
     constexpr const auto& odd = jpeg_dct_odd[K];
-    const Pairs evens = dot(in_04, pair_constants(even[0], even[2]), in_26,
-                            pair_constants(even[1], even[3]));
+    const Pairs evens =
+        dot(in_04, pair_constants(even[0], even[2]), in_26, pair_constants(even[1], even[3]));
     const Pairs odds =
         dot(in_15, pair_constants(odd[0], odd[2]), in_37, pair_constants(odd[1], odd[3]));
     const __m128i half = _mm_set1_epi32(1 << (Shift - 1));
@@ -124,27 +125,27 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
         return jpeg_null_pointer;
 
     __m128i rows[8];
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         rows[i] = load_8(coefficients + 8 * i);
     __m128i ac = _mm_and_si128(rows[0], _mm_setr_epi32(-65536, -1, -1, -1));
-    for (int i = 1; i < 8; ++i)
+    for (std::size_t i = 1; i < 8; ++i)
         ac = _mm_or_si128(ac, rows[i]);
     if (_mm_movemask_epi8(_mm_cmpeq_epi8(ac, _mm_setzero_si128())) == 0xFFFF) {
         const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
-        const __m128i all = _mm_set1_epi16(
-            static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
-        for (int i = 0; i < 8; ++i)
+        const __m128i all =
+            _mm_set1_epi16(static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
+        for (std::size_t i = 0; i < 8; ++i)
             store_8(output + 8 * i, all);
         return jpeg_good;
     }
 
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         rows[i] = dequantise(rows[i], load_8(table + 8 * i));
     inverse_pass<jpeg_dct_first_shift>(rows);
     transpose(rows);
     inverse_pass<jpeg_dct_second_shift>(rows);
     transpose(rows);
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         store_8(output + 8 * i, rows[i]);
     return jpeg_good;
 }
@@ -153,7 +154,7 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
 template <int Shift>
 NUV_TARGET("sse2")
 inline __m128i forward_output(const Pairs& in_01, const Pairs& in_23,
-                              const std::int16_t (&matrix)[4][4], int k)
+                              const std::int16_t (&matrix)[4][4], std::size_t k)
 {
     const Pairs sums = dot(in_01, pair_constants(matrix[0][k], matrix[1][k]), in_23,
                            pair_constants(matrix[2][k], matrix[3][k]));
@@ -166,15 +167,13 @@ template <int Shift>
 NUV_TARGET("sse2")
 inline void forward_pass(__m128i (&rows)[8])
 {
-    const Pairs sums_01 =
-        pair_up(_mm_add_epi16(rows[0], rows[7]), _mm_add_epi16(rows[1], rows[6]));
-    const Pairs sums_23 =
-        pair_up(_mm_add_epi16(rows[2], rows[5]), _mm_add_epi16(rows[3], rows[4]));
+    const Pairs sums_01 = pair_up(_mm_add_epi16(rows[0], rows[7]), _mm_add_epi16(rows[1], rows[6]));
+    const Pairs sums_23 = pair_up(_mm_add_epi16(rows[2], rows[5]), _mm_add_epi16(rows[3], rows[4]));
     const Pairs differences_01 =
         pair_up(_mm_sub_epi16(rows[0], rows[7]), _mm_sub_epi16(rows[1], rows[6]));
     const Pairs differences_23 =
         pair_up(_mm_sub_epi16(rows[2], rows[5]), _mm_sub_epi16(rows[3], rows[4]));
-    for (int k = 0; k < 4; ++k) {
+    for (std::size_t k = 0; k < 4; ++k) {
         rows[2 * k] = forward_output<Shift>(sums_01, sums_23, jpeg_dct_even, k);
         rows[2 * k + 1] = forward_output<Shift>(differences_01, differences_23, jpeg_dct_odd, k);
     }
@@ -204,13 +203,13 @@ NUV_JPEGResult fdct_quant_sse2(std::int16_t* block, const std::uint16_t* table)
         return jpeg_null_pointer;
 
     __m128i rows[8];
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         rows[i] = load_8(block + 8 * i);
     transpose(rows);
     forward_pass<jpeg_dct_first_shift>(rows);
     transpose(rows);
     forward_pass<jpeg_dct_second_shift>(rows);
-    for (int i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         store_8(block + 8 * i, quantise(rows[i], load_8(table + 8 * i)));
     return jpeg_good;
 }

@@ -1,0 +1,99 @@
+#include "core/crop/nuv_crop.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processengine.h"
+
+#include <algorithm>
+
+namespace nuv {
+namespace {
+
+class NUV_CropHeightEngine final : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t y, std::uint32_t h);
+
+private:
+    [[nodiscard]] bool skip_line();
+    [[nodiscard]] bool copy_line();
+
+    std::uint32_t first_ = 0; // line to keep
+    std::uint32_t end_ = 0;   // one past the last line to keep
+    std::uint32_t read_ = 0;  // lines
+};
+
+[[nodiscard]] bool can_crop(const NUV_Header& header)
+{
+    const NUV_DataType* type = header.data_type();
+    const bool is_known = type == NUV_DataType::u_integer || type == NUV_DataType::s_integer ||
+                          type == NUV_DataType::floating;
+    constexpr std::uint16_t sizes[] = {1, 8, 16, 32, 64};
+    return header.is_raw() && is_known &&
+           std::ranges::find(sizes, header.bits()) != std::end(sizes);
+}
+
+bool NUV_CropHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                    NUV_DstBuffer* dst, std::uint32_t y, std::uint32_t h)
+{
+    constexpr auto method = "NUV_CropHeightEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (!can_crop(*header))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    if (y >= header->height() || h == 0)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+
+    first_ = y;
+    header_.height(std::min(h, header->height() - y));
+    end_ = y + header_.height();
+    return src->block_bytes(header->line_bytes()) && dst->block_bytes(header->line_bytes());
+}
+
+bool NUV_CropHeightEngine::execute()
+{
+    if (read_ < first_)
+        return skip_line();
+    return read_ < end_ && copy_line();
+}
+
+bool NUV_CropHeightEngine::skip_line()
+{
+    if (!src_buffer_->get(nullptr))
+        return false;
+    ++read_;
+    return src_buffer_->release();
+}
+
+// Straight into the output block, which is so filled by whoever writes the source.
+bool NUV_CropHeightEngine::copy_line()
+{
+    void* out = dst_buffer_->get();
+    if (!out)
+        return false;
+    if (!src_buffer_->get(out, nullptr)) {
+        static_cast<void>(dst_buffer_->release(0));
+        return false;
+    }
+    const bool released = src_buffer_->release();
+    const bool committed = dst_buffer_->release(header_.line_bytes());
+    ++read_;
+    return released && committed;
+}
+
+} // namespace
+
+NUV_Engine* NUV_CropHeight::engine(NUV_Engine* previous, std::uint32_t y, std::uint32_t h)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropHeight::engine()");
+    if (y == 0 && h >= previous->header()->height())
+        return previous;
+    return append_new<NUV_CropHeightEngine>(*previous, y, h);
+}
+
+} // namespace nuv

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "framework/base/nuv_header.h"
+#include "framework/base/nuv_resolutioninfo.h"
+#include "framework/io/nuv_inputstorage.h"
+
+namespace nuv {
+
+// What a stored image is and how it was stored. A probe is a class that derives from this one; a
+// reader takes only an info that is loaded().
+class NUV_FormatInfo : public NUV_Header {
+public:
+    using NUV_Header::NUV_Header;
+
+    // A constant lower-case name, as "pnm".
+    [[nodiscard]] virtual const char* format_name() const noexcept = 0;
+    // This object, seen as the description of the pixels alone.
+    [[nodiscard]] virtual const NUV_Header* header() const noexcept { return this; }
+    [[nodiscard]] virtual const NUV_ResolutionInfo& resolution() const noexcept
+    {
+        return resolution_;
+    }
+    // The format's own parser, for load() to call. False without a status when the signature of the
+    // format is not there; data errors are raised only behind it.
+    [[nodiscard]] virtual bool load_internal(NUV_InputStorage* storage) = 0;
+
+    // Reads the description at the storage's position. On success the storage stands where the
+    // parser stopped, on failure where it stood before. NUV_ERR_ARGUMENT for a null or closed one.
+    [[nodiscard]] bool load(NUV_InputStorage* storage)
+    {
+        return load_by(storage, [this](NUV_InputStorage* open) { return load_internal(open); });
+    }
+
+    // True after a load() that worked.
+    [[nodiscard]] bool loaded() const noexcept { return loaded_; }
+
+protected:
+    // load() with another parser, `bool parse(NUV_InputStorage*)`: for a format that is told more
+    // than where its data begins.
+    template <class Parse>
+    [[nodiscard]] bool load_by(NUV_InputStorage* storage, Parse parse)
+    {
+        if (!begin_load(storage))
+            return false;
+        const std::int32_t start = storage->position();
+        loaded_ = parse(storage);
+        return loaded_ || go_back(*storage, start);
+    }
+
+    NUV_ResolutionInfo resolution_;
+
+private:
+    [[nodiscard]] bool begin_load(const NUV_InputStorage* storage);
+    // Always false: what is left of a load that did not work.
+    [[nodiscard]] static bool go_back(NUV_InputStorage& storage, std::int32_t start);
+
+    bool loaded_ = false;
+};
+
+} // namespace nuv

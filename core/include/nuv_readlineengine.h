@@ -1,0 +1,39 @@
+#pragma once
+
+#include "framework/engine/nuv_readengine.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// Takes an image from a storage one raw line a step, from the place where the storage stands at
+// initiate(). A line that cannot be read ends the image; the lines before it stand.
+class NUV_ReadLineEngine : public NUV_ReadEngine {
+public:
+    using NUV_ReadEngine::NUV_ReadEngine;
+
+    [[nodiscard]] bool execute() final;
+
+    // Blocks of one line.
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                NUV_DstBuffer* dst);
+
+protected:
+    // The fewest bytes in which a line can be stored.
+    [[nodiscard]] virtual std::uint64_t least_line_bytes() const = 0;
+    // Reads the next line, line_bytes_ bytes. False after a status. `out` is null when the storage
+    // is too short for even one line: then this reads as far as it gets, for the status alone, so
+    // that no memory is taken on the word of a header.
+    [[nodiscard]] virtual bool read_line(std::uint8_t* out) = 0;
+
+    std::uint32_t line_bytes_ = 0;
+
+private:
+    // To the first line. False when there cannot be one.
+    [[nodiscard]] bool begin();
+
+    std::uint32_t line_ = 0;
+    std::int32_t start_ = 0; // position of the pixels
+};
+
+} // namespace nuv

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "framework/base/nuv_header.h"
+#include "framework/utility/nuv_fixedreal.h"
+#include "framework/utility/nuv_sampletype.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+namespace nuv {
+
+// Destination pixel k of an axis lies at source coordinate (k + 0.5) x r - 0.5, where r is source
+// size / destination size. Positions advance by repeated addition of r, never by multiplication:
+// the two differ in the last bit, and every scaler is to land on the same samples.
+[[nodiscard]] constexpr double scale_ratio(std::uint32_t source, std::uint32_t destination) noexcept
+{
+    return static_cast<double>(source) / destination;
+}
+
+// Ratios are compared by this absolute tolerance.
+inline constexpr double same_ratio_tolerance = 2.220446049250313e-16;
+
+// The integer nearest to a ratio, and whether the ratio is that integer.
+struct NUV_NearestRatio {
+    explicit constexpr NUV_NearestRatio(double ratio) noexcept
+        : value(static_cast<std::uint32_t>(ratio + 0.5)),
+          exact(std::max(ratio - value, value - ratio) <= same_ratio_tolerance)
+    {}
+
+    [[nodiscard]] constexpr bool is_odd() const noexcept { return (value & 1) != 0; }
+
+    std::uint32_t value;
+    bool exact;
+};
+
+// Calls visit.operator()<T>() with the type of 8 and 16-bit integer samples, otherwise() for all
+// others. It looks at type and bits alone; the engine tests the rest of the header.
+template <class Visit, class Otherwise>
+auto visit_integer_type(const NUV_Header& header, Visit&& visit, Otherwise&& otherwise)
+{
+    const bool is_unsigned = header.data_type() == NUV_DataType::u_integer;
+    if (!is_unsigned && header.data_type() != NUV_DataType::s_integer)
+        return otherwise();
+    if (header.bits() == 8) {
+        return is_unsigned ? visit.template operator()<std::uint8_t>()
+                           : visit.template operator()<std::int8_t>();
+    }
+    if (header.bits() == 16) {
+        return is_unsigned ? visit.template operator()<std::uint16_t>()
+                           : visit.template operator()<std::int16_t>();
+    }
+    return otherwise();
+}
+
+// What results of a sample type are limited to.
+template <IntegerSample T>
+struct NUV_SampleLimits {
+    T minimum = std::numeric_limits<T>::min();
+    T maximum = std::numeric_limits<T>::max();
+
+    // Those of `bits` significant bits: 0, or no fewer than T has, is the whole range.
+    [[nodiscard]] static constexpr NUV_SampleLimits of_bits(std::uint16_t bits) noexcept
+    {
+        NUV_SampleLimits limits;
+        constexpr int all = 8 * sizeof(T);
+        if (bits == 0 || bits >= all)
+            return limits;
+        const int dropped = all - bits;
+        limits.minimum = static_cast<T>(limits.minimum >> dropped);
+        limits.maximum = static_cast<T>(limits.maximum >> dropped);
+        return limits;
+    }
+};
+
+// How a weighted sum becomes a sample again. The sums of the first two are in units of 1 / 4096;
+// the results are not yet limited.
+
+template <std::signed_integral Sum>
+[[nodiscard]] constexpr Sum round_fixed_unsigned(Sum sum) noexcept
+{
+    return sum < 0 ? Sum{0} : static_cast<Sum>((sum + NUV_FixedReal::half) >> 12);
+}
+
+// Away from zero at a half on both sides, but for a small difference in sums that are negative.
+template <std::signed_integral Sum>
+[[nodiscard]] constexpr Sum round_fixed_signed(Sum sum) noexcept
+{
+    const Sum upward = static_cast<Sum>((sum + NUV_FixedReal::half) >> 12);
+    const Sum downward = static_cast<Sum>(-((NUV_FixedReal::half - sum) >> 12));
+    return sum < 1 ? (sum == 0 ? Sum{0} : downward) : upward;
+}
+
+template <IntegerSample T, std::signed_integral Sum>
+[[nodiscard]] constexpr Sum round_fixed(Sum sum) noexcept
+{
+    if constexpr (std::is_signed_v<T>)
+        return round_fixed_signed(sum);
+    else
+        return round_fixed_unsigned(sum);
+}
+
+// The limits come before the cast, so that every sum is defined; what is not a number becomes the
+// minimum.
+template <IntegerSample T>
+[[nodiscard]] constexpr T round_real(double sum, NUV_SampleLimits<T> limits = {}) noexcept
+{
+    const double low = limits.minimum;
+    const double high = limits.maximum;
+    double moved = sum + 0.5;
+    if constexpr (std::is_signed_v<T>)
+        moved = sum >= 0 ? moved : sum - 0.5;
+    moved = moved > low ? moved : low;
+    moved = moved < high ? moved : high;
+    return static_cast<T>(static_cast<std::int32_t>(moved));
+}
+
+template <IntegerSample T, std::signed_integral Sum>
+[[nodiscard]] constexpr T round_fixed(Sum sum, NUV_SampleLimits<T> limits) noexcept
+{
+    const Sum value = round_fixed<T>(sum);
+    const Sum low = limits.minimum;
+    const Sum high = limits.maximum;
+    return static_cast<T>(value <= low ? low : value >= high ? high : value);
+}
+
+} // namespace nuv

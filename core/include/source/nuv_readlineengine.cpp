@@ -1,0 +1,42 @@
+#include "core/include/nuv_readlineengine.h"
+
+namespace nuv {
+
+bool NUV_ReadLineEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                  NUV_DstBuffer* dst)
+{
+    if (!NUV_ReadEngine::initiate(storage, header, dst))
+        return false;
+    start_ = storage->position();
+    line_bytes_ = header_.line_bytes();
+    return dst->block_bytes(line_bytes_);
+}
+
+bool NUV_ReadLineEngine::begin()
+{
+    // Whoever shares the storage may have moved it since.
+    if (storage_->position() != start_)
+        static_cast<void>(storage_->to(start_));
+    const std::int64_t left = std::int64_t{storage_->size()} - storage_->position();
+    if (left >= 0 && least_line_bytes() <= static_cast<std::uint64_t>(left))
+        return true;
+    static_cast<void>(read_line(nullptr));
+    return false;
+}
+
+bool NUV_ReadLineEngine::execute()
+{
+    if (line_ >= header_.height())
+        return false;
+    if (line_ == 0 && !begin())
+        return false;
+    void* out = dst_buffer_->get();
+    if (!out)
+        return false;
+    const bool done = read_line(static_cast<std::uint8_t*>(out));
+    const bool committed = dst_buffer_->release(done ? line_bytes_ : 0);
+    ++line_;
+    return done && committed;
+}
+
+} // namespace nuv

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "core/jpeg/source/nuv_jpegcodes.h"
+#include "framework/base/nuv_failure.h"
+
+namespace nuv {
+
+// The status that a code of the coder stands for; NUV_STATUS_OK for the codes that raise none:
+// success, no memory (which the manager has raised), a stream that is no JPEG (a probe stays
+// silent) and data that ended in the scan (which shows as damaged lines).
+[[nodiscard]] NUV_StatusCode jpeg_status_of(NUV_JPEGCode code) noexcept;
+
+// Raises what `code` stands for under `method`, if anything. True for a code above 0.
+bool nuv_jpegregiststatus(NUV_Manager& manager, NUV_JPEGCode code, const char* method,
+                          NUV_Here here = NUV_Here::now());
+
+} // namespace nuv

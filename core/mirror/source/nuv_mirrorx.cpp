@@ -1,0 +1,134 @@
+#include "core/mirror/nuv_mirrorx.h"
+
+#include "core/mirror/source/nuv_mirrorx_kernels.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processlinetolineengine.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+namespace {
+
+template <class T>
+class NUV_MirrorX8xNBitsEngine final : public NUV_ProcessLineToLineEngine {
+public:
+    using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+    {
+        constexpr auto method = "NUV_MirrorX8xNBitsEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
+            return false;
+        if (header->bits() != 8 * sizeof(T))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        pixel_bytes_ = header->channels() * sizeof(T);
+        mirror_row_ = choose_mirror_row(NUV_Cpu::current(), pixel_bytes_);
+        return dst->block_bytes(header_.line_bytes());
+    }
+
+private:
+    [[nodiscard]] bool process_line(const void* in, void* out) override
+    {
+        mirror_row_(static_cast<const std::uint8_t*>(in), static_cast<std::uint8_t*>(out),
+                    header_.width(), pixel_bytes_);
+        return true;
+    }
+
+    MirrorRow mirror_row_ = nullptr;
+    std::size_t pixel_bytes_ = 0;
+};
+
+// Each byte with its bits in the opposite order.
+constexpr auto reversed_bits = [] {
+    std::array<std::uint8_t, 256> table{};
+    for (unsigned byte = 0; byte < table.size(); ++byte) {
+        unsigned turned = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            turned |= (byte >> bit & 1U) << (7 - bit);
+        table[byte] = static_cast<std::uint8_t>(turned);
+    }
+    return table;
+}();
+
+class NUV_MirrorX1BitEngine final : public NUV_ProcessLineToLineEngine {
+public:
+    using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+    {
+        constexpr auto method = "NUV_MirrorX1BitEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
+            return false;
+        if (header->bits() != 1 || header->channels() != 1 ||
+            header->data_type() != NUV_DataType::u_integer)
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        tail_bits_ = header->width() & 7;
+        line_bytes_ = header->line_bytes();
+        return dst->block_bytes(line_bytes_);
+    }
+
+private:
+    [[nodiscard]] bool process_line(const void* in, void* out) override;
+
+    std::uint32_t tail_bits_ = 0; // pixels in the last byte of a line, 0 when it is full
+    std::uint32_t line_bytes_ = 0;
+};
+
+bool NUV_MirrorX1BitEngine::process_line(const void* in, void* out)
+{
+    const auto* from = static_cast<const std::uint8_t*>(in);
+    auto* to = static_cast<std::uint8_t*>(out);
+    const std::size_t last = line_bytes_ - 1;
+    if (tail_bits_ == 0) {
+        for (std::size_t i = 0; i <= last; ++i)
+            to[i] = reversed_bits[from[last - i]];
+        return true;
+    }
+    // Eight pixels that end at the last one stand across two bytes.
+    const unsigned right = 8 - tail_bits_;
+    for (std::size_t i = 0; i < last; ++i) {
+        const std::uint8_t* at = from + last - i;
+        to[i] = reversed_bits[(at[0] >> right | at[-1] << tail_bits_) & 0xFF];
+    }
+    to[last] = reversed_bits[from[0] >> right];
+    return true;
+}
+
+} // namespace
+
+NUV_Engine* NUV_MirrorX::engine(NUV_Engine* previous)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX::engine()");
+    if (previous->header()->bits() == 1)
+        return NUV_MirrorX1Bit(manager()).engine(previous);
+    return NUV_MirrorX8xNBits(manager()).engine(previous);
+}
+
+NUV_Engine* NUV_MirrorX8xNBits::engine(NUV_Engine* previous)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX8xNBits::engine()");
+    if (previous->header()->bits() == 16)
+        return append_new<NUV_MirrorX8xNBitsEngine<std::uint16_t>>(*previous);
+    return append_new<NUV_MirrorX8xNBitsEngine<std::uint8_t>>(*previous);
+}
+
+NUV_Engine* NUV_MirrorX1Bit::engine(NUV_Engine* previous)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX1Bit::engine()");
+    return append_new<NUV_MirrorX1BitEngine>(*previous);
+}
+
+} // namespace nuv

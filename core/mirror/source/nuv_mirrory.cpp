@@ -1,0 +1,50 @@
+#include "core/mirror/nuv_mirrory.h"
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processplanetolineengine.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+class NUV_MirrorYEngine final : public NUV_ProcessPlaneToLineEngine {
+public:
+    using NUV_ProcessPlaneToLineEngine::NUV_ProcessPlaneToLineEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+    {
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, "NUV_MirrorYEngine::initiate()");
+        if (!NUV_ProcessPlaneToLineEngine::initiate(header, src, dst))
+            return false;
+        line_bytes_ = header->line_bytes();
+        return dst->block_bytes(line_bytes_);
+    }
+
+private:
+    [[nodiscard]] bool process_line(const void* plane, void* out) override
+    {
+        const std::size_t wanted = header_.height() - 1 - line_;
+        std::memcpy(out, static_cast<const std::uint8_t*>(plane) + wanted * line_bytes_,
+                    line_bytes_);
+        return true;
+    }
+
+    std::uint32_t line_bytes_ = 0;
+};
+
+} // namespace
+
+NUV_Engine* NUV_MirrorY::engine(NUV_Engine* previous)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorY::engine()");
+    return append_new<NUV_MirrorYEngine>(*previous);
+}
+
+} // namespace nuv

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "core/qdrle/nuv_qdrleruncursor.h"
+#include "framework/base/nuv_held.h"
+#include "framework/base/nuv_object.h"
+#include "framework/buffer/nuv_srcbuffer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace nuv {
+
+// What a holder of a whole image in run form has of its source.
+class NUV_QDRLEBufferBase : public NUV_Object {
+public:
+    explicit NUV_QDRLEBufferBase(NUV_Manager& manager) noexcept
+        : NUV_Object(manager), header_(manager)
+    {
+    }
+
+    bool cleanup() override;
+
+protected:
+    // Copies `header`. NUV_ERR_ARGUMENT for a null, NUV_ERR_UNSUPPORTED for an image of another
+    // kind and for lines longer than a stream of runs may be.
+    [[nodiscard]] bool initiate(NUV_SrcBuffer* src, const NUV_Header* header);
+
+    // The source may go as far as this object is concerned.
+    void let_go_of_source() noexcept;
+
+    NUV_Scratch<std::uint8_t> block_;
+    NUV_SrcBuffer* src_ = nullptr; // null once it has been let go of
+    NUV_Header header_;
+
+private:
+    // Depends on the source, which so lives until this is ended.
+    class SrcBufHolder final : public NUV_Object {
+    public:
+        using NUV_Object::NUV_Object;
+        bool cleanup() override { return true; }
+        [[nodiscard]] bool initiate(const NUV_SrcBuffer* src)
+        {
+            return manager().depend(this, src);
+        }
+    };
+
+    NUV_Held<SrcBufHolder> holder_;
+};
+
+// A whole image in run form, for engines that need its lines out of order. The source is read at
+// the first access to a line, once. An engine ends the buffer before its reader.
+class NUV_QDRLEBuffer final : public NUV_QDRLEBufferBase {
+public:
+    explicit NUV_QDRLEBuffer(NUV_Manager& manager) noexcept
+        : NUV_QDRLEBufferBase(manager), runs_(manager), line_ends_(manager)
+    {
+    }
+
+    bool cleanup() override;
+    [[nodiscard]] bool initiate(NUV_SrcBuffer* src, const NUV_Header* header);
+
+    [[nodiscard]] std::uint32_t height() const noexcept { return height_; }
+
+    // True when the whole image is here. Reads it when nobody has tried yet.
+    [[nodiscard]] bool load();
+
+    // The runs of a line, top line 0, in canonical order: ascending, apart from one another, within
+    // the width. Empty where the image ended before that line.
+    [[nodiscard]] std::span<const NUV_QDRLERun> line(std::uint32_t row);
+
+    // The same as a pair of cursors.
+    [[nodiscard]] NUV_QDRLERunCursor line_begin(std::uint32_t row);
+    [[nodiscard]] NUV_QDRLERunCursor line_end(std::uint32_t row);
+
+    // Reads the image. NUV_ERR_BROKEN_DATA for a stream that ends early or in the middle of a
+    // record, and for runs outside the line; the lines before that stay.
+    [[nodiscard]] bool regist_runarray(NUV_SrcBuffer* src, const NUV_Header* header);
+
+private:
+    [[nodiscard]] bool regist_block(std::span<const std::uint8_t> block, const NUV_Header& header);
+    [[nodiscard]] bool regist_run(NUV_QDRLERun run, std::uint32_t width);
+    [[nodiscard]] bool finish_line(std::uint32_t width);
+
+    NUV_Vector<NUV_QDRLERun> runs_;     // of all lines, one after the other
+    NUV_Vector<std::size_t> line_ends_; // where in runs_ each line ends
+    std::uint32_t height_ = 0;
+    bool registered_ = false;
+    bool complete_ = false;
+};
+
+} // namespace nuv

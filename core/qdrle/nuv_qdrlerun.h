@@ -1,0 +1,82 @@
+#pragma once
+
+#include "framework/base/nuv_header.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+
+namespace nuv {
+
+class NUV_DstBuffer;
+
+// A stretch of black pixels of one line, columns counted from 0 at the left edge. As bytes: start,
+// then end, both little-endian. A line of an image in run form is its runs and one terminator.
+struct NUV_QDRLERun {
+    static constexpr std::uint32_t terminator = 0xFFFFFFFF;
+    static constexpr std::uint32_t bytes = 8;
+
+    std::uint32_t start = terminator;
+    std::uint32_t end = terminator; // inclusive
+
+    [[nodiscard]] constexpr bool is_terminator() const noexcept
+    {
+        return start == terminator && end == terminator;
+    }
+    [[nodiscard]] constexpr bool operator==(const NUV_QDRLERun&) const noexcept = default;
+};
+
+// The record at any address.
+[[nodiscard]] inline NUV_QDRLERun load_run(const std::uint8_t* from) noexcept
+{
+    NUV_QDRLERun run;
+    std::memcpy(&run.start, from, sizeof(run.start));
+    std::memcpy(&run.end, from + sizeof(run.start), sizeof(run.end));
+    if constexpr (std::endian::native == std::endian::big)
+        run = {__builtin_bswap32(run.start), __builtin_bswap32(run.end)};
+    return run;
+}
+
+inline void store_run(std::uint8_t* to, NUV_QDRLERun run) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+        run = {__builtin_bswap32(run.start), __builtin_bswap32(run.end)};
+    std::memcpy(to, &run.start, sizeof(run.start));
+    std::memcpy(to + sizeof(run.start), &run.end, sizeof(run.end));
+}
+
+// Bytes of the longest line of `width` pixels, every second one black, with its terminator: the
+// block size of whoever writes the form. Nothing where that passes what a coded stream may hold.
+[[nodiscard]] constexpr std::optional<std::uint32_t>
+checked_run_line_bytes(std::uint32_t width) noexcept
+{
+    constexpr std::uint64_t limit = 0x40000000;
+    const std::uint64_t runs = (std::uint64_t{width} + 1) >> 1;
+    const std::uint64_t line_bytes = (runs + 1) * NUV_QDRLERun::bytes;
+    if (line_bytes > limit)
+        return std::nullopt;
+    return static_cast<std::uint32_t>(line_bytes);
+}
+
+// True for an image in run form: coded so, one bit, one channel.
+[[nodiscard]] inline bool holds_runs(const NUV_Header& header) noexcept
+{
+    return header.encode_type() == NUV_EncodeType::qd_rle && header.bits() == 1 &&
+           header.channels() == 1;
+}
+
+// Brings a line as it was read into the order that all run operations rely on: ascending, start not
+// behind end, all within `width`, no two that overlap or touch. What lies outside is cut off, an
+// inverted run is dropped. Works in place and answers how many runs are left; they need at most
+// checked_run_line_bytes(width) bytes.
+[[nodiscard]] std::size_t make_canonical(std::span<NUV_QDRLERun> runs,
+                                         std::uint32_t width) noexcept;
+
+// Writes one line and its terminator, in as many blocks as it takes. False when a block could not
+// be had or committed, or holds no whole record.
+[[nodiscard]] bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst);
+
+} // namespace nuv

@@ -1,0 +1,108 @@
+#include "core/qdrle/nuv_qdrlecodec.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint32_t terminator = 0xFFFFFFFF;
+constexpr std::uint32_t width_limit = 0x80000000; // the first that no line can have
+
+[[nodiscard]] std::size_t bytes_of_line(std::uint32_t width) noexcept
+{
+    return (std::size_t{width} + 7) >> 3;
+}
+
+// Sets the bits of one run; false for one that the line cannot hold. Runs come in ascending order,
+// so no bit stands yet where the last byte is assigned.
+[[nodiscard]] bool draw_run(unsigned char* line, std::uint32_t width, std::uint32_t start,
+                            std::uint32_t end) noexcept
+{
+    if (end >= width)
+        return false;
+    const std::size_t first = start >> 3;
+    const std::size_t last = end >> 3;
+    const unsigned from_start = 0xFFU >> (start & 7);
+    const unsigned up_to_end = 0xFFU << (7 - (end & 7));
+    if (first == last) { // an inverted run draws nothing
+        line[first] = static_cast<unsigned char>(line[first] | (from_start & up_to_end));
+        return true;
+    }
+    if (start > end)
+        return false;
+    line[first] = static_cast<unsigned char>(line[first] | from_start);
+    std::memset(line + first + 1, 0xFF, last - first - 1);
+    line[last] = static_cast<unsigned char>(up_to_end);
+    return true;
+}
+
+} // namespace
+
+void QDRLELine::clear() noexcept
+{
+    reserved_ = 0;
+    count_ = 0;
+    QDRLE::reset();
+}
+
+void QDRLELine::assign(const QDRLELine& other) noexcept
+{
+    reserved_ = other.reserved_;
+    count_ = other.count_;
+    std::copy_n(other.runs_, count_, runs_);
+}
+
+QDRLELineDecoder::QDRLELineDecoder(const std::uint32_t* runs, std::uint32_t width) noexcept
+    : line_bytes_(bytes_of_line(width)), runs_(runs), width_(width)
+{
+    if (!runs || width == 0 || width >= width_limit)
+        refuse(QDRLEStatus::bad_argument);
+}
+
+bool QDRLELineDecoder::decode(unsigned char* line) noexcept
+{
+    if (!is_good())
+        return refuse(QDRLEStatus::failed_before);
+    if (!line)
+        return refuse(QDRLEStatus::bad_argument);
+    std::memset(line, 0, line_bytes_);
+    const std::size_t most_records = (std::size_t{width_} + 1) / 2 + 1; // with the terminator
+    position_ = 0;
+    for (std::size_t record = 0; record < most_records; ++record, position_ += 2) {
+        const std::uint32_t start = runs_[position_];
+        if (start == terminator)
+            return true;
+        if (!draw_run(line, width_, start, runs_[position_ + 1]))
+            return refuse(QDRLEStatus::bad_run);
+    }
+    return refuse(QDRLEStatus::cut_short);
+}
+
+QDRLEDecoder::QDRLEDecoder(DataInStream* stream, std::uint32_t width) noexcept
+    : stream_(stream), width_(width), line_bytes_(bytes_of_line(width))
+{
+    if (!stream || width == 0 || width >= width_limit)
+        refuse(QDRLEStatus::bad_argument);
+}
+
+bool QDRLEDecoder::decode(unsigned char* line)
+{
+    if (!is_good())
+        return refuse(QDRLEStatus::failed_before);
+    if (!line)
+        return refuse(QDRLEStatus::bad_argument);
+    std::memset(line, 0, line_bytes_);
+    for (;;) {
+        std::uint32_t start = 0;
+        std::uint32_t end = 0;
+        if (!stream_->read(&start) || !stream_->read(&end))
+            return refuse(QDRLEStatus::cut_short);
+        if (start == terminator)
+            return is_good();
+        if (!draw_run(line, width_, start, end))
+            return refuse(QDRLEStatus::bad_run);
+    }
+}
+
+} // namespace nuv

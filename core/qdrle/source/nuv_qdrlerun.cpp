@@ -1,0 +1,79 @@
+#include "core/qdrle/nuv_qdrlerun.h"
+
+#include "framework/buffer/nuv_dstbuffer.h"
+
+#include <algorithm>
+
+namespace nuv {
+namespace {
+
+// True when nothing has to be done, as with every line that our own engines write.
+[[nodiscard]] bool is_canonical(std::span<const NUV_QDRLERun> runs, std::uint32_t width) noexcept
+{
+    std::uint64_t free_from = 0; // the first column that the next run may start in
+    for (const NUV_QDRLERun& run : runs) {
+        if (run.start < free_from || run.end < run.start || run.end >= width)
+            return false;
+        free_from = std::uint64_t{run.end} + 2;
+    }
+    return true;
+}
+
+} // namespace
+
+std::size_t make_canonical(std::span<NUV_QDRLERun> runs, std::uint32_t width) noexcept
+{
+    if (is_canonical(runs, width))
+        return runs.size();
+
+    std::size_t count = 0;
+    for (const NUV_QDRLERun run : runs) {
+        if (run.start < width && run.start <= run.end)
+            runs[count++] = {run.start, std::min(run.end, width - 1)};
+    }
+    runs = runs.first(count);
+    const auto by_start = [](const NUV_QDRLERun& a, const NUV_QDRLERun& b) {
+        return a.start < b.start;
+    };
+    if (!std::is_sorted(runs.begin(), runs.end(), by_start))
+        std::sort(runs.begin(), runs.end(), by_start);
+
+    count = 0;
+    for (const NUV_QDRLERun run : runs) {
+        if (count > 0 && run.start <= std::uint64_t{runs[count - 1].end} + 1)
+            runs[count - 1].end = std::max(runs[count - 1].end, run.end);
+        else
+            runs[count++] = run;
+    }
+    return count;
+}
+
+bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst)
+{
+    const std::size_t records_per_block = dst.block_bytes() / NUV_QDRLERun::bytes;
+    if (records_per_block == 0)
+        return false;
+    for (;;) {
+        const bool is_last = runs.size() < records_per_block; // the terminator fits too
+        const std::size_t count = is_last ? runs.size() : records_per_block;
+        auto* const block = static_cast<std::uint8_t*>(dst.get());
+        if (!block)
+            return false;
+        std::uint8_t* to = block;
+        for (const NUV_QDRLERun& run : runs.first(count)) {
+            store_run(to, run);
+            to += NUV_QDRLERun::bytes;
+        }
+        if (is_last) {
+            store_run(to, {});
+            to += NUV_QDRLERun::bytes;
+        }
+        if (!dst.release(static_cast<std::uint32_t>(to - block)))
+            return false;
+        if (is_last)
+            return true;
+        runs = runs.subspan(count);
+    }
+}
+
+} // namespace nuv

@@ -1,0 +1,185 @@
+#include "core/rotate/nuv_rotate90.h"
+#include "core/rotate/source/nuv_rotate90engines.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_version.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint32_t group_rows = 8;
+
+[[nodiscard]] std::uint64_t load_word(const std::uint8_t* from) noexcept
+{
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof(word));
+    return word;
+}
+
+// Each byte end for end.
+[[nodiscard]] constexpr std::uint64_t reverse_in_bytes(std::uint64_t word) noexcept
+{
+    word = (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
+    word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
+    return (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
+}
+
+// The bytes b of `low` with the bits before them: (b >> shift) | (byte before << (8 - shift)), where
+// `high` holds the bytes before.
+[[nodiscard]] constexpr std::uint64_t shift_bytes(std::uint64_t low, std::uint64_t high,
+                                                  unsigned shift) noexcept
+{
+    const std::uint64_t kept_of_low = 0x0101010101010101 * (0xFFU >> shift);
+    const std::uint64_t kept_of_high = 0x0101010101010101 * (0xFFU << (8 - shift) & 0xFFU);
+    return (low >> shift & kept_of_low) | (high << (8 - shift) & kept_of_high);
+}
+
+} // namespace
+
+void rotate90groups_portable(std::span<const Rotate90Group> groups, const Rotate90Lines& lines)
+{
+    for (std::uint32_t x = 0; x < lines.width; x += 8) {
+        const std::uint32_t columns = std::min<std::uint32_t>(8, lines.width - x);
+        std::uint8_t* const first = lines.out + static_cast<std::ptrdiff_t>(x) * lines.out_step;
+        for (const Rotate90Group& group : groups) {
+            std::uint64_t bits = 0;
+            for (const std::uint8_t* row : group.rows)
+                bits = bits << 8 | row[x >> 3];
+            bits = transpose_8x8(bits);
+            std::uint8_t* out = first + group.column;
+            for (std::uint32_t i = 0; i < columns; ++i, bits <<= 8, out += lines.out_step) {
+                const unsigned joined = group.joins ? *out : 0U;
+                *out = static_cast<std::uint8_t>(joined | bits >> 56);
+            }
+        }
+    }
+}
+
+void reverse_bits(const std::uint8_t* in, std::uint8_t* out, std::uint32_t width) noexcept
+{
+    const std::size_t bytes = (std::size_t{width} + 7) >> 3;
+    const unsigned pad = static_cast<unsigned>(bytes * 8 - width);
+    // Byte i of the output is made of byte bytes-1-i of the input, less its pad bits, and of the
+    // lowest bits of the byte before that.
+    constexpr std::size_t step = sizeof(std::uint64_t);
+    std::size_t i = 0;
+    for (; i + step < bytes; i += step) {
+        const std::uint8_t* from = in + (bytes - i - step);
+        std::uint64_t word = load_word(from);
+        if (pad != 0)
+            word = shift_bytes(word, load_word(from - 1), pad);
+        word = __builtin_bswap64(reverse_in_bytes(word));
+        std::memcpy(out + i, &word, sizeof(word));
+    }
+    for (; i < bytes; ++i) {
+        const std::size_t from = bytes - 1 - i;
+        const unsigned before = from > 0 ? in[from - 1] : 0U;
+        const unsigned byte = (in[from] >> pad | before << (8 - pad)) & 0xFF;
+        out[i] = static_cast<std::uint8_t>(reverse_in_bytes(byte));
+    }
+}
+
+bool NUV_Rotate90_1Engine::cleanup()
+{
+    blank_line_.free();
+    return NUV_Rotate90PlaneEngine::cleanup();
+}
+
+bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                    NUV_DstBuffer* dst, std::int32_t angle, std::uint32_t block)
+{
+    constexpr auto method = "NUV_Rotate90_1Engine::initiate()";
+    const NUV_Angle wanted(angle);
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (!header->is_raw() || header->data_type() != NUV_DataType::u_integer ||
+        header->bits() != 1 || header->channels() != 1)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    const bool is_band = block != 0 && (block % group_rows == 0 || block == header->height());
+    if (!is_band || !wanted.is_quarter_turn())
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+
+    angle_ = wanted.normalized();
+    rotate_groups_ = choose_rotate90groups(NUV_Cpu::current());
+    if (!prepare(wanted, block, method) ||
+        !blank_line_.allocate(manager(), std::max<std::size_t>(src_line_bytes_, 1)))
+        return false;
+    std::ranges::fill(blank_line_.items(), std::uint8_t{0});
+    return true;
+}
+
+void NUV_Rotate90_1Engine::rotate(const NUV_Rotate90Band& band)
+{
+    if (angle_ != 180) {
+        quarter_turn(band);
+        return;
+    }
+    for (std::uint32_t row = 0; row < band.rows; ++row) {
+        const std::size_t line = band.height - 1 - (band.first_row + row);
+        reverse_bits(band.src + row * band.src_step, band.plane + line * band.plane_step,
+                     band.width);
+    }
+}
+
+Rotate90Group NUV_Rotate90_1Engine::group(const NUV_Rotate90Band& band, std::uint32_t column) const
+{
+    Rotate90Group group;
+    group.column = column;
+    std::uint64_t row_of_group = band.height; // the topmost line of those that exist
+    for (std::uint32_t i = 0; i < group_rows; ++i) {
+        // Output column number 8 * column + i; at 90 degrees the last source line comes first.
+        const std::uint64_t position = std::uint64_t{column} * group_rows + i;
+        group.rows[i] = blank_line_.data();
+        if (position >= band.height)
+            continue;
+        const std::uint64_t row = angle_ == 90 ? band.height - 1 - position : position;
+        row_of_group = std::min(row_of_group, row);
+        if (row >= band.first_row && row < std::uint64_t{band.first_row} + band.rows)
+            group.rows[i] = band.src + (row - band.first_row) * band.src_step;
+    }
+    group.joins = row_of_group < band.first_row;
+    return group;
+}
+
+void NUV_Rotate90_1Engine::quarter_turn(const NUV_Rotate90Band& band)
+{
+    const std::uint32_t last_row = band.first_row + band.rows - 1;
+    const std::uint32_t first =
+        (angle_ == 90 ? band.height - 1 - last_row : band.first_row) / group_rows;
+    const std::uint32_t last =
+        (angle_ == 90 ? band.height - 1 - band.first_row : last_row) / group_rows;
+    const auto step = static_cast<std::ptrdiff_t>(band.plane_step);
+    Rotate90Lines lines{.out = band.plane, .out_step = step, .width = band.width};
+    if (angle_ == 270) {
+        lines.out += (std::size_t{band.width} - 1) * band.plane_step;
+        lines.out_step = -step;
+    }
+
+    // A few at a time, so that the bytes of an output line are written together.
+    std::array<Rotate90Group, 10> groups;
+    std::uint32_t count = 0;
+    for (std::uint32_t column = first; column <= last; ++column) {
+        groups[count++] = group(band, column);
+        if (count == groups.size() || column == last) {
+            rotate_groups_(std::span(groups).first(count), lines);
+            count = 0;
+        }
+    }
+}
+
+NUV_Engine* NUV_Rotate90_1::engine(NUV_Engine* previous, std::int32_t angle, std::uint32_t block)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Rotate90_1::engine()");
+    if (NUV_Angle(angle).is_whole_turn())
+        return previous;
+    return append_new<NUV_Rotate90_1Engine>(*previous, angle, block);
+}
+
+} // namespace nuv

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "core/qdrle/nuv_qdrlebuffer.h"
+#include "core/rotate/source/nuv_edgelist.h"
+#include "core/rotate/source/nuv_rotate90_1_kernels.h"
+#include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
+#include "core/rotate/source/nuv_rotate90plane.h"
+#include "framework/base/nuv_held.h"
+
+#include <array>
+#include <cstdint>
+
+namespace nuv {
+
+// Packed bits.
+class NUV_Rotate90_1Engine final : public NUV_Rotate90PlaneEngine {
+public:
+    using NUV_Rotate90PlaneEngine::NUV_Rotate90PlaneEngine;
+
+    bool cleanup() override;
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::int32_t angle, std::uint32_t block);
+
+private:
+    void rotate(const NUV_Rotate90Band& band) override;
+    void quarter_turn(const NUV_Rotate90Band& band);
+    // The 8 source lines whose bits make the output bytes number `column`, as far as they lie in
+    // the band.
+    [[nodiscard]] Rotate90Group group(const NUV_Rotate90Band& band, std::uint32_t column) const;
+
+    std::int32_t angle_ = 0;                 // 90, 180 or 270
+    Rotate90Groups rotate_groups_ = nullptr; // for 90 and 270
+    NUV_Scratch<std::uint8_t> blank_line_;   // stands for the lines outside the band
+};
+
+// Whole bytes or pairs of them. T is unsigned and stands for both integer types of its size.
+template <class T>
+class NUV_Rotate90_8xNEngine final : public NUV_Rotate90PlaneEngine {
+public:
+    using NUV_Rotate90PlaneEngine::NUV_Rotate90PlaneEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::int32_t angle, std::uint32_t block);
+
+private:
+    void rotate(const NUV_Rotate90Band& band) override { rotate_block_(band, pixel_bytes_); }
+
+    Rotate90Block rotate_block_ = nullptr;
+    std::size_t pixel_bytes_ = 0;
+};
+
+// Runs.
+class NUV_Rotate90QDRLEEngine final : public NUV_ProcessEngine {
+public:
+    explicit NUV_Rotate90QDRLEEngine(NUV_Manager& manager) noexcept
+        : NUV_ProcessEngine(manager), line_(manager)
+    {
+    }
+
+    bool cleanup() override;
+    [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::int32_t angle);
+
+private:
+    [[nodiscard]] bool build();
+    // The runs of output line `row_`, into line_.
+    [[nodiscard]] bool turn_line();
+
+    NUV_Held<NUV_QDRLEBuffer> buffer_;
+    NUV_Held<NUV_EdgeList> edges_; // for 90 and 270
+    NUV_QDRLERunVector line_;
+    std::int32_t angle_ = 0; // 90, 180 or 270
+    std::uint32_t row_ = 0;  // lines written
+    bool built_ = false;
+};
+
+} // namespace nuv

@@ -1,0 +1,68 @@
+#include "core/rotate/source/nuv_rotate90plane.h"
+
+#include "framework/base/nuv_checkedsize.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+
+#include <algorithm>
+
+namespace nuv {
+
+bool NUV_Rotate90PlaneEngine::prepare(NUV_Angle angle, std::uint32_t block, const char* method)
+{
+    src_width_ = header_.width();
+    src_height_ = header_.height();
+    src_line_bytes_ = header_.line_bytes();
+    block_ = std::min(block, src_height_);
+    const auto band_bytes = checked_product(header_.line_bytes(), block_);
+    if (angle.exchanges_sides()) {
+        header_.width(src_height_);
+        header_.height(src_width_);
+    }
+    const auto plane_bytes = header_.checked_plane_bytes();
+    if (!band_bytes || !plane_bytes)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    plane_bytes_ = *plane_bytes;
+    return src_buffer_->block_bytes(*band_bytes) && dst_buffer_->block_bytes(plane_bytes_);
+}
+
+bool NUV_Rotate90PlaneEngine::execute()
+{
+    if (row_ >= src_height_)
+        return false;
+    auto* plane = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!plane)
+        return false;
+    const bool done = rotate_all(plane);
+    const bool committed = dst_buffer_->release(done ? plane_bytes_ : 0);
+    return done && committed;
+}
+
+bool NUV_Rotate90PlaneEngine::rotate_all(std::uint8_t* plane)
+{
+    while (row_ < src_height_) {
+        const std::uint32_t rows = std::min(block_, src_height_ - row_);
+        std::uint32_t count = 0;
+        const auto* src = static_cast<const std::uint8_t*>(src_buffer_->get(&count));
+        if (!src)
+            return false;
+        const bool is_whole = count == rows * src_line_bytes_;
+        if (is_whole) {
+            rotate({.src = src,
+                    .plane = plane,
+                    .src_step = src_line_bytes_,
+                    .plane_step = header_.line_bytes(),
+                    .width = src_width_,
+                    .height = src_height_,
+                    .first_row = row_,
+                    .rows = rows});
+        }
+        const bool released = src_buffer_->release();
+        row_ += rows;
+        if (!is_whole || !released)
+            return false;
+    }
+    return true;
+}
+
+} // namespace nuv

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/rotate/source/nuv_angle.h"
+#include "framework/engine/nuv_processengine.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+
+// One band of the source, and the plane that its pixels go to. Steps are in bytes.
+struct NUV_Rotate90Band {
+    const std::uint8_t* src = nullptr; // the band's first line
+    std::uint8_t* plane = nullptr;
+    std::size_t src_step = 0;
+    std::size_t plane_step = 0;
+    std::uint32_t width = 0;     // of the source image, in pixels
+    std::uint32_t height = 0;    // of the source image, in lines
+    std::uint32_t first_row = 0; // of the band
+    std::uint32_t rows = 0;
+};
+
+// The frame of the raw rotations: the source comes in bands of lines, the output is one block.
+class NUV_Rotate90PlaneEngine : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool execute() override;
+
+protected:
+    // Behind the base's initiate() and the own tests. A source block is `block` lines, or the image
+    // when that is lower. NUV_ERR_UNSUPPORTED under `method` when the plane passes 32-bit sizes.
+    [[nodiscard]] bool prepare(NUV_Angle angle, std::uint32_t block, const char* method);
+
+    // Writes all that the band contributes. Bands come from the top of the image.
+    virtual void rotate(const NUV_Rotate90Band& band) = 0;
+
+    std::uint32_t src_width_ = 0;
+    std::uint32_t src_height_ = 0;
+    std::size_t src_line_bytes_ = 0;
+
+private:
+    [[nodiscard]] bool rotate_all(std::uint8_t* plane);
+
+    std::uint32_t block_ = 0; // lines of a band
+    std::uint32_t row_ = 0;   // lines done
+    std::uint32_t plane_bytes_ = 0;
+};
+
+} // namespace nuv

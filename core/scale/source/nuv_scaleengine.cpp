@@ -1,0 +1,68 @@
+#include "core/scale/nuv_scaleengine.h"
+
+#include "framework/base/nuv_failure.h"
+
+namespace nuv {
+
+bool NUV_ScaleWidthEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                    NUV_DstBuffer* dst, std::uint32_t width)
+{
+    constexpr auto method = "NUV_ScaleWidthEngine::initiate()";
+
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (width == 0)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    header_.width(width);
+    const auto line_bytes = header_.checked_line_bytes();
+    if (!line_bytes)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+
+    source_width_ = header->width();
+    destination_width_ = width;
+    channels_ = header->channels();
+    source_line_bytes_ = header->line_bytes();
+    destination_line_bytes_ = *line_bytes;
+    return src->block_bytes(source_line_bytes_) && dst->block_bytes(destination_line_bytes_);
+}
+
+bool NUV_ScaleWidthEngine::execute()
+{
+    if (line_ >= header_.height())
+        return false;
+    const std::uint8_t* in = work_line_;
+    if (!in)
+        in = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
+    else if (!src_buffer_->get(work_line_, nullptr))
+        return false;
+    if (!in)
+        return false;
+    void* out = dst_buffer_->get();
+    if (!out) {
+        static_cast<void>(src_buffer_->release());
+        return false;
+    }
+    process_line(in, static_cast<std::uint8_t*>(out));
+    const bool released = src_buffer_->release();
+    const bool committed = dst_buffer_->release(destination_line_bytes_);
+    ++line_;
+    return released && committed;
+}
+
+bool NUV_ScaleHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                     NUV_DstBuffer* dst, std::uint32_t height)
+{
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (height == 0)
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleHeightEngine::initiate()");
+
+    header_.height(height);
+    source_height_ = header->height();
+    destination_height_ = height;
+    line_bytes_ = header->line_bytes();
+    ratio_ = static_cast<double>(source_height_) / height;
+    return src->block_bytes(line_bytes_) && dst->block_bytes(line_bytes_);
+}
+
+} // namespace nuv

@@ -1,0 +1,103 @@
+#include "core/include/nuv_scaleframe.h"
+#include "core/scale/nuv_scalecc.h"
+#include "core/scale/nuv_scaleengine.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/source/nuv_cubicweights.h"
+#include "core/scale/source/nuv_linekernels.h"
+#include "framework/base/nuv_version.h"
+
+#include <cstddef>
+
+namespace nuv {
+namespace {
+
+template <IntegerSample T, RealNumber R>
+class NUV_ScaleHeightCCEngine final : public NUV_ScaleHeightEngine {
+public:
+    using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t height, double a, std::uint16_t bits)
+    {
+        constexpr auto method = "NUV_ScaleHeightCCEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
+            return false;
+        if (!holds_samples_of<T>(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+
+        a_ = a;
+        limits_ = NUV_SampleLimits<T>::of_bits(bits);
+        samples_per_line_ = std::size_t{header->width()} * header->channels();
+        combine_ = choose_combine_lines<T, Weight>(NUV_Cpu::current(), has_narrow_weights(a));
+        position_ = ratio_ * 0.5 + 1.5; // two lines of padding above line 0
+        lines_.initiate(src, source_height_);
+        return true;
+    }
+
+    [[nodiscard]] bool execute() override
+    {
+        if (line_ >= destination_height_)
+            return false;
+        const std::uint32_t i = whole(position_, source_height_ + 1);
+        if (!lines_.move_to(std::int64_t{i} - 3))
+            return false;
+        auto* out = static_cast<T*>(dst_buffer_->get());
+        if (!out)
+            return false;
+        const T* lines[4];
+        for (std::uint32_t k = 0; k < 4; ++k)
+            lines[k] = reinterpret_cast<const T*>(lines_.line(k));
+        combine_(lines, out, samples_per_line_, cubic_weights<R>(position_ - i, a_), limits_);
+        position_ += ratio_;
+        ++line_;
+        const bool released = line_ < destination_height_ || lines_.release_all();
+        const bool committed = dst_buffer_->release(line_bytes_);
+        return released && committed;
+    }
+
+private:
+    using Weight = ScaleWeight<R>;
+
+    double a_ = 0;
+    NUV_SampleLimits<T> limits_;
+    std::size_t samples_per_line_ = 0;
+    CombineLines<T, Weight> combine_ = nullptr;
+    NUV_LineWindow<4> lines_;
+};
+
+} // namespace
+
+NUV_Engine* NUV_ScaleHeightCC::engine(NUV_Engine* previous, std::uint32_t height,
+                                      bool use_fixed_real, double a)
+{
+    constexpr auto method = "NUV_ScaleHeightCC::engine()";
+
+    if (!accepts(previous, height, method))
+        return nullptr;
+    if (height == previous->header()->height())
+        return previous;
+    if (previous->header()->height() == 1)
+        return NUV_ScaleHeightNN(manager()).engine(previous, height);
+    return append(*previous, height, use_fixed_real, a, 0, method);
+}
+
+NUV_Engine* NUV_ScaleHeightCC::append(NUV_Engine& previous, std::uint32_t height,
+                                      bool use_fixed_real, double a, std::uint16_t bits,
+                                      const char* method)
+{
+    return visit_integer_type(
+        *previous.header(),
+        [&]<class T>() -> NUV_Engine* {
+            if (use_fixed_real) {
+                return append_new<NUV_ScaleHeightCCEngine<T, NUV_FixedReal>>(previous, height, a,
+                                                                             bits);
+            }
+            return append_new<NUV_ScaleHeightCCEngine<T, double>>(previous, height, a, bits);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+} // namespace nuv

@@ -1,0 +1,101 @@
+#include "core/include/nuv_scaleframe.h"
+#include "core/scale/nuv_scaleengine.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/source/nuv_cubicweights.h"
+#include "core/scale/source/nuv_linekernels.h"
+#include "framework/base/nuv_version.h"
+
+#include <cstddef>
+
+namespace nuv {
+namespace {
+
+template <IntegerSample T, RealNumber R>
+class NUV_ScaleHeightLIEngine final : public NUV_ScaleHeightEngine {
+public:
+    using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t height)
+    {
+        constexpr auto method = "NUV_ScaleHeightLIEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
+            return false;
+        if (!holds_samples_of<T>(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+
+        samples_per_line_ = std::size_t{header->width()} * header->channels();
+        blend_ = choose_blend_lines<T, Weight>(NUV_Cpu::current());
+        position_ = (ratio_ + 1) * 0.5; // one line of padding above line 0
+        lines_.initiate(src, source_height_);
+        return true;
+    }
+
+    [[nodiscard]] bool execute() override
+    {
+        if (line_ >= destination_height_)
+            return false;
+        const std::uint32_t i = whole(position_, source_height_);
+        if (!lines_.move_to(std::int64_t{i} - 1))
+            return false;
+        auto* out = static_cast<T*>(dst_buffer_->get());
+        if (!out)
+            return false;
+        blend_(reinterpret_cast<const T*>(lines_.line(0)),
+               reinterpret_cast<const T*>(lines_.line(1)), out, samples_per_line_,
+               weight(position_ - i));
+        position_ += ratio_;
+        ++line_;
+        const bool released = line_ < destination_height_ || lines_.release_all();
+        const bool committed = dst_buffer_->release(line_bytes_);
+        return released && committed;
+    }
+
+private:
+    using Weight = ScaleWeight<R>;
+
+    [[nodiscard]] static Weight weight(double t) noexcept
+    {
+        if constexpr (std::same_as<R, double>)
+            return t;
+        else
+            return R(t).units();
+    }
+
+    std::size_t samples_per_line_ = 0;
+    BlendLines<T, Weight> blend_ = nullptr;
+    NUV_LineWindow<2> lines_;
+};
+
+} // namespace
+
+NUV_Engine* NUV_ScaleHeightLI::engine(NUV_Engine* previous, std::uint32_t height,
+                                      bool use_fixed_real)
+{
+    return append(previous, height, use_fixed_real, "NUV_ScaleHeightLI::engine()");
+}
+
+NUV_Engine* NUV_ScaleHeightLI::append(NUV_Engine* previous, std::uint32_t height,
+                                      bool use_fixed_real, const char* method)
+{
+    if (!accepts(previous, height, method))
+        return nullptr;
+    if (height == previous->header()->height())
+        return previous;
+    if (previous->header()->height() == 1)
+        return NUV_ScaleHeightNN(manager()).engine(previous, height);
+    return visit_integer_type(
+        *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            if (use_fixed_real)
+                return append_new<NUV_ScaleHeightLIEngine<T, NUV_FixedReal>>(*previous, height);
+            return append_new<NUV_ScaleHeightLIEngine<T, double>>(*previous, height);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+} // namespace nuv

@@ -1,0 +1,91 @@
+#include "core/storage/nuv_readstorage.h"
+
+#include "core/storage/source/nuv_sampleorder.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_readengine.h"
+
+namespace nuv {
+namespace {
+
+class NUV_ReadStorageEngine final : public NUV_ReadEngine {
+public:
+    using NUV_ReadEngine::NUV_ReadEngine;
+
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
+                                std::int32_t byte_order);
+    [[nodiscard]] bool execute() override;
+
+private:
+    [[nodiscard]] bool skip_gap();
+
+    std::int32_t line_gap_ = 0;
+    std::uint32_t lines_done_ = 0; // blocks of a stream that is not raw
+    std::uint32_t sample_bytes_ = 1;
+    std::int32_t byte_order_ = host_byte_order;
+    bool raw_ = false;
+};
+
+bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                     NUV_DstBuffer* dst, std::int32_t offset,
+                                     std::int32_t line_gap, std::int32_t byte_order)
+{
+    constexpr auto method = "NUV_ReadStorageEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ReadEngine::initiate(storage, header, dst))
+        return false;
+    if (offset < 0)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    line_gap_ = line_gap;
+    byte_order_ = byte_order;
+    sample_bytes_ = (header_.bits() + 7U) / 8U;
+    raw_ = header_.is_raw();
+    if (!storage->to(offset))
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+    return dst->block_bytes(raw_ ? header_.line_bytes() : manager().default_block_bytes());
+}
+
+bool NUV_ReadStorageEngine::execute()
+{
+    constexpr auto method = "NUV_ReadStorageEngine::execute()";
+
+    if (raw_ && lines_done_ >= header_.height())
+        return false;
+    const std::uint32_t bytes = dst_buffer_->block_bytes();
+    auto* block = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!block || !skip_gap())
+        return false;
+
+    // A line of 32-bit size has at most 2^29 bytes.
+    const auto got = static_cast<std::uint32_t>(
+        storage_->read(block, static_cast<std::int32_t>(bytes)));
+    if (raw_ && got != bytes)
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+    if (got == 0)
+        return false;
+    if (raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order)
+        reverse_samples(block, got, sample_bytes_);
+    ++lines_done_;
+    return dst_buffer_->release(got);
+}
+
+// Stands between lines, not before the first one.
+bool NUV_ReadStorageEngine::skip_gap()
+{
+    if (lines_done_ == 0 || line_gap_ == 0 || storage_->move(line_gap_) == line_gap_)
+        return true;
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
+}
+
+} // namespace
+
+NUV_Engine* NUV_ReadStorage::engine(NUV_InputStorage* storage, const NUV_Header* header,
+                                    std::int32_t offset, std::int32_t line_gap,
+                                    std::int32_t byte_order)
+{
+    return append_reader<NUV_ReadStorageEngine>(storage, header, offset, line_gap, byte_order);
+}
+
+} // namespace nuv

@@ -1,0 +1,144 @@
+#include "core/storage/nuv_writestorage.h"
+
+#include "core/storage/source/nuv_sampleorder.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_writeengine.h"
+
+namespace nuv {
+namespace {
+
+class NUV_WriteStorageEngine final : public NUV_WriteEngine {
+public:
+    using NUV_WriteEngine::NUV_WriteEngine;
+
+    bool cleanup() override;
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                NUV_OutputStorage* storage, std::int32_t offset,
+                                std::int32_t line_pad, std::int32_t line_gap,
+                                std::int32_t byte_order);
+    [[nodiscard]] bool execute() override;
+
+private:
+    [[nodiscard]] bool go_to(std::int32_t offset);
+    [[nodiscard]] bool leave_gap();
+    [[nodiscard]] bool write_pad();
+
+    std::int32_t line_pad_ = 0;
+    std::int32_t line_gap_ = 0;
+    std::uint32_t lines_done_ = 0; // blocks of a stream that is not raw
+    std::uint32_t height_ = 0;
+    bool raw_ = false;
+    std::uint8_t last_byte_mask_ = 0xFF; // what a line uses of its last byte
+    std::uint16_t sample_bytes_ = 1;
+    NUV_Scratch<std::uint8_t> block_;
+    std::int32_t byte_order_ = host_byte_order;
+};
+
+[[nodiscard]] std::uint8_t last_byte_mask(const NUV_Header& header) noexcept
+{
+    const auto used = static_cast<unsigned>(std::uint64_t{header.channels()} * header.width() % 8);
+    if (!header.is_raw() || header.bits() != 1 || used == 0)
+        return 0xFF;
+    return static_cast<std::uint8_t>(0xFF << (8 - used));
+}
+
+bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                      NUV_OutputStorage* storage, std::int32_t offset,
+                                      std::int32_t line_pad, std::int32_t line_gap,
+                                      std::int32_t byte_order)
+{
+    constexpr auto method = "NUV_WriteStorageEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_WriteEngine::initiate(header, src, storage))
+        return false;
+    if (offset < 0 || line_pad < 0)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    line_pad_ = line_pad;
+    line_gap_ = line_gap;
+    byte_order_ = byte_order;
+    height_ = header->height();
+    raw_ = header->is_raw();
+    sample_bytes_ = static_cast<std::uint16_t>((header->bits() + 7) / 8);
+    last_byte_mask_ = last_byte_mask(*header);
+    if (!go_to(offset))
+        return fail(manager(), NUV_ERR_IO, method);
+    const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
+    return src->block_bytes(bytes) && block_.allocate(manager(), bytes);
+}
+
+// Beyond the end nothing can be reached: what is missing there is filled up.
+bool NUV_WriteStorageEngine::go_to(std::int32_t offset)
+{
+    if (storage_->to(offset) && storage_->position() == offset)
+        return true;
+    if (!storage_->to_end())
+        return false;
+    const std::int32_t missing = offset - storage_->position();
+    return missing >= 0 && storage_->fill(missing) == missing;
+}
+
+bool NUV_WriteStorageEngine::cleanup()
+{
+    block_.free();
+    return NUV_WriteEngine::cleanup();
+}
+
+bool NUV_WriteStorageEngine::execute()
+{
+    constexpr auto method = "NUV_WriteStorageEngine::execute()";
+
+    if (raw_ && lines_done_ >= height_)
+        return false;
+    std::uint32_t got = 0;
+    if (!src_buffer_->get(block_.data(), &got) || (got == 0 && !raw_))
+        return false;
+    if (!leave_gap())
+        return fail(manager(), NUV_ERR_IO, method);
+    if (raw_) {
+        if (got != src_buffer_->block_bytes())
+            return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        block_[got - 1] &= last_byte_mask_;
+        if (sample_bytes_ >= 2 && byte_order_ != host_byte_order)
+            reverse_samples(block_.data(), got, sample_bytes_);
+    }
+    const auto bytes = static_cast<std::int32_t>(got);
+    if (storage_->write(block_.data(), bytes) != bytes || !write_pad())
+        return fail(manager(), NUV_ERR_IO, method);
+    ++lines_done_;
+    return src_buffer_->release();
+}
+
+// Stands between lines, not before the first one.
+bool NUV_WriteStorageEngine::leave_gap()
+{
+    if (lines_done_ == 0 || line_gap_ == 0)
+        return true;
+    const std::int32_t moved = storage_->move(line_gap_);
+    return moved >= line_gap_ || line_gap_ < 0 ||
+           storage_->fill(line_gap_ - moved) == line_gap_ - moved;
+}
+
+bool NUV_WriteStorageEngine::write_pad()
+{
+    for (std::int32_t i = 0; i < line_pad_; ++i) {
+        if (storage_->put(0) < 0)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+NUV_Engine* NUV_WriteStorage::engine(NUV_Engine* previous, NUV_OutputStorage* storage,
+                                     std::int32_t offset, std::int32_t line_pad,
+                                     std::int32_t line_gap, std::int32_t byte_order)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_WriteStorage::engine()");
+    return append_writer<NUV_WriteStorageEngine>(*previous, storage, offset, line_pad, line_gap,
+                                                 byte_order);
+}
+
+} // namespace nuv

@@ -1,0 +1,66 @@
+#include "framework/engine/nuv_bitreverse.h"
+
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processengine.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+namespace {
+
+constexpr std::array<std::uint8_t, 256> mirrored_bytes = [] {
+    std::array<std::uint8_t, 256> table{};
+    for (unsigned byte = 0; byte < table.size(); ++byte) {
+        unsigned mirrored = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            mirrored |= (byte >> bit & 1U) << (7 - bit);
+        table[byte] = static_cast<std::uint8_t>(mirrored);
+    }
+    return table;
+}();
+
+class NUV_BitReverseEngine final : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool execute() override;
+    // Output blocks are as large as input blocks.
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
+};
+
+bool NUV_BitReverseEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                    NUV_DstBuffer* dst)
+{
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, "NUV_BitReverseEngine::initiate()");
+    return NUV_ProcessEngine::initiate(header, src, dst) && dst->block_bytes(src->block_bytes());
+}
+
+bool NUV_BitReverseEngine::execute()
+{
+    auto* block = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!block)
+        return false;
+    std::uint32_t count = 0;
+    if (!src_buffer_->get(block, &count) || count == 0)
+        return false;
+    // The source first: its buffer may hold our block as its own.
+    const bool released = src_buffer_->release();
+    for (std::uint32_t i = 0; i < count; ++i)
+        block[i] = mirrored_bytes[block[i]];
+    const bool committed = dst_buffer_->release(count);
+    return released && committed;
+}
+
+} // namespace
+
+NUV_Engine* NUV_BitReverse::engine(NUV_Engine* source)
+{
+    if (!source || !source->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_BitReverse::engine()");
+    return append_new<NUV_BitReverseEngine>(*source);
+}
+
+} // namespace nuv

@@ -1,0 +1,99 @@
+#include "framework/io/nuv_stripcombineinputstorage.h"
+
+#include "framework/io/nuv_streamposition.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace nuv {
+
+bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
+                                            const NUV_Vector<std::uint32_t>& offsets,
+                                            const NUV_Vector<std::uint32_t>& byte_counts)
+{
+    if (!attach_input(inner))
+        return false;
+    if (offsets.empty() || offsets.size() != byte_counts.size())
+        return false;
+    if (!offsets_.copy(offsets) || !byte_counts_.copy(byte_counts))
+        return false;
+    const auto counts = byte_counts.items();
+    const auto sum = std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    size_ = static_cast<std::int32_t>(std::min<std::uint64_t>(sum, last_stream_position));
+    to_begin();
+    return true;
+}
+
+bool NUV_StripCombineInputStorage::enter_strip(std::size_t index)
+{
+    const std::uint32_t offset = offsets_[index];
+    strip_ = index;
+    read_in_strip_ = 0;
+    reached_ = false;
+    if (offset > static_cast<std::uint32_t>(last_stream_position))
+        return false;
+    // Going beyond the end ends at the end, and is true.
+    const auto target = static_cast<std::int32_t>(offset);
+    reached_ = inner_->to(target) && inner_->position() == target;
+    return reached_;
+}
+
+std::int32_t NUV_StripCombineInputStorage::get()
+{
+    std::uint8_t byte = 0;
+    return read(&byte, 1) == 1 ? byte : -1;
+}
+
+std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
+{
+    if (!inner_ || !into)
+        return 0;
+    const std::int32_t wanted = std::min(bytes, last_stream_position - position_);
+    auto* to = static_cast<std::uint8_t*>(into);
+    std::int32_t done = 0;
+    while (done < wanted && reached_) {
+        const std::uint32_t left = byte_counts_[strip_] - read_in_strip_;
+        if (left == 0) {
+            if (strip_ + 1 == byte_counts_.size() || !enter_strip(strip_ + 1))
+                break;
+            continue;
+        }
+        const auto ask = static_cast<std::int32_t>(
+            std::min(left, static_cast<std::uint32_t>(wanted - done)));
+        const std::int32_t got = inner_->read(to + done, ask);
+        read_in_strip_ += static_cast<std::uint32_t>(got);
+        done += got;
+        if (got < ask)
+            break;
+    }
+    position_ += std::max(done, 0);
+    return done;
+}
+
+std::int32_t NUV_StripCombineInputStorage::move(std::int32_t)
+{
+    return 0;
+}
+
+bool NUV_StripCombineInputStorage::to(std::int32_t offset)
+{
+    return to_begin() && offset == 0;
+}
+
+bool NUV_StripCombineInputStorage::to_from_end(std::int32_t)
+{
+    return false;
+}
+
+bool NUV_StripCombineInputStorage::to_begin()
+{
+    position_ = 0;
+    return inner_ && !offsets_.empty() && enter_strip(0);
+}
+
+bool NUV_StripCombineInputStorage::to_end()
+{
+    return false;
+}
+
+} // namespace nuv

@@ -1,0 +1,303 @@
+#pragma once
+
+// Pictures, a storage and the tools to look at what the encoder wrote.
+
+#include "core/jpeg/source/nuv_jpegencoder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace nuv {
+
+// 8-bit samples, those of a pixel together.
+struct JPEGTestPicture {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t channels = 0;
+    std::vector<std::uint8_t> samples;
+
+    [[nodiscard]] std::size_t line_bytes() const { return std::size_t{width} * channels; }
+    [[nodiscard]] const std::uint8_t* line(std::uint32_t y) const
+    {
+        return samples.data() + y * line_bytes();
+    }
+};
+
+// `sample` gives the one at (x, y) of a channel.
+inline JPEGTestPicture make_test_picture(
+    std::uint32_t width, std::uint32_t height, std::uint32_t channels,
+    const std::function<std::uint32_t(std::uint32_t, std::uint32_t, std::uint32_t)>& sample)
+{
+    JPEGTestPicture picture{width, height, channels, {}};
+    for (std::uint32_t y = 0; y < height; ++y) {
+        for (std::uint32_t x = 0; x < width; ++x) {
+            for (std::uint32_t channel = 0; channel < channels; ++channel)
+                picture.samples.push_back(static_cast<std::uint8_t>(sample(x, y, channel)));
+        }
+    }
+    return picture;
+}
+
+// Something of every frequency, of which no two blocks are equal.
+inline JPEGTestPicture busy_picture(std::uint32_t width, std::uint32_t height,
+                                    std::uint32_t channels)
+{
+    return make_test_picture(width, height, channels, [](auto x, auto y, auto channel) {
+        return (x * 3 + y * 5 + channel * 40 + ((x * x + y * 7 * (channel + 1)) % 31) * 3) & 0xFFU;
+    });
+}
+
+// A storage of at most `capacity` bytes that takes what fits of each write.
+struct JPEGTestSink {
+    std::size_t capacity = std::size_t{1} << 30;
+    std::vector<std::uint8_t> bytes;
+    std::size_t at = 0;
+    int writes = 0;
+
+    [[nodiscard]] NUV_JPEGOutput output()
+    {
+        return {
+            .storage = this,
+            .write =
+                [](void* self, const std::uint8_t* from, std::int32_t count) {
+                    return static_cast<JPEGTestSink*>(self)->write(from,
+                                                                   static_cast<std::size_t>(count));
+                },
+            .to =
+                [](void* self, std::int32_t position) {
+                    auto& sink = *static_cast<JPEGTestSink*>(self);
+                    sink.at = static_cast<std::size_t>(position);
+                    return sink.at <= sink.bytes.size();
+                },
+            .position =
+                [](void* self) {
+                    return static_cast<std::int32_t>(static_cast<JPEGTestSink*>(self)->at);
+                },
+        };
+    }
+
+private:
+    bool write(const std::uint8_t* from, std::size_t count)
+    {
+        ++writes;
+        const std::size_t taken = std::min(count, capacity - at);
+        bytes.resize(std::max(bytes.size(), at + taken));
+        std::copy_n(from, taken, bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        at += taken;
+        return taken == count;
+    }
+};
+
+// The heap, with a count of what lives.
+struct JPEGTestMemory {
+    std::size_t live = 0;
+    bool refuses = false;
+
+    [[nodiscard]] NUV_JPEGAllocator allocator()
+    {
+        return {
+            .owner = this,
+            .allocate = [](void* self, std::size_t bytes) -> void* {
+                auto& memory = *static_cast<JPEGTestMemory*>(self);
+                if (memory.refuses)
+                    return nullptr;
+                ++memory.live;
+                return std::malloc(bytes);
+            },
+            .deallocate =
+                [](void* self, void* pointer) {
+                    static_cast<JPEGTestMemory*>(self)->live -= pointer != nullptr ? 1U : 0U;
+                    std::free(pointer);
+                },
+        };
+    }
+};
+
+// What to encode with; the lines beyond `lines` are not written.
+struct JPEGTestSettings {
+    std::uint32_t key = jpeg_sampling_444;
+    std::uint32_t quality = 75;
+    NUV_JPEGEncoder::SourceColour colour = NUV_JPEGEncoder::SourceColour::components;
+    std::uint32_t restart_interval = 0;
+    std::uint32_t lines = 0xFFFFFFFF;
+    NUV_Cpu cpu = NUV_Cpu::current();
+};
+
+inline std::vector<std::uint8_t> encode_test_picture(const JPEGTestPicture& picture,
+                                                     const JPEGTestSettings& settings)
+{
+    JPEGTestMemory memory;
+    JPEGTestSink sink;
+    {
+        NUV_JPEGEncoder coder;
+        std::uint32_t restart_interval = settings.restart_interval;
+        EXPECT_EQ(coder.open_coder(memory.allocator()), jpeg_code_good);
+        EXPECT_EQ(coder.create(sink.output(), settings.cpu), jpeg_code_good);
+        EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels, 8, settings.key,
+                                   settings.quality),
+                  jpeg_code_good);
+        coder.set_source_colour(settings.colour);
+        EXPECT_EQ(coder.start_encode(restart_interval), jpeg_code_good);
+        for (std::uint32_t y = 0; y < std::min(picture.height, settings.lines); ++y)
+            EXPECT_EQ(coder.write_line(picture.line(y)), jpeg_code_good);
+        EXPECT_EQ(coder.finish(), jpeg_code_good);
+    }
+    EXPECT_EQ(memory.live, 0U);
+    return sink.bytes;
+}
+
+// A stream taken apart: the segments up to SOS, and the markers in what follows.
+struct JPEGTestSegments {
+    struct Segment {
+        std::uint8_t id;
+        std::size_t position; // of the payload
+        std::vector<std::uint8_t> payload;
+    };
+    std::vector<Segment> segments;
+    std::vector<std::uint8_t> scan_markers;
+    std::size_t scan_position = 0;
+
+    explicit JPEGTestSegments(const std::vector<std::uint8_t>& stream)
+    {
+        std::size_t at = 2; // behind SOI
+        while (at + 4 <= stream.size() && (segments.empty() || segments.back().id != 0xDA)) {
+            const std::size_t length = std::size_t{stream[at + 2]} << 8 | stream[at + 3];
+            const auto payload = stream.begin() + static_cast<std::ptrdiff_t>(at) + 4;
+            segments.push_back({stream[at + 1],
+                                at + 4,
+                                {payload, payload + static_cast<std::ptrdiff_t>(length) - 2}});
+            at += 2 + length;
+        }
+        scan_position = at;
+        for (; at + 1 < stream.size(); ++at) {
+            if (stream[at] == 0xFF && stream[at + 1] != 0)
+                scan_markers.push_back(stream[at + 1]);
+        }
+    }
+
+    [[nodiscard]] std::vector<std::uint8_t> ids() const
+    {
+        std::vector<std::uint8_t> ids;
+        for (const Segment& segment : segments)
+            ids.push_back(segment.id);
+        return ids;
+    }
+    // Empty when there is none.
+    [[nodiscard]] std::vector<std::uint8_t> payload(std::uint8_t id) const
+    {
+        for (const Segment& segment : segments) {
+            if (segment.id == id)
+                return segment.payload;
+        }
+        return {};
+    }
+};
+
+// A file that goes with its object.
+class JPEGTestFile {
+public:
+    explicit JPEGTestFile(const std::vector<std::uint8_t>& bytes = {})
+    {
+        static int number = 0;
+        path_ = ::testing::TempDir() + "nuv_jpeg_" + std::to_string(::getpid()) + "_" +
+                std::to_string(number++);
+        std::FILE* file = std::fopen(path_.c_str(), "wb");
+        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        std::fclose(file);
+    }
+    ~JPEGTestFile() { std::remove(path_.c_str()); }
+    JPEGTestFile(const JPEGTestFile&) = delete;
+    JPEGTestFile& operator=(const JPEGTestFile&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] std::vector<std::uint8_t> bytes() const
+    {
+        std::vector<std::uint8_t> bytes;
+        std::FILE* file = std::fopen(path_.c_str(), "rb");
+        for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file))
+            bytes.push_back(static_cast<std::uint8_t>(byte));
+        std::fclose(file);
+        return bytes;
+    }
+
+private:
+    std::string path_;
+};
+
+// True when the program can be run here.
+inline bool has_program(const char* name)
+{
+    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+inline std::vector<std::uint8_t> to_netpbm(const JPEGTestPicture& picture)
+{
+    const std::string head = (picture.channels == 1 ? "P5\n" : "P6\n") +
+                             std::to_string(picture.width) + " " + std::to_string(picture.height) +
+                             "\n255\n";
+    std::vector<std::uint8_t> bytes(head.begin(), head.end());
+    bytes.insert(bytes.end(), picture.samples.begin(), picture.samples.end());
+    return bytes;
+}
+
+// What djpeg makes of a stream. Nothing when it has anything to complain of.
+inline std::optional<JPEGTestPicture> decode_by_djpeg(const std::vector<std::uint8_t>& stream)
+{
+    const JPEGTestFile in(stream);
+    const JPEGTestFile out;
+    const JPEGTestFile said;
+    const std::string command = "djpeg -strict -dct int -pnm -outfile " + out.path() + " " +
+                                in.path() + " 2>" + said.path();
+    if (std::system(command.c_str()) != 0 || !said.bytes().empty())
+        return std::nullopt;
+
+    const std::vector<std::uint8_t> bytes = out.bytes();
+    const std::string text(
+        bytes.begin(),
+        bytes.begin() + std::min<std::ptrdiff_t>(40, static_cast<std::ptrdiff_t>(bytes.size())));
+    JPEGTestPicture picture;
+    char kind = 0;
+    int head_bytes = 0;
+    if (std::sscanf(text.c_str(), "P%c %u %u 255%n", &kind, &picture.width, &picture.height,
+                    &head_bytes) != 3)
+        return std::nullopt;
+    picture.channels = kind == '5' ? 1 : 3;
+    picture.samples.assign(bytes.begin() + head_bytes + 1, bytes.end());
+    return picture;
+}
+
+inline std::uint32_t largest_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
+{
+    if (a.samples.size() != b.samples.size())
+        return 256;
+    int largest = 0;
+    for (std::size_t i = 0; i < a.samples.size(); ++i)
+        largest = std::max(largest, std::abs(int{a.samples[i]} - int{b.samples[i]}));
+    return static_cast<std::uint32_t>(largest);
+}
+
+// In decibels.
+inline double signal_to_noise(const JPEGTestPicture& a, const JPEGTestPicture& b)
+{
+    double sum = 0;
+    for (std::size_t i = 0; i < a.samples.size(); ++i) {
+        const double difference = double{1.0} * a.samples[i] - b.samples.at(i);
+        sum += difference * difference;
+    }
+    return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.samples.size()) / sum);
+}
+
+} // namespace nuv

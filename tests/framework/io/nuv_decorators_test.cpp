@@ -1,0 +1,388 @@
+#include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_bytearrayoutputstorage.h"
+#include "framework/io/nuv_bufferedoutput.h"
+#include "framework/io/nuv_datainput.h"
+#include "framework/io/nuv_fileoutputstorage.h"
+#include "framework/io/nuv_inputstoragebound.h"
+#include "framework/io/nuv_memoryoutputstorage.h"
+#include "framework/io/nuv_moveinmoveoutinputstorage.h"
+#include "framework/io/nuv_mutexinputstorage.h"
+#include "framework/io/nuv_stripcombineinputstorage.h"
+#include "tests/framework/io/nuv_storagemodel.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace nuv {
+namespace {
+
+constexpr std::int32_t greatest = std::numeric_limits<std::int32_t>::max();
+
+class Decorators : public StorageTest {
+protected:
+    [[nodiscard]] NUV_Held<NUV_ByteArrayInputStorage> array()
+    {
+        return make<NUV_ByteArrayInputStorage>(content_.data(),
+                                               static_cast<std::int32_t>(content_.size()));
+    }
+
+    Bytes content_ = counted_bytes(100);
+};
+
+TEST_F(Decorators, EachMovesAndReadsLikeTheModelAndKeepsTheInnerStorageAlive)
+{
+    auto inner = array();
+    auto mutex = make<NUV_MutexInputStorage>(inner.get());
+    auto guest = make<NUV_MoveInMoveOutInputStorage>(mutex.get());
+    auto data = make<NUV_DataInput>(guest.get(), NUV_ByteOrder::little_endian);
+    mutex.reset(); // each still lives by the one over it
+    guest.reset();
+    InputScript(*data, content_, /*from_end_clamps=*/true).run(500, 2);
+    EXPECT_EQ(inner->position(), 0); // never moved by its guest
+
+    ASSERT_TRUE(inner->to(30));
+    auto bound = make<NUV_InputStorageBound>(inner.get(), 30, 25);
+    inner.reset();
+    const Bytes range(content_.begin() + 30, content_.begin() + 55);
+    InputScript(*bound, range, /*from_end_clamps=*/false).run(500, 3);
+    EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
+
+    bound->close(); // forgets the inner one
+    std::uint8_t byte = 0;
+    EXPECT_EQ(bound->get(), -1);
+    EXPECT_EQ(bound->read(&byte, 1), 0);
+    EXPECT_EQ(bound->move(-1), 0);
+    EXPECT_TRUE(bound->is_closed());
+}
+
+TEST_F(Decorators, RefuseNothingToDecorate)
+{
+    constexpr auto input = "NUV_InputStorageDecorator::initiate()";
+    constexpr auto output = "NUV_OutputStorageDecorator::initiate()";
+    NUV_InputStorage* none = nullptr;
+    NUV_OutputStorage* no_output = nullptr;
+    const NUV_Vector<std::uint32_t> empty(manager_);
+
+    EXPECT_FALSE(make<NUV_InputStorageDecorator>(none));
+    expect_status(NUV_ERR_ARGUMENT, input);
+    EXPECT_FALSE(make<NUV_MoveInMoveOutInputStorage>(none));
+    expect_status(NUV_ERR_ARGUMENT, input);
+    EXPECT_FALSE(make<NUV_InputStorageBound>(none, 0, 0));
+    expect_status(NUV_ERR_ARGUMENT, input);
+    EXPECT_FALSE(make<NUV_StripCombineInputStorage>(none, empty, empty));
+    expect_status(NUV_ERR_ARGUMENT, input);
+    EXPECT_FALSE(make<NUV_OutputStorageDecorator>(no_output));
+    expect_status(NUV_ERR_ARGUMENT, output);
+    auto closed = make<NUV_FileOutputStorage>(nullptr);
+    EXPECT_FALSE(make<NUV_BufferedOutput>(closed.get()));
+    expect_status(NUV_ERR_ARGUMENT, output);
+    auto memory = make<NUV_MemoryOutputStorage>(8);
+    EXPECT_FALSE(make<NUV_OutputStorageBuffer>(memory.get(), 0));
+    expect_status(NUV_ERR_ARGUMENT, "NUV_StreamBuffer::initial_allocate()");
+    auto inner = array();
+    EXPECT_FALSE(make<NUV_MoveInMoveOutInputStorage>(inner.get(), -1));
+    expect_status(NUV_ERR_ARGUMENT, "NUV_MoveInMoveOutMovableInputStream::initiate()");
+    EXPECT_FALSE(make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), -1));
+    expect_status(NUV_ERR_ARGUMENT, "NUV_InputStreamBound::initiate()");
+}
+
+TEST_F(Decorators, AForwardBoundEndsWhereItsLengthOrTheStreamDoes)
+{
+    auto inner = array();
+    ASSERT_TRUE(inner->to(90));
+    auto bound = make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), 5);
+    EXPECT_EQ(bound->get(), content_[90]);
+    EXPECT_EQ(bound->ignore(2), 2);
+    std::uint8_t into[10] = {};
+    EXPECT_EQ(bound->read(into, 10), 2);
+    EXPECT_EQ(into[1], content_[94]);
+    EXPECT_EQ(bound->get(), -1);
+    EXPECT_EQ(bound->ignore(1), 0);
+    EXPECT_EQ(inner->position(), 95);
+
+    auto beyond = make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), 50);
+    EXPECT_EQ(beyond->read(into, 10), 5);
+    EXPECT_EQ(beyond->read(into, 10), 0);
+}
+
+TEST_F(Decorators, ABoundBeyondTheStorageIsRefusedAndNothingMoves)
+{
+    constexpr auto set_bound = "NUV_MovableInputStreamBound::set_bound()";
+    constexpr auto set_remain = "NUV_MovableInputStreamBound::set_remain()";
+    struct Case {
+        std::int32_t start, length;
+        const char* method; // null: it is there
+    };
+    const Case cases[] = {
+        {0, 100, nullptr},  {100, 0, nullptr},           {40, 0, nullptr},
+        {0, 101, set_bound}, {60, 41, set_bound},        {greatest, greatest, set_bound},
+        {5, -1, set_bound},  {101, 0, set_remain},       {-1, 5, set_remain},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.start << " + " << c.length);
+        auto inner = array();
+        ASSERT_TRUE(inner->to(40));
+        auto bound = make<NUV_InputStorageBound>(inner.get(), c.start, c.length);
+        EXPECT_EQ(bound != nullptr, c.method == nullptr);
+        if (c.method) {
+            EXPECT_EQ(inner->position(), 40);
+            expect_status(NUV_ERR_IO, c.method);
+            continue;
+        }
+        EXPECT_EQ(bound->size(), c.length);
+        EXPECT_TRUE(bound->to_begin());
+        EXPECT_EQ(inner->position(), c.start);
+        EXPECT_EQ(bound->is_end(), c.length == 0);
+        EXPECT_EQ(bound->get(), c.length == 0 ? -1 : content_[0]);
+        // A failed change leaves the range as it was.
+        EXPECT_FALSE(bound->set_bound(101 - c.start));
+        manager_.reset();
+        EXPECT_EQ(bound->size(), c.length);
+    }
+}
+
+// Begins at the end of a range that does not hold the inner position.
+TEST_F(Decorators, ABoundStartsWhereTheInnerStorageStands)
+{
+    auto inner = array();
+    auto bound = make<NUV_InputStorageBound>(inner.get(), 10, 20);
+    EXPECT_EQ(bound->position(), 20);
+    EXPECT_EQ(inner->position(), 30);
+    ASSERT_TRUE(inner->to(13));
+    ASSERT_TRUE(bound->set_remain(10, 14));
+    EXPECT_EQ(bound->position(), 3);
+    EXPECT_EQ(read_rest(*bound), Bytes(1, content_[13]));
+
+    // Somebody moves the inner storage: the way back to the beginning fails.
+    ASSERT_TRUE(inner->to_begin());
+    EXPECT_FALSE(bound->to_begin());
+    expect_status(NUV_ERR_IO, "NUV_InputStorageBound::to_begin()");
+}
+
+TEST_F(Decorators, TwoReadersOfOneStorageInterleave)
+{
+    auto inner = array();
+    auto mutex = make<NUV_MutexInputStorage>(inner.get());
+    for (NUV_InputStorage* shared : {static_cast<NUV_InputStorage*>(inner.get()),
+                                     static_cast<NUV_InputStorage*>(mutex.get())}) {
+        ASSERT_TRUE(inner->to(7));
+        auto first = make<NUV_MoveInMoveOutInputStorage>(shared);
+        auto second = make<NUV_MoveInMoveOutInputStorage>(shared, 50);
+        EXPECT_EQ(first->position(), 7);
+        for (std::size_t i = 0; i < 20; ++i) {
+            EXPECT_EQ(first->get(), content_[7 + i]);
+            std::uint8_t into[2] = {};
+            EXPECT_EQ(second->read(into, 2), 2);
+            EXPECT_EQ(into[0], content_[50 + 2 * i]);
+            EXPECT_EQ(inner->position(), 7);
+        }
+    }
+    // One that stands behind the end reads nothing, and leaves the storage where it was.
+    auto behind = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 200);
+    std::uint8_t byte = 0;
+    EXPECT_EQ(behind->read(&byte, 1), 0);
+    EXPECT_EQ(behind->get(), -1);
+    EXPECT_EQ(inner->position(), 7);
+    EXPECT_TRUE(mutex->try_lock()); // and unlocked; again and again by its owner
+    EXPECT_TRUE(mutex->try_lock());
+    bool other = true;
+    std::thread([&] { other = mutex->try_lock(); }).join();
+    EXPECT_FALSE(other);
+    mutex->unlock();
+    mutex->unlock();
+}
+
+TEST_F(Decorators, ReadersOnTwoThreadsEachGetTheirOwnBytes)
+{
+    auto inner = array();
+    auto mutex = make<NUV_MutexInputStorage>(inner.get());
+    auto first = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 0);
+    auto second = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 0);
+    const auto count_wrong = [this](NUV_InputStorage& reader, std::size_t& wrong) {
+        for (std::size_t i = 0; i < 20000; ++i) {
+            if (i % content_.size() == 0)
+                reader.to_begin();
+            wrong += reader.get() != content_[i % content_.size()];
+        }
+    };
+    std::size_t wrong[2] = {};
+    std::thread other([&] { count_wrong(*second, wrong[1]); });
+    count_wrong(*first, wrong[0]);
+    other.join();
+    EXPECT_EQ(wrong[0] + wrong[1], 0u);
+}
+
+TEST_F(Decorators, DataComesInTheOrderOfTheFile)
+{
+    const std::uint8_t bytes[] = {0x01, 0x12, 0x34, 0x81, 0x02, 0x03, 0x04,
+                                  1,    2,    3,    4,    5,    6,    7,    8, 9, 9, 9};
+    struct Case {
+        NUV_ByteOrder order;
+        std::uint16_t word;
+        std::int32_t longer;
+        std::uint64_t longest;
+    };
+    const Case cases[] = {
+        {NUV_ByteOrder::little_endian, 0x3412, 0x04030281, 0x0807060504030201},
+        {NUV_ByteOrder::big_endian, 0x1234, static_cast<std::int32_t>(0x81020304),
+         0x0102030405060708},
+    };
+    for (const Case& c : cases) {
+        auto inner = make<NUV_ByteArrayInputStorage>(static_cast<const std::uint8_t*>(bytes),
+                                                     static_cast<std::int32_t>(sizeof bytes));
+        auto data = make<NUV_DataInput>(inner.get(), c.order);
+        std::uint8_t byte = 0;
+        std::uint16_t word = 0;
+        std::int32_t longer = 0;
+        std::uint64_t longest = 0;
+        EXPECT_TRUE(data->read_value(byte) && data->read_value(word) && data->read_value(longer) &&
+                    data->read_value(longest));
+        EXPECT_EQ(byte, 1);
+        EXPECT_EQ(word, c.word);
+        EXPECT_EQ(longer, c.longer);
+        EXPECT_EQ(longest, c.longest);
+        EXPECT_FALSE(data->read_value(longer)); // three bytes are left, and consumed
+        EXPECT_EQ(data->position(), static_cast<std::int32_t>(sizeof bytes));
+    }
+}
+
+class StripCombine : public Decorators {
+protected:
+    [[nodiscard]] NUV_Held<NUV_StripCombineInputStorage>
+    combine(NUV_InputStorage* inner, const std::vector<std::uint32_t>& offsets,
+            const std::vector<std::uint32_t>& counts)
+    {
+        NUV_Vector<std::uint32_t> offset_vector(manager_);
+        NUV_Vector<std::uint32_t> count_vector(manager_);
+        for (const std::uint32_t offset : offsets)
+            EXPECT_TRUE(offset_vector.push_back(offset));
+        for (const std::uint32_t count : counts)
+            EXPECT_TRUE(count_vector.push_back(count));
+        return make<NUV_StripCombineInputStorage>(inner, offset_vector, count_vector);
+    }
+};
+
+TEST_F(StripCombine, JoinsStripsUpToTheFirstThatIsNotThere)
+{
+    struct Case {
+        const char* what;
+        std::vector<std::uint32_t> offsets, counts;
+        std::vector<std::size_t> ranges; // begin, end, begin, end ...
+        std::int32_t size;
+    };
+    const Case cases[] = {
+        {"in any order", {40, 10, 60}, {5, 20, 1}, {40, 45, 10, 30, 60, 61}, 26},
+        {"an empty one", {10, 20, 30}, {5, 0, 5}, {10, 15, 30, 35}, 10},
+        {"empty at both ends", {10, 20, 30}, {0, 5, 0}, {20, 25}, 5},
+        {"one past the end", {10, 95, 20}, {5, 10, 5}, {10, 15, 95, 100}, 20},
+        {"one behind the end", {10, 101, 20}, {5, 1, 5}, {10, 15}, 11},
+        {"an offset without a sign", {10, 0x80000000U}, {5, 5}, {10, 15}, 10},
+        {"a count without a sign", {90, 10}, {0xFFFFFFFFU, 5}, {90, 100}, greatest},
+        {"none to be reached", {200}, {5}, {}, 5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Bytes expected;
+        for (std::size_t i = 0; i < c.ranges.size(); i += 2) {
+            expected.insert(expected.end(),
+                            content_.begin() + static_cast<std::ptrdiff_t>(c.ranges[i]),
+                            content_.begin() + static_cast<std::ptrdiff_t>(c.ranges[i + 1]));
+        }
+        auto inner = array();
+        auto strips = combine(inner.get(), c.offsets, c.counts);
+        ASSERT_TRUE(strips);
+        EXPECT_EQ(strips->size(), c.size);
+        EXPECT_EQ(read_rest(*strips), expected);
+        EXPECT_EQ(strips->position(), static_cast<std::int32_t>(expected.size()));
+        EXPECT_EQ(strips->to(0), !expected.empty());
+        EXPECT_EQ(strips->get(), expected.empty() ? -1 : expected[0]);
+    }
+}
+
+TEST_F(StripCombine, KnowsOnlyItsBeginning)
+{
+    auto inner = array();
+    auto strips = combine(inner.get(), {40, 10}, {5, 5});
+    EXPECT_EQ(strips->get(), content_[40]);
+    EXPECT_EQ(strips->move(1), 0);
+    EXPECT_EQ(strips->ignore(1), 0);
+    EXPECT_FALSE(strips->to_end());
+    EXPECT_FALSE(strips->to_from_end(-1));
+    EXPECT_EQ(strips->get(), content_[41]);
+    EXPECT_FALSE(strips->to(5));
+    EXPECT_EQ(strips->get(), content_[40]);
+    EXPECT_FALSE(combine(inner.get(), {}, {}));
+    EXPECT_FALSE(combine(inner.get(), {1, 2}, {1}));
+    EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
+}
+
+class BufferedOutput : public Decorators {};
+
+TEST_F(BufferedOutput, WritesLikeTheModelWhateverItsSize)
+{
+    for (const std::int32_t size : {1, 2, 7, 64, 1000}) {
+        for (unsigned seed = 0; seed < 8; ++seed) {
+            SCOPED_TRACE(::testing::Message() << size << ", seed " << seed);
+            auto file = make<NUV_FileOutputStorage>(path());
+            auto buffered = make<NUV_OutputStorageBuffer>(file.get(), size);
+            ASSERT_TRUE(buffered);
+            const Bytes written = OutputScript(*buffered, Filling::zeroes_the_last).run(150, seed);
+            NUV_Held<NUV_InputStorage> input(buffered->create_input_storage());
+            EXPECT_EQ(read_rest(*input), written);
+        }
+    }
+    EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
+}
+
+TEST_F(BufferedOutput, ReachesTheStorageWithFlushAndClose)
+{
+    auto inner = make<NUV_MemoryOutputStorage>(16);
+    auto buffered = make<NUV_BufferedOutput>(inner.get());
+    EXPECT_EQ(buffered->write(content_.data(), 10), 10);
+    EXPECT_EQ(inner->size(), 0);
+    EXPECT_EQ(buffered->move(-4), -4);
+    EXPECT_EQ(buffered->put(0xAA), 0xAA);
+    EXPECT_EQ(buffered->size(), 10); // flushes, and stays where it was
+    EXPECT_EQ(buffered->position(), 7);
+    EXPECT_EQ(inner->size(), 10);
+    EXPECT_EQ(buffered->put(0xBB), 0xBB);
+    buffered.reset();
+    NUV_Held<NUV_InputStorage> input(inner->create_input_storage());
+    Bytes expected(content_.begin(), content_.begin() + 10);
+    expected[6] = 0xAA;
+    expected[7] = 0xBB;
+    EXPECT_EQ(read_rest(*input), expected);
+}
+
+TEST_F(BufferedOutput, AShortFlushDropsTheRestAndDoesNotLoop)
+{
+    constexpr auto method = "NUV_OutputStorageBuffer<Strm>::flush()";
+    std::uint8_t target[10] = {};
+    {
+        auto inner = make<NUV_ByteArrayOutputStorage>(static_cast<std::uint8_t*>(target), 10);
+        auto buffered = make<NUV_OutputStorageBuffer>(inner.get(), 8);
+        EXPECT_EQ(buffered->write(content_.data(), 7), 7);
+        EXPECT_EQ(buffered->write(content_.data() + 7, 7), 7);
+        EXPECT_EQ(inner->size(), 8);
+        EXPECT_FALSE(buffered->flush());
+        expect_status(NUV_ERR_IO, method);
+        EXPECT_EQ(buffered->position(), 10);
+        EXPECT_EQ(buffered->size(), 10);
+        EXPECT_EQ(Bytes(target, target + 10), Bytes(content_.begin(), content_.begin() + 10));
+        EXPECT_EQ(buffered->write(content_.data(), 100), 0); // straight through, to nobody
+    }
+    manager_.reset();
+    auto inner = make<NUV_ByteArrayOutputStorage>(static_cast<std::uint8_t*>(target), 10);
+    auto buffered = make<NUV_OutputStorageBuffer>(inner.get(), 8);
+    EXPECT_EQ(buffered->write(content_.data(), 5), 5);
+    EXPECT_EQ(buffered->write(content_.data(), 30), 3 + 2); // the buffer filled, then the storage
+    expect_status(NUV_ERR_IO, method);
+    for (int i = 0; i < 20; ++i)
+        static_cast<void>(buffered->put(1));
+    EXPECT_EQ(manager_.status().code, NUV_ERR_IO);
+    EXPECT_EQ(inner->size(), 10);
+}
+
+} // namespace
+} // namespace nuv

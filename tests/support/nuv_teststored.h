@@ -1,0 +1,58 @@
+#pragma once
+
+#include "framework/base/nuv_held.h"
+#include "framework/io/nuv_bytearrayinputstorage.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace nuv {
+
+// The bytes of a file of tests/data.
+[[nodiscard]] inline std::vector<std::uint8_t> test_data(const std::string& name)
+{
+    const char* folder = std::getenv("NUV_TEST_DATA");
+    std::ifstream file(std::string(folder ? folder : "tests/data") + "/" + name, std::ios::binary);
+    EXPECT_TRUE(file.good()) << name << " cannot be read; NUV_TEST_DATA is the folder of the data";
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+[[nodiscard]] inline std::vector<std::uint8_t> bytes_of(std::string_view text)
+{
+    return {text.begin(), text.end()};
+}
+
+// A stored image, which may be empty, in a storage that has one other byte before it: nothing may
+// take the image's begin for the storage's. Lives longer than the chain's run.
+class NUV_TestStored {
+public:
+    static constexpr std::int32_t start = 1;
+
+    NUV_TestStored(NUV_Manager& manager, std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes))
+    {
+        bytes_.insert(bytes_.begin(), 'P');
+        storage_ = make_initiated<NUV_ByteArrayInputStorage>(
+            manager, bytes_.data(), static_cast<std::int32_t>(bytes_.size()));
+        if (storage_)
+            EXPECT_TRUE(storage_->to(start));
+    }
+
+    // Null when there was no memory.
+    [[nodiscard]] NUV_InputStorage* storage() const noexcept { return storage_.get(); }
+    // Of the next byte, counted from the image's begin.
+    [[nodiscard]] std::int32_t position() const { return storage_->position() - start; }
+
+private:
+    std::vector<std::uint8_t> bytes_;
+    NUV_Held<NUV_ByteArrayInputStorage> storage_;
+};
+
+} // namespace nuv

@@ -1,0 +1,331 @@
+#!/usr/bin/env python3
+"""Whole runs of the tool `nuv`, with netpbm and djpeg as the judges of what it makes.
+
+    nuv_tool_test.py PATH_OF_NUV [unittest arguments]
+"""
+
+import array
+import math
+import os
+import random
+import resource
+import signal
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+TOOL = sys.argv.pop(1)
+WIDTH, HEIGHT = 37, 23
+
+
+def peer(*command, data=None):
+    """What another program makes of `data`, or of nothing."""
+    return subprocess.run(command, input=data, capture_output=True, check=True).stdout
+
+
+def smooth_picture(width=WIDTH, height=HEIGHT):
+    """A binary PPM with slow changes of colour, which a JPEG keeps well."""
+    samples = bytearray()
+    for y in range(height):
+        for x in range(width):
+            samples += bytes((128 + round(100 * math.sin(x / 19)), 255 * y // height,
+                              (3 * x + 2 * y) % 256 // 2 + 40))
+    return b"P6\n%d %d\n255\n" % (width, height) + bytes(samples)
+
+
+def samples_of(pnm):
+    """The samples behind the header that netpbm writes, those of 16 bits in the host's order."""
+    lines = 2 if pnm[:2] == b"P4" else 3
+    header, rest = pnm.split(b"\n", lines)[:lines], pnm.split(b"\n", lines)[lines]
+    if lines == 3 and int(header[2]) > 255:
+        words = array.array("H", rest)
+        if sys.byteorder == "little":
+            words.byteswap()
+        return words.tobytes()
+    return rest
+
+
+def frame_header(jpeg):
+    """(lines, samples per line, factors of the first component) of a baseline JPEG."""
+    place = jpeg.index(b"\xff\xc0")
+    return (int.from_bytes(jpeg[place + 5:place + 7], "big"),
+            int.from_bytes(jpeg[place + 7:place + 9], "big"), jpeg[place + 11])
+
+
+def psnr(first, second):
+    error = sum((a - b) ** 2 for a, b in zip(first, second)) / len(first)
+    return 10 * math.log10(255 ** 2 / error) if error else math.inf
+
+
+class ToolTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.ppm = smooth_picture()
+        self.write("in.ppm", self.ppm)
+
+    def write(self, name, data):
+        (self.folder / name).write_bytes(data)
+
+    def read(self, name):
+        return (self.folder / name).read_bytes()
+
+    def run_tool(self, *arguments, code=0, makes=(), limit=None):
+        """Runs the tool in the folder. `makes` are the files that are there only afterwards; nothing
+        else may be. A failure tells so in one line, and success in none."""
+        def set_limit():
+            if limit is not None:
+                resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+        before = set(os.listdir(self.folder))
+        done = subprocess.run([TOOL, *map(str, arguments)], cwd=self.folder, capture_output=True,
+                              text=True, check=False, preexec_fn=set_limit, timeout=120)
+        self.assertEqual(done.returncode, code, done.stderr)
+        self.assertEqual(set(os.listdir(self.folder)), before | set(makes))
+        if code:
+            self.assertRegex(done.stderr, r"\A(nuv: [^\n]+\n)+\Z")
+        else:
+            self.assertEqual(done.stderr, "")
+        return done
+
+    def convert(self, *arguments, **expected):
+        return self.run_tool("convert", *arguments, **expected)
+
+    def refuse(self, text, *arguments):
+        """The tool fails, with one line that has `text`, and makes nothing."""
+        done = self.run_tool("convert", *arguments, code=1)
+        self.assertEqual(done.stderr.count("\n"), 1, done.stderr)
+        self.assertIn(text, done.stderr)
+
+
+class Info(ToolTest):
+    def test_tells_of_each_picture_in_one_aligned_line(self):
+        gray = peer("ppmtopgm", data=self.ppm)
+        self.write("gray.pgm", gray)
+        self.write("bits.pbm", peer("pgmtopbm", "-threshold", data=gray))
+        self.write("plain.ppm", peer("pnmtoplainpnm", data=self.ppm))
+        self.write("sun.ras", peer("pnmtorast", "-standard", data=self.ppm))
+        lines = self.run_tool("info", "in.ppm", "gray.pgm", "bits.pbm", "plain.ppm",
+                              "sun.ras").stdout
+        words = [line.split() for line in lines.splitlines()]
+        self.assertEqual([line[:4] for line in words],
+                         [["in.ppm", "37x23", "3x8", "rgb"], ["gray.pgm", "37x23", "1x8", "gray"],
+                          ["bits.pbm", "37x23", "1x1", "gray-reverse"],
+                          ["plain.ppm", "37x23", "3x8", "rgb"], ["sun.ras", "37x23", "3x8", "rgb"]])
+        self.assertEqual(len({line.index(" 37x23") for line in lines.splitlines()}), 1)
+        self.assertEqual(len({line.index(" " + word[4])
+                              for line, word in zip(lines.splitlines(), words)}), 1)
+
+    def test_names_what_is_not_a_picture_and_still_tells_of_the_others(self):
+        self.write("text", b"no picture at all, and long enough to look like one")
+        self.write("cut.ppm", b"P6\n37")
+        os.mkdir(self.folder / "folder")
+        os.mkfifo(self.folder / "fifo")
+        names = ["text", "cut.ppm", "folder", "fifo", "missing", "-"]
+        done = self.run_tool("info", *names, "in.ppm", code=1)
+        self.assertEqual(len(done.stdout.splitlines()), 1)
+        self.assertTrue(done.stdout.startswith("in.ppm "))
+        for name, line in zip(names, done.stderr.splitlines(), strict=True):
+            self.assertIn(name, line)
+
+
+class Convert(ToolTest):
+    def test_mirrors_as_pamflip_does(self):
+        gray = peer("ppmtopgm", data=self.ppm)
+        pictures = {
+            "rgb": self.ppm,
+            "gray": gray,
+            "deep": peer("pamdepth", "65535", data=gray),
+            "deep_rgb": peer("pamdepth", "65535", data=self.ppm),
+            "bits": peer("pgmtopbm", "-threshold", data=gray),
+        }
+        for name, picture in pictures.items():
+            with self.subTest(name):
+                # Samples of 16 bits are read from the plain form alone.
+                plain = name.startswith("deep")
+                self.write("source", peer("pnmtoplainpnm", data=picture) if plain else picture)
+                self.convert("source", f"{name}.raw", "mirror-x", makes=[f"{name}.raw"])
+                expected = samples_of(peer("pamflip", "-lr", data=picture))
+                # netpbm says 1 for black, and so does the library.
+                self.assertEqual(self.read(f"{name}.raw"), expected)
+                self.convert("source", f"{name}.raw", "mirror-x", "mirror-x")
+                self.assertEqual(self.read(f"{name}.raw"), samples_of(picture))
+
+    def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
+        factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
+        for number, (sampling, factor) in enumerate(factors.items()):
+            with self.subTest(sampling):
+                name = f"out{number}.jpg"
+                self.convert("in.ppm", name, "--sampling", sampling, makes=[name])
+                jpeg = self.read(name)
+                self.assertEqual(frame_header(jpeg), (HEIGHT, WIDTH, factor))
+                done = subprocess.run(["djpeg", "-strict", "-pnm"], input=jpeg, capture_output=True,
+                                      check=True)
+                self.assertEqual(done.stderr, b"")
+                self.assertGreater(psnr(samples_of(done.stdout), samples_of(self.ppm)), 26)
+        self.convert("in.ppm", "plain.jpeg", makes=["plain.jpeg"])
+        self.assertEqual(self.read("plain.jpeg"), self.read("out1.jpg"))
+        self.write("gray.pgm", peer("ppmtopgm", data=self.ppm))
+        self.convert("gray.pgm", "gray.JPG", "mirror-x", "--quality", "95", makes=["gray.JPG"])
+        mirrored = samples_of(peer("pamflip", "-lr", data=self.read("gray.pgm")))
+        shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read("gray.JPG")))
+        self.assertGreater(psnr(shown, mirrored), 38)
+
+    def test_quality_sets_the_size(self):
+        sizes = []
+        for quality in (10, 50, 75, 95, 100):
+            name = f"q{quality}.jpg"
+            self.convert("in.ppm", name, "--quality", quality, makes=[name])
+            sizes.append(len(self.read(name)))
+        self.assertEqual(sizes, sorted(sizes))
+        self.assertLess(sizes[0], sizes[-1])
+
+    def test_raw_samples_come_back_in_every_arrangement(self):
+        generator = random.Random(1)
+        for width, channels, bits in ((5, 3, 8), (5, 1, 8), (13, 1, 1), (5, 4, 8), (5, 3, 16)):
+            with self.subTest(width=width, channels=channels, bits=bits):
+                line = (width * channels * bits + 7) // 8
+                padding = line * 8 - width * channels * bits
+                samples = b"".join(
+                    (generator.getrandbits(line * 8 - padding) << padding).to_bytes(line, "big")
+                    for _ in range(7))
+                self.write("samples", samples)
+                shape = f"{width}x7x{channels}x{bits}"
+                self.convert("samples", "copy", "--input-raw", shape,
+                             makes=["copy"] if not (self.folder / "copy").exists() else [])
+                self.assertEqual(self.read("copy"), samples)
+
+    def test_planes_come_apart_and_together(self):
+        samples = samples_of(self.ppm)
+        planes = samples[0::3] + samples[1::3] + samples[2::3]
+        self.convert("in.ppm", "planes", "--write", "planar", makes=["planes"])
+        self.assertEqual(self.read("planes"), planes)
+        shape = f"{WIDTH}x{HEIGHT}x3x8:rgb"
+        self.convert("planes", "samples", "--input-raw", shape, "--planar-input", makes=["samples"])
+        self.assertEqual(self.read("samples"), samples)
+
+    def test_the_kind_follows_the_word_before_the_ending(self):
+        self.convert("in.ppm", "a.jpg", "--write", "raw", makes=["a.jpg"])
+        self.assertEqual(self.read("a.jpg"), samples_of(self.ppm))
+        self.convert("in.ppm", "a.raw", "--write", "jpeg", makes=["a.raw"])
+        self.assertEqual(self.read("a.raw")[:2], b"\xff\xd8")
+
+
+class Destination(ToolTest):
+    def test_a_source_may_be_its_own_destination(self):
+        self.convert("in.ppm", "in.ppm", "--write", "jpeg")
+        self.assertEqual(frame_header(self.read("in.ppm"))[:2], (HEIGHT, WIDTH))
+
+    def test_a_link_stays_and_rights_stay(self):
+        self.write("real.raw", b"old")
+        os.chmod(self.folder / "real.raw", 0o640)
+        os.symlink("real.raw", self.folder / "link.raw")
+        self.convert("in.ppm", "link.raw")
+        self.assertTrue((self.folder / "link.raw").is_symlink())
+        self.assertEqual(self.read("real.raw"), samples_of(self.ppm))
+        self.assertEqual(stat.S_IMODE((self.folder / "real.raw").stat().st_mode), 0o640)
+        mask = os.umask(0o027)
+        self.addCleanup(os.umask, mask)
+        self.convert("in.ppm", "new.raw", makes=["new.raw"])
+        self.assertEqual(stat.S_IMODE((self.folder / "new.raw").stat().st_mode), 0o640)
+
+    def test_a_failure_leaves_what_was_there(self):
+        for kind in ("raw", "jpeg", "planar"):
+            for kept in (len(self.ppm) - 1, len(self.ppm) // 2, 14):
+                with self.subTest(kind=kind, kept=kept):
+                    self.write("cut.ppm", self.ppm[:kept])
+                    self.write("old", b"old")
+                    self.refuse("cut.ppm: ", "cut.ppm", "old", "--write", kind)
+                    self.assertEqual(self.read("old"), b"old")
+
+    def test_a_full_destination_is_a_failure(self):
+        for kind in ("raw", "jpeg", "planar"):
+            for limit in (0, 100, 400):
+                with self.subTest(kind=kind, limit=limit):
+                    self.run_tool("convert", "in.ppm", "out", "--write", kind, code=1, limit=limit)
+
+    def test_only_files_in_folders_that_exist_are_written(self):
+        os.mkdir(self.folder / "folder")
+        os.mkfifo(self.folder / "fifo")
+        self.refuse("folder: is not a regular file", "in.ppm", "folder")
+        self.refuse("fifo: is not a regular file", "in.ppm", "fifo")
+        self.refuse("/dev/null: is not a regular file", "in.ppm", "/dev/null")
+        self.refuse("No such file or directory", "in.ppm", "nowhere/out.raw")
+        self.refuse("Not a directory", "in.ppm", "in.ppm/out.raw")
+
+    @unittest.skipIf(os.geteuid() == 0, "root may write everywhere")
+    def test_rights_are_respected(self):
+        self.write("fixed", b"old")
+        os.chmod(self.folder / "fixed", 0o444)
+        self.refuse("Permission denied", "in.ppm", "fixed")
+
+    def test_a_signal_leaves_nothing_behind(self):
+        with open(self.folder / "large", "wb") as file:
+            file.truncate(20000 * 20000)
+        before = set(os.listdir(self.folder))
+        with subprocess.Popen([TOOL, "convert", "large", "out.jpg", "mirror-x", "--input-raw",
+                               "20000x20000x1x8"], cwd=self.folder) as run:
+            while run.poll() is None and set(os.listdir(self.folder)) == before:
+                time.sleep(0.001)
+            run.send_signal(signal.SIGTERM)
+        self.assertEqual(run.returncode, -signal.SIGTERM)
+        self.assertEqual(set(os.listdir(self.folder)), before)
+
+
+class Refusals(ToolTest):
+    def test_each_has_its_line(self):
+        self.write("text", b"no picture at all, and long enough to look like one")
+        self.write("bits.pbm", b"P4\n8 1\n\x55")
+        self.write("four", bytes(16))
+        raw = ("--input-raw", "2x2x4x8")
+        for text, *arguments in (
+                ("'-' cannot stand", "-", "out.raw"),
+                ("'-' cannot stand", "in.ppm", "-"),
+                ("missing: No such file", "missing", "out.raw"),
+                ("text: is not a picture", "text", "out.raw"),
+                ("unknown operation 'mirror'", "in.ppm", "out.raw", "mirror"),
+                ("unknown operation 'rotate=91'", "in.ppm", "out.raw", "mirror-x", "rotate=91"),
+                ("'mirror-x=1' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x=1"),
+                ("'mirror-x=' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x="),
+                ("--write png: not one of", "in.ppm", "out.raw", "--write", "png"),
+                ("out.ljpg: no kind", "in.ppm", "out.ljpg"),
+                ("a JPEG has 1 or 3 channels of 8 bits", "bits.pbm", "out.jpg"),
+                ("a JPEG has 1 or 3 channels of 8 bits", "four", "out.jpg", *raw),
+                ("--quality", "in.ppm", "out.jpg", "--quality", "101"),
+                ("--sampling", "in.ppm", "out.jpg", "--sampling", "440"),
+                ("serve JPEG files alone", "in.ppm", "out.raw", "--quality", "50"),
+                ("needs --input-raw", "in.ppm", "out.raw", "--planar-input"),
+                ("1 and 3 channels", "four", "out.raw", "--planar-input", *raw),
+                ("fewer than --input-raw", "four", "out.raw", "--input-raw", "17x1x1x8"),
+                ("is a stored picture", "in.ppm", "out.raw", "--input-raw", "2x2x1x8"),
+                ("not of the form", "four", "out.raw", "--input-raw", "2x2x4"),
+                ("not of the form", "four", "out.raw", "--input-raw", "0x2x4x8"),
+                ("not of the form", "four", "out.raw", "--input-raw", "4294967296x2x4x8"),
+                ("not of the form", "four", "out.raw", "--input-raw", "-2x2x4x8"),
+                ("does not end in", "four", "out.raw", "--input-raw", "2x2x4x8:cmyk"),
+                ("this colour has 3 channels", "four", "out.raw", "--input-raw", "4x4x1x8:rgb"),
+                ("fewer than --input-raw", "four", "out.raw", "--input-raw",
+                 "4294967295x4294967295x65535x65535"),
+                ("SRC is required",),
+                ("DST is required", "in.ppm")):
+            with self.subTest(arguments=arguments):
+                self.refuse(text, *arguments)
+
+    def test_a_command_is_needed(self):
+        for arguments in ((), ("convart",), ("info",), ("info", "--quality", "3", "in.ppm")):
+            with self.subTest(arguments=arguments):
+                self.run_tool(*arguments, code=1)
+
+    def test_help_shows_examples_and_every_operation(self):
+        self.assertIn("nuv convert scan.ppm scan.jpg", self.run_tool("--help").stdout)
+        shown = self.run_tool("convert", "--help").stdout
+        for word in ("mirror-x", "--write", "jpeg|raw|planar", "--input-raw", "--planar-input"):
+            self.assertIn(word, shown)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,50 @@
+#!/bin/bash
+# Installs a build to a prefix of its own, moves that prefix elsewhere, and builds and runs a client
+# against it in both ways that users have: find_package() and pkg-config.
+#
+#     check_package.sh CMAKE BUILD_DIR COMPILER EXTRA_FLAGS
+set -euo pipefail
+
+cmake=$1 build=$2 compiler=$3
+read -r -a flags <<<"$4"
+client=$(cd "$(dirname "$0")" && pwd)
+work=$build/client
+prefix=$work/prefix
+
+rm -rf "$work"
+mkdir -p "$work"
+"$cmake" --install "$build" --prefix "$work/first" >"$work/install.log"
+mv "$work/first" "$prefix"
+
+shopt -s globstar nullglob
+pkgconfig=("$prefix"/lib*/**/pkgconfig)
+libraries=("$prefix"/lib*/**/libnuv.so)
+headers=("$prefix"/include/**/*.h)
+pages=("$prefix"/share/man/man1/nuv.1)
+if [[ ${#headers[@]} -ne 1 || ${headers[0]} != "$prefix/include/nuv/nuv_wrapper.h" ]]; then
+    echo "the one header should be include/nuv/nuv_wrapper.h, found: ${headers[*]}" >&2
+    exit 1
+fi
+if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 || ${#pages[@]} -ne 1 ]]; then
+    echo "library, nuv.pc or man page is missing below $prefix" >&2
+    exit 1
+fi
+
+echo "== find_package"
+"$cmake" -S "$client" -B "$work/found" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$4" >"$work/found.log"
+"$cmake" --build "$work/found" >>"$work/found.log" || { cat "$work/found.log" >&2; exit 1; }
+"$work/found/client"
+
+echo "== pkg-config"
+export PKG_CONFIG_PATH=${pkgconfig[0]}
+[[ $(pkg-config --modversion nuv) == 1.4.* ]]
+read -r -a package < <(pkg-config --cflags --libs nuv)
+"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "$client/client.cpp" \
+    "${package[@]}" -o "$work/client"
+LD_LIBRARY_PATH=$(dirname "${libraries[0]}") "$work/client"
+
+if [[ -x $prefix/bin/nuv ]]; then
+    echo "== the installed tool finds the installed library"
+    "$prefix/bin/nuv" --version
+fi

@@ -1,0 +1,141 @@
+// Whole runs through the exported class, with one allocation after the other failing. The library's
+// heap policy is replaced here, when the program is linked.
+
+#include "framework/manager/nuv_mallocmemorymanager.h"
+#include "wrapper/nuv_wrapper.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
+std::size_t allocations = 0;
+std::size_t fail_at = never;
+long live = 0;
+std::size_t largest = 0;
+
+} // namespace
+
+namespace nuv {
+
+void* NUV_MallocMemoryManager::allocate(std::size_t bytes)
+{
+    largest = std::max(largest, bytes);
+    if (allocations++ == fail_at)
+        return nullptr;
+    void* memory = std::malloc(bytes);
+    live += memory ? 1 : 0;
+    return memory;
+}
+
+void NUV_MallocMemoryManager::deallocate(void* pointer)
+{
+    live -= pointer ? 1 : 0;
+    std::free(pointer);
+}
+
+} // namespace nuv
+
+namespace {
+
+using Build = std::function<void(NuvWrapperClass&)>;
+
+const std::string ppm = "P6 9 5 255\n" + std::string(9 * 5 * 3, 'x');
+
+void job(const Build& build, std::size_t room = 4096)
+{
+    std::vector<unsigned char> out(room);
+    NuvWrapperClass wrapper;
+    wrapper.SetSrcMemory(reinterpret_cast<const unsigned char*>(ppm.data()),
+                         static_cast<int>(ppm.size()));
+    wrapper.SetDstMemory(out.data(), static_cast<int>(room));
+    build(wrapper);
+    const int result = wrapper.Execute();
+    EXPECT_TRUE(result == 0 || result == -1);
+}
+
+const Build builds[] = {
+    [](NuvWrapperClass& w) {
+        w.ReadRaster();
+        w.MirrorX();
+        w.WriteStorage(nullptr);
+    },
+    [](NuvWrapperClass& w) {
+        ImageParam param{};
+        param.color = ColorType::eYCbCr;
+        w.ReadRaster(&param);
+        w.WriteStoragePlanar(nullptr);
+    },
+    [](NuvWrapperClass& w) {
+        ImageParam param{};
+        param.width = 5;
+        param.height = 7;
+        param.bits = 8;
+        w.ReadStoragePlanar(&param);
+        w.WriteJPEG(nullptr);
+    },
+    [](NuvWrapperClass& w) {
+        ImageParam param{};
+        w.GetSrcImgInfo(&param);
+    },
+};
+
+TEST(WrapperMemory, NothingIsLeftWhicheverAllocationFails)
+{
+    for (const Build& build : builds) {
+        fail_at = never;
+        allocations = 0;
+        job(build);
+        ASSERT_EQ(live, 0);
+        const std::size_t all = allocations;
+        for (std::size_t k = 0; k < all; ++k) {
+            fail_at = k;
+            allocations = 0;
+            job(build);
+            ASSERT_EQ(live, 0) << "allocation " << k;
+        }
+        fail_at = never;
+    }
+}
+
+// Destroyed after each call, and with a destination that is full too early.
+TEST(WrapperMemory, NothingIsLeftWhereverTheJobStops)
+{
+    for (const Build& build : builds) {
+        {
+            NuvWrapperClass wrapper;
+            wrapper.SetSrcMemory(reinterpret_cast<const unsigned char*>(ppm.data()),
+                                 static_cast<int>(ppm.size()));
+            build(wrapper);
+        }
+        EXPECT_EQ(live, 0);
+        for (std::size_t room = 1; room < 200; room += 7)
+            job(build, room);
+        EXPECT_EQ(live, 0);
+    }
+}
+
+TEST(WrapperMemory, AskedForIsNoMoreThanTheImageNeeds)
+{
+    // Sizes from a record or a header cost nothing until data arrives.
+    largest = 0;
+    ImageParam param{};
+    param.width = 0x1FFFFFFF;
+    param.height = 7;
+    param.bits = 8;
+    param.channels = 1;
+    const unsigned char byte = 0;
+    NuvWrapperClass wrapper;
+    wrapper.SetSrcMemory(&byte, 1);
+    wrapper.ReadStorage(&param);
+    wrapper.MirrorX();
+    EXPECT_LT(largest, std::size_t{1} << 16);
+}
+
+} // namespace

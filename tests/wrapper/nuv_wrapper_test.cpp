@@ -1,0 +1,426 @@
+#include <nuv/nuv_wrapper.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes random_bytes(std::size_t count, unsigned seed)
+{
+    std::mt19937 random(seed);
+    Bytes bytes(count);
+    for (unsigned char& byte : bytes)
+        byte = static_cast<unsigned char>(random());
+    return bytes;
+}
+
+Bytes operator+(Bytes a, const Bytes& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+Bytes text(const std::string& characters)
+{
+    return Bytes(characters.begin(), characters.end());
+}
+
+ImageParam raw_image(std::uint32_t width, std::uint32_t height, std::uint16_t channels,
+                     std::uint16_t bits, std::int32_t color = 0)
+{
+    ImageParam param{};
+    param.width = width;
+    param.height = height;
+    param.channels = channels;
+    param.bits = bits;
+    param.color = color;
+    return param;
+}
+
+std::size_t line_bytes(const ImageParam& p)
+{
+    return (std::size_t{p.width} * p.channels * p.bits + 7) / 8;
+}
+
+// A job from memory to memory.
+class Job {
+public:
+    explicit Job(Bytes source, std::size_t capacity = 1 << 16)
+        : source_(std::move(source)), out_(capacity, 0xEE)
+    {
+        wrapper.SetSrcMemory(source_.data(), static_cast<int>(source_.size()));
+        wrapper.SetDstMemory(out_.data(), static_cast<int>(capacity));
+    }
+
+    Bytes execute()
+    {
+        EXPECT_EQ(wrapper.Execute(), 0);
+        return written();
+    }
+    Bytes written()
+    {
+        int size = -2;
+        EXPECT_EQ(wrapper.GetWrittenSize(&size), 0);
+        return Bytes(out_.begin(), out_.begin() + size);
+    }
+
+private:
+    Bytes source_;
+    Bytes out_;
+
+public:
+    NuvWrapperClass wrapper; // gone before its memory
+};
+
+// Pixels of a line in the opposite order, bit by bit.
+Bytes mirrored(const Bytes& image, const ImageParam& p)
+{
+    const std::size_t line = line_bytes(p);
+    const std::size_t pixel_bits = std::size_t{p.channels} * p.bits;
+    Bytes out(image.size());
+    for (std::size_t y = 0; y < p.height; ++y) {
+        for (std::size_t x = 0; x < p.width; ++x) {
+            for (std::size_t b = 0; b < pixel_bits; ++b) {
+                const std::size_t from = (p.width - 1 - x) * pixel_bits + b;
+                const std::size_t to = x * pixel_bits + b;
+                const unsigned bit = image[y * line + from / 8] >> (7 - from % 8) & 1U;
+                out[y * line + to / 8] |= static_cast<unsigned char>(bit << (7 - to % 8));
+            }
+        }
+    }
+    return out;
+}
+
+TEST(Wrapper, CarriesRawSamplesThroughAndMirrorsThem)
+{
+    for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}, std::uint16_t{16}}) {
+        for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
+            for (const std::uint32_t width : {1U, 7U, 16U, 61U}) {
+                if (bits == 1 && channels > 1)
+                    continue;
+                ImageParam param = raw_image(width, 5, channels, bits);
+                Bytes image = random_bytes(line_bytes(param) * 5, width);
+                for (std::size_t y = 0; bits == 1 && y < 5; ++y) // what follows the last pixel
+                    image[(y + 1) * line_bytes(param) - 1] &=
+                        static_cast<unsigned char>(0xFF00 >> ((width + 7) % 8 + 1));
+                Job plain(image);
+                plain.wrapper.ReadStorage(&param);
+                plain.wrapper.WriteStorage(nullptr);
+                EXPECT_EQ(plain.execute(), image);
+
+                Job mirror(image);
+                mirror.wrapper.ReadStorage(&param);
+                mirror.wrapper.MirrorX();
+                mirror.wrapper.WriteStorage(nullptr);
+                EXPECT_EQ(mirror.execute(), mirrored(image, param)) << bits << ' ' << width;
+            }
+        }
+    }
+}
+
+TEST(Wrapper, ReadsAndWritesPlanes)
+{
+    for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}}) {
+        ImageParam param = raw_image(5, 3, 3, bits, ColorType::eRGB);
+        const std::size_t sample = bits / 8U;
+        const Bytes planes = random_bytes(5 * 3 * 3 * sample, bits);
+        Bytes pixels(planes.size());
+        for (std::size_t i = 0; i < 15; ++i) {
+            for (std::size_t c = 0; c < 3; ++c)
+                std::memcpy(&pixels[(i * 3 + c) * sample], &planes[(c * 15 + i) * sample], sample);
+        }
+        Job join(planes);
+        join.wrapper.ReadStoragePlanar(&param);
+        join.wrapper.WriteStorage(nullptr);
+        EXPECT_EQ(join.execute(), pixels);
+
+        Job split(pixels);
+        split.wrapper.ReadStorage(&param);
+        split.wrapper.WriteStoragePlanar(nullptr);
+        EXPECT_EQ(split.execute(), planes);
+
+        // A destination that is full in one plane: what fits is right.
+        for (std::size_t room = 1; room < planes.size(); room += 3) {
+            Job full(pixels, room);
+            full.wrapper.ReadStorage(&param);
+            full.wrapper.WriteStoragePlanar(nullptr);
+            EXPECT_EQ(full.execute(), Bytes(planes.begin(), planes.begin() + static_cast<long>(room)));
+        }
+    }
+    // Any colour code but those of gray means three planes.
+    ImageParam gray = raw_image(2, 1, 1, 8, ColorType::eGrayReverse);
+    Job one({1, 2, 3, 4, 5, 6});
+    one.wrapper.ReadStoragePlanar(&gray);
+    one.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(one.execute(), (Bytes{1, 2}));
+    gray.color = 0;
+    Job three({1, 2, 3, 4, 5, 6});
+    three.wrapper.ReadStoragePlanar(&gray);
+    three.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(three.execute(), (Bytes{1, 3, 5, 2, 4, 6}));
+}
+
+TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
+{
+    const Bytes pixels = random_bytes(2 * 2 * 3, 1);
+    const Bytes file = text("P6\n2 2\n255\n") + pixels;
+    Job job(file);
+    EXPECT_EQ(job.wrapper.ReadRaster(), 0);
+    job.wrapper.WriteStorage(nullptr);
+
+    // Looking at the source in between does not disturb the chain.
+    ImageParam info;
+    std::memset(&info, 0x55, sizeof info);
+    EXPECT_EQ(job.wrapper.GetSrcImgInfo(&info), 0);
+    EXPECT_EQ(info.width, 2u);
+    EXPECT_EQ(info.height, 2u);
+    EXPECT_EQ(info.bits, 8);
+    EXPECT_EQ(info.precision, 0);
+    EXPECT_EQ(info.channels, 3);
+    EXPECT_EQ(info.format, Format::eRaw);
+    EXPECT_EQ(info.color, ColorType::eRGB);
+    EXPECT_EQ(info.sampling, 0);
+    EXPECT_FALSE(info.is_jfif);
+    EXPECT_EQ(job.execute(), pixels);
+
+    // A recognised file is read as such also where raw data is asked for.
+    ImageParam other = raw_image(1, 1, 1, 8);
+    Job storage(file);
+    storage.wrapper.ReadStorage(&other);
+    storage.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(storage.execute(), pixels);
+}
+
+TEST(Wrapper, GivesTheChannelsAnotherMeaningWhereTheirNumberAllowsIt)
+{
+    struct Case {
+        const char* what;
+        std::int32_t color;
+        bool converted; // RGB goes into the JPEG by another way than YCbCr
+    };
+    const Bytes file = text("P6 16 16 255\n") + random_bytes(16 * 16 * 3, 2);
+    const auto jpeg = [&](const std::function<int(NuvWrapperClass&)>& read) {
+        Job job(file);
+        EXPECT_EQ(read(job.wrapper), 0);
+        job.wrapper.WriteJPEG(nullptr);
+        return job.execute();
+    };
+    const Bytes as_rgb = jpeg([](NuvWrapperClass& w) { return w.ReadRaster(); });
+    for (const Case& c : {Case{"as it is", 0, false}, {"RGB", 0x100, false},
+                          {"gray does not fit", 0x10, false}, {"YCbCr", 0x1000, true}}) {
+        SCOPED_TRACE(c.what);
+        ImageParam param{};
+        param.color = c.color;
+        const Bytes got = jpeg([&](NuvWrapperClass& w) { return w.ReadRaster(&param); });
+        EXPECT_EQ(got != as_rgb, c.converted);
+        EXPECT_EQ(param.color, c.color);
+    }
+}
+
+TEST(Wrapper, WritesAJPEGWithItsDefaultsAndWithCodesItDoesNotKnow)
+{
+    const Bytes file = text("P6 40 24 255\n") + random_bytes(40 * 24 * 3, 2);
+    const auto jpeg = [&](WriteJPEGOption* option) {
+        Job job(file);
+        job.wrapper.ReadRaster();
+        job.wrapper.WriteJPEG(option);
+        return job.execute();
+    };
+    const Bytes plain = jpeg(nullptr);
+    ASSERT_GT(plain.size(), 100u);
+    EXPECT_EQ(plain[0] << 8 | plain[1], 0xFFD8);
+    EXPECT_EQ(plain[plain.size() - 2] << 8 | plain.back(), 0xFFD9);
+
+    WriteJPEGOption option{75, WriteJPEGOption::eSampling422};
+    EXPECT_EQ(jpeg(&option), plain);
+    option.sampling = 12345;
+    EXPECT_EQ(jpeg(&option), plain);
+    option.sampling = WriteJPEGOption::eSampling420;
+    EXPECT_NE(jpeg(&option), plain);
+    option.quality = 100;
+    const Bytes best = jpeg(&option);
+    option.quality = 101;
+    EXPECT_EQ(jpeg(&option), best);
+    option.quality = -1;
+    EXPECT_EQ(jpeg(&option), best);
+}
+
+TEST(Wrapper, TellsWhyAnImageCannotBeRead)
+{
+    struct Case {
+        const char* what;
+        Bytes file;
+        int result;
+    };
+    const Case cases[] = {
+        {"too short for any signature", text("P"), static_cast<int>(0x80400000)},
+        {"no known signature", text("just some text"), static_cast<int>(0x81000000)},
+        {"illegal values behind a signature", text("P5 0 1 255\n"), static_cast<int>(0x80200000)},
+        {"cut off behind a signature", text("P5 12"), static_cast<int>(0x80400000)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Job job(c.file);
+        EXPECT_EQ(job.wrapper.ReadRaster(), c.result);
+        ImageParam param{};
+        EXPECT_EQ(job.wrapper.ReadRaster(&param), c.result) << "the first error stays";
+        EXPECT_EQ(job.wrapper.GetSrcImgInfo(&param), -1);
+        job.wrapper.WriteStorage(nullptr);
+        EXPECT_EQ(job.wrapper.Execute(), -1);
+    }
+    // What nobody recognises leaves no error behind where raw data will do.
+    Job raw(text("P5 0 1 255\n"));
+    ImageParam param = raw_image(11, 1, 1, 8);
+    raw.wrapper.ReadStorage(&param);
+    raw.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(raw.execute(), text("P5 0 1 255\n"));
+}
+
+TEST(Wrapper, DeliversTheWholeLinesOfASourceThatBreaksOff)
+{
+    ImageParam param = raw_image(4, 3, 1, 8);
+    const Bytes image = random_bytes(12, 1);
+    for (std::size_t length = 1; length <= 12; ++length) {
+        Job job(Bytes(image.begin(), image.begin() + static_cast<long>(length)));
+        job.wrapper.ReadStorage(&param);
+        job.wrapper.MirrorX();
+        job.wrapper.WriteStorage(nullptr);
+        const Bytes whole = mirrored(image, param);
+        EXPECT_EQ(job.execute(), Bytes(whole.begin(), whole.begin() + static_cast<long>(length / 4 * 4)));
+    }
+}
+
+TEST(Wrapper, RunsOnceAndThenBeginsAnew)
+{
+    const Bytes image = random_bytes(12, 1);
+    ImageParam param = raw_image(4, 3, 1, 8);
+    Job job(image);
+    job.wrapper.ReadStorage(&param);
+    job.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(job.execute(), image);
+    EXPECT_EQ(job.wrapper.Execute(), -1);
+
+    job.wrapper.ReadStorage(&param); // the same wrapper, from the beginning
+    job.wrapper.MirrorX();
+    job.wrapper.WriteStorage(nullptr);
+    EXPECT_EQ(job.execute(), mirrored(image, param));
+
+    job.wrapper.ReadStorage(&param);
+    job.wrapper.SetSrcFile("no/such/file");
+    EXPECT_EQ(job.wrapper.ReadRaster(), 0) << "no source is no failure";
+    EXPECT_EQ(job.wrapper.Execute(), -1);
+    job.wrapper.MirrorX();
+    EXPECT_EQ(job.wrapper.Execute(), -1);
+}
+
+// Every call, as often as one likes, on a wrapper without source and destination, with nulls, and
+// after a failure.
+TEST(Wrapper, SurvivesEveryCallInEveryState)
+{
+    using Call = std::function<void(NuvWrapperClass&)>;
+    static unsigned char room[64];
+    static const unsigned char source[] = "P5 2 2 255\n1234";
+    const Call calls[] = {
+        [](NuvWrapperClass& w) { w.SetSrcFile(nullptr); },
+        [](NuvWrapperClass& w) { w.SetSrcFile("no/such/file"); },
+        [](NuvWrapperClass& w) { w.SetDstFile(nullptr); },
+        [](NuvWrapperClass& w) { w.SetDstFile("no/such/folder/file"); },
+        [](NuvWrapperClass& w) { w.SetSrcMemory(nullptr, 5); },
+        [](NuvWrapperClass& w) { w.SetSrcMemory(source, 0); },
+        [](NuvWrapperClass& w) { w.SetSrcMemory(source, 15); },
+        [](NuvWrapperClass& w) { w.SetDstMemory(nullptr, 5); },
+        [](NuvWrapperClass& w) { w.SetDstMemory(room, -1); },
+        [](NuvWrapperClass& w) { w.SetDstMemory(room, 64); },
+        [](NuvWrapperClass& w) { w.GetWrittenSize(nullptr); },
+        [](NuvWrapperClass& w) { w.GetSrcImgInfo(nullptr); },
+        [](NuvWrapperClass& w) { w.ReadRaster(); },
+        [](NuvWrapperClass& w) { w.ReadRaster(nullptr); },
+        [](NuvWrapperClass& w) {
+            ImageParam param = raw_image(2, 2, 1, 8, 0x11);
+            w.ReadRaster(&param);
+        },
+        [](NuvWrapperClass& w) { w.ReadStorage(nullptr); },
+        [](NuvWrapperClass& w) {
+            ImageParam param = raw_image(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, 0xFFFF, -1);
+            w.ReadStorage(&param);
+        },
+        [](NuvWrapperClass& w) { w.ReadStoragePlanar(nullptr); },
+        [](NuvWrapperClass& w) {
+            ImageParam param = raw_image(0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, 0xFFFF, -1);
+            w.ReadStoragePlanar(&param);
+        },
+        [](NuvWrapperClass& w) {
+            ImageParam param = raw_image(2, 2, 3, 8);
+            w.ReadStoragePlanar(&param);
+        },
+        [](NuvWrapperClass& w) { w.MirrorX(); },
+        [](NuvWrapperClass& w) { w.WriteJPEG(nullptr); },
+        [](NuvWrapperClass& w) { w.WriteStorage(nullptr); },
+        [](NuvWrapperClass& w) { w.WriteStoragePlanar(nullptr); },
+        [](NuvWrapperClass& w) { w.Execute(); },
+    };
+    for (const Call& call : calls) {
+        NuvWrapperClass fresh;
+        call(fresh);
+        call(fresh);
+    }
+    std::mt19937 random(1);
+    for (int run = 0; run < 3000; ++run) {
+        NuvWrapperClass wrapper;
+        for (auto step = random() % 12; step > 0; --step)
+            calls[random() % std::size(calls)](wrapper);
+    }
+}
+
+TEST(Wrapper, ReportsSizesOfBothKindsOfDestination)
+{
+    NuvWrapperClass none;
+    int size = 7;
+    EXPECT_EQ(none.GetWrittenSize(&size), -1);
+    EXPECT_EQ(size, 0);
+
+    const auto path = std::filesystem::temp_directory_path() / "nuv_wrapper_test.raw";
+    const Bytes image = random_bytes(6, 1);
+    ImageParam param = raw_image(3, 2, 1, 8);
+    {
+        NuvWrapperClass wrapper;
+        wrapper.SetSrcMemory(image.data(), 6);
+        wrapper.SetDstFile(path.c_str());
+        wrapper.ReadStorage(&param);
+        wrapper.WriteStorage(nullptr);
+        EXPECT_EQ(wrapper.Execute(), 0);
+        EXPECT_EQ(wrapper.GetWrittenSize(&size), 0);
+        EXPECT_EQ(size, 6);
+    }
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_EQ(Bytes(std::istreambuf_iterator<char>(file), {}), image);
+    std::filesystem::remove(path);
+}
+
+TEST(GetImgInfo, FillsTheRecordOnlyForAnImage)
+{
+    const auto path = std::filesystem::temp_directory_path() / "nuv_getimginfo_test.pgm";
+    std::ofstream(path, std::ios::binary) << "P4 9 2\n1234";
+    ImageParam param = raw_image(77, 0, 0, 0);
+    EXPECT_EQ(GetImgInfo("no/such/file", &param), 0);
+    EXPECT_EQ(param.width, 77u);
+    EXPECT_EQ(GetImgInfo(path.c_str(), nullptr), 0);
+    EXPECT_EQ(GetImgInfo(path.c_str(), &param), 0);
+    EXPECT_EQ(param.width, 9u);
+    EXPECT_EQ(param.color, ColorType::eGrayReverse);
+    std::filesystem::remove(path);
+}
+
+} // namespace

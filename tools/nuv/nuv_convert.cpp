@@ -1,0 +1,135 @@
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_operations.h"
+#include "tools/nuv/nuv_outputfile.h"
+#include "tools/nuv/nuv_source.h"
+
+namespace nuv_tool {
+
+namespace {
+
+Problem refuse_streams(const ConvertRequest& request)
+{
+    if (request.source == "-" || request.destination == "-")
+        return "'-' cannot stand for a stream: pictures are read and written with seeks, so name "
+               "files";
+    return {};
+}
+
+Problem choose_kind(const ConvertRequest& request, const OutputKind*& kind)
+{
+    if (!request.write.empty()) {
+        kind = output_kind(request.write);
+        if (kind == nullptr)
+            return "--write " + request.write + ": not one of " + output_kind_names();
+    } else {
+        kind = output_kind_of_path(request.destination);
+        if (kind == nullptr)
+            return request.destination + ": no kind for this ending can be written, see --write";
+    }
+    const OutputSettings& settings = request.settings;
+    if (kind->name != "jpeg" && (settings.quality || settings.sampling))
+        return "--quality and --sampling serve JPEG files alone";
+    return {};
+}
+
+// A file that is shorter than its description would be found out at the end; now is better.
+Problem check_raw_size(const std::string& path, std::optional<std::uint64_t> needed)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error)
+        return path + ": " + error.message();
+    if (!needed || size < *needed)
+        return path + ": has " + std::to_string(size) + " bytes, fewer than --input-raw describes";
+    return {};
+}
+
+// --input-raw: samples, interleaved or plane by plane.
+Problem read_raw(const ConvertRequest& request, NuvWrapperClass& job, ImageParam& picture)
+{
+    if (Problem problem = parse_raw_picture(request.input_raw, picture))
+        return "--input-raw " + *problem;
+    if (Problem problem = check_source(request.source))
+        return problem;
+    const auto needed = request.planar_input ? planar_bytes(picture) : interleaved_bytes(picture);
+    if (Problem problem = check_raw_size(request.source, needed))
+        return problem;
+    if (request.planar_input) {
+        if (picture.channels != 1 && picture.channels != 3)
+            return "--planar-input serves pictures of 1 and 3 channels";
+        job.SetSrcFile(request.source.c_str());
+        job.ReadStoragePlanar(&picture);
+        return {};
+    }
+    // The library would rather read a stored picture than believe a description.
+    ImageParam stored{};
+    if (GetImgInfo(request.source.c_str(), &stored) == 0 && stored.width != 0)
+        return request.source + ": is a stored picture, not the samples that --input-raw describes";
+    job.SetSrcFile(request.source.c_str());
+    job.ReadStorage(&picture);
+    return {};
+}
+
+Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImageParam& picture)
+{
+    if (request.planar_input)
+        return "--planar-input needs --input-raw";
+    if (Problem problem = describe_source(request.source, picture))
+        return problem;
+    job.SetSrcFile(request.source.c_str());
+    if (const int result = job.ReadRaster(); result != 0)
+        return request.source + ": " + std::string{reading_problem(result)};
+    return {};
+}
+
+// Builds and runs the job. `picture` becomes what the result has to be.
+Problem run(const ConvertRequest& request, const OutputKind& kind,
+            const std::vector<Operation>& operations, const std::string& path, ImageParam& picture)
+{
+    NuvWrapperClass job;
+    const auto read = request.input_raw.empty() ? read_stored : read_raw;
+    if (Problem problem = read(request, job, picture))
+        return problem;
+    for (const Operation& operation : operations) {
+        if (Problem problem = operation.append(job, picture))
+            return request.source + ": " + *problem;
+    }
+    job.SetDstFile(path.c_str());
+    if (Problem problem = kind.append(job, picture, request.settings))
+        return request.destination + ": " + *problem;
+    if (job.Execute() != 0)
+        return request.source + ": cannot be converted: the library does not serve this picture "
+                                "this way, or memory ran out";
+    return {};
+}
+
+} // namespace
+
+Problem convert(const ConvertRequest& request)
+{
+    if (Problem problem = refuse_streams(request))
+        return problem;
+    const OutputKind* kind = nullptr;
+    if (Problem problem = choose_kind(request, kind))
+        return problem;
+    std::vector<Operation> operations;
+    if (Problem problem = parse_operations(request.operations, operations))
+        return problem;
+    if (Problem problem = check_source(request.source))
+        return problem;
+    OutputFile output;
+    if (Problem problem = output.create(request.destination))
+        return problem;
+    ImageParam picture{};
+    if (Problem problem = run(request, *kind, operations, output.path(), picture))
+        return problem;
+    if (Problem problem = kind->check(output.path(), picture))
+        return request.source + ": " + *problem;
+    return output.keep();
+}
+
+} // namespace nuv_tool

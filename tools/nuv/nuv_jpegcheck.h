@@ -1,0 +1,14 @@
+#pragma once
+
+#include <nuv/nuv_wrapper.h>
+#include <string>
+
+#include "tools/nuv/nuv_problem.h"
+
+namespace nuv_tool {
+
+// Tells whether the file at `path` is a JPEG of all the lines of `picture`: by the size in its
+// frame header, and by the end marker as its last two bytes.
+[[nodiscard]] Problem check_jpeg(const std::string& path, const ImageParam& picture);
+
+} // namespace nuv_tool

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <nuv/nuv_wrapper.h>
+#include <string>
+#include <string_view>
+
+#include "tools/nuv/nuv_problem.h"
+
+namespace nuv_tool {
+
+// Why the file at `path` cannot be a source at all: not there, not readable, not a regular file,
+// or too large. The text begins with the path.
+[[nodiscard]] Problem check_source(const std::string& path);
+
+// Fills `picture` with what the stored picture at `path` is. The text of a problem begins with the
+// path.
+[[nodiscard]] Problem describe_source(const std::string& path, ImageParam& picture);
+
+// Words for what ReadRaster() answers.
+[[nodiscard]] std::string_view reading_problem(int result);
+
+// Understands "WxHxCxBITS", with ":" and a colour behind it if it likes, as "640x480x3x8:rgb".
+// Without a colour one channel is gray, three are RGB, and others have none.
+[[nodiscard]] Problem parse_raw_picture(std::string_view text, ImageParam& picture);
+
+// The word for a ColorType code, as in "640x480x3x8:rgb".
+[[nodiscard]] std::string_view color_name(std::int32_t color);
+
+// As "4:2:2", for a WriteJPEGOption::eSampling code.
+[[nodiscard]] std::string_view sampling_name(std::int32_t sampling);
+
+} // namespace nuv_tool
