@@ -1,7 +1,8 @@
 // Samples that the application has in memory, mirrored into memory of its own.
 
-#include <cstdio>
 #include <nuv/nuv_wrapper.h>
+
+#include <cstdio>
 #include <vector>
 
 int main()

@@ -2,8 +2,9 @@
 //
 //     scan_to_jpeg SRC DST
 
-#include <cstdio>
 #include <nuv/nuv_wrapper.h>
+
+#include <cstdio>
 
 int main(int count, char** arguments)
 {

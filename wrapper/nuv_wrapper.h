@@ -16,9 +16,9 @@
 // Use one wrapper for each image. A wrapper belongs to one thread at a time; separate wrappers are
 // independent of each other.
 //
-// Unless a member says otherwise it returns 0 in every case, and a failure shows in the later calls:
-// behind a failed read or operation every further one fails too, and Execute() returns -1. Errors
-// are not cleared: make a new wrapper.
+// Unless a member says otherwise it returns 0 in every case, and a failure shows in the later
+// calls: behind a failed read or operation every further one fails too, and Execute() returns -1.
+// Errors are not cleared: make a new wrapper.
 
 #include <cstdint>
 
@@ -186,9 +186,9 @@ private:
     nuv::NUV_Vector<nuv::NUV_LutData*>* lut_objects;
 };
 
-// What GetSrcImgInfo() tells of the file at `path`. The result is 0 whether or not the file could be
-// read, and -1 only when memory ran out; on failure `param` is unchanged, so clear it first and look
-// at its width.
+// What GetSrcImgInfo() tells of the file at `path`. The result is 0 whether or not the file could
+// be read, and -1 only when memory ran out; on failure `param` is unchanged, so clear it first and
+// look at its width.
 extern "C" NUV_EXPORT int GetImgInfo(const char* path, ImageParam* param);
 
 // The same names inside the library's namespace.

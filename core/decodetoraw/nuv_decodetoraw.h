@@ -8,10 +8,7 @@ namespace nuv {
 // Appends whatever decoder turns an engine's output into raw lines.
 class NUV_DecodeToRaw final : public NUV_EngineCreator, private NUV_LibLoader {
 public:
-    explicit NUV_DecodeToRaw(NUV_Manager& manager) noexcept
-        : NUV_EngineCreator(manager), NUV_LibLoader(manager)
-    {
-    }
+    using NUV_EngineCreator::NUV_EngineCreator;
 
     // `previous` itself when its output is raw already. Null after NUV_ERR_ARGUMENT for a null and
     // an engine without a header, NUV_ERR_UNSUPPORTED for an encoding that has no decoder here.
@@ -19,6 +16,8 @@ public:
 
 private:
     [[nodiscard]] NUV_Engine* load_engine() override;
+
+    NUV_Engine* previous_ = nullptr; // of the last call
 };
 
 } // namespace nuv

@@ -40,8 +40,9 @@ protected:
     template <class Parse>
     [[nodiscard]] bool load_by(NUV_InputStorage* storage, Parse parse)
     {
-        if (!begin_load(storage))
-            return false;
+        loaded_ = false;
+        if (!storage || storage->is_closed())
+            return refuse();
         const std::int32_t start = storage->position();
         loaded_ = parse(storage);
         return loaded_ || go_back(*storage, start);
@@ -50,8 +51,8 @@ protected:
     NUV_ResolutionInfo resolution_;
 
 private:
-    [[nodiscard]] bool begin_load(const NUV_InputStorage* storage);
-    // Always false: what is left of a load that did not work.
+    // Both are always false: NUV_ERR_ARGUMENT, and what is left of a load that did not work.
+    [[nodiscard]] bool refuse();
     [[nodiscard]] static bool go_back(NUV_InputStorage& storage, std::int32_t start);
 
     bool loaded_ = false;

@@ -5,6 +5,7 @@
 #include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -54,6 +55,18 @@ auto visit_integer_type(const NUV_Header& header, Visit&& visit, Otherwise&& oth
     return otherwise();
 }
 
+// The same for unsigned samples alone.
+template <class Visit, class Otherwise>
+auto visit_unsigned_type(const NUV_Header& header, Visit&& visit, Otherwise&& otherwise)
+{
+    const bool is_unsigned = header.data_type() == NUV_DataType::u_integer;
+    if (is_unsigned && header.bits() == 8)
+        return visit.template operator()<std::uint8_t>();
+    if (is_unsigned && header.bits() == 16)
+        return visit.template operator()<std::uint16_t>();
+    return otherwise();
+}
+
 // What results of a sample type are limited to.
 template <IntegerSample T>
 struct NUV_SampleLimits {
@@ -73,6 +86,24 @@ struct NUV_SampleLimits {
         return limits;
     }
 };
+
+// What weights of a real type are stored as: fixed-point ones in units of 1 / 4096.
+template <RealNumber R>
+using ScaleWeight = std::conditional_t<std::same_as<R, double>, double, std::int32_t>;
+
+// `x` as such a weight.
+template <RealNumber R>
+[[nodiscard]] constexpr ScaleWeight<R> scale_weight(double x) noexcept
+{
+    if constexpr (std::same_as<R, double>)
+        return x;
+    else
+        return R(x).units();
+}
+
+// The weight one.
+template <RealNumber R>
+inline constexpr ScaleWeight<R> scale_weight_one = scale_weight<R>(1);
 
 // How a weighted sum becomes a sample again. The sums of the first two are in units of 1 / 4096;
 // the results are not yet limited.

@@ -4,6 +4,7 @@
 #include "framework/base/nuv_tags.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace nuv {
 
@@ -25,8 +26,15 @@ public:
     // NUV_ERR_ARGUMENT or NUV_ERR_MEMORY, and the old tables stay.
     [[nodiscard]] bool value(const std::uint8_t* data, std::uint32_t bytes);
 
+    // True when there are tables, and as many bytes of them as the numbers ask for.
+    [[nodiscard]] bool is_valid() const noexcept;
+
 private:
+    // Nothing when it passes what 32-bit sizes can hold.
+    [[nodiscard]] std::optional<std::uint32_t> wanted_bytes() const noexcept;
+
     std::uint8_t* value_ = nullptr;
+    std::uint32_t value_bytes_ = 0;
 };
 
 } // namespace nuv

@@ -15,9 +15,9 @@ namespace nuv {
 class NUV_QDRLEBufferBase : public NUV_Object {
 public:
     explicit NUV_QDRLEBufferBase(NUV_Manager& manager) noexcept
-        : NUV_Object(manager), header_(manager)
-    {
-    }
+        : NUV_Object(manager),
+          header_(manager)
+    {}
 
     bool cleanup() override;
 
@@ -53,9 +53,10 @@ private:
 class NUV_QDRLEBuffer final : public NUV_QDRLEBufferBase {
 public:
     explicit NUV_QDRLEBuffer(NUV_Manager& manager) noexcept
-        : NUV_QDRLEBufferBase(manager), runs_(manager), line_ends_(manager)
-    {
-    }
+        : NUV_QDRLEBufferBase(manager),
+          runs_(manager),
+          line_ends_(manager)
+    {}
 
     bool cleanup() override;
     [[nodiscard]] bool initiate(NUV_SrcBuffer* src, const NUV_Header* header);

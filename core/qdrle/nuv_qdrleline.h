@@ -13,10 +13,8 @@ namespace nuv {
 template <class Run, class RunVector>
 class NUV_QDRLELineBase : public NUV_Object {
 public:
-    explicit NUV_QDRLELineBase(NUV_Manager& manager) noexcept
-        : NUV_Object(manager), line_(manager)
-    {
-    }
+    explicit NUV_QDRLELineBase(NUV_Manager& manager) noexcept : NUV_Object(manager), line_(manager)
+    {}
 
     bool cleanup() override;
 

@@ -50,8 +50,8 @@ inline void store_run(std::uint8_t* to, NUV_QDRLERun run) noexcept
 
 // Bytes of the longest line of `width` pixels, every second one black, with its terminator: the
 // block size of whoever writes the form. Nothing where that passes what a coded stream may hold.
-[[nodiscard]] constexpr std::optional<std::uint32_t>
-checked_run_line_bytes(std::uint32_t width) noexcept
+[[nodiscard]] constexpr std::optional<std::uint32_t> checked_run_line_bytes(
+    std::uint32_t width) noexcept
 {
     constexpr std::uint64_t limit = 0x40000000;
     const std::uint64_t runs = (std::uint64_t{width} + 1) >> 1;

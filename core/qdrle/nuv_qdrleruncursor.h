@@ -16,9 +16,10 @@ public:
     explicit NUV_QDRLERunCursor(NUV_Manager& manager) noexcept : own_(manager) {}
     NUV_QDRLERunCursor(NUV_Manager& manager, std::span<const NUV_QDRLERun> line,
                        std::size_t index) noexcept
-        : own_(manager), runs_(line), next_(index)
-    {
-    }
+        : own_(manager),
+          runs_(line),
+          next_(index)
+    {}
     // A copy of an own line is a line of its own; empty after NUV_ERR_MEMORY.
     NUV_QDRLERunCursor(const NUV_QDRLERunCursor& other);
     NUV_QDRLERunCursor& operator=(const NUV_QDRLERunCursor& other);

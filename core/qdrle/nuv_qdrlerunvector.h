@@ -14,9 +14,9 @@ template <class Run>
 class NUV_QDRLERunVectorBase : public NUV_Utility {
 public:
     explicit NUV_QDRLERunVectorBase(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), runs_(manager)
-    {
-    }
+        : NUV_Utility(manager),
+          runs_(manager)
+    {}
 
     // Appends a run. False after NUV_ERR_MEMORY.
     [[nodiscard]] bool add(std::uint32_t start, std::uint32_t end)

@@ -25,8 +25,7 @@ public:
     using NUV_EngineCreator::NUV_EngineCreator;
 
     // `block` is the height of a band in lines, not 0.
-    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::int32_t angle,
-                                     std::uint32_t block);
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::int32_t angle, std::uint32_t block);
 };
 
 // Raw images of one bit and one channel. What stands behind the last pixel of a source line is
@@ -36,8 +35,7 @@ public:
     using NUV_EngineCreator::NUV_EngineCreator;
 
     // `block` is the height of a band in lines: a multiple of 8, not 0, or the image's height.
-    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::int32_t angle,
-                                     std::uint32_t block);
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::int32_t angle, std::uint32_t block);
 };
 
 // Images in run form. Time and memory follow the runs of the source and of the result, not the

@@ -58,8 +58,7 @@ public:
 protected:
     // As in NUV_ScaleWidthLI.
     [[nodiscard]] NUV_Engine* append(NUV_Engine* previous, std::uint32_t width,
-                                     std::uint32_t height, bool use_fixed_real,
-                                     const char* method);
+                                     std::uint32_t height, bool use_fixed_real, const char* method);
 };
 
 } // namespace nuv

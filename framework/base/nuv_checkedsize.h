@@ -18,8 +18,8 @@ namespace nuv {
 
 // Bytes of one line: its samples without gaps, rounded up to whole bytes. Nothing when the line has
 // more bits than 32-bit arithmetic can hold.
-[[nodiscard]] constexpr std::optional<std::uint32_t>
-checked_line_bytes(std::uint32_t channels, std::uint32_t bits, std::uint32_t width) noexcept
+[[nodiscard]] constexpr std::optional<std::uint32_t> checked_line_bytes(
+    std::uint32_t channels, std::uint32_t bits, std::uint32_t width) noexcept
 {
     const std::uint64_t pixel_bits = std::uint64_t{channels} * bits; // below 2^32: both are 16-bit
     constexpr std::uint64_t limit = std::numeric_limits<std::uint32_t>::max() - 7ULL;

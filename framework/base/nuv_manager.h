@@ -29,10 +29,7 @@ public:
     virtual void raise(std::uint32_t code, const char* method, const char* file,
                        std::uint32_t line) = 0;
     // The same without a place.
-    virtual void raise_short(std::uint32_t code, const char* method)
-    {
-        raise(code, method, "", 0);
-    }
+    virtual void raise_short(std::uint32_t code, const char* method) { raise(code, method, "", 0); }
     // Back to code 0.
     virtual bool reset() = 0;
     virtual ~NUV_ErrorHandler() noexcept(false) = default;

@@ -25,8 +25,8 @@ class NUV_RingBuffer : public NUV_Object {
 public:
     using NUV_Object::NUV_Object;
 
-    // Sets the reader's block to one line. NUV_ERR_ARGUMENT for nulls and a kernel whose origin lies
-    // outside it, NUV_ERR_UNSUPPORTED for other samples and for a window above 2 GiB.
+    // Sets the reader's block to one line. NUV_ERR_ARGUMENT for nulls and a kernel whose origin
+    // lies outside it, NUV_ERR_UNSUPPORTED for other samples and for a window above 2 GiB.
     [[nodiscard]] bool initiate(NUV_SrcBuffer* src, const NUV_Header* header,
                                 const NUV_KernelAttr& kernel);
     bool cleanup() override;

@@ -76,7 +76,7 @@ private:
     [[nodiscard]] bool lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count);
     void forget_lent_blocks() noexcept;
 
-    std::uint64_t base_ = 0; // stream offset of the first held block
+    std::uint64_t base_ = 0;         // stream offset of the first held block
     std::uint8_t* bounce_ = nullptr; // for a writer's block that straddles two memory blocks
     bool taken_ = false;             // a reader has had a block
     BlockCache cache_;

@@ -8,9 +8,9 @@ namespace nuv {
 class NUV_BufferOutputEngine : public NUV_Engine {
 public:
     explicit NUV_BufferOutputEngine(NUV_Manager& manager) noexcept
-        : NUV_Engine(manager), header_(manager)
-    {
-    }
+        : NUV_Engine(manager),
+          header_(manager)
+    {}
 
     bool end() override;
     bool cleanup() override;

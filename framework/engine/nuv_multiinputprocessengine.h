@@ -10,9 +10,10 @@ namespace nuv {
 class NUV_NBuffersInputEngine {
 public:
     explicit NUV_NBuffersInputEngine(NUV_Manager& manager) noexcept
-        : headers_(manager), src_buffers_(manager), input_manager_(&manager)
-    {
-    }
+        : headers_(manager),
+          src_buffers_(manager),
+          input_manager_(&manager)
+    {}
     virtual ~NUV_NBuffersInputEngine() = default;
     NUV_NBuffersInputEngine(const NUV_NBuffersInputEngine&) = delete;
     NUV_NBuffersInputEngine& operator=(const NUV_NBuffersInputEngine&) = delete;
@@ -38,9 +39,9 @@ private:
 class NUV_MultiInputProcessEngine : public NUV_BufferOutputEngine, public NUV_NBuffersInputEngine {
 public:
     explicit NUV_MultiInputProcessEngine(NUV_Manager& manager) noexcept
-        : NUV_BufferOutputEngine(manager), NUV_NBuffersInputEngine(manager)
-    {
-    }
+        : NUV_BufferOutputEngine(manager),
+          NUV_NBuffersInputEngine(manager)
+    {}
 
     // The sources first, then the destination.
     bool cleanup() override;

@@ -10,9 +10,9 @@ namespace nuv {
 class NUV_ProcessEngine : public NUV_BufferOutputEngine, public NUV_BufferInputEngine {
 public:
     explicit NUV_ProcessEngine(NUV_Manager& manager) noexcept
-        : NUV_BufferOutputEngine(manager), NUV_BufferInputEngine(manager)
-    {
-    }
+        : NUV_BufferOutputEngine(manager),
+          NUV_BufferInputEngine(manager)
+    {}
 
     // The source first, then the destination.
     bool cleanup() override;

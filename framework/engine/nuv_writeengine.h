@@ -32,9 +32,9 @@ protected:
 class NUV_WriteEngine : public NUV_StorageOutputEngine, public NUV_BufferInputEngine {
 public:
     explicit NUV_WriteEngine(NUV_Manager& manager) noexcept
-        : NUV_StorageOutputEngine(manager), NUV_BufferInputEngine(manager)
-    {
-    }
+        : NUV_StorageOutputEngine(manager),
+          NUV_BufferInputEngine(manager)
+    {}
 
     bool cleanup() override;
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,

@@ -17,18 +17,20 @@ public:
     explicit NUV_Allocator(NUV_Manager& manager) noexcept : manager_(&manager) {}
     template <class U>
     NUV_Allocator(const NUV_Allocator<U>& other) noexcept : manager_(&other.manager())
-    {
-    }
+    {}
 
     // Throws a text when the manager has no memory, which it has then raised.
     [[nodiscard]] T* allocate(std::size_t count)
     {
+        constexpr std::size_t item = sizeof(T); // NOLINT(bugprone-sizeof-expression): pointers too
         void* memory = nullptr;
-        if (count <= std::numeric_limits<std::size_t>::max() / sizeof(T))
-            memory = manager_->allocate(count * sizeof(T));
-        if (!memory)
-            throw static_cast<const char*>(
-                "NUV_Allocator::allocate() - Cannot allocate memory from NUV_Manager\n");
+        if (count <= std::numeric_limits<std::size_t>::max() / item)
+            memory = manager_->allocate(count * item);
+        if (!memory) {
+            constexpr auto text =
+                "NUV_Allocator::allocate() - Cannot allocate memory from NUV_Manager\n";
+            throw text; // NOLINT(misc-throw-by-value-catch-by-reference): the text is a literal
+        }
         return static_cast<T*>(memory);
     }
 

@@ -17,9 +17,9 @@ public:
     using Text = std::basic_string<Ch, std::char_traits<Ch>, NUV_Allocator<Ch>>;
 
     explicit NUV_BasicString(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), text_(NUV_Allocator<Ch>(manager))
-    {
-    }
+        : NUV_Utility(manager),
+          text_(NUV_Allocator<Ch>(manager))
+    {}
     NUV_BasicString(const NUV_BasicString&) = delete;
     NUV_BasicString& operator=(const NUV_BasicString&) = delete;
 

@@ -17,9 +17,9 @@ public:
     using iterator = typename Items::iterator;
 
     explicit NUV_List(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), items_(NUV_Allocator<T>(manager))
-    {
-    }
+        : NUV_Utility(manager),
+          items_(NUV_Allocator<T>(manager))
+    {}
     NUV_List(const NUV_List&) = delete;
     NUV_List& operator=(const NUV_List&) = delete;
 

@@ -118,8 +118,8 @@ public:
             relation_->clear();
         if (error_handler_) {
             const NUV_Status& now = error_handler_->status();
-            const bool outdone = out.code == NUV_STATUS_OK ||
-                                 (is_warning(out.code) && now.has_error());
+            const bool outdone =
+                out.code == NUV_STATUS_OK || (is_warning(out.code) && now.has_error());
             if (!out.has_error() && outdone)
                 out = now;
             error_handler_->reset();

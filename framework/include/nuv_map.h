@@ -20,9 +20,9 @@ public:
     using const_iterator = typename Items::const_iterator;
 
     explicit NUV_Map(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), items_(NUV_Allocator<std::pair<const Key, T>>(manager))
-    {
-    }
+        : NUV_Utility(manager),
+          items_(NUV_Allocator<std::pair<const Key, T>>(manager))
+    {}
     NUV_Map(const NUV_Map&) = delete;
     NUV_Map& operator=(const NUV_Map&) = delete;
 

@@ -19,13 +19,13 @@ public:
     using Items = std::vector<T, NUV_Allocator<T>>;
 
     explicit NUV_Vector(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), items_(NUV_Allocator<T>(manager))
-    {
-    }
+        : NUV_Utility(manager),
+          items_(NUV_Allocator<T>(manager))
+    {}
     NUV_Vector(NUV_Vector&& other) noexcept
-        : NUV_Utility(other.manager()), items_(std::move(other.items_))
-    {
-    }
+        : NUV_Utility(other.manager()),
+          items_(std::move(other.items_))
+    {}
     NUV_Vector(const NUV_Vector&) = delete;
     NUV_Vector& operator=(const NUV_Vector&) = delete;
     ~NUV_Vector() override = default;

@@ -31,8 +31,7 @@ class NUV_OutputStorageBuffer : public NUV_OutputStorageDecorator, protected NUV
 public:
     explicit NUV_OutputStorageBuffer(NUV_Manager& manager) noexcept
         : NUV_OutputStorageDecorator(manager)
-    {
-    }
+    {}
 
     // NUV_ERR_ARGUMENT for a null, a closed storage, and `buffer_bytes` below 1; NUV_ERR_MEMORY.
     [[nodiscard]] bool initiate(NUV_OutputStorage* inner, std::int32_t buffer_bytes);
@@ -73,8 +72,8 @@ private:
 // The same with a buffer of ordinary size.
 class NUV_BufferedOutput final : public NUV_OutputStorageBuffer {
 public:
-    using NUV_OutputStorageBuffer::NUV_OutputStorageBuffer;
     using NUV_OutputStorageBuffer::initiate;
+    using NUV_OutputStorageBuffer::NUV_OutputStorageBuffer;
 
     static constexpr std::int32_t default_buffer_bytes = 1024;
 

@@ -17,7 +17,8 @@ class NUV_FileOutputStorage final : public NUV_OutputStorage,
 public:
     explicit NUV_FileOutputStorage(NUV_Manager& manager) noexcept;
 
-    // Null is true and leaves a closed storage. NUV_ERR_IO for what cannot be opened or cannot seek.
+    // Null is true and leaves a closed storage. NUV_ERR_IO for what cannot be opened or cannot
+    // seek.
     [[nodiscard]] bool initiate(const char* path);
 
     bool close() override;

@@ -35,16 +35,14 @@ public:
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override
     {
         const std::int32_t wanted = std::min(bytes, remain_);
-        const std::int32_t got =
-            this->inner_ && wanted > 0 ? this->inner_->read(into, wanted) : 0;
+        const std::int32_t got = this->inner_ && wanted > 0 ? this->inner_->read(into, wanted) : 0;
         remain_ -= got;
         return got;
     }
     std::int32_t ignore(std::int32_t bytes) override
     {
         const std::int32_t wanted = std::min(bytes, remain_);
-        const std::int32_t skipped =
-            this->inner_ && wanted > 0 ? this->inner_->ignore(wanted) : 0;
+        const std::int32_t skipped = this->inner_ && wanted > 0 ? this->inner_->ignore(wanted) : 0;
         remain_ -= skipped;
         return skipped;
     }
@@ -66,7 +64,8 @@ public:
     // From now on the range ends `length` bytes behind its start. NUV_ERR_IO, and nothing has
     // changed, when the inner storage ends before that.
     [[nodiscard]] bool set_bound(std::int32_t length);
-    // The range from `start` up to `end`, both offsets in the inner storage. Fails like set_bound().
+    // The range from `start` up to `end`, both offsets in the inner storage. Fails like
+    // set_bound().
     [[nodiscard]] bool set_remain(std::int32_t start, std::int32_t end);
 
     std::int32_t ignore(std::int32_t bytes) override { return move(bytes); }

@@ -14,9 +14,9 @@ class NUV_MemoryBlockVector final : public NUV_Vector<unsigned char*> {
 public:
     // `block_bytes` above 0.
     NUV_MemoryBlockVector(NUV_Manager& manager, std::int32_t block_bytes) noexcept
-        : NUV_Vector(manager), block_bytes_(block_bytes)
-    {
-    }
+        : NUV_Vector(manager),
+          block_bytes_(block_bytes)
+    {}
     ~NUV_MemoryBlockVector() override;
     NUV_MemoryBlockVector(const NUV_MemoryBlockVector&) = delete;
     NUV_MemoryBlockVector& operator=(const NUV_MemoryBlockVector&) = delete;
@@ -46,7 +46,8 @@ class NUV_SharedPointer {
 public:
     NUV_SharedPointer() = default;
     NUV_SharedPointer(const NUV_SharedPointer& other) noexcept
-        : object_(other.object_), holders_(other.holders_)
+        : object_(other.object_),
+          holders_(other.holders_)
     {
         if (holders_)
             ++*holders_;

@@ -13,8 +13,7 @@ class NUV_MutexInputStorage final : public NUV_InputStorageDecorator, public NUV
 public:
     explicit NUV_MutexInputStorage(NUV_Manager& manager) noexcept
         : NUV_InputStorageDecorator(manager)
-    {
-    }
+    {}
 
     void lock() override { mutex_.lock(); }
     void unlock() override { mutex_.unlock(); }

@@ -12,8 +12,8 @@ namespace nuv {
 enum class NUV_FileUse { reading, writing };
 enum class NUV_SeekOrigin { begin, current, end };
 
-// One file of the system, without a buffer. Its positions end at 2^31 - 1. Failures raise NUV_ERR_IO
-// unless an operation says otherwise; a closed file answers -1, 0 or false.
+// One file of the system, without a buffer. Its positions end at 2^31 - 1. Failures raise
+// NUV_ERR_IO unless an operation says otherwise; a closed file answers -1, 0 or false.
 class NUV_PosixLowLevelFile {
 public:
     explicit NUV_PosixLowLevelFile(NUV_Manager& manager) noexcept : manager_(&manager) {}
@@ -52,9 +52,9 @@ template <class LowLevelFile>
 class NUV_PosixStorage {
 protected:
     explicit NUV_PosixStorage(NUV_Manager& manager) noexcept
-        : file_(manager), storage_manager_(&manager)
-    {
-    }
+        : file_(manager),
+          storage_manager_(&manager)
+    {}
     ~NUV_PosixStorage() = default;
 
     // NUV_ERR_ARGUMENT for a null, NUV_ERR_IO for what the system or the low-level file refuses.

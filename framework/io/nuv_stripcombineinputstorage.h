@@ -12,15 +12,15 @@ namespace nuv {
 class NUV_StripCombineInputStorage final : public NUV_Decorator<NUV_InputStorage> {
 public:
     explicit NUV_StripCombineInputStorage(NUV_Manager& manager) noexcept
-        : NUV_Decorator(manager), offsets_(manager), byte_counts_(manager)
-    {
-    }
+        : NUV_Decorator(manager),
+          offsets_(manager),
+          byte_counts_(manager)
+    {}
 
     // Offsets in the inner storage, and bytes, of each strip. NUV_ERR_ARGUMENT for a null; false
     // without a status for no strips and for vectors of different lengths. A first strip that
     // cannot be reached makes an empty stream, of which to_begin() is false.
-    [[nodiscard]] bool initiate(NUV_InputStorage* inner,
-                                const NUV_Vector<std::uint32_t>& offsets,
+    [[nodiscard]] bool initiate(NUV_InputStorage* inner, const NUV_Vector<std::uint32_t>& offsets,
                                 const NUV_Vector<std::uint32_t>& byte_counts);
 
     [[nodiscard]] std::int32_t get() override;

@@ -12,9 +12,10 @@ namespace nuv {
 class NUV_DependMap {
 public:
     explicit NUV_DependMap(NUV_Manager& manager) noexcept
-        : manager_(&manager), depends_(manager), counts_(manager)
-    {
-    }
+        : manager_(&manager),
+          depends_(manager),
+          counts_(manager)
+    {}
     virtual ~NUV_DependMap() = default;
     NUV_DependMap(const NUV_DependMap&) = delete;
     NUV_DependMap& operator=(const NUV_DependMap&) = delete;

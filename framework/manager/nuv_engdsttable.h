@@ -11,9 +11,10 @@ namespace nuv {
 class NUV_EngDstTable {
 public:
     explicit NUV_EngDstTable(NUV_Manager& manager) noexcept
-        : ends_(manager), feeds_(manager), entries_(manager)
-    {
-    }
+        : ends_(manager),
+          feeds_(manager),
+          entries_(manager)
+    {}
     virtual ~NUV_EngDstTable() = default;
     NUV_EngDstTable(const NUV_EngDstTable&) = delete;
     NUV_EngDstTable& operator=(const NUV_EngDstTable&) = delete;

@@ -11,9 +11,9 @@ namespace nuv {
 class NUV_FirstErrorHandler final : public NUV_ErrorHandler {
 public:
     explicit NUV_FirstErrorHandler(NUV_Manager& manager) noexcept
-        : manager_(&manager), current_(manager)
-    {
-    }
+        : manager_(&manager),
+          current_(manager)
+    {}
 
     const NUV_Status& status() const override { return current_; }
     // Code 0 and an empty method do nothing. Allocates nothing.

@@ -10,9 +10,9 @@ namespace nuv {
 class NUV_RelationForST final : public NUV_Relation {
 public:
     explicit NUV_RelationForST(NUV_Manager& manager) noexcept
-        : depend_map_(manager), table_(manager)
-    {
-    }
+        : depend_map_(manager),
+          table_(manager)
+    {}
     ~NUV_RelationForST() noexcept(false) override { table_.clear(); }
 
     bool clear() override

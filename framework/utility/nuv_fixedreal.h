@@ -39,8 +39,7 @@ public:
 
     constexpr NUV_FixedRealImpl() noexcept = default;
     explicit constexpr NUV_FixedRealImpl(double x) noexcept : units_(saturate_to<Integer>(units(x)))
-    {
-    }
+    {}
 
     [[nodiscard]] constexpr Integer units() const noexcept { return units_; }
 

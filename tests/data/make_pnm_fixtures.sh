@@ -35,7 +35,10 @@ pnmtoplainpnm pnm/gray_16.pgm >pnm/gray_16_plain.pgm
 
 # Sun raster: 1 bit, colour maps, 24 bits with blue first (netpbm) and red first (ImageMagick), and
 # run-length data.
-pnmtorast -standard pnm/bilevel.pbm >sunras/bilevel.ras
+# netpbm drops the pixels of a last byte that is not full: a width of three whole bytes.
+pamcut -width 11 pnm/bilevel.pbm >"$work/right.pbm"
+pnmcat -leftright pnm/bilevel.pbm "$work/right.pbm" >pnm/bilevel_24.pbm
+pnmtorast -standard pnm/bilevel_24.pbm >sunras/bilevel.ras
 pnmtorast -standard pnm/gray.pgm >sunras/gray_map.ras
 pnmtorast -rle pnm/colour.ppm >sunras/run_length.ras 2>>"$work/log"
 convert pnm/colour.ppm -type TrueColor sunras/colour_im.sun

@@ -25,7 +25,7 @@ public:
             std::fill(red.begin(), red.end(), 0);
             std::fill(blue.begin(), blue.end(), 0);
             for (std::uint32_t octave = 1; octave <= 9; ++octave) {
-                add_octave(luma, y, octave, 1, 20 + octave * octave + 8 * octave);
+                add_octave(luma, y, octave, 1, 28 + octave * octave + 8 * octave);
                 if (octave >= 5) {
                     add_octave(red, y, octave, 2, octave * octave / 2);
                     add_octave(blue, y, octave, 3, octave * octave / 2);
@@ -86,7 +86,7 @@ private:
         std::uint8_t* out = pixels_.data() + std::size_t{3} * width_ * y;
         for (std::uint32_t x = 0; x < width_; ++x) {
             const bool in_shape = (hash(x / 301, y / 233, 99) & 7U) == 0 && (x % 301) > y % 233;
-            const int noise = static_cast<int>(hash(x, y, 7) % 13U) - 6;
+            const int noise = static_cast<int>(hash(x, y, 7) % 19U) - 9;
             const int base = 120 + luma[x] / 2 + (in_shape ? 50 : 0) + noise;
             const int levels[] = {base + red[x] / 2, base - (red[x] + blue[x]) / 6,
                                   base + blue[x] / 2};

@@ -62,13 +62,13 @@ public:
 class NUV_TestSinkEngine final : public NUV_NoOutputEngine, public NUV_BufferInputEngine {
 public:
     explicit NUV_TestSinkEngine(NUV_Manager& manager)
-        : NUV_NoOutputEngine(manager), NUV_BufferInputEngine(manager)
-    {
-    }
+        : NUV_NoOutputEngine(manager),
+          NUV_BufferInputEngine(manager)
+    {}
     bool cleanup() override { return NUV_BufferInputEngine::cleanup(initiated()); }
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                NUV_OutputStorage*, std::vector<std::uint8_t>* collected)
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_OutputStorage*,
+                                std::vector<std::uint8_t>* collected)
     {
         if (!NUV_NoOutputEngine::initiate() || !NUV_BufferInputEngine::initiate(header, src))
             return false;
@@ -125,8 +125,7 @@ public:
 
 } // namespace
 
-NUV_TestChain::NUV_TestChain(std::size_t fail_at)
-    : live_at_start_(manager_.memory().live())
+NUV_TestChain::NUV_TestChain(std::size_t fail_at) : live_at_start_(manager_.memory().live())
 {
     manager_.memory().fail_at(fail_at);
 }

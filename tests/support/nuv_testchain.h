@@ -49,8 +49,8 @@ public:
     void source(NUV_TestImage image, const std::vector<T>& samples)
     {
         image.bits = static_cast<std::uint16_t>(8 * sizeof(T));
-        image.data_type = static_cast<T>(-1) < T{0} ? NUV_DataType::s_integer
-                                                    : NUV_DataType::u_integer;
+        image.data_type =
+            static_cast<T>(-1) < T{0} ? NUV_DataType::s_integer : NUV_DataType::u_integer;
         std::vector<std::uint8_t> bytes(samples.size() * sizeof(T));
         if (!bytes.empty())
             std::memcpy(bytes.data(), samples.data(), bytes.size());

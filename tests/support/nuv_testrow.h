@@ -17,9 +17,9 @@ template <class T>
 class NUV_TestRow {
 public:
     explicit NUV_TestRow(std::size_t capacity)
-        : capacity_(capacity), in_(random_samples<T>(capacity + misalignments, 1))
-    {
-    }
+        : capacity_(capacity),
+          in_(random_samples<T>(capacity + misalignments, 1))
+    {}
 
     template <class FormA, class FormB>
     void expect_same(FormA portable, FormB form) const

@@ -41,8 +41,9 @@ public:
         bytes_.insert(bytes_.begin(), 'P');
         storage_ = make_initiated<NUV_ByteArrayInputStorage>(
             manager, bytes_.data(), static_cast<std::int32_t>(bytes_.size()));
-        if (storage_)
+        if (storage_) {
             EXPECT_TRUE(storage_->to(start));
+        }
     }
 
     // Null when there was no memory.

@@ -281,6 +281,8 @@ class Refusals(ToolTest):
         self.write("text", b"no picture at all, and long enough to look like one")
         self.write("bits.pbm", b"P4\n8 1\n\x55")
         self.write("four", bytes(16))
+        few = peer("pnmquant", "4", data=self.ppm)
+        self.write("indices.ras", peer("pnmtorast", "-standard", data=few))
         raw = ("--input-raw", "2x2x4x8")
         for text, *arguments in (
                 ("'-' cannot stand", "-", "out.raw"),
@@ -295,6 +297,7 @@ class Refusals(ToolTest):
                 ("out.ljpg: no kind", "in.ppm", "out.ljpg"),
                 ("a JPEG has 1 or 3 channels of 8 bits", "bits.pbm", "out.jpg"),
                 ("a JPEG has 1 or 3 channels of 8 bits", "four", "out.jpg", *raw),
+                ("no colour table", "indices.ras", "out.jpg"),
                 ("--quality", "in.ppm", "out.jpg", "--quality", "101"),
                 ("--sampling", "in.ppm", "out.jpg", "--sampling", "440"),
                 ("serve JPEG files alone", "in.ppm", "out.raw", "--quality", "50"),

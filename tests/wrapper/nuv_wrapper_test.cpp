@@ -1,6 +1,5 @@
-#include <nuv/nuv_wrapper.h>
-
 #include <gtest/gtest.h>
+#include <nuv/nuv_wrapper.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -58,7 +57,8 @@ std::size_t line_bytes(const ImageParam& p)
 class Job {
 public:
     explicit Job(Bytes source, std::size_t capacity = 1 << 16)
-        : source_(std::move(source)), out_(capacity, 0xEE)
+        : source_(std::move(source)),
+          out_(capacity, 0xEE)
     {
         wrapper.SetSrcMemory(source_.data(), static_cast<int>(source_.size()));
         wrapper.SetDstMemory(out_.data(), static_cast<int>(capacity));
@@ -106,7 +106,8 @@ Bytes mirrored(const Bytes& image, const ImageParam& p)
 TEST(Wrapper, CarriesRawSamplesThroughAndMirrorsThem)
 {
     for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}, std::uint16_t{16}}) {
-        for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
+        for (const std::uint16_t channels :
+             {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
             for (const std::uint32_t width : {1U, 7U, 16U, 61U}) {
                 if (bits == 1 && channels > 1)
                     continue;
@@ -156,7 +157,8 @@ TEST(Wrapper, ReadsAndWritesPlanes)
             Job full(pixels, room);
             full.wrapper.ReadStorage(&param);
             full.wrapper.WriteStoragePlanar(nullptr);
-            EXPECT_EQ(full.execute(), Bytes(planes.begin(), planes.begin() + static_cast<long>(room)));
+            EXPECT_EQ(full.execute(),
+                      Bytes(planes.begin(), planes.begin() + static_cast<long>(room)));
         }
     }
     // Any colour code but those of gray means three planes.
@@ -218,8 +220,10 @@ TEST(Wrapper, GivesTheChannelsAnotherMeaningWhereTheirNumberAllowsIt)
         return job.execute();
     };
     const Bytes as_rgb = jpeg([](NuvWrapperClass& w) { return w.ReadRaster(); });
-    for (const Case& c : {Case{"as it is", 0, false}, {"RGB", 0x100, false},
-                          {"gray does not fit", 0x10, false}, {"YCbCr", 0x1000, true}}) {
+    for (const Case& c : {Case{"as it is", 0, false},
+                          {"RGB", 0x100, false},
+                          {"gray does not fit", 0x10, false},
+                          {"YCbCr", 0x1000, true}}) {
         SCOPED_TRACE(c.what);
         ImageParam param{};
         param.color = c.color;
@@ -298,7 +302,8 @@ TEST(Wrapper, DeliversTheWholeLinesOfASourceThatBreaksOff)
         job.wrapper.MirrorX();
         job.wrapper.WriteStorage(nullptr);
         const Bytes whole = mirrored(image, param);
-        EXPECT_EQ(job.execute(), Bytes(whole.begin(), whole.begin() + static_cast<long>(length / 4 * 4)));
+        EXPECT_EQ(job.execute(),
+                  Bytes(whole.begin(), whole.begin() + static_cast<long>(length / 4 * 4)));
     }
 }
 

@@ -1,14 +1,15 @@
 // nuv: looks at pictures and converts them. Everything it does with a picture goes through the
 // public interface of the library.
 
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_operations.h"
+
 #include <CLI/CLI.hpp>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <map>
-
-#include "tools/nuv/nuv_commands.h"
-#include "tools/nuv/nuv_operations.h"
 
 namespace nuv_tool {
 

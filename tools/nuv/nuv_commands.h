@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tools/nuv/nuv_outputs.h"
 #include "tools/nuv/nuv_problem.h"
+
+#include <string>
+#include <vector>
 
 namespace nuv_tool {
 

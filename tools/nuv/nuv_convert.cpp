@@ -1,11 +1,11 @@
-#include <cstdint>
-#include <filesystem>
-#include <system_error>
-
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_operations.h"
 #include "tools/nuv/nuv_outputfile.h"
 #include "tools/nuv/nuv_source.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 namespace nuv_tool {
 

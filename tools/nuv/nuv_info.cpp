@@ -1,10 +1,10 @@
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_source.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
-
-#include "tools/nuv/nuv_commands.h"
-#include "tools/nuv/nuv_source.h"
 
 namespace nuv_tool {
 

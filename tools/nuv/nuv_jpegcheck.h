@@ -1,9 +1,10 @@
 #pragma once
 
-#include <nuv/nuv_wrapper.h>
-#include <string>
-
 #include "tools/nuv/nuv_problem.h"
+
+#include <nuv/nuv_wrapper.h>
+
+#include <string>
 
 namespace nuv_tool {
 

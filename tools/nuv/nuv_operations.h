@@ -1,11 +1,12 @@
 #pragma once
 
-#include <functional>
+#include "tools/nuv/nuv_problem.h"
+
 #include <nuv/nuv_wrapper.h>
+
+#include <functional>
 #include <string>
 #include <vector>
-
-#include "tools/nuv/nuv_problem.h"
 
 namespace nuv_tool {
 

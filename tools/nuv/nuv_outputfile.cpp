@@ -74,13 +74,13 @@ Problem OutputFile::create(const std::string& destination)
         return destination + ": " + error.message();
 
     struct stat status = {};
-    mode_t mode = default_mode();
+    mode_ = default_mode();
     if (stat(target.c_str(), &status) == 0) {
         if (!S_ISREG(status.st_mode))
             return destination + ": is not a regular file";
         if (access(target.c_str(), W_OK) != 0)
             return destination + ": " + reason(errno);
-        mode = status.st_mode & 0777;
+        mode_ = status.st_mode & 0777;
     }
 
     std::string name = (target.parent_path() / ".nuv-XXXXXX").string();
@@ -89,7 +89,6 @@ Problem OutputFile::create(const std::string& destination)
     const int file = mkstemp(name.data());
     if (file < 0)
         return destination + ": " + reason(errno);
-    fchmod(file, mode);
     close(file);
     destination_ = target.string();
     path_ = name;
@@ -99,7 +98,7 @@ Problem OutputFile::create(const std::string& destination)
 
 Problem OutputFile::keep()
 {
-    if (std::rename(path_.c_str(), destination_.c_str()) != 0)
+    if (chmod(path_.c_str(), mode_) != 0 || std::rename(path_.c_str(), destination_.c_str()) != 0)
         return destination_ + ": " + reason(errno);
     pending = 0;
     path_.clear();

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <string>
-
 #include "tools/nuv/nuv_problem.h"
+
+#include <string>
+#include <sys/types.h>
 
 namespace nuv_tool {
 
@@ -29,6 +30,7 @@ public:
 private:
     std::string destination_;
     std::string path_; // empty when there is nothing to remove
+    mode_t mode_ = 0;  // rights that the file gets with its name
 };
 
 } // namespace nuv_tool

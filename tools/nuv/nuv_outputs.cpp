@@ -1,12 +1,12 @@
 #include "tools/nuv/nuv_outputs.h"
 
+#include "tools/nuv/nuv_jpegcheck.h"
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <limits>
 #include <system_error>
-
-#include "tools/nuv/nuv_jpegcheck.h"
 
 namespace nuv_tool {
 
@@ -81,6 +81,8 @@ Problem append_jpeg(NuvWrapperClass& job, const ImageParam& picture, const Outpu
 {
     if (picture.bits != 8 || (picture.channels != 1 && picture.channels != 3))
         return "a JPEG has 1 or 3 channels of 8 bits, not " + shape(picture);
+    if (picture.channels == 1 && picture.color == ColorType::eRGB)
+        return "a JPEG has no colour table, and this picture has one";
     if (picture.width > largest_jpeg_side || picture.height > largest_jpeg_side)
         return "a JPEG is at most 65535 pixels wide and high";
     constexpr int default_quality = 75;

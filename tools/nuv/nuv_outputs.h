@@ -1,12 +1,13 @@
 #pragma once
 
-#include <cstdint>
+#include "tools/nuv/nuv_problem.h"
+
 #include <nuv/nuv_wrapper.h>
+
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "tools/nuv/nuv_problem.h"
 
 namespace nuv_tool {
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <cstdint>
+#include "tools/nuv/nuv_problem.h"
+
 #include <nuv/nuv_wrapper.h>
+
+#include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "tools/nuv/nuv_problem.h"
 
 namespace nuv_tool {
 

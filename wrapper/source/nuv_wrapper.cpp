@@ -45,11 +45,13 @@ nuv::NUV_Vector<T>* make_vector(nuv::NUV_Manager* manager)
 } // namespace
 
 NuvWrapperClass::NuvWrapperClass()
-    : manager(nuv::create_manager(0)), last_engine(nullptr),
-      branches(make_vector<nuv::NUV_Engine*>(manager)), src_storage(nullptr), dst_storage(nullptr),
+    : manager(nuv::create_manager(0)),
+      last_engine(nullptr),
+      branches(make_vector<nuv::NUV_Engine*>(manager)),
+      src_storage(nullptr),
+      dst_storage(nullptr),
       lut_objects(make_vector<nuv::NUV_LutData*>(manager))
-{
-}
+{}
 
 NuvWrapperClass::~NuvWrapperClass()
 {

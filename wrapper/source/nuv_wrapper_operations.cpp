@@ -153,12 +153,12 @@ NUV_Engine* read_planes(NUV_Manager& manager, nuv::NUV_InputStorage* source,
     std::array<NUV_Engine*, most_planes> engines{};
     for (std::size_t i = 0; i < planes; ++i) {
         // Our hold on the storage ends here; its engine has its own.
-        const auto storage = nuv::make_initiated<nuv::NUV_MoveInMoveOutInputStorage>(manager, source);
+        const auto storage =
+            nuv::make_initiated<nuv::NUV_MoveInMoveOutInputStorage>(manager, source);
         if (!storage)
             return nullptr;
         const auto begin = static_cast<std::int32_t>(plane_bytes * i);
-        engines[i] =
-            nuv::NUV_ReadStorage(manager).engine(storage.get(), &header, begin, 0, 1);
+        engines[i] = nuv::NUV_ReadStorage(manager).engine(storage.get(), &header, begin, 0, 1);
         if (!engines[i])
             return nullptr;
     }

@@ -7,12 +7,29 @@
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace nuv {
 namespace {
+
+// Three bytes a pixel but the last one, each turned as a word of four: the fourth byte is a zero
+// that the next pixel overwrites. Gives the count of pixels made.
+std::size_t reverse_words(const std::uint8_t* __restrict in, std::uint8_t* __restrict out,
+                          std::size_t width)
+{
+    if (std::endian::native != std::endian::little)
+        return 0;
+    for (std::size_t p = 0; p + 1 < width; ++p) {
+        std::uint32_t pixel = 0;
+        std::memcpy(&pixel, in + 3 * p, sizeof(pixel));
+        pixel = __builtin_bswap32(pixel) >> 8;
+        std::memcpy(out + 3 * p, &pixel, sizeof(pixel));
+    }
+    return width - 1;
+}
 
 // `Channels` is the count of channels, or 0 where `channels` says.
 template <class T, int Channels>
@@ -21,9 +38,12 @@ void reverse_row(const void* in, void* out, std::size_t width, std::size_t chann
     const auto* from = static_cast<const T*>(in);
     auto* to = static_cast<T*>(out);
     const std::size_t count = Channels > 0 ? static_cast<std::size_t>(Channels) : channels;
-    for (std::size_t p = 0; p < width; ++p, from += count, to += count) {
+    std::size_t done = 0;
+    if constexpr (Channels == 3 && sizeof(T) == 1)
+        done = reverse_words(from, to, width);
+    for (std::size_t p = done; p < width; ++p) {
         for (std::size_t c = 0; c < count; ++c)
-            to[c] = from[count - 1 - c];
+            to[p * count + c] = from[p * count + count - 1 - c];
     }
 }
 

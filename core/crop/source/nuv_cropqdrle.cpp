@@ -11,15 +11,14 @@ namespace {
 class NUV_CropQDRLEEngine final : public NUV_ProcessEngine {
 public:
     explicit NUV_CropQDRLEEngine(NUV_Manager& manager) noexcept
-        : NUV_ProcessEngine(manager), kept_(manager)
-    {
-    }
+        : NUV_ProcessEngine(manager),
+          kept_(manager)
+    {}
 
     bool cleanup() override;
     [[nodiscard]] bool execute() override;
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t x, std::uint32_t y, std::uint32_t w,
-                                std::uint32_t h);
+                                std::uint32_t x, std::uint32_t y, std::uint32_t w, std::uint32_t h);
 
 private:
     // Reads the next line, white when there is none. False once an error stands.

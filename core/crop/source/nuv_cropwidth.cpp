@@ -23,8 +23,8 @@ protected:
     unsigned first_bit_ = 0;    // of the kept part in that byte
 };
 
-bool NUV_CropWidthEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                   NUV_DstBuffer* dst, std::uint32_t x, std::uint32_t w)
+bool NUV_CropWidthEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                   std::uint32_t x, std::uint32_t w)
 {
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
@@ -161,8 +161,8 @@ bool NUV_CropWidth1BitISEngine::process_line(const void* in, void* out)
     // The kept part may end in the last byte of the source line.
     const bool has_next = offset_ + last + 1 < line_bytes_;
     const unsigned next = has_next ? from[last + 1] : 0U;
-    to[last] = static_cast<std::uint8_t>((unsigned{from[last]} << left | next >> right) &
-                                         last_mask_);
+    to[last] =
+        static_cast<std::uint8_t>((unsigned{from[last]} << left | next >> right) & last_mask_);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "core/decodetoraw/nuv_decodetoraw.h"
 
+#include "core/jpeg/nuv_decodejpeg.h"
 #include "core/qdrle/nuv_decodeqdrle.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
@@ -21,6 +22,7 @@ NUV_Engine* append_decoder(NUV_Manager& manager, NUV_Engine* previous)
 // All encodings that can be decoded.
 constexpr DecoderRow decoders[] = {
     {&NUV_EncodeType::qd_rle, append_decoder<NUV_DecodeQDRLE>},
+    {&NUV_EncodeType::jpeg, append_decoder<NUV_DecodeJPEG>},
 };
 
 } // namespace
@@ -29,6 +31,7 @@ NUV_Engine* NUV_DecodeToRaw::engine(NUV_Engine* previous)
 {
     constexpr auto method = "NUV_DecodeToRaw::engine()";
 
+    previous_ = previous;
     const NUV_Header* header = previous ? previous->header() : nullptr;
     if (!header)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
@@ -43,8 +46,8 @@ NUV_Engine* NUV_DecodeToRaw::engine(NUV_Engine* previous)
 
 NUV_Engine* NUV_DecodeToRaw::load_engine()
 {
-    const EntryPoint load = find_entry_point("LoadDecodeEngine");
-    return load ? load() : nullptr;
+    auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_Engine*)>("LoadDecodeEngine");
+    return load ? load(manager(), previous_) : nullptr;
 }
 
 } // namespace nuv

@@ -5,12 +5,9 @@
 
 namespace nuv {
 
-bool NUV_FormatInfo::begin_load(const NUV_InputStorage* storage)
+bool NUV_FormatInfo::refuse()
 {
-    loaded_ = false;
-    if (!storage || storage->is_closed())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_FormatInfo::load()");
-    return true;
+    return fail(manager(), NUV_ERR_ARGUMENT, "NUV_FormatInfo::load()");
 }
 
 bool NUV_FormatInfo::go_back(NUV_InputStorage& storage, std::int32_t start)

@@ -46,6 +46,9 @@ public:
         return *marker_ != 0 ? jpeg_no_code : jpeg_out_of_data;
     }
 
+    // Bytes of the input that are not taken yet; none behind a marker.
+    [[nodiscard]] std::int64_t unread() const noexcept { return end_ - next_; }
+
     // The next `count` bits, 1 to 32, which must be held.
     [[nodiscard]] std::uint32_t peek(std::uint32_t count) const noexcept
     {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 namespace nuv {
@@ -96,8 +97,8 @@ NUV_JPEGQuantisers jpeg_quantisers_of_quality(std::span<const std::uint8_t, 64> 
     NUV_JPEGQuantisers quantisers{};
     for (std::size_t i = 0; i < quantisers.size(); ++i) {
         const float product = static_cast<float>(base[jpeg_zigzag[i]]) * scale;
-        quantisers[i] =
-            static_cast<std::uint8_t>(std::clamp(static_cast<int>(product + 0.5F), 1, 255));
+        const float rounded = product + 0.5F;
+        quantisers[i] = static_cast<std::uint8_t>(std::clamp(static_cast<int>(rounded), 1, 255));
     }
     return quantisers;
 }
@@ -178,7 +179,8 @@ NUV_JPEGCode NUV_JPEGEncoder::start_encode(std::uint32_t& restart_interval) noex
     choose_conversion(sampling_);
     if (!allocate_memory())
         return jpeg_code_no_memory;
-    build_tables();
+    if (!build_tables())
+        return jpeg_code_bad_table;
     lay_out_slots();
     lines_ = 0;
     open_lines_ = 0;
@@ -226,7 +228,7 @@ void NUV_JPEGEncoder::choose_conversion(std::uint32_t key) noexcept
     case jpeg_sampling_411:
         pixels_to_blocks_ = split_411;
         // Three components without a word about their colour count as YCbCr; these ids tell.
-        for (std::size_t i = 0; convert && i < frame_.components; ++i)
+        for (std::size_t i = 0; convert && i < std::size(rgb_component_ids); ++i)
             frame_.component[i].id = rgb_component_ids[i];
         break;
     default:
@@ -267,19 +269,21 @@ void NUV_JPEGEncoder::free_memory() noexcept
     coded_ = {};
 }
 
-// The standard tables are sound, so the primitives have nothing to complain of.
-void NUV_JPEGEncoder::build_tables() noexcept
+bool NUV_JPEGEncoder::build_tables() noexcept
 {
+    NUV_JPEGResult result = jpeg_good;
     quantisers_[0] = jpeg_quantisers_of_quality(jpeg_standard_luminance_quantisers, quality_);
     quantisers_[1] = jpeg_quantisers_of_quality(jpeg_standard_chrominance_quantisers, quality_);
     for (std::size_t i = 0; i < most_tables; ++i) {
         const NUV_JPEGHuffmanSegment& dc = all_huffman_segments[i];
         const NUV_JPEGHuffmanSegment& ac = all_huffman_segments[most_tables + i];
-        primitives_->quant_forward_init(quantisers_[i].data(), inverses_[i].data());
-        primitives_->huffman_encode_spec_init(dc.counts.data(), dc.values.data(), &dc_tables_[i]);
-        primitives_->huffman_encode_spec_init(ac.counts.data(), ac.values.data(), &ac_tables_[i]);
+        result |= primitives_->quant_forward_init(quantisers_[i].data(), inverses_[i].data());
+        result |= primitives_->huffman_encode_spec_init(dc.counts.data(), dc.values.data(),
+                                                        &dc_tables_[i]);
+        result |= huffman_encode_wide_init(ac.counts.data(), ac.values.data(), &ac_tables_[i]);
     }
     primitives_->huffman_encode_state_init(&bits_);
+    return result == jpeg_good;
 }
 
 void NUV_JPEGEncoder::lay_out_slots() noexcept
@@ -356,10 +360,10 @@ NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
 {
     if (state_ != State::encoding)
         return jpeg_code_wrong_state;
-    if (lines_ >= frame_.height)
-        return jpeg_code_too_many_lines;
     if (write_failed_)
         return jpeg_code_io;
+    if (lines_ >= frame_.height)
+        return jpeg_code_too_many_lines;
     if (line == nullptr)
         return jpeg_code_bad_parameter;
 
@@ -429,7 +433,7 @@ NUV_JPEGCode NUV_JPEGEncoder::encode_mcus(const std::uint8_t* pixels, std::size_
         pixels_to_blocks_(pixels, row_step, blocks_, second_block_, third_block_);
         for (const BlockSlot& slot : slots) {
             primitives.fdct_quant(slot.block, slot.inverses);
-            result |= primitives.huffman_encode_block(
+            result |= primitives.huffman_encode_block_wide(
                 slot.block, coded_.data(), coded_room, &coded_bytes_, slot.previous_dc,
                 slot.dc_table, slot.ac_table, &bits_, /*flush=*/false);
         }
@@ -440,7 +444,7 @@ NUV_JPEGCode NUV_JPEGEncoder::encode_mcus(const std::uint8_t* pixels, std::size_
 NUV_JPEGCode NUV_JPEGEncoder::flush_bits() noexcept
 {
     const BlockSlot& slot = slots_[0];
-    const NUV_JPEGResult result = primitives_->huffman_encode_block(
+    const NUV_JPEGResult result = primitives_->huffman_encode_block_wide(
         slot.block, coded_.data(), static_cast<std::int32_t>(coded_.size()), &coded_bytes_,
         slot.previous_dc, slot.dc_table, slot.ac_table, &bits_, /*flush=*/true);
     return result == jpeg_good ? jpeg_code_good : jpeg_code_bad_table;

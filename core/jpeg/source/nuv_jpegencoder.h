@@ -2,6 +2,7 @@
 
 #include "core/jpeg/source/nuv_jpegcodes.h"
 #include "core/jpeg/source/nuv_jpegframe.h"
+#include "core/jpeg/source/nuv_jpeghuffman.h"
 #include "core/jpeg/source/nuv_jpegmarkers.h"
 #include "core/jpeg/source/nuv_jpegprimitives.h"
 
@@ -87,7 +88,7 @@ private:
         std::int16_t* block;
         const std::uint16_t* inverses;
         const NUV_JPEGEncodeTable* dc_table;
-        const NUV_JPEGEncodeTable* ac_table;
+        const NUV_JPEGWideEncodeTable* ac_table;
         std::int16_t* previous_dc;
     };
 
@@ -99,7 +100,7 @@ private:
     void choose_conversion(std::uint32_t key) noexcept;
     [[nodiscard]] bool allocate_memory() noexcept;
     void free_memory() noexcept;
-    void build_tables() noexcept;
+    [[nodiscard]] bool build_tables() noexcept;
     void lay_out_slots() noexcept;
     [[nodiscard]] NUV_JPEGCode write_header() noexcept;
     [[nodiscard]] NUV_JPEGCode write_stored_markers() noexcept;
@@ -153,7 +154,7 @@ private:
     std::array<std::array<std::uint16_t, jpeg_block_size>, most_tables> inverses_{};
     std::array<NUV_JPEGQuantisers, most_tables> quantisers_{};
     std::array<NUV_JPEGEncodeTable, most_tables> dc_tables_{};
-    std::array<NUV_JPEGEncodeTable, most_tables> ac_tables_{};
+    std::array<NUV_JPEGWideEncodeTable, most_tables> ac_tables_{};
     NUV_JPEGEncodeState bits_{};
 };
 

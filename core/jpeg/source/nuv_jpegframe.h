@@ -14,14 +14,25 @@ struct NUV_JPEGAllocator {
 };
 
 // Second bytes of markers (T.81, table B.1).
+inline constexpr std::uint8_t jpeg_marker_tem = 0x01;
 inline constexpr std::uint8_t jpeg_marker_sof0 = 0xC0; // baseline sequential
+inline constexpr std::uint8_t jpeg_marker_sof1 = 0xC1; // extended sequential
+inline constexpr std::uint8_t jpeg_marker_sof2 = 0xC2; // progressive
+inline constexpr std::uint8_t jpeg_marker_sof3 = 0xC3; // lossless
 inline constexpr std::uint8_t jpeg_marker_dht = 0xC4;
+inline constexpr std::uint8_t jpeg_marker_jpg = 0xC8;
+inline constexpr std::uint8_t jpeg_marker_dac = 0xCC;
+inline constexpr std::uint8_t jpeg_marker_sof15 = 0xCF;
 inline constexpr std::uint8_t jpeg_marker_rst0 = 0xD0; // to RST7, 0xD7
+inline constexpr std::uint8_t jpeg_marker_rst7 = 0xD7;
 inline constexpr std::uint8_t jpeg_marker_soi = 0xD8;
 inline constexpr std::uint8_t jpeg_marker_eoi = 0xD9;
 inline constexpr std::uint8_t jpeg_marker_sos = 0xDA;
 inline constexpr std::uint8_t jpeg_marker_dqt = 0xDB;
+inline constexpr std::uint8_t jpeg_marker_dnl = 0xDC;
 inline constexpr std::uint8_t jpeg_marker_dri = 0xDD;
+inline constexpr std::uint8_t jpeg_marker_dhp = 0xDE;
+inline constexpr std::uint8_t jpeg_marker_exp = 0xDF;
 inline constexpr std::uint8_t jpeg_marker_app0 = 0xE0; // to APP15, 0xEF
 inline constexpr std::uint8_t jpeg_marker_jpg0 = 0xF0; // to JPG13, 0xFD
 inline constexpr std::uint8_t jpeg_marker_com = 0xFE;

@@ -11,9 +11,9 @@ namespace {
 class NUV_NotQDRLEEngine final : public NUV_ProcessEngine {
 public:
     explicit NUV_NotQDRLEEngine(NUV_Manager& manager) noexcept
-        : NUV_ProcessEngine(manager), inverted_(manager)
-    {
-    }
+        : NUV_ProcessEngine(manager),
+          inverted_(manager)
+    {}
 
     bool cleanup() override
     {

@@ -22,6 +22,12 @@ public:
             return at_end;
         return block_[at_++];
     }
+    // Bytes that can be had without reading the storage, for a loop that looks at them in place and
+    // then takes some.
+    [[nodiscard]] const std::uint8_t* ready() const noexcept { return block_ + at_; }
+    [[nodiscard]] std::int32_t ready_bytes() const noexcept { return filled_ - at_; }
+    void take(std::int32_t bytes) noexcept { at_ += bytes; }
+
     // Undoes the last next(), which gave a byte.
     void put_back() noexcept { --at_; }
 

@@ -121,12 +121,34 @@ bool NUV_ReadPPMAsciiEngine::read_value(T* line)
     const std::size_t step = line ? 1 : 0;
     for (std::uint64_t i = 0; i < samples_per_line_; ++i, to += step) {
         std::uint32_t value = 0;
-        if (!skip_whitespace() || !get_value(value))
+        if (!get_usual_value(value) && !(skip_whitespace() && get_value(value)))
             return false;
         if (value > std::numeric_limits<T>::max())
             return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::read_value()");
         *to = static_cast<T>(value);
     }
+    return true;
+}
+
+// The most usual number, one to three digits with a whitespace behind them and at most one before,
+// where it lies ready as a whole. False, with nothing taken, for any other.
+bool NUV_ReadPPMAsciiEngine::get_usual_value(std::uint32_t& value)
+{
+    constexpr std::int32_t most_bytes = 5; // a whitespace, three digits, a whitespace
+
+    if (stream_.ready_bytes() < most_bytes)
+        return false;
+    const std::uint8_t* at = stream_.ready();
+    std::int32_t used = is_whitespace(at[0]) ? 1 : 0;
+    if (!is_digit(at[used]))
+        return false;
+    std::uint32_t number = at[used++] - std::uint32_t{'0'};
+    for (int more = 0; more < 2 && is_digit(at[used]); ++more)
+        number = number * 10 + at[used++] - std::uint32_t{'0'};
+    if (!is_whitespace(at[used]))
+        return false;
+    stream_.take(used + 1);
+    value = number;
     return true;
 }
 

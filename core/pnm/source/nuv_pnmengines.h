@@ -57,6 +57,7 @@ private:
     // One line of samples T. With null they are read and dropped.
     template <class T>
     [[nodiscard]] bool read_value(T* line);
+    [[nodiscard]] bool get_usual_value(std::uint32_t& value);
     [[nodiscard]] bool skip_whitespace();
     [[nodiscard]] bool get_value(std::uint32_t& value);
 

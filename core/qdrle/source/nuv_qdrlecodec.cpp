@@ -54,7 +54,9 @@ void QDRLELine::assign(const QDRLELine& other) noexcept
 }
 
 QDRLELineDecoder::QDRLELineDecoder(const std::uint32_t* runs, std::uint32_t width) noexcept
-    : line_bytes_(bytes_of_line(width)), runs_(runs), width_(width)
+    : line_bytes_(bytes_of_line(width)),
+      runs_(runs),
+      width_(width)
 {
     if (!runs || width == 0 || width >= width_limit)
         refuse(QDRLEStatus::bad_argument);
@@ -80,7 +82,9 @@ bool QDRLELineDecoder::decode(unsigned char* line) noexcept
 }
 
 QDRLEDecoder::QDRLEDecoder(DataInStream* stream, std::uint32_t width) noexcept
-    : stream_(stream), width_(width), line_bytes_(bytes_of_line(width))
+    : stream_(stream),
+      width_(width),
+      line_bytes_(bytes_of_line(width))
 {
     if (!stream || width == 0 || width >= width_limit)
         refuse(QDRLEStatus::bad_argument);

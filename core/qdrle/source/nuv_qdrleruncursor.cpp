@@ -4,8 +4,7 @@
 
 namespace nuv {
 
-NUV_QDRLERunCursor::NUV_QDRLERunCursor(const NUV_QDRLERunCursor& other)
-    : own_(other.own_.manager())
+NUV_QDRLERunCursor::NUV_QDRLERunCursor(const NUV_QDRLERunCursor& other) : own_(other.own_.manager())
 {
     *this = other;
 }

@@ -1,5 +1,11 @@
 #include "core/readraster/source/nuv_formatlist.h"
 
+#include "core/jfif/nuv_jfifinfo.h"
+#include "core/jfif/nuv_readjfif.h"
+#include "core/jpeg/nuv_jpeginfo.h"
+#include "core/jpeg/nuv_readjpeg.h"
+#include "core/jpegadobe/nuv_jpegadobeinfo.h"
+#include "core/jpegadobe/nuv_readjpegadobe.h"
 #include "core/pnm/nuv_pnminfo.h"
 #include "core/pnm/nuv_readpnm.h"
 #include "core/sunras/nuv_readsunras.h"
@@ -11,6 +17,9 @@ std::span<const NUV_FormatRow> single_image_formats() noexcept
 {
     static constexpr NUV_FormatRow rows[] = {
         format_row<NUV_SunrasInfo, NUV_ReadSunras>(),
+        format_row<NUV_JPEGAdobeInfo, NUV_ReadJPEGAdobe, NUV_JPEGInfo::full_scale>(),
+        format_row<NUV_JFIFInfo, NUV_ReadJFIF, NUV_JPEGInfo::full_scale>(),
+        format_row<NUV_JPEGInfo, NUV_ReadJPEG, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_PNMInfo, NUV_ReadPNM>(),
     };
     return rows;

@@ -14,9 +14,10 @@ void raise_again(NUV_Manager& manager, const NUV_Status& status)
 } // namespace
 
 NUV_ReadRaster::NUV_ReadRaster(NUV_Manager& manager) noexcept
-    : NUV_EngineCreator(manager), NUV_LibLoader(manager), entry_(manager), kept_(manager)
-{
-}
+    : NUV_EngineCreator(manager),
+      entry_(manager),
+      kept_(manager)
+{}
 
 NUV_Engine* NUV_ReadRaster::engine(NUV_InputStorage* storage, std::uint32_t page)
 {
@@ -93,9 +94,13 @@ NUV_FormatInfo* NUV_ReadRaster::format_info_tiff(NUV_InputStorage*, std::uint32_
 
 NUV_Engine* NUV_ReadRaster::load_engine()
 {
-    const EntryPoint load =
-        find_entry_point(page_ > 0 ? "LoadReadEngineWithPage" : "LoadReadEngine");
-    return load ? load() : nullptr;
+    if (page_ > 0) {
+        auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_InputStorage*, std::uint32_t)>(
+            "LoadReadEngineWithPage");
+        return load ? load(manager(), storage_, page_) : nullptr;
+    }
+    auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_InputStorage*)>("LoadReadEngine");
+    return load ? load(manager(), storage_) : nullptr;
 }
 
 void NUV_ReadRaster::begin_search(NUV_InputStorage* storage, std::uint32_t page)

@@ -20,9 +20,11 @@ public:
     enum class Order { from_left, from_right };
 
     explicit NUV_EdgeList(NUV_Manager& manager) noexcept
-        : NUV_Object(manager), edges_(manager), crossing_(manager), next_crossing_(manager)
-    {
-    }
+        : NUV_Object(manager),
+          edges_(manager),
+          crossing_(manager),
+          next_crossing_(manager)
+    {}
 
     bool cleanup() override;
     // `width` in columns, that is in output lines.

@@ -27,8 +27,8 @@ constexpr std::uint32_t group_rows = 8;
     return (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
 }
 
-// The bytes b of `low` with the bits before them: (b >> shift) | (byte before << (8 - shift)), where
-// `high` holds the bytes before.
+// The bytes b of `low` with the bits before them: (b >> shift) | (byte before << (8 - shift)),
+// where `high` holds the bytes before.
 [[nodiscard]] constexpr std::uint64_t shift_bytes(std::uint64_t low, std::uint64_t high,
                                                   unsigned shift) noexcept
 {

@@ -41,8 +41,8 @@ using Rotate90Groups = void (*)(std::span<const Rotate90Group> groups, const Rot
 void rotate90groups_portable(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
 void rotate90groups_sse2(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
 
-[[nodiscard]] inline Rotate90Groups
-choose_rotate90groups([[maybe_unused]] const NUV_Cpu& cpu) noexcept
+[[nodiscard]] inline Rotate90Groups choose_rotate90groups(
+    [[maybe_unused]] const NUV_Cpu& cpu) noexcept
 {
 #if NUV_X86
     if (cpu.has_sse2)

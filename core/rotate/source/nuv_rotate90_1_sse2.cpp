@@ -2,29 +2,14 @@
 
 #if NUV_X86
 
+#    include "core/rotate/source/nuv_transpose_sse2.h"
+
 #    include <emmintrin.h>
 
 namespace nuv {
 namespace {
 
 constexpr std::uint32_t chunk_bytes = 16; // of source lines, 128 columns
-
-// 16 rows of 16 bytes to 16 columns of 16 bytes.
-NUV_TARGET("sse2")
-void transpose_bytes(__m128i (&rows)[16])
-{
-    // Each round takes neighbours of the one list and of the other in turn; after four of them a
-    // byte's row has become its place and its place its row.
-    for (int round = 0; round < 4; ++round) {
-        __m128i mixed[16];
-        for (int i = 0; i < 8; ++i) {
-            mixed[2 * i] = _mm_unpacklo_epi8(rows[i], rows[i + 8]);
-            mixed[2 * i + 1] = _mm_unpackhi_epi8(rows[i], rows[i + 8]);
-        }
-        for (int i = 0; i < 16; ++i)
-            rows[i] = mixed[i];
-    }
-}
 
 // Two groups, 128 columns.
 NUV_TARGET("sse2")

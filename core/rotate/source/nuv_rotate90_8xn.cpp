@@ -4,41 +4,88 @@
 #include "framework/base/nuv_status.h"
 #include "framework/base/nuv_version.h"
 
+#include <algorithm>
+
 namespace nuv {
 namespace {
 
-template <int PixelBytes>
-[[nodiscard]] Rotate90Block block_for(std::int32_t angle)
+// Calls visit.operator()<PixelBytes>(), with 0 for a size that is asked at run time.
+template <class Visit>
+auto visit_pixel_bytes(std::size_t pixel_bytes, Visit&& visit)
 {
-    switch (angle) {
-    case 90:
-        return rotate90block_8xn<PixelBytes, true>;
-    case 270:
-        return rotate90block_8xn<PixelBytes, false>;
+    switch (pixel_bytes) {
+    case 1:
+        return visit.template operator()<1>();
+    case 2:
+        return visit.template operator()<2>();
+    case 3:
+        return visit.template operator()<3>();
+    case 4:
+        return visit.template operator()<4>();
+    case 6:
+        return visit.template operator()<6>();
+    case 8:
+        return visit.template operator()<8>();
     default:
-        return rotate90block_8xn_180<PixelBytes>;
+        return visit.template operator()<0>();
     }
+}
+
+[[nodiscard]] Rotate90TileForm choose_rotate90tile(std::size_t pixel_bytes,
+                                                   [[maybe_unused]] const NUV_Cpu& cpu)
+{
+#if NUV_X86
+    if (pixel_bytes == 1 && cpu.has_sse2)
+        return rotate90tile_1_sse2;
+    if (pixel_bytes == 3 && cpu.has_avx2)
+        return rotate90tile_3_avx2;
+#endif
+    return visit_pixel_bytes(pixel_bytes,
+                             []<int Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
 }
 
 } // namespace
 
-Rotate90Block choose_rotate90block_8xn(std::int32_t angle, std::size_t pixel_bytes)
+Rotate90Block::Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu)
+    : angle_(angle),
+      pixel_bytes_(pixel_bytes),
+      tile_form_(choose_rotate90tile(pixel_bytes, cpu))
 {
-    switch (pixel_bytes) {
-    case 1:
-        return block_for<1>(angle);
-    case 2:
-        return block_for<2>(angle);
-    case 3:
-        return block_for<3>(angle);
-    case 4:
-        return block_for<4>(angle);
-    case 6:
-        return block_for<6>(angle);
-    case 8:
-        return block_for<8>(angle);
-    default:
-        return block_for<0>(angle);
+    half_turn_ =
+        visit_pixel_bytes(pixel_bytes, []<int Bytes>() { return &rotate90block_8xn_180<Bytes>; });
+}
+
+void Rotate90Block::rotate(const NUV_Rotate90Band& band) const
+{
+    if (angle_ == 180)
+        half_turn_(band, pixel_bytes_);
+    else
+        quarter_turn(band);
+}
+
+void Rotate90Block::quarter_turn(const NUV_Rotate90Band& band) const
+{
+    // So many source lines at a time that the pieces of output lines fill cache lines, while one
+    // cache line of each source line stays near for the columns that follow.
+    constexpr std::uint32_t tile_rows = 32;
+    const bool is_clockwise = angle_ == 90;
+    const auto src_step = static_cast<std::ptrdiff_t>(band.src_step);
+    const auto plane_step = static_cast<std::ptrdiff_t>(band.plane_step);
+    for (std::uint32_t row = 0; row < band.rows; row += tile_rows) {
+        const std::uint32_t rows = std::min(tile_rows, band.rows - row);
+        // Clockwise the last source line becomes the left column, and the left column the first
+        // line; the other way it is the first line, and the right column.
+        const std::uint32_t from = is_clockwise ? row + rows - 1 : row;
+        const std::size_t column =
+            is_clockwise ? band.height - 1 - (band.first_row + from) : band.first_row + from;
+        const std::size_t line = is_clockwise ? 0 : band.width - 1;
+        tile_form_({.in = band.src + from * band.src_step,
+                    .out = band.plane + line * band.plane_step + column * pixel_bytes_,
+                    .in_step = is_clockwise ? -src_step : src_step,
+                    .out_step = is_clockwise ? plane_step : -plane_step,
+                    .width = band.width,
+                    .rows = rows},
+                   pixel_bytes_);
     }
 }
 
@@ -61,8 +108,8 @@ bool NUV_Rotate90_8xNEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuffer
     if (block == 0 || !wanted.is_quarter_turn())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 
-    pixel_bytes_ = sizeof(T) * header->channels();
-    rotate_block_ = choose_rotate90block_8xn(wanted.normalized(), pixel_bytes_);
+    rotate_block_ =
+        Rotate90Block(wanted.normalized(), sizeof(T) * header->channels(), NUV_Cpu::current());
     return prepare(wanted, block, method);
 }
 

@@ -1,17 +1,13 @@
 #pragma once
 
 #include "core/rotate/source/nuv_rotate90plane.h"
+#include "framework/base/nuv_cpu.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace nuv {
-
-// Puts one band of whole-byte pixels where they belong in the plane. With source pixel (x, y) of a
-// W x H image, as (column, line): 90 degrees to (H-1-y, x), 180 to (W-1-x, H-1-y), 270 to (y, W-1-x).
-using Rotate90Block = void (*)(const NUV_Rotate90Band& band, std::size_t pixel_bytes);
 
 // Copies `count` pixels that lie `in_step` bytes apart to a row without gaps. PixelBytes 0 stands
 // for `pixel_bytes`. `has_next` tells that a byte follows each pixel of the input, in its line.
@@ -39,29 +35,54 @@ void gather_pixels(const std::uint8_t* in, std::ptrdiff_t in_step, std::uint8_t*
     }
 }
 
-template <int PixelBytes, bool Clockwise>
-void rotate90block_8xn(const NUV_Rotate90Band& band, std::size_t pixel_bytes)
+// Some source lines that are turned together. Lines of the tile count in the order in which they
+// stand in the output, from the left.
+struct Rotate90Tile {
+    const std::uint8_t* in = nullptr; // the first line of the tile
+    std::uint8_t* out = nullptr;      // where source column 0 goes
+    std::ptrdiff_t in_step = 0;       // to the next line of the tile
+    std::ptrdiff_t out_step = 0;      // to where the next source column goes
+    std::uint32_t width = 0;          // source columns
+    std::uint32_t rows = 0;           // source lines
+};
+
+// Turns a tile. All forms give the same bytes, read within the source lines and write within the
+// tile's part of the output lines.
+using Rotate90TileForm = void (*)(const Rotate90Tile& tile, std::size_t pixel_bytes);
+
+// Columns `from` and up.
+template <int PixelBytes>
+void rotate90tile_from(const Rotate90Tile& tile, std::uint32_t from, std::size_t pixel_bytes)
 {
-    // So many source lines at a time that a piece of an output line fills whole cache lines, while
-    // one cache line of each source line stays near for the columns that follow.
-    constexpr std::uint32_t tile = 64;
     const std::size_t size = PixelBytes != 0 ? std::size_t{PixelBytes} : pixel_bytes;
-    const auto src_step = static_cast<std::ptrdiff_t>(band.src_step);
-    for (std::uint32_t row = 0; row < band.rows; row += tile) {
-        const std::uint32_t rows = std::min(tile, band.rows - row);
-        // The first source line of the piece, and the output column that it goes to.
-        const std::uint32_t from = Clockwise ? row + rows - 1 : row;
-        const std::uint32_t column =
-            Clockwise ? band.height - 1 - (band.first_row + from) : band.first_row + from;
-        const std::uint8_t* in = band.src + from * band.src_step;
-        std::uint8_t* out = band.plane + column * size;
-        for (std::uint32_t x = 0; x < band.width; ++x, in += size) {
-            const std::uint32_t line = Clockwise ? x : band.width - 1 - x;
-            gather_pixels<PixelBytes>(in, Clockwise ? -src_step : src_step,
-                                      out + line * band.plane_step, rows, pixel_bytes,
-                                      x + 1 < band.width);
-        }
+    const std::uint8_t* in = tile.in + from * size;
+    for (std::uint32_t x = from; x < tile.width; ++x, in += size) {
+        gather_pixels<PixelBytes>(in, tile.in_step, tile.out + std::ptrdiff_t{x} * tile.out_step,
+                                  tile.rows, pixel_bytes, x + 1 < tile.width);
     }
+}
+
+template <int PixelBytes>
+void rotate90tile(const Rotate90Tile& tile, std::size_t pixel_bytes)
+{
+    rotate90tile_from<PixelBytes>(tile, 0, pixel_bytes);
+}
+
+void rotate90tile_1_sse2(const Rotate90Tile& tile, std::size_t pixel_bytes);
+void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
+
+// Copies bytes end for end.
+inline void reverse_bytes(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept
+{
+    constexpr std::size_t step = sizeof(std::uint64_t);
+    for (; count >= step; count -= step, out += step) {
+        std::uint64_t word;
+        std::memcpy(&word, in + count - step, step);
+        word = __builtin_bswap64(word);
+        std::memcpy(out, &word, step);
+    }
+    for (; count > 0; --count)
+        *out++ = in[count - 1];
 }
 
 template <int PixelBytes>
@@ -73,6 +94,10 @@ void rotate90block_8xn_180(const NUV_Rotate90Band& band, std::size_t pixel_bytes
         const std::uint8_t* in = band.src + row * band.src_step + last;
         std::uint8_t* out =
             band.plane + (band.height - 1 - (band.first_row + row)) * band.plane_step;
+        if constexpr (PixelBytes == 1) {
+            reverse_bytes(band.src + row * band.src_step, out, band.width);
+            continue;
+        }
         // No byte follows the last pixel of the line; one follows all others.
         gather_pixels<PixelBytes>(in, 0, out, 1, pixel_bytes, false);
         if (band.width == 1)
@@ -82,7 +107,24 @@ void rotate90block_8xn_180(const NUV_Rotate90Band& band, std::size_t pixel_bytes
     }
 }
 
-// `angle` is 90, 180 or 270.
-[[nodiscard]] Rotate90Block choose_rotate90block_8xn(std::int32_t angle, std::size_t pixel_bytes);
+// Puts bands of whole-byte pixels where they belong in the plane. With source pixel (x, y) of a
+// W x H image, as (column, line): 90 degrees to (H-1-y, x), 180 to (W-1-x, H-1-y), 270 to
+// (y, W-1-x).
+class Rotate90Block {
+public:
+    Rotate90Block() = default;
+    // `angle` is 90, 180 or 270. Chooses the fastest forms that `cpu` can run.
+    Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu);
+
+    void rotate(const NUV_Rotate90Band& band) const;
+
+private:
+    void quarter_turn(const NUV_Rotate90Band& band) const;
+
+    std::int32_t angle_ = 0;
+    std::size_t pixel_bytes_ = 0;
+    Rotate90TileForm tile_form_ = nullptr; // for 90 and 270
+    void (*half_turn_)(const NUV_Rotate90Band&, std::size_t pixel_bytes) = nullptr; // for 180
+};
 
 } // namespace nuv

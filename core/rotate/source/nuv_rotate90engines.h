@@ -43,19 +43,18 @@ public:
                                 std::int32_t angle, std::uint32_t block);
 
 private:
-    void rotate(const NUV_Rotate90Band& band) override { rotate_block_(band, pixel_bytes_); }
+    void rotate(const NUV_Rotate90Band& band) override { rotate_block_.rotate(band); }
 
-    Rotate90Block rotate_block_ = nullptr;
-    std::size_t pixel_bytes_ = 0;
+    Rotate90Block rotate_block_;
 };
 
 // Runs.
 class NUV_Rotate90QDRLEEngine final : public NUV_ProcessEngine {
 public:
     explicit NUV_Rotate90QDRLEEngine(NUV_Manager& manager) noexcept
-        : NUV_ProcessEngine(manager), line_(manager)
-    {
-    }
+        : NUV_ProcessEngine(manager),
+          line_(manager)
+    {}
 
     bool cleanup() override;
     [[nodiscard]] bool execute() override;

@@ -61,8 +61,7 @@ bool NUV_Rotate90QDRLEEngine::build()
         return true;
     const std::uint32_t height = buffer_->height();
     for (std::uint32_t y = 0; y < height; ++y) {
-        const auto above =
-            y == 0 ? std::span<const NUV_QDRLERun>() : buffer_->line(y - 1);
+        const auto above = y == 0 ? std::span<const NUV_QDRLERun>() : buffer_->line(y - 1);
         if (!edges_->add_line(y, above, buffer_->line(y)))
             return false;
     }

@@ -5,13 +5,8 @@
 #include <cmath>
 #include <concepts>
 #include <cstdint>
-#include <type_traits>
 
 namespace nuv {
-
-// What weights of a real type are stored as: fixed-point ones in units of 1 / 4096.
-template <RealNumber R>
-using ScaleWeight = std::conditional_t<std::same_as<R, double>, double, std::int32_t>;
 
 // The weights of the four pixels around a position that lies `t` behind the second one, 0 <= t < 1.
 // The second one takes the remainder, so that they add up to exactly one and flat areas stay flat.

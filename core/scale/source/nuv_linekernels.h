@@ -63,34 +63,34 @@ using CombineLines = void (*)(const T* const lines[4], T* out, std::size_t sampl
 // The sums are those of the differences from the second line, which holds the remainder of the
 // weights; in integers that is the plain sum. Sum must hold them.
 template <IntegerSample T, class Sum>
-[[gnu::always_inline]] inline void
-combine_lines_body(const T* __restrict line0, const T* __restrict line1, const T* __restrict line2,
-                   const T* __restrict line3, T* __restrict out, std::size_t samples,
-                   const NUV_CubicWeights<std::int32_t>& weights, NUV_SampleLimits<T> limits)
+[[gnu::always_inline]] inline void combine_lines_body(
+    const T* __restrict line0, const T* __restrict line1, const T* __restrict line2,
+    const T* __restrict line3, T* __restrict out, std::size_t samples,
+    const NUV_CubicWeights<std::int32_t>& weights, NUV_SampleLimits<T> limits)
 {
     const Sum w0 = weights.tap[0];
     const Sum w1 = weights.tap[1];
     const Sum w2 = weights.tap[2];
     const Sum w3 = weights.tap[3];
     for (std::size_t i = 0; i < samples; ++i)
-        out[i] = round_fixed<T>(line0[i] * w0 + line1[i] * w1 + line2[i] * w2 + line3[i] * w3,
-                                limits);
+        out[i] =
+            round_fixed<T>(line0[i] * w0 + line1[i] * w1 + line2[i] * w2 + line3[i] * w3, limits);
 }
 
 // In double precision the order of the additions is part of the result.
 template <IntegerSample T>
-[[gnu::always_inline]] inline void
-combine_lines_body(const T* __restrict line0, const T* __restrict line1, const T* __restrict line2,
-                   const T* __restrict line3, T* __restrict out, std::size_t samples,
-                   const NUV_CubicWeights<double>& weights, NUV_SampleLimits<T> limits)
+[[gnu::always_inline]] inline void combine_lines_body(
+    const T* __restrict line0, const T* __restrict line1, const T* __restrict line2,
+    const T* __restrict line3, T* __restrict out, std::size_t samples,
+    const NUV_CubicWeights<double>& weights, NUV_SampleLimits<T> limits)
 {
     const double w0 = weights.tap[0];
     const double w2 = weights.tap[2];
     const double w3 = weights.tap[3];
     for (std::size_t i = 0; i < samples; ++i) {
         const std::int32_t centre = line1[i];
-        const double sum = (line0[i] - centre) * w0 + (line2[i] - centre) * w2 +
-                           (line3[i] - centre) * w3 + centre;
+        const double sum =
+            (line0[i] - centre) * w0 + (line2[i] - centre) * w2 + (line3[i] - centre) * w3 + centre;
         out[i] = round_real<T>(sum, limits);
     }
 }
@@ -132,9 +132,8 @@ template <IntegerSample T, class Weight>
 [[nodiscard]] BlendLines<T, Weight> choose_blend_lines([[maybe_unused]] const NUV_Cpu& cpu) noexcept
 {
 #if NUV_X86
-    constexpr bool has_form =
-        std::is_same_v<Weight, double> ? std::is_same_v<T, std::uint16_t>
-                                       : std::is_same_v<T, std::uint8_t>;
+    constexpr bool has_form = std::is_same_v<Weight, double> ? std::is_same_v<T, std::uint16_t>
+                                                             : std::is_same_v<T, std::uint8_t>;
     if constexpr (has_form) {
         if (cpu.has_avx2)
             return blend_lines_avx2;

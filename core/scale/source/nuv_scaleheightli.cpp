@@ -2,7 +2,6 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
-#include "core/scale/source/nuv_cubicweights.h"
 #include "core/scale/source/nuv_linekernels.h"
 #include "framework/base/nuv_version.h"
 
@@ -47,7 +46,7 @@ public:
             return false;
         blend_(reinterpret_cast<const T*>(lines_.line(0)),
                reinterpret_cast<const T*>(lines_.line(1)), out, samples_per_line_,
-               weight(position_ - i));
+               scale_weight<R>(position_ - i));
         position_ += ratio_;
         ++line_;
         const bool released = line_ < destination_height_ || lines_.release_all();
@@ -57,14 +56,6 @@ public:
 
 private:
     using Weight = ScaleWeight<R>;
-
-    [[nodiscard]] static Weight weight(double t) noexcept
-    {
-        if constexpr (std::same_as<R, double>)
-            return t;
-        else
-            return R(t).units();
-    }
 
     std::size_t samples_per_line_ = 0;
     BlendLines<T, Weight> blend_ = nullptr;

@@ -4,6 +4,7 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "framework/base/nuv_version.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <type_traits>
@@ -16,12 +17,12 @@ template <class Sum>
 class NUV_RoundedMean {
 public:
     explicit NUV_RoundedMean(std::uint32_t count) noexcept
-        : count_(static_cast<Sum>(count)), half_(static_cast<Sum>(count >> 1)),
+        : count_(static_cast<Sum>(count)),
+          half_(static_cast<Sum>(count >> 1)),
           inverse_(1.0 / count)
-    {
-    }
+    {}
 
-    // Below 2^32 the division is a multiplication in double precision, which vectorises: with the
+    // Small sums are divided by a multiplication in double precision, which vectorises: with the
     // half added, the quotient is 0.5 / count away from every integer, and its error far smaller.
     [[nodiscard]] Sum of(Sum sum) const noexcept
     {
@@ -37,6 +38,16 @@ private:
     double inverse_;
 };
 
+// The same for a count of 2 to the power of `Shift`, of which the sums are small.
+template <int Shift>
+class NUV_ShiftedMean {
+public:
+    [[nodiscard]] static constexpr std::int32_t of(std::int32_t sum) noexcept
+    {
+        return (sum + (1 << Shift >> 1)) >> Shift;
+    }
+};
+
 // True when sums of `count` samples of T, rounding included, fit 31 bits.
 template <class T>
 bool sums_are_small(std::uint32_t count) noexcept
@@ -45,29 +56,55 @@ bool sums_are_small(std::uint32_t count) noexcept
     return most <= static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max());
 }
 
-// Calls visit.operator()<Sum>() with what holds the sums of `count` samples of T.
-template <class T, class Visit>
-auto visit_sum_type(std::uint32_t count, Visit&& visit)
+// Means of `factor` neighbours. `Factor` is that number, or 0 to be told at run time.
+template <int Channels, std::uint32_t Factor, class Sum, class T, class Mean>
+void average_pixels(const T* __restrict in, T* __restrict out, std::size_t pixels,
+                    std::uint32_t factor, std::size_t channels, const Mean& mean) noexcept
 {
-    return sums_are_small<T>(count) ? visit.template operator()<std::int32_t>()
-                                    : visit.template operator()<std::uint64_t>();
-}
-
-template <class T, class Sum, int Channels>
-void average_pixels(const T* in, T* out, std::size_t pixels, std::uint32_t factor,
-                    std::size_t channels) noexcept
-{
-    const NUV_RoundedMean<Sum> mean(factor);
     const std::size_t step = Channels != 0 ? Channels : channels;
+    const std::size_t count = Factor != 0 ? Factor : factor;
     for (std::size_t k = 0; k < pixels; ++k) {
         for (std::size_t c = 0; c < step; ++c) {
-            const T* from = in + k * factor * step + c;
+            const T* from = in + k * count * step + c;
             Sum sum = 0;
-            for (std::size_t i = 0; i < factor; ++i)
+            for (std::size_t i = 0; i < count; ++i)
                 sum = sum + static_cast<Sum>(from[i * step]);
             out[k * step + c] = static_cast<T>(mean.of(sum));
         }
     }
+}
+
+// The same with the kernel for the factor.
+template <int Channels, class T>
+void average_row(const T* in, T* out, std::size_t pixels, std::uint32_t factor,
+                 std::size_t channels) noexcept
+{
+    using Small = std::int32_t;
+    if (factor == 2)
+        average_pixels<Channels, 2, Small>(in, out, pixels, 2, channels, NUV_ShiftedMean<1>());
+    else if (factor == 4)
+        average_pixels<Channels, 4, Small>(in, out, pixels, 4, channels, NUV_ShiftedMean<2>());
+    else if (sums_are_small<T>(factor))
+        average_pixels<Channels, 0, Small>(in, out, pixels, factor, channels,
+                                           NUV_RoundedMean<Small>(factor));
+    else
+        average_pixels<Channels, 0, std::uint64_t>(in, out, pixels, factor, channels,
+                                                   NUV_RoundedMean<std::uint64_t>(factor));
+}
+
+template <class T, class Sum, class Mean>
+void average_sums(const Sum* __restrict sums, T* __restrict out, std::size_t samples,
+                  const Mean& mean) noexcept
+{
+    for (std::size_t s = 0; s < samples; ++s)
+        out[s] = static_cast<T>(mean.of(sums[s]));
+}
+
+template <class T, class Sum>
+void add_samples(const T* __restrict in, Sum* __restrict sums, std::size_t samples) noexcept
+{
+    for (std::size_t s = 0; s < samples; ++s)
+        sums[s] += static_cast<Sum>(in[s]);
 }
 
 template <IntegerSample T>
@@ -95,12 +132,9 @@ public:
 private:
     void process_line(const std::uint8_t* in, std::uint8_t* out) override
     {
-        visit_sum_type<T>(factor_, [&]<class Sum>() {
-            visit_channels(channels_, [&]<int Channels>() {
-                average_pixels<T, Sum, Channels>(reinterpret_cast<const T*>(in),
-                                                 reinterpret_cast<T*>(out), destination_width_,
-                                                 factor_, channels_);
-            });
+        visit_channels(channels_, [&]<int Channels>() {
+            average_row<Channels>(reinterpret_cast<const T*>(in), reinterpret_cast<T*>(out),
+                                  destination_width_, factor_, channels_);
         });
     }
 
@@ -142,22 +176,21 @@ private:
     template <class Sum>
     [[nodiscard]] bool average_lines(const NUV_Scratch<Sum>& sums)
     {
-        Sum* sum = sums.data();
         for (std::uint32_t i = 0; i < factor_; ++i) {
             const auto* in = static_cast<const T*>(src_buffer_->get(nullptr));
             if (!in)
                 return false;
-            for (std::size_t s = 0; s < samples_; ++s)
-                sum[s] = (i == 0 ? Sum{0} : sum[s]) + static_cast<Sum>(in[s]);
+            if (i == 0)
+                std::copy(in, in + samples_, sums.data());
+            else
+                add_samples(in, sums.data(), samples_);
             if (!src_buffer_->release())
                 return false;
         }
         auto* out = static_cast<T*>(dst_buffer_->get());
         if (!out)
             return false;
-        const NUV_RoundedMean<Sum> mean(factor_);
-        for (std::size_t s = 0; s < samples_; ++s)
-            out[s] = static_cast<T>(mean.of(sum[s]));
+        average_sums(sums.data(), out, samples_, NUV_RoundedMean<Sum>(factor_));
         ++line_;
         return dst_buffer_->release(line_bytes_);
     }
@@ -167,17 +200,6 @@ private:
     NUV_Scratch<std::int32_t> small_sums_;
     NUV_Scratch<std::uint64_t> large_sums_;
 };
-
-// Calls visit.operator()<T>() for unsigned samples, else otherwise().
-template <class Visit, class Otherwise>
-auto visit_unsigned_type(const NUV_Header& header, Visit&& visit, Otherwise&& otherwise)
-{
-    if (header.data_type() == NUV_DataType::u_integer && header.bits() == 8)
-        return visit.template operator()<std::uint8_t>();
-    if (header.data_type() == NUV_DataType::u_integer && header.bits() == 16)
-        return visit.template operator()<std::uint16_t>();
-    return otherwise();
-}
 
 } // namespace
 

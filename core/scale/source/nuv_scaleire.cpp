@@ -55,8 +55,7 @@ private:
     {
         visit_pixel_bytes(pixel_bytes_, [&]<std::size_t PixelBytes>() {
             repeat_pixels<PixelBytes>(static_cast<const std::uint8_t*>(in), factor_,
-                                      static_cast<std::uint8_t*>(out), source_width_,
-                                      pixel_bytes_);
+                                      static_cast<std::uint8_t*>(out), source_width_, pixel_bytes_);
         });
         return true;
     }

@@ -112,8 +112,8 @@ public:
 private:
     [[nodiscard]] bool deliver(std::uint8_t* out, bool wanted_again);
 
-    std::uint32_t lines_consumed_ = 0;      // of the source, the held one included
-    const std::uint8_t* held_ = nullptr;    // the line consumed last, when it is wanted again
+    std::uint32_t lines_consumed_ = 0;   // of the source, the held one included
+    const std::uint8_t* held_ = nullptr; // the line consumed last, when it is wanted again
 };
 
 bool NUV_ScaleHeightNNEngine::execute()
@@ -121,8 +121,8 @@ bool NUV_ScaleHeightNNEngine::execute()
     if (line_ >= destination_height_)
         return false;
     const std::uint32_t wanted = whole(position_, source_height_ - 1);
-    const bool wanted_again = line_ + 1 < destination_height_ &&
-                              whole(position_ + ratio_, source_height_ - 1) == wanted;
+    const bool wanted_again =
+        line_ + 1 < destination_height_ && whole(position_ + ratio_, source_height_ - 1) == wanted;
     while (lines_consumed_ < wanted) {
         if (!src_buffer_->get(nullptr) || !src_buffer_->release())
             return false;

@@ -74,8 +74,7 @@ bool NUV_ScaleSSEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    const std::uint64_t wanted =
-        subsampling_.offset_y + std::uint64_t{subsampling_.step_y} * line_;
+    const std::uint64_t wanted = subsampling_.offset_y + std::uint64_t{subsampling_.step_y} * line_;
     for (; lines_consumed_ < wanted; ++lines_consumed_) {
         if (!src_buffer_->get(nullptr) || !src_buffer_->release())
             return false;

@@ -1,6 +1,5 @@
-#include "core/scale/nuv_scalecc.h"
-
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
 #include "core/scale/source/nuv_cubicweights.h"
@@ -27,7 +26,7 @@ private:
     using Weight = ScaleWeight<R>;
 
     [[nodiscard]] bool fill_table(double a);
-    [[nodiscard]] bool pack_table();
+    [[nodiscard]] bool choose_form();
     void process_line(const std::uint8_t* in, std::uint8_t* out) override;
 
     NUV_PaddedLine<T, 2> line_;
@@ -35,9 +34,10 @@ private:
     bool narrow_ = true;
     NUV_SampleLimits<T> limits_;
 
-    // Of the packed form, where there is one.
+    // The forms for the processor, where there are any.
     ConvolvePackedRow convolve_packed_ = nullptr;
     NUV_PackedTapTable packed_;
+    ConvolveRealRow<NUV_CubicTaps<double>> convolve_real_ = nullptr;
 };
 
 template <IntegerSample T, RealNumber R>
@@ -61,7 +61,7 @@ bool NUV_ScaleWidthCCEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBuf
     if (!line_.initiate(manager(), source_width_, channels_, packed_taps_slack_bytes))
         return false;
     work_line_ = line_.image_bytes();
-    return fill_table(a) && pack_table();
+    return fill_table(a) && choose_form();
 }
 
 template <IntegerSample T, RealNumber R>
@@ -83,7 +83,7 @@ bool NUV_ScaleWidthCCEngine<T, R>::fill_table(double a)
 }
 
 template <IntegerSample T, RealNumber R>
-bool NUV_ScaleWidthCCEngine<T, R>::pack_table()
+bool NUV_ScaleWidthCCEngine<T, R>::choose_form()
 {
     if constexpr (std::same_as<T, std::uint8_t> && std::same_as<R, NUV_FixedReal>) {
         if (narrow_)
@@ -95,6 +95,9 @@ bool NUV_ScaleWidthCCEngine<T, R>::pack_table()
         for (std::size_t k = 0; k < destination_width_; ++k)
             packed_.set(k, taps_[k].offset, taps_[k].weight);
         taps_.free();
+    }
+    if constexpr (std::same_as<T, std::uint16_t> && std::same_as<R, double>) {
+        convolve_real_ = choose_convolve_real<NUV_CubicTaps<double>>(NUV_Cpu::current(), channels_);
     }
     return true;
 }
@@ -108,6 +111,12 @@ void NUV_ScaleWidthCCEngine<T, R>::process_line(const std::uint8_t*, std::uint8_
         if (convolve_packed_) {
             convolve_packed_(line_.samples(), packed_.taps(), to, destination_width_,
                              limits_.maximum);
+            return;
+        }
+    }
+    if constexpr (std::same_as<T, std::uint16_t> && std::same_as<R, double>) {
+        if (convolve_real_) {
+            convolve_real_(line_.samples(), taps_.data(), to, destination_width_, limits_.maximum);
             return;
         }
     }
@@ -127,8 +136,8 @@ void NUV_ScaleWidthCCEngine<T, R>::process_line(const std::uint8_t*, std::uint8_
 
 } // namespace
 
-NUV_Engine* NUV_ScaleWidthCC::engine(NUV_Engine* previous, std::uint32_t width,
-                                     bool use_fixed_real, double a)
+NUV_Engine* NUV_ScaleWidthCC::engine(NUV_Engine* previous, std::uint32_t width, bool use_fixed_real,
+                                     double a)
 {
     constexpr auto method = "NUV_ScaleWidthCC::engine()";
 

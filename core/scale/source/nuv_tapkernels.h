@@ -54,6 +54,32 @@ void convolve_cubic_row(const T* __restrict line, const NUV_CubicTaps<Weight>* _
     }
 }
 
+// One output pixel between two: the sample where they begin, and their weights. Where that of the
+// second one is 0 it is not looked at: it may lie outside the line.
+template <class Weight>
+struct NUV_LinearTaps {
+    std::size_t offset;
+    Weight first;
+    Weight second;
+};
+
+template <int Channels, IntegerSample T, class Weight>
+void convolve_linear_row(const T* __restrict line, const NUV_LinearTaps<Weight>* __restrict taps,
+                         T* __restrict out, std::size_t pixels, std::size_t channels) noexcept
+{
+    const std::size_t step = Channels != 0 ? Channels : channels;
+    for (std::size_t k = 0; k < pixels; ++k) {
+        const T* in = line + taps[k].offset;
+        const Weight first = taps[k].first;
+        const Weight second = taps[k].second;
+        const std::size_t right = second != 0 ? step : 0;
+        for (std::size_t c = 0; c < step; ++c) {
+            const Weight sum = in[c] * first + in[c + right] * second;
+            out[k * step + c] = round_sum<T>(sum, NUV_SampleLimits<T>{});
+        }
+    }
+}
+
 // The same table laid out for vector loads. Weights fit 16 bits; each entry holds two of them, that
 // of the earlier pixel in the lower half.
 struct NUV_PackedTaps {
@@ -75,7 +101,9 @@ void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV
                                   std::uint8_t* __restrict out, std::size_t pixels,
                                   std::uint8_t maximum) noexcept
 {
-    const auto low = [](std::int32_t pair) { return std::int32_t{static_cast<std::int16_t>(pair)}; };
+    const auto low = [](std::int32_t pair) {
+        return std::int32_t{static_cast<std::int16_t>(pair)};
+    };
     for (std::size_t k = 0; k < pixels; ++k) {
         const std::int32_t first = taps.first_pairs[k];
         const std::int32_t second = taps.second_pairs[k];
@@ -84,24 +112,55 @@ void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV
             const std::int32_t sum = in[0] * low(first) + in[Channels] * (first >> 16) +
                                      in[2 * Channels] * low(second) +
                                      in[3 * Channels] * (second >> 16);
-            out[k * Channels + c] = round_fixed<std::uint8_t>(sum, {.minimum = 0, .maximum = maximum});
+            out[k * Channels + c] =
+                round_fixed<std::uint8_t>(sum, {.minimum = 0, .maximum = maximum});
         }
     }
 }
 
 #if NUV_X86
-void convolve_packed_1_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps,
-                            std::uint8_t* out, std::size_t pixels, std::uint8_t maximum);
-void convolve_packed_3_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps,
-                            std::uint8_t* out, std::size_t pixels, std::uint8_t maximum);
-void convolve_packed_4_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps,
-                            std::uint8_t* out, std::size_t pixels, std::uint8_t maximum);
+void convolve_packed_1_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+                            std::size_t pixels, std::uint8_t maximum);
+void convolve_packed_3_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+                            std::size_t pixels, std::uint8_t maximum);
+void convolve_packed_4_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+                            std::size_t pixels, std::uint8_t maximum);
 #endif
 
+// Forms in double precision for 16-bit unsigned samples, which give the bytes of convolve_cubic_row
+// and convolve_linear_row. They may read a sample behind the pixels of an entry.
+template <class Taps>
+using ConvolveRealRow = void (*)(const std::uint16_t* line, const Taps* taps, std::uint16_t* out,
+                                 std::size_t pixels, std::uint16_t maximum);
+
+#if NUV_X86
+void convolve_real_3_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
+                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
+void convolve_real_4_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
+                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
+void convolve_real_3_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
+                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
+void convolve_real_4_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
+                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
+#endif
+
+// The form for `channels` on `cpu`, or null where the portable row is to be used.
+template <class Taps>
+[[nodiscard]] ConvolveRealRow<Taps> choose_convolve_real(
+    [[maybe_unused]] const NUV_Cpu& cpu, [[maybe_unused]] std::uint32_t channels) noexcept
+{
+#if NUV_X86
+    if (cpu.has_avx2 && channels == 3)
+        return convolve_real_3_avx2;
+    if (cpu.has_avx2 && channels == 4)
+        return convolve_real_4_avx2;
+#endif
+    return nullptr;
+}
+
 // The packed form for `channels` on `cpu`, or null where the plain table is to be used.
-[[nodiscard]] inline ConvolvePackedRow
-choose_convolve_packed([[maybe_unused]] const NUV_Cpu& cpu,
-                       [[maybe_unused]] std::uint32_t channels) noexcept
+[[nodiscard]] inline ConvolvePackedRow choose_convolve_packed(
+    [[maybe_unused]] const NUV_Cpu& cpu, [[maybe_unused]] std::uint32_t channels) noexcept
 {
 #if NUV_X86
     if (cpu.has_avx2) {

@@ -27,8 +27,8 @@ private:
 };
 
 bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
-                                     NUV_DstBuffer* dst, std::int32_t offset,
-                                     std::int32_t line_gap, std::int32_t byte_order)
+                                     NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
+                                     std::int32_t byte_order)
 {
     constexpr auto method = "NUV_ReadStorageEngine::initiate()";
 
@@ -59,8 +59,8 @@ bool NUV_ReadStorageEngine::execute()
         return false;
 
     // A line of 32-bit size has at most 2^29 bytes.
-    const auto got = static_cast<std::uint32_t>(
-        storage_->read(block, static_cast<std::int32_t>(bytes)));
+    const auto got =
+        static_cast<std::uint32_t>(storage_->read(block, static_cast<std::int32_t>(bytes)));
     if (raw_ && got != bytes)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     if (got == 0)

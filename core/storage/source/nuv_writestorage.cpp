@@ -116,8 +116,8 @@ bool NUV_WriteStorageEngine::leave_gap()
     if (lines_done_ == 0 || line_gap_ == 0)
         return true;
     const std::int32_t moved = storage_->move(line_gap_);
-    return moved >= line_gap_ || line_gap_ < 0 ||
-           storage_->fill(line_gap_ - moved) == line_gap_ - moved;
+    const std::int32_t missing = line_gap_ - moved; // not above 0 on the way back
+    return missing <= 0 || storage_->fill(missing) == missing;
 }
 
 bool NUV_WriteStorageEngine::write_pad()

@@ -138,8 +138,7 @@ bool NUV_Header::is_valid() const noexcept
     if (palette_.is_empty())
         return data_type_->valid_bits(bits_) && color_type_->valid_channels(channels_);
 
-    const bool indexable =
-        bits_ == 1 || bits_ == 2 || bits_ == 4 || bits_ == 8 || bits_ == 16;
+    const bool indexable = bits_ == 1 || bits_ == 2 || bits_ == 4 || bits_ == 8 || bits_ == 16;
     return data_type_ == NUV_DataType::u_integer && channels_ == 1 &&
            color_type_->valid_channels(palette_.channels) && indexable &&
            palette_.entries <= std::uint32_t{1} << bits_;

@@ -29,7 +29,9 @@ const char* without_directories(const char* path) noexcept
 
 NUV_Status::NUV_Status(NUV_Manager& manager, NUV_StatusCode raised_code, const char* raised_by,
                        const char* raised_in, std::uint32_t raised_at) noexcept
-    : NUV_Utility(manager), code(raised_code), line(raised_at)
+    : NUV_Utility(manager),
+      code(raised_code),
+      line(raised_at)
 {
     copy_text(method, raised_by);
     copy_text(file, without_directories(raised_in));

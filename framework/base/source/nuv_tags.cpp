@@ -13,9 +13,10 @@ public:
     using Accepts = bool (*)(std::uint32_t bits);
 
     constexpr DataTag(const char* key, std::int32_t id, Accepts accepts)
-        : key_(key), id_(id), accepts_(accepts)
-    {
-    }
+        : key_(key),
+          id_(id),
+          accepts_(accepts)
+    {}
     bool valid_bits(std::uint32_t bits) const noexcept override { return accepts_(bits); }
     const char* key() const noexcept override { return key_; }
     std::int32_t id() const noexcept override { return id_; }
@@ -41,9 +42,10 @@ class ColorTag final : public NUV_ColorType {
 public:
     // `channels` 0: the colour says nothing about their number.
     constexpr ColorTag(const char* key, std::int32_t id, std::uint32_t channels)
-        : key_(key), id_(id), channels_(channels)
-    {
-    }
+        : key_(key),
+          id_(id),
+          channels_(channels)
+    {}
     std::uint32_t channels() const noexcept override { return channels_; }
     bool valid_channels(std::uint32_t count) const noexcept override
     {

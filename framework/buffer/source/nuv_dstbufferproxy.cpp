@@ -2,8 +2,8 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/buffer/nuv_srcbuffer.h"
 #include "framework/buffer/nuv_dstbufferbase.h"
+#include "framework/buffer/nuv_srcbuffer.h"
 
 namespace nuv {
 
@@ -106,8 +106,7 @@ NUV_SrcBuffer* NUV_DstBufferProxy::create_src_buffer()
     return real_->create_src_buffer(this);
 }
 
-void NUV_DstBufferProxy::create_src_buffers(NUV_Vector<NUV_SrcBuffer*>& result,
-                                            std::uint32_t count)
+void NUV_DstBufferProxy::create_src_buffers(NUV_Vector<NUV_SrcBuffer*>& result, std::uint32_t count)
 {
     if (real_) {
         real_->create_src_buffer(result, this, count);

@@ -12,9 +12,11 @@
 namespace nuv {
 
 NUV_STBlockDstBuffer::NUV_STBlockDstBuffer(NUV_Manager& manager) noexcept
-    : NUV_DstBufferBase(manager), cache_(manager), blocks_(manager), readers_(manager)
-{
-}
+    : NUV_DstBufferBase(manager),
+      cache_(manager),
+      blocks_(manager),
+      readers_(manager)
+{}
 
 bool NUV_STBlockDstBuffer::cleanup()
 {

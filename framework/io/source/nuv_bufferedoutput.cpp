@@ -169,15 +169,22 @@ std::int32_t NUV_OutputStorageBuffer::move(std::int32_t bytes)
     return position_ - before;
 }
 
-// The inner storage knows nothing of what is buffered, so these go by way of move().
+// Both go by way of move(): the inner storage knows nothing of what is buffered.
 bool NUV_OutputStorageBuffer::to(std::int32_t offset)
 {
-    return NUV_OutputStorage::to(offset);
+    if (is_closed())
+        return false;
+    move(std::max(offset, 0) - position_);
+    return offset < 1 ? position_ == 0 : position_ > 0;
 }
 
 bool NUV_OutputStorageBuffer::to_from_end(std::int32_t bytes)
 {
-    return NUV_OutputStorage::to_from_end(bytes);
+    if (is_closed())
+        return false;
+    const std::int32_t end = std::max(size_, valid_end_);
+    move(clamped_position(std::int64_t{end} + bytes, end) - position_);
+    return bytes < 0 ? position_ < end : position_ == end;
 }
 
 std::int32_t NUV_OutputStorageBuffer::size()

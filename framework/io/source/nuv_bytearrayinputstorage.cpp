@@ -26,8 +26,8 @@ bool NUV_ByteArrayInputStorage::initiate(const std::uint8_t* begin, const std::u
 {
     // What no position can tell is refused like what is empty.
     const auto bytes = begin && end ? end - begin : 0;
-    return initiate(begin, std::in_range<std::int32_t>(bytes) ? static_cast<std::int32_t>(bytes)
-                                                              : 0);
+    return initiate(begin,
+                    std::in_range<std::int32_t>(bytes) ? static_cast<std::int32_t>(bytes) : 0);
 }
 
 bool NUV_ByteArrayInputStorage::close()

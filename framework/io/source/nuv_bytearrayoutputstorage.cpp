@@ -27,8 +27,8 @@ bool NUV_ByteArrayOutputStorage::initiate(std::uint8_t* begin, std::uint8_t* end
 {
     // What no position can tell is refused like what is empty.
     const auto bytes = begin && end ? end - begin : 0;
-    return initiate(begin, std::in_range<std::int32_t>(bytes) ? static_cast<std::int32_t>(bytes)
-                                                              : 0);
+    return initiate(begin,
+                    std::in_range<std::int32_t>(bytes) ? static_cast<std::int32_t>(bytes) : 0);
 }
 
 bool NUV_ByteArrayOutputStorage::close()

@@ -8,9 +8,8 @@ namespace nuv {
 
 bool NUV_DataInput::initiate(NUV_InputStorage* inner, NUV_ByteOrder order)
 {
-    constexpr auto host = std::endian::native == std::endian::little
-                              ? NUV_ByteOrder::little_endian
-                              : NUV_ByteOrder::big_endian;
+    constexpr auto host = std::endian::native == std::endian::little ? NUV_ByteOrder::little_endian
+                                                                     : NUV_ByteOrder::big_endian;
     swaps_ = order != host;
     return NUV_InputStorageDecorator::initiate(inner);
 }

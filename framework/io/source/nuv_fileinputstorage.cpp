@@ -3,9 +3,10 @@
 namespace nuv {
 
 NUV_FileInputStorage::NUV_FileInputStorage(NUV_Manager& manager) noexcept
-    : NUV_InputStorage(manager), NUV_NamableImpl(manager), NUV_PosixStorage(manager)
-{
-}
+    : NUV_InputStorage(manager),
+      NUV_NamableImpl(manager),
+      NUV_PosixStorage(manager)
+{}
 
 bool NUV_FileInputStorage::initiate(const char* path)
 {

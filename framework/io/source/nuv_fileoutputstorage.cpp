@@ -8,9 +8,10 @@
 namespace nuv {
 
 NUV_FileOutputStorage::NUV_FileOutputStorage(NUV_Manager& manager) noexcept
-    : NUV_OutputStorage(manager), NUV_NamableImpl(manager), NUV_PosixStorage(manager)
-{
-}
+    : NUV_OutputStorage(manager),
+      NUV_NamableImpl(manager),
+      NUV_PosixStorage(manager)
+{}
 
 bool NUV_FileOutputStorage::initiate(const char* path)
 {

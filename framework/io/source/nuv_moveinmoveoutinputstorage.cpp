@@ -13,7 +13,8 @@ using Lock = std::lock_guard<NUV_Lockable>;
 class Visit {
 public:
     Visit(NUV_InputStorage& storage, std::int32_t position)
-        : storage_(&storage), home_(storage.position())
+        : storage_(&storage),
+          home_(storage.position())
     {
         const std::int32_t distance = position - home_;
         arrived_ = storage.move(distance) == distance;
@@ -43,8 +44,7 @@ bool NUV_MoveInMoveOutMovableInputStream::initiate(NUV_InputStorage* inner, std:
     if (!attach_input(inner))
         return false;
     if (position < 0) {
-        return fail(manager(), NUV_ERR_ARGUMENT,
-                    "NUV_MoveInMoveOutMovableInputStream::initiate()");
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MoveInMoveOutMovableInputStream::initiate()");
     }
     take_lock_of(inner);
     position_ = position;

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -46,7 +45,8 @@ template <class Call>
 
 bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
 {
-    // Not blocking: the open of a FIFO waits for the other end otherwise. Regular files do not care.
+    // Not blocking: the open of a FIFO waits for the other end otherwise. Regular files do not
+    // care.
     constexpr int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     constexpr mode_t permission = 0644;
 

@@ -58,8 +58,8 @@ std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
                 break;
             continue;
         }
-        const auto ask = static_cast<std::int32_t>(
-            std::min(left, static_cast<std::uint32_t>(wanted - done)));
+        const auto ask =
+            static_cast<std::int32_t>(std::min(left, static_cast<std::uint32_t>(wanted - done)));
         const std::int32_t got = inner_->read(to + done, ask);
         read_in_strip_ += static_cast<std::uint32_t>(got);
         done += got;

@@ -215,7 +215,8 @@ public:
         path_ = ::testing::TempDir() + "nuv_jpeg_" + std::to_string(::getpid()) + "_" +
                 std::to_string(number++);
         std::FILE* file = std::fopen(path_.c_str(), "wb");
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        if (!bytes.empty())
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
         std::fclose(file);
     }
     ~JPEGTestFile() { std::remove(path_.c_str()); }

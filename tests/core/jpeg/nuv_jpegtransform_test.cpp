@@ -24,8 +24,10 @@ const RealBlock& cosines()
     static const RealBlock table = [] {
         RealBlock values{};
         for (std::size_t i = 0; i < 64; ++i) {
-            const auto u = static_cast<double>(i / 8);
-            const auto x = static_cast<double>(i % 8);
+            const std::size_t row = i / 8;
+            const std::size_t column = i % 8;
+            const auto u = static_cast<double>(row);
+            const auto x = static_cast<double>(column);
             values[i] = (i < 8 ? std::numbers::sqrt2 / 4 : 0.5) *
                         std::cos((2 * x + 1) * u * std::numbers::pi / 16);
         }

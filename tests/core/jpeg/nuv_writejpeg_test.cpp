@@ -257,8 +257,8 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
         const char* what;
         NUV_TestImage image;
         NUV_StatusCode code = NUV_ERR_UNSUPPORTED;
-        const char* method = in_engine;
         Storage storage = open;
+        const char* method = in_engine;
         NUV_EncodeJPEGAttributes* attributes = nullptr;
     };
     const NUV_ColorType* gray = NUV_ColorType::gray;
@@ -278,9 +278,9 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
         {"unknown colour", {.color_type = NUV_ColorType::unknown}},
         {"hsl", {.channels = 3, .color_type = NUV_ColorType::hsl}},
         {"xyz", {.channels = 3, .color_type = NUV_ColorType::xyz}},
-        {"no storage", {.color_type = gray}, NUV_ERR_ARGUMENT, in_storage, none},
-        {"closed storage", {.color_type = gray}, NUV_ERR_ARGUMENT, in_storage, closed},
-        {"attributes of no kind", {.color_type = gray}, NUV_ERR_ARGUMENT, in_engine, open, &other},
+        {"no storage", {.color_type = gray}, NUV_ERR_ARGUMENT, none, in_storage},
+        {"closed storage", {.color_type = gray}, NUV_ERR_ARGUMENT, closed, in_storage},
+        {"attributes of no kind", {.color_type = gray}, NUV_ERR_ARGUMENT, open, in_engine, &other},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

@@ -28,7 +28,8 @@ struct Outcome {
     NUV_TestChain chain;
     const NUV_TestStored image(chain.manager(), stored);
     chain.last(NUV_ReadPNM(chain.manager()).engine(image.storage()));
-    Outcome outcome{.bytes = chain.run_bytes()};
+    Outcome outcome;
+    outcome.bytes = chain.run_bytes();
     outcome.code = chain.status().code;
     outcome.method = chain.status().method;
     return outcome;
@@ -112,8 +113,9 @@ TEST(PNM, CutAnywhereGivesTheLinesBeforeTheCut)
             const Bytes& got = outcome.bytes;
             ASSERT_EQ(got.size() % line, 0u);
             ASSERT_LE(got.size(), whole.size());
-            if (is_binary)
+            if (is_binary) {
                 EXPECT_EQ(got.size(), n < pixels ? 0 : (n - pixels) / line * line);
+            }
             const std::size_t sure = got.size() - std::min(got.size(), is_binary ? 0 : sample);
             EXPECT_TRUE(std::equal(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(sure),
                                    whole.begin()));
@@ -137,7 +139,7 @@ TEST(PNMInfo, FindsThePixelsBehindOneWhitespace)
         {"a pixel that is a digit", "P5 2 1 7\t12", 2, 1, 7, 8, 9},
         {"CR LF behind the last number", "P5\r\n2 1\r\n255\r\nx", 2, 1, 255, 8, 13},
         {"comments that end at LF, CR and CR LF", "P5#a\n2#b\r1 # c\r\n#\r#d\n255 x", 2, 1, 255, 8,
-         28},
+         25},
         {"leading zeros", "P5 002 00001 0000000000000000000000000255 x", 2, 1, 255, 8, 42},
         {"16 bits from 256 on", "P2 1 1 256 ", 1, 1, 256, 16, 11},
         {"the largest maximum", "P3 1 1 65535 ", 1, 1, 65535, 16, 13},
@@ -330,7 +332,7 @@ TEST(PNMPixels, TakeNoMemoryForLinesThatAreNotThere)
         NUV_TestChain chain;
         const bool is_bitmap = magic[1] == '1' || magic[1] == '4';
         const NUV_TestStored image(chain.manager(),
-                                   bytes_of(std::string(magic) + " 170000000 60000000" +
+                                   bytes_of(std::string(magic) + " 170000000 8" +
                                             (is_bitmap ? " 1 0 1 0" : " 255 1 0 1 0")));
         chain.last(NUV_ReadPNM(chain.manager()).engine(image.storage()));
         ASSERT_TRUE(chain.last());

@@ -27,10 +27,14 @@ TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
     };
     const Case cases[] = {
         {"nothing", {{0, "a"}, {NUV_ERR_IO, ""}, {NUV_ERR_IO, nullptr}}, 0, ""},
-        {"warnings", {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_WARN_INVALID_DATA, "b"}},
-         NUV_WARN_BROKEN_DATA, "a"},
+        {"warnings",
+         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_WARN_INVALID_DATA, "b"}},
+         NUV_WARN_BROKEN_DATA,
+         "a"},
         {"warning, error, error",
-         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_ERR_IO, "b"}, {NUV_ERR_MEMORY, "c"}}, NUV_ERR_IO, "b"},
+         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_ERR_IO, "b"}, {NUV_ERR_MEMORY, "c"}},
+         NUV_ERR_IO,
+         "b"},
         {"error, warning", {{NUV_ERR_IO, "a"}, {NUV_WARN_BROKEN_DATA, "b"}}, NUV_ERR_IO, "a"},
     };
     for (const Case& c : cases) {
@@ -83,7 +87,8 @@ TEST(Manager, FinishReportsWhatEndingAddsUnlessAnErrorStoodBefore)
     struct Case {
         NUV_StatusCode before, after;
     };
-    for (const Case c : {Case{0, NUV_ERR_IO}, {NUV_WARN_BROKEN_DATA, NUV_ERR_IO},
+    for (const Case c : {Case{0, NUV_ERR_IO},
+                         {NUV_WARN_BROKEN_DATA, NUV_ERR_IO},
                          {NUV_ERR_MEMORY, NUV_ERR_MEMORY}}) {
         NUV_TestChain chain;
         auto engine = make_object<FailsAtEnd>(chain.manager());

@@ -22,8 +22,8 @@ void expect_clamped_window(Size image, std::uint16_t channels, NUV_KernelAttr ke
     const auto samples = random_samples<std::uint8_t>(
         std::size_t{image.width} * image.height * channels, image.width + channels);
     NUV_TestChain chain;
-    chain.source<std::uint8_t>(
-        {.width = image.width, .height = image.height, .channels = channels}, samples);
+    chain.source<std::uint8_t>({.width = image.width, .height = image.height, .channels = channels},
+                               samples);
     NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
     auto ring = make_initiated<NUV_RingBufferOutlineCopy>(chain.manager(), reader.get(),
                                                           chain.last()->header(), kernel);
@@ -50,7 +50,8 @@ void expect_clamped_window(Size image, std::uint16_t channels, NUV_KernelAttr ke
 TEST(RingBuffer, SurroundsTheImageWithItsNearestPixels)
 {
     for (const Size image : {Size{5, 4}, {1, 1}, {3, 1}, {1, 6}}) {
-        for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{2}, std::uint16_t{3}}) {
+        for (const std::uint16_t channels :
+             {std::uint16_t{1}, std::uint16_t{2}, std::uint16_t{3}}) {
             expect_clamped_window(image, channels, {3, 3, 1, 1});
             expect_clamped_window(image, channels, {5, 2, 0, 1});
             expect_clamped_window(image, channels, {2, 4, 1, 0});

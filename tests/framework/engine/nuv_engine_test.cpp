@@ -58,10 +58,9 @@ private:
     bool process_line(const void* plane, void* out) override
     {
         const std::size_t bytes = header_.line_bytes();
-        std::memcpy(out,
-                    static_cast<const std::uint8_t*>(plane) +
-                        bytes * (header_.height() - 1 - line_),
-                    bytes);
+        std::memcpy(
+            out, static_cast<const std::uint8_t*>(plane) + bytes * (header_.height() - 1 - line_),
+            bytes);
         return true;
     }
 };
@@ -117,9 +116,11 @@ TEST(Engine, RefusesImagesBeyondItsArithmeticBeforeItAsksForMemory)
         {"coded line",
          {.width = 0x20000001, .encode_type = NUV_EncodeType::jpeg},
          "NUV_BufferOutputEngine::initiate()"},
-        {"pixel", {.width = 2, .channels = 65535, .bits = 64, .data_type = NUV_DataType::unknown},
+        {"pixel",
+         {.width = 2, .channels = 65535, .bits = 64, .data_type = NUV_DataType::unknown},
          nullptr},
-        {"plane", {.width = 65536, .height = 65536, .channels = 3},
+        {"plane",
+         {.width = 65536, .height = 65536, .channels = 3},
          "NUV_BlockWorkflow::create_dst_buffer()"},
     };
     for (const Case& c : cases) {

@@ -1,6 +1,6 @@
+#include "framework/io/nuv_bufferedoutput.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
-#include "framework/io/nuv_bufferedoutput.h"
 #include "framework/io/nuv_datainput.h"
 #include "framework/io/nuv_fileoutputstorage.h"
 #include "framework/io/nuv_inputstoragebound.h"
@@ -115,9 +115,9 @@ TEST_F(Decorators, ABoundBeyondTheStorageIsRefusedAndNothingMoves)
         const char* method; // null: it is there
     };
     const Case cases[] = {
-        {0, 100, nullptr},  {100, 0, nullptr},           {40, 0, nullptr},
-        {0, 101, set_bound}, {60, 41, set_bound},        {greatest, greatest, set_bound},
-        {5, -1, set_bound},  {101, 0, set_remain},       {-1, 5, set_remain},
+        {0, 100, nullptr},   {100, 0, nullptr},    {40, 0, nullptr},
+        {0, 101, set_bound}, {60, 41, set_bound},  {greatest, greatest, set_bound},
+        {5, -1, set_bound},  {101, 0, set_remain}, {-1, 5, set_remain},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.start << " + " << c.length);
@@ -153,6 +153,17 @@ TEST_F(Decorators, ABoundStartsWhereTheInnerStorageStands)
     ASSERT_TRUE(bound->set_remain(10, 14));
     EXPECT_EQ(bound->position(), 3);
     EXPECT_EQ(read_rest(*bound), Bytes(1, content_[13]));
+
+    ASSERT_TRUE(bound->to(2));
+    ASSERT_TRUE(bound->set_bound(30)); // further, without a move
+    EXPECT_EQ(bound->position(), 2);
+    EXPECT_EQ(bound->get(), content_[12]);
+    EXPECT_FALSE(bound->set_remain(90, 101)); // and a failure changes nothing
+    manager_.reset();
+    EXPECT_EQ(bound->size(), 30);
+    EXPECT_EQ(bound->get(), content_[13]);
+    EXPECT_TRUE(bound->set_bound(30));
+    EXPECT_EQ(bound->get(), content_[14]);
 
     // Somebody moves the inner storage: the way back to the beginning fails.
     ASSERT_TRUE(inner->to_begin());
@@ -193,6 +204,54 @@ TEST_F(Decorators, TwoReadersOfOneStorageInterleave)
     mutex->unlock();
 }
 
+// Notes whether it is moved or read while nobody holds its lock.
+class LockWatch final : public NUV_InputStorageDecorator, public NUV_Lockable {
+public:
+    using NUV_InputStorageDecorator::NUV_InputStorageDecorator;
+
+    void lock() override { ++held_; }
+    void unlock() override { --held_; }
+    [[nodiscard]] bool try_lock() override { return true; }
+    [[nodiscard]] std::int32_t get() override
+    {
+        watch();
+        return NUV_InputStorageDecorator::get();
+    }
+    [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override
+    {
+        watch();
+        return NUV_InputStorageDecorator::read(into, bytes);
+    }
+    std::int32_t move(std::int32_t bytes) override
+    {
+        watch();
+        return NUV_InputStorageDecorator::move(bytes);
+    }
+    [[nodiscard]] int held() const { return held_; }
+    [[nodiscard]] int unguarded() const { return unguarded_; }
+
+private:
+    void watch() { unguarded_ += held_ == 1 ? 0 : 1; }
+
+    int held_ = 0;
+    int unguarded_ = 0;
+};
+
+TEST_F(Decorators, AReaderHoldsTheLockFromTheMoveInToTheMoveOut)
+{
+    auto inner = array();
+    auto watch = make<LockWatch>(inner.get());
+    auto reader = make<NUV_MoveInMoveOutInputStorage>(watch.get(), 90);
+    std::uint8_t into[20];
+    EXPECT_EQ(reader->get(), content_[90]);
+    EXPECT_EQ(reader->read(into, 20), 9);
+    EXPECT_EQ(reader->get(), -1);
+    manager_.reset(); // a byte array says that it has ended
+    EXPECT_TRUE(reader->to_begin() && reader->to_from_end(-3));
+    EXPECT_EQ(watch->unguarded(), 0);
+    EXPECT_EQ(watch->held(), 0);
+}
+
 TEST_F(Decorators, ReadersOnTwoThreadsEachGetTheirOwnBytes)
 {
     auto inner = array();
@@ -215,8 +274,8 @@ TEST_F(Decorators, ReadersOnTwoThreadsEachGetTheirOwnBytes)
 
 TEST_F(Decorators, DataComesInTheOrderOfTheFile)
 {
-    const std::uint8_t bytes[] = {0x01, 0x12, 0x34, 0x81, 0x02, 0x03, 0x04,
-                                  1,    2,    3,    4,    5,    6,    7,    8, 9, 9, 9};
+    const std::uint8_t bytes[] = {0x01, 0x12, 0x34, 0x81, 0x02, 0x03, 0x04, 1, 2,
+                                  3,    4,    5,    6,    7,    8,    9,    9, 9};
     struct Case {
         NUV_ByteOrder order;
         std::uint16_t word;
@@ -249,9 +308,9 @@ TEST_F(Decorators, DataComesInTheOrderOfTheFile)
 
 class StripCombine : public Decorators {
 protected:
-    [[nodiscard]] NUV_Held<NUV_StripCombineInputStorage>
-    combine(NUV_InputStorage* inner, const std::vector<std::uint32_t>& offsets,
-            const std::vector<std::uint32_t>& counts)
+    [[nodiscard]] NUV_Held<NUV_StripCombineInputStorage> combine(
+        NUV_InputStorage* inner, const std::vector<std::uint32_t>& offsets,
+        const std::vector<std::uint32_t>& counts)
     {
         NUV_Vector<std::uint32_t> offset_vector(manager_);
         NUV_Vector<std::uint32_t> count_vector(manager_);

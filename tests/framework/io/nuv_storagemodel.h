@@ -13,9 +13,8 @@
 #include <limits>
 #include <random>
 #include <string>
-#include <vector>
-
 #include <unistd.h>
+#include <vector>
 
 namespace nuv {
 
@@ -45,6 +44,7 @@ using Bytes = std::vector<std::uint8_t>;
 // A manager of its own, which at the end must have got everything back, and a file name.
 class StorageTest : public ::testing::Test {
 protected:
+    ~StorageTest() noexcept override {} // the manager's own might throw
     void TearDown() override
     {
         manager_.clear();
@@ -78,9 +78,9 @@ protected:
 
 private:
     std::size_t live_at_start_ = manager_.memory().live();
-    std::string path_ = (std::filesystem::temp_directory_path() /
-                         ("nuv_io_test_" + std::to_string(getpid())))
-                            .string();
+    std::string path_ =
+        (std::filesystem::temp_directory_path() / ("nuv_io_test_" + std::to_string(getpid())))
+            .string();
 };
 
 // Drives an input by a random script beside a model of it. `from_end_clamps`: to_from_end() with a
@@ -88,9 +88,10 @@ private:
 class InputScript {
 public:
     InputScript(NUV_InputStorage& storage, const Bytes& content, bool from_end_clamps)
-        : storage_(storage), content_(content), from_end_clamps_(from_end_clamps)
-    {
-    }
+        : storage_(storage),
+          content_(content),
+          from_end_clamps_(from_end_clamps)
+    {}
 
     void run(int steps, unsigned seed)
     {
@@ -125,8 +126,9 @@ private:
         const std::int32_t n = any_distance();
         switch (any(0, 7)) {
         case 0:
-            if (position_ < size())
+            if (position_ < size()) {
                 EXPECT_EQ(storage_.get(), content_[static_cast<std::size_t>(position_++)]);
+            }
             break;
         case 1:
         case 2:
@@ -153,11 +155,10 @@ private:
     void read(std::int32_t n)
     {
         Bytes into(static_cast<std::size_t>(std::max(n, 0)) + 1, 0xEE);
-        const std::int64_t expected =
-            std::clamp<std::int64_t>(n, 0, size() - position_);
+        const std::int64_t expected = std::clamp<std::int64_t>(n, 0, size() - position_);
         EXPECT_EQ(storage_.read(into.data(), n), expected);
-        EXPECT_TRUE(std::equal(into.begin(), into.begin() + expected,
-                               content_.begin() + position_));
+        EXPECT_TRUE(
+            std::equal(into.begin(), into.begin() + expected, content_.begin() + position_));
         EXPECT_EQ(into[static_cast<std::size_t>(expected)], 0xEE);
         position_ += expected;
     }
@@ -183,9 +184,10 @@ class OutputScript {
 public:
     OutputScript(NUV_OutputStorage& storage, Filling filling,
                  std::int64_t capacity = std::numeric_limits<std::int32_t>::max())
-        : storage_(storage), filling_(filling), capacity_(capacity)
-    {
-    }
+        : storage_(storage),
+          filling_(filling),
+          capacity_(capacity)
+    {}
 
     // What was written in the end.
     [[nodiscard]] Bytes run(int steps, unsigned seed)
@@ -195,8 +197,9 @@ public:
             SCOPED_TRACE(i);
             step();
             EXPECT_EQ(storage_.position(), position_);
-            if (any(0, 3) == 0)
+            if (any(0, 3) == 0) {
                 EXPECT_EQ(storage_.size(), size());
+            }
             EXPECT_EQ(storage_.position(), position_);
         }
         return content_;

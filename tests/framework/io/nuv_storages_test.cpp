@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 

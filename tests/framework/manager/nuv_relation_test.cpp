@@ -1,6 +1,5 @@
-#include "framework/manager/nuv_relationforst.h"
-
 #include "framework/base/nuv_held.h"
+#include "framework/manager/nuv_relationforst.h"
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +16,10 @@ namespace {
 class Witness : public NUV_Object {
 public:
     Witness(NUV_Manager& manager, std::string& log, char name)
-        : NUV_Object(manager), log_(&log), name_(name)
-    {
-    }
+        : NUV_Object(manager),
+          log_(&log),
+          name_(name)
+    {}
     bool cleanup() override
     {
         log_->push_back(name_);

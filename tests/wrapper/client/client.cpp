@@ -1,9 +1,10 @@
 // A user of the installed package: mirrors two lines in memory, and makes a JPEG of them. Exits
 // with the number of what went wrong.
 
+#include <nuv/nuv_wrapper.h>
+
 #include <array>
 #include <cstring>
-#include <nuv/nuv_wrapper.h>
 
 namespace {
 

@@ -1,0 +1,330 @@
+// The scalers on 6000 x 4000 pixels of 8-bit RGB, from lines in memory to lines that are dropped,
+// and their kernels in each form. Beside them a plain copy of the source.
+
+#include "core/qdrle/nuv_qdrlerun.h"
+#include "core/scale/nuv_scalecc.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/nuv_scalepp.h"
+#include "core/scale/source/nuv_linekernels.h"
+#include "core/scale/source/nuv_ppkernels.h"
+#include "core/scale/source/nuv_tapkernels.h"
+#include "framework/engine/nuv_generateengine.h"
+#include "framework/engine/nuv_writeengine.h"
+#include "framework/manager/nuv_createmanager.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <vector>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint32_t width = 6000;
+constexpr std::uint32_t height = 4000;
+constexpr std::uint16_t channels = 3;
+constexpr std::size_t line_samples = std::size_t{width} * channels;
+
+template <class T>
+const std::vector<T>& source()
+{
+    static const std::vector<T> samples = [] {
+        std::vector<T> made(line_samples * height);
+        for (std::size_t i = 0; i < made.size(); ++i)
+            made[i] = static_cast<T>((i % line_samples + i / line_samples * 7) * 40503U >> 5);
+        return made;
+    }();
+    return samples;
+}
+
+// Delivers bytes in blocks.
+class NUV_BenchSourceEngine final : public NUV_GenerateEngine {
+public:
+    using NUV_GenerateEngine::NUV_GenerateEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                std::span<const std::uint8_t> bytes, std::uint32_t block_bytes)
+    {
+        left_ = bytes;
+        return NUV_GenerateEngine::initiate(header, dst) && dst->block_bytes(block_bytes);
+    }
+    [[nodiscard]] bool execute() override
+    {
+        const std::size_t count = std::min<std::size_t>(left_.size(), dst_buffer_->block_bytes());
+        if (count == 0)
+            return false;
+        void* out = dst_buffer_->get();
+        if (!out)
+            return false;
+        std::memcpy(out, left_.data(), count);
+        left_ = left_.subspan(count);
+        return dst_buffer_->release(static_cast<std::uint32_t>(count));
+    }
+
+private:
+    std::span<const std::uint8_t> left_;
+};
+
+class NUV_BenchSinkEngine final : public NUV_NoOutputEngine, public NUV_BufferInputEngine {
+public:
+    explicit NUV_BenchSinkEngine(NUV_Manager& manager)
+        : NUV_NoOutputEngine(manager),
+          NUV_BufferInputEngine(manager)
+    {}
+    bool cleanup() override { return NUV_BufferInputEngine::cleanup(initiated()); }
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_OutputStorage*)
+    {
+        return NUV_NoOutputEngine::initiate() && NUV_BufferInputEngine::initiate(header, src);
+    }
+    [[nodiscard]] bool execute() override
+    {
+        std::uint32_t count = 0;
+        return src_buffer_->get(&count) && src_buffer_->release();
+    }
+};
+
+class NUV_BenchEnds final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    template <class T>
+    [[nodiscard]] NUV_Engine* first()
+    {
+        NUV_Header header(manager());
+        header.width(width);
+        header.height(height);
+        header.channels(channels);
+        header.bits(8 * sizeof(T));
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(source<T>().data());
+        const std::span<const std::uint8_t> all(bytes, source<T>().size() * sizeof(T));
+        return append_generator<NUV_BenchSourceEngine>(&header, all, header.line_bytes());
+    }
+    // A bilevel page, as packed bits or as runs.
+    [[nodiscard]] NUV_Engine* page(const std::vector<std::uint8_t>& bytes, std::uint32_t page_width,
+                                   std::uint32_t page_height, bool as_runs)
+    {
+        NUV_Header header(manager());
+        header.width(page_width);
+        header.height(page_height);
+        header.channels(1);
+        header.bits(1);
+        header.encode_type(as_runs ? NUV_EncodeType::qd_rle : NUV_EncodeType::raw);
+        const std::uint32_t block = as_runs ? 65536 : header.line_bytes();
+        return append_generator<NUV_BenchSourceEngine>(&header,
+                                                       std::span<const std::uint8_t>(bytes), block);
+    }
+    [[nodiscard]] NUV_Engine* last(NUV_Engine& previous)
+    {
+        return append_writer<NUV_BenchSinkEngine>(previous, nullptr);
+    }
+};
+
+template <class T>
+void copy(benchmark::State& state)
+{
+    std::vector<T> to(source<T>().size());
+    for (auto _ : state) {
+        std::memcpy(to.data(), source<T>().data(), to.size() * sizeof(T));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(to.size() * sizeof(T)));
+}
+
+// To state.range(0) percent of the size, in megapixels of the source.
+template <class T, class Creator>
+void scale(benchmark::State& state)
+{
+    const auto percent = static_cast<std::uint32_t>(state.range(0));
+    static_cast<void>(source<T>());
+    for (auto _ : state) {
+        NUV_Manager* manager = create_manager(0);
+        NUV_BenchEnds ends(*manager);
+        NUV_Engine* engine = ends.first<T>();
+        if (engine && percent != 100) {
+            engine =
+                Creator(*manager).engine(engine, width * percent / 100, height * percent / 100);
+        }
+        engine = engine ? ends.last(*engine) : nullptr;
+        if (!engine) {
+            state.SkipWithError("no chain");
+            break;
+        }
+        while (engine->execute()) {
+        }
+        engine->end();
+        destroy_manager(manager);
+    }
+    state.counters["MP/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * width * height * 1e-6,
+                           benchmark::Counter::kIsRate);
+}
+
+// A page of A4 at 600 dpi with lines of text: every other band of 60 lines has 160 strokes of six
+// pixels, in state.range(0) as runs or as bits; to 40 percent.
+void scale_page(benchmark::State& state)
+{
+    constexpr std::uint32_t page_width = 4960;
+    constexpr std::uint32_t page_height = 7016;
+    const bool as_runs = state.range(0) != 0;
+    std::vector<std::uint8_t> bytes;
+    for (std::uint32_t y = 0; y < page_height; ++y) {
+        const bool text = y / 60 % 2 == 1;
+        const std::size_t at = bytes.size();
+        bytes.resize(at + (as_runs ? (text ? 161 : 1) * NUV_QDRLERun::bytes : page_width / 8));
+        for (std::uint32_t i = 0; text && i < 160; ++i) {
+            const std::uint32_t x = i * 31 + y % 9;
+            if (as_runs)
+                store_run(bytes.data() + at + i * NUV_QDRLERun::bytes, {x, x + 5});
+            else
+                for (std::uint32_t bit = x; bit < x + 6; ++bit)
+                    bytes[at + bit / 8] =
+                        static_cast<std::uint8_t>(bytes[at + bit / 8] | 0x80U >> bit % 8);
+        }
+        if (as_runs)
+            store_run(bytes.data() + bytes.size() - NUV_QDRLERun::bytes, {});
+    }
+    for (auto _ : state) {
+        NUV_Manager* manager = create_manager(0);
+        NUV_BenchEnds ends(*manager);
+        NUV_Engine* engine = ends.page(bytes, page_width, page_height, as_runs);
+        engine = engine
+                     ? NUV_ScaleNN(*manager).engine(engine, page_width * 2 / 5, page_height * 2 / 5)
+                     : nullptr;
+        engine = engine ? ends.last(*engine) : nullptr;
+        if (!engine) {
+            state.SkipWithError("no chain");
+            break;
+        }
+        while (engine->execute()) {
+        }
+        engine->end();
+        destroy_manager(manager);
+    }
+}
+
+using Byte = std::uint8_t;
+using Word = std::uint16_t;
+
+BENCHMARK(scale_page)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(copy<Byte>)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Byte, NUV_ScaleNN>)->Arg(100)->Arg(40)->Arg(150)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Byte, NUV_ScaleLI>)->Arg(50)->Arg(30)->Arg(150)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Byte, NUV_ScaleCC>)->Arg(25)->Arg(60)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Byte, NUV_ScalePP>)->Arg(40)->Arg(50)->Arg(150)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Word, NUV_ScaleLI>)->Arg(30)->Arg(150)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Word, NUV_ScaleCC>)->Arg(25)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale<Word, NUV_ScalePP>)->Arg(40)->Unit(benchmark::kMillisecond);
+
+// Kernels, a line of 6000 pixels at a time: form 0 is the portable one, form 1 the best there is.
+const NUV_Cpu& form(const benchmark::State& state)
+{
+    static constexpr NUV_Cpu portable{};
+    return state.range(0) == 0 ? portable : NUV_Cpu::current();
+}
+
+template <class T, class Weight>
+void combine_lines(benchmark::State& state)
+{
+    const T* const lines[4] = {source<T>().data(), source<T>().data() + line_samples,
+                               source<T>().data() + 2 * line_samples,
+                               source<T>().data() + 3 * line_samples};
+    constexpr double unit = std::is_same_v<Weight, double> ? 1 : 4096;
+    NUV_CubicWeights<Weight> weights{};
+    const double taps[4] = {-0.125, 0.625, 0.625, -0.125};
+    for (int i = 0; i < 4; ++i)
+        weights.tap[i] = static_cast<Weight>(taps[i] * unit);
+    std::vector<T> out(line_samples);
+    const auto kernel = choose_combine_lines<T, Weight>(form(state), true);
+    for (auto _ : state) {
+        kernel(lines, out.data(), line_samples, weights, {});
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(line_samples));
+}
+
+template <class T, class Weight>
+void blend_lines(benchmark::State& state)
+{
+    std::vector<T> out(line_samples);
+    const auto kernel = choose_blend_lines<T, Weight>(form(state));
+    for (auto _ : state) {
+        kernel(source<T>().data(), source<T>().data() + line_samples, out.data(), line_samples,
+               static_cast<Weight>(std::is_same_v<Weight, double> ? 0.3 : 1229));
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(line_samples));
+}
+
+void convolve_row(benchmark::State& state)
+{
+    constexpr std::size_t pixels = width / 2;
+    const auto count = static_cast<std::uint32_t>(state.range(1));
+    std::vector<NUV_CubicTaps<std::int32_t>> taps(pixels);
+    std::vector<std::uint32_t> offsets(pixels);
+    std::vector<std::int32_t> pairs(pixels, 2048 | 2048 << 16);
+    for (std::size_t k = 0; k < pixels; ++k) {
+        offsets[k] = static_cast<std::uint32_t>(k * 2 * count);
+        taps[k] = {offsets[k], {2048, 2048, 2048, 2048}};
+    }
+    std::vector<Byte> out(pixels * count);
+    const auto packed = choose_convolve_packed(form(state), count);
+    for (auto _ : state) {
+        if (packed) {
+            packed(source<Byte>().data(), {offsets.data(), pairs.data(), pairs.data()}, out.data(),
+                   pixels, 255);
+        } else {
+            visit_channels(count, [&]<int Channels>() {
+                convolve_cubic_row<Channels, std::int32_t>(source<Byte>().data(), taps.data(),
+                                                           out.data(), pixels, count,
+                                                           NUV_SampleLimits<Byte>{});
+            });
+        }
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));
+}
+
+void reduce_area_row(benchmark::State& state)
+{
+    constexpr std::size_t pixels = width * 2 / 5;
+    const auto count = static_cast<std::uint32_t>(state.range(1));
+    std::vector<NUV_AreaTaps> taps(pixels + 1);
+    for (std::size_t k = 0; k <= pixels; ++k)
+        taps[k] = {(k * 5 / 2) * count, k % 2 ? 0.5 : 1.0, k % 2 ? 1.0 : 0.5};
+    std::vector<Byte> out(pixels * count);
+    const auto kernel = choose_reduce_area_row<Byte>(form(state), count, true);
+    for (auto _ : state) {
+        kernel(source<Byte>().data(), taps.data(), out.data(), pixels - 1, count, 1 / 2.5);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));
+}
+
+void reduce_area_lines(benchmark::State& state)
+{
+    std::vector<Byte> out(line_samples);
+    const std::vector<std::int32_t> sums(line_samples, 200);
+    const auto kernel = choose_reduce_area_lines<Byte, std::int32_t>(form(state));
+    for (auto _ : state) {
+        kernel(source<Byte>().data(), sums.data(), source<Byte>().data() + line_samples, out.data(),
+               line_samples, {0, 0.75, 0.75}, 1 / 2.5);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(line_samples));
+}
+
+BENCHMARK(combine_lines<Byte, std::int32_t>)->Arg(0)->Arg(1);
+BENCHMARK(combine_lines<Word, double>)->Arg(0)->Arg(1);
+BENCHMARK(blend_lines<Byte, std::int32_t>)->Arg(0)->Arg(1);
+BENCHMARK(blend_lines<Word, double>)->Arg(0)->Arg(1);
+BENCHMARK(convolve_row)->ArgsProduct({{0, 1}, {1, 3, 4}});
+BENCHMARK(reduce_area_row)->ArgsProduct({{0, 1}, {3, 4}});
+BENCHMARK(reduce_area_lines)->Arg(0)->Arg(1);
+
+} // namespace
+} // namespace nuv

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core/jpeg/nuv_jpeginfo.h"
+#include "framework/engine/nuv_enginecreator.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// Reads a JPEG stream: baseline and progressive ones of 8 bits, lossless ones of 8 and 16, of 1, 3
+// or 4 components. Samples come as they are coded, without any conversion of colours but the one
+// that the info asks for. Where data is missing, lines show the ones above or gray, with
+// NUV_WARN_BROKEN_DATA; data that means nothing ends the image with NUV_ERR_BROKEN_DATA.
+class NUV_ReadJPEG final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    // Loads the info itself; NUV_ERR_FORMAT when the data is no JPEG stream. `scale` is the size in
+    // 256ths: 256, and for sequential pictures of 1 or 3 components sampled 4:4:4, 4:2:2, 4:2:0 or
+    // 4:1:1 also 128, 64 and 32. Sizes are rounded up.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, std::int32_t scale);
+    // NUV_ERR_ARGUMENT for an info that is not loaded or not valid and for a null or closed
+    // storage; NUV_ERR_UNSUPPORTED for a stream that is not decoded; NUV_ERR_INVALID_DATA and
+    // NUV_ERR_BROKEN_DATA for one whose tables are missing or which cannot be what it says.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
+                                     std::int32_t scale);
+};
+
+// Reads a lossless JPEG stream of 8 to 16 bits. Samples of more than 8 bits come in 16, in their
+// low bits.
+class NUV_ReadLosslessJPEG final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    // Loads the info itself; NUV_ERR_FORMAT when the data is no JPEG stream.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage);
+    // NUV_ERR_ARGUMENT for an info that is not loaded and for a null or closed storage,
+    // NUV_ERR_UNSUPPORTED for a stream that is not lossless or has fewer than 8 bits.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info);
+};
+
+} // namespace nuv

@@ -1,0 +1,95 @@
+#include "core/jpeg/source/nuv_decodejpegengine.h"
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_version.h"
+
+namespace nuv {
+namespace {
+
+constexpr auto initiate_method = "NUV_DecodeJPEGEngine::initiate()";
+constexpr std::int32_t full_scale = NUV_JPEGInfo::full_scale;
+
+bool is_scale(std::int32_t scale) noexcept
+{
+    return scale == full_scale || scale == 128 || scale == 64 || scale == 32;
+}
+
+} // namespace
+
+bool NUV_DecodeJPEGEngine::is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const
+{
+    const std::uint32_t channels = header_.channels();
+    if ((channels != 1 && channels != 3 && channels != 4) ||
+        header_.encode_type() != NUV_EncodeType::jpeg ||
+        header_.data_type() != NUV_DataType::u_integer || !is_scale(scale))
+        return false;
+    if (info.is_lossless())
+        return scale == full_scale && (header_.bits() == 8 || header_.bits() == 16);
+    if (header_.bits() != 8 || !is_decoded_sampling(info.sampling(), info.is_progressive()))
+        return false;
+    return scale == full_scale || (is_reducible_sampling(info.sampling()) &&
+                                   !info.is_progressive() && channels != 4);
+}
+
+bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                    NUV_DstBuffer* dst, const NUV_JPEGInfo* info,
+                                    std::int32_t scale)
+{
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, initiate_method);
+    if (!NUV_ReadEngine::initiate(storage, header, dst))
+        return false;
+    if (!info || !info->internal_reference())
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
+    if (!is_supported(*info, scale))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+    reference_ = info->internal_reference();
+    return start(scale) && dst->block_bytes(line_bytes_);
+}
+
+bool NUV_DecodeJPEGEngine::start(std::int32_t scale)
+{
+    const NUV_JPEGCode code = internal().start_decode(static_cast<std::uint32_t>(full_scale / scale));
+    if (!internal().raise(code, "initiate()"))
+        return false;
+    const NUV_JPEGDecoder& decoder = internal().decoder();
+    const bool fits = decoder.components() == header_.channels() &&
+                      decoder.sample_bytes() * 8 == header_.bits();
+    if (!fits) // a header that does not tell of this stream
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+    header_.encode_type(NUV_EncodeType::raw);
+    header_.width(decoder.width());
+    header_.height(decoder.height());
+    line_bytes_ = header_.line_bytes();
+    return true;
+}
+
+bool NUV_DecodeJPEGEngine::cleanup()
+{
+    reference_.reset();
+    return NUV_ReadEngine::cleanup();
+}
+
+bool NUV_DecodeJPEGEngine::execute()
+{
+    constexpr auto method = "NUV_DecodeJPEGEngine::execute()";
+
+    if (line_ >= header_.height())
+        return false;
+    ++line_;
+    void* out = dst_buffer_->get();
+    if (!out)
+        return false;
+    const NUV_JPEGCode code = internal().read_line(out);
+    if (code <= 0) {
+        internal().raise(code, "execute()");
+        static_cast<void>(dst_buffer_->release(0));
+        return false;
+    }
+    if (code > jpeg_code_good)
+        warn(manager(), NUV_WARN_BROKEN_DATA, method);
+    return dst_buffer_->release(line_bytes_);
+}
+
+} // namespace nuv

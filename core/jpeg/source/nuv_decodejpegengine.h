@@ -1,0 +1,36 @@
+#pragma once
+
+#include "core/jpeg/nuv_jpeginfo.h"
+#include "core/jpeg/source/nuv_jpeginfointernal.h"
+#include "framework/engine/nuv_readengine.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// Delivers the lines of a JPEG stream, one a step.
+class NUV_DecodeJPEGEngine final : public NUV_ReadEngine {
+public:
+    using NUV_ReadEngine::NUV_ReadEngine;
+
+    // `header` is what `info` says, but for lossless samples of 9 to 15 bits, which it calls 16.
+    // `scale` is in 256ths: 256, 128, 64 or 32. NUV_ERR_ARGUMENT without an info that is loaded.
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                NUV_DstBuffer* dst, const NUV_JPEGInfo* info, std::int32_t scale);
+    bool cleanup() override;
+    [[nodiscard]] bool execute() override;
+
+private:
+    [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;
+    [[nodiscard]] bool start(std::int32_t scale);
+    [[nodiscard]] NUV_JPEGInfoInternal& internal() const noexcept
+    {
+        return static_cast<NUV_JPEGInfoInternal&>(*reference_.get());
+    }
+
+    NUV_JPEGReference reference_;
+    std::uint32_t line_ = 0;
+    std::uint32_t line_bytes_ = 0;
+};
+
+} // namespace nuv

@@ -1,0 +1,174 @@
+#include "core/jpeg/source/nuv_jpeginfointernal.h"
+
+#include "core/jpeg/source/nuv_jpegregiststatus.h"
+#include "core/jpeg/source/nuv_jpegstorageaccess.h"
+#include "framework/base/nuv_status.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace nuv {
+namespace {
+
+struct ColourRow {
+    NUV_JPEGColour code;
+    const NUV_ColorType* const* color;
+};
+
+constexpr ColourRow colours[] = {
+    {NUV_JPEGColour::s_rgb, &NUV_ColorType::s_rgb},
+    {NUV_JPEGColour::ycbcr, &NUV_ColorType::ycbcr},
+    {NUV_JPEGColour::itu_lab, &NUV_ColorType::itu_lab},
+    {NUV_JPEGColour::gray, &NUV_ColorType::gray},
+    {NUV_JPEGColour::gray_reverse, &NUV_ColorType::gray_reverse},
+    {NUV_JPEGColour::lstar, &NUV_ColorType::lstar},
+    {NUV_JPEGColour::cmyk, &NUV_ColorType::cmyk},
+    {NUV_JPEGColour::cmy, &NUV_ColorType::cmy},
+    {NUV_JPEGColour::icc_lab, &NUV_ColorType::icc_lab},
+};
+
+constexpr std::string_view jfif_begin("JFIF\0", 5);
+constexpr std::string_view exif_begin("Exif");
+constexpr std::string_view g3fax_begin("G3FAX\0", 6);
+constexpr std::string_view adobe_begin("Adobe");
+
+constexpr std::uint8_t app1 = jpeg_marker_app0 + 1;
+constexpr std::uint8_t app14 = jpeg_marker_app0 + 14;
+
+bool is_open(const NUV_InputStorage* storage)
+{
+    return storage && !storage->is_closed();
+}
+
+} // namespace
+
+const NUV_JPEGMarker* find_jpeg_marker(const NUV_JPEGMarkerList& list, std::uint8_t id,
+                                       std::size_t least_bytes, std::string_view begin) noexcept
+{
+    for (const NUV_JPEGMarker& marker : list.items()) {
+        if (marker.id == id && marker.payload.size() >= std::max(least_bytes, begin.size()) &&
+            std::equal(begin.begin(), begin.end(), marker.payload.begin()))
+            return &marker;
+    }
+    return nullptr;
+}
+
+NUV_JPEGColour jpeg_colour_of(const NUV_ColorType* color) noexcept
+{
+    for (const ColourRow& row : colours) {
+        if (*row.color == color)
+            return row.code;
+    }
+    return NUV_JPEGColour::not_set;
+}
+
+const NUV_ColorType* color_of_jpeg(NUV_JPEGColour colour) noexcept
+{
+    for (const ColourRow& row : colours) {
+        if (row.code == colour)
+            return *row.color;
+    }
+    return NUV_ColorType::unknown;
+}
+
+bool NUV_JPEGTableInfoInternal::initiate(NUV_InputStorage* storage)
+{
+    constexpr auto method = "NUV_JPEGTableInfoInternal::initiate()";
+
+    if (!is_open(storage))
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!manager().depend(this, storage))
+        return false;
+    NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
+    if (code == jpeg_code_good)
+        code = decoder_.read_tables();
+    if (code == jpeg_code_no_jpeg)
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+    if (code == jpeg_code_io)
+        code = jpeg_code_read_failed;
+    else if (code == jpeg_code_read_failed)
+        code = jpeg_code_bad_marker;
+    return nuv_jpegregiststatus(manager(), code, method);
+}
+
+bool NUV_JPEGTableInfoInternal::cleanup()
+{
+    decoder_.close();
+    return true;
+}
+
+bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorType* color,
+                                    const NUV_JPEGTableInfoInternal* tables,
+                                    std::uint32_t restart_rows)
+{
+    if (!is_open(storage))
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_JPEGInfoInternal::initiate()");
+    if (!manager().depend(this, storage))
+        return false;
+    decoder_.set_output_colour(jpeg_colour_of(color));
+    decoder_.set_restart_rows(restart_rows);
+    NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
+    if (code == jpeg_code_good)
+        code = decoder_.read_header(tables ? &tables->tables() : nullptr);
+    return raise(code, "get_jpeginfo()");
+}
+
+bool NUV_JPEGInfoInternal::finish()
+{
+    decoder_.close();
+    return true;
+}
+
+bool NUV_JPEGInfoInternal::cleanup()
+{
+    return finish();
+}
+
+bool NUV_JPEGInfoInternal::has_jfif() const noexcept
+{
+    constexpr std::size_t least_bytes = 5;
+    return find_jpeg_marker(decoder_.header().markers(), jpeg_marker_app0, least_bytes,
+                            jfif_begin) != nullptr;
+}
+
+bool NUV_JPEGInfoInternal::has_exif() const noexcept
+{
+    constexpr std::size_t least_bytes = 6;
+    return find_jpeg_marker(decoder_.header().markers(), app1, least_bytes, exif_begin) != nullptr;
+}
+
+bool NUV_JPEGInfoInternal::has_g3fax() const noexcept
+{
+    constexpr std::size_t least_bytes = 10;
+    return find_jpeg_marker(decoder_.header().markers(), app1, least_bytes, g3fax_begin) != nullptr;
+}
+
+bool NUV_JPEGInfoInternal::has_adobe() const noexcept
+{
+    constexpr std::size_t least_bytes = 12;
+    return find_jpeg_marker(decoder_.header().markers(), app14, least_bytes, adobe_begin) !=
+           nullptr;
+}
+
+NUV_JPEGCode NUV_JPEGInfoInternal::start_decode(std::uint32_t scale)
+{
+    decoder_.set_scale(scale);
+    return decoder_.start_decode();
+}
+
+NUV_JPEGCode NUV_JPEGInfoInternal::read_line(void* line)
+{
+    return decoder_.read_line(static_cast<std::uint8_t*>(line));
+}
+
+bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, NUV_Here here)
+{
+    std::array<char, 64> method{};
+    std::snprintf(method.data(), method.size(), "NUV_JPEGInfoInternal::%s", name);
+    if (code == jpeg_code_io)
+        code = jpeg_code_read_failed;
+    return nuv_jpegregiststatus(manager(), code, method.data(), here);
+}
+
+} // namespace nuv

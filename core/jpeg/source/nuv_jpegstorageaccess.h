@@ -1,0 +1,13 @@
+#pragma once
+
+#include "core/jpeg/source/nuv_jpeginput.h"
+#include "framework/base/nuv_manager.h"
+#include "framework/io/nuv_inputstorage.h"
+
+namespace nuv {
+
+// The coder's view of a manager and of a storage, both of which must outlive the coder.
+[[nodiscard]] NUV_JPEGAllocator jpeg_allocator_of(NUV_Manager& manager) noexcept;
+[[nodiscard]] NUV_JPEGSource jpeg_source_of(NUV_InputStorage* storage) noexcept;
+
+} // namespace nuv

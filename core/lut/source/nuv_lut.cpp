@@ -1,0 +1,202 @@
+#include "core/lut/nuv_lut.h"
+
+#include "core/lut/source/nuv_lutkernels.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processlinetolineengine.h"
+#include "framework/include/nuv_vector.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+namespace nuv {
+namespace {
+
+// I is what a sample indexes by, O what holds an entry: unsigned integers of their widths.
+template <class I, class O>
+class NUV_Lut8xNbitsEngine : public NUV_ProcessLineToLineEngine {
+public:
+    using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
+
+protected:
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                const NUV_LutData* table, const NUV_ColorType* target);
+
+    // Exchanges the halves of each table, so that the bits of a signed sample index it.
+    void put_zero_first() noexcept;
+
+private:
+    static constexpr std::size_t range = std::size_t{1} << (8 * sizeof(I));
+
+    [[nodiscard]] bool process_line(const void* in, void* out) override;
+
+    LutRow<I, O> lut_row_ = nullptr;
+    NUV_Scratch<O> tables_;
+    NUV_Scratch<const O*> table_of_; // each channel of the image
+    std::size_t width_ = 0;          // pixels
+    bool is_shared_ = false;         // one table for all channels
+};
+
+[[nodiscard]] bool entries_are_served(const NUV_LutData& table) noexcept
+{
+    return table.bits != 64 || table.data_type == NUV_DataType::floating;
+}
+
+template <class I, class O>
+bool NUV_Lut8xNbitsEngine<I, O>::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                          NUV_DstBuffer* dst, const NUV_LutData* table,
+                                          const NUV_ColorType* target)
+{
+    constexpr auto method = "NUV_Lut8xNbitsEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
+        return false;
+    if (header->bits() != 8 * sizeof(I) || !header->palette().is_empty())
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    const std::uint16_t channels = header->channels();
+    if (!table || !table->is_valid() || (table->channels != 1 && table->channels != channels) ||
+        table->bits != 8 * sizeof(O) || !entries_are_served(*table) || table->entries != range)
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (target && !target->valid_channels(channels))
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+
+    header_.bits(table->bits);
+    header_.data_type(table->data_type);
+    if (target)
+        header_.color_type(target);
+    if (!header_.checked_line_bytes())
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+
+    if (!tables_.allocate(manager(), range * table->channels) ||
+        !table_of_.allocate(manager(), channels))
+        return false;
+    std::memcpy(tables_.data(), table->value(), tables_.size() * sizeof(O));
+    is_shared_ = table->channels == 1;
+    for (std::size_t c = 0; c < channels; ++c)
+        table_of_[c] = tables_.data() + (is_shared_ ? 0 : c * range);
+    width_ = header->width();
+    lut_row_ = choose_lut_row<I, O>(NUV_Cpu::current());
+    return dst->block_bytes(header_.line_bytes());
+}
+
+template <class I, class O>
+void NUV_Lut8xNbitsEngine<I, O>::put_zero_first() noexcept
+{
+    for (O* table = tables_.data(); table != tables_.data() + tables_.size(); table += range)
+        std::swap_ranges(table, table + range / 2, table + range / 2);
+}
+
+template <class I, class O>
+bool NUV_Lut8xNbitsEngine<I, O>::process_line(const void* in, void* out)
+{
+    const auto* from = static_cast<const I*>(in);
+    auto* to = static_cast<O*>(out);
+    const std::size_t channels = table_of_.size();
+    if (is_shared_ || channels == 1) {
+        lut_row_(from, to, width_ * channels, tables_.data());
+        return true;
+    }
+    for (std::size_t c = 0; c < channels; ++c)
+        lut_channel(from + c, to + c, width_, channels, table_of_[c]);
+    return true;
+}
+
+template <class I, class O>
+class NUV_LutU8xNbitsEngine final : public NUV_Lut8xNbitsEngine<I, O> {
+public:
+    using Base = NUV_Lut8xNbitsEngine<I, O>;
+    using Base::Base;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                const NUV_LutData* table, const NUV_ColorType* target)
+    {
+        if (!Base::initiate(header, src, dst, table, target))
+            return false;
+        if (header->data_type() == NUV_DataType::u_integer)
+            return true;
+        return fail(this->manager(), NUV_ERR_UNSUPPORTED, "NUV_LutU8xNbitsEngine::initiate()");
+    }
+};
+
+template <class I, class O>
+class NUV_LutS8xNbitsEngine final : public NUV_Lut8xNbitsEngine<I, O> {
+public:
+    using Base = NUV_Lut8xNbitsEngine<I, O>;
+    using Base::Base;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                const NUV_LutData* table, const NUV_ColorType* target)
+    {
+        if (!Base::initiate(header, src, dst, table, target))
+            return false;
+        if (header->data_type() != NUV_DataType::s_integer)
+            return fail(this->manager(), NUV_ERR_UNSUPPORTED, "NUV_LutS8xNbitsEngine::initiate()");
+        this->put_zero_first();
+        return true;
+    }
+};
+
+// Calls visit.operator()<O>() with what holds an entry. Without a table, or one of odd bits, that
+// is some type: initiate() refuses it.
+template <class Visit>
+NUV_Engine* visit_entry(const NUV_LutData* table, Visit&& visit)
+{
+    switch (table ? table->bits : 8) {
+    case 8:
+        return visit.template operator()<std::uint8_t>();
+    case 16:
+        return visit.template operator()<std::uint16_t>();
+    case 32:
+        return visit.template operator()<std::uint32_t>();
+    default:
+        return visit.template operator()<std::uint64_t>();
+    }
+}
+
+// Calls visit.operator()<I, O>(). Samples of odd bits count as 16: initiate() refuses them.
+template <class Visit>
+NUV_Engine* visit_sample_and_entry(const NUV_Header& header, const NUV_LutData* table,
+                                   Visit&& visit)
+{
+    return visit_entry(table, [&]<class O>() {
+        return header.bits() == 8 ? visit.template operator()<std::uint8_t, O>()
+                                  : visit.template operator()<std::uint16_t, O>();
+    });
+}
+
+} // namespace
+
+NUV_Engine* NUV_LutU8xNbits::engine(NUV_Engine* previous, const NUV_LutData* table,
+                                    const NUV_ColorType* target)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_LutU8xNbits::engine()");
+    return visit_sample_and_entry(*previous->header(), table, [&]<class I, class O>() {
+        return append_new<NUV_LutU8xNbitsEngine<I, O>>(*previous, table, target);
+    });
+}
+
+NUV_Engine* NUV_LutS8xNbits::engine(NUV_Engine* previous, const NUV_LutData* table,
+                                    const NUV_ColorType* target)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_LutS8xNbits::engine()");
+    return visit_sample_and_entry(*previous->header(), table, [&]<class I, class O>() {
+        return append_new<NUV_LutS8xNbitsEngine<I, O>>(*previous, table, target);
+    });
+}
+
+NUV_Engine* NUV_Lut::engine(NUV_Engine* previous, const NUV_LutData* table,
+                            const NUV_ColorType* target)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Lut::engine()");
+    if (previous->header()->data_type() == NUV_DataType::u_integer)
+        return NUV_LutU8xNbits(manager()).engine(previous, table, target);
+    return NUV_LutS8xNbits(manager()).engine(previous, table, target);
+}
+
+} // namespace nuv

@@ -1,0 +1,190 @@
+#include "core/scale/nuv_scalepp.h"
+#include "core/scale/source/nuv_linearrow.h"
+#include "core/scale/source/nuv_linekernels.h"
+#include "core/scale/source/nuv_scaleppengine.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+// What an output pixel covers of the source: pixel `first`, to `weight` of the whole, and the one
+// behind it to the rest.
+struct NUV_Stretch {
+    std::uint32_t first;
+    double weight;
+};
+
+// Walks along the output pixels of an axis that grows.
+class NUV_StretchWalk {
+public:
+    void initiate(std::uint32_t source, std::uint32_t destination) noexcept
+    {
+        ratio_ = scale_ratio(source, destination);
+        last_ = source - 1;
+        pixels_left_ = destination;
+    }
+
+    [[nodiscard]] NUV_Stretch next() noexcept
+    {
+        const double position = position_;
+        position_ += ratio_;
+        --pixels_left_;
+        // The last output pixel, and any that added-up positions put beyond the image.
+        if (pixels_left_ == 0 || position >= last_)
+            return {last_, 1};
+        const auto first = static_cast<std::uint32_t>(position);
+        if (static_cast<std::uint32_t>(position_) == first)
+            return {first, 1};
+        return {first, (std::ceil(position) - position) / ratio_};
+    }
+
+private:
+    double ratio_ = 1;
+    double position_ = 0;
+    std::uint32_t last_ = 0;
+    std::uint32_t pixels_left_ = 0;
+};
+
+template <IntegerSample T, RealNumber R>
+class NUV_ScaleWidthPPEEngine final : public NUV_ScaleWidthPPEngine<T> {
+public:
+    using NUV_ScaleWidthPPEngine<T>::NUV_ScaleWidthPPEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t width)
+    {
+        constexpr auto method = "NUV_ScaleWidthPPEEngine::initiate()";
+
+        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width))
+            return false;
+        const std::uint32_t source_width = this->source_width_;
+        if (width < source_width)
+            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+
+        const std::uint32_t channels = this->channels_;
+        if (!row_.allocate(this->manager(), source_width, channels, width))
+            return false;
+        this->work_line_ = row_.image_bytes();
+        NUV_StretchWalk walk;
+        walk.initiate(source_width, width);
+        for (auto& taps : row_.table()) {
+            const NUV_Stretch stretch = walk.next();
+            const ScaleWeight<R> weight = scale_weight<R>(stretch.weight);
+            taps = {std::size_t{stretch.first} * channels, weight, scale_weight_one<R> - weight};
+        }
+        return row_.finish_table(this->manager());
+    }
+
+private:
+    void process_line(const std::uint8_t*, std::uint8_t* out) override
+    {
+        row_.convolve(reinterpret_cast<T*>(out));
+    }
+
+    NUV_LinearRow<T, R, 0> row_;
+};
+
+template <IntegerSample T, RealNumber R>
+class NUV_ScaleHeightPPEEngine final : public NUV_ScaleHeightPPEngine<T> {
+public:
+    using NUV_ScaleHeightPPEngine<T>::NUV_ScaleHeightPPEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t height)
+    {
+        constexpr auto method = "NUV_ScaleHeightPPEEngine::initiate()";
+
+        if (!NUV_ScaleHeightPPEngine<T>::initiate(header, src, dst, height))
+            return false;
+        if (height < this->source_height_)
+            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+        blend_ = choose_blend_lines<T, Weight>(NUV_Cpu::current());
+        walk_.initiate(this->source_height_, height);
+        lines_.initiate(src, this->source_height_);
+        return true;
+    }
+
+    [[nodiscard]] bool execute() override
+    {
+        if (this->line_ >= this->destination_height_)
+            return false;
+        const NUV_Stretch stretch = walk_.next();
+        if (!lines_.move_to(stretch.first))
+            return false;
+        auto* out = static_cast<T*>(this->dst_buffer_->get());
+        if (!out)
+            return false;
+        const Weight weight = scale_weight<R>(stretch.weight);
+        if (weight == scale_weight_one<R>) {
+            std::memcpy(out, lines_.line(0), this->line_bytes_);
+        } else {
+            // The weight is that of the upper line.
+            blend_(reinterpret_cast<const T*>(lines_.line(1)),
+                   reinterpret_cast<const T*>(lines_.line(0)), out, this->samples_per_line_,
+                   weight);
+        }
+        ++this->line_;
+        const bool released = this->line_ < this->destination_height_ || lines_.release_all();
+        const bool committed = this->dst_buffer_->release(this->line_bytes_);
+        return released && committed;
+    }
+
+private:
+    using Weight = ScaleWeight<R>;
+
+    BlendLines<T, Weight> blend_ = nullptr;
+    NUV_StretchWalk walk_;
+    NUV_LineWindow<2> lines_;
+};
+
+} // namespace
+
+NUV_Engine* NUV_ScaleWidthPPE::engine(NUV_Engine* previous, std::uint32_t width,
+                                      bool use_fixed_real)
+{
+    return append(previous, width, use_fixed_real, "NUV_ScaleWidthPPE::engine()");
+}
+
+NUV_Engine* NUV_ScaleWidthPPE::append(NUV_Engine* previous, std::uint32_t width,
+                                      bool use_fixed_real, const char* method)
+{
+    if (!accepts(previous, width, method))
+        return nullptr;
+    if (width == previous->header()->width())
+        return previous;
+    return visit_unsigned_type(
+        *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            if (use_fixed_real)
+                return append_new<NUV_ScaleWidthPPEEngine<T, NUV_FixedReal>>(*previous, width);
+            return append_new<NUV_ScaleWidthPPEEngine<T, double>>(*previous, width);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+NUV_Engine* NUV_ScaleHeightPPE::engine(NUV_Engine* previous, std::uint32_t height,
+                                       bool use_fixed_real)
+{
+    return append(previous, height, use_fixed_real, "NUV_ScaleHeightPPE::engine()");
+}
+
+NUV_Engine* NUV_ScaleHeightPPE::append(NUV_Engine* previous, std::uint32_t height,
+                                       bool use_fixed_real, const char* method)
+{
+    if (!accepts(previous, height, method))
+        return nullptr;
+    if (height == previous->header()->height())
+        return previous;
+    return visit_unsigned_type(
+        *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            if (use_fixed_real)
+                return append_new<NUV_ScaleHeightPPEEngine<T, NUV_FixedReal>>(*previous, height);
+            return append_new<NUV_ScaleHeightPPEEngine<T, double>>(*previous, height);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+} // namespace nuv

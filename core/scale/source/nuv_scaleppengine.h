@@ -1,0 +1,63 @@
+#pragma once
+
+#include "core/include/nuv_scaleframe.h"
+#include "core/scale/nuv_scaleengine.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_version.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+
+// Bases of the area-weighting engines.
+
+template <IntegerSample T>
+class NUV_ScaleWidthPPEngine : public NUV_ScaleWidthEngine {
+public:
+    using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t width)
+    {
+        constexpr auto method = "NUV_ScaleWidthPPEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width))
+            return false;
+        if (!holds_samples_of<T>(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        ratio_ = scale_ratio(source_width_, width);
+        return true;
+    }
+
+protected:
+    double ratio_ = 1; // source width / destination width
+};
+
+template <IntegerSample T>
+class NUV_ScaleHeightPPEngine : public NUV_ScaleHeightEngine {
+public:
+    using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t height)
+    {
+        constexpr auto method = "NUV_ScaleHeightPPEngine::initiate()";
+
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
+            return false;
+        if (!holds_samples_of<T>(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        samples_per_line_ = std::size_t{header->width()} * header->channels();
+        return true;
+    }
+
+protected:
+    std::size_t samples_per_line_ = 0;
+};
+
+} // namespace nuv

@@ -1,0 +1,247 @@
+#include "core/scale/nuv_scalepp.h"
+#include "core/scale/source/nuv_ppkernels.h"
+#include "core/scale/source/nuv_scaleppengine.h"
+#include "framework/base/nuv_held.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace nuv {
+namespace {
+
+// Walks along the output pixels of an axis that shrinks. Added-up positions can end a hair beyond
+// the image; the last output pixel starts before the last source pixel and ends with all of it.
+class NUV_AreaWalk {
+public:
+    void initiate(std::uint32_t source, std::uint32_t destination) noexcept
+    {
+        ratio_ = scale_ratio(source, destination);
+        last_ = source - 1;
+        pixels_left_ = destination;
+    }
+
+    // The next pixel, with its offset in pixels.
+    [[nodiscard]] NUV_AreaTaps next() noexcept
+    {
+        --pixels_left_;
+        const std::uint32_t i = first_pixel();
+        NUV_AreaTaps taps{i, std::max(i + 1.0 - position_, 0.0), 1};
+        position_ += ratio_;
+        if (pixels_left_ != 0)
+            taps.last = position_ - static_cast<std::uint32_t>(position_);
+        return taps;
+    }
+
+    // Where the pixel behind it begins: the last source pixel behind the last one.
+    [[nodiscard]] std::uint32_t end() const noexcept
+    {
+        if (pixels_left_ == 0)
+            return last_;
+        return pixels_left_ == 1 ? std::min(whole(), last_ - 1) : whole();
+    }
+
+private:
+    [[nodiscard]] std::uint32_t whole() const noexcept
+    {
+        return static_cast<std::uint32_t>(position_);
+    }
+    [[nodiscard]] std::uint32_t first_pixel() const noexcept
+    {
+        return pixels_left_ == 0 ? std::min(whole(), last_ - 1) : whole();
+    }
+
+    double ratio_ = 1;
+    double position_ = 0;
+    std::uint32_t last_ = 0;
+    std::uint32_t pixels_left_ = 0;
+};
+
+// True when sums of the samples of T that an output sample covers fit 31 bits.
+template <IntegerSample T>
+bool sums_are_small(double ratio) noexcept
+{
+    return (ratio + 2) * std::numeric_limits<T>::max() < std::numeric_limits<std::int32_t>::max();
+}
+
+template <IntegerSample T>
+class NUV_ScaleWidthPPREngine final : public NUV_ScaleWidthPPEngine<T> {
+public:
+    using NUV_ScaleWidthPPEngine<T>::NUV_ScaleWidthPPEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t width)
+    {
+        constexpr auto method = "NUV_ScaleWidthPPREngine::initiate()";
+
+        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width))
+            return false;
+        const std::uint32_t source_width = this->source_width_;
+        if (width >= source_width)
+            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+
+        if (!taps_.allocate(this->manager(), std::size_t{width} + 1))
+            return false;
+        NUV_AreaWalk walk;
+        walk.initiate(source_width, width);
+        for (NUV_AreaTaps& taps : taps_.items().first(width)) {
+            taps = walk.next();
+            taps.offset *= this->channels_;
+        }
+        taps_[width] = {std::size_t{source_width - 1} * this->channels_, 0, 0};
+        reduce_ = choose_reduce_area_row<T>(NUV_Cpu::current(), this->channels_,
+                                            sums_are_small<T>(this->ratio_));
+        return true;
+    }
+
+private:
+    void process_line(const std::uint8_t* in, std::uint8_t* out) override
+    {
+        reduce_(reinterpret_cast<const T*>(in), taps_.data(), reinterpret_cast<T*>(out),
+                this->destination_width_, this->channels_, 1.0 / this->ratio_);
+    }
+
+    NUV_Scratch<NUV_AreaTaps> taps_; // one more than output pixels
+    ReduceAreaRow<T> reduce_ = nullptr;
+};
+
+template <IntegerSample T, class Sum>
+class NUV_ScaleHeightPPREngine final : public NUV_ScaleHeightPPEngine<T> {
+public:
+    using NUV_ScaleHeightPPEngine<T>::NUV_ScaleHeightPPEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t height)
+    {
+        constexpr auto method = "NUV_ScaleHeightPPREngine::initiate()";
+
+        if (!NUV_ScaleHeightPPEngine<T>::initiate(header, src, dst, height))
+            return false;
+        if (height >= this->source_height_)
+            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+        walk_.initiate(this->source_height_, height);
+        reduce_ = choose_reduce_area_lines<T, Sum>(NUV_Cpu::current());
+        return first_.allocate(this->manager(), this->samples_per_line_) &&
+               sums_.allocate(this->manager(), this->samples_per_line_);
+    }
+
+    [[nodiscard]] bool execute() override
+    {
+        if (this->line_ >= this->destination_height_)
+            return false;
+        const NUV_AreaTaps taps = walk_.next();
+        const std::uint32_t end = walk_.end();
+        if (lines_read_ <= taps.offset && !read_first())
+            return false;
+        const T* last = first_.data();
+        if (!add_up(end) || (lines_read_ <= end && !(last = take())))
+            return false;
+        auto* out = static_cast<T*>(this->dst_buffer_->get());
+        if (!out)
+            return false;
+        reduce_(first_.data(), sums_.data(), last, out, this->samples_per_line_, taps,
+                1.0 / this->ratio_);
+        ++this->line_;
+        // The line that ends this output line begins the next one.
+        bool released = true;
+        if (last != first_.data()) {
+            std::memcpy(first_.data(), last, this->line_bytes_);
+            released = this->src_buffer_->release();
+        }
+        const bool committed = this->dst_buffer_->release(this->line_bytes_);
+        return released && committed;
+    }
+
+private:
+    [[nodiscard]] const T* take()
+    {
+        const auto* line = static_cast<const T*>(this->src_buffer_->get(nullptr));
+        lines_read_ += line ? 1 : 0;
+        return line;
+    }
+
+    [[nodiscard]] bool read_first()
+    {
+        ++lines_read_;
+        return this->src_buffer_->get(first_.data(), nullptr) && this->src_buffer_->release();
+    }
+
+    // The lines before line `end` that have not been read, as sums.
+    [[nodiscard]] bool add_up(std::uint32_t end)
+    {
+        Sum* sums = sums_.data();
+        const std::size_t samples = this->samples_per_line_;
+        if (lines_read_ >= end)
+            std::memset(sums, 0, samples * sizeof(Sum));
+        for (bool is_first = true; lines_read_ < end; is_first = false) {
+            const T* line = take();
+            if (!line)
+                return false;
+            if (is_first)
+                std::copy(line, line + samples, sums);
+            else
+                add(line, sums, samples);
+            if (!this->src_buffer_->release())
+                return false;
+        }
+        return true;
+    }
+
+    static void add(const T* __restrict line, Sum* __restrict sums, std::size_t samples) noexcept
+    {
+        for (std::size_t i = 0; i < samples; ++i)
+            sums[i] += line[i];
+    }
+
+    NUV_AreaWalk walk_;
+    std::uint32_t lines_read_ = 0; // of the source
+    NUV_Scratch<T> first_;         // the line read last
+    NUV_Scratch<Sum> sums_;        // of the lines behind it
+    ReduceAreaLines<T, Sum> reduce_ = nullptr;
+};
+
+} // namespace
+
+NUV_Engine* NUV_ScaleWidthPPR::engine(NUV_Engine* previous, std::uint32_t width, bool)
+{
+    return append(previous, width, "NUV_ScaleWidthPPR::engine()");
+}
+
+NUV_Engine* NUV_ScaleWidthPPR::append(NUV_Engine* previous, std::uint32_t width, const char* method)
+{
+    if (!accepts(previous, width, method))
+        return nullptr;
+    if (width == previous->header()->width())
+        return previous;
+    return visit_unsigned_type(
+        *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            return append_new<NUV_ScaleWidthPPREngine<T>>(*previous, width);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+NUV_Engine* NUV_ScaleHeightPPR::engine(NUV_Engine* previous, std::uint32_t height, bool)
+{
+    return append(previous, height, "NUV_ScaleHeightPPR::engine()");
+}
+
+NUV_Engine* NUV_ScaleHeightPPR::append(NUV_Engine* previous, std::uint32_t height,
+                                       const char* method)
+{
+    if (!accepts(previous, height, method))
+        return nullptr;
+    if (height == previous->header()->height())
+        return previous;
+    return visit_unsigned_type(
+        *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            if (sums_are_small<T>(scale_ratio(previous->header()->height(), height))) {
+                return append_new<NUV_ScaleHeightPPREngine<T, std::int32_t>>(*previous, height);
+            }
+            return append_new<NUV_ScaleHeightPPREngine<T, std::int64_t>>(*previous, height);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+} // namespace nuv

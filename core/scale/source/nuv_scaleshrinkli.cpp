@@ -1,0 +1,178 @@
+#include "core/include/nuv_scaleframe.h"
+#include "core/scale/nuv_scaleengine.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/source/nuv_scaleshrinkengine.h"
+#include "core/scale/source/nuv_shrinklikernels.h"
+#include "framework/base/nuv_held.h"
+#include "framework/base/nuv_version.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace nuv {
+namespace {
+
+template <IntegerSample T, RealNumber R>
+class NUV_ScaleShrinkLIEngine final : public NUV_ScaleShrinkEngine {
+public:
+    using NUV_ScaleShrinkEngine::NUV_ScaleShrinkEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t width, std::uint32_t height);
+    [[nodiscard]] bool execute() override;
+
+private:
+    using Weight = ScaleWeight<R>;
+
+    // How far behind its whole part i a position lies.
+    [[nodiscard]] static Weight fraction(double position, std::uint32_t i) noexcept
+    {
+        if constexpr (std::same_as<R, double>) {
+            return position - i;
+        } else {
+            return static_cast<Weight>(R::units(position) - (std::int64_t{i} << R::fraction_bits));
+        }
+    }
+
+    [[nodiscard]] bool fill_table();
+    void choose_cells() noexcept;
+    void interpolate(std::uint32_t row, T* out) const noexcept;
+    void average_cells(T* out) const noexcept;
+
+    NUV_LineWindow<2> lines_;
+    NUV_Scratch<NUV_ShrinkTaps<Weight>> taps_;
+    std::uint32_t inner_pixels_ = 0; // those with a right neighbour, from the left
+    std::uint32_t cell_width_ = 0;   // in pixels; 0 unless both factors are even and whole
+};
+
+template <IntegerSample T, RealNumber R>
+bool NUV_ScaleShrinkLIEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                             NUV_DstBuffer* dst, std::uint32_t width,
+                                             std::uint32_t height)
+{
+    constexpr auto method = "NUV_ScaleShrinkLIEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ScaleShrinkEngine::initiate(header, src, dst, width, height, method))
+        return false;
+    if (!holds_samples_of<T>(*header))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+
+    position_y_ = ratio_y_ * 0.5 - 0.5;
+    lines_.initiate(src, source_height_);
+    choose_cells();
+    return fill_table();
+}
+
+// Even whole factors place every point in the middle of four pixels. The fixed-point form looks at
+// the horizontal factor in its own precision, and so also takes some that are not quite whole.
+template <IntegerSample T, RealNumber R>
+void NUV_ScaleShrinkLIEngine<T, R>::choose_cells() noexcept
+{
+    double kept = ratio_x_;
+    if constexpr (std::same_as<R, NUV_FixedReal>)
+        kept = std::trunc(ratio_x_ * R::one) / R::one;
+    const NUV_NearestRatio x(kept);
+    const NUV_NearestRatio y(ratio_y_);
+    if (x.exact && y.exact && !x.is_odd() && !y.is_odd())
+        cell_width_ = x.value;
+}
+
+template <IntegerSample T, RealNumber R>
+bool NUV_ScaleShrinkLIEngine<T, R>::fill_table()
+{
+    if (cell_width_ != 0)
+        return true;
+    if (!taps_.allocate(manager(), destination_width_))
+        return false;
+    double position = ratio_x_ * 0.5 - 0.5;
+    const std::uint32_t last = source_width_ - 1;
+    for (NUV_ShrinkTaps<Weight>& taps : taps_.items()) {
+        const auto i = static_cast<std::uint32_t>(std::min<double>(position, last));
+        taps = {std::size_t{i} * channels_, fraction(position, i)};
+        inner_pixels_ += i < last ? 1 : 0;
+        position += ratio_x_;
+    }
+    return true;
+}
+
+template <IntegerSample T, RealNumber R>
+bool NUV_ScaleShrinkLIEngine<T, R>::execute()
+{
+    if (line_ >= destination_height_)
+        return false;
+    const auto row = static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
+    if (!lines_.move_to(row))
+        return false;
+    auto* out = static_cast<T*>(dst_buffer_->get());
+    if (!out)
+        return false;
+    if (cell_width_ != 0)
+        average_cells(out);
+    else
+        interpolate(row, out);
+    position_y_ += ratio_y_;
+    ++line_;
+    const bool released = line_ < destination_height_ || lines_.release_all();
+    const bool committed = dst_buffer_->release(header_.line_bytes());
+    return released && committed;
+}
+
+template <IntegerSample T, RealNumber R>
+void NUV_ScaleShrinkLIEngine<T, R>::interpolate(std::uint32_t row, T* out) const noexcept
+{
+    const auto* upper = reinterpret_cast<const T*>(lines_.line(0));
+    const auto* lower = reinterpret_cast<const T*>(lines_.line(1));
+    const Weight y = fraction(position_y_, row);
+    visit_channels(channels_, [&]<int Channels>() {
+        shrink_row<Channels>(upper, lower, taps_.data(), y, out, inner_pixels_, channels_,
+                             channels_);
+        shrink_row<Channels>(upper, lower, taps_.data() + inner_pixels_, y,
+                             out + std::size_t{inner_pixels_} * channels_,
+                             destination_width_ - inner_pixels_, channels_, 0);
+    });
+}
+
+template <IntegerSample T, RealNumber R>
+void NUV_ScaleShrinkLIEngine<T, R>::average_cells(T* out) const noexcept
+{
+    const std::size_t first = (cell_width_ / 2 - 1) * std::size_t{channels_};
+    const auto* upper = reinterpret_cast<const T*>(lines_.line(0)) + first;
+    const auto* lower = reinterpret_cast<const T*>(lines_.line(1)) + first;
+    visit_channels(channels_, [&]<int Channels>() {
+        average_four_row<Channels>(upper, lower, out, destination_width_, channels_,
+                                   std::size_t{cell_width_} * channels_);
+    });
+}
+
+} // namespace
+
+NUV_Engine* NUV_ScaleShrinkLI::engine(NUV_Engine* previous, std::uint32_t width,
+                                      std::uint32_t height, bool use_fixed_real)
+{
+    return append(previous, width, height, use_fixed_real, "NUV_ScaleShrinkLI::engine()");
+}
+
+NUV_Engine* NUV_ScaleShrinkLI::append(NUV_Engine* previous, std::uint32_t width,
+                                      std::uint32_t height, bool use_fixed_real, const char* method)
+{
+    if (!accepts(previous, width, height, method))
+        return nullptr;
+    const NUV_Header& source = *previous->header();
+    if (width == source.width() && height == source.height())
+        return previous;
+    return visit_integer_type(
+        source,
+        [&]<class T>() -> NUV_Engine* {
+            if (use_fixed_real) {
+                return append_new<NUV_ScaleShrinkLIEngine<T, NUV_FixedReal>>(*previous, width,
+                                                                             height);
+            }
+            return append_new<NUV_ScaleShrinkLIEngine<T, double>>(*previous, width, height);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+}
+
+} // namespace nuv

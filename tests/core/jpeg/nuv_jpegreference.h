@@ -1,0 +1,36 @@
+#pragma once
+
+// The reference coder, libjpeg, with everything that is left to a decoder's taste switched off, so
+// that its samples are those that T.81 and its own integer transform give.
+
+#include "tests/core/jpeg/nuv_jpegteststream.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace nuv {
+
+// How the reference encodes. The samples of the picture are coded as they are, as components.
+struct JPEGReferenceSettings {
+    int quality = 75;
+    std::uint32_t key = 0x111111; // a byte for each component
+    bool is_progressive = false;
+    int restart_interval = 0; // MCUs
+    int restart_rows = 0;     // MCU rows, when the interval is 0
+    bool optimises = false;
+    // The components of each scan, as "0 1;2"; empty for one scan.
+    std::string scans = {};
+    bool writes_jfif = false;
+    int adobe_transform = -1; // below 0 for no Adobe segment
+};
+
+[[nodiscard]] std::vector<std::uint8_t> encode_by_reference(const JPEGTestPicture& picture,
+                                                            const JPEGReferenceSettings& settings);
+
+// The decoded components without any change of colour. Nothing when it fails.
+[[nodiscard]] std::optional<JPEGTestPicture>
+    decode_by_reference(const std::vector<std::uint8_t>& stream);
+
+} // namespace nuv

@@ -1,0 +1,370 @@
+#include "core/rotate/nuv_rotate90.h"
+
+#include "core/rotate/source/nuv_rotate90_1_kernels.h"
+#include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
+#include "tests/support/nuv_model_rotate.h"
+#include "tests/support/nuv_model_runs.h"
+#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_testsamples.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace nuv {
+namespace {
+
+constexpr int angles[] = {90, 180, 270};
+
+[[nodiscard]] NUV_ModelImage random_image(std::uint32_t width, std::uint32_t height,
+                                          std::uint16_t channels, std::uint16_t bits,
+                                          std::mt19937& random)
+{
+    NUV_ModelImage image{width, height, channels, bits, {}};
+    image.samples.resize(std::size_t{width} * height * channels);
+    for (std::uint16_t& sample : image.samples)
+        sample = static_cast<std::uint16_t>(random() & ((1U << bits) - 1));
+    return image;
+}
+
+// Turns `image` by each angle, in bands of `block` lines where that is not 0.
+template <class Creator, class... Block>
+void expect_turned(const NUV_ModelImage& image, const std::vector<std::uint8_t>& bytes,
+                   Block... block)
+{
+    for (const int angle : angles) {
+        SCOPED_TRACE(testing::Message()
+                     << image.width << " x " << image.height << ", " << image.channels << " of "
+                     << image.bits << " bits, " << angle << " degrees");
+        const NUV_ModelImage wanted = model_rotate(image, angle);
+        NUV_TestChain chain;
+        chain.source_bytes(image.description(), bytes);
+        ASSERT_TRUE(chain.append<Creator>(angle, block...));
+        EXPECT_EQ(chain.header().width(), wanted.width);
+        EXPECT_EQ(chain.header().height(), wanted.height);
+        ASSERT_TRUE(chain.run_bytes() == wanted.bytes());
+        ASSERT_EQ(chain.status().code, NUV_STATUS_OK);
+    }
+}
+
+TEST(Rotate90, TurnsSamplesOfWholeBytes)
+{
+    std::mt19937 random(1);
+    constexpr std::uint32_t heights[] = {1, 2, 7, 63, 64, 65, 200, 201, 403};
+    for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}}) {
+        for (std::uint16_t channels = 1; channels <= 5; ++channels) {
+            for (const std::uint32_t height : heights) {
+                const auto width = static_cast<std::uint32_t>(1 + random() % 20);
+                const auto image = random_image(width, height, channels, bits, random);
+                expect_turned<NUV_Rotate90>(image, image.bytes());
+            }
+        }
+    }
+}
+
+// All widths modulo the 128 columns of a vector step, heights about bytes and bands; padding bits
+// of the source are set, those of the result must not be.
+TEST(Rotate90, TurnsBits)
+{
+    std::mt19937 random(2);
+    constexpr std::uint32_t heights[] = {1,  7,  8,  9,   15,  16,  17, 63,
+                                         64, 65, 72, 127, 128, 200, 201};
+    for (std::uint32_t width = 1; width <= 140; width += 1 + width / 16) {
+        for (const std::uint32_t height : heights) {
+            const auto image = random_image(width, height, 1, 1, random);
+            auto bytes = image.bytes();
+            const std::size_t line = (width + 7) / 8;
+            const unsigned pad = 0xFFU >> ((width - 1) % 8 + 1);
+            for (std::size_t last = line - 1; last < bytes.size(); last += line)
+                bytes[last] = static_cast<std::uint8_t>(bytes[last] | pad);
+            expect_turned<NUV_Rotate90>(image, bytes);
+        }
+    }
+}
+
+TEST(Rotate90, GivesTheSameInBandsOfAnyHeight)
+{
+    std::mt19937 random(3);
+    const auto bits = random_image(150, 53, 1, 1, random);
+    for (const std::uint32_t block : {8U, 16U, 48U, 53U, 64U})
+        expect_turned<NUV_Rotate90_1>(bits, bits.bytes(), block);
+    const auto samples = random_image(9, 53, 3, 8, random);
+    for (const std::uint32_t block : {1U, 2U, 7U, 53U, 999U})
+        expect_turned<NUV_Rotate90_8xN>(samples, samples.bytes(), block);
+}
+
+TEST(Rotate90, TurnsRunsAsItTurnsBits)
+{
+    std::mt19937 random(4);
+    for (std::uint32_t width = 1; width <= 70; ++width) {
+        const auto height = static_cast<std::uint32_t>(1 + random() % 70);
+        const NUV_ModelImage image = random_bilevel(width, height, random);
+        for (const int angle : angles) {
+            SCOPED_TRACE(testing::Message() << width << " x " << height << ", " << angle);
+            NUV_TestChain chain;
+            chain.source_bytes(run_description(width, height), model_run_bytes(image));
+            ASSERT_TRUE(chain.append<NUV_Rotate90>(angle));
+            ASSERT_EQ(chain.header().encode_type(), NUV_EncodeType::qd_rle);
+            const NUV_ModelImage wanted = model_rotate(image, angle);
+            ASSERT_EQ(chain.header().width(), wanted.width);
+            ASSERT_TRUE(chain.run_bytes() == model_run_bytes(wanted));
+        }
+    }
+}
+
+TEST(Rotate90, AddsUpOverTheChain)
+{
+    std::mt19937 random(5);
+    const auto image = random_image(37, 70, 1, 1, random);
+    const std::vector<int> chains[] = {{90, 90, 90, 90}, {90, 270}, {180, 180}, {-90, 450}};
+    for (const auto& turns : chains) {
+        NUV_TestChain chain;
+        chain.source_bytes(image.description(), image.bytes());
+        for (const int angle : turns)
+            ASSERT_TRUE(chain.append<NUV_Rotate90>(angle));
+        EXPECT_TRUE(chain.run_bytes() == image.bytes());
+    }
+}
+
+TEST(Rotate90, AppendsNothingForWholeTurns)
+{
+    for (const std::uint16_t bits :
+         {std::uint16_t{1}, std::uint16_t{8}, std::uint16_t{16}, std::uint16_t{32}}) {
+        for (const int angle : {0, 360, -360, 720}) {
+            NUV_TestChain chain;
+            chain.blank_source({.bits = bits});
+            NUV_Engine* source = chain.last();
+            EXPECT_TRUE(chain.append<NUV_Rotate90>(angle));
+            EXPECT_EQ(chain.last(), source);
+        }
+    }
+}
+
+TEST(Rotate90, KeepsPaletteAndColour)
+{
+    NUV_TestChain chain;
+    chain.blank_source({.width = 3, .height = 2, .palette = true});
+    ASSERT_TRUE(chain.append<NUV_Rotate90>(90));
+    EXPECT_EQ(chain.header().palette().entries, 256U);
+    EXPECT_EQ(chain.header().color_type(), NUV_ColorType::s_rgb);
+}
+
+// What was not read is not made up.
+TEST(Rotate90, DeliversNothingForASourceThatBreaksOff)
+{
+    for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}}) {
+        for (const std::size_t lines : {0, 30, 200, 229}) {
+            NUV_TestChain chain;
+            chain.source_bytes({.width = 8, .height = 230, .bits = bits},
+                               std::vector<std::uint8_t>(lines * bits));
+            ASSERT_TRUE(chain.append<NUV_Rotate90>(90));
+            EXPECT_TRUE(chain.run_bytes().empty()) << bits << " bits, " << lines << " lines";
+            EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+        }
+    }
+}
+
+TEST(Rotate90Refusal, SaysWhyAndLeavesNothingBehind)
+{
+    constexpr auto in_1 = "NUV_Rotate90_1Engine::initiate()";
+    constexpr auto in_8xn = "NUV_Rotate90_8xNEngine::initiate()";
+    constexpr auto in_runs = "NUV_Rotate90QDRLEEngine::initiate()";
+    const NUV_EncodeType* runs = NUV_EncodeType::qd_rle;
+
+    struct Case {
+        const char* what;
+        NUV_TestImage image;
+        int angle;
+        NUV_StatusCode code;
+        const char* method;
+    };
+    const Case cases[] = {
+        {"odd angle, bits", {.bits = 1}, 45, NUV_ERR_ARGUMENT, in_1},
+        {"odd angle, bytes", {}, -1, NUV_ERR_ARGUMENT, in_8xn},
+        {"odd angle, runs", {.bits = 1, .encode_type = runs}, 91, NUV_ERR_ARGUMENT, in_runs},
+        {"bits of two channels", {.channels = 2, .bits = 1}, 90, NUV_ERR_UNSUPPORTED, in_1},
+        {"4 bits", {.bits = 4}, 90, NUV_ERR_UNSUPPORTED, "NUV_Rotate90_8xN::engine()"},
+        {"reals",
+         {.bits = 32, .data_type = NUV_DataType::floating},
+         90,
+         NUV_ERR_UNSUPPORTED,
+         "NUV_Rotate90_8xN::engine()"},
+        {"coded bytes", {.encode_type = NUV_EncodeType::jpeg}, 90, NUV_ERR_UNSUPPORTED, in_8xn},
+        {"coded bits",
+         {.bits = 1, .encode_type = NUV_EncodeType::mmr},
+         90,
+         NUV_ERR_UNSUPPORTED,
+         "NUV_Rotate90::engine()"},
+        {"runs of two channels",
+         {.channels = 2, .bits = 1, .encode_type = runs},
+         90,
+         NUV_ERR_UNSUPPORTED,
+         in_runs},
+        {"runs as long as no line may be",
+         {.height = 0x0FFFFFFF, .bits = 1, .encode_type = runs},
+         90,
+         NUV_ERR_UNSUPPORTED,
+         in_runs},
+        {"a plane that grows by its padding",
+         {.width = 0x60000000, .height = 17, .bits = 1},
+         90,
+         NUV_ERR_UNSUPPORTED,
+         in_1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        NUV_TestChain chain;
+        chain.blank_source(c.image);
+        EXPECT_FALSE(chain.append<NUV_Rotate90>(c.angle));
+        EXPECT_EQ(chain.status().code, c.code);
+        EXPECT_STREQ(chain.status().method, c.method);
+        EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+    }
+}
+
+TEST(Rotate90Refusal, WantsWholeBytesOfLinesInABand)
+{
+    for (const std::uint32_t block : {0U, 4U, 63U, 101U}) {
+        NUV_TestChain chain;
+        chain.blank_source({.width = 5, .height = 100, .bits = 1});
+        EXPECT_FALSE(chain.append<NUV_Rotate90_1>(90, block)) << block;
+        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chain.status().method, "NUV_Rotate90_1Engine::initiate()");
+    }
+    NUV_TestChain chain;
+    chain.blank_source({});
+    EXPECT_FALSE(chain.append<NUV_Rotate90_8xN>(90, 0U));
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(chain.status().method, "NUV_Rotate90_8xNEngine::initiate()");
+}
+
+TEST(Rotate90Refusal, WantsAnEngine)
+{
+    NUV_TestChain chains[4];
+    EXPECT_FALSE(chains[0].append<NUV_Rotate90>(0));
+    EXPECT_FALSE(chains[1].append<NUV_Rotate90_1>(0, 64U));
+    EXPECT_FALSE(chains[2].append<NUV_Rotate90_8xN>(0, 64U));
+    EXPECT_FALSE(chains[3].append<NUV_Rotate90QDRLE>(0));
+    const char* methods[] = {"NUV_Rotate90::engine()", "NUV_Rotate90_1::engine()",
+                             "NUV_Rotate90_8xN::engine()", "NUV_Rotate90QDRLE::engine()"};
+    for (std::size_t i = 0; i < std::size(chains); ++i) {
+        EXPECT_EQ(chains[i].status().code, NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chains[i].status().method, methods[i]);
+    }
+}
+
+TEST(Rotate90Refusal, SurvivesEveryFailedAllocation)
+{
+    std::mt19937 random(6);
+    const auto bytes = random_image(9, 70, 3, 8, random);
+    const auto bits = random_image(30, 70, 1, 1, random);
+    for (const int angle : angles) {
+        expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+            chain.source_bytes(bytes.description(), bytes.bytes());
+            chain.append<NUV_Rotate90>(angle);
+            static_cast<void>(chain.run_bytes());
+        });
+        expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+            chain.source_bytes(bits.description(), bits.bytes());
+            chain.append<NUV_Rotate90>(angle);
+            static_cast<void>(chain.run_bytes());
+        });
+        expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+            chain.source_bytes(run_description(30, 70), model_run_bytes(bits));
+            chain.append<NUV_Rotate90>(angle);
+            static_cast<void>(chain.run_bytes());
+        });
+    }
+}
+
+#if NUV_X86
+// Tiles of all heights up to one and a half, in source memory that ends with the last line, and
+// between guards in the output.
+TEST(Rotate90Kernels, VectorFormsOfBytesAgreeWithThePortableOnes)
+{
+    struct Form {
+        const char* name;
+        bool runs_here;
+        std::size_t pixel_bytes;
+        Rotate90TileForm portable, form;
+    };
+    const NUV_Cpu& cpu = NUV_Cpu::current();
+    const Form forms[] = {
+        {"bytes", cpu.has_sse2, 1, rotate90tile<1>, rotate90tile_1_sse2},
+        {"three bytes", cpu.has_avx2, 3, rotate90tile<3>, rotate90tile_3_avx2},
+    };
+    for (const Form& form : forms) {
+        if (!form.runs_here)
+            continue;
+        for (std::uint32_t width = 1; width <= 50; ++width) {
+            for (std::uint32_t rows = 1; rows <= 40; ++rows) {
+                const std::size_t in_step = width * form.pixel_bytes;
+                const std::size_t out_step = rows * form.pixel_bytes + 20;
+                const auto in = random_samples<std::uint8_t>(in_step * rows, width);
+                const auto before = random_samples<std::uint8_t>(out_step * (width + 2), rows);
+                for (const bool turned : {false, true}) {
+                    Rotate90Tile tile{.in = in.data(),
+                                      .in_step = static_cast<std::ptrdiff_t>(in_step),
+                                      .out_step = static_cast<std::ptrdiff_t>(out_step),
+                                      .width = width,
+                                      .rows = rows};
+                    if (turned) {
+                        tile.in += (rows - 1) * in_step;
+                        tile.in_step = -tile.in_step;
+                        tile.out_step = -tile.out_step;
+                    }
+                    auto wanted = before;
+                    auto got = before;
+                    const std::size_t start = out_step * (turned ? width : 1) + 10;
+                    tile.out = wanted.data() + start;
+                    form.portable(tile, form.pixel_bytes);
+                    tile.out = got.data() + start;
+                    form.form(tile, form.pixel_bytes);
+                    ASSERT_TRUE(got == wanted) << form.name << ", " << width << " x " << rows;
+                }
+            }
+        }
+    }
+}
+
+// Source lines of exactly their bytes, so that the sanitizer sees a load behind them; the output
+// with one guard line before and behind it.
+TEST(Rotate90Kernels, VectorFormOfBitsAgreesWithThePortableOne)
+{
+    if (!NUV_Cpu::current().has_sse2)
+        GTEST_SKIP() << "no SSE2 here";
+    std::mt19937 random(8);
+    for (std::uint32_t width = 1; width <= 400; width += 1 + width / 20) {
+        const std::size_t group_count = 1 + random() % 10;
+        const std::size_t step = group_count + 2; // a guard byte on either side
+        std::vector<std::vector<std::uint8_t>> rows;
+        for (std::size_t i = 0; i < 8 * group_count; ++i)
+            rows.push_back(random_samples<std::uint8_t>((width + 7) / 8, random()));
+        std::vector<Rotate90Group> groups(group_count);
+        for (std::size_t g = 0; g < group_count; ++g) {
+            for (std::size_t i = 0; i < 8; ++i)
+                groups[g].rows[i] = rows[8 * g + i].data();
+            groups[g].column = 1 + (g + 3) % group_count;
+            groups[g].joins = random() % 2 == 0;
+        }
+        for (const bool from_right : {false, true}) {
+            const auto before = random_samples<std::uint8_t>((width + 2) * step, 9);
+            auto wanted = before;
+            auto got = before;
+            const auto turn = [&](Rotate90Groups form, std::vector<std::uint8_t>& out) {
+                const auto stride = static_cast<std::ptrdiff_t>(step);
+                form(groups, {.out = out.data() + (from_right ? width : 1) * step,
+                              .out_step = from_right ? -stride : stride,
+                              .width = width});
+            };
+            turn(rotate90groups_portable, wanted);
+            turn(rotate90groups_sse2, got);
+            ASSERT_TRUE(got == wanted) << width << " columns, " << group_count << " groups";
+        }
+    }
+}
+#endif
+
+} // namespace
+} // namespace nuv
