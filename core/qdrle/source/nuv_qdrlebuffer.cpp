@@ -120,8 +120,7 @@ bool NUV_QDRLEBuffer::regist_block(std::span<const std::uint8_t> block, const NU
 
 bool NUV_QDRLEBuffer::regist_run(NUV_QDRLERun run, std::uint32_t width)
 {
-    // A column equal to the width is let through: some writers give the end as the first column
-    // behind the run.
+    // A column equal to the width is let through and cut off; anything behind it is damage.
     if (run.start > width || run.end > width || run.start > run.end)
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_QDRLEBuffer::regist_runarray()");
     if (run.start == width)

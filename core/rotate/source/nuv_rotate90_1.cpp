@@ -32,8 +32,9 @@ constexpr std::uint32_t group_rows = 8;
 [[nodiscard]] constexpr std::uint64_t shift_bytes(std::uint64_t low, std::uint64_t high,
                                                   unsigned shift) noexcept
 {
-    const std::uint64_t kept_of_low = 0x0101010101010101 * (0xFFU >> shift);
-    const std::uint64_t kept_of_high = 0x0101010101010101 * (0xFFU << (8 - shift) & 0xFFU);
+    constexpr std::uint64_t each_byte = 0x0101010101010101;
+    const std::uint64_t kept_of_low = each_byte * (0xFFU >> shift);
+    const std::uint64_t kept_of_high = each_byte * (0xFFU << (8 - shift) & 0xFFU);
     return (low >> shift & kept_of_low) | (high << (8 - shift) & kept_of_high);
 }
 

@@ -60,8 +60,15 @@ TYPED_TEST(DLut, InterpolatesAsDefined)
                 std::vector<T> wanted;
                 for (std::size_t i = 0; i < image.size(); i += inputs) {
                     const auto at = image.begin() + static_cast<std::ptrdiff_t>(i);
-                    const auto pixel =
-                        model_dlut(std::vector<T>(at, at + inputs), samples, points, outputs);
+                    const auto entry = [&](const std::vector<std::size_t>& corner) {
+                        std::size_t start = 0; // the last axis is the fastest
+                        for (const std::size_t index : corner)
+                            start = start * points + index;
+                        const auto first =
+                            samples.begin() + static_cast<std::ptrdiff_t>(start * outputs);
+                        return std::vector<T>(first, first + outputs);
+                    };
+                    const auto pixel = model_dlut(std::vector<T>(at, at + inputs), points, entry);
                     wanted.insert(wanted.end(), pixel.begin(), pixel.end());
                 }
                 EXPECT_EQ(chain.header().channels(), outputs);

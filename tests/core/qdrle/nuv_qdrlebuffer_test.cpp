@@ -80,7 +80,7 @@ TEST(QDRLEBuffer, GivesLinesInAnyOrder)
     }
 }
 
-// Columns equal to the width are what some writers mean by "up to the edge".
+// A column equal to the width is one too far, but no damage.
 TEST(QDRLEBuffer, CutsRunsAtTheWidthAndPutsThemInOrder)
 {
     Read<NUV_QDRLEBuffer> buffer(
