@@ -18,7 +18,8 @@
 //
 // Unless a member says otherwise it returns 0 in every case, and a failure shows in the later
 // calls: behind a failed read or operation every further one fails too, and Execute() returns -1.
-// Errors are not cleared: make a new wrapper.
+// The first error stays for the life of the wrapper (only ReadStorage() sets one aside that its
+// search for a known format has raised), so make a new wrapper after a failure.
 
 #include <cstdint>
 
@@ -117,12 +118,12 @@ public:
     // A file to write, created or emptied at once. When it cannot be opened there is no
     // destination.
     int SetDstFile(const char* path);
-    // `bytes` bytes to read, above 0. They stay the caller's, and must stay unchanged until the
-    // wrapper is destroyed or has another source.
+    // `bytes` bytes to read, above 0. They stay the caller's, and must stay there, unchanged, until
+    // the wrapper is destroyed.
     int SetSrcMemory(const unsigned char* data, int bytes);
     // Room for `bytes` bytes, above 0. It stays the caller's, and must stay there until the wrapper
-    // is destroyed or has another destination. A result that does not fit is cut off:
-    // GetWrittenSize() then tells fewer bytes than the image needs.
+    // is destroyed. A result that does not fit is cut off: GetWrittenSize() then tells fewer bytes
+    // than the image needs.
     int SetDstMemory(unsigned char* data, int bytes);
     // Bytes in the destination so far. -1, and *bytes 0, without a destination; -1 for null.
     int GetWrittenSize(int* bytes);
@@ -157,6 +158,21 @@ public:
 
     // Every line end for end. Samples of 1 bit (one channel), 8 and 16 bits.
     int MirrorX();
+    // Clockwise by `angle` degrees, a multiple of 90; negative angles turn the other way. Samples
+    // of 1 bit (one channel), 8 and 16 bits. The turned image is held whole in memory.
+    int Rotate90(int angle);
+
+    // To `width` x `height` pixels, none of them 0. Pixel centres are kept in place: pixel k comes
+    // from (k + 0.5) * source / size - 0.5.
+
+    // The nearest pixel: no new values. Samples of 1 bit (one channel), 8 and 16 bits.
+    int ScaleNN(unsigned width, unsigned height);
+    // Linear between the neighbours. Samples of 8 and 16 bits, as below.
+    int ScaleLI(unsigned width, unsigned height);
+    // Cubic convolution over four neighbours on each axis.
+    int ScaleCC(unsigned width, unsigned height);
+    // The mean over the area that a pixel covers.
+    int ScalePP(unsigned width, unsigned height);
 
     // --- Writing: the end of a chain. The destination is rewound first.
 
@@ -171,9 +187,9 @@ public:
     // --- Running.
 
     // Runs what has been built. 0 when it ran, whether or not it reached the end: a source that
-    // breaks off, or a destination that is full, ends the run early with 0, so compare
-    // GetWrittenSize() with what the image needs. -1 when there is nothing to run, after a call
-    // that failed, at a second call, and when memory ran out on the way.
+    // breaks off, a destination that is full, or memory that runs out, ends the run early with 0,
+    // so compare GetWrittenSize() with what the image needs. -1 when there is nothing to run:
+    // nothing was built, a call failed, or it has been run already.
     int Execute();
 
 private:
@@ -187,8 +203,7 @@ private:
 };
 
 // What GetSrcImgInfo() tells of the file at `path`. The result is 0 whether or not the file could
-// be read, and -1 only when memory ran out; on failure `param` is unchanged, so clear it first and
-// look at its width.
+// be read; on failure `param` is unchanged, so clear it first and look at its width.
 extern "C" NUV_EXPORT int GetImgInfo(const char* path, ImageParam* param);
 
 // The same names inside the library's namespace.

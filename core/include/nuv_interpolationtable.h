@@ -37,12 +37,26 @@ public:
     // Tabulates the kernel with the free parameter `a`. The table must have been allocated.
     virtual void fill(float a) noexcept = 0;
 
+    // How much closer than they are pixels look to the kernel, along the width and along the
+    // height: below 1, it reaches over more of them.
+    [[nodiscard]] double stretch_x() const noexcept { return stretch_x_; }
+    [[nodiscard]] double stretch_y() const noexcept { return stretch_y_; }
+    void stretch(double x, double y) noexcept
+    {
+        stretch_x_ = x;
+        stretch_y_ = y;
+    }
+
     // Entry of the distance index / 4096 pixels, below 4 pixels.
     [[nodiscard]] float at(std::size_t index) const noexcept { return table_[index]; }
     [[nodiscard]] const float* data() const noexcept { return table_.data(); }
 
 protected:
     NUV_Scratch<float> table_;
+
+private:
+    double stretch_x_ = 1;
+    double stretch_y_ = 1;
 };
 
 // The two arms of cubic convolution; 0 from a distance of two pixels on.

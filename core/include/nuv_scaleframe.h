@@ -26,11 +26,13 @@ inline constexpr double same_ratio_tolerance = 2.220446049250313e-16;
 // The integer nearest to a ratio, and whether the ratio is that integer.
 struct NUV_NearestRatio {
     explicit constexpr NUV_NearestRatio(double ratio) noexcept
-        : value(static_cast<std::uint32_t>(ratio + 0.5)),
+        : value(static_cast<std::uint32_t>(ratio + one_half)),
           exact(std::max(ratio - value, value - ratio) <= same_ratio_tolerance)
     {}
 
     [[nodiscard]] constexpr bool is_odd() const noexcept { return (value & 1) != 0; }
+
+    static constexpr double one_half = 0.5;
 
     std::uint32_t value;
     bool exact;
@@ -151,8 +153,8 @@ template <IntegerSample T, std::signed_integral Sum>
 [[nodiscard]] constexpr T round_fixed(Sum sum, NUV_SampleLimits<T> limits) noexcept
 {
     const Sum value = round_fixed<T>(sum);
-    const Sum low = limits.minimum;
-    const Sum high = limits.maximum;
+    const Sum low = +limits.minimum;
+    const Sum high = +limits.maximum;
     return static_cast<T>(value <= low ? low : value >= high ? high : value);
 }
 

@@ -42,6 +42,7 @@ private:
 
     NUV_InputStorage* storage_ = nullptr;
     std::uint32_t page_ = 0;
+    std::int32_t start_ = 0;
     NUV_Status entry_; // what stood before the search
     NUV_Status kept_;  // that, and what refusing probes have raised
 };

@@ -38,6 +38,11 @@ protected:
     [[nodiscard]] bool accepts(const NUV_Engine* previous, std::uint32_t width,
                                std::uint32_t height, const char* method);
 
+    // ratio_to_size() with the text `method`.
+    [[nodiscard]] bool scaled_sizes(const NUV_Header* header, double ratio_x, double ratio_y,
+                                    std::uint32_t& width, std::uint32_t& height,
+                                    const char* method);
+
     // Runs the pass over the height first when that shrinks it, otherwise the one over the width:
     // NUV_Engine* pass(NUV_Engine*). Null when either gives null.
     template <class WidthPass, class HeightPass>

@@ -41,10 +41,11 @@ public:
         [[nodiscard]] bool is_valid() const noexcept;
 
     private:
-        [[nodiscard]] std::uint64_t value_bytes() const noexcept;
+        [[nodiscard]] std::uint64_t wanted_bytes() const noexcept;
         void clear() noexcept;
 
         std::uint8_t* value_ = nullptr;
+        std::uint32_t stored_bytes_ = 0; // of value_, whatever the three numbers say by now
     };
 
     explicit NUV_Header(NUV_Manager& manager) noexcept : NUV_Utility(manager), palette_(manager) {}

@@ -40,11 +40,8 @@ protected:
                                             const Args&... args)
     {
         NUV_DstBuffer* dst = manager().create_dst_buffer_proxy();
-        NUV_Held<E> engine = make_object<E>(manager());
-        if (engine && engine->initiate(header, src, dst, args...))
-            return enlist_new(engine, dst);
-        engine.reset(); // before the buffers, which it may still look at
-        return abandon(src, dst);
+        return make_enlisted<E>(
+            {&src, 1}, dst, [&](E& engine) { return engine.initiate(header, src, dst, args...); });
     }
 
     // E::initiate(storage, header, dst, args...): an engine that reads from a storage.
@@ -53,11 +50,8 @@ protected:
                                             const Args&... args)
     {
         NUV_DstBuffer* dst = manager().create_dst_buffer_proxy();
-        NUV_Held<E> engine = make_object<E>(manager());
-        if (engine && engine->initiate(storage, header, dst, args...))
-            return enlist_new(engine, dst);
-        engine.reset();
-        return abandon(nullptr, dst);
+        return make_enlisted<E>(
+            {}, dst, [&](E& engine) { return engine.initiate(storage, header, dst, args...); });
     }
 
     // E::initiate(header, dst, args...): an engine without an input.
@@ -65,11 +59,8 @@ protected:
     [[nodiscard]] NUV_Engine* append_generator(const NUV_Header* header, const Args&... args)
     {
         NUV_DstBuffer* dst = manager().create_dst_buffer_proxy();
-        NUV_Held<E> engine = make_object<E>(manager());
-        if (engine && engine->initiate(header, dst, args...))
-            return enlist_new(engine, dst);
-        engine.reset();
-        return abandon(nullptr, dst);
+        return make_enlisted<E>({}, dst,
+                                [&](E& engine) { return engine.initiate(header, dst, args...); });
     }
 
     // E::initiate(header, src, storage, args...): the end of a chain.
@@ -78,11 +69,9 @@ protected:
                                             const Args&... args)
     {
         NUV_SrcBuffer* src = previous.src_buffer();
-        NUV_Held<E> engine = make_object<E>(manager());
-        if (engine && engine->initiate(previous.header(), src, storage, args...))
-            return enlist_new(engine, nullptr);
-        engine.reset();
-        return abandon(src, nullptr);
+        return make_enlisted<E>({&src, 1}, nullptr, [&](E& engine) {
+            return engine.initiate(previous.header(), src, storage, args...);
+        });
     }
 
     // E::initiate(headers, sources, dst, args...), behind several engines, none of them null and
@@ -99,31 +88,35 @@ protected:
                        sources.push_back(previous[i]->src_buffer());
         }
         if (!complete)
-            return abandon(sources, nullptr);
+            return abandon(sources.items(), nullptr);
 
         NUV_DstBuffer* dst = manager().create_dst_buffer_proxy();
+        return make_enlisted<E>(sources.items(), dst, [&](E& engine) {
+            return engine.initiate(headers.items(), sources.items(), dst, args...);
+        });
+    }
+
+private:
+    // One E, initiated and registered over `sources` and `dst`, which are its own from then on.
+    template <class E, class Initiate>
+    [[nodiscard]] NUV_Engine* make_enlisted(std::span<NUV_SrcBuffer* const> sources,
+                                            NUV_DstBuffer* dst, Initiate initiate)
+    {
         NUV_Held<E> engine = make_object<E>(manager());
-        if (engine && engine->initiate(headers.items(), sources.items(), dst, args...))
-            return enlist_new(engine, dst);
-        engine.reset();
-        return abandon(sources, dst);
+        if (!engine || !initiate(*engine)) {
+            engine.reset(); // before the buffers, which it may still look at
+            return abandon(sources, dst);
+        }
+        engine->set_initiated(); // from now on it ends its buffers itself
+        return enlist(engine.release(), dst);
     }
 
     // Registers `engine` as the one that feeds `dst` (null for the end of a chain). Ends the
     // engine, and with it its buffers, when the relation refuses it.
     [[nodiscard]] NUV_Engine* enlist(NUV_Engine* engine, NUV_DstBuffer* dst);
 
-    // Ends buffers that no engine came to own. Always null.
-    NUV_Engine* abandon(NUV_SrcBuffer* src, NUV_DstBuffer* dst);
-    NUV_Engine* abandon(NUV_Vector<NUV_SrcBuffer*>& sources, NUV_DstBuffer* dst);
-
-private:
-    template <class E>
-    [[nodiscard]] NUV_Engine* enlist_new(NUV_Held<E>& engine, NUV_DstBuffer* dst)
-    {
-        engine->set_initiated(); // from now on it ends its buffers itself
-        return enlist(engine.release(), dst);
-    }
+    // Ends the buffers that are there and that no engine came to own. Always null.
+    NUV_Engine* abandon(std::span<NUV_SrcBuffer* const> sources, NUV_DstBuffer* dst);
 };
 
 } // namespace nuv

@@ -275,4 +275,32 @@ template <class T>
     return parts;
 }
 
+// in x slope + offset as a sample of type O.
+template <class O>
+[[nodiscard]] O model_linear(double in, double slope, double offset)
+{
+    constexpr double tolerance = std::numeric_limits<double>::epsilon();
+    const bool adds = std::abs(slope - 1) <= tolerance;
+    const bool scales = std::abs(offset) <= tolerance;
+    double value = 0;
+    if constexpr (std::is_same_v<O, float>) {
+        const auto x = static_cast<float>(in);
+        const auto a = static_cast<float>(slope);
+        const auto b = static_cast<float>(offset);
+        const float product = x * a;
+        value = adds ? x + b : scales ? product : product + b;
+    } else {
+        value = adds ? in + offset : scales ? in * slope : in * slope + offset;
+    }
+    if (std::isnan(value))
+        return std::is_floating_point_v<O> ? static_cast<O>(value) : O{};
+    if (value <= static_cast<double>(std::numeric_limits<O>::lowest()))
+        return std::numeric_limits<O>::lowest();
+    if (value >= static_cast<double>(std::numeric_limits<O>::max()))
+        return std::numeric_limits<O>::max();
+    if (std::is_floating_point_v<O>)
+        return static_cast<O>(value);
+    return static_cast<O>(adds ? std::trunc(value) : std::round(value));
+}
+
 } // namespace nuv

@@ -1,8 +1,14 @@
 #include "core/channel/nuv_mergechannel.h"
 #include "core/channel/nuv_selectchannel.h"
 #include "core/jpeg/nuv_encodejpeg.h"
+#include "core/jpeg/nuv_jpeginfo.h"
 #include "core/mirror/nuv_mirrorx.h"
 #include "core/readraster/nuv_readraster.h"
+#include "core/rotate/nuv_rotate90.h"
+#include "core/scale/nuv_scalecc.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/nuv_scalepp.h"
 #include "core/storage/nuv_readstorage.h"
 #include "core/storage/nuv_writestorage.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
@@ -121,6 +127,68 @@ std::uint32_t sampling_key(std::int32_t code) noexcept
     }
 }
 
+// The code of a key that has a byte for each component, with its two sampling factors.
+std::int32_t sampling_code(std::uint32_t key) noexcept
+{
+    switch (key) {
+    case 0x111111:
+        return WriteJPEGOption::eSampling444;
+    case 0x211111:
+    case 0x121111:
+        return WriteJPEGOption::eSampling422;
+    case 0x221111:
+        return WriteJPEGOption::eSampling420;
+    case 0x411111:
+    case 0x141111:
+        return WriteJPEGOption::eSampling411;
+    default:
+        return WriteJPEGOption::eSamplingOther;
+    }
+}
+
+std::int32_t jpeg_format_code(const nuv::NUV_JPEGInfo& jpeg) noexcept
+{
+    if (jpeg.is_lossless())
+        return Format::eLosslessJPEG;
+    return jpeg.is_progressive() ? Format::eProgressiveJPEG : Format::eJPEG;
+}
+
+// What a caller may know of a stored image.
+ImageParam report_of(const NUV_FormatInfo& info)
+{
+    ImageParam param{};
+    param.width = info.width();
+    param.height = info.height();
+    param.bits = info.bits();
+    param.channels = info.channels();
+    param.color = color_code(info.color_type());
+    param.format = format_code(info.encode_type());
+    if (const auto* jpeg = dynamic_cast<const nuv::NUV_JPEGInfo*>(&info)) {
+        param.format = jpeg_format_code(*jpeg);
+        param.precision = jpeg->precision();
+        if (info.color_type() == NUV_ColorType::ycbcr)
+            param.sampling = sampling_code(jpeg->sampling());
+    }
+    param.is_jfif = std::string_view(info.format_name()) == "jfif";
+    return param;
+}
+
+// Brings a source back to where it stood: a chain that was built on it goes on from there.
+class PositionKeeper {
+public:
+    explicit PositionKeeper(nuv::NUV_InputStorage& storage)
+        : storage_(storage),
+          position_(storage.position())
+    {}
+    ~PositionKeeper() { static_cast<void>(storage_.to(position_)); }
+    PositionKeeper(const PositionKeeper&) = delete;
+    PositionKeeper& operator=(const PositionKeeper&) = delete;
+
+private:
+    nuv::NUV_InputStorage& storage_;
+    std::int32_t position_;
+};
+
 // What an operation drops before it begins a chain anew.
 void drop_chain(NUV_Engine*& last_engine, nuv::NUV_Vector<NUV_Engine*>* branches)
 {
@@ -173,23 +241,13 @@ int NuvWrapperClass::GetSrcImgInfo(ImageParam* param)
     if (!param || !src_storage)
         return -1;
     try {
-        // A chain that has been built on the source goes on from where it stood.
-        const std::int32_t position = src_storage->position();
+        const PositionKeeper keeper(*src_storage);
         src_storage->to_begin();
         const NUV_Held<NUV_FormatInfo> info(
             nuv::NUV_ReadRasterEx(*manager).format_info(src_storage, 0));
-        static_cast<void>(src_storage->to(position));
         if (!info)
             return -1;
-        param->color = color_code(info->color_type());
-        param->format = format_code(info->encode_type());
-        param->sampling = 0;
-        param->precision = 0;
-        param->width = info->width();
-        param->height = info->height();
-        param->bits = info->bits();
-        param->channels = info->channels();
-        param->is_jfif = std::string_view(info->format_name()) == "jfif";
+        *param = report_of(*info);
         return 0;
     } catch (...) {
         return -1;
@@ -224,9 +282,9 @@ int NuvWrapperClass::ReadRaster(ImageParam* param)
 {
     if (!manager)
         return no_memory;
+    drop_chain(last_engine, branches);
     if (!param) {
         fail(*manager, nuv::NUV_ERR_ARGUMENT, "NUV_ReadRasterEx::engine()");
-        drop_chain(last_engine, branches);
         return read_result(*manager, nullptr);
     }
     if (!src_storage)
@@ -304,6 +362,41 @@ int NuvWrapperClass::MirrorX()
     return 0;
 }
 
+int NuvWrapperClass::Rotate90(int angle)
+{
+    if (manager)
+        last_engine = nuv::NUV_Rotate90(*manager).engine(last_engine, angle);
+    return 0;
+}
+
+int NuvWrapperClass::ScaleNN(unsigned width, unsigned height)
+{
+    if (manager)
+        last_engine = nuv::NUV_ScaleNN(*manager).engine(last_engine, width, height);
+    return 0;
+}
+
+int NuvWrapperClass::ScaleLI(unsigned width, unsigned height)
+{
+    if (manager)
+        last_engine = nuv::NUV_ScaleLI(*manager).engine(last_engine, width, height);
+    return 0;
+}
+
+int NuvWrapperClass::ScaleCC(unsigned width, unsigned height)
+{
+    if (manager)
+        last_engine = nuv::NUV_ScaleCC(*manager).engine(last_engine, width, height);
+    return 0;
+}
+
+int NuvWrapperClass::ScalePP(unsigned width, unsigned height)
+{
+    if (manager)
+        last_engine = nuv::NUV_ScalePP(*manager).engine(last_engine, width, height);
+    return 0;
+}
+
 int NuvWrapperClass::WriteJPEG(WriteJPEGOption* option)
 {
     constexpr std::uint32_t default_quality = 75;
@@ -343,11 +436,17 @@ int NuvWrapperClass::WriteStoragePlanar(WriteStorageOption*)
     }
     auto planes = last_engine->branch(header->channels());
     branches->swap(planes);
+    bool any = false;
     for (std::size_t i = 0; i < branches->size(); ++i) {
         NUV_Engine*& branch = (*branches)[i];
         branch = nuv::NUV_SelectChannel(*manager).engine(branch, static_cast<std::uint32_t>(i),
                                                          NUV_ColorType::gray);
         branch = nuv::NUV_WriteStorage(*manager).engine(branch, dst_storage, 0, 0, 0, 1);
+        any = any || branch;
+    }
+    if (!any) { // There is nothing to run, as behind any other write that failed.
+        branches->clear();
+        last_engine = nullptr;
     }
     return 0;
 }

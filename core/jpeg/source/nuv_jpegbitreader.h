@@ -46,6 +46,8 @@ public:
         return *marker_ != 0 ? jpeg_no_code : jpeg_out_of_data;
     }
 
+    // Bits that were read and not taken.
+    [[nodiscard]] std::uint32_t held() const noexcept { return bits_; }
     // Bytes of the input that are not taken yet; none behind a marker.
     [[nodiscard]] std::int64_t unread() const noexcept { return end_ - next_; }
 

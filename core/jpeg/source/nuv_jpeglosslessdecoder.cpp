@@ -29,7 +29,7 @@ constexpr std::uint32_t piece_columns = 64;
         return result;
     if (read.symbol >= last_category) [[unlikely]] {
         if (read.symbol > last_category)
-            return jpeg_no_code;
+            return jpeg_run_past_block; // nothing that more data could mend
         read.value = 32768;
     }
     difference = static_cast<std::uint16_t>(read.value);

@@ -9,15 +9,13 @@ namespace nuv {
 namespace {
 
 constexpr std::size_t side_of_block = 8;
-constexpr NUV_Cpu portable_cpu = {.has_sse2 = false, .has_avx2 = false};
-constexpr NUV_Cpu sse2_cpu = {.has_sse2 = true, .has_avx2 = false};
 
-template <const NUV_Cpu& cpu>
 void block_to_samples(const std::int16_t* coefficients, const std::int16_t* table,
                       std::uint8_t* out, std::size_t stride)
 {
+    static const auto idct_dequant = jpeg_primitives({}).idct_dequant;
     alignas(32) std::int16_t samples[jpeg_block_size];
-    static_cast<void>(jpeg_primitives(cpu).idct_dequant(coefficients, samples, table));
+    static_cast<void>(idct_dequant(coefficients, samples, table));
     put_samples(samples, side_of_block, out, stride);
 }
 
@@ -45,16 +43,14 @@ enum class Level : std::size_t { portable, sse2, avx2 };
 
 std::array<NUV_JPEGSampleForms, 3> fill_levels() noexcept
 {
-    static constexpr NUV_Cpu portable = portable_cpu;
-    NUV_JPEGSampleForms forms = {.block_to_samples = block_to_samples<portable>,
+    NUV_JPEGSampleForms forms = {.block_to_samples = block_to_samples,
                                  .repeat_twice = repeat_twice,
                                  .interleave_3 = interleave<3>,
                                  .interleave_4 = interleave<4>};
     std::array<NUV_JPEGSampleForms, 3> levels;
     levels.fill(forms);
 #if NUV_X86
-    static constexpr NUV_Cpu sse2 = sse2_cpu;
-    forms.block_to_samples = block_to_samples<sse2>;
+    set_sse2_sample_forms(forms);
     levels[static_cast<std::size_t>(Level::sse2)] = forms;
     set_avx2_sample_forms(forms);
     levels[static_cast<std::size_t>(Level::avx2)] = forms;

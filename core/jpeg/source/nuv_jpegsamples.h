@@ -45,6 +45,7 @@ void reduced_idct(const std::int16_t* coefficients, const std::int16_t* table, s
                   std::int16_t* samples) noexcept;
 
 #if NUV_X86
+void set_sse2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 void set_avx2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 #endif
 

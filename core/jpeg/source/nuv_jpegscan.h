@@ -100,8 +100,10 @@ template <class Unit>
         bits.store(input.position(), scan.state());
         if (result == jpeg_good)
             continue;
-        const bool no_more =
-            result == jpeg_out_of_data || (result == jpeg_no_code && scan.marker() != 0);
+        // What no code matches shows only with as many bits as the longest code has; with fewer, it
+        // was the marker that kept more of them away.
+        const bool no_more = result == jpeg_out_of_data ||
+                             (result == jpeg_no_code && scan.marker() != 0 && bits.held() < 16);
         if (!no_more)
             return jpeg_code_read_failed;
         if (scan.marker() != 0 || input.at_end()) {

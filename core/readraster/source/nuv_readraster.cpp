@@ -107,6 +107,7 @@ void NUV_ReadRaster::begin_search(NUV_InputStorage* storage, std::uint32_t page)
 {
     storage_ = storage;
     page_ = page;
+    start_ = storage->position();
     entry_ = manager().status();
     kept_ = entry_;
 }
@@ -133,6 +134,7 @@ void NUV_ReadRaster::keep_refusal()
 void NUV_ReadRaster::keep_reader_failure()
 {
     kept_ = manager().status();
+    static_cast<void>(storage_->to(start_));
 }
 
 void NUV_ReadRaster::end_search(const char* method)

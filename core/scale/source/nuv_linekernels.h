@@ -88,7 +88,7 @@ template <IntegerSample T>
     const double w2 = weights.tap[2];
     const double w3 = weights.tap[3];
     for (std::size_t i = 0; i < samples; ++i) {
-        const std::int32_t centre = line1[i];
+        const std::int32_t centre = +line1[i];
         const double sum =
             (line0[i] - centre) * w0 + (line2[i] - centre) * w2 + (line3[i] - centre) * w3 + centre;
         out[i] = round_real<T>(sum, limits);

@@ -42,8 +42,12 @@ bool NUV_Scale::accepts(const NUV_Engine* previous, std::uint32_t width, std::ui
 bool NUV_Scale::ratio_to_size(const NUV_Header* header, double ratio_x, double ratio_y,
                               std::uint32_t& width, std::uint32_t& height)
 {
-    constexpr auto method = "NUV_Scale::ratio_to_size()";
+    return scaled_sizes(header, ratio_x, ratio_y, width, height, "NUV_Scale::ratio_to_size()");
+}
 
+bool NUV_Scale::scaled_sizes(const NUV_Header* header, double ratio_x, double ratio_y,
+                             std::uint32_t& width, std::uint32_t& height, const char* method)
+{
     if (!header)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const auto new_width = scaled_size(header->width(), ratio_x);

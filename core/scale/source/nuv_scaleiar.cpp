@@ -17,7 +17,7 @@ template <class Sum>
 class NUV_RoundedMean {
 public:
     explicit NUV_RoundedMean(std::uint32_t count) noexcept
-        : count_(static_cast<Sum>(count)),
+        : count_(static_cast<Sum>(std::max(count, 1U))),
           half_(static_cast<Sum>(count >> 1)),
           inverse_(1.0 / count)
     {}

@@ -19,20 +19,15 @@ NUV_LinearTaps<ScaleWeight<R>> linear_taps(double position, std::uint32_t i,
 {
     const std::size_t here = std::size_t{i} * channels;
     ScaleWeight<R> weight = 0;
-    bool is_next = false;
     if constexpr (std::same_as<R, double>) {
         // Offset and weight are split from their sum, which has fewer digits left for the weight,
-        // and which can round up to the next pixel.
+        // and which can round up to the next pixel: the weight then is one.
         const double both = (channels - 1.0) * i + position;
         weight = both - static_cast<double>(here);
-        is_next = both >= static_cast<double>(here) + 1;
     } else {
         const std::int64_t behind = R::units(position) - (std::int64_t{i} << R::fraction_bits);
         weight = static_cast<std::int32_t>(behind);
-        is_next = behind >= R::one;
     }
-    if (is_next)
-        return {here + channels, scale_weight_one<R>, 0};
     return {here, scale_weight_one<R> - weight, weight};
 }
 

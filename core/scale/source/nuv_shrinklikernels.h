@@ -34,10 +34,10 @@ void shrink_row(const T* __restrict upper, const T* __restrict lower,
         const T* below = lower + taps[k].offset;
         const std::int32_t x = taps[k].x;
         if (count == 1) {
-            const std::int32_t a = above[0];
-            const std::int32_t b = above[step];
-            const std::int32_t c = below[0];
-            const std::int32_t d = below[step];
+            const std::int32_t a = +above[0];
+            const std::int32_t b = +above[step];
+            const std::int32_t c = +below[0];
+            const std::int32_t d = +below[step];
             const std::int32_t t = ((d - c) - (b - a)) * x + (c - a) * one;
             const std::int32_t sum = a * one + (b - a) * x + NUV_FixedReal::product(t, y);
             out[k] = static_cast<T>(round_fixed<T>(sum));

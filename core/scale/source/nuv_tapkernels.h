@@ -104,14 +104,14 @@ void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV
     const auto low = [](std::int32_t pair) {
         return std::int32_t{static_cast<std::int16_t>(pair)};
     };
+    constexpr std::size_t step = Channels;
     for (std::size_t k = 0; k < pixels; ++k) {
         const std::int32_t first = taps.first_pairs[k];
         const std::int32_t second = taps.second_pairs[k];
         for (std::size_t c = 0; c < Channels; ++c) {
             const std::uint8_t* in = line + taps.offsets[k] + c;
-            const std::int32_t sum = in[0] * low(first) + in[Channels] * (first >> 16) +
-                                     in[2 * Channels] * low(second) +
-                                     in[3 * Channels] * (second >> 16);
+            const std::int32_t sum = in[0] * low(first) + in[step] * (first >> 16) +
+                                     in[2 * step] * low(second) + in[3 * step] * (second >> 16);
             out[k * Channels + c] =
                 round_fixed<std::uint8_t>(sum, {.minimum = 0, .maximum = maximum});
         }

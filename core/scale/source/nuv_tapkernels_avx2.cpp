@@ -118,8 +118,8 @@ inline __m256d weigh(const std::uint16_t* in, const NUV_CubicTaps<double>& taps)
 {
     __m256d sum = weighed(in, taps.weight[0]);
     sum = _mm256_add_pd(sum, weighed(in + Channels, taps.weight[1]));
-    sum = _mm256_add_pd(sum, weighed(in + 2 * Channels, taps.weight[2]));
-    return _mm256_add_pd(sum, weighed(in + 3 * Channels, taps.weight[3]));
+    sum = _mm256_add_pd(sum, weighed(in + std::size_t{2} * Channels, taps.weight[2]));
+    return _mm256_add_pd(sum, weighed(in + std::size_t{3} * Channels, taps.weight[3]));
 }
 
 // A weight of 0 takes nothing from what it meets, which is at worst the slack behind the line.

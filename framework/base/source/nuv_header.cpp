@@ -14,7 +14,7 @@ NUV_Header::NUV_Palette::~NUV_Palette()
         manager().deallocate(value_);
 }
 
-std::uint64_t NUV_Header::NUV_Palette::value_bytes() const noexcept
+std::uint64_t NUV_Header::NUV_Palette::wanted_bytes() const noexcept
 {
     const std::uint64_t entry_bits = std::uint64_t{channels} * bits; // below 2^32
     return (entry_bits * entries) >> 3;
@@ -25,6 +25,7 @@ void NUV_Header::NUV_Palette::clear() noexcept
     if (value_)
         manager().deallocate(value_);
     value_ = nullptr;
+    stored_bytes_ = 0;
     bits = 0;
     channels = 0;
     entries = 0;
@@ -36,7 +37,7 @@ bool NUV_Header::NUV_Palette::value(const std::uint8_t* data, std::uint32_t byte
 
     if ((data == nullptr) != (bytes == 0))
         return fail(manager(), NUV_ERR_ARGUMENT, method);
-    const auto wanted = fits_32(value_bytes());
+    const auto wanted = fits_32(wanted_bytes());
     if (!wanted || bytes != *wanted)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 
@@ -50,6 +51,7 @@ bool NUV_Header::NUV_Palette::value(const std::uint8_t* data, std::uint32_t byte
     if (value_)
         manager().deallocate(value_);
     value_ = copy;
+    stored_bytes_ = bytes;
     return true;
 }
 
@@ -60,9 +62,7 @@ bool NUV_Header::NUV_Palette::copy(const NUV_Palette& other)
     bits = other.bits;
     channels = other.channels;
     entries = other.entries;
-    // What has no value counts as empty to value(), which compares with the numbers itself.
-    const std::uint64_t bytes = other.value_ ? other.value_bytes() : 0;
-    if (value(other.value_, static_cast<std::uint32_t>(bytes)))
+    if (value(other.value_, other.stored_bytes_))
         return true;
     clear();
     return false;
@@ -76,7 +76,8 @@ bool NUV_Header::NUV_Palette::equal(const NUV_Palette& other) const noexcept
         return false;
     if (!value_ || !other.value_)
         return value_ == other.value_;
-    return std::memcmp(value_, other.value_, value_bytes() >> 3) == 0;
+    return stored_bytes_ == other.stored_bytes_ &&
+           std::memcmp(value_, other.value_, stored_bytes_) == 0;
 }
 
 bool NUV_Header::NUV_Palette::is_empty() const noexcept

@@ -177,6 +177,7 @@ const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* co
         return nullptr;
     taken_ = true;
     const std::uint64_t offset = position % mem;
+    // A reader whose last block came short stands off its grid, and could reach past the memory.
     const std::uint64_t there = std::min<std::uint64_t>(written_ - position, src_block_bytes_);
     *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(there, mem - offset));
     return data + offset;

@@ -10,23 +10,15 @@ NUV_Engine* NUV_EngineCreator::enlist(NUV_Engine* engine, NUV_DstBuffer* dst)
     return nullptr;
 }
 
-NUV_Engine* NUV_EngineCreator::abandon(NUV_SrcBuffer* src, NUV_DstBuffer* dst)
+NUV_Engine* NUV_EngineCreator::abandon(std::span<NUV_SrcBuffer* const> sources, NUV_DstBuffer* dst)
 {
-    if (src)
-        src->end();
-    if (dst)
-        dst->end();
-    return nullptr;
-}
-
-NUV_Engine* NUV_EngineCreator::abandon(NUV_Vector<NUV_SrcBuffer*>& sources, NUV_DstBuffer* dst)
-{
-    for (NUV_SrcBuffer* src : sources.items()) {
+    for (NUV_SrcBuffer* src : sources) {
         if (src)
             src->end();
     }
-    sources.clear();
-    return abandon(nullptr, dst);
+    if (dst)
+        dst->end();
+    return nullptr;
 }
 
 } // namespace nuv

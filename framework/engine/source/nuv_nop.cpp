@@ -26,6 +26,8 @@ bool NUV_RewriteHeaderEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
         return false;
     if (!new_header)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!new_header->checked_line_bytes())
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     if (new_header->is_raw()) {
         const std::uint32_t line = new_header->line_bytes();
         const bool source_set = src->block_bytes(line);

@@ -44,7 +44,8 @@ void NUV_EngDstTable::clear()
         end_and_forget(feeds_.items().begin()->second);
 }
 
-// An engine takes itself out when it ends. One that was never initiated does not.
+// An engine takes itself out when it ends. One that was never initiated does not; its pointer is
+// then only a key, and nothing that ends registers anything new under it.
 void NUV_EngDstTable::end_and_forget(NUV_Engine* engine)
 {
     engine->end();

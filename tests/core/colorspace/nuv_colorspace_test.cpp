@@ -250,9 +250,10 @@ TEST(ColorSpaceInterpolation, StaysNearTheFunctions)
 {
     for (const NUV_ColorType* source : colors) {
         for (const NUV_ColorType* target : colors) {
-            if (source == target || source == Color::hsl || target == Color::hsl)
+            const bool is_direct = source == Color::ycbcr && is_gray(target); // luma, not gray
+            if (source == target || source == Color::hsl || target == Color::hsl || is_direct)
                 continue;
-            const auto pixels = some_pixels<std::uint8_t>(source->channels(), 1000);
+            const auto pixels = some_pixels<std::uint8_t>(source->channels(), 500);
             const auto got = convert(source, target, pixels);
             ASSERT_EQ(got.size(), pixels.size());
             double sum = 0;
@@ -267,7 +268,11 @@ TEST(ColorSpaceInterpolation, StaysNearTheFunctions)
                 }
             }
             const double mean = sum / static_cast<double>(pixels.size() * target->channels());
-            std::printf("%s to %s: %.3f %.0f\\n", source->key(), target->key(), mean, most);
+            EXPECT_LT(mean, 0.5) << source->key() << " to " << target->key();
+            // Lab and XYZ reach far beyond what the others can show, and break off at its edge.
+            const bool is_wide =
+                source == Color::icc_lab || source == Color::itu_lab || source == Color::xyz;
+            EXPECT_LE(most, is_wide ? 40 : 10) << source->key() << " to " << target->key();
         }
     }
 }

@@ -188,11 +188,6 @@ std::vector<std::size_t> restart_places(const std::vector<std::uint8_t>& stream)
     return places;
 }
 
-std::uint8_t sample_of(const JPEGTestPicture& picture, std::size_t x, std::size_t y, std::size_t c)
-{
-    return picture.samples[(y * picture.width + x) * picture.channels + c];
-}
-
 // A lost interval is gray and costs nothing else.
 TEST(JPEGDecoder, LeavesLostIntervalsBlankAndGoesOnBehindThem)
 {
@@ -213,8 +208,8 @@ TEST(JPEGDecoder, LeavesLostIntervalsBlankAndGoesOnBehindThem)
             const std::size_t mcu = y / 8 * 10 + x / 8;
             const bool is_lost = mcu >= 8 && mcu < 16;
             for (std::size_t c = 0; c < 3; ++c)
-                ASSERT_EQ(sample_of(decoded.picture, x, y, c),
-                          is_lost ? 128 : sample_of(whole.picture, x, y, c))
+                ASSERT_EQ(sample_at(decoded.picture, x, y, c),
+                          is_lost ? 128 : sample_at(whole.picture, x, y, c))
                     << x << ", " << y;
         }
     }
@@ -235,7 +230,7 @@ TEST(JPEGDecoder, RepeatsTheRowAboveWhereAnIntervalBreaksOff)
     for (std::size_t y = 0; y < 32; ++y) {
         const std::size_t from = y / 8 == 2 ? y - 8 : y;
         for (std::size_t x = 0; x < 32; ++x)
-            ASSERT_EQ(sample_of(decoded.picture, x, y, 0), sample_of(whole.picture, x, from, 0))
+            ASSERT_EQ(sample_at(decoded.picture, x, y, 0), sample_at(whole.picture, x, from, 0))
                 << x << ", " << y;
         EXPECT_EQ(decoded.codes[y], y / 8 == 2 ? jpeg_code_damaged_lines : jpeg_code_good);
     }
@@ -272,12 +267,7 @@ TEST(JPEGDecoder, SurvivesEveryChangedByte)
             for (const unsigned change : {0x01U, 0x80U, 0xFFU}) {
                 auto changed = stream;
                 changed[at] = static_cast<std::uint8_t>(changed[at] ^ change);
-                // A changed size may make the picture very large: of those, the header will do.
-                const bool is_size = std::any_of(
-                    std::begin({0, 1}), std::end({0, 1}), [](int) { return false; });
-                static_cast<void>(is_size);
-                const JPEGDecoded decoded = decode_stream(changed);
-                EXPECT_LE(decoded.codes.size(), 65535U);
+                static_cast<void>(decode_stream(changed)); // which looks for leaks
             }
         }
     }

@@ -49,6 +49,12 @@ struct JPEGTestSource {
     }
 };
 
+inline std::uint8_t sample_at(const JPEGTestPicture& picture, std::size_t x, std::size_t y,
+                              std::size_t channel)
+{
+    return picture.samples[(y * picture.width + x) * picture.channels + channel];
+}
+
 struct JPEGDecoded {
     NUV_JPEGCode header = jpeg_code_good;
     NUV_JPEGCode start = jpeg_code_good;

@@ -113,7 +113,7 @@ TEST(ScaleSubsampling, MovesSamplesOfEveryWidth)
             bytes);
         ASSERT_TRUE(chain.append<NUV_ScaleSS>(2U, 1U, 1U, 0U));
         Bits wanted;
-        for (const std::size_t x : {1, 3, 5})
+        for (const std::size_t x : std::initializer_list<std::size_t>{1, 3, 5})
             for (std::size_t i = 0; i < pixel; ++i)
                 wanted.push_back(bytes[x * pixel + i]);
         EXPECT_EQ(chain.run_bytes(), wanted);

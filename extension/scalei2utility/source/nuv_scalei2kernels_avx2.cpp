@@ -1,0 +1,236 @@
+#include "extension/scalei2utility/nuv_scalei2kernels.h"
+
+#if NUV_X86
+
+#    include <immintrin.h>
+
+namespace nuv {
+namespace {
+
+using Table = NUV_ScaleI2RowTable<NUV_ScaleI2Fixed>;
+
+constexpr std::size_t stride = NUV_ScaleI2Axis<std::int16_t>::stride;
+
+NUV_TARGET("avx2") inline __m128i load_16(const void* from) noexcept
+{
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+
+NUV_TARGET("avx2") inline __m256i load_two(const void* low, const void* high) noexcept
+{
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load_16(low)), load_16(high), 1);
+}
+
+NUV_TARGET("avx2") inline __m256i settled(__m256i sums) noexcept
+{
+    return _mm256_srai_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(32)), 6);
+}
+
+// How four neighbouring pixels of 3 or 4 bytes become pairs of 16-bit samples: those of pixels 0
+// and 1, and those of pixels 2 and 3, one channel after the other. -1 gives a zero byte.
+struct NUV_PairShuffles {
+    __m256i first;
+    __m256i second;
+};
+
+template <int Channels>
+NUV_TARGET("avx2")
+inline NUV_PairShuffles pair_shuffles() noexcept
+{
+    constexpr char none = -1;
+    if constexpr (Channels == 3) {
+        const __m128i first = _mm_setr_epi8(0, none, 3, none, 1, none, 4, none, 2, none, 5, none,
+                                            none, none, none, none);
+        const __m128i second = _mm_setr_epi8(6, none, 9, none, 7, none, 10, none, 8, none, 11, none,
+                                             none, none, none, none);
+        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
+    } else {
+        const __m128i first =
+            _mm_setr_epi8(0, none, 4, none, 1, none, 5, none, 2, none, 6, none, 3, none, 7, none);
+        const __m128i second = _mm_setr_epi8(8, none, 12, none, 9, none, 13, none, 10, none, 14,
+                                             none, 11, none, 15, none);
+        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
+    }
+}
+
+// Result pixels k and k + 2, each in four 32-bit sums, the last of which is 0 for three channels.
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+inline __m256i two_pixels(const std::uint8_t* line, const Table& table, std::size_t k,
+                          const NUV_PairShuffles& shuffles) noexcept
+{
+    const std::uint8_t* low = line + table.firsts[k] * Channels;
+    const std::uint8_t* high = line + table.firsts[k + 2] * Channels;
+    const std::int16_t* weights = table.weights + k * stride;
+    // Eight weights as four pairs; each shuffle spreads one pair over the channels.
+    const __m256i pairs = load_two(weights, weights + 2 * stride);
+    __m256i in = load_two(low, high);
+    __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
+                                                     _mm256_shuffle_epi32(pairs, 0x00)),
+                                   _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),
+                                                     _mm256_shuffle_epi32(pairs, 0x55)));
+    if constexpr (Taps > 4) {
+        in = load_two(low + 4 * Channels, high + 4 * Channels);
+        sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
+                                                      _mm256_shuffle_epi32(pairs, 0xAA)));
+        if constexpr (Taps > 6) {
+            sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),
+                                                          _mm256_shuffle_epi32(pairs, 0xFF)));
+        }
+    }
+    return settled(sum);
+}
+
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+inline std::size_t filter_colours(const std::uint8_t* line, const Table& table, std::int16_t* out,
+                                  std::size_t k, std::size_t end) noexcept
+{
+    const NUV_PairShuffles shuffles = pair_shuffles<Channels>();
+    const __m256i without_fourth = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1));
+    // Four pixels at a time. Of three channels the last store spills into a fifth, which comes
+    // next.
+    for (; k + 5 <= end; k += 4) {
+        const __m256i four =
+            _mm256_packs_epi32(two_pixels<Taps, Channels>(line, table, k, shuffles),
+                               two_pixels<Taps, Channels>(line, table, k + 1, shuffles));
+        std::int16_t* to = out + k * Channels;
+        if constexpr (Channels == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), four);
+        } else {
+            const __m256i packed = _mm256_shuffle_epi8(four, without_fourth);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(packed));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 6),
+                             _mm256_extracti128_si256(packed, 1));
+        }
+    }
+    return k;
+}
+
+// Result pixels k and k + 4, each in four sums over two taps.
+NUV_TARGET("avx2")
+inline __m256i two_grays(const std::uint8_t* line, const Table& table, std::size_t k) noexcept
+{
+    const auto* low = reinterpret_cast<const __m128i*>(line + table.firsts[k]);
+    const auto* high = reinterpret_cast<const __m128i*>(line + table.firsts[k + 4]);
+    const std::int16_t* weights = table.weights + k * stride;
+    const __m128i in = _mm_unpacklo_epi64(_mm_loadl_epi64(low), _mm_loadl_epi64(high));
+    return _mm256_madd_epi16(_mm256_cvtepu8_epi16(in), load_two(weights, weights + 4 * stride));
+}
+
+NUV_TARGET("avx2")
+inline std::size_t filter_grays(const std::uint8_t* line, const Table& table, std::int16_t* out,
+                                std::size_t k, std::size_t end) noexcept
+{
+    for (; k + 8 <= end; k += 8) {
+        const __m256i first =
+            _mm256_hadd_epi32(two_grays(line, table, k), two_grays(line, table, k + 1));
+        const __m256i second =
+            _mm256_hadd_epi32(two_grays(line, table, k + 2), two_grays(line, table, k + 3));
+        const __m256i sums = settled(_mm256_hadd_epi32(first, second));
+        const __m256i words = _mm256_permute4x64_epi64(_mm256_packs_epi32(sums, sums), 0x08);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k), _mm256_castsi256_si128(words));
+    }
+    return k;
+}
+
+// Weights i and i + 1 of a mask in every 32 bits.
+template <int Taps>
+NUV_TARGET("avx2")
+inline __m256i weight_pair(const std::int16_t* weights, int i) noexcept
+{
+    const std::uint32_t low = static_cast<std::uint16_t>(weights[i]);
+    const std::uint32_t high = i + 1 < Taps ? static_cast<std::uint16_t>(weights[i + 1]) : 0;
+    return _mm256_set1_epi32(static_cast<std::int32_t>(low | high << 16));
+}
+
+// 16 result samples as words.
+template <int Taps>
+NUV_TARGET("avx2")
+inline __m256i sixteen_samples(const std::int16_t* const* lines, const __m256i* weights,
+                               std::size_t x) noexcept
+{
+    __m256i low = _mm256_set1_epi32(1 << 13);
+    __m256i high = low;
+    for (int i = 0; i < Taps; i += 2) {
+        const __m256i upper = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lines[i] + x));
+        const __m256i lower =
+            i + 1 < Taps ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lines[i + 1] + x))
+                         : _mm256_setzero_si256();
+        low = _mm256_add_epi32(
+            low, _mm256_madd_epi16(_mm256_unpacklo_epi16(upper, lower), weights[i / 2]));
+        high = _mm256_add_epi32(
+            high, _mm256_madd_epi16(_mm256_unpackhi_epi16(upper, lower), weights[i / 2]));
+    }
+    return _mm256_packs_epi32(_mm256_srai_epi32(low, 14), _mm256_srai_epi32(high, 14));
+}
+
+} // namespace
+
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+void filter_row_avx2(const std::uint8_t* line, const Table& table, std::int16_t* out,
+                     std::size_t begin, std::size_t end)
+{
+    std::size_t k = begin;
+    if constexpr (Channels == 1)
+        k = filter_grays(line, table, out, k, end);
+    else
+        k = filter_colours<Taps, Channels>(line, table, out, k, end);
+    filter_row_body<NUV_ScaleI2Fixed, Taps, Channels>(line, table, out, k, end);
+}
+
+template <int Taps>
+NUV_TARGET("avx2")
+void combine_middles_avx2(const std::int16_t* const* lines, const std::int16_t* weights,
+                          std::uint8_t* out, std::size_t samples, std::uint8_t maximum)
+{
+    constexpr int pairs = (Taps + 1) / 2;
+    __m256i by[pairs];
+    for (int i = 0; i < pairs; ++i)
+        by[i] = weight_pair<Taps>(weights, 2 * i);
+    const std::int16_t* in[Taps];
+    std::copy_n(lines, Taps, in);
+    const __m256i limit = _mm256_set1_epi8(static_cast<char>(maximum));
+    std::size_t x = 0;
+    for (; x + 32 <= samples; x += 32) {
+        const __m256i bytes = _mm256_packus_epi16(sixteen_samples<Taps>(in, by, x),
+                                                  sixteen_samples<Taps>(in, by, x + 16));
+        const __m256i ordered = _mm256_permute4x64_epi64(bytes, 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), _mm256_min_epu8(ordered, limit));
+    }
+    for (const std::int16_t*& line : in)
+        line += x;
+    combine_middles_body<NUV_ScaleI2Fixed, std::int32_t, Taps>(in, weights, out + x, samples - x,
+                                                               maximum);
+}
+
+template <int Taps>
+NUV_TARGET("avx2")
+void combine_middles_avx2(const double* const* lines, const double* weights, std::uint16_t* out,
+                          std::size_t samples, std::uint16_t maximum)
+{
+    combine_middles_body<NUV_ScaleI2Float, double, Taps>(lines, weights, out, samples, maximum);
+}
+
+#    define NUV_ROW_FORM(taps, channels)                                                           \
+        template void filter_row_avx2<taps, channels>(const std::uint8_t*, const Table&,           \
+                                                      std::int16_t*, std::size_t, std::size_t)
+#    define NUV_FORMS(taps)                                                                        \
+        NUV_ROW_FORM(taps, 1);                                                                     \
+        NUV_ROW_FORM(taps, 3);                                                                     \
+        NUV_ROW_FORM(taps, 4);                                                                     \
+        template void combine_middles_avx2<taps>(const std::int16_t* const*, const std::int16_t*,  \
+                                                 std::uint8_t*, std::size_t, std::uint8_t);        \
+        template void combine_middles_avx2<taps>(const double* const*, const double*,              \
+                                                 std::uint16_t*, std::size_t, std::uint16_t)
+NUV_FORMS(4);
+NUV_FORMS(5);
+NUV_FORMS(6);
+NUV_FORMS(7);
+NUV_FORMS(8);
+
+} // namespace nuv
+
+#endif // NUV_X86
