@@ -25,9 +25,10 @@ public:
     // scans begin anew without saying so, 0 for never; the size in 256ths, as in NUV_ReadJPEG.
     NUV_DecodeJPEGOption(const NUV_JPEGTableInfo& tables, std::uint32_t restart_rows,
                          std::int32_t scale) noexcept
-        : tables_(tables), restart_rows_(restart_rows), scale_(scale)
-    {
-    }
+        : tables_(tables),
+          restart_rows_(restart_rows),
+          scale_(scale)
+    {}
 
     [[nodiscard]] const NUV_JPEGTableInfo& tables() const noexcept { return tables_; }
     [[nodiscard]] std::uint32_t restart_rows() const noexcept { return restart_rows_; }

@@ -82,10 +82,7 @@ public:
     [[nodiscard]] bool is_adobe() const noexcept { return is_adobe_; }
 
     // What reads the stream on, shared with the engine that does. Null before a load().
-    [[nodiscard]] const NUV_JPEGReference& internal_reference() const noexcept
-    {
-        return internal_;
-    }
+    [[nodiscard]] const NUV_JPEGReference& internal_reference() const noexcept { return internal_; }
 
 private:
     [[nodiscard]] bool load_stream(NUV_InputStorage* storage, const NUV_ColorType* color,

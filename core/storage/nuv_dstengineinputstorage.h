@@ -42,7 +42,7 @@ private:
     NUV_Engine* writer_ = nullptr; // from the engine to output_
     NUV_OutputStorage* output_ = nullptr;
     NUV_InputStorage* input_ = nullptr;
-    mutable bool finished_ = false; // writer_ must not be stepped again
+    mutable bool finished_ = true; // writer_ must not be stepped, or not again
 };
 
 } // namespace nuv

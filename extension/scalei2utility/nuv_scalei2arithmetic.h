@@ -10,7 +10,7 @@ namespace nuv {
 // its two passes, and weights.
 
 // 8 bits. The intermediate has 4 fractional bits, weights have 10.
-struct NUV_ScaleI2Fixed {
+struct NUV_ScaleI2FixedArithmetic {
     using Sample = std::uint8_t;
     using Middle = std::int16_t;
     using Weight = std::int16_t;
@@ -20,7 +20,7 @@ struct NUV_ScaleI2Fixed {
 };
 
 // 16 bits, through double precision.
-struct NUV_ScaleI2Float {
+struct NUV_ScaleI2FloatArithmetic {
     using Sample = std::uint16_t;
     using Middle = double;
     using Weight = double;

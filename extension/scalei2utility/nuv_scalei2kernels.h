@@ -51,7 +51,8 @@ using FilterRow = void (*)(const typename A::Sample* line, const NUV_ScaleI2RowT
 // A sum of the horizontal pass as intermediate sample. It overshoots on both sides of the range.
 [[nodiscard]] inline std::int16_t settle_middle(std::int32_t sum) noexcept
 {
-    constexpr int shift = NUV_ScaleI2Fixed::weight_bits - NUV_ScaleI2Fixed::middle_bits;
+    constexpr int shift =
+        NUV_ScaleI2FixedArithmetic::weight_bits - NUV_ScaleI2FixedArithmetic::middle_bits;
     return static_cast<std::int16_t>((sum + (1 << (shift - 1))) >> shift);
 }
 [[nodiscard]] inline double settle_middle(double sum) noexcept
@@ -61,7 +62,8 @@ using FilterRow = void (*)(const typename A::Sample* line, const NUV_ScaleI2RowT
 
 // Double precision adds in the order of the taps.
 template <class A>
-using RowSum = std::conditional_t<std::is_same_v<A, NUV_ScaleI2Fixed>, std::int32_t, double>;
+using RowSum =
+    std::conditional_t<std::is_same_v<A, NUV_ScaleI2FixedArithmetic>, std::int32_t, double>;
 
 template <class A, int Taps, int Channels>
 [[gnu::always_inline]] inline void filter_row_body(const typename A::Sample* __restrict line,
@@ -113,7 +115,8 @@ inline constexpr double most_packed_row_weight = ((32768 << 6) - 33) / 255;
 // Two groups of four taps where there are more than four.
 template <int Taps, int Channels>
 NUV_TARGET("avx2")
-void filter_row_avx2(const std::uint8_t* line, const NUV_ScaleI2RowTable<NUV_ScaleI2Fixed>& table,
+void filter_row_avx2(const std::uint8_t* line,
+                     const NUV_ScaleI2RowTable<NUV_ScaleI2FixedArithmetic>& table,
                      std::int16_t* out, std::size_t begin, std::size_t end);
 #endif
 
@@ -132,7 +135,7 @@ template <class A>
 {
     const auto choose = [&]<int Taps, int Channels>() -> NUV_ScaleI2RowForm<A> {
 #if NUV_X86
-        if constexpr (std::is_same_v<A, NUV_ScaleI2Fixed>) {
+        if constexpr (std::is_same_v<A, NUV_ScaleI2FixedArithmetic>) {
             // Each load takes 16 bytes, or the 8 that eight taps of one channel are.
             constexpr std::uint32_t second = Taps > 4 ? 4 * Channels : 0;
             constexpr std::uint32_t reach = Channels == 1 ? 8 : second + 16;
@@ -166,7 +169,8 @@ using CombineMiddles = void (*)(const typename A::Middle* const* lines,
 template <std::signed_integral Sum>
 [[nodiscard]] inline std::uint8_t settle_sample(Sum sum, std::uint8_t maximum) noexcept
 {
-    constexpr int shift = NUV_ScaleI2Fixed::weight_bits + NUV_ScaleI2Fixed::middle_bits;
+    constexpr int shift =
+        NUV_ScaleI2FixedArithmetic::weight_bits + NUV_ScaleI2FixedArithmetic::middle_bits;
     const Sum value = (sum + (Sum{1} << (shift - 1))) >> shift;
     return static_cast<std::uint8_t>(std::clamp<Sum>(value, 0, maximum));
 }
@@ -222,7 +226,7 @@ template <class A>
                                                        [[maybe_unused]] double most_weight)
 {
     return visit_taps(taps, [&]<int Taps>() -> CombineMiddles<A> {
-        constexpr bool is_fixed = std::is_same_v<A, NUV_ScaleI2Fixed>;
+        constexpr bool is_fixed = std::is_same_v<A, NUV_ScaleI2FixedArithmetic>;
         if constexpr (is_fixed) {
             if (most_weight > most_narrow_line_weight)
                 return combine_middles_portable<A, std::int64_t, Taps>;

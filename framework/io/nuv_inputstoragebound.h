@@ -69,9 +69,12 @@ public:
     [[nodiscard]] bool set_remain(std::int32_t start, std::int32_t end);
 
     std::int32_t ignore(std::int32_t bytes) override { return move(bytes); }
-    [[nodiscard]] std::int32_t position() const override { return end_ - start_ - remain_; }
+    [[nodiscard]] std::int32_t position() const override
+    {
+        return inner_ ? end_ - start_ - remain_ : 0;
+    }
     std::int32_t move(std::int32_t bytes) override;
-    [[nodiscard]] std::int32_t size() const override { return end_ - start_; }
+    [[nodiscard]] std::int32_t size() const override { return inner_ ? end_ - start_ : 0; }
 
 private:
     std::int32_t start_ = 0;

@@ -27,14 +27,15 @@ public:
     // Ends, besides at the end of the last strip, where a strip cannot be reached or breaks off.
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
     // Bytes read since the beginning.
-    [[nodiscard]] std::int32_t position() const override { return position_; }
-    // 0: not supported.
+    [[nodiscard]] std::int32_t position() const override { return inner_ ? position_ : 0; }
+    // These two cannot be told or done without reading: false and 0.
+    [[nodiscard]] bool is_end() override;
     std::int32_t move(std::int32_t bytes) override;
     // Goes to the beginning, and is true for 0 alone.
     [[nodiscard]] bool to(std::int32_t offset) override;
     [[nodiscard]] bool to_from_end(std::int32_t bytes) override;
     // Bytes that the strips should have, whether or not they are there.
-    [[nodiscard]] std::int32_t size() const override { return size_; }
+    [[nodiscard]] std::int32_t size() const override { return inner_ ? size_ : 0; }
     bool to_begin() override;
     bool to_end() override;
 

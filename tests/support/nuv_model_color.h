@@ -37,8 +37,8 @@ template <class T, class At>
                      [&](std::size_t a, std::size_t b) { return fraction[a] > fraction[b]; });
     std::vector<std::int64_t> sums(at(corner).size(), 8192);
     for (std::size_t k = 0; k <= inputs; ++k) {
-        const std::int64_t weight = (k == 0 ? 16384 : fraction[order[k - 1]]) -
-                                    (k == inputs ? 0 : fraction[order[k]]);
+        const std::int64_t weight =
+            (k == 0 ? 16384 : fraction[order[k - 1]]) - (k == inputs ? 0 : fraction[order[k]]);
         const std::vector<T> samples = at(corner);
         for (std::size_t j = 0; j < sums.size(); ++j)
             sums[j] += samples[j] * weight;
@@ -47,8 +47,8 @@ template <class T, class At>
     }
     std::vector<T> result;
     for (const std::int64_t sum : sums)
-        result.push_back(static_cast<T>(std::min<std::int64_t>(
-            sum / 16384, std::numeric_limits<T>::max())));
+        result.push_back(
+            static_cast<T>(std::min<std::int64_t>(sum / 16384, std::numeric_limits<T>::max())));
     return result;
 }
 
@@ -68,7 +68,7 @@ template <class T>
             std::int64_t sum = to_fixed(offset);
             for (std::size_t k = 0; k < columns; ++k)
                 sum += pixel[k] * to_fixed(factors[j * columns + k]);
-            result.push_back(static_cast<T>(sum < 0                 ? 0
+            result.push_back(static_cast<T>(sum < 0                ? 0
                                             : sum > maximum * 4096 ? maximum
                                                                    : (sum + 2048) >> 12));
             continue;
@@ -162,8 +162,8 @@ using ModelPixel = std::vector<double>;
     if (color == Color::adobe_rgb) {
         for (double& v : p)
             v = v > 0 ? std::pow(v, 2.2) : v;
-        return model_times(
-            {0.6097, 0.2053, 0.1492, 0.3111, 0.6257, 0.0632, 0.0195, 0.0609, 0.7446}, p);
+        return model_times({0.6097, 0.2053, 0.1492, 0.3111, 0.6257, 0.0632, 0.0195, 0.0609, 0.7446},
+                           p);
     }
     // The rest is seen as sRGB.
     if (color == Color::gray_reverse)
@@ -185,8 +185,8 @@ using ModelPixel = std::vector<double>;
         v = std::min(1.0, v > 0.0392768 ? std::pow((v + 0.055) * 0.9478672985781991, 2.4)
                                         : v * 0.07739938080495357);
     }
-    return model_limit(model_times(
-        {0.4361, 0.3851, 0.1431, 0.2225, 0.7169, 0.0606, 0.0139, 0.0971, 0.7141}, p));
+    return model_limit(
+        model_times({0.4361, 0.3851, 0.1431, 0.2225, 0.7169, 0.0606, 0.0139, 0.0971, 0.7141}, p));
 }
 
 [[nodiscard]] inline ModelPixel model_from_xyz(const NUV_ColorType* color, ModelPixel p, int bits)
@@ -212,14 +212,12 @@ using ModelPixel = std::vector<double>;
                     b * 0.00392156862745098 + 0.5019607843137255};
         }
         const double m = maximum + 1;
-        return {l, a * 0.0058823529411764705 + 0.5 * m / maximum,
-                b * 0.005 + 0.375 * m / maximum};
+        return {l, a * 0.0058823529411764705 + 0.5 * m / maximum, b * 0.005 + 0.375 * m / maximum};
     }
     if (color == Color::adobe_rgb) {
-        p = model_times(
-            {1.962711, -0.610757, -0.34144, -0.97876, 1.916094, 0.033486, 0.028651, -0.14072,
-             1.349206},
-            p);
+        p = model_times({1.962711, -0.610757, -0.34144, -0.97876, 1.916094, 0.033486, 0.028651,
+                         -0.14072, 1.349206},
+                        p);
         for (double& v : p)
             v = v > 0 ? std::pow(v, 0.45454545454545453) : v;
         return model_limit(p);
@@ -228,8 +226,8 @@ using ModelPixel = std::vector<double>;
                                  0.033512902, 0.072076558, -0.229065545, 1.405359497},
                                 p));
     for (double& v : p) {
-        v = std::min(1.0, v > 0.00304 ? 1.055 * std::pow(v, 0.4166666666666667) - 0.055
-                                      : 12.92 * v);
+        v = std::min(1.0,
+                     v > 0.00304 ? 1.055 * std::pow(v, 0.4166666666666667) - 0.055 : 12.92 * v);
     }
     const double gray =
         std::clamp(0.298992944 * p[0] + 0.587015974 * p[1] + 0.113991082 * p[2], 0.0, 1.0);
@@ -240,9 +238,9 @@ using ModelPixel = std::vector<double>;
     if (color == Color::hsl)
         return model_hsl_of(p);
     if (color == Color::ycbcr) {
-        return model_limit(
-            {gray, -0.16873191 * p[0] - 0.331273123 * p[1] + 0.500005033 * p[2] + 0.5,
-             0.500005033 * p[0] - 0.418698983 * p[1] - 0.08130605 * p[2] + 0.5});
+        return model_limit({gray,
+                            -0.16873191 * p[0] - 0.331273123 * p[1] + 0.500005033 * p[2] + 0.5,
+                            0.500005033 * p[0] - 0.418698983 * p[1] - 0.08130605 * p[2] + 0.5});
     }
     if (color == Color::s_rgb)
         return p;

@@ -182,4 +182,26 @@ inline Picture i2(const Picture& in, std::int64_t width, std::int64_t height, bo
     return mask_scaled(in, width, height, fixed, a, maximum, {s, s});
 }
 
+// Cubic convolution whose axes are double precision where more than 8 bits shrink. The limit holds
+// for the pass that comes second, which it makes necessary.
+template <class T>
+Picture cubic_fast(const Picture& in, std::int64_t width, std::int64_t height, double a, int bits)
+{
+    const bool deep = sizeof(T) > 1;
+    const bool height_first = height < in.height;
+    const bool limited = bits != 0 && bits < 8 * static_cast<int>(sizeof(T));
+    const auto wide = Arithmetic::of<T>(!(deep && width < in.width), height_first ? bits : 0);
+    const auto high = Arithmetic::of<T>(!(deep && height < in.height), height_first ? 0 : bits);
+    return two_passes(
+        in, height,
+        [&](const Picture& p) {
+            return cubic_axis(p, width, wide, a, false, limited && height_first);
+        },
+        [&](const Picture& p) {
+            return along_height(p, [&](const Picture& turned) {
+                return cubic_axis(turned, height, high, a, true, limited && !height_first);
+            });
+        });
+}
+
 } // namespace nuv::model

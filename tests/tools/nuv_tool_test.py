@@ -155,7 +155,26 @@ class Convert(ToolTest):
                 self.convert("source", f"{name}.raw", "mirror-x", "mirror-x")
                 self.assertEqual(self.read(f"{name}.raw"), samples_of(picture))
 
-    def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
+    def test_turns_as_pamflip_does(self):
+        bits = peer("pgmtopbm", "-threshold", data=peer("ppmtopgm", data=self.ppm))
+        for name, picture in {"rgb": self.ppm, "bits": bits}.items():
+            self.write("source", picture)
+            for angle, flip in {"90": "-cw", "180": "-r180", "-90": "-ccw", "450": "-cw"}.items():
+                with self.subTest(name, angle=angle):
+                    self.convert("source", "out.raw", f"rotate={angle}", makes=["out.raw"])
+                    turned = samples_of(peer("pamflip", flip, data=picture))
+                    self.assertEqual(self.read("out.raw"), turned)
+
+    def test_scales_to_the_size_asked_for(self):
+        sizes = {"10x7": (10, 7), "20x": (20, round(20 * HEIGHT / WIDTH)),
+                 "x9": (round(9 * WIDTH / HEIGHT), 9), "1x1": (1, 1),
+                 "200%": (2 * WIDTH, 2 * HEIGHT), "0.1%": (1, 1)}
+        for word in ("nearest", "linear", "cubic", "area"):
+            for size, (width, height) in sizes.items():
+                with self.subTest(word, size=size):
+                    self.convert("in.ppm", "out.jpg", f"{word}={size}", makes=["out.jpg"])
+                    self.assertEqual(frame_header(self.read("out.jpg"))[:2], (height, width))
+
         factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
         for number, (sampling, factor) in enumerate(factors.items()):
             with self.subTest(sampling):
@@ -290,7 +309,16 @@ class Refusals(ToolTest):
                 ("missing: No such file", "missing", "out.raw"),
                 ("text: is not a picture", "text", "out.raw"),
                 ("unknown operation 'mirror'", "in.ppm", "out.raw", "mirror"),
-                ("unknown operation 'rotate=91'", "in.ppm", "out.raw", "mirror-x", "rotate=91"),
+                ("multiple of 90 degrees, not '91'", "in.ppm", "out.raw", "mirror-x", "rotate=91"),
+                ("multiple of 90 degrees, not '90x'", "in.ppm", "out.raw", "rotate=90x"),
+                ("'0x5' is not a size", "in.ppm", "out.raw", "cubic=0x5"),
+                ("'x' is not a size", "in.ppm", "out.raw", "area=x"),
+                ("'-50%' is not a size", "in.ppm", "out.raw", "nearest=-50%"),
+                ("'nan%' is not a size", "in.ppm", "out.raw", "nearest=nan%"),
+                ("too large", "in.ppm", "out.raw", "nearest=1x4294967295", "nearest=x4294967295",
+                 "nearest=1000000%"),
+                ("no colour tables", "indices.ras", "out.raw", "linear=50%"),
+                ("no colour tables", "bits.pbm", "out.raw", "linear=50%"),
                 ("'mirror-x=1' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x=1"),
                 ("'mirror-x=' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x="),
                 ("--write png: not one of", "in.ppm", "out.raw", "--write", "png"),

@@ -174,6 +174,33 @@ TEST(Wrapper, ReadsAndWritesPlanes)
     EXPECT_EQ(three.execute(), (Bytes{1, 3, 5, 2, 4, 6}));
 }
 
+// Planes of a source too small for them: what counts is whether they could lie in any.
+TEST(Wrapper, RefusesPlanesThatBeginBeyondTheReachOfASource)
+{
+    constexpr auto refused = static_cast<int>(0x80800000);
+    constexpr auto not_there = static_cast<int>(0x80400000);
+    struct Case {
+        std::uint32_t width, height;
+        std::uint16_t bits;
+        int status;
+    };
+    const Case cases[] = {
+        {0x8000, 0x7FFF, 8, not_there}, {0x8000, 0x8000, 8, refused}, // the third begins at 2^31
+        {0x10000, 0x6000, 8, refused},                                // at 2^32 less 2^30, twice
+        {0x10000, 0x10000, 8, refused},                               // 0 in 32 bits
+        {0x10000, 0x8000, 16, refused}, {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, refused}, // beyond 64 bits
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.height);
+        Job job({1, 2, 3});
+        ImageParam param = raw_image(c.width, c.height, 1, c.bits);
+        job.wrapper.ReadStoragePlanar(&param);
+        job.wrapper.WriteStorage(nullptr);
+        EXPECT_EQ(job.wrapper.Execute(), -1);
+        EXPECT_EQ(job.wrapper.ReadRaster(), c.status);
+    }
+}
+
 TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
 {
     const Bytes pixels = random_bytes(2 * 2 * 3, 1);
@@ -182,7 +209,6 @@ TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
     EXPECT_EQ(job.wrapper.ReadRaster(), 0);
     job.wrapper.WriteStorage(nullptr);
 
-    // Looking at the source in between does not disturb the chain.
     ImageParam info;
     std::memset(&info, 0x55, sizeof info);
     EXPECT_EQ(job.wrapper.GetSrcImgInfo(&info), 0);
@@ -203,6 +229,72 @@ TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
     storage.wrapper.ReadStorage(&other);
     storage.wrapper.WriteStorage(nullptr);
     EXPECT_EQ(storage.execute(), pixels);
+}
+
+// A stream of 12-bit samples, as far as its first scan.
+Bytes deep_jpeg(unsigned char frame_marker, const Bytes& segments = {})
+{
+    const Bytes frame = {0xFF, frame_marker, 0, 11, 12, 0, 1, 0, 1, 1, 1, 0x11, 0};
+    const Bytes scan = {0xFF, 0xDA, 0, 8, 1, 1, 0, 1, 0, 0, 0xFF, 0xD9};
+    return Bytes{0xFF, 0xD8} + segments + frame + scan;
+}
+
+Bytes jfif_segment()
+{
+    return Bytes{0xFF, 0xE0, 0, 16} + text("JFIF") + Bytes{0, 1, 2, 0, 0, 1, 0, 1, 0, 0};
+}
+
+// A description that can be read, of a stream whose reader refuses: its bytes are read as raw data,
+// and looking at it moves the source.
+TEST(Wrapper, LooksAtTheSourceOfAChainWithoutDisturbingIt)
+{
+    const Bytes file = deep_jpeg(0xC3);
+    ImageParam param = raw_image(static_cast<std::uint32_t>(file.size()), 1, 1, 8);
+    Job job(file);
+    job.wrapper.ReadStorage(&param);
+    job.wrapper.WriteStorage(nullptr);
+    ImageParam info{};
+    EXPECT_EQ(job.wrapper.GetSrcImgInfo(&info), 0);
+    EXPECT_EQ(info.format, Format::eLosslessJPEG);
+    EXPECT_EQ(info.precision, 12);
+    EXPECT_EQ(info.sampling, 0) << "gray has none";
+    EXPECT_FALSE(info.is_jfif);
+    EXPECT_EQ(job.execute(), file);
+}
+
+// Whatever colour was asked for, and also when its samples cannot be read.
+TEST(Wrapper, ReadsTheColoursOfAJFIFFileAsItStatesThem)
+{
+    const Bytes ppm = text("P6 16 16 255\n") + random_bytes(16 * 16 * 3, 2);
+    Job writer(ppm);
+    writer.wrapper.ReadRaster();
+    writer.wrapper.WriteJPEG(nullptr);
+    const Bytes plain = writer.execute();
+    const Bytes jfif = Bytes(plain.begin(), plain.begin() + 2) + jfif_segment() +
+                       Bytes(plain.begin() + 2, plain.end());
+
+    const auto pixels = [](const Bytes& file, std::int32_t color, std::int32_t expected) {
+        Job job(file);
+        ImageParam param{};
+        param.color = color;
+        EXPECT_EQ(job.wrapper.ReadRaster(&param), 0);
+        EXPECT_EQ(param.color, expected);
+        job.wrapper.WriteJPEG(nullptr); // which converts RGB
+        return job.execute();
+    };
+    const Bytes as_it_is = pixels(plain, 0, 0);
+    EXPECT_EQ(pixels(plain, ColorType::eYCbCr, ColorType::eYCbCr), as_it_is);
+    EXPECT_NE(pixels(plain, ColorType::eRGB, ColorType::eRGB), as_it_is);
+    EXPECT_EQ(pixels(jfif, ColorType::eRGB, ColorType::eYCbCr), as_it_is);
+
+    Job job(deep_jpeg(0xC1, jfif_segment()));
+    ImageParam param{};
+    EXPECT_EQ(job.wrapper.GetSrcImgInfo(&param), 0);
+    EXPECT_TRUE(param.is_jfif);
+    param.color = ColorType::eGray;
+    EXPECT_EQ(job.wrapper.ReadRaster(&param), 0);
+    EXPECT_EQ(param.color, ColorType::eYCbCr);
+    EXPECT_EQ(job.wrapper.ReadRaster(), static_cast<int>(0x80200000)) << "but there is no image";
 }
 
 TEST(Wrapper, GivesTheChannelsAnotherMeaningWhereTheirNumberAllowsIt)
@@ -259,6 +351,39 @@ TEST(Wrapper, WritesAJPEGWithItsDefaultsAndWithCodesItDoesNotKnow)
     EXPECT_EQ(jpeg(&option), best);
     option.quality = -1;
     EXPECT_EQ(jpeg(&option), best);
+}
+
+TEST(Wrapper, WritesTheSamplingThatWasAskedForAndReadsItBack)
+{
+    struct Case {
+        std::int32_t code;
+        unsigned char luma; // horizontal and vertical factor
+    };
+    const Bytes file = text("P6 40 24 255\n") + random_bytes(40 * 24 * 3, 2);
+    for (const Case& c : {Case{WriteJPEGOption::eSampling444, 0x11},
+                          {WriteJPEGOption::eSampling422, 0x21},
+                          {WriteJPEGOption::eSampling420, 0x22},
+                          {WriteJPEGOption::eSampling411, 0x41}}) {
+        WriteJPEGOption option{75, c.code};
+        Job job(file);
+        job.wrapper.ReadRaster();
+        job.wrapper.WriteJPEG(&option);
+        const Bytes stream = job.execute();
+        const Bytes frame = {0xFF, 0xC0, 0, 17, 8, 0, 24, 0, 40, 3};
+        const auto found = std::search(stream.begin(), stream.end(), frame.begin(), frame.end());
+        ASSERT_GT(stream.end() - found, 19);
+        EXPECT_EQ(found[11], c.luma);
+        EXPECT_EQ(found[14] << 8 | found[17], 0x1111);
+
+        Job back(stream);
+        ImageParam info{};
+        EXPECT_EQ(back.wrapper.GetSrcImgInfo(&info), 0);
+        EXPECT_EQ(info.sampling, c.code);
+        EXPECT_EQ(info.format, Format::eJPEG);
+        EXPECT_EQ(info.color, ColorType::eYCbCr);
+        EXPECT_EQ(info.precision, 8);
+        EXPECT_FALSE(info.is_jfif);
+    }
 }
 
 TEST(Wrapper, TellsWhyAnImageCannotBeRead)

@@ -31,7 +31,8 @@ template <class T>
     constexpr double maximum = std::numeric_limits<T>::max();
     sum = sum > 0 ? sum : 0;
     sum = sum < maximum ? sum : maximum;
-    return static_cast<T>(static_cast<std::int32_t>(sum + 0.5));
+    sum += 0.5;
+    return static_cast<T>(static_cast<std::int32_t>(sum));
 }
 
 template <class T, std::signed_integral Sum>

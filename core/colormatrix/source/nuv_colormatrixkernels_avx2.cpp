@@ -28,8 +28,7 @@ inline Row load_row(const NUV_MatrixView<std::int32_t>& matrix, std::size_t j)
     const std::int32_t* factors = matrix.factors + 3 * j;
     const std::uint32_t low = static_cast<std::uint32_t>(factors[0]) & 0xFFFF;
     const std::uint32_t high = static_cast<std::uint32_t>(factors[1]) << 16;
-    return {_mm256_set1_epi32(static_cast<int>(low | high)),
-            _mm256_set1_epi32(factors[2] & 0xFFFF),
+    return {_mm256_set1_epi32(static_cast<int>(low | high)), _mm256_set1_epi32(factors[2] & 0xFFFF),
             _mm256_set1_epi32(matrix.offsets[j] + NUV_FixedReal::half)};
 }
 

@@ -11,8 +11,7 @@ namespace {
     if (!header.is_raw() || header.data_type() != NUV_DataType::u_integer ||
         !header.palette().is_empty())
         return false;
-    const bool is_bilevel =
-        header.bits() == 1 && header.channels() == 1 && target.channels() == 1;
+    const bool is_bilevel = header.bits() == 1 && header.channels() == 1 && target.channels() == 1;
     return header.bits() == 8 || header.bits() == 16 || is_bilevel;
 }
 

@@ -87,9 +87,9 @@ NUV_Engine* NUV_ColorSpaceConverter::append_matrix(NUV_Engine* previous,
                                                    const NUV_CsUtility& plan)
 {
     const bool use_fixed_real = previous && previous->header() && previous->header()->bits() <= 8;
-    return NUV_ColorMatrix(manager()).engine(
-        previous, &plan.matrix, std::span(plan.offsets).first(plan.offset_count), target,
-        use_fixed_real);
+    return NUV_ColorMatrix(manager()).engine(previous, &plan.matrix,
+                                             std::span(plan.offsets).first(plan.offset_count),
+                                             target, use_fixed_real);
 }
 
 NUV_Engine* NUV_ColorSpaceConverter::append_label(NUV_Engine* previous, const NUV_ColorType* target)

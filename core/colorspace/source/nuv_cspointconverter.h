@@ -18,8 +18,9 @@ template <class T>
     const double scaled = part * maximum;
     if (!(scaled > 0))
         return 0;
+    const double moved = scaled + 0.5;
     return scaled > maximum ? std::numeric_limits<T>::max()
-                            : static_cast<T>(static_cast<std::uint32_t>(scaled + 0.5));
+                            : static_cast<T>(static_cast<std::uint32_t>(moved));
 }
 
 // Converts pixels from one colour to another: T is double for parts of the range, or a sample.
@@ -37,10 +38,12 @@ class NUV_CsRealConverter final : public NUV_CsPointConverter<double> {
 public:
     NUV_CsRealConverter(NUV_Manager& manager, CsPointFunction first, CsPointFunction second,
                         std::size_t inputs, std::size_t outputs) noexcept
-        : NUV_CsPointConverter(manager), first_(first), second_(second), inputs_(inputs),
+        : NUV_CsPointConverter(manager),
+          first_(first),
+          second_(second),
+          inputs_(inputs),
           outputs_(outputs)
-    {
-    }
+    {}
 
     void convert(const double* in, double* out, std::size_t count) const override
     {
@@ -65,9 +68,9 @@ template <class T>
 class NUV_CsSampledConverter final : public NUV_CsPointConverter<T> {
 public:
     NUV_CsSampledConverter(NUV_Manager& manager, CsPointFunction function) noexcept
-        : NUV_CsPointConverter<T>(manager), function_(function)
-    {
-    }
+        : NUV_CsPointConverter<T>(manager),
+          function_(function)
+    {}
 
     void convert(const T* in, T* out, std::size_t count) const override
     {
@@ -89,9 +92,9 @@ template <class T>
 class NUV_CsInversion final : public NUV_CsPointConverter<T> {
 public:
     NUV_CsInversion(NUV_Manager& manager, std::size_t channels) noexcept
-        : NUV_CsPointConverter<T>(manager), channels_(channels)
-    {
-    }
+        : NUV_CsPointConverter<T>(manager),
+          channels_(channels)
+    {}
 
     void convert(const T* in, T* out, std::size_t count) const override
     {

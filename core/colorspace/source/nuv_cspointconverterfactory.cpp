@@ -45,8 +45,8 @@ bool is_convertible(const NUV_ColorType* color) noexcept
 }
 
 template <class T>
-NUV_Held<NUV_CsPointConverter<double>>
-NUV_CsPointConverterFactory<T>::to_xyz(const NUV_ColorType* source)
+NUV_Held<NUV_CsPointConverter<double>> NUV_CsPointConverterFactory<T>::to_xyz(
+    const NUV_ColorType* source)
 {
     const Way* way = find_way<T>(source);
     if (!way)
@@ -57,20 +57,20 @@ NUV_CsPointConverterFactory<T>::to_xyz(const NUV_ColorType* source)
 }
 
 template <class T>
-NUV_Held<NUV_CsPointConverter<double>>
-NUV_CsPointConverterFactory<T>::from_xyz(const NUV_ColorType* target)
+NUV_Held<NUV_CsPointConverter<double>> NUV_CsPointConverterFactory<T>::from_xyz(
+    const NUV_ColorType* target)
 {
     const Way* way = find_way<T>(target);
     if (!way)
         return {};
-    return make_object<NUV_CsRealConverter>(
-        manager(), way->through_srgb ? xyz_to_srgb : way->out,
-        way->through_srgb ? way->out : nullptr, Color::xyz->channels(), target->channels());
+    return make_object<NUV_CsRealConverter>(manager(), way->through_srgb ? xyz_to_srgb : way->out,
+                                            way->through_srgb ? way->out : nullptr,
+                                            Color::xyz->channels(), target->channels());
 }
 
 template <class T>
-NUV_Held<NUV_CsPointConverter<T>>
-NUV_CsPointConverterFactory<T>::between(const NUV_ColorType* source, const NUV_ColorType* target)
+NUV_Held<NUV_CsPointConverter<T>> NUV_CsPointConverterFactory<T>::between(
+    const NUV_ColorType* source, const NUV_ColorType* target)
 {
     const auto is_pair = [&](const NUV_ColorType* a, const NUV_ColorType* b) {
         return source == a && target == b;

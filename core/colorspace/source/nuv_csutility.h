@@ -29,9 +29,10 @@ enum class NUV_CsMode {
 class NUV_CsUtility : public NUV_Utility {
 public:
     explicit NUV_CsUtility(NUV_Manager& manager) noexcept
-        : NUV_Utility(manager), matrix(manager), grid(manager)
-    {
-    }
+        : NUV_Utility(manager),
+          matrix(manager),
+          grid(manager)
+    {}
 
     NUV_CsMode mode = NUV_CsMode::grid;
     NUV_Held<NUV_LutData> table;

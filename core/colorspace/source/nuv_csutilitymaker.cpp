@@ -54,8 +54,8 @@ bool NUV_CsUtilityMaker<T>::plan_points()
     if (source_ == Color::s_rgb || target_ == Color::s_rgb)
         mode = NUV_CsMode::points;
     else
-        mode = target_ == Color::hsl ? NUV_CsMode::others_then_points
-                                     : NUV_CsMode::points_then_others;
+        mode =
+            target_ == Color::hsl ? NUV_CsMode::others_then_points : NUV_CsMode::points_then_others;
     between = Color::s_rgb;
     return true;
 }

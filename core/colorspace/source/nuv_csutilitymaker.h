@@ -13,9 +13,9 @@ template <class T>
 class NUV_CsUtilityMaker final : public NUV_CsUtility {
 public:
     explicit NUV_CsUtilityMaker(NUV_Manager& manager) noexcept
-        : NUV_CsUtility(manager), factory_(manager)
-    {
-    }
+        : NUV_CsUtility(manager),
+          factory_(manager)
+    {}
 
     // For two different convertible colours, and bits of a sample that are those of T, or 1 where
     // both colours have one channel. False when there is no way or after NUV_ERR_MEMORY.

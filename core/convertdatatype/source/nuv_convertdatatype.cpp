@@ -71,8 +71,7 @@ struct Target {
         return table->value(reinterpret_cast<const std::uint8_t*>(values.data()),
                             static_cast<std::uint32_t>(entries * sizeof(O)));
     };
-    const bool filled =
-        visit_any_sample_type(target.type, target.bits, fill, [] { return false; });
+    const bool filled = visit_any_sample_type(target.type, target.bits, fill, [] { return false; });
     return filled ? std::move(table) : NUV_Held<NUV_LutData>{};
 }
 
@@ -113,8 +112,8 @@ struct Target {
     // The largest sample rounds up into the sign.
     if (!from_signed && to_signed && more_bits == 0 && shift == -1)
         return true;
-    const int room = more_bits + (from_signed ? 1 : 0) -
-                     (to_signed || target.bits == 32 ? 1 : 0) - (more_bits < 0 ? 1 : 0);
+    const int room = more_bits + (from_signed ? 1 : 0) - (to_signed || target.bits == 32 ? 1 : 0) -
+                     (more_bits < 0 ? 1 : 0);
     return shift > room;
 }
 

@@ -1,5 +1,4 @@
 #include "core/convertdatatype/nuv_convertdatatype.h"
-
 #include "core/convertdatatype/source/nuv_convertsample.h"
 #include "core/operation/nuv_not.h"
 #include "framework/base/nuv_version.h"

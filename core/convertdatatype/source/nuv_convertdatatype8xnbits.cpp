@@ -1,5 +1,4 @@
 #include "core/convertdatatype/nuv_convertdatatype.h"
-
 #include "core/convertdatatype/source/nuv_convertsample.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"

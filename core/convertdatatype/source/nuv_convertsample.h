@@ -23,12 +23,12 @@ struct NUV_LinearRule {
     enum class Kind { offset_only, slope_only, both };
 
     NUV_LinearRule(double a_slope, double an_offset) noexcept
-        : slope(a_slope), offset(an_offset),
-          kind(is_about(a_slope, 1)    ? Kind::offset_only
+        : slope(a_slope),
+          offset(an_offset),
+          kind(is_about(a_slope, 1)     ? Kind::offset_only
                : is_about(an_offset, 0) ? Kind::slope_only
                                         : Kind::both)
-    {
-    }
+    {}
 
     double slope;
     double offset;

@@ -97,8 +97,8 @@ bool NUV_DLutEngine<T>::place_samples(std::uint32_t grid_points)
         const double t = v * step;
         const std::uint32_t point =
             std::min(static_cast<std::uint32_t>(std::floor(t)), grid_points - 2);
-        const auto fraction = static_cast<std::uint32_t>((t - point) * dlut_one + 0.5);
-        places_[v] = point << dlut_fraction_bits | fraction;
+        const double fraction = (t - point) * dlut_one + 0.5;
+        places_[v] = point << dlut_fraction_bits | static_cast<std::uint32_t>(fraction);
     }
     places_[maximum + 1] = (grid_points - 2) << dlut_fraction_bits | dlut_one;
     grid_.places = places_.data();

@@ -62,10 +62,9 @@ inline Corners find_corners(const Axis (&axes)[3], const __m256i (&strides)[3],
     __m256i last = _mm256_blendv_epi8(strides[0], strides[1], _mm256_cmpeq_epi32(f1, smallest));
     last = _mm256_blendv_epi8(last, strides[2], _mm256_cmpeq_epi32(f2, smallest));
 
-    const __m256i near = _mm256_add_epi32(_mm256_add_epi32(axes[0].offset, axes[1].offset),
-                                          axes[2].offset);
-    const __m256i all =
-        _mm256_add_epi32(_mm256_add_epi32(strides[0], strides[1]), strides[2]);
+    const __m256i near =
+        _mm256_add_epi32(_mm256_add_epi32(axes[0].offset, axes[1].offset), axes[2].offset);
+    const __m256i all = _mm256_add_epi32(_mm256_add_epi32(strides[0], strides[1]), strides[2]);
     const __m256i far = _mm256_add_epi32(near, all);
 
     const __m256i one = _mm256_set1_epi32(dlut_one);
@@ -97,14 +96,14 @@ inline __m256i interpolate(const Corners& corners)
     const __m256i a23 = _mm256_unpackhi_epi8(corners.samples[0], corners.samples[1]);
     const __m256i b01 = _mm256_unpacklo_epi8(corners.samples[2], corners.samples[3]);
     const __m256i b23 = _mm256_unpackhi_epi8(corners.samples[2], corners.samples[3]);
-    const __m256i p0 = weigh<0>(corners, _mm256_unpacklo_epi8(a01, zero),
-                                _mm256_unpacklo_epi8(b01, zero));
-    const __m256i p1 = weigh<1>(corners, _mm256_unpackhi_epi8(a01, zero),
-                                _mm256_unpackhi_epi8(b01, zero));
-    const __m256i p2 = weigh<2>(corners, _mm256_unpacklo_epi8(a23, zero),
-                                _mm256_unpacklo_epi8(b23, zero));
-    const __m256i p3 = weigh<3>(corners, _mm256_unpackhi_epi8(a23, zero),
-                                _mm256_unpackhi_epi8(b23, zero));
+    const __m256i p0 =
+        weigh<0>(corners, _mm256_unpacklo_epi8(a01, zero), _mm256_unpacklo_epi8(b01, zero));
+    const __m256i p1 =
+        weigh<1>(corners, _mm256_unpackhi_epi8(a01, zero), _mm256_unpackhi_epi8(b01, zero));
+    const __m256i p2 =
+        weigh<2>(corners, _mm256_unpacklo_epi8(a23, zero), _mm256_unpacklo_epi8(b23, zero));
+    const __m256i p3 =
+        weigh<3>(corners, _mm256_unpackhi_epi8(a23, zero), _mm256_unpackhi_epi8(b23, zero));
     return _mm256_packus_epi16(_mm256_packs_epi32(p0, p1), _mm256_packs_epi32(p2, p3));
 }
 
@@ -118,9 +117,9 @@ inline void store(std::uint8_t* out, __m256i quads, std::size_t outputs)
     }
     const __m256i three = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,
                                            0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const __m256i one = _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
-                                         -1, 0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
-                                         -1, -1);
+    const __m256i one =
+        _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4, 8, 12,
+                         -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
     const __m256i packed = _mm256_shuffle_epi8(quads, outputs == 3 ? three : one);
     const __m128i low = _mm256_castsi256_si128(packed);
     const __m128i high = _mm256_extracti128_si256(packed, 1);
@@ -146,8 +145,8 @@ void dlut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels
             _mm256_set1_epi32(static_cast<int>(grid.strides[static_cast<std::size_t>(axis)] / 4));
         // Bytes 0, 3, 6 and 9 behind `axis`, each with three zeros behind it.
         const int zeros = static_cast<int>(0x80808000U);
-        shuffles[axis] = _mm256_broadcastsi128_si256(_mm_setr_epi32(
-            zeros + axis, zeros + axis + 3, zeros + axis + 6, zeros + axis + 9));
+        shuffles[axis] = _mm256_broadcastsi128_si256(
+            _mm_setr_epi32(zeros + axis, zeros + axis + 3, zeros + axis + 6, zeros + axis + 9));
     }
     // Each step reads and may write four bytes past its eight pixels: two more must follow.
     std::size_t i = 0;

@@ -30,9 +30,9 @@ NUV_Engine* NUV_DecodeJPEG::engine(NUV_Engine* previous, const NUV_DecodeJPEGOpt
     if (!stream)
         return nullptr;
     NUV_JPEGInfo info(manager());
-    const bool loaded = info.load(stream.get(), NUV_ColorType::unknown,
-                                  option ? &option->tables() : nullptr,
-                                  option ? option->restart_rows() : 0);
+    const bool loaded =
+        info.load(stream.get(), NUV_ColorType::unknown, option ? &option->tables() : nullptr,
+                  option ? option->restart_rows() : 0);
     if (!loaded)
         return fail(manager(), NUV_ERR_FORMAT, method);
     return NUV_ReadJPEG(manager()).engine(stream.get(), &info,

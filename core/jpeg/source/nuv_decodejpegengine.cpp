@@ -28,8 +28,8 @@ bool NUV_DecodeJPEGEngine::is_supported(const NUV_JPEGInfo& info, std::int32_t s
         return scale == full_scale && (header_.bits() == 8 || header_.bits() == 16);
     if (header_.bits() != 8 || !is_decoded_sampling(info.sampling(), info.is_progressive()))
         return false;
-    return scale == full_scale || (is_reducible_sampling(info.sampling()) &&
-                                   !info.is_progressive() && channels != 4);
+    return scale == full_scale ||
+           (is_reducible_sampling(info.sampling()) && !info.is_progressive() && channels != 4);
 }
 
 bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -50,12 +50,13 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
 
 bool NUV_DecodeJPEGEngine::start(std::int32_t scale)
 {
-    const NUV_JPEGCode code = internal().start_decode(static_cast<std::uint32_t>(full_scale / scale));
+    const NUV_JPEGCode code =
+        internal().start_decode(static_cast<std::uint32_t>(full_scale / scale));
     if (!internal().raise(code, "initiate()"))
         return false;
     const NUV_JPEGDecoder& decoder = internal().decoder();
-    const bool fits = decoder.components() == header_.channels() &&
-                      decoder.sample_bytes() * 8 == header_.bits();
+    const bool fits =
+        decoder.components() == header_.channels() && decoder.sample_bytes() * 8 == header_.bits();
     if (!fits) // a header that does not tell of this stream
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.encode_type(NUV_EncodeType::raw);

@@ -16,7 +16,8 @@ constexpr std::size_t round_up(std::size_t bytes) noexcept
     return (bytes + alignment - 1) / alignment * alignment;
 }
 
-void repeat(const std::uint8_t* in, std::uint8_t* out, std::size_t count, std::size_t times) noexcept
+void repeat(const std::uint8_t* in, std::uint8_t* out, std::size_t count,
+            std::size_t times) noexcept
 {
     for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t k = 0; k < times; ++k)

@@ -45,13 +45,13 @@ public:
 private:
     struct Rows {
         std::uint8_t* samples = nullptr;
-        std::size_t stride = 0;     // bytes
-        std::size_t side = 0;       // of a block
+        std::size_t stride = 0;       // bytes
+        std::size_t side = 0;         // of a block
         std::uint8_t* wide = nullptr; // a line at the width of the picture, where it needs one
     };
 
-    [[nodiscard]] const std::uint8_t* wide_line(std::size_t component, std::size_t line) const
-        noexcept;
+    [[nodiscard]] const std::uint8_t* wide_line(std::size_t component,
+                                                std::size_t line) const noexcept;
     [[nodiscard]] std::uint8_t* place(const Rows& rows, std::size_t across,
                                       std::size_t down) const noexcept
     {

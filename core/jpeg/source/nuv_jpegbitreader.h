@@ -109,10 +109,13 @@ private:
                 return;
             }
         }
-        refill_by_bytes();
+        // A copy, so that the reader itself can stay in registers.
+        NUV_JPEGBitReader copy = *this;
+        copy.refill_by_bytes();
+        *this = copy;
     }
 
-    void refill_by_bytes() noexcept
+    [[gnu::noinline]] void refill_by_bytes() noexcept
     {
         while (bits_ <= 56 && next_ != end_) {
             std::uint64_t byte = *next_;

@@ -11,6 +11,7 @@ using NUV_JPEGCode = std::int32_t;
 inline constexpr NUV_JPEGCode jpeg_code_good = 1;
 inline constexpr NUV_JPEGCode jpeg_code_damaged_lines = 3;    // the picture goes on
 inline constexpr NUV_JPEGCode jpeg_code_segment_trouble = 14; // the picture is kept
+inline constexpr NUV_JPEGCode jpeg_code_registered = 100; // a warning with a detail of its own
 inline constexpr NUV_JPEGCode jpeg_code_no_memory = -1;
 inline constexpr NUV_JPEGCode jpeg_code_bad_parameter = -2;
 inline constexpr NUV_JPEGCode jpeg_code_read_failed = -3;

@@ -32,7 +32,8 @@ struct NUV_JPEGCoefficient {
 };
 
 // The value behind a symbol that is read already. A run out of the block is found before.
-[[nodiscard]] inline NUV_JPEGResult read_value(NUV_JPEGBitReader& reader, NUV_JPEGCoefficient& out) noexcept
+[[nodiscard]] inline NUV_JPEGResult read_value(NUV_JPEGBitReader& reader,
+                                               NUV_JPEGCoefficient& out) noexcept
 {
     const std::uint32_t count = out.symbol & 15U;
     if (count == 0)
@@ -46,7 +47,8 @@ struct NUV_JPEGCoefficient {
 // Reads one symbol and its value for coefficient `k`, which is moved to the value's place.
 template <class Table>
 [[nodiscard]] inline NUV_JPEGResult read_coefficient(NUV_JPEGBitReader& reader, const Table& table,
-                                                     std::uint32_t& k, NUV_JPEGCoefficient& out) noexcept
+                                                     std::uint32_t& k,
+                                                     NUV_JPEGCoefficient& out) noexcept
 {
     const auto run_ends_in_block = [&] {
         k += out.symbol >> 4;

@@ -54,9 +54,9 @@ NUV_JPEGCode NUV_JPEGDecoder::read_tables() noexcept
 NUV_JPEGCode NUV_JPEGDecoder::check_frame() const noexcept
 {
     const NUV_JPEGFrame& frame = header_.frame();
-    const bool is_lossy = (frame.start_marker == jpeg_marker_sof0 ||
-                           frame.start_marker == jpeg_marker_sof2) &&
-                          frame.precision == 8;
+    const bool is_lossy =
+        (frame.start_marker == jpeg_marker_sof0 || frame.start_marker == jpeg_marker_sof2) &&
+        frame.precision == 8;
     const bool is_lossless = frame.start_marker == jpeg_marker_sof3;
     if ((!is_lossy && !is_lossless) || frame.components == 2 || frame.width == 0 ||
         frame.height == 0)

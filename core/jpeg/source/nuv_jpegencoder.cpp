@@ -345,8 +345,11 @@ NUV_JPEGCode NUV_JPEGEncoder::write_header() noexcept
     const std::size_t height_offset = writer.put_frame(frame_);
     writer.put_scan(frame_, 0, jpeg_block_size - 1, 0);
 
-    height_position_ = output_.position(output_.storage) + static_cast<std::int32_t>(height_offset);
-    return write(std::span(header).first(writer.position()));
+    const std::int32_t begin = output_.position(output_.storage);
+    code = write(std::span(header).first(writer.position()));
+    if (code == jpeg_code_good) // else the sum may lie beyond the last position
+        height_position_ = begin + static_cast<std::int32_t>(height_offset);
+    return code;
 }
 
 std::uint8_t* NUV_JPEGEncoder::next_line() noexcept

@@ -55,8 +55,8 @@ NUV_JPEGGeometry NUV_JPEGGeometry::of(const NUV_JPEGFrame& frame, std::uint32_t 
         // A component with fewer samples gets along with less reduction.
         const bool is_subsampled = plane.horizontal < most_across || plane.vertical < most_down;
         plane.side = is_subsampled ? std::min(2 * reduced_side, block_side) : reduced_side;
-        settle_ratio(plane.horizontal * plane.side, most_across * reduced_side,
-                     plane.repeat_across, plane.step_across);
+        settle_ratio(plane.horizontal * plane.side, most_across * reduced_side, plane.repeat_across,
+                     plane.step_across);
         settle_ratio(plane.vertical * plane.side, most_down * reduced_side, plane.repeat_down,
                      plane.step_down);
     }

@@ -281,9 +281,9 @@ NUV_JPEGCode NUV_JPEGHeader::check_band(const NUV_JPEGScanHeader& scan) const no
     constexpr std::uint8_t lowest_plane = 13;
     bool valid = true;
     if (frame_.start_marker == jpeg_marker_sof2) {
-        const bool band = scan.first == 0 ? scan.last == 0
-                                          : scan.first <= scan.last && scan.last <= 63 &&
-                                                scan.components == 1;
+        const bool band = scan.first == 0
+                              ? scan.last == 0
+                              : scan.first <= scan.last && scan.last <= 63 && scan.components == 1;
         valid = band && scan.low <= lowest_plane && (scan.high == 0 || scan.high == scan.low + 1);
     } else if (frame_.start_marker == jpeg_marker_sof3) {
         valid = scan.first >= 1 && scan.first <= 7 && scan.high == 0 && scan.low < frame_.precision;
@@ -402,8 +402,7 @@ NUV_JPEGCode NUV_JPEGHeader::find_line_count(NUV_JPEGInput& input) noexcept
         if (code != jpeg_code_good)
             return code;
     } while (is_restart_marker(marker));
-    if (marker != jpeg_marker_dnl || read_line_count(input) != jpeg_code_good ||
-        frame_.height == 0)
+    if (marker != jpeg_marker_dnl || read_line_count(input) != jpeg_code_good || frame_.height == 0)
         return jpeg_code_bad_segment;
     return input.seek(start_of_scan);
 }

@@ -71,7 +71,9 @@ NUV_JPEGCode NUV_JPEGInput::want_more() noexcept
 // T.81, B.1.1.2: any number of 0xFF may stand before a marker.
 void NUV_JPEGInput::drop_fill_bytes() noexcept
 {
-    constexpr auto both_fill = [](std::uint8_t a, std::uint8_t b) { return a == 0xFF && b == 0xFF; };
+    constexpr auto both_fill = [](std::uint8_t a, std::uint8_t b) {
+        return a == 0xFF && b == 0xFF;
+    };
     std::uint8_t* const begin = buffer_.data() + position_;
     std::uint8_t* const end = std::unique(begin, buffer_.data() + size_, both_fill);
     size_ = static_cast<std::int32_t>(end - buffer_.data());

@@ -38,8 +38,8 @@ constexpr std::uint32_t piece_columns = 64;
 
 // Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
 template <class T>
-void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift,
-             std::size_t channels, std::size_t place, std::uint8_t* out) noexcept
+void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift, std::size_t channels,
+             std::size_t place, std::uint8_t* out) noexcept
 {
     for (std::size_t x = 0; x < width; ++x) {
         const auto sample = static_cast<T>(row[x] << shift);
@@ -78,8 +78,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
         return begin_scan();
 
     const std::uint64_t samples = std::uint64_t{width} * frame.height * frame.components;
-    const std::uint64_t line_bytes = std::uint64_t{width} * frame.components *
-                                     (frame.precision > 8 ? 2 : 1);
+    const std::uint64_t line_bytes =
+        std::uint64_t{width} * frame.components * (frame.precision > 8 ? 2 : 1);
     code = check_stored_size(line_bytes, frame.height, 2 * samples, samples, input.remaining());
     if (code != jpeg_code_good)
         return code;
@@ -222,24 +222,22 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
     const std::uint32_t width = header_->frame().width;
     std::uint32_t done = 0;
     const std::uint32_t pieces = (width + piece_columns - 1) / piece_columns;
-    const NUV_JPEGCode code =
-        decode_run(*scan_, pieces, most_bytes_of_piece, done,
-                   [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-                       const std::uint32_t end = std::min(column + piece_columns, width);
-                       const NUV_JPEGResult result = decode_columns(bits, column, end);
-                       if (result != jpeg_good)
-                           return result;
-                       column = end;
-                       ++i;
-                       return jpeg_good;
-                   });
+    const NUV_JPEGCode code = decode_run(
+        *scan_, pieces, most_bytes_of_piece, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+            const std::uint32_t end = std::min(column + piece_columns, width);
+            const NUV_JPEGResult result = decode_columns(bits, column, end);
+            if (result != jpeg_good)
+                return result;
+            column = end;
+            ++i;
+            return jpeg_good;
+        });
     if (code == jpeg_code_scan_ended)
         scan_->data_ended(0);
     return code;
 }
 
-NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits,
-                                                       std::uint32_t first,
+NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
                                                        std::uint32_t end) noexcept
 {
     const std::size_t components = scan_header_.components;
@@ -253,8 +251,8 @@ NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits,
     }
     for (std::uint32_t x = first; x < end; ++x) {
         for (std::size_t i = 0; i < components; ++i) {
-            const NUV_JPEGResult result = read_difference(
-                bits, tables_.dc(scan_header_.component[i].dc_table), rows_[i][x]);
+            const NUV_JPEGResult result =
+                read_difference(bits, tables_.dc(scan_header_.component[i].dc_table), rows_[i][x]);
             if (result != jpeg_good)
                 return result;
         }

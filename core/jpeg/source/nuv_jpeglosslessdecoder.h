@@ -46,7 +46,7 @@ private:
     std::size_t delivered_ = 0;
     std::uint32_t line_ = 0;
     bool is_streamed_ = true;
-    bool is_damaged_ = false; // of several scans, any
+    bool is_damaged_ = false;         // of several scans, any
     std::uint32_t interval_seen_ = 0; // that the last row belonged to
     NUV_JPEGScanHeader scan_header_;
     NUV_JPEGScanTables tables_;

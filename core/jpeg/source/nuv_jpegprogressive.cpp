@@ -27,29 +27,55 @@ namespace {
     return jpeg_good;
 }
 
-// One more bit for each coefficient of the band that is not 0, from `k` on, passing `zeros` of
-// those that are. `k` stops at the next 0, or behind the band.
-[[nodiscard]] NUV_JPEGResult refine_until(NUV_JPEGBitReader& bits, std::int16_t* block,
-                                          std::uint32_t& k, std::uint32_t last,
-                                          std::uint32_t zeros, std::uint32_t low) noexcept
+// The coefficients of a band that are not 0.
+[[nodiscard]] std::uint32_t count_coefficients(const std::int16_t* block, std::uint32_t first,
+                                               std::uint32_t last) noexcept
 {
-    for (; k <= last; ++k) {
-        std::int16_t& coefficient = block[jpeg_zigzag[k]];
-        if (coefficient == 0) {
-            if (zeros == 0)
-                return jpeg_good;
-            --zeros;
-            continue;
-        }
-        if (!bits.holds(1))
-            return bits.shortage();
-        const auto plane = static_cast<std::int32_t>(1U << low);
-        const std::int32_t magnitude = coefficient < 0 ? -coefficient : coefficient;
-        if (bits.take(1) != 0 && (magnitude & plane) == 0)
-            coefficient = saturate_to_16_bits(coefficient + (coefficient < 0 ? -plane : plane));
+    std::int16_t count = 0;
+    if (first == 1 && last == jpeg_last_coefficient) {
+        for (std::size_t i = 0; i < jpeg_block_size; ++i)
+            count = static_cast<std::int16_t>(count + (block[i] != 0 ? 1 : 0));
+        return static_cast<std::uint32_t>(count - (block[0] != 0 ? 1 : 0));
     }
-    return jpeg_good;
+    for (std::uint32_t k = first; k <= last; ++k)
+        count = static_cast<std::int16_t>(count + (block[jpeg_zigzag[k]] != 0 ? 1 : 0));
+    return static_cast<std::uint32_t>(count);
 }
+
+// The walk over a block that is refined.
+struct Refinement {
+    std::int16_t* block;
+    std::uint32_t k;     // where it stands
+    std::uint32_t last;  // of the band
+    std::uint32_t ahead; // coefficients that are not 0, from k on
+    std::int32_t plane;  // the bit that is refined
+
+    // One more bit for each coefficient that is not 0, passing `zeros` of those that are. Stops at
+    // the next 0, or behind the band.
+    [[nodiscard]] NUV_JPEGResult pass(NUV_JPEGBitReader& bits, std::uint32_t zeros) noexcept
+    {
+        for (; k <= last; ++k) {
+            if (ahead == 0) {
+                k = std::min(k + zeros, last + 1);
+                return jpeg_good;
+            }
+            std::int16_t& coefficient = block[jpeg_zigzag[k]];
+            if (coefficient == 0) {
+                if (zeros == 0)
+                    return jpeg_good;
+                --zeros;
+                continue;
+            }
+            --ahead;
+            if (!bits.holds(1))
+                return bits.shortage();
+            const std::int32_t magnitude = coefficient < 0 ? -coefficient : coefficient;
+            if (bits.take(1) != 0 && (magnitude & plane) == 0)
+                coefficient = saturate_to_16_bits(coefficient + (coefficient < 0 ? -plane : plane));
+        }
+        return jpeg_good;
+    }
+};
 
 } // namespace
 
@@ -113,8 +139,12 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
         return result;
     };
 
-    std::uint32_t k = scan.first;
-    while (run == 0 && k <= scan.last) {
+    Refinement walk = {.block = block,
+                       .k = scan.first,
+                       .last = scan.last,
+                       .ahead = count_coefficients(block, scan.first, scan.last),
+                       .plane = std::int32_t{1} << scan.low};
+    while (run == 0 && walk.k <= walk.last) {
         NUV_JPEGCoefficient coefficient;
         std::uint32_t unused = 0;
         NUV_JPEGResult result = read_coefficient(bits, table, unused, coefficient);
@@ -129,20 +159,20 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
                 return give_up(result);
             break;
         }
-        result = refine_until(bits, block, k, scan.last, zeros, scan.low);
+        result = walk.pass(bits, zeros);
         if (result != jpeg_good)
             return give_up(result);
         if (coefficient.value != 0) {
-            if (k > scan.last)
+            if (walk.k > walk.last)
                 return give_up(jpeg_run_past_block);
-            block[jpeg_zigzag[k]] = at_plane(coefficient.value, scan.low);
+            block[jpeg_zigzag[walk.k]] = at_plane(coefficient.value, scan.low);
         }
-        ++k;
+        ++walk.k;
     }
     if (run == 0)
         return jpeg_good;
     constexpr std::uint32_t all = jpeg_block_size;
-    const NUV_JPEGResult result = refine_until(bits, block, k, scan.last, all, scan.low);
+    const NUV_JPEGResult result = walk.pass(bits, all);
     if (result != jpeg_good)
         return give_up(result);
     --run;

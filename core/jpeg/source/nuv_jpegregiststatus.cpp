@@ -25,6 +25,8 @@ NUV_StatusCode jpeg_status_of(NUV_JPEGCode code) noexcept
         return NUV_WARN_BROKEN_DATA;
     case jpeg_code_segment_trouble:
         return NUV_WARN_UNSUPPORTED;
+    case jpeg_code_registered:
+        return NUV_WARN_INVALID_DATA | 0x10;
     default:
         return NUV_ERROR;
     }

@@ -17,9 +17,8 @@ NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
         if (built[place])
             return true;
         built[place] = true;
-        return table.defined &&
-               huffman_decode_wide_init(table.counts.data(), table.symbols.data(),
-                                        &memory_[place]) == jpeg_good;
+        return table.defined && huffman_decode_wide_init(table.counts.data(), table.symbols.data(),
+                                                         &memory_[place]) == jpeg_good;
     };
     for (std::size_t i = 0; i < scan.components; ++i) {
         const NUV_JPEGScanHeader::Component& component = scan.component[i];

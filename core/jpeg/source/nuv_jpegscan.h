@@ -71,7 +71,8 @@ inline constexpr std::int32_t jpeg_most_bytes_of_block = 512;
 // tell the scan. jpeg_code_read_failed for data that means nothing.
 template <class Unit>
 [[nodiscard]] NUV_JPEGCode decode_run(NUV_JPEGScanReader& scan, std::uint32_t units,
-                                      std::int32_t margin, std::uint32_t& done, Unit&& unit) noexcept
+                                      std::int32_t margin, std::uint32_t& done,
+                                      Unit&& unit) noexcept
 {
     NUV_JPEGInput& input = scan.input();
     done = 0;
@@ -82,8 +83,7 @@ template <class Unit>
         NUV_JPEGResult result = jpeg_good;
         NUV_JPEGBitReader bits(input.data(), input.size(), input.position(), &scan.marker(),
                                scan.state());
-        while (done < units &&
-               (bits.unread() >= margin || input.at_end() || scan.marker() != 0)) {
+        while (done < units && (bits.unread() >= margin || input.at_end() || scan.marker() != 0)) {
             const NUV_JPEGBitReader bits_before = bits;
             const auto dc_before = scan.previous_dc();
             const std::uint32_t run_before = scan.end_of_band_run();

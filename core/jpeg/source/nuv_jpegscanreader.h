@@ -77,7 +77,7 @@ private:
     Mode mode_ = Mode::ended;
     Restarts restarts_ = Restarts::marked;
     bool is_damaged_ = false;
-    std::uint8_t expected_ = 0;  // number of the next restart marker
+    std::uint8_t expected_ = 0; // number of the next restart marker
     std::uint32_t intervals_ = 0;
     std::uint64_t interval_ = 0; // units; 0 for no restarts
     std::uint64_t left_ = 0;     // units of the interval, or of the blank ones, that are to come

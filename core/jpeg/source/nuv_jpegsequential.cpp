@@ -70,15 +70,15 @@ NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocato
 
 NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
 {
-    for (std::size_t i = 0; i < slot_count_; ++i) {
+    NUV_JPEGBitReader local = bits; // in registers
+    NUV_JPEGResult result = jpeg_good;
+    for (std::size_t i = 0; i < slot_count_ && result == jpeg_good; ++i) {
         Slot& slot = slots_[i];
-        const NUV_JPEGResult result =
-            decode_coefficients(bits, slot.block, *slot.previous_dc, *slot.dc_table,
-                                *slot.ac_table, slot.reached);
-        if (result != jpeg_good)
-            return result;
+        result = decode_coefficients(local, slot.block, *slot.previous_dc, *slot.dc_table,
+                                     *slot.ac_table, slot.reached);
     }
-    return jpeg_good;
+    bits = local;
+    return result;
 }
 
 NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept

@@ -23,8 +23,10 @@ NUV_JPEGSource jpeg_source_of(NUV_InputStorage* storage) noexcept
             [](void* from, std::uint8_t* into, std::int32_t count) {
                 return static_cast<NUV_InputStorage*>(from)->read(into, count);
             },
-        .to = [](void* from,
-                 std::int32_t position) { return static_cast<NUV_InputStorage*>(from)->to(position); },
+        .to =
+            [](void* from, std::int32_t position) {
+                return static_cast<NUV_InputStorage*>(from)->to(position);
+            },
         .position = [](void* from) { return static_cast<NUV_InputStorage*>(from)->position(); },
         .size = [](void* from) { return static_cast<NUV_InputStorage*>(from)->size(); },
     };

@@ -33,8 +33,8 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
         blocks += std::uint64_t{plane.blocks_across} * plane.blocks_down;
     }
     const std::uint64_t line_bytes = std::uint64_t{geometry.width} * geometry.components;
-    const NUV_JPEGCode code = check_stored_size(line_bytes, geometry.height, blocks * block_bytes,
-                                                blocks, stream_bytes);
+    const NUV_JPEGCode code =
+        check_stored_size(line_bytes, geometry.height, blocks * block_bytes, blocks, stream_bytes);
     if (code != jpeg_code_good)
         return code;
     if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2))

@@ -167,37 +167,33 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
                                                std::uint32_t& done) noexcept
 {
     constexpr std::int32_t most_blocks = 10; // T.81, B.2.3, and all that is worth reading ahead
-    const auto margin = static_cast<std::int32_t>(
-        scan.header.components == 1 ? jpeg_most_bytes_of_block
-                                    : most_blocks * jpeg_most_bytes_of_block);
+    const auto margin = static_cast<std::int32_t>(scan.header.components == 1
+                                                      ? jpeg_most_bytes_of_block
+                                                      : most_blocks * jpeg_most_bytes_of_block);
 
     if (scan.header.components > 1) {
-        return decode_run(*scan_, units, margin, done,
-                          [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-                              const NUV_JPEGResult result =
-                                  decode_mcu(bits, scan.header, first + i, row);
-                              i += result == jpeg_good ? 1 : 0;
-                              return result;
-                          });
+        return decode_run(
+            *scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                const NUV_JPEGResult result = decode_mcu(bits, scan.header, first + i, row);
+                i += result == jpeg_good ? 1 : 0;
+                return result;
+            });
     }
     const NUV_JPEGScanHeader::Component& component = scan.header.component[0];
     std::int16_t* const blocks = store_.block(component.index, first, row);
-    const bool skips_runs =
-        is_progressive() && scan.header.first > 0 && scan.header.high == 0;
-    return decode_run(*scan_, units, margin, done,
-                      [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-                          if (skips_runs && scan_->end_of_band_run() > 0) {
-                              const std::uint32_t empty =
-                                  std::min(scan_->end_of_band_run(), units - i);
-                              scan_->end_of_band_run() -= empty;
-                              i += empty;
-                              return jpeg_good;
-                          }
-                          const NUV_JPEGResult result = decode_block(
-                              bits, scan.header, component, blocks + i * jpeg_block_size);
-                          i += result == jpeg_good ? 1 : 0;
-                          return result;
-                      });
+    const bool skips_runs = is_progressive() && scan.header.first > 0 && scan.header.high == 0;
+    return decode_run(*scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+        if (skips_runs && scan_->end_of_band_run() > 0) {
+            const std::uint32_t empty = std::min(scan_->end_of_band_run(), units - i);
+            scan_->end_of_band_run() -= empty;
+            i += empty;
+            return jpeg_good;
+        }
+        const NUV_JPEGResult result =
+            decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
+        i += result == jpeg_good ? 1 : 0;
+        return result;
+    });
 }
 
 NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,

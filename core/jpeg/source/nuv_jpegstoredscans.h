@@ -41,12 +41,12 @@ private:
     [[nodiscard]] NUV_JPEGCode decode_units(const Scan& scan, std::uint32_t row,
                                             std::uint32_t first, std::uint32_t units,
                                             std::uint32_t& done) noexcept;
-    [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits,
-                                            const NUV_JPEGScanHeader& scan, std::uint32_t x,
-                                            std::uint32_t y) noexcept;
-    [[nodiscard]] NUV_JPEGResult
-        decode_block(NUV_JPEGBitReader& bits, const NUV_JPEGScanHeader& scan,
-                     const NUV_JPEGScanHeader::Component& component, std::int16_t* block) noexcept;
+    [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits, const NUV_JPEGScanHeader& scan,
+                                            std::uint32_t x, std::uint32_t y) noexcept;
+    [[nodiscard]] NUV_JPEGResult decode_block(NUV_JPEGBitReader& bits,
+                                              const NUV_JPEGScanHeader& scan,
+                                              const NUV_JPEGScanHeader::Component& component,
+                                              std::int16_t* block) noexcept;
     [[nodiscard]] bool is_progressive() const noexcept;
 
     NUV_JPEGHeader* header_ = nullptr;

@@ -1,5 +1,4 @@
 #include "core/lut/nuv_lut.h"
-
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"

@@ -44,8 +44,7 @@ inline __m256i look_up(__m256i samples, const Pieces& table)
     __m256i found_high = _mm256_setzero_si256();
     for (int k = 0; k < half; ++k) {
         found = _mm256_xor_si256(found, _mm256_shuffle_epi8(table.of[k], low));
-        found_high =
-            _mm256_xor_si256(found_high, _mm256_shuffle_epi8(table.of[k + half], high));
+        found_high = _mm256_xor_si256(found_high, _mm256_shuffle_epi8(table.of[k + half], high));
         low = _mm256_subs_epi8(low, sixteen); // saturating: what is negative stays negative
         high = _mm256_subs_epi8(high, sixteen);
     }

@@ -27,9 +27,9 @@ bool NUV_DstEngineInputStorage::initiate(NUV_Engine* engine)
     if (!writer || !manager().depend(this, writer))
         return false;
     writer_ = writer;
-    finished_ = false;
     input_ = output_->create_input_storage();
-    return input_ != nullptr;
+    finished_ = input_ == nullptr;
+    return !finished_;
 }
 
 bool NUV_DstEngineInputStorage::close()

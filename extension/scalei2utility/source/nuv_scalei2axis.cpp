@@ -28,7 +28,7 @@ Weight as_weight(double weight) noexcept
     } else {
         constexpr double most = std::numeric_limits<Weight>::max();
         constexpr double least = std::numeric_limits<Weight>::min();
-        const double units = weight * (1 << NUV_ScaleI2Fixed::weight_bits);
+        const double units = weight * (1 << NUV_ScaleI2FixedArithmetic::weight_bits);
         if (units >= most)
             return std::numeric_limits<Weight>::max();
         if (units > least)

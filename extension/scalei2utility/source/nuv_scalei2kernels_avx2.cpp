@@ -7,7 +7,7 @@
 namespace nuv {
 namespace {
 
-using Table = NUV_ScaleI2RowTable<NUV_ScaleI2Fixed>;
+using Table = NUV_ScaleI2RowTable<NUV_ScaleI2FixedArithmetic>;
 
 constexpr std::size_t stride = NUV_ScaleI2Axis<std::int16_t>::stride;
 
@@ -178,7 +178,7 @@ void filter_row_avx2(const std::uint8_t* line, const Table& table, std::int16_t*
         k = filter_grays(line, table, out, k, end);
     else
         k = filter_colours<Taps, Channels>(line, table, out, k, end);
-    filter_row_body<NUV_ScaleI2Fixed, Taps, Channels>(line, table, out, k, end);
+    filter_row_body<NUV_ScaleI2FixedArithmetic, Taps, Channels>(line, table, out, k, end);
 }
 
 template <int Taps>
@@ -202,8 +202,8 @@ void combine_middles_avx2(const std::int16_t* const* lines, const std::int16_t* 
     }
     for (const std::int16_t*& line : in)
         line += x;
-    combine_middles_body<NUV_ScaleI2Fixed, std::int32_t, Taps>(in, weights, out + x, samples - x,
-                                                               maximum);
+    combine_middles_body<NUV_ScaleI2FixedArithmetic, std::int32_t, Taps>(in, weights, out + x,
+                                                                         samples - x, maximum);
 }
 
 template <int Taps>
@@ -211,7 +211,8 @@ NUV_TARGET("avx2")
 void combine_middles_avx2(const double* const* lines, const double* weights, std::uint16_t* out,
                           std::size_t samples, std::uint16_t maximum)
 {
-    combine_middles_body<NUV_ScaleI2Float, double, Taps>(lines, weights, out, samples, maximum);
+    combine_middles_body<NUV_ScaleI2FloatArithmetic, double, Taps>(lines, weights, out, samples,
+                                                                   maximum);
 }
 
 #    define NUV_ROW_FORM(taps, channels)                                                           \

@@ -70,7 +70,7 @@ NUV_Engine* NUV_ScaleI2VAR::scale_fixed(NUV_Engine* previous, std::uint32_t widt
     const double ratio_x = static_cast<double>(width) / source.width();
     const double ratio_y = static_cast<double>(height) / source.height();
     const bool keeps_lines = is_same_ratio(ratio_y, 1) && !limits_bits(source, bits);
-    constexpr std::int32_t shift = NUV_ScaleI2Fixed::middle_bits;
+    constexpr std::int32_t shift = NUV_ScaleI2FixedArithmetic::middle_bits;
 
     NUV_Engine* middle = nullptr;
     if (is_same_ratio(ratio_x, 1)) {

@@ -29,8 +29,8 @@ protected:
 private:
     [[nodiscard]] static bool is_middle(const NUV_Header& header) noexcept
     {
-        const auto* type =
-            std::is_same_v<A, NUV_ScaleI2Fixed> ? NUV_DataType::s_integer : NUV_DataType::floating;
+        const auto* type = std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? NUV_DataType::s_integer
+                                                                         : NUV_DataType::floating;
         return header.is_raw() && header.palette().is_empty() && header.data_type() == type &&
                header.bits() == 8 * sizeof(typename A::Middle);
     }
@@ -42,7 +42,7 @@ bool NUV_ScaleI2VARHeightEngine<A>::initiate(const NUV_Header* header, NUV_SrcBu
                                              std::uint16_t bits, const NUV_CubicSplineTable& table,
                                              std::uint32_t taps, const char* member)
 {
-    constexpr auto method = std::is_same_v<A, NUV_ScaleI2Fixed>
+    constexpr auto method = std::is_same_v<A, NUV_ScaleI2FixedArithmetic>
                                 ? "NUV_ScaleI2VARHeightEngine::initiate()"
                                 : "NUV_ScaleI2VARHeightFloatEngine::initiate()";
 
@@ -86,7 +86,8 @@ public:
                                         "NUV_ScaleI2VARHeightFloat7MaskEngine::initiate()",
                                         "NUV_ScaleI2VARHeightFloat8MaskEngine::initiate()"};
         constexpr const char* method =
-            (std::is_same_v<A, NUV_ScaleI2Fixed> ? fixed : real)[Taps - scale_i2_least_taps];
+            (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed
+                                                           : real)[Taps - scale_i2_least_taps];
 
         if (!compatible_version(NUV_EXTENSION_VERSION))
             return fail(this->manager(), NUV_ERR_VERSION, method);
@@ -134,8 +135,8 @@ NUV_Engine* NUV_ScaleI2VARHeightFixedReal::engine(NUV_Engine* previous, std::uin
     if (!table || !has_scale_i2_mask(taps))
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     return visit_taps(taps, [&]<int Taps>() {
-        return append_new<NUV_ScaleI2VARHeightMaskEngine<NUV_ScaleI2Fixed, Taps>>(*previous, height,
-                                                                                  bits, table);
+        return append_new<NUV_ScaleI2VARHeightMaskEngine<NUV_ScaleI2FixedArithmetic, Taps>>(
+            *previous, height, bits, table);
     });
 }
 
@@ -150,8 +151,8 @@ NUV_Engine* NUV_ScaleI2VARHeightFloat::engine(NUV_Engine* previous, std::uint32_
     if (!table || !has_scale_i2_mask(taps))
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     return visit_taps(taps, [&]<int Taps>() {
-        return append_new<NUV_ScaleI2VARHeightMaskEngine<NUV_ScaleI2Float, Taps>>(*previous, height,
-                                                                                  bits, table);
+        return append_new<NUV_ScaleI2VARHeightMaskEngine<NUV_ScaleI2FloatArithmetic, Taps>>(
+            *previous, height, bits, table);
     });
 }
 

@@ -50,8 +50,8 @@ bool NUV_ScaleI2VARWidthEngine<A>::initiate(const NUV_Header* header, NUV_SrcBuf
         return fail(manager(), NUV_ERR_ARGUMENT, member);
 
     header_.width(width);
-    header_.data_type(std::is_same_v<A, NUV_ScaleI2Fixed> ? NUV_DataType::s_integer
-                                                          : NUV_DataType::floating);
+    header_.data_type(std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? NUV_DataType::s_integer
+                                                                    : NUV_DataType::floating);
     header_.bits(8 * sizeof(typename A::Middle));
     const auto line_bytes = header_.checked_line_bytes();
     if (!line_bytes)
@@ -81,7 +81,8 @@ public:
                                         "NUV_ScaleI2VARWidthFloat7MaskEngine::initiate()",
                                         "NUV_ScaleI2VARWidthFloat8MaskEngine::initiate()"};
         constexpr const char* method =
-            (std::is_same_v<A, NUV_ScaleI2Fixed> ? fixed : real)[Taps - scale_i2_least_taps];
+            (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed
+                                                           : real)[Taps - scale_i2_least_taps];
 
         if (!compatible_version(NUV_EXTENSION_VERSION))
             return fail(this->manager(), NUV_ERR_VERSION, method);
@@ -103,8 +104,8 @@ NUV_Engine* NUV_ScaleI2VARWidthFixedReal::engine(NUV_Engine* previous, std::uint
     if (!table || !has_scale_i2_mask(taps))
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     return visit_taps(taps, [&]<int Taps>() {
-        return append_new<NUV_ScaleI2VARWidthMaskEngine<NUV_ScaleI2Fixed, Taps>>(*previous, width,
-                                                                                 table);
+        return append_new<NUV_ScaleI2VARWidthMaskEngine<NUV_ScaleI2FixedArithmetic, Taps>>(
+            *previous, width, table);
     });
 }
 
@@ -118,8 +119,8 @@ NUV_Engine* NUV_ScaleI2VARWidthFloat::engine(NUV_Engine* previous, std::uint32_t
     if (!table || !has_scale_i2_mask(taps))
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     return visit_taps(taps, [&]<int Taps>() {
-        return append_new<NUV_ScaleI2VARWidthMaskEngine<NUV_ScaleI2Float, Taps>>(*previous, width,
-                                                                                 table);
+        return append_new<NUV_ScaleI2VARWidthMaskEngine<NUV_ScaleI2FloatArithmetic, Taps>>(
+            *previous, width, table);
     });
 }
 

@@ -163,7 +163,7 @@ std::int32_t NUV_OutputStorageBuffer::move(std::int32_t bytes)
         return target - before;
     }
     if (!flush())
-        return 0;
+        return position_ - before;
     inner_->move(target - position_);
     stand_at(inner_->position());
     return position_ - before;

@@ -80,6 +80,8 @@ std::int32_t NUV_ByteArrayOutputStorage::fill(std::int32_t bytes)
 
 NUV_InputStorage* NUV_ByteArrayOutputStorage::create_input_storage()
 {
+    if (is_closed())
+        return nullptr;
     const std::uint8_t* data = data_;
     return make_initiated<NUV_ByteArrayInputStorage>(manager(), data, capacity_).release();
 }

@@ -44,15 +44,18 @@ bool NUV_MovableInputStreamBound::set_remain(std::int32_t start, std::int32_t en
         return fail(manager(), NUV_ERR_IO, method);
     const std::int32_t here = inner_->position();
     const std::int32_t old_start = start_;
+    const std::int32_t old_end = end_;
+    const std::int32_t old_remain = remain_;
+    const std::int32_t next = here >= start && here <= end ? here : end;
     start_ = start;
-    if (!inner_->to(start) || inner_->position() != start || !set_bound(end - start)) {
+    if (!inner_->to(start) || inner_->position() != start || !set_bound(end - start) ||
+        !inner_->to(next)) {
         start_ = old_start;
+        end_ = old_end;
+        remain_ = old_remain;
         static_cast<void>(inner_->to(here));
         return fail(manager(), NUV_ERR_IO, method);
     }
-    const std::int32_t next = here >= start && here <= end ? here : end;
-    if (!inner_->to(next))
-        return fail(manager(), NUV_ERR_IO, method);
     remain_ = end - next;
     return true;
 }
@@ -68,6 +71,8 @@ std::int32_t NUV_MovableInputStreamBound::move(std::int32_t bytes)
 
 bool NUV_InputStorageBound::to_begin()
 {
+    if (!inner_)
+        return false;
     const std::int32_t distance = -position();
     if (move(distance) == distance)
         return true;
@@ -76,6 +81,8 @@ bool NUV_InputStorageBound::to_begin()
 
 bool NUV_InputStorageBound::to_end()
 {
+    if (!inner_)
+        return false;
     const std::int32_t distance = remain_;
     if (move(distance) == distance)
         return true;

@@ -51,6 +51,8 @@ std::int32_t NUV_MemoryOutputStorage::fill(std::int32_t bytes)
 
 NUV_InputStorage* NUV_MemoryOutputStorage::create_input_storage()
 {
+    if (is_closed())
+        return nullptr;
     return make_initiated<NUV_MemoryInputStorage>(manager(), contents_).release();
 }
 

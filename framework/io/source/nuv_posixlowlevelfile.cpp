@@ -94,16 +94,17 @@ std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
     if (is_closed() || !into)
         return 0;
     auto* to = static_cast<std::uint8_t*>(into);
+    // A file may have grown past what can be told.
+    const std::int32_t room = std::min(bytes, last_stream_position - position_);
     std::int32_t done = 0;
-    while (done < bytes) {
-        const auto wanted = static_cast<std::size_t>(bytes - done);
+    while (done < room) {
+        const auto wanted = static_cast<std::size_t>(room - done);
         const ssize_t got = uninterrupted([&] { return ::read(descriptor_, to + done, wanted); });
         if (got < 0) {
             fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
             return done > 0 ? done : -1;
         }
-        // Nothing more, or the file has grown past what can be told.
-        if (got == 0 || got > last_stream_position - position_)
+        if (got == 0)
             break;
         done += static_cast<std::int32_t>(got);
         position_ += static_cast<std::int32_t>(got);

@@ -29,12 +29,14 @@ bool NUV_StripCombineInputStorage::enter_strip(std::size_t index)
     const std::uint32_t offset = offsets_[index];
     strip_ = index;
     read_in_strip_ = 0;
-    reached_ = false;
+    // An empty strip is stepped over, wherever it says that it is.
+    reached_ = byte_counts_[index] == 0;
     if (offset > static_cast<std::uint32_t>(last_stream_position))
-        return false;
+        return reached_;
     // Going beyond the end ends at the end, and is true.
     const auto target = static_cast<std::int32_t>(offset);
-    reached_ = inner_->to(target) && inner_->position() == target;
+    const bool found = inner_->to(target) && inner_->position() == target;
+    reached_ = reached_ || found;
     return reached_;
 }
 
@@ -89,6 +91,11 @@ bool NUV_StripCombineInputStorage::to_begin()
 {
     position_ = 0;
     return inner_ && !offsets_.empty() && enter_strip(0);
+}
+
+bool NUV_StripCombineInputStorage::is_end()
+{
+    return false;
 }
 
 bool NUV_StripCombineInputStorage::to_end()

@@ -58,8 +58,8 @@ TYPED_TEST(ColorMatrix, MultipliesAsDefined)
                     std::vector<T> wanted;
                     for (std::size_t i = 0; i < image.size(); i += columns) {
                         const auto at = image.begin() + static_cast<std::ptrdiff_t>(i);
-                        const auto pixel = model_matrix(std::vector<T>(at, at + columns), factors,
-                                                        offsets, fixed);
+                        const auto pixel =
+                            model_matrix(std::vector<T>(at, at + columns), factors, offsets, fixed);
                         wanted.insert(wanted.end(), pixel.begin(), pixel.end());
                     }
                     ASSERT_EQ(chain.run<T>(), wanted);
@@ -80,8 +80,8 @@ TYPED_TEST(ColorMatrix, LimitsTheEndsAndRoundsHalvesUp)
         ASSERT_TRUE(append(chain, 5, {1, 2, -1, 0.5, 0}, {0, 0, 0, 0, 0.499}, fixed));
         constexpr T half = top / 2;
         EXPECT_EQ(chain.run<T>(),
-                  (std::vector<T>{0, 0, 0, 0, 0, 1, 2, 0, 1, 0, top - 1, top, 0, half, 0, top, top,
-                                  0, half + 1, 0}));
+                  (std::vector<T>{0,       0,   0, 0,    0, 1,   2,   0, 1,        0,
+                                  top - 1, top, 0, half, 0, top, top, 0, half + 1, 0}));
     }
 }
 
@@ -134,7 +134,7 @@ TEST(ColorMatrixKernels, AgreeWithThePortableOne)
     if (!NUV_Cpu::current().has_avx2)
         GTEST_SKIP() << "no AVX2 here";
     constexpr std::size_t margin = 32;
-    for (const std::size_t rows : {1, 3}) {
+    for (const std::size_t rows : {std::size_t{1}, std::size_t{3}}) {
         for (std::uint64_t seed = 0; seed < 8; ++seed) {
             std::vector<std::int32_t> factors;
             for (const auto factor : random_samples<std::int16_t>(3 * rows, seed))
@@ -177,22 +177,70 @@ TEST(ColorMatrixRefusal, SaysWhyAndLeavesNothingBehind)
     const Case cases[] = {
         {"other columns", {}, 3, nine, {}, nullptr, NUV_ERR_ARGUMENT, in_creator},
         {"an empty matrix", {}, 1, {}, {}, nullptr, NUV_ERR_ARGUMENT, "NUV_Matrix::value()"},
-        {"bilevel", {.bits = 1}, 1, {2}, {}, nullptr, NUV_ERR_UNSUPPORTED,
+        {"bilevel",
+         {.bits = 1},
+         1,
+         {2},
+         {},
+         nullptr,
+         NUV_ERR_UNSUPPORTED,
          "NUV_ColorMatrix8xNbits::engine()"},
-        {"signed", {.channels = 3, .data_type = NUV_DataType::s_integer}, 3, nine, {}, nullptr,
-         NUV_ERR_UNSUPPORTED, "NUV_ColorMatrix3x3_8xNbits::engine()"},
+        {"signed",
+         {.channels = 3, .data_type = NUV_DataType::s_integer},
+         3,
+         nine,
+         {},
+         nullptr,
+         NUV_ERR_UNSUPPORTED,
+         "NUV_ColorMatrix3x3_8xNbits::engine()"},
         {"palette", {.palette = true}, 1, {2}, {}, nullptr, NUV_ERR_UNSUPPORTED, in_engine},
-        {"coded", {.encode_type = NUV_EncodeType::jpeg}, 1, {2}, {}, nullptr, NUV_ERR_UNSUPPORTED,
+        {"coded",
+         {.encode_type = NUV_EncodeType::jpeg},
+         1,
+         {2},
+         {},
+         nullptr,
+         NUV_ERR_UNSUPPORTED,
          "NUV_ProcessLineToLineEngine::initiate()"},
-        {"too few offsets", {.channels = 3}, 3, nine, {1, 2}, nullptr, NUV_ERR_ARGUMENT,
+        {"too few offsets",
+         {.channels = 3},
+         3,
+         nine,
+         {1, 2},
+         nullptr,
+         NUV_ERR_ARGUMENT,
          in_engine_3x3},
-        {"another colour", {.channels = 3}, 1, {1, 2, 3}, {}, NUV_ColorType::s_rgb,
-         NUV_ERR_ARGUMENT, in_engine},
-        {"a colour that no longer fits", {.channels = 3, .color_type = NUV_ColorType::s_rgb}, 1,
-         {1, 2, 3}, {}, nullptr, NUV_ERR_ARGUMENT, in_engine},
-        {"more channels than there can be", {}, 65536, Reals(65536), {}, nullptr, NUV_ERR_ARGUMENT,
+        {"another colour",
+         {.channels = 3},
+         1,
+         {1, 2, 3},
+         {},
+         NUV_ColorType::s_rgb,
+         NUV_ERR_ARGUMENT,
          in_engine},
-        {"too long a line", {.width = 0x18000000}, 3, {1, 1, 1}, {}, nullptr, NUV_ERR_UNSUPPORTED,
+        {"a colour that no longer fits",
+         {.channels = 3, .color_type = NUV_ColorType::s_rgb},
+         1,
+         {1, 2, 3},
+         {},
+         nullptr,
+         NUV_ERR_ARGUMENT,
+         in_engine},
+        {"more channels than there can be",
+         {},
+         65536,
+         Reals(65536),
+         {},
+         nullptr,
+         NUV_ERR_ARGUMENT,
+         in_engine},
+        {"too long a line",
+         {.width = 0x18000000},
+         3,
+         {1, 1, 1},
+         {},
+         nullptr,
+         NUV_ERR_UNSUPPORTED,
          in_engine},
     };
     for (const Case& c : cases) {

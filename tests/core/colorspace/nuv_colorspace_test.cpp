@@ -14,10 +14,9 @@ namespace {
 
 using Color = NUV_ColorType;
 
-const NUV_ColorType* const colors[] = {Color::gray,    Color::gray_reverse, Color::lstar,
-                                       Color::s_rgb,   Color::adobe_rgb,    Color::ycbcr,
-                                       Color::hsl,     Color::icc_lab,      Color::itu_lab,
-                                       Color::xyz,     Color::cmy,          Color::cmyk};
+const NUV_ColorType* const colors[] = {
+    Color::gray, Color::gray_reverse, Color::lstar,   Color::s_rgb, Color::adobe_rgb, Color::ycbcr,
+    Color::hsl,  Color::icc_lab,      Color::itu_lab, Color::xyz,   Color::cmy,       Color::cmyk};
 
 template <class T>
 using Pixels = std::vector<std::vector<T>>;
@@ -90,8 +89,7 @@ template <class T>
         for (const std::size_t index : corner)
             p.push_back(static_cast<double>(index) / 32);
         if (!to_cmyk && !from_cmyk) {
-            return model_samples<T>(
-                model_from_xyz(target, model_to_xyz(source, p, bits), bits));
+            return model_samples<T>(model_from_xyz(target, model_to_xyz(source, p, bits), bits));
         }
         // The two that are computed in samples.
         constexpr int top = std::numeric_limits<T>::max();
@@ -207,16 +205,16 @@ TYPED_TEST(ColorSpace, KeepsGraysAndPrimaries)
     EXPECT_EQ(convert(Color::ycbcr, Color::s_rgb, grays_of_ycbcr), grays);
 
     const Pixels<T> corners = some_pixels<T>(3, 0);
-    const auto back = convert(Color::ycbcr, Color::s_rgb,
-                              convert(Color::s_rgb, Color::ycbcr, corners));
+    const auto back =
+        convert(Color::ycbcr, Color::s_rgb, convert(Color::s_rgb, Color::ycbcr, corners));
     for (std::size_t i = 0; i < corners.size(); ++i) {
         for (std::size_t c = 0; c < 3; ++c)
             EXPECT_NEAR(back[i][c], corners[i][c], top * 0.005) << i;
     }
 
     const Pixels<T> rgb{{0, 0, 0}, {top, top, top}, {top, 0, 0}, {0, top, 0}, {0, 0, top}};
-    const Pixels<T> cmyk{{0, 0, 0, top}, {0, 0, 0, 0}, {0, top, top, 0}, {top, 0, top, 0},
-                         {top, top, 0, 0}};
+    const Pixels<T> cmyk{
+        {0, 0, 0, top}, {0, 0, 0, 0}, {0, top, top, 0}, {top, 0, top, 0}, {top, top, 0, 0}};
     EXPECT_EQ(convert(Color::s_rgb, Color::cmyk, rgb), cmyk);
     EXPECT_EQ(convert(Color::cmyk, Color::s_rgb, cmyk), rgb);
 }
@@ -239,7 +237,8 @@ TEST(ColorSpaceReference, AgreesWithPublishedColours)
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t c = 0; c < 3; ++c) {
             EXPECT_NEAR(got_xyz[i][c] / 65535.0, xyz[i][c], 2e-4);
-            const double value = got_lab[i][c] / 65535.0 * (c == 0 ? 100 : 255) - (c == 0 ? 0 : 128);
+            const double value =
+                got_lab[i][c] / 65535.0 * (c == 0 ? 100 : 255) - (c == 0 ? 0 : 128);
             EXPECT_NEAR(value, lab[i][c], 0.1);
         }
     }
@@ -259,8 +258,8 @@ TEST(ColorSpaceInterpolation, StaysNearTheFunctions)
             double sum = 0;
             double most = 0;
             for (std::size_t i = 0; i < pixels.size(); ++i) {
-                const auto wanted = model_samples<std::uint8_t>(model_from_xyz(
-                    target, model_to_xyz(source, model_parts(pixels[i]), 8), 8));
+                const auto wanted = model_samples<std::uint8_t>(
+                    model_from_xyz(target, model_to_xyz(source, model_parts(pixels[i]), 8), 8));
                 for (std::size_t c = 0; c < wanted.size(); ++c) {
                     const double error = std::abs(got[i][c] - wanted[c]);
                     sum += error;
@@ -327,12 +326,18 @@ TEST(ColorSpaceRefusal, SaysWhyAndLeavesNothingBehind)
         {"four bits", {.bits = 4, .color_type = gray}, Color::lstar, NUV_ERR_UNSUPPORTED},
         {"32 bits", {.bits = 32, .color_type = gray}, Color::lstar, NUV_ERR_UNSUPPORTED},
         {"bilevel to three", {.bits = 1, .color_type = gray}, Color::s_rgb, NUV_ERR_UNSUPPORTED},
-        {"bilevel of three", {.channels = 3, .bits = 1, .color_type = Color::s_rgb}, gray,
+        {"bilevel of three",
+         {.channels = 3, .bits = 1, .color_type = Color::s_rgb},
+         gray,
          NUV_ERR_UNSUPPORTED},
-        {"signed", {.data_type = NUV_DataType::s_integer, .color_type = gray}, Color::s_rgb,
+        {"signed",
+         {.data_type = NUV_DataType::s_integer, .color_type = gray},
+         Color::s_rgb,
          NUV_ERR_UNSUPPORTED},
-        {"runs", {.bits = 1, .encode_type = NUV_EncodeType::qd_rle, .color_type = gray},
-         Color::gray_reverse, NUV_ERR_UNSUPPORTED},
+        {"runs",
+         {.bits = 1, .encode_type = NUV_EncodeType::qd_rle, .color_type = gray},
+         Color::gray_reverse,
+         NUV_ERR_UNSUPPORTED},
         {"palette", {.palette = true}, gray, NUV_ERR_UNSUPPORTED},
     };
     for (const Case& c : cases) {
@@ -369,7 +374,9 @@ TEST(ColorSpaceRefusal, OfPointsSaysWhy)
         {{.bits = 1}, Color::hsl, NUV_ERR_UNSUPPORTED, in_creator},
         {{.channels = 3, .color_type = Color::xyz}, Color::hsl, NUV_ERR_UNSUPPORTED, in_engine},
         {{.channels = 3, .data_type = NUV_DataType::s_integer, .color_type = Color::s_rgb},
-         Color::hsl, NUV_ERR_UNSUPPORTED, in_engine},
+         Color::hsl,
+         NUV_ERR_UNSUPPORTED,
+         in_engine},
     };
     for (const Case& c : cases) {
         NUV_TestChain chain;
@@ -392,11 +399,12 @@ TEST(ColorSpaceRefusal, SurvivesEveryFailedAllocation)
         std::uint16_t bits;
     };
     // One of each mode.
-    const Case cases[] = {{Color::gray, Color::lstar, 8},         {Color::s_rgb, Color::ycbcr, 16},
-                          {Color::gray, Color::xyz, 8},           {Color::s_rgb, Color::gray_reverse, 8},
-                          {Color::gray_reverse, Color::s_rgb, 8}, {Color::gray, Color::gray_reverse, 1},
-                          {Color::s_rgb, Color::hsl, 8},          {Color::gray, Color::lstar, 1},
-                          {Color::hsl, Color::gray, 8},           {Color::gray, Color::hsl, 8}};
+    const Case cases[] = {
+        {Color::gray, Color::lstar, 8},         {Color::s_rgb, Color::ycbcr, 16},
+        {Color::gray, Color::xyz, 8},           {Color::s_rgb, Color::gray_reverse, 8},
+        {Color::gray_reverse, Color::s_rgb, 8}, {Color::gray, Color::gray_reverse, 1},
+        {Color::s_rgb, Color::hsl, 8},          {Color::gray, Color::lstar, 1},
+        {Color::hsl, Color::gray, 8},           {Color::gray, Color::hsl, 8}};
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.source->key()) + " to " + c.target->key());
         expect_clean_at_every_allocation([&](NUV_TestChain& chain) {

@@ -121,7 +121,7 @@ TEST(DLutKernels, AgreeWithThePortableOne)
     std::vector<std::uint32_t> places(257);
     for (std::uint32_t v = 0; v < 256; ++v) // whatever the fractions, they must agree
         places[v] = v / 8 << dlut_fraction_bits | (v * 2663 % 41 * 409);
-    for (const std::size_t outputs : {1, 3, 4}) {
+    for (const auto outputs : std::initializer_list<std::size_t>{1, 3, 4}) {
         const NUV_DLutGrid<std::uint8_t> grid{
             samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, outputs};
         for (std::size_t pixels = 0; pixels < 40; ++pixels) {
@@ -144,8 +144,8 @@ TEST(DLutData, RefusesSizesThatItCannotHold)
         std::uint16_t bits, inputs, outputs;
         std::uint32_t points;
     };
-    const Case cases[] = {{1, 3, 3, 33},  {32, 3, 3, 33}, {8, 0, 3, 33},     {8, 5, 3, 33},
-                          {8, 3, 0, 33},  {8, 3, 3, 1},   {8, 1, 3, 65537},  {8, 3, 3, 1500},
+    const Case cases[] = {{1, 3, 3, 33},  {32, 3, 3, 33},   {8, 0, 3, 33},    {8, 5, 3, 33},
+                          {8, 3, 0, 33},  {8, 3, 3, 1},     {8, 1, 3, 65537}, {8, 3, 3, 1500},
                           {8, 4, 1, 256}, {16, 2, 1, 65536}};
     for (const Case& c : cases) {
         NUV_TestChain chain;
@@ -172,18 +172,36 @@ TEST(DLutRefusal, SaysWhyAndLeavesNothingBehind)
     };
     const Case cases[] = {
         {"bilevel", {.bits = 1}, 8, 1, 1, none, NUV_ERR_UNSUPPORTED, in_creator},
-        {"signed", {.data_type = NUV_DataType::s_integer}, 8, 1, 1, none, NUV_ERR_UNSUPPORTED,
+        {"signed",
+         {.data_type = NUV_DataType::s_integer},
+         8,
+         1,
+         1,
+         none,
+         NUV_ERR_UNSUPPORTED,
          in_creator},
         {"palette", {.palette = true}, 8, 1, 1, none, NUV_ERR_UNSUPPORTED, in_engine},
-        {"coded", {.encode_type = NUV_EncodeType::jpeg}, 8, 1, 1, none, NUV_ERR_UNSUPPORTED,
+        {"coded",
+         {.encode_type = NUV_EncodeType::jpeg},
+         8,
+         1,
+         1,
+         none,
+         NUV_ERR_UNSUPPORTED,
          "NUV_ProcessLineToLineEngine::initiate()"},
         {"other bits", {}, 16, 1, 1, none, NUV_ERR_ARGUMENT, in_engine},
         {"other channels", {}, 8, 3, 1, none, NUV_ERR_ARGUMENT, in_engine},
         {"empty", {}, 0, 1, 1, none, NUV_ERR_ARGUMENT, in_engine},
         {"no colour", {}, 8, 1, 1, nullptr, NUV_ERR_ARGUMENT, in_engine},
         {"another colour", {}, 8, 1, 1, NUV_ColorType::s_rgb, NUV_ERR_ARGUMENT, in_engine},
-        {"too long a line", {.width = 0x18000000}, 8, 1, 3, NUV_ColorType::s_rgb,
-         NUV_ERR_UNSUPPORTED, in_engine},
+        {"too long a line",
+         {.width = 0x18000000},
+         8,
+         1,
+         3,
+         NUV_ColorType::s_rgb,
+         NUV_ERR_UNSUPPORTED,
+         in_engine},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

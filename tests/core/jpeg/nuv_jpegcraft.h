@@ -40,8 +40,8 @@ public:
     JPEGCraft& frame(std::size_t id, int precision, int width, int height,
                      const std::vector<int>& factors)
     {
-        std::vector<int> payload = {precision,    height >> 8, height & 255,
-                                    width >> 8,   width & 255, static_cast<int>(factors.size())};
+        std::vector<int> payload = {precision,  height >> 8, height & 255,
+                                    width >> 8, width & 255, static_cast<int>(factors.size())};
         for (std::size_t i = 0; i < factors.size(); ++i)
             payload.insert(payload.end(), {static_cast<int>(i) + 1, factors[i], 0});
         return segment(id, payload);
@@ -96,7 +96,8 @@ public:
     JPEGCraft& difference(std::int32_t value)
     {
         std::uint32_t category = 0;
-        for (std::uint32_t rest = static_cast<std::uint32_t>(std::abs(value)); rest != 0; rest >>= 1)
+        for (std::uint32_t rest = static_cast<std::uint32_t>(std::abs(value)); rest != 0;
+             rest >>= 1)
             ++category;
         bits(category, 5);
         if (category == 16)
@@ -202,9 +203,8 @@ inline void craft_lossless_scan(JPEGCraft& craft, const JPEGLosslessPicture& pic
                 else if (!is_first && x == 0)
                     prediction = sample(x, y - 1, c);
                 else if (!is_first)
-                    prediction =
-                        predict_as_written(settings.predictor, sample(x - 1, y, c),
-                                           sample(x, y - 1, c), sample(x - 1, y - 1, c));
+                    prediction = predict_as_written(settings.predictor, sample(x - 1, y, c),
+                                                    sample(x, y - 1, c), sample(x - 1, y - 1, c));
                 const std::uint32_t wrapped =
                     static_cast<std::uint32_t>(sample(x, y, c) - prediction) & 0xFFFFU;
                 const auto difference = static_cast<std::int32_t>(wrapped);

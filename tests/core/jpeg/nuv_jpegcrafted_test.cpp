@@ -31,8 +31,7 @@ JPEGLosslessPicture lossless_picture(std::uint32_t precision, std::uint32_t chan
     for (std::size_t i = 0; i < 19 * 13 * channels; ++i) {
         const std::uint32_t smooth = static_cast<std::uint32_t>(i) * 37;
         const std::uint32_t value = i % 5 == 0 ? static_cast<std::uint32_t>(random()) : smooth;
-        picture.samples.push_back(
-            static_cast<std::uint16_t>(value & ((1U << precision) - 1U)));
+        picture.samples.push_back(static_cast<std::uint16_t>(value & ((1U << precision) - 1U)));
     }
     return picture;
 }
@@ -70,9 +69,8 @@ TEST(JPEGLosslessDecoder, GivesExactSamplesForEveryPredictorPrecisionAndChannelC
                                           .restart_rows = 1,
                                           .has_scan_each = true,
                                           .has_table_each = true});
-                expect_lossless(picture, {.predictor = predictor,
-                                          .point_transform = 1,
-                                          .has_scan_each = true});
+                expect_lossless(
+                    picture, {.predictor = predictor, .point_transform = 1, .has_scan_each = true});
             }
         }
     }
@@ -180,12 +178,13 @@ std::vector<Refusal> header_refusals()
         {"quantisers of 16 bits", JPEGCraft().segment(0xDB, wide_table).end(), marker},
         {"quantiser selector 4", JPEGCraft().quantisers(4).end(), segment},
         {"no quantisers in DQT", JPEGCraft().segment(0xDB, {}).end(), segment},
-        {"half a quantiser table", JPEGCraft().segment(0xDB, std::vector<int>(40, 0)).end(), segment},
+        {"half a quantiser table", JPEGCraft().segment(0xDB, std::vector<int>(40, 0)).end(),
+         segment},
         {"Huffman class 2", JPEGCraft().categories(0x20).end(), segment},
         {"Huffman selector 4", JPEGCraft().categories(0x04).end(), segment},
         {"more than 256 codes", JPEGCraft().segment(0xC4, too_many).end(), segment},
-        {"codes beyond the segment", JPEGCraft().categories().segment(0xC4, oversubscribed, 19).end(),
-         segment},
+        {"codes beyond the segment",
+         JPEGCraft().categories().segment(0xC4, oversubscribed, 19).end(), segment},
         {"DRI of 3 bytes", JPEGCraft().segment(0xDD, {0, 1, 2}).end(), segment},
         {"DNL of 3 bytes", JPEGCraft().segment(0xDC, {0, 1, 2}).end(), segment},
         {"SOF0 of 12 bits", JPEGCraft().frame(0xC0, 12, 8, 8, {0x11}).end(), marker},
@@ -204,15 +203,15 @@ std::vector<Refusal> header_refusals()
         {"an unknown component", gray_frame().scan({7}).end(), segment},
         {"scan length", gray_frame().segment(0xDA, {1, 1, 0, 0, 63, 0, 0}).end(), segment},
         {"table selector 4", gray_frame().scan({1}, 0, 63, 0, 0x40).end(), segment},
-        {"DC and AC in one band",
-         tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 5).end(), segment},
+        {"DC and AC in one band", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 5).end(),
+         segment},
         {"band backwards", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 5, 4).end(), segment},
         {"band past 63", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 1, 64).end(), segment},
         {"AC of two components",
          tables_only().frame(0xC2, 8, 8, 8, {17, 17, 17}).scan({1, 2}, 1, 5).end(), segment},
         {"plane 14", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 14).end(), segment},
-        {"planes two apart",
-         tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 0x31).end(), segment},
+        {"planes two apart", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 0x31).end(),
+         segment},
         {"predictor 0", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 0, 0).end(), segment},
         {"predictor 8", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 8, 0).end(), segment},
         {"point transform of all bits",
@@ -242,8 +241,8 @@ std::vector<Refusal> later_refusals()
          unsupported},
         {"a progressive picture of the second list",
          frame(0xC2, 8, {0x22, 0x21, 0x21}).scan({1, 2, 3}, 0, 0).end(), good, unsupported},
-        {"lossless and subsampled", frame(0xC3, 8, {0x21, 17, 17}).scan({1, 2, 3}, 1, 0).end(), good,
-         unsupported},
+        {"lossless and subsampled", frame(0xC3, 8, {0x21, 17, 17}).scan({1, 2, 3}, 1, 0).end(),
+         good, unsupported},
         {"no quantisers",
          JPEGCraft().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
          good, jpeg_code_bad_segment},
@@ -253,8 +252,8 @@ std::vector<Refusal> later_refusals()
         {"no AC table",
          JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
          jpeg_code_bad_segment},
-        {"an oversubscribed table", gray_frame().segment(0xC4, oversubscribed).scan({1}).end(), good,
-         jpeg_code_bad_segment},
+        {"an oversubscribed table", gray_frame().segment(0xC4, oversubscribed).scan({1}).end(),
+         good, jpeg_code_bad_segment},
         {"lossless restarts within rows",
          frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good,
          jpeg_code_bad_segment},
@@ -269,16 +268,29 @@ std::vector<Refusal> later_refusals()
          jpeg_code_read_failed},
         // Category 0, three runs of 16 zeros, then 15 and a value.
         {"a run past the block",
-         gray_frame().scan({1}).bits(0, 5).bits(1, 3).bits(1, 3).bits(1, 3).bits(2, 3).bits(1, 1).end(),
+         gray_frame()
+             .scan({1})
+             .bits(0, 5)
+             .bits(1, 3)
+             .bits(1, 3)
+             .bits(1, 3)
+             .bits(2, 3)
+             .bits(1, 1)
+             .end(),
          good, good, jpeg_code_read_failed},
-        {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good, good,
-         jpeg_code_read_failed},
+        {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good,
+         good, jpeg_code_read_failed},
         {"a lossless category above 16",
          JPEGCraft().symbols(0, {17}).frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0).bits(0, 30).end(),
          good, good, jpeg_code_read_failed},
         {"a refinement of more than one bit",
-         JPEGCraft().quantisers().symbols(0x10, {0x02}).frame(0xC2, 8, 8, 8, {17})
-             .scan({1}, 1, 63, 0x10).bits(0, 24).end(),
+         JPEGCraft()
+             .quantisers()
+             .symbols(0x10, {0x02})
+             .frame(0xC2, 8, 8, 8, {17})
+             .scan({1}, 1, 63, 0x10)
+             .bits(0, 24)
+             .end(),
          good, good, jpeg_code_read_failed},
     };
 }
@@ -396,8 +408,7 @@ std::uint8_t reduced_sample(const std::vector<double>& coefficients, int side, i
 {
     const auto basis = [&](int position, int frequency) {
         const double scale = frequency == 0 ? std::numbers::sqrt2 / 2 : 1;
-        return scale / 2 *
-               std::cos((2 * position + 1) * frequency * std::numbers::pi / (2 * side));
+        return scale / 2 * std::cos((2 * position + 1) * frequency * std::numbers::pi / (2 * side));
     };
     double sum = 0;
     for (int v = 0; v < side; ++v) {
@@ -434,8 +445,8 @@ TEST(JPEGDecoder, ReducesByTheTransformOfFewerPoints)
 // At half, a quarter and an eighth of the size a picture is about what the means of its cells are.
 TEST(JPEGDecoder, DeliversReducedSizesRoundedUp)
 {
-    const JPEGTestPicture picture =
-        make_test_picture(50, 37, 3, [](auto x, auto y, auto c) { return c == 0 ? 2 * x + y : 60 + x / 2; });
+    const JPEGTestPicture picture = make_test_picture(
+        50, 37, 3, [](auto x, auto y, auto c) { return c == 0 ? 2 * x + y : 60 + x / 2; });
     for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U, 0x411111U}) {
         const auto stream = encode_by_reference(picture, {.quality = 100, .key = key});
         for (const std::uint32_t scale : {2U, 4U, 8U}) {
@@ -446,8 +457,8 @@ TEST(JPEGDecoder, DeliversReducedSizesRoundedUp)
             ASSERT_EQ(decoded.picture.height, (37 + scale - 1) / scale);
             for (std::uint32_t y = 0; y < 37 / scale; ++y) {
                 for (std::uint32_t x = 0; x < 48 / scale; ++x) {
-                    const double mean = 2 * (x * scale + (scale - 1) / 2.0) + y * scale +
-                                        (scale - 1) / 2.0;
+                    const double mean =
+                        2 * (x * scale + (scale - 1) / 2.0) + y * scale + (scale - 1) / 2.0;
                     ASSERT_NEAR(sample_at(decoded.picture, x, y, 0), mean, 3);
                     ASSERT_NEAR(sample_at(decoded.picture, x, y, 2), 60 + x * scale / 2.0, 9);
                 }
@@ -495,10 +506,9 @@ TEST(JPEGDecoder, DeliversOneComponentAlone)
             encode_by_reference(picture, {.key = 0x221111, .is_progressive = is_progressive});
         const JPEGDecoded all = decode_stream(stream);
         for (std::int32_t component = 0; component < 3; ++component) {
-            const JPEGDecoded one =
-                decode_stream(stream, 1 << 30, [=](NUV_JPEGDecoder& decoder) {
-                    decoder.set_component_filter(component);
-                });
+            const JPEGDecoded one = decode_stream(stream, 1 << 30, [=](NUV_JPEGDecoder& decoder) {
+                decoder.set_component_filter(component);
+            });
             ASSERT_EQ(one.picture.samples.size(), all.picture.samples.size() / 3);
             for (std::size_t i = 0; i < one.picture.samples.size(); ++i)
                 ASSERT_EQ(one.picture.samples[i],

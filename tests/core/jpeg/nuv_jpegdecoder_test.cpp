@@ -28,10 +28,10 @@ struct Layout {
 };
 
 constexpr Layout layouts[] = {
-    {0x111111, 1, true},  {0x111111, 3, true},    {0x211111, 3, true},    {0x221111, 3, true},
-    {0x411111, 3, true},  {0x121111, 3, true},    {0x421111, 3, true},    {0x241111, 3, true},
-    {0x141111, 3, true},  {0x11111111, 4, true},  {0x222121, 3, false},   {0x221212, 3, false},
-    {0x412121, 3, false}, {0x141212, 3, false},   {0x442222, 3, false},   {0x22111122, 4, false},
+    {0x111111, 1, true},  {0x111111, 3, true},   {0x211111, 3, true},  {0x221111, 3, true},
+    {0x411111, 3, true},  {0x121111, 3, true},   {0x421111, 3, true},  {0x241111, 3, true},
+    {0x141111, 3, true},  {0x11111111, 4, true}, {0x222121, 3, false}, {0x221212, 3, false},
+    {0x412121, 3, false}, {0x141212, 3, false},  {0x442222, 3, false}, {0x22111122, 4, false},
 };
 
 std::string name_of(const Layout& layout, std::uint32_t width, std::uint32_t height, int quality)
@@ -152,8 +152,8 @@ std::vector<std::uint8_t> with_line_count_behind(std::vector<std::uint8_t> strea
         if (segment.id != 0xC0)
             continue;
         stream.resize(stream.size() - 2);
-        for (const int byte : {0xFF, 0xDC, 0, 4, int{segment.payload[1]}, int{segment.payload[2]},
-                               0xFF, 0xD9})
+        for (const int byte :
+             {0xFF, 0xDC, 0, 4, int{segment.payload[1]}, int{segment.payload[2]}, 0xFF, 0xD9})
             stream.push_back(static_cast<std::uint8_t>(byte));
         stream[segment.position + 1] = 0;
         stream[segment.position + 2] = 0;
@@ -224,7 +224,8 @@ TEST(JPEGDecoder, RepeatsTheRowAboveWhereAnIntervalBreaksOff)
     const auto places = restart_places(stream);
     auto damaged = stream;
     const auto begin = static_cast<std::ptrdiff_t>(places[1] + 2);
-    damaged.erase(damaged.begin() + begin, damaged.begin() + static_cast<std::ptrdiff_t>(places[2]));
+    damaged.erase(damaged.begin() + begin,
+                  damaged.begin() + static_cast<std::ptrdiff_t>(places[2]));
     const JPEGDecoded decoded = decode_stream(damaged);
     ASSERT_EQ(decoded.picture.samples.size(), whole.picture.samples.size());
     for (std::size_t y = 0; y < 32; ++y) {

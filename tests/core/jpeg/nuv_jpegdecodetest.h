@@ -68,10 +68,10 @@ struct JPEGDecoded {
     }
 };
 
-inline JPEGDecoded
-decode_stream(const std::vector<std::uint8_t>& stream,
-              std::int32_t chunk = std::numeric_limits<std::int32_t>::max(),
-              const std::function<void(NUV_JPEGDecoder&)>& prepare = [](NUV_JPEGDecoder&) {})
+inline JPEGDecoded decode_stream(
+    const std::vector<std::uint8_t>& stream,
+    std::int32_t chunk = std::numeric_limits<std::int32_t>::max(),
+    const std::function<void(NUV_JPEGDecoder&)>& prepare = [](NUV_JPEGDecoder&) {})
 {
     JPEGTestMemory memory;
     JPEGDecoded decoded;

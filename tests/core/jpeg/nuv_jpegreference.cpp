@@ -4,9 +4,8 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
-
 #include <jpeglib.h>
+#include <sstream>
 
 namespace nuv {
 namespace {

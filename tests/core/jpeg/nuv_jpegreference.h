@@ -30,7 +30,7 @@ struct JPEGReferenceSettings {
                                                             const JPEGReferenceSettings& settings);
 
 // The decoded components without any change of colour. Nothing when it fails.
-[[nodiscard]] std::optional<JPEGTestPicture>
-    decode_by_reference(const std::vector<std::uint8_t>& stream);
+[[nodiscard]] std::optional<JPEGTestPicture> decode_by_reference(
+    const std::vector<std::uint8_t>& stream);
 
 } // namespace nuv

@@ -1,7 +1,8 @@
+#include "core/jpeg/nuv_readjpeg.h"
+
 #include "core/decodetoraw/nuv_decodetoraw.h"
 #include "core/jfif/nuv_readjfif.h"
 #include "core/jpeg/nuv_decodejpeg.h"
-#include "core/jpeg/nuv_readjpeg.h"
 #include "core/jpegadobe/nuv_convertycck.h"
 #include "core/jpegadobe/nuv_readjpegadobe.h"
 #include "core/readraster/nuv_readraster.h"
@@ -325,7 +326,10 @@ std::vector<Refusal> refusals()
     no_width.frame(0xC0, 8, 0, 8, {17}).scan({1});
     const Bytes gray = encode_by_reference(small_picture(1), {});
     return {
-        {"another format", {'P', '5', ' ', '1'}, at_scale(256), NUV_ERR_FORMAT,
+        {"another format",
+         {'P', '5', ' ', '1'},
+         at_scale(256),
+         NUV_ERR_FORMAT,
          "NUV_ReadJPEG::engine()"},
         {"JFIF without its segment", gray,
          [](NUV_Manager& m, NUV_InputStorage* s) { return NUV_ReadJFIF(m).engine(s, 256); },

@@ -376,6 +376,7 @@ TEST(JPEGRegistStatus, TurnsEachCodeIntoItsStatus)
         {-50, NUV_ERR_UNSUPPORTED},
         {3, NUV_WARN_BROKEN_DATA},
         {14, NUV_WARN_UNSUPPORTED},
+        {100, NUV_WARN_INVALID_DATA | 0x10},
         {-9997, NUV_ERROR},
         {-9998, NUV_ERROR},
         {-64, NUV_ERROR},

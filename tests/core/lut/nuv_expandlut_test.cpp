@@ -1,5 +1,4 @@
 #include "core/lut/nuv_lut.h"
-
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
@@ -114,7 +113,10 @@ TEST(ExpandLut, RefusesWhatHasNoTable)
         {"wide image", {.bits = 32}, table, 8, NUV_ERR_UNSUPPORTED},
         {"entries of 12 bits", {}, table, 12, NUV_ERR_ARGUMENT},
         {"entries of 64 bits", {}, table, 64, NUV_ERR_ARGUMENT},
-        {"more than 32 bits can count", {.channels = 65535, .bits = 16}, table, 16,
+        {"more than 32 bits can count",
+         {.channels = 65535, .bits = 16},
+         table,
+         16,
          NUV_ERR_ARGUMENT},
     };
     for (const Case& c : cases) {
@@ -136,8 +138,8 @@ TEST(ExpandLut, SurvivesEveryFailedAllocation)
     expect_clean_at_every_allocation([](NUV_TestChain& chain) {
         chain.blank_source({});
         const std::uint8_t table[2] = {1, 2};
-        static_cast<void>(expand_lut(chain.manager(), chain.last() ? &chain.header() : nullptr,
-                                     table, 2, 8));
+        static_cast<void>(
+            expand_lut(chain.manager(), chain.last() ? &chain.header() : nullptr, table, 2, 8));
     });
 }
 

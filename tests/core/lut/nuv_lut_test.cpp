@@ -64,8 +64,8 @@ void expect_entries()
         const auto entries = random_entries<O>(range * channels, 7);
         std::vector<O> wanted;
         for (std::size_t i = 0; i < image.size(); ++i) {
-            const auto row = static_cast<std::size_t>(int{image[i]} -
-                                                      int{std::numeric_limits<I>::min()});
+            const auto row =
+                static_cast<std::size_t>(int{image[i]} - int{std::numeric_limits<I>::min()});
             wanted.push_back(entries[(channels == 1 ? 0 : i % 3 * range) + row]);
         }
         NUV_TestChain chain;
@@ -129,19 +129,43 @@ TEST(LutRefusal, SaysWhyAndLeavesNothingBehind)
         {"an entry too few", {}, 255, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
         {"twice the entries", {}, 512, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
         {"256 for 16 bits", {.bits = 16}, 256, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
-        {"two tables for three", {.channels = 3}, 512, 2, 8, no_target, NUV_ERR_ARGUMENT,
+        {"two tables for three",
+         {.channels = 3},
+         512,
+         2,
+         8,
+         no_target,
+         NUV_ERR_ARGUMENT,
          in_engine},
         {"bits changed behind", {}, 256, 1, 16, no_target, NUV_ERR_ARGUMENT, in_engine},
-        {"entries of 64 bits that are integers", {}, 2048, 8, 64, no_target, NUV_ERR_ARGUMENT,
+        {"entries of 64 bits that are integers",
+         {},
+         2048,
+         8,
+         64,
+         no_target,
+         NUV_ERR_ARGUMENT,
          in_engine},
         {"entries of 12 bits", {}, 256, 1, 12, no_target, NUV_ERR_ARGUMENT, in_engine},
         {"a colour of three", {}, 256, 1, 8, NUV_ColorType::s_rgb, NUV_ERR_ARGUMENT, in_engine},
         {"bilevel", {.bits = 1}, 256, 1, 8, no_target, NUV_ERR_UNSUPPORTED, in_engine},
         {"palette", {.palette = true}, 256, 1, 8, no_target, NUV_ERR_UNSUPPORTED, in_engine},
-        {"samples of no type", {.data_type = NUV_DataType::unknown}, 256, 1, 8, no_target,
-         NUV_ERR_UNSUPPORTED, "NUV_LutS8xNbitsEngine::initiate()"},
-        {"coded", {.encode_type = NUV_EncodeType::qd_rle}, 256, 1, 8, no_target,
-         NUV_ERR_UNSUPPORTED, "NUV_ProcessLineToLineEngine::initiate()"},
+        {"samples of no type",
+         {.data_type = NUV_DataType::unknown},
+         256,
+         1,
+         8,
+         no_target,
+         NUV_ERR_UNSUPPORTED,
+         "NUV_LutS8xNbitsEngine::initiate()"},
+        {"coded",
+         {.encode_type = NUV_EncodeType::qd_rle},
+         256,
+         1,
+         8,
+         no_target,
+         NUV_ERR_UNSUPPORTED,
+         "NUV_ProcessLineToLineEngine::initiate()"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -251,9 +275,8 @@ TEST(LutKernels, AgreeWithThePortableOne)
         GTEST_SKIP() << "no AVX2 here";
     const auto table = random_samples<std::uint8_t>(256, 3);
     const auto bind = [&](LutRow<std::uint8_t, std::uint8_t> form) {
-        return [&table, form](auto* in, auto* out, auto count) {
-            form(in, out, count, table.data());
-        };
+        return
+            [&table, form](auto* in, auto* out, auto count) { form(in, out, count, table.data()); };
     };
     NUV_TestRow<std::uint8_t> row(/*capacity=*/200);
     row.expect_same(bind(lut_row_portable<std::uint8_t, std::uint8_t>), bind(lut_row_avx2));

@@ -38,7 +38,7 @@ protected:
 // lies at the end of its memory.
 TEST_P(ScaleI2Forms, FilterRow)
 {
-    using A = NUV_ScaleI2Fixed;
+    using A = NUV_ScaleI2FixedArithmetic;
     constexpr std::size_t pixels = 37;
     constexpr std::uint32_t width = 60;
     const std::uint32_t taps = GetParam();
@@ -119,11 +119,11 @@ TEST_P(ScaleI2Forms, CombineMiddles)
             sample = sample * 9.7 + 0.3;
     }
     const auto weights = random_weights(1, taps, 1027);
-    expect_same_combination<NUV_ScaleI2Fixed>(taps, weights, lines);
+    expect_same_combination<NUV_ScaleI2FixedArithmetic>(taps, weights, lines);
     std::vector<double> real_weights(weights.begin(), weights.end());
     for (double& weight : real_weights)
         weight /= 1024.7;
-    expect_same_combination<NUV_ScaleI2Float>(taps, real_weights, real_lines);
+    expect_same_combination<NUV_ScaleI2FloatArithmetic>(taps, real_weights, real_lines);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryMask, ScaleI2Forms, ::testing::Values(4U, 5U, 6U, 7U, 8U));
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(EveryMask, ScaleI2Forms, ::testing::Values(4U, 5U, 6U, 
 // What the forms cannot hold takes another way, whose sums do not overflow.
 TEST(ScaleI2Kernels, LargeWeightsAreCalculatedInFull)
 {
-    using A = NUV_ScaleI2Fixed;
+    using A = NUV_ScaleI2FixedArithmetic;
     const std::vector<std::int16_t> line(50, -32768);
     const std::vector<std::int16_t> weights(8, -32768);
     std::vector<const std::int16_t*> lines(8, line.data());

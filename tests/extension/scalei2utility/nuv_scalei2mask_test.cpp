@@ -36,20 +36,24 @@ TEST(ScaleI2Mask, GrowsAsTheRatioFalls)
     EXPECT_FALSE(scale_i2_mask(0.3299).has_value());
 }
 
-class ScaleI2Axis : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(table_.allocate()); }
+// A kernel in memory of its own.
+struct Kernel {
+    explicit Kernel(float a)
+    {
+        EXPECT_TRUE(table.allocate());
+        table.fill(a);
+    }
 
-    NUV_TestChain chain_;
-    NUV_CubicSplineTable table_{chain_.manager()};
+    NUV_TestChain chain;
+    NUV_CubicSplineTable table{chain.manager()};
 };
 
 // 10 to 5 pixels: result pixel 2 lies at 4.5, in the middle of pixels 4 and 5.
-TEST_F(ScaleI2Axis, CentresTheResultOnTheSource)
+TEST(ScaleI2Axis, CentresTheResultOnTheSource)
 {
-    table_.fill(-0.75F);
+    Kernel kernel(-0.75F);
     NUV_ScaleI2Axis<std::int16_t> axis;
-    ASSERT_TRUE(axis.initiate(chain_.manager(), table_, 0.5, {10, 5, 0.5}, 8));
+    ASSERT_TRUE(axis.initiate(kernel.chain.manager(), kernel.table, 0.5, {10, 5, 0.5}, 8));
     EXPECT_EQ(axis.first(2), 1); // taps 1 to 8
     EXPECT_EQ(axis.first(0), -3);
     EXPECT_EQ(axis.first(4), 5);
@@ -61,14 +65,14 @@ TEST_F(ScaleI2Axis, CentresTheResultOnTheSource)
 }
 
 // Fixed-point weights are cut off below a unit; those behind the mask are none.
-TEST_F(ScaleI2Axis, CutsWeightsOffWithoutMakingUpForIt)
+TEST(ScaleI2Axis, CutsWeightsOffWithoutMakingUpForIt)
 {
-    table_.fill(-0.75F);
+    Kernel kernel(-0.75F);
     NUV_ScaleI2Axis<std::int16_t> fixed;
     NUV_ScaleI2Axis<double> real;
     const NUV_ScaleI2Sizes sizes{1000, 617, 0.617};
-    ASSERT_TRUE(fixed.initiate(chain_.manager(), table_, 0.5965, sizes, 7));
-    ASSERT_TRUE(real.initiate(chain_.manager(), table_, 0.5965, sizes, 7));
+    ASSERT_TRUE(fixed.initiate(kernel.chain.manager(), kernel.table, 0.5965, sizes, 7));
+    ASSERT_TRUE(real.initiate(kernel.chain.manager(), kernel.table, 0.5965, sizes, 7));
     int least = 1024;
     int most = 1024;
     for (std::size_t k = 0; k < sizes.destination; ++k) {
@@ -91,14 +95,15 @@ TEST_F(ScaleI2Axis, CutsWeightsOffWithoutMakingUpForIt)
 }
 
 // Kernels far from any sensible one: every weight is defined and fits.
-TEST_F(ScaleI2Axis, DefinesTheWeightsOfAnyKernel)
+TEST(ScaleI2Axis, DefinesTheWeightsOfAnyKernel)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     for (const float a : {1e30F, -1e30F, infinity, std::nanf("")}) {
         SCOPED_TRACE(a);
-        table_.fill(a);
+        Kernel kernel(a);
         NUV_ScaleI2Axis<std::int16_t> axis;
-        ASSERT_TRUE(axis.initiate(chain_.manager(), table_, 1.9, {40, 33, 33.0 / 40}, 5));
+        ASSERT_TRUE(
+            axis.initiate(kernel.chain.manager(), kernel.table, 1.9, {40, 33, 33.0 / 40}, 5));
         EXPECT_LE(axis.most_weight(), 5 * 32768.0);
     }
 }

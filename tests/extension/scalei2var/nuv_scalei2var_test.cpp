@@ -138,8 +138,8 @@ TEST(ScaleI2VARPasses, HaveTheIntermediateFormBetweenThem)
     const auto middle = chain.run<std::int16_t>();
     ASSERT_EQ(middle.size(), 9u);
     EXPECT_EQ(middle[0], 0);
-    EXPECT_EQ(middle[4], 255 * 8); // 127.5 with four fractional bits
-    EXPECT_EQ(middle[8], 255 * 16);
+    EXPECT_EQ(middle[4], 255 * 8);                // 127.5 with four fractional bits
+    EXPECT_EQ(middle[8], (255 * 1023 + 32) >> 6); // two weights have lost half a unit each
 }
 
 TEST(ScaleI2VARPasses, AreFloatingFor16Bits)

@@ -105,6 +105,10 @@ TEST(Palette, TakesExactlyItsBytesAndCopiesOrBecomesEmpty)
     NUV_Header::NUV_Palette other(chain.manager());
     ASSERT_TRUE(other.copy(palette));
     EXPECT_TRUE(other.equal(palette));
+    const std::uint8_t last_differs[] = {1, 2, 3, 4, 5, 7};
+    ASSERT_TRUE(other.value(last_differs, 6));
+    EXPECT_FALSE(other.equal(palette));
+    ASSERT_TRUE(other.copy(palette));
     other.entries = 1;
     EXPECT_FALSE(other.equal(palette));
 

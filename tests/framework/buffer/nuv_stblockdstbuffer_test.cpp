@@ -103,6 +103,65 @@ TEST(STBlockDstBuffer, LendsTheReadersMemoryToTheWriterAndForgetsItWhenTheBlockS
     EXPECT_EQ(into, std::vector<std::uint8_t>(8, 0xEE));
 }
 
+// Writes blocks of a buffer without a proxy, and tells when it is gone.
+class HandWriter final : public NUV_Engine {
+public:
+    HandWriter(NUV_Manager& manager, NUV_DstBuffer& buffer, int blocks, bool& gone)
+        : NUV_Engine(manager),
+          buffer_(&buffer),
+          blocks_(blocks),
+          gone_(&gone)
+    {}
+    bool cleanup() override
+    {
+        *gone_ = true;
+        return NUV_Engine::cleanup();
+    }
+    bool execute() override
+    {
+        void* out = blocks_ > 0 ? buffer_->get() : nullptr;
+        if (!out)
+            return false;
+        std::memset(out, blocks_--, buffer_->block_bytes());
+        return buffer_->release(buffer_->block_bytes());
+    }
+    const NUV_Header* header() const override { return nullptr; }
+    NUV_SrcBuffer* src_buffer() override { return nullptr; }
+    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
+    {
+        return NUV_Vector<NUV_Engine*>(manager());
+    }
+
+private:
+    NUV_DstBuffer* buffer_;
+    int blocks_;
+    bool* gone_;
+};
+
+TEST(STBlockDstBuffer, ForgetsLentMemoryWithItsReaderAndLetsGoOfAWriterThatIsDone)
+{
+    bool gone = false;
+    ByHand hand(8, 8, 16);
+    NUV_STBlockDstBuffer& buffer = *hand.buffer;
+    buffer.owner(&buffer);
+    NUV_Held<NUV_Engine> writer =
+        make_object<HandWriter>(hand.chain.manager(), buffer, /*blocks=*/2, gone);
+    writer->set_initiated();
+    ASSERT_NE(hand.chain.manager().add(writer.get(), &buffer), nullptr);
+    static_cast<void>(writer.release());
+
+    std::vector<std::uint8_t> into(16);
+    ASSERT_TRUE(hand.reader->get(into.data(), nullptr));
+    ASSERT_TRUE(hand.reader->release());
+    EXPECT_FALSE(gone);
+    ASSERT_TRUE(hand.reader->get(into.data() + 8, nullptr));
+    EXPECT_EQ(into, (std::vector<std::uint8_t>{2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1}));
+    EXPECT_TRUE(gone) << "with the last block, not with a get beyond it";
+    hand.reader.reset(); // in the middle of a step
+    std::uint32_t count = 1;
+    EXPECT_EQ(buffer.peek(8, &count), nullptr) << "the reader's memory";
+}
+
 // An engine that checks where it is asked to write.
 TEST(STBlockDstBuffer, GivesTheWriterTheReadersOwnMemory)
 {
@@ -208,9 +267,27 @@ TEST(STBlockDstBuffer, HoldsItsBlocksForTheSlowestReader)
     EXPECT_TRUE(buffer->advance(readers[0], 128));
     EXPECT_EQ(buffer->held_blocks(), 15u);
     EXPECT_FALSE(buffer->advance(nullptr, 4096));
-    EXPECT_EQ(buffer->create_src_buffer(buffer.get()), nullptr) << "the beginning is gone";
     for (NUV_SrcBuffer* reader : readers.items())
         EXPECT_TRUE(reader->end());
+}
+
+TEST(STBlockDstBuffer, HasNoReadersThatWouldMissTheBeginning)
+{
+    for (const bool is_dropped : {false, true}) {
+        ByHand hand(10, 10, 20);
+        ASSERT_TRUE(hand.write(10));
+        NUV_Vector<NUV_SrcBuffer*> late(hand.chain.manager());
+        ASSERT_NE(hand.reader->get(nullptr), nullptr); // the block may be lent, or be dropped
+        if (is_dropped) {
+            ASSERT_TRUE(hand.reader->release());
+        }
+        hand.buffer->create_src_buffer(late, hand.buffer.get(), 2);
+        EXPECT_TRUE(late.empty());
+        EXPECT_EQ(hand.chain.status().code, NUV_ERR_SEQUENCE);
+        EXPECT_STREQ(hand.chain.status().method, "NUV_DstBufferImpl::create_src_buffer()");
+        for (NUV_SrcBuffer* reader : late.items())
+            reader->end();
+    }
 }
 
 TEST(DstBufferProxy, RefusesEverythingUntilItHasARealBuffer)

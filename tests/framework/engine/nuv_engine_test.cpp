@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -31,6 +32,8 @@ public:
         return NUV_ProcessLineToLineEngine::initiate(header, src, dst) &&
                dst->block_bytes(header->line_bytes());
     }
+
+    [[nodiscard]] NUV_DstBuffer& destination() { return *dst_buffer_; }
 
 private:
     bool process_line(const void* in, void* out) override
@@ -65,6 +68,20 @@ private:
     }
 };
 
+// Writes blocks of a given size, if of any, and never runs.
+class BlockEngine final : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t block_bytes)
+    {
+        return NUV_ProcessEngine::initiate(header, src, dst) &&
+               (block_bytes == 0 || dst->block_bytes(block_bytes));
+    }
+    bool execute() override { return false; }
+};
+
 template <class E>
 class Append final : public NUV_EngineCreator {
 public:
@@ -87,6 +104,25 @@ TEST(LineToLineEngine, DeliversTheLinesBeforeTheOneThatFails)
         EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(), image.begin() + 5 * fails_at));
         EXPECT_EQ(chain.status().code, fails_at < 4 ? NUV_ERR_BROKEN_DATA : NUV_STATUS_OK);
     }
+}
+
+TEST(LineToLineEngine, LetsGoOfALineForWhichThereIsNoRoom)
+{
+    NUV_TestChain chain;
+    chain.source<std::uint8_t>({.width = 2, .height = 3}, {1, 2, 3, 4, 5, 6});
+    ASSERT_TRUE(chain.append<Append<FailingLineEngine>>(9U));
+    auto& engine = static_cast<FailingLineEngine&>(*chain.last());
+    const NUV_Held<NUV_SrcBuffer> reader(engine.src_buffer());
+
+    ASSERT_NE(engine.destination().get(), nullptr); // the block that the engine wants
+    EXPECT_FALSE(engine.execute());
+    EXPECT_STREQ(chain.status().method, "NUV_STBlockDstBuffer::get()");
+    chain.manager().reset();
+    EXPECT_TRUE(engine.destination().release(0));
+    EXPECT_TRUE(engine.execute());
+    const auto* line = static_cast<const std::uint8_t*>(reader->get(nullptr));
+    ASSERT_NE(line, nullptr);
+    EXPECT_EQ(line[0], 3);
 }
 
 TEST(PlaneToLineEngine, HasTheWholeImageAndEndsSilentlyWithoutIt)
@@ -144,10 +180,85 @@ TEST(Engine, RefusesACodedImageWhereLinesAreNeeded)
     EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED);
     EXPECT_STREQ(chain.status().method, "NUV_ProcessLineToLineEngine::initiate()");
     EXPECT_EQ(chain.live_objects_behind_source(), 0u);
+}
 
-    // After the first error nothing is built any more, and nothing else is told.
+TEST(Engine, IsBuiltAfterAWarningButNotWhileAnErrorIsPending)
+{
+    for (const NUV_StatusCode code : {NUV_WARN_BROKEN_DATA, NUV_ERR_BROKEN_DATA}) {
+        const bool builds = code == NUV_WARN_BROKEN_DATA;
+        NUV_TestChain chain;
+        chain.blank_source({});
+        chain.manager().raise_short(code, "first()");
+        EXPECT_EQ(chain.append<Append<FlipEngine>>(), builds);
+        EXPECT_EQ(chain.run_bytes().size(), builds ? 1u : 0u);
+        NUV_DstBuffer* proxy = chain.manager().create_dst_buffer_proxy();
+        EXPECT_EQ(proxy != nullptr, builds);
+        if (proxy)
+            proxy->end();
+        EXPECT_STREQ(chain.status().method, "first()") << "and nothing else is told";
+
+        NUV_TestChain end; // of a chain, which needs no buffer of its own
+        end.blank_source({});
+        end.manager().raise_short(code, "first()");
+        EXPECT_EQ(end.run_bytes().size(), builds ? 1u : 0u);
+    }
+}
+
+TEST(Engine, RefusesAnImageThatIsNotValid)
+{
+    NUV_TestChain chain;
+    chain.blank_source({.width = 3});
+    NUV_Header header(chain.manager());
+    header.width(8);
+    header.height(1);
+    header.channels(1);
+    header.bits(3); // as many bytes, but no samples that there are
+    ASSERT_TRUE(chain.append<NUV_RewriteHeader>(&header));
     EXPECT_FALSE(chain.append<Append<FlipEngine>>());
-    EXPECT_STREQ(chain.status().method, "NUV_ProcessLineToLineEngine::initiate()");
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(chain.status().method, "NUV_BufferInputEngine::initiate()");
+}
+
+// A block is no larger than the stream: an image, or 2^30 bytes where nobody knows the length.
+TEST(Engine, RefusesABlockThatItsStreamCannotHoldAndKeepsNothing)
+{
+    const NUV_TestImage raw = {.width = 4, .height = 3};
+    const NUV_TestImage coded = {.encode_type = NUV_EncodeType::jpeg};
+    struct Case {
+        NUV_TestImage image;
+        std::uint32_t block_bytes;
+        bool stands;
+    };
+    const Case cases[] = {{raw, 0, false},
+                          {raw, 12, true},
+                          {raw, 13, false},
+                          {coded, 0x40000000, true},
+                          {coded, 0x40000001, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.block_bytes);
+        NUV_TestChain chain;
+        chain.blank_source(c.image);
+        EXPECT_EQ(chain.append<Append<BlockEngine>>(c.block_bytes), c.stands);
+        EXPECT_EQ(chain.status().code, c.stands ? NUV_STATUS_OK : NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chain.status().method, c.stands ? "" : "NUV_DstBufferBase::block_bytes()");
+        if (!c.stands) {
+            EXPECT_EQ(chain.live_objects_behind_source(), 0u);
+        }
+    }
+}
+
+// However long the image, the same few blocks go round.
+TEST(Engine, TakesNoMoreMemoryForALongerImage)
+{
+    const auto used = [](std::uint32_t height) {
+        NUV_TestChain chain;
+        chain.blank_source({.width = 100, .height = height});
+        EXPECT_TRUE(chain.append<Append<FailingLineEngine>>(height));
+        EXPECT_EQ(chain.run_bytes().size(), std::size_t{100} * height);
+        NUV_FailingMemory& memory = chain.manager().memory();
+        return std::pair(memory.allocations(), memory.largest());
+    };
+    EXPECT_EQ(used(10000), used(100));
 }
 
 TEST(RewriteHeader, DeliversTheSameBytesAsAnotherImage)
@@ -202,6 +313,9 @@ TEST(Branch, GivesEveryBranchTheWholeImageAlsoWhenOneStopsEarly)
             const auto got = drain(branches[i], stops ? 1 : 1000);
             const auto end = stops ? image.begin() + 7 : image.end();
             EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(), end)) << i << " of " << count;
+            if (stops) {
+                EXPECT_TRUE(branches[i]->end()) << "the others still read what it shares";
+            }
         }
     }
     NUV_TestChain chain;

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -107,9 +109,55 @@ TEST(DependMap, ChangesNothingWhenADependencyCannotBeKept)
     }
 }
 
+// Writes down how many allocations live when it dies.
+class MemoryWitness final : public NUV_Object {
+public:
+    MemoryWitness(NUV_Manager& manager, NUV_FailingMemory& memory, std::size_t& live)
+        : NUV_Object(manager),
+          memory_(&memory),
+          live_(&live)
+    {}
+    bool cleanup() override
+    {
+        *live_ = memory_->live();
+        return true;
+    }
+
+private:
+    NUV_FailingMemory* memory_;
+    std::size_t* live_;
+};
+
+// Its address is the key of what it depends on: no new object may get it before that is gone.
+TEST(DependMap, KeepsTheMemoryOfAnObjectUntilItHasLetGoOfOthers)
+{
+    NUV_TestChain chain;
+    NUV_FailingMemory& memory = chain.manager().memory();
+    const std::size_t before = memory.live();
+    std::size_t with_a = 0;
+    std::size_t with_b = 0;
+    NUV_Object* a = make_object<MemoryWitness>(chain.manager(), memory, with_a).release();
+    NUV_Object* b = make_object<MemoryWitness>(chain.manager(), memory, with_b).release();
+    ASSERT_TRUE(chain.manager().depend(a, b));
+    EXPECT_TRUE(b->end());
+    EXPECT_TRUE(a->end());
+    EXPECT_EQ(with_a, before + 3) << "both, and what the map keeps of them";
+    EXPECT_EQ(with_b, before + 2) << "both";
+}
+
 class IdleEngine final : public NUV_Engine {
 public:
-    using NUV_Engine::NUV_Engine;
+    explicit IdleEngine(NUV_Manager& manager, std::string* log = nullptr, char name = '-')
+        : NUV_Engine(manager),
+          log_(log),
+          name_(name)
+    {}
+    bool cleanup() override
+    {
+        if (log_)
+            log_->push_back(name_);
+        return NUV_Engine::cleanup();
+    }
     bool execute() override { return false; }
     const NUV_Header* header() const override { return nullptr; }
     NUV_SrcBuffer* src_buffer() override { return nullptr; }
@@ -117,7 +165,35 @@ public:
     {
         return NUV_Vector<NUV_Engine*>(manager());
     }
+
+private:
+    std::string* log_;
+    char name_;
 };
+
+TEST(EngDstTable, EndsTheLastChainEndFirstAndThenWhatFeedsBuffersInTheirOrder)
+{
+    std::string log;
+    NUV_TestChain chain;
+    NUV_RelationForST relation(chain.manager());
+    NUV_DstBuffer* buffers[] = {chain.manager().create_dst_buffer_proxy(),
+                                chain.manager().create_dst_buffer_proxy()};
+    std::sort(std::begin(buffers), std::end(buffers), std::less<>());
+    const auto add = [&](char name, NUV_DstBuffer* buffer) {
+        NUV_Engine* engine = make_object<IdleEngine>(chain.manager(), &log, name).release();
+        EXPECT_EQ(relation.add(engine, buffer), engine);
+    };
+    add('4', buffers[1]);
+    add('2', nullptr);
+    add('3', buffers[0]);
+    add('1', nullptr);
+    relation.clear();
+    EXPECT_EQ(log, "1234");
+    relation.clear(); // of nothing
+    EXPECT_TRUE(relation.is_empty());
+    for (NUV_DstBuffer* buffer : buffers)
+        buffer->end();
+}
 
 TEST(EngDstTable, HoldsOneEngineForABufferAndAnyNumberWithout)
 {

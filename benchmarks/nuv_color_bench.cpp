@@ -1,0 +1,172 @@
+// The pixel operations on 6000 x 4000 pixels, line by line as a chain runs them, each beside the
+// same work done by others: a copy, and the colour stages of libjpeg and of Little CMS where those
+// are installed.
+
+#include "core/colormatrix/source/nuv_colormatrixkernels.h"
+#include "core/dlut/source/nuv_dlutkernels.h"
+#include "core/lut/source/nuv_lutkernels.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#if NUV_BENCH_LCMS
+#    include <lcms2.h>
+#endif
+
+namespace {
+
+using namespace nuv;
+
+constexpr std::size_t width = 6000;
+constexpr std::size_t height = 4000;
+constexpr std::size_t line = width * 3;
+
+using Bytes = std::vector<std::uint8_t>;
+
+const Bytes& source()
+{
+    static const Bytes bytes = [] {
+        Bytes made(line * height);
+        std::uint32_t noise = 1;
+        for (std::size_t i = 0; i < made.size(); ++i) {
+            noise = noise * 1664525 + 1013904223;
+            made[i] = static_cast<std::uint8_t>(i / 700 + (noise >> 27)); // ramps, with grain
+        }
+        return made;
+    }();
+    return bytes;
+}
+
+Bytes& destination()
+{
+    static Bytes bytes(line * height, 1);
+    return bytes;
+}
+
+// Runs `row(in, out)` over all lines; `out_line` bytes come out of each.
+template <class Row>
+void run(benchmark::State& state, std::size_t out_line, Row&& row)
+{
+    for (auto _ : state) {
+        for (std::size_t y = 0; y < height; ++y)
+            row(source().data() + y * line, destination().data() + y * out_line);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(width * height));
+}
+
+void copy(benchmark::State& state)
+{
+    run(state, line, [](const std::uint8_t* in, std::uint8_t* out) { std::memcpy(out, in, line); });
+}
+
+void table(benchmark::State& state)
+{
+    Bytes entries(256);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        entries[i] = static_cast<std::uint8_t>(i * 7);
+    const auto form = choose_lut_row<std::uint8_t, std::uint8_t>(NUV_Cpu::current());
+    run(state, line,
+        [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, line, entries.data()); });
+}
+
+void matrix(benchmark::State& state, std::vector<double> factors, std::vector<double> offsets)
+{
+    std::vector<std::int32_t> fixed_factors;
+    for (const double factor : factors)
+        fixed_factors.push_back(NUV_FixedReal(factor).units());
+    std::vector<std::int32_t> fixed_offsets;
+    for (const double offset : offsets)
+        fixed_offsets.push_back(NUV_FixedReal(offset).units());
+    const NUV_MatrixView<std::int32_t> view{fixed_factors.data(), fixed_offsets.data(),
+                                            offsets.size(), factors.size() / offsets.size()};
+    const auto form = choose_matrix_row<std::uint8_t, std::int32_t>(NUV_Cpu::current(), view);
+    run(state, width * offsets.size(),
+        [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, width, view); });
+}
+
+void ycbcr_to_rgb(benchmark::State& state)
+{
+    matrix(state, {1, 0, 1.402, 1, -0.3441, -0.7141, 1, 1.772, 0},
+           {-1.402 * 128, (0.3441 + 0.7141) * 128, -1.772 * 128});
+}
+
+void rgb_to_ycbcr(benchmark::State& state)
+{
+    matrix(state,
+           {0.298992944, 0.587015974, 0.113991082, -0.16873191, -0.331273123, 0.500005033,
+            0.500005033, -0.418698983, -0.08130605},
+           {0, 128, 128});
+}
+
+void rgb_to_gray(benchmark::State& state)
+{
+    matrix(state, {0.298992944, 0.587015974, 0.113991082}, {0});
+}
+
+void gray_to_rgb(benchmark::State& state)
+{
+    matrix(state, {1, 1, 1}, {0, 0, 0});
+}
+
+constexpr std::size_t points = 33;
+
+void grid(benchmark::State& state)
+{
+    std::vector<std::uint8_t> samples(points * points * points * 4);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::uint8_t>(i * 2654435761U >> 24);
+    std::vector<std::uint32_t> places(257);
+    for (std::uint32_t v = 0; v < 256; ++v) {
+        const double t = v * (32.0 / 255);
+        const std::uint32_t point = std::min(static_cast<std::uint32_t>(t), 31U);
+        const double fraction = (t - point) * dlut_one + 0.5;
+        places[v] = point << dlut_fraction_bits | static_cast<std::uint32_t>(fraction);
+    }
+    const NUV_DLutGrid<std::uint8_t> view{
+        samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, 3};
+    const auto form = choose_dlut_row<std::uint8_t>(NUV_Cpu::current(), 3, 3, samples.size() / 4);
+    run(state, line,
+        [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, width, view); });
+}
+
+#if NUV_BENCH_LCMS
+// A table of 33 points an axis, which interpolates by tetrahedra as well.
+void grid_of_lcms(benchmark::State& state)
+{
+    cmsPipeline* pipeline = cmsPipelineAlloc(nullptr, 3, 3);
+    std::vector<cmsUInt16Number> samples(points * points * points * 3);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<cmsUInt16Number>(i * 2654435761U >> 16);
+    cmsStage* stage = cmsStageAllocCLut16bit(nullptr, points, 3, 3, samples.data());
+    cmsPipelineInsertStage(pipeline, cmsAT_END, stage);
+    cmsHPROFILE link = cmsCreateProfilePlaceholder(nullptr);
+    cmsSetProfileVersion(link, 2.1);
+    cmsSetDeviceClass(link, cmsSigLinkClass);
+    cmsSetColorSpace(link, cmsSigRgbData);
+    cmsSetPCS(link, cmsSigRgbData);
+    cmsWriteTag(link, cmsSigAToB0Tag, pipeline);
+    cmsHTRANSFORM transform = cmsCreateMultiprofileTransform(&link, 1, TYPE_RGB_8, TYPE_RGB_8,
+                                                             INTENT_PERCEPTUAL, cmsFLAGS_NOCACHE);
+    run(state, line, [&](const std::uint8_t* in, std::uint8_t* out) {
+        cmsDoTransform(transform, in, out, width);
+    });
+    cmsDeleteTransform(transform);
+    cmsCloseProfile(link);
+    cmsPipelineFree(pipeline);
+}
+BENCHMARK(grid_of_lcms)->Unit(benchmark::kMillisecond);
+#endif
+
+BENCHMARK(copy)->Unit(benchmark::kMillisecond);
+BENCHMARK(table)->Unit(benchmark::kMillisecond);
+BENCHMARK(ycbcr_to_rgb)->Unit(benchmark::kMillisecond);
+BENCHMARK(rgb_to_ycbcr)->Unit(benchmark::kMillisecond);
+BENCHMARK(rgb_to_gray)->Unit(benchmark::kMillisecond);
+BENCHMARK(gray_to_rgb)->Unit(benchmark::kMillisecond);
+BENCHMARK(grid)->Unit(benchmark::kMillisecond);
+
+} // namespace
