@@ -97,6 +97,24 @@ struct WriteJPEGOption {
 };
 static_assert(sizeof(WriteJPEGOption) == 8, "part of the binary interface");
 
+// A table for LUT().
+struct LutParam {
+    const unsigned char* table; // the entries, 16 and 32-bit ones in host order
+    std::uint32_t entries;      // of each channel; fewer than the samples' range are zeros beyond
+    std::uint16_t bits;         // of an entry, and of the samples that come out: 8, 16 or 32
+    std::uint32_t reserved;     // not looked at
+};
+static_assert(sizeof(LutParam) == (sizeof(void*) == 8 ? 24 : 16), "part of the binary interface");
+
+// A conversion for ConvertDataType(): out = in * slope + offset.
+struct ConvertDataParam {
+    double slope;
+    double offset;
+    std::uint16_t bits; // of the samples that come out: 1, 8, 16 or 32
+};
+static_assert(sizeof(ConvertDataParam) == (sizeof(void*) == 8 ? 24 : sizeof(ConvertDataParam)),
+              "part of the binary interface");
+
 // Settings of WriteStorage() and WriteStoragePlanar(): none. Holds no data, and is not looked at.
 class WriteStorageOption {};
 
@@ -173,6 +191,18 @@ public:
     int ScaleCC(unsigned width, unsigned height);
     // The mean over the area that a pixel covers.
     int ScalePP(unsigned width, unsigned height);
+    // By convolution with masks that follow the ratio, and whichever of the above serves the size
+    // better: the finest, for photographs.
+    int ScaleI2VAREx(unsigned width, unsigned height);
+
+    // Every sample becomes the table's entry of that number. Samples of 8 and 16 bits. The table of
+    // an image of several channels has entries for each channel, one channel after the other. It is
+    // copied.
+    int LUT(LutParam* param);
+    // Samples of another width, limited to what it can hold: 1 to 32 bits.
+    int ConvertDataType(ConvertDataParam* param);
+    // Gray, gray with 0 for white, RGB or YCbCr. Samples of 8 and 16 bits.
+    int ColorSpace(ColorType::eColorType color);
 
     // --- Writing: the end of a chain. The destination is rewound first.
 
@@ -209,10 +239,12 @@ extern "C" NUV_EXPORT int GetImgInfo(const char* path, ImageParam* param);
 // The same names inside the library's namespace.
 namespace nuv {
 using ::ColorType;
+using ::ConvertDataParam;
 using ::DataType;
 using ::Format;
 using ::GetImgInfo;
 using ::ImageParam;
+using ::LutParam;
 using ::NuvWrapperClass;
 using ::WriteJPEGOption;
 using ::WriteStorageOption;

@@ -169,7 +169,7 @@ class Convert(ToolTest):
         sizes = {"10x7": (10, 7), "20x": (20, round(20 * HEIGHT / WIDTH)),
                  "x9": (round(9 * WIDTH / HEIGHT), 9), "1x1": (1, 1),
                  "200%": (2 * WIDTH, 2 * HEIGHT), "0.1%": (1, 1)}
-        for word in ("nearest", "linear", "cubic", "area"):
+        for word in ("nearest", "linear", "cubic", "area", "fine"):
             for size, (width, height) in sizes.items():
                 with self.subTest(word, size=size):
                     self.convert("in.ppm", "out.jpg", f"{word}={size}", makes=["out.jpg"])
@@ -315,6 +315,13 @@ class Refusals(ToolTest):
                 ("'x' is not a size", "in.ppm", "out.raw", "area=x"),
                 ("'-50%' is not a size", "in.ppm", "out.raw", "nearest=-50%"),
                 ("'nan%' is not a size", "in.ppm", "out.raw", "nearest=nan%"),
+                ("'blue' is not gray", "in.ppm", "out.raw", "color=blue"),
+                ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text"),
+                ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text:9"),
+                ("missing: No such file", "in.ppm", "out.raw", "lut=missing:8"),
+                ("text: does not hold a table", "in.ppm", "out.raw", "lut=text:8"),
+                ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:nan:8"),
+                ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:0"),
                 ("too large", "in.ppm", "out.raw", "nearest=1x4294967295", "nearest=x4294967295",
                  "nearest=1000000%"),
                 ("no colour tables", "indices.ras", "out.raw", "linear=50%"),

@@ -83,6 +83,9 @@ Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImagePa
     job.SetSrcFile(request.source.c_str());
     if (const int result = job.ReadRaster(); result != 0)
         return request.source + ": " + std::string{reading_problem(result)};
+    // Samples of 9 to 15 bits come as 16.
+    if (picture.bits > 8 && picture.bits < 16)
+        picture.bits = 16;
     return {};
 }
 

@@ -1,14 +1,15 @@
 #include "tools/nuv/nuv_operations.h"
 
+#include "tools/nuv/nuv_numbers.h"
+#include "tools/nuv/nuv_pixelwords.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace nuv_tool {
@@ -40,17 +41,6 @@ Problem append_mirror_x(NuvWrapperClass& job, ImageParam& picture)
         return "mirror-x serves samples of 8 and 16 bits, and of 1 bit in one channel";
     job.MirrorX();
     return {};
-}
-
-// The whole of `text` as a number, if it is one.
-template <class Number>
-std::optional<Number> number_of(std::string_view text)
-{
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc{} || end != text.data() + text.size() || text.empty())
-        return std::nullopt;
-    return number;
 }
 
 Problem parse_rotate(std::string_view argument, Operation& operation)
@@ -166,6 +156,12 @@ constexpr std::array operation_words{
                   parse_scale<&NuvWrapperClass::ScaleCC, true>},
     OperationWord{"area", "SIZE", "scale to the mean of the covered area",
                   parse_scale<&NuvWrapperClass::ScalePP, true>},
+    OperationWord{"fine", "SIZE", "scale by masks that follow the ratio",
+                  parse_scale<&NuvWrapperClass::ScaleI2VAREx, true>},
+    OperationWord{"color", "gray|gray-reverse|rgb|ycbcr", "another colour space", parse_color},
+    OperationWord{"lut", "FILE:BITS", "samples through a table of so many bits", parse_lut},
+    OperationWord{"convert", "SLOPE:OFFSET:BITS", "sample * slope + offset, in so many bits",
+                  parse_convert},
 };
 
 std::string usage(const OperationWord& word)
@@ -203,7 +199,7 @@ Problem parse_operations(const std::vector<std::string>& words, std::vector<Oper
 
 std::string operations_help()
 {
-    constexpr std::size_t column = 18;
+    constexpr std::size_t column = 34;
     std::string text;
     for (const OperationWord& word : operation_words) {
         const std::string shown = usage(word);

@@ -129,14 +129,22 @@ Problem parse_raw_picture(std::string_view text, ImageParam& picture)
     picture.format = Format::eRaw;
     if (text.empty())
         return {};
-    const auto color = std::ranges::find(colors, text.substr(1), &NamedCode::name);
-    if (!take_letter(text, ':') || color == colors.end())
+    const std::optional<ColorCode> color = color_of(text.substr(1));
+    if (!take_letter(text, ':') || !color)
         return quoted(whole) + " does not end in :gray, :gray-reverse, :rgb or :ycbcr";
     if (color->channels != picture.channels)
         return quoted(whole) + ": this colour has " + std::to_string(color->channels) +
                (color->channels == 1 ? " channel" : " channels");
     picture.color = color->code;
     return {};
+}
+
+std::optional<ColorCode> color_of(std::string_view name)
+{
+    const auto named = std::ranges::find(colors, name, &NamedCode::name);
+    if (named == colors.end())
+        return std::nullopt;
+    return ColorCode{named->code, named->channels};
 }
 
 std::string_view color_name(std::int32_t color)

@@ -5,6 +5,7 @@
 #include <nuv/nuv_wrapper.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,15 @@ namespace nuv_tool {
 // Understands "WxHxCxBITS", with ":" and a colour behind it if it likes, as "640x480x3x8:rgb".
 // Without a colour one channel is gray, three are RGB, and others have none.
 [[nodiscard]] Problem parse_raw_picture(std::string_view text, ImageParam& picture);
+
+// A colour that can be named on the command line: its ColorType code, and how many channels it has.
+struct ColorCode {
+    std::int32_t code = 0;
+    std::uint16_t channels = 0;
+};
+
+// Nothing for a word that names no colour.
+[[nodiscard]] std::optional<ColorCode> color_of(std::string_view name);
 
 // The word for a ColorType code, as in "640x480x3x8:rgb".
 [[nodiscard]] std::string_view color_name(std::int32_t color);

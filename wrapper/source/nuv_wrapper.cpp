@@ -14,6 +14,7 @@
 static_assert(offsetof(ImageParam, bits) == 8);
 static_assert(offsetof(ImageParam, format) == 16);
 static_assert(offsetof(ImageParam, is_jfif) == 28);
+static_assert(sizeof(void*) != 8 || offsetof(LutParam, reserved) == 16);
 
 namespace {
 

@@ -1,7 +1,11 @@
 #include "core/channel/nuv_mergechannel.h"
 #include "core/channel/nuv_selectchannel.h"
+#include "core/colorspace/nuv_colorspace.h"
+#include "core/convertdatatype/nuv_convertdatatype.h"
 #include "core/jpeg/nuv_encodejpeg.h"
 #include "core/jpeg/nuv_jpeginfo.h"
+#include "core/lut/nuv_lut.h"
+#include "core/lut/nuv_lutdata.h"
 #include "core/mirror/nuv_mirrorx.h"
 #include "core/readraster/nuv_readraster.h"
 #include "core/rotate/nuv_rotate90.h"
@@ -12,6 +16,7 @@
 #include "core/storage/nuv_readstorage.h"
 #include "core/storage/nuv_writestorage.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
+#include "extension/scalei2varex/nuv_scalei2varexby.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
@@ -394,6 +399,54 @@ int NuvWrapperClass::ScalePP(unsigned width, unsigned height)
 {
     if (manager)
         last_engine = nuv::NUV_ScalePP(*manager).engine(last_engine, width, height);
+    return 0;
+}
+
+int NuvWrapperClass::ScaleI2VAREx(unsigned width, unsigned height)
+{
+    if (manager)
+        last_engine = nuv::NUV_ScaleI2VARExBy<nuv::NUV_FixedReal>(*manager).engine(last_engine,
+                                                                                   width, height);
+    return 0;
+}
+
+int NuvWrapperClass::LUT(LutParam* param)
+{
+    if (!manager || !lut_objects)
+        return 0;
+    const NUV_Header* header = last_engine ? last_engine->header() : nullptr;
+    NUV_Held<nuv::NUV_LutData> table;
+    if (param)
+        table = nuv::expand_lut(*manager, header, param->table, param->entries, param->bits);
+    else
+        fail(*manager, nuv::NUV_ERR_ARGUMENT, "NUV_Lut::engine()");
+    NUV_Engine* engine = nullptr;
+    if (table && lut_objects->push_back(table.get())) {
+        const nuv::NUV_LutData* kept = table.release(); // until the run is over
+        engine = nuv::NUV_Lut(*manager).engine(last_engine, kept);
+    }
+    last_engine = engine;
+    return 0;
+}
+
+int NuvWrapperClass::ConvertDataType(ConvertDataParam* param)
+{
+    if (!manager)
+        return 0;
+    if (!param) {
+        fail(*manager, nuv::NUV_ERR_ARGUMENT, "NUV_ConvertDataType::engine()");
+        last_engine = nullptr;
+        return 0;
+    }
+    last_engine = nuv::NUV_ConvertDataType(*manager).engine(
+        last_engine, nuv::NUV_DataType::u_integer, param->bits, param->slope, param->offset);
+    return 0;
+}
+
+int NuvWrapperClass::ColorSpace(ColorType::eColorType color)
+{
+    if (manager)
+        last_engine = nuv::NUV_ColorSpace(*manager).engine(last_engine, color_tag(color));
     return 0;
 }
 

@@ -63,7 +63,7 @@ bool NUV_CsUtilityMaker<T>::plan_points()
 template <class T>
 bool NUV_CsUtilityMaker<T>::plan_short_way(bool& found)
 {
-    constexpr double half = std::numeric_limits<T>::max() / 2 + 1;
+    constexpr double half = std::uint32_t{1} << (8 * sizeof(T) - 1); // the zero of chroma
     constexpr double to_ycbcr[] = {0, half, half};
     constexpr double to_srgb[] = {-1.402 * half, (0.3441 + 0.7141) * half, -1.772 * half};
     const bool from_gray = source_ == Color::gray || source_ == Color::gray_reverse;

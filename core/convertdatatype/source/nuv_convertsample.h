@@ -52,7 +52,7 @@ template <class O, bool Rounds>
         value = value < lowest ? lowest : value;
         return value > highest ? highest : value;
     } else {
-        value = value == value ? value : 0;
+        value = std::isnan(value) ? 0 : value;
         value = value < lowest ? lowest : value;
         value = value > highest ? highest : value;
         if constexpr (Rounds) // a limit stays what it is when the cast cuts off the half

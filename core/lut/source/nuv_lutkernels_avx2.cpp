@@ -22,7 +22,7 @@ inline Pieces differences(const std::uint8_t* table)
     Pieces made;
     __m256i below = _mm256_setzero_si256();
     for (int k = 0; k < pieces; ++k) {
-        const auto* entries = reinterpret_cast<const __m128i*>(table + 16 * k);
+        const auto* entries = reinterpret_cast<const __m128i*>(table + std::ptrdiff_t{16} * k);
         const __m256i piece = _mm256_broadcastsi128_si256(_mm_loadu_si128(entries));
         made.of[k] = k == half ? piece : _mm256_xor_si256(piece, below);
         below = piece;

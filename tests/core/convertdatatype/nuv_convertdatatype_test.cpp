@@ -22,14 +22,23 @@ template <class T>
 template <class T>
 constexpr std::uint16_t bits_of = 8 * sizeof(T);
 
+// Samples of some type, and the numbers that they are.
+struct Source {
+    NUV_TestImage image;
+    std::vector<std::uint8_t> bytes;
+    std::vector<double> numbers;
+};
+
 template <class T>
-void put_source(NUV_TestChain& chain, NUV_TestImage image, const std::vector<T>& samples)
+[[nodiscard]] Source source_of(NUV_TestImage image, const std::vector<T>& samples)
 {
     image.bits = bits_of<T>;
     image.data_type = type_of<T>();
-    std::vector<std::uint8_t> bytes(samples.size() * sizeof(T));
-    std::memcpy(bytes.data(), samples.data(), bytes.size());
-    chain.source_bytes(image, std::move(bytes));
+    Source source{image, std::vector<std::uint8_t>(samples.size() * sizeof(T)), {}};
+    std::memcpy(source.bytes.data(), samples.data(), source.bytes.size());
+    for (const T sample : samples)
+        source.numbers.push_back(static_cast<double>(sample));
+    return source;
 }
 
 // The ends, the middle, random ones, and whatever is no number.
@@ -49,38 +58,44 @@ template <class T>
     return samples;
 }
 
-template <class T>
-[[nodiscard]] bool same(T a, T b)
+[[nodiscard]] bool same(double a, double b)
 {
-    if constexpr (std::is_floating_point_v<T>) {
-        if (std::isnan(a) || std::isnan(b))
-            return std::isnan(a) && std::isnan(b);
-    }
-    return a == b;
+    return a == b || (std::isnan(a) && std::isnan(b));
 }
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
-template <class O, class Creator, class I>
-void expect_pair(const std::vector<I>& samples, NUV_TestImage image, double slope, double offset)
+void expect_same(const std::vector<double>& got, const std::vector<double>& wanted)
+{
+    ASSERT_EQ(got.size(), wanted.size());
+    for (std::size_t i = 0; i < got.size(); ++i)
+        ASSERT_TRUE(same(got[i], wanted[i])) << i << ": " << got[i] << ", not " << wanted[i];
+}
+
+// The numbers that come out of a chain of samples O.
+template <class O>
+[[nodiscard]] std::vector<double> run_numbers(NUV_TestChain& chain)
+{
+    const auto samples = chain.run<O>();
+    return {samples.begin(), samples.end()};
+}
+
+template <class O, class Creator>
+void expect_rule(const Source& source, double slope, double offset)
 {
     SCOPED_TRACE("slope " + std::to_string(slope) + ", offset " + std::to_string(offset) + ", to " +
                  type_of<O>()->key() + " " + std::to_string(bits_of<O>));
     NUV_TestChain chain;
-    put_source(chain, image, samples);
+    chain.source_bytes(source.image, source.bytes);
     ASSERT_TRUE(chain.append<Creator>(type_of<O>(), bits_of<O>, slope, offset));
     EXPECT_EQ(chain.header().data_type(), type_of<O>());
     EXPECT_EQ(chain.header().bits(), bits_of<O>);
-    EXPECT_EQ(chain.header().channels(), image.channels);
-    const auto got = chain.run<O>();
-    ASSERT_EQ(got.size(), samples.size());
-    for (std::size_t i = 0; i < got.size(); ++i) {
-        const O wanted = model_linear<O>(static_cast<double>(samples[i]), slope, offset);
-        ASSERT_TRUE(same(got[i], wanted))
-            << static_cast<double>(samples[i]) << " gives " << static_cast<double>(got[i])
-            << ", not " << static_cast<double>(wanted);
-    }
+    EXPECT_EQ(chain.header().channels(), source.image.channels);
+    std::vector<double> wanted;
+    for (const double number : source.numbers)
+        wanted.push_back(static_cast<double>(model_linear<O>(number, slope, offset)));
+    expect_same(run_numbers<O>(chain), wanted);
 }
 
 // Calls visit.operator()<O>() for the eight sample types.
@@ -107,13 +122,12 @@ TYPED_TEST_SUITE(ConvertDataType, Samples);
 TYPED_TEST(ConvertDataType, CalculatesAsDefinedToEveryType)
 {
     const auto samples = some_samples<TypeParam>();
-    const auto width = static_cast<std::uint32_t>(samples.size());
+    const auto source = source_of({.width = static_cast<std::uint32_t>(samples.size())}, samples);
     for_all_types([&]<class O>() {
         for (const double slope :
              {1.0, 0.5, 16.0, 1 / 257.0, 1.5, -1.0, 0.0, 1e300, infinity, not_a_number}) {
             for (const double offset : {0.0, 0.7, -3.0, infinity, not_a_number}) {
-                expect_pair<O, NUV_ConvertDataType8xNbits>(samples, {.width = width}, slope,
-                                                           offset);
+                expect_rule<O, NUV_ConvertDataType8xNbits>(source, slope, offset);
             }
         }
     });
@@ -130,6 +144,8 @@ TYPED_TEST(ConvertDataType, GivesTheSameWhateverTheSize)
     std::vector<I> many;
     for (std::uint32_t y = 0; y < height; ++y)
         many.insert(many.end(), line.begin(), line.end());
+    const Source small = source_of({.width = width}, line);
+    const Source large = source_of({.width = width / 3, .height = height, .channels = 3}, many);
     for_all_types([&]<class O>() {
         for (const double slope : {1.0, 0.5, 16.0, 1 / 257.0, 1.5}) {
             for (const double offset : {0.0, 0.7, -3.0}) {
@@ -138,47 +154,47 @@ TYPED_TEST(ConvertDataType, GivesTheSameWhateverTheSize)
                 // Shifts, which tables forestall, round halves of negative samples up.
                 const bool shifts =
                     slope == 0.5 && offset == 0 && std::is_integral_v<I> && std::is_signed_v<I>;
-                const NUV_TestImage image{.width = width / 3, .height = height, .channels = 3};
                 if (!shifts || sizeof(I) < 4)
-                    expect_pair<O, NUV_ConvertDataType>(many, image, slope, offset);
+                    expect_rule<O, NUV_ConvertDataType>(large, slope, offset);
                 if (!shifts)
-                    expect_pair<O, NUV_ConvertDataType>(line, {.width = width}, slope, offset);
+                    expect_rule<O, NUV_ConvertDataType>(small, slope, offset);
             }
         }
     });
+}
+
+template <class O>
+void expect_power(const Source& source, int shift)
+{
+    const double slope = std::ldexp(1.0, shift);
+    // Logarithms of a few powers are no whole numbers: those are multiplied.
+    const bool is_odd_one = std::abs(shift) == 29 || std::abs(shift) == 31;
+    NUV_TestChain chain;
+    chain.source_bytes(source.image, source.bytes);
+    ASSERT_TRUE(chain.append<NUV_ConvertDataType>(type_of<O>(), bits_of<O>, slope, 0.0));
+    const auto got = chain.run<O>();
+    ASSERT_EQ(got.size(), source.numbers.size());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        const double number = source.numbers[i];
+        const O halves_up = model_linear<O>(std::floor(number * slope + 0.5), 1, 0);
+        const O halves_away = model_linear<O>(number, slope, 0);
+        ASSERT_TRUE(got[i] == halves_up || (is_odd_one && got[i] == halves_away))
+            << number << " by " << shift << " gives " << +got[i] << " of " << bits_of<O>;
+    }
 }
 
 // Every shift between integers, limited whether or not the way that is taken asks for it.
 TYPED_TEST(ConvertDataType, LimitsEveryPowerOfTwo)
 {
     using I = TypeParam;
-    if constexpr (std::is_integral_v<I>) {
-        const auto samples = some_samples<I>();
-        const auto width = static_cast<std::uint32_t>(samples.size());
+    if (!std::is_integral_v<I>)
+        return;
+    const auto samples = some_samples<I>();
+    const auto source = source_of({.width = static_cast<std::uint32_t>(samples.size())}, samples);
+    for (int shift = -31; shift <= 31; ++shift) {
         for_all_types([&]<class O>() {
-            if constexpr (std::is_integral_v<O>) {
-                for (int shift = -31; shift <= 31; ++shift) {
-                    const double slope = std::ldexp(1.0, shift);
-                    NUV_TestChain chain;
-                    put_source(chain, {.width = width}, samples);
-                    ASSERT_TRUE(
-                        chain.append<NUV_ConvertDataType>(type_of<O>(), bits_of<O>, slope, 0.0));
-                    const auto got = chain.run<O>();
-                    ASSERT_EQ(got.size(), samples.size());
-                    for (std::size_t i = 0; i < got.size(); ++i) {
-                        // Logarithms of a few powers are no whole numbers: those are multiplied.
-                        const double shifted =
-                            std::floor(static_cast<double>(samples[i]) * slope + 0.5);
-                        const O halves_up = model_linear<O>(shifted, 1, 0);
-                        const O halves_away =
-                            model_linear<O>(static_cast<double>(samples[i]), slope, 0);
-                        const bool is_odd_one = std::abs(shift) == 29 || std::abs(shift) == 31;
-                        ASSERT_TRUE(got[i] == halves_up || (is_odd_one && got[i] == halves_away))
-                            << +samples[i] << " by " << shift << " gives " << +got[i] << " of "
-                            << bits_of<O>;
-                    }
-                }
-            }
+            if constexpr (std::is_integral_v<O>)
+                expect_power<O>(source, shift);
         });
     }
 }
@@ -234,18 +250,15 @@ TEST(ConvertDataTypeBits, ExpandToEveryType)
             for (const double offset : {-1.0, 0.0, 1.0, 300.0, -0.6}) {
                 SCOPED_TRACE(std::to_string(slope) + " " + std::to_string(offset) + " " +
                              std::to_string(bits_of<O>));
-                std::vector<O> wanted;
+                std::vector<double> wanted;
                 for (const int bit : bits)
-                    wanted.push_back(model_linear<O>(bit, slope, offset));
+                    wanted.push_back(static_cast<double>(model_linear<O>(bit, slope, offset)));
                 const auto expect = [&]<class Creator>() {
                     NUV_TestChain chain;
                     chain.source_bytes(bits_image, bits_bytes);
                     ASSERT_TRUE(
                         chain.template append<Creator>(type_of<O>(), bits_of<O>, slope, offset));
-                    const auto got = chain.template run<O>();
-                    ASSERT_EQ(got.size(), wanted.size());
-                    for (std::size_t i = 0; i < got.size(); ++i)
-                        ASSERT_TRUE(same(got[i], wanted[i])) << i;
+                    expect_same(run_numbers<O>(chain), wanted);
                 };
                 expect.template operator()<NUV_ConvertDataType>();
                 expect.template operator()<NUV_ConvertDataTypeFrom1bit>();
@@ -259,6 +272,7 @@ TYPED_TEST(ConvertDataType, BecomesBitsByAThreshold)
     using I = TypeParam;
     auto samples = some_samples<I>();
     samples.resize(22);
+    const Source source = source_of({.width = 11, .height = 2}, samples);
     for (const double slope : {1.0, -1.0, 0.25, not_a_number}) {
         for (const double threshold : {0.0, 25.0, -0.5, infinity, not_a_number}) {
             std::vector<std::uint8_t> wanted(4);
@@ -268,7 +282,7 @@ TYPED_TEST(ConvertDataType, BecomesBitsByAThreshold)
                         static_cast<std::uint8_t>(0x80U >> (i % 11 % 8));
             }
             NUV_TestChain chain;
-            put_source(chain, {.width = 11, .height = 2}, samples);
+            chain.source_bytes(source.image, source.bytes);
             ASSERT_TRUE(chain.append<NUV_ConvertDataType>(NUV_DataType::u_integer, std::uint16_t{1},
                                                           slope, threshold));
             EXPECT_EQ(chain.header().bits(), 1);

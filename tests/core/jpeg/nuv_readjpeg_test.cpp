@@ -411,7 +411,7 @@ TEST(ReadJPEG, WarnsOfLinesThatAreMissingAndFailsOnNonsense)
 
     JPEGCraft nonsense;
     nonsense.quantisers().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1});
-    const Outcome failed = read(nonsense.bits(31, 5).bits(0, 60).end());
+    const Outcome failed = read(nonsense.bits(31, 5).bits(0, 30).bits(0, 30).end());
     EXPECT_EQ(failed.code, NUV_ERR_BROKEN_DATA);
     EXPECT_EQ(failed.method, "NUV_JPEGInfoInternal::execute()");
     EXPECT_TRUE(failed.bytes.empty());

@@ -124,16 +124,16 @@ TYPED_TEST(RasterSearch, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItSto
 TYPED_TEST(RasterSearch, LetsAStatusStandThatStoodBefore)
 {
     struct Case {
-        NUV_StatusCode before;
         Bytes stored;
+        NUV_StatusCode before;
         bool has_engine;
         const char* after;
     };
     const Case cases[] = {
-        {NUV_WARN_BROKEN_DATA, anymap(), true, "first()"},
-        {NUV_WARN_BROKEN_DATA, Bytes(9, 1), false, "NUV_ReadRaster::engine()"},
-        {NUV_ERR_IO, anymap(), false, "first()"},
-        {NUV_ERR_IO, {}, false, "first()"},
+        {anymap(), NUV_WARN_BROKEN_DATA, true, "first()"},
+        {Bytes(9, 1), NUV_WARN_BROKEN_DATA, false, "NUV_ReadRaster::engine()"},
+        {anymap(), NUV_ERR_IO, false, "first()"},
+        {{}, NUV_ERR_IO, false, "first()"},
     };
     for (const Case& c : cases) {
         NUV_TestChain chain;

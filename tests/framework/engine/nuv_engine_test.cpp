@@ -119,7 +119,9 @@ TEST(LineToLineEngine, LetsGoOfALineForWhichThereIsNoRoom)
     EXPECT_STREQ(chain.status().method, "NUV_STBlockDstBuffer::get()");
     chain.manager().reset();
     EXPECT_TRUE(engine.destination().release(0));
+    const std::size_t allocations = chain.manager().memory().allocations();
     EXPECT_TRUE(engine.execute());
+    EXPECT_EQ(chain.manager().memory().allocations(), allocations) << "a held line costs a block";
     const auto* line = static_cast<const std::uint8_t*>(reader->get(nullptr));
     ASSERT_NE(line, nullptr);
     EXPECT_EQ(line[0], 3);
