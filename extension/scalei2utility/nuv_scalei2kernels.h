@@ -109,7 +109,7 @@ void filter_end_pixel(const typename A::Sample* line, std::int64_t first,
 
 // Weights with a larger sum of magnitudes are left to the portable form, whose results wrap where
 // those of the others would saturate.
-inline constexpr double most_packed_row_weight = ((32768 << 6) - 33) / 255;
+inline constexpr int most_packed_row_weight = ((32768 << 6) - 33) / 255;
 
 #if NUV_X86
 // Two groups of four taps where there are more than four.

@@ -136,7 +136,7 @@ TEST(Wrapper, ReadsAndWritesPlanes)
     for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}}) {
         ImageParam param = raw_image(5, 3, 3, bits, ColorType::eRGB);
         const std::size_t sample = bits / 8U;
-        const Bytes planes = random_bytes(5 * 3 * 3 * sample, bits);
+        const Bytes planes = random_bytes(std::size_t{5} * 3 * 3 * sample, bits);
         Bytes pixels(planes.size());
         for (std::size_t i = 0; i < 15; ++i) {
             for (std::size_t c = 0; c < 3; ++c)
@@ -206,7 +206,7 @@ TEST(Wrapper, RefusesPlanesThatBeginBeyondTheReachOfASource)
 
 TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
 {
-    const Bytes pixels = random_bytes(2 * 2 * 3, 1);
+    const Bytes pixels = random_bytes(std::size_t{2} * 2 * 3, 1);
     const Bytes file = text("P6\n2 2\n255\n") + pixels;
     Job job(file);
     EXPECT_EQ(job.wrapper.ReadRaster(), 0);
@@ -268,7 +268,7 @@ TEST(Wrapper, LooksAtTheSourceOfAChainWithoutDisturbingIt)
 // Whatever colour was asked for, and also when its samples cannot be read.
 TEST(Wrapper, ReadsTheColoursOfAJFIFFileAsItStatesThem)
 {
-    const Bytes ppm = text("P6 16 16 255\n") + random_bytes(16 * 16 * 3, 2);
+    const Bytes ppm = text("P6 16 16 255\n") + random_bytes(std::size_t{16} * 16 * 3, 2);
     Job writer(ppm);
     writer.wrapper.ReadRaster();
     writer.wrapper.WriteJPEG(nullptr);
@@ -307,7 +307,7 @@ TEST(Wrapper, GivesTheChannelsAnotherMeaningWhereTheirNumberAllowsIt)
         std::int32_t color;
         bool converted; // RGB goes into the JPEG by another way than YCbCr
     };
-    const Bytes file = text("P6 16 16 255\n") + random_bytes(16 * 16 * 3, 2);
+    const Bytes file = text("P6 16 16 255\n") + random_bytes(std::size_t{16} * 16 * 3, 2);
     const auto jpeg = [&](const std::function<int(NuvWrapperClass&)>& read) {
         Job job(file);
         EXPECT_EQ(read(job.wrapper), 0);
@@ -330,7 +330,7 @@ TEST(Wrapper, GivesTheChannelsAnotherMeaningWhereTheirNumberAllowsIt)
 
 TEST(Wrapper, WritesAJPEGWithItsDefaultsAndWithCodesItDoesNotKnow)
 {
-    const Bytes file = text("P6 40 24 255\n") + random_bytes(40 * 24 * 3, 2);
+    const Bytes file = text("P6 40 24 255\n") + random_bytes(std::size_t{40} * 24 * 3, 2);
     const auto jpeg = [&](WriteJPEGOption* option) {
         Job job(file);
         job.wrapper.ReadRaster();
@@ -362,7 +362,7 @@ TEST(Wrapper, WritesTheSamplingThatWasAskedForAndReadsItBack)
         std::int32_t code;
         unsigned char luma; // horizontal and vertical factor
     };
-    const Bytes file = text("P6 40 24 255\n") + random_bytes(40 * 24 * 3, 2);
+    const Bytes file = text("P6 40 24 255\n") + random_bytes(std::size_t{40} * 24 * 3, 2);
     for (const Case& c : {Case{WriteJPEGOption::eSampling444, 0x11},
                           {WriteJPEGOption::eSampling422, 0x21},
                           {WriteJPEGOption::eSampling420, 0x22},

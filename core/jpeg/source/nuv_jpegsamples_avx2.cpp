@@ -17,12 +17,6 @@ inline void store_half(std::uint8_t* out, __m128i value)
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), value);
 }
 
-NUV_TARGET("avx2")
-inline void store_upper_half(std::uint8_t* out, __m128i value)
-{
-    _mm_storeh_pd(reinterpret_cast<double*>(out), _mm_castsi128_pd(value));
-}
-
 // Packing limits to -128..127, which is 0..255 with the top bit turned.
 NUV_TARGET("avx2")
 void block_to_samples_avx2(const std::int16_t* coefficients, const std::int16_t* table,
@@ -36,7 +30,7 @@ void block_to_samples_avx2(const std::int16_t* coefficients, const std::int16_t*
         const __m128i packed = _mm_packs_epi16(_mm_load_si128(in + y), _mm_load_si128(in + y + 1));
         const __m128i levels = _mm_xor_si128(packed, _mm_set1_epi8(-128));
         store_half(out + stride * y, levels);
-        store_upper_half(out + stride * (y + 1), levels);
+        store_half(out + stride * (y + 1), _mm_unpackhi_epi64(levels, levels));
     }
 }
 

@@ -19,7 +19,7 @@ inline void put_two_rows(const std::int16_t* samples, std::uint8_t* out, std::si
     const __m128i packed = _mm_packs_epi16(_mm_load_si128(in), _mm_load_si128(in + 1));
     const __m128i levels = _mm_xor_si128(packed, _mm_set1_epi8(-128));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), levels);
-    _mm_storeh_pd(reinterpret_cast<double*>(out + stride), _mm_castsi128_pd(levels));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + stride), _mm_unpackhi_epi64(levels, levels));
 }
 
 void block_to_samples_sse2(const std::int16_t* coefficients, const std::int16_t* table,

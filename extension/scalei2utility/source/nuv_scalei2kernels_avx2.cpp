@@ -70,7 +70,8 @@ inline __m256i two_pixels(const std::uint8_t* line, const Table& table, std::siz
                                    _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),
                                                      _mm256_shuffle_epi32(pairs, 0x55)));
     if constexpr (Taps > 4) {
-        in = load_two(low + 4 * Channels, high + 4 * Channels);
+        constexpr std::size_t four_pixels = std::size_t{4} * Channels;
+        in = load_two(low + four_pixels, high + four_pixels);
         sum = _mm256_add_epi32(sum, _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
                                                       _mm256_shuffle_epi32(pairs, 0xAA)));
         if constexpr (Taps > 6) {

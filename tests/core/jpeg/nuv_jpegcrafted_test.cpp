@@ -47,8 +47,9 @@ void expect_lossless(const JPEGLosslessPicture& picture, const JPEGLosslessSetti
         const auto words = words_of(decoded.picture);
         ASSERT_EQ(is_wide ? words.size() : decoded.picture.samples.size(), picture.samples.size());
         for (std::size_t i = 0; i < picture.samples.size(); ++i) {
-            const std::uint32_t kept = picture.samples[i] >> settings.point_transform
-                                                                 << settings.point_transform;
+            const auto sample = std::uint32_t{picture.samples[i]};
+            const std::uint32_t kept = sample >> settings.point_transform
+                                                     << settings.point_transform;
             ASSERT_EQ(is_wide ? words[i] : decoded.picture.samples[i], kept) << i;
         }
     }

@@ -52,7 +52,7 @@ TEST(Header, IsValidForSamplesThatTypeColourAndPaletteAllow)
             header.palette().bits = 8;
             header.palette().channels = 3;
             header.palette().entries = c.entries;
-            const std::vector<std::uint8_t> value(3 * c.entries);
+            const std::vector<std::uint8_t> value(std::size_t{3} * c.entries);
             ASSERT_TRUE(header.palette().value(value.data(), 3 * c.entries));
         }
         EXPECT_EQ(header.is_valid(), c.valid);

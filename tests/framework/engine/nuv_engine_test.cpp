@@ -95,13 +95,14 @@ public:
 
 TEST(LineToLineEngine, DeliversTheLinesBeforeTheOneThatFails)
 {
-    const auto image = random_samples<std::uint8_t>(5 * 4, 1);
+    const auto image = random_samples<std::uint8_t>(std::size_t{5} * 4, 1);
     for (const std::uint32_t fails_at : {0U, 2U, 4U}) {
         NUV_TestChain chain;
         chain.source<std::uint8_t>({.width = 5, .height = 4}, image);
         ASSERT_TRUE(chain.append<Append<FailingLineEngine>>(fails_at));
         const auto got = chain.run<std::uint8_t>();
-        EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(), image.begin() + 5 * fails_at));
+        EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(),
+                                                 image.begin() + std::ptrdiff_t{5} * fails_at));
         EXPECT_EQ(chain.status().code, fails_at < 4 ? NUV_ERR_BROKEN_DATA : NUV_STATUS_OK);
     }
 }
@@ -265,7 +266,7 @@ TEST(Engine, TakesNoMoreMemoryForALongerImage)
 
 TEST(RewriteHeader, DeliversTheSameBytesAsAnotherImage)
 {
-    const auto image = random_samples<std::uint8_t>(12 * 3, 1);
+    const auto image = random_samples<std::uint8_t>(std::size_t{12} * 3, 1);
     NUV_TestChain chain;
     chain.source<std::uint8_t>({.width = 12, .height = 3}, image);
     NUV_Header header(chain.manager());
