@@ -43,6 +43,25 @@ private:
     std::uint32_t restart_interval_;
 };
 
+// How a lossless JPEG is to be written.
+class NUV_WriteLosslessJPEGOption : public NUV_EncodeJPEGAttributes {
+public:
+    // `optimise` builds the Huffman table from the image, which is then held in memory with 16 bits
+    // for each sample and written at its end. The restart interval is in pixels, whole lines of
+    // them; 0 stands for one line, and anything above 65535 or not below the image's size for none.
+    NUV_WriteLosslessJPEGOption(bool optimise, std::uint32_t restart_interval) noexcept
+        : optimise_(optimise),
+          restart_interval_(restart_interval)
+    {}
+
+    [[nodiscard]] bool optimise() const noexcept { return optimise_; }
+    [[nodiscard]] std::uint32_t restart_interval() const noexcept { return restart_interval_; }
+
+private:
+    bool optimise_;
+    std::uint32_t restart_interval_;
+};
+
 // Ends a chain with a baseline sequential JPEG stream at the position of a storage. Takes raw
 // 8-bit unsigned images without a palette, up to 65535 by 65535 pixels: gray, gray_reverse and
 // lstar of one channel; s_rgb and adobe_rgb, which are converted to YCbCr (but for 4:1:1, written
@@ -58,6 +77,21 @@ public:
     // read before the call returns.
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, NUV_OutputStorage* storage,
                                      NUV_EncodeJPEGAttributes* attributes);
+};
+
+// Ends a chain with a lossless JPEG stream (Huffman coded, predictor 1, no point transform) at the
+// position of a storage. Takes raw 8-bit and 16-bit images, signed or not, of the sizes and colours
+// of NUV_WriteJPEG, and converts nothing: a reader gets the bits of the samples. A chain that
+// breaks off leaves a stream with the true height.
+class NUV_WriteLosslessJPEG final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    // `option` is read before the call returns; null stands for no optimising and no restarts.
+    // NUV_ERR_ARGUMENT for a null `previous` and for a restart interval of broken lines,
+    // NUV_ERR_UNSUPPORTED for any other image.
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, NUV_OutputStorage* storage,
+                                     NUV_WriteLosslessJPEGOption* option);
 };
 
 } // namespace nuv

@@ -319,7 +319,7 @@ class Refusals(ToolTest):
                 ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text"),
                 ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text:9"),
                 ("missing: No such file", "in.ppm", "out.raw", "lut=missing:8"),
-                ("text: does not hold a table", "in.ppm", "out.raw", "lut=text:8"),
+                ("four: does not hold a table", "in.ppm", "out.raw", "lut=four:8"),
                 ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:nan:8"),
                 ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:0"),
                 ("too large", "in.ppm", "out.raw", "nearest=1x4294967295", "nearest=x4294967295",

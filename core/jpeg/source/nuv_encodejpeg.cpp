@@ -36,4 +36,16 @@ NUV_Engine* NUV_WriteJPEG::engine(NUV_Engine* previous, NUV_OutputStorage* stora
     return append_writer<NUV_WriteJPEGEngine>(*previous, storage, chosen);
 }
 
+NUV_Engine* NUV_WriteLosslessJPEG::engine(NUV_Engine* previous, NUV_OutputStorage* storage,
+                                          NUV_WriteLosslessJPEGOption* option)
+{
+    constexpr std::uint32_t no_restarts = 0xFFFFFFFF;
+
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_WriteLosslessJPEG::engine()");
+    const NUV_WriteLosslessJPEGOption usual(/*optimise=*/false, no_restarts);
+    const NUV_WriteLosslessJPEGOption* chosen = option ? option : &usual;
+    return append_writer<NUV_WriteJPEGEngine>(*previous, storage, chosen);
+}
+
 } // namespace nuv

@@ -171,6 +171,10 @@ NUV_JPEGCode NUV_JPEGEncoder::start_encode(std::uint32_t& restart_interval) noex
 {
     if (state_ != State::formatted)
         return jpeg_code_wrong_state;
+    lines_ = 0;
+    write_failed_ = false;
+    if (is_lossless())
+        return start_lossless(restart_interval);
     if (frame_.precision != 8)
         return jpeg_code_bad_parameter;
 
@@ -182,14 +186,46 @@ NUV_JPEGCode NUV_JPEGEncoder::start_encode(std::uint32_t& restart_interval) noex
     if (!build_tables())
         return jpeg_code_bad_table;
     lay_out_slots();
-    lines_ = 0;
     open_lines_ = 0;
     coded_bytes_ = 0;
     restart_number_ = 0;
     mcus_to_restart_ = frame_.restart_interval;
-    write_failed_ = false;
     state_ = State::encoding;
     return write_header();
+}
+
+NUV_JPEGCode NUV_JPEGEncoder::set_lossless(NUV_JPEGLosslessTable table) noexcept
+{
+    if (state_ != State::formatted)
+        return jpeg_code_wrong_state;
+    frame_.start_marker = jpeg_marker_sof3;
+    frame_.set_sampling(jpeg_sampling_444);
+    for (NUV_JPEGComponent& component : frame_.component) {
+        component.quantiser = 0;
+        component.dc_table = 0;
+        component.ac_table = 0;
+    }
+    lossless_table_ = table;
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGEncoder::start_lossless(std::uint32_t& restart_interval) noexcept
+{
+    if (frame_.precision != 8 && frame_.precision != 16)
+        return jpeg_code_bad_parameter;
+    mcu_width_ = 1;
+    mcu_height_ = 1;
+    mcus_per_row_ = frame_.width;
+    line_bytes_ = frame_.components * frame_.width * (frame_.precision / 8U);
+    settle_restart_interval(restart_interval);
+    if (restart_interval % frame_.width != 0) // T.81, H.1.1: an interval is whole lines
+        return jpeg_code_bad_parameter;
+    const NUV_JPEGCode code =
+        lossless_.start(frame_, lossless_table_, allocator_, output_, *primitives_);
+    if (code == jpeg_code_good || code == jpeg_code_io)
+        state_ = State::encoding;
+    write_failed_ = code == jpeg_code_io;
+    return code;
 }
 
 void NUV_JPEGEncoder::set_geometry() noexcept
@@ -261,6 +297,7 @@ bool NUV_JPEGEncoder::allocate_memory() noexcept
 
 void NUV_JPEGEncoder::free_memory() noexcept
 {
+    lossless_.free_memory();
     if (memory_ != nullptr)
         allocator_.deallocate(allocator_.owner, memory_);
     memory_ = nullptr;
@@ -356,7 +393,7 @@ std::uint8_t* NUV_JPEGEncoder::next_line() noexcept
 {
     if (state_ != State::encoding || lines_ >= frame_.height)
         return nullptr;
-    return row_ + open_lines_ * row_step_;
+    return is_lossless() ? lossless_.next_line() : row_ + open_lines_ * row_step_;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
@@ -373,12 +410,23 @@ NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
     std::uint8_t* own = next_line();
     if (line != own)
         std::memcpy(own, line, line_bytes_);
-    pad_line(own);
     ++lines_;
+    if (is_lossless())
+        return encode_lossless_line();
+    pad_line(own);
     ++open_lines_;
     if (lines_ == frame_.height)
         return close_stream();
     return open_lines_ == mcu_height_ ? encode_mcu_row() : jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGEncoder::encode_lossless_line() noexcept
+{
+    NUV_JPEGCode code = lossless_.encode_line();
+    if (code == jpeg_code_good && lines_ == frame_.height)
+        code = lossless_.close();
+    write_failed_ = code == jpeg_code_io;
+    return code;
 }
 
 // Repeats the last pixel up to the edge of the last MCU.
@@ -474,6 +522,8 @@ NUV_JPEGCode NUV_JPEGEncoder::put_restart() noexcept
 
 NUV_JPEGCode NUV_JPEGEncoder::close_stream() noexcept
 {
+    if (is_lossless())
+        return lossless_.close();
     NUV_JPEGCode code = open_lines_ == 0 ? jpeg_code_good : encode_mcu_row();
     if (code == jpeg_code_good)
         code = flush_bits();
@@ -488,7 +538,8 @@ NUV_JPEGCode NUV_JPEGEncoder::correct_height() noexcept
     const std::int32_t end = output_.position(output_.storage);
     const std::uint8_t height[] = {static_cast<std::uint8_t>(lines_ >> 8),
                                    static_cast<std::uint8_t>(lines_)};
-    if (!output_.to(output_.storage, height_position_))
+    const std::int32_t position = is_lossless() ? lossless_.height_position() : height_position_;
+    if (!output_.to(output_.storage, position))
         return jpeg_code_io;
     const NUV_JPEGCode code = write(height);
     const bool back = output_.to(output_.storage, end);

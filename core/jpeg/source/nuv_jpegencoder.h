@@ -3,7 +3,9 @@
 #include "core/jpeg/source/nuv_jpegcodes.h"
 #include "core/jpeg/source/nuv_jpegframe.h"
 #include "core/jpeg/source/nuv_jpeghuffman.h"
+#include "core/jpeg/source/nuv_jpeglosslessencoder.h"
 #include "core/jpeg/source/nuv_jpegmarkers.h"
+#include "core/jpeg/source/nuv_jpegoutput.h"
 #include "core/jpeg/source/nuv_jpegprimitives.h"
 
 #include <array>
@@ -13,24 +15,15 @@
 
 namespace nuv {
 
-// Where the coded stream goes; `storage` is handed to each call.
-struct NUV_JPEGOutput {
-    void* storage = nullptr;
-    // True when all `count` bytes were written.
-    bool (*write)(void* storage, const std::uint8_t* bytes, std::int32_t count) = nullptr;
-    // To an absolute position.
-    bool (*to)(void* storage, std::int32_t position) = nullptr;
-    std::int32_t (*position)(void* storage) = nullptr;
-};
-
 // 64 quantisers in zig-zag order, at least 1: the standard table times 2 - quality / 50, so that
 // quality 0 doubles it, 50 keeps it and 100 makes it all ones. `base` is in natural order.
 [[nodiscard]] NUV_JPEGQuantisers jpeg_quantisers_of_quality(std::span<const std::uint8_t, 64> base,
                                                             std::uint32_t quality) noexcept;
 
-// Writes one baseline sequential Huffman picture, line by line, with the standard Huffman tables.
-// The calls in order: open_coder, create, set_format, start_encode, write_line for each line,
-// finish. It holds one MCU row of pixels and its coded bytes; all memory is taken in start_encode.
+// Writes one picture, line by line: baseline sequential with the standard Huffman tables, or
+// lossless. The calls in order: open_coder, create, set_format, set_lossless for that kind,
+// start_encode, write_line for each line, finish. It holds one MCU row of pixels, which is a line
+// of a lossless picture, and its coded bytes; all memory is taken in start_encode.
 class NUV_JPEGEncoder {
 public:
     // What the samples of three components are.
@@ -56,6 +49,10 @@ public:
     [[nodiscard]] NUV_JPEGCode set_format(std::uint32_t width, std::uint32_t height,
                                           std::uint32_t components, std::uint32_t bits,
                                           std::uint32_t key, std::uint32_t quality) noexcept;
+    // Makes the picture a lossless one, whatever the key and the quality. It keeps its samples: no
+    // colours are converted, and no markers are added. jpeg_code_wrong_state but between
+    // set_format and start_encode.
+    [[nodiscard]] NUV_JPEGCode set_lossless(NUV_JPEGLosslessTable table) noexcept;
     // To be called before start_encode; components unless it is.
     void set_source_colour(SourceColour colour) noexcept { source_colour_ = colour; }
     // A segment for the header, APP0 to APP15, JPG0 to JPG13 or COM, of at most 65533 bytes.
@@ -64,12 +61,13 @@ public:
 
     // Writes the header. `restart_interval` counts MCUs; 0 stands for one MCU row. It is set to
     // what is used: 0, for none, when it is above 65535 or when the picture has no more MCUs.
-    // jpeg_code_wrong_state before set_format, jpeg_code_bad_parameter for samples that are not of
-    // 8 bits, jpeg_code_no_memory, jpeg_code_io.
+    // The MCU of a lossless picture is a pixel. jpeg_code_wrong_state before set_format,
+    // jpeg_code_bad_parameter for samples that are not of 8 bits (or 16, lossless) and for an
+    // interval of a lossless picture that is not whole lines, jpeg_code_no_memory, jpeg_code_io.
     [[nodiscard]] NUV_JPEGCode start_encode(std::uint32_t& restart_interval) noexcept;
 
-    // Where the coder keeps the next line: width x components bytes, for a caller that can put its
-    // line there itself. Null when there is no next line.
+    // Where the coder keeps the next line: width x components samples, for a caller that can put
+    // its line there itself. Null when there is no next line.
     [[nodiscard]] std::uint8_t* next_line() noexcept;
     // `line` may be next_line(). The last line closes the stream. jpeg_code_wrong_state before
     // start_encode, jpeg_code_too_many_lines beyond the height, jpeg_code_io for a write that
@@ -94,6 +92,13 @@ private:
 
     static constexpr std::size_t most_blocks = 6; // of an MCU: 2 x 2, 1 and 1, or 4, 1 and 1
     static constexpr std::size_t most_tables = 2; // luma and chroma
+
+    [[nodiscard]] bool is_lossless() const noexcept
+    {
+        return frame_.start_marker == jpeg_marker_sof3;
+    }
+    [[nodiscard]] NUV_JPEGCode start_lossless(std::uint32_t& restart_interval) noexcept;
+    [[nodiscard]] NUV_JPEGCode encode_lossless_line() noexcept;
 
     void set_geometry() noexcept;
     void settle_restart_interval(std::uint32_t& restart_interval) noexcept;
@@ -128,6 +133,9 @@ private:
     SourceColour source_colour_ = SourceColour::components;
     NUV_JPEGMarkerList markers_;
     std::int32_t height_position_ = 0; // of the SOF's height, in the storage
+
+    NUV_JPEGLosslessTable lossless_table_ = NUV_JPEGLosslessTable::standard;
+    NUV_JPEGLosslessEncoder lossless_;
 
     NUV_JPEGPrimitives::PixelsToBlocks pixels_to_blocks_ = nullptr;
     std::size_t mcu_width_ = 0;  // pixels

@@ -134,6 +134,27 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
     return accept(coder_.start_encode(restart_interval)) && read_lines_of(*header);
 }
 
+bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                   NUV_OutputStorage* storage,
+                                   const NUV_WriteLosslessJPEGOption* option)
+{
+    constexpr std::uint32_t any_quality = 75;
+
+    if (!initiate(header, src, storage))
+        return false;
+    if (option == nullptr)
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
+    NUV_JPEGCode code = coder_.set_format(header->width(), header->height(), header->channels(),
+                                          header->bits(), jpeg_sampling_444, any_quality);
+    if (code > 0)
+        code = coder_.set_lossless(option->optimise() ? NUV_JPEGLosslessTable::optimal
+                                                      : NUV_JPEGLosslessTable::standard);
+    std::uint32_t restart_interval = option->restart_interval();
+    if (code > 0)
+        code = coder_.start_encode(restart_interval);
+    return accept(code) && read_lines_of(*header);
+}
+
 bool NUV_WriteJPEGEngine::write_tables(const NUV_Header& /*header*/,
                                        const NUV_EncodeJPEGAttributes& /*attributes*/)
 {

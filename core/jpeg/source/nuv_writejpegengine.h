@@ -20,6 +20,10 @@ public:
     bool cleanup() override;
     [[nodiscard]] bool execute() override;
 
+    // Lossless.
+    [[nodiscard]] virtual bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                        NUV_OutputStorage* storage,
+                                        const NUV_WriteLosslessJPEGOption* option);
     // Baseline.
     [[nodiscard]] virtual bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                         NUV_OutputStorage* storage,

@@ -151,7 +151,7 @@ std::vector<std::uint8_t> with_line_count_behind(std::vector<std::uint8_t> strea
     for (const auto& segment : parts.segments) {
         if (segment.id != 0xC0)
             continue;
-        stream.resize(stream.size() - 2);
+        stream.erase(stream.end() - 2, stream.end());
         for (const int byte :
              {0xFF, 0xDC, 0, 4, int{segment.payload[1]}, int{segment.payload[2]}, 0xFF, 0xD9})
             stream.push_back(static_cast<std::uint8_t>(byte));
