@@ -37,7 +37,7 @@ std::vector<unsigned char>& destination()
 
 void memcpy_whole(benchmark::State& state)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::memcpy(destination().data(), source().data(), image_bytes);
         benchmark::ClobberMemory();
     }
@@ -48,7 +48,7 @@ void memcpy_whole(benchmark::State& state)
 void chain(benchmark::State& state)
 {
     const auto mirrors = state.range(0);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         NuvWrapperClass job;
         job.SetSrcMemory(source().data(), static_cast<int>(image_bytes));
         job.SetDstMemory(destination().data(), static_cast<int>(image_bytes));
@@ -73,7 +73,7 @@ void plain_mirror(benchmark::State& state)
 {
     std::vector<unsigned char> in(line);
     std::vector<unsigned char> out(line);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::uint32_t y = 0; y < height; ++y) {
             const unsigned char* from = in.data() + line - channels;
             unsigned char* to = out.data();

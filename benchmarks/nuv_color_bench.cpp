@@ -50,7 +50,7 @@ Bytes& destination()
 template <class Row>
 void run(benchmark::State& state, std::size_t out_line, Row&& row)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::size_t y = 0; y < height; ++y)
             row(source().data() + y * line, destination().data() + y * out_line);
         benchmark::ClobberMemory();

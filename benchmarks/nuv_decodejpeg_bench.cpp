@@ -140,7 +140,7 @@ void decode_here(benchmark::State& state, const Kind& kind)
 {
     const std::vector<std::uint8_t>& stream = stream_of(kind);
     std::vector<std::uint8_t> line(std::size_t{3} * width);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (!decode(stream, line))
             state.SkipWithError("decoding failed");
     }
@@ -151,7 +151,7 @@ void decode_by_libjpeg(benchmark::State& state, const Kind& kind)
 {
     const std::vector<std::uint8_t>& stream = stream_of(kind);
     std::vector<std::uint8_t> line(std::size_t{3} * width);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         jpeg_decompress_struct coder{};
         jpeg_error_mgr errors{};
         coder.err = jpeg_std_error(&errors);

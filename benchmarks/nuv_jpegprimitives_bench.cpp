@@ -85,7 +85,7 @@ void fdct_quant(benchmark::State& state)
     const NUV_JPEGPrimitives& primitives = jpeg_primitives(Cpu);
     const QuantiserTables tables = quality_75();
     std::vector<std::int16_t> samples = sample_blocks();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::size_t i = 0; i < blocks; ++i)
             primitives.fdct_quant(&samples[i * 64], tables.forward.data());
         benchmark::ClobberMemory();
@@ -103,7 +103,7 @@ void idct_dequant(benchmark::State& state)
     const QuantiserTables tables = quality_75();
     const std::vector<std::int16_t> coefficients = coefficient_blocks();
     std::vector<std::int16_t> samples(coefficients.size());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::size_t i = 0; i < blocks; ++i)
             primitives.idct_dequant(&coefficients[i * 64], &samples[i * 64],
                                     tables.backward.data());
@@ -126,7 +126,7 @@ void convert(benchmark::State& state)
     for (std::uint8_t& byte : pixels)
         byte = static_cast<std::uint8_t>(random());
     alignas(32) std::array<std::int16_t, 6 * 64> out{};
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (std::size_t i = 0; i < blocks; i += LumaBlocks)
             primitive(&pixels[i % 64 * 24], row_step, out.data(), &out[256], &out[320]);
         benchmark::ClobberMemory();
@@ -188,7 +188,7 @@ void huffman_encode(benchmark::State& state)
 {
     const std::vector<std::int16_t> coefficients = coefficient_blocks();
     std::size_t bytes = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         bytes = encode<AcTable>(jpeg_primitives(Cpu), coefficients).size();
     state.counters["bytes_per_block"] = static_cast<double>(bytes) / blocks;
     count_blocks(state);
@@ -209,7 +209,7 @@ void huffman_decode(benchmark::State& state)
     (void)Initialise(jpeg_standard_luminance_ac.counts.data(),
                      jpeg_standard_luminance_ac.values.data(), &ac);
     std::array<std::int16_t, 64> block{};
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::int32_t position = 0;
         std::int16_t previous = 0;
         std::uint8_t marker = 0;
@@ -250,7 +250,7 @@ void lossless_other_rows(benchmark::State& state)
     std::vector<std::uint16_t> differences(columns, 3);
     std::vector<std::uint16_t> above(columns, 1000);
     std::vector<std::uint16_t> row(columns);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         primitives.lossless_other_rows(differences.data(), above.data(), row.data(), columns,
                                        static_cast<std::int32_t>(state.range(0)));
         benchmark::ClobberMemory();

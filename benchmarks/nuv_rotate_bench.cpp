@@ -174,7 +174,7 @@ void rotate(benchmark::State& state)
         header.bits(image.bits);
         if (image.as_runs)
             header.encode_type(NUV_EncodeType::qd_rle);
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             if (NUV_BenchChain(*manager).turn(header, bytes, static_cast<int>(state.range(1))) == 0)
                 state.SkipWithError("the run failed");
             manager->clear();
@@ -188,7 +188,7 @@ void copy(benchmark::State& state)
 {
     const Image image = images[state.range(0)];
     const std::vector<std::uint8_t> bytes = make_bytes(image);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         // Fresh memory, as every run of a chain has it.
         std::vector<std::uint8_t> plane(bytes);
         benchmark::DoNotOptimize(plane.data());

@@ -128,7 +128,7 @@ template <class T>
 void copy(benchmark::State& state)
 {
     std::vector<T> to(source<T>().size());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::memcpy(to.data(), source<T>().data(), to.size() * sizeof(T));
         benchmark::ClobberMemory();
     }
@@ -141,7 +141,7 @@ void scale(benchmark::State& state)
 {
     const auto percent = static_cast<std::uint32_t>(state.range(0));
     static_cast<void>(source<T>());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         NUV_Manager* manager = create_manager(0);
         NUV_BenchEnds ends(*manager);
         NUV_Engine* engine = ends.first<T>();
@@ -188,7 +188,7 @@ void scale_page(benchmark::State& state)
         if (as_runs)
             store_run(bytes.data() + bytes.size() - NUV_QDRLERun::bytes, {});
     }
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         NUV_Manager* manager = create_manager(0);
         NUV_BenchEnds ends(*manager);
         NUV_Engine* engine = ends.page(bytes, page_width, page_height, as_runs);
@@ -240,7 +240,7 @@ void combine_lines(benchmark::State& state)
         weights.tap[i] = static_cast<Weight>(taps[i] * unit);
     std::vector<T> out(line_samples);
     const auto kernel = choose_combine_lines<T, Weight>(form(state), true);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kernel(lines, out.data(), line_samples, weights, {});
         benchmark::ClobberMemory();
     }
@@ -252,7 +252,7 @@ void blend_lines(benchmark::State& state)
 {
     std::vector<T> out(line_samples);
     const auto kernel = choose_blend_lines<T, Weight>(form(state));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kernel(source<T>().data(), source<T>().data() + line_samples, out.data(), line_samples,
                static_cast<Weight>(std::is_same_v<Weight, double> ? 0.3 : 1229));
         benchmark::ClobberMemory();
@@ -273,7 +273,7 @@ void convolve_row(benchmark::State& state)
     }
     std::vector<Byte> out(pixels * count);
     const auto packed = choose_convolve_packed(form(state), count);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (packed) {
             packed(source<Byte>().data(), {offsets.data(), pairs.data(), pairs.data()}, out.data(),
                    pixels, 255);
@@ -298,7 +298,7 @@ void reduce_area_row(benchmark::State& state)
         taps[k] = {(k * 5 / 2) * count, k % 2 ? 0.5 : 1.0, k % 2 ? 1.0 : 0.5};
     std::vector<Byte> out(pixels * count);
     const auto kernel = choose_reduce_area_row<Byte>(form(state), count, true);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kernel(source<Byte>().data(), taps.data(), out.data(), pixels - 1, count, 1 / 2.5);
         benchmark::ClobberMemory();
     }
@@ -310,7 +310,7 @@ void reduce_area_lines(benchmark::State& state)
     std::vector<Byte> out(line_samples);
     const std::vector<std::int32_t> sums(line_samples, 200);
     const auto kernel = choose_reduce_area_lines<Byte, std::int32_t>(form(state));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kernel(source<Byte>().data(), sums.data(), source<Byte>().data() + line_samples, out.data(),
                line_samples, {0, 0.75, 0.75}, 1 / 2.5);
         benchmark::ClobberMemory();

@@ -101,7 +101,7 @@ template <class T>
 void copy(benchmark::State& state)
 {
     std::vector<T> to(source<T>().size());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::memcpy(to.data(), source<T>().data(), to.size() * sizeof(T));
         benchmark::ClobberMemory();
     }
@@ -116,7 +116,7 @@ void fine(benchmark::State& state)
     const auto percent_x = static_cast<std::uint32_t>(state.range(0));
     const auto percent_y = static_cast<std::uint32_t>(state.range(1));
     static_cast<void>(source<T>());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         NUV_Manager* manager = create_manager(0);
         NUV_BenchEnds ends(*manager);
         NUV_Engine* engine = ends.first<T>();
@@ -169,7 +169,7 @@ void filter_row(benchmark::State& state)
     const std::vector<typename A::Weight> weights(pixels * 8, 128);
     std::vector<typename A::Middle> out(pixels * count);
     const auto chosen = choose_filter_row<A>(form(state), taps, count, 1100);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         chosen.filter(source<typename A::Sample>().data(), {firsts.data(), weights.data()},
                       out.data(), 0, pixels);
         benchmark::ClobberMemory();
@@ -186,7 +186,7 @@ void combine_middles(benchmark::State& state)
     const std::vector<typename A::Weight> weights(8, 128);
     std::vector<typename A::Sample> out(line_samples);
     const auto kernel = choose_combine_middles<A>(form(state), taps, 1100);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kernel(lines.data(), weights.data(), out.data(), line_samples, 255);
         benchmark::ClobberMemory();
     }

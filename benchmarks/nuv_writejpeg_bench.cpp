@@ -87,7 +87,7 @@ void encode_here(benchmark::State& state, std::uint32_t key, const NUV_Cpu& cpu)
 {
     Sink sink;
     photo();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         sink.at = 0;
         if (!encode(sink, key, cpu))
             state.SkipWithError("encoding failed");
@@ -101,7 +101,7 @@ void encode_by_libjpeg(benchmark::State& state, std::uint32_t key)
     unsigned char* coded = nullptr;
     unsigned long coded_bytes = 0;
     photo();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         jpeg_compress_struct coder{};
         jpeg_error_mgr errors{};
         coder.err = jpeg_std_error(&errors);

@@ -8,8 +8,9 @@
 
 namespace nuv {
 
-// The reader of stored images that applications use. After a failure the storage stands where it
-// stood before, and the first failure is the one that is told.
+// The reader of stored images that applications use. Besides what NUV_ReadRaster reads, lossless
+// JPEG streams of more than 8 bits, whatever segments they carry. Where that does not help either,
+// the failure of the search is the one that is told.
 class NUV_ReadRasterEx final : public NUV_EngineCreator {
 public:
     using NUV_EngineCreator::NUV_EngineCreator;
@@ -17,6 +18,9 @@ public:
     // As those of NUV_ReadRaster.
     [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, std::uint32_t page);
     [[nodiscard]] NUV_FormatInfo* format_info(NUV_InputStorage* storage, std::uint32_t page);
+
+private:
+    void raise_again(const NUV_Status& status);
 };
 
 } // namespace nuv

@@ -88,6 +88,12 @@ Problem check_jpeg(const std::string& path, const ImageParam& picture)
                std::to_string(picture.height) + " lines: the source is damaged";
     if (!ends_with_end_marker(file))
         return "the result has no end: the source is damaged or the destination is full";
+    file.close();
+    ImageParam written{};
+    GetImgInfo(path.c_str(), &written);
+    if (written.width != picture.width || written.height != picture.height ||
+        written.channels != picture.channels || written.bits != picture.bits)
+        return "the result cannot be read back";
     return {};
 }
 

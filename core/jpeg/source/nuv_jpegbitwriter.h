@@ -17,6 +17,8 @@ namespace nuv {
 // A 0xFF is rare enough to be looked for afterwards.
 class NUV_JPEGBitWriter {
 public:
+    static constexpr std::uint32_t most_bits = 57; // at once, behind 7 held ones
+
     NUV_JPEGBitWriter(std::uint8_t* output, const NUV_JPEGEncodeState& state) noexcept
         : start_(output),
           output_(output),
@@ -24,7 +26,7 @@ public:
           held_(state.bits)
     {}
 
-    // `count` is 1 to 32; no bit of `bits` above these is set.
+    // `count` is 1 to most_bits; no bit of `bits` above these is set.
     void put(std::uint64_t bits, std::uint32_t count) noexcept
     {
         accumulator_ = accumulator_ << count | bits;
@@ -56,14 +58,15 @@ public:
     }
 
 private:
-    // From the end to the front, so that every byte is moved once.
+    // From the end to the front, so that every byte is moved once; without a branch, for a picture
+    // with many of them. The 0 in front of a byte that needs none is written over at once.
     [[gnu::noinline]] static std::uint8_t* stuff(std::uint8_t* begin, std::uint8_t* end) noexcept
     {
         std::uint8_t* const new_end = end + std::count(begin, end, std::uint8_t{0xFF});
         for (std::uint8_t* to = new_end; to != end;) {
             const std::uint8_t byte = *--end;
-            if (byte == 0xFF)
-                *--to = 0;
+            to[-1] = 0;
+            to -= byte == 0xFF ? 1 : 0;
             *--to = byte;
         }
         return new_end;

@@ -215,7 +215,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
 {
-    constexpr std::int32_t most_bytes_of_piece = 8 * piece_columns * jpeg_most_components;
+    constexpr std::int32_t most_bytes_of_piece = 8 * static_cast<std::int32_t>(piece_columns) *
+                                                 static_cast<std::int32_t>(jpeg_most_components);
 
     // A row is one unit of the scan but comes in pieces, each of which may be repeated.
     std::uint32_t column = 0;

@@ -58,13 +58,26 @@ std::uint8_t* NUV_JPEGLosslessEncoder::put_piece(const DifferenceRows& rows, std
                                                  const Codes& codes, std::uint8_t* output,
                                                  NUV_JPEGEncodeState& state) noexcept
 {
+    // Several differences at once, of one pixel or of two, as long as their bits allow.
+    constexpr std::size_t group = Components == 1 ? 2 : 1; // pixels
     NUV_JPEGBitWriter writer(output, state);
-    for (std::size_t x = 0; x < columns; ++x) {
-        for (std::size_t component = 0; component < Components; ++component) {
-            const Difference difference = difference_of(rows[component][x]);
-            const Code& code = codes[difference.category];
-            writer.put(code.bits | (difference.low & code.low_mask), code.count);
+    for (std::size_t x = 0; x < columns;) {
+        std::uint64_t bits = 0;
+        std::uint32_t count = 0;
+        for (const std::size_t end = std::min(x + group, columns); x < end; ++x) {
+            for (std::size_t component = 0; component < Components; ++component) {
+                const Difference difference = difference_of(rows[component][x]);
+                const Code& code = codes[difference.category];
+                if (count + code.count > NUV_JPEGBitWriter::most_bits) [[unlikely]] {
+                    writer.put(bits, count);
+                    bits = 0;
+                    count = 0;
+                }
+                bits = bits << code.count | code.bits | (difference.low & code.low_mask);
+                count += code.count;
+            }
         }
+        writer.put(bits, count);
     }
     return writer.finish(state);
 }

@@ -43,7 +43,8 @@ public:
     [[nodiscard]] NUV_JPEGCode close() noexcept;
     void free_memory() noexcept;
 
-    // Of the frame's height, in the storage; set once the header is written.
+    // Of the frame's height, in the storage; set once the header is written. Only the header of the
+    // standard table can have a height to be corrected.
     [[nodiscard]] std::int32_t height_position() const noexcept { return height_position_; }
 
 private:

@@ -76,7 +76,7 @@ void transform_points(const std::int32_t (&matrix)[N][N], const std::int32_t* in
 {
     constexpr int bits = 13;
     constexpr int kept = 3;
-    std::int64_t columns[N][N];
+    std::int64_t columns[N][N] = {};
     for (std::size_t y = 0; y < N; ++y) {
         for (std::size_t u = 0; u < N; ++u) {
             std::int64_t sum = 0;

@@ -154,7 +154,8 @@ TEST(Rotate90, KeepsPaletteAndColour)
 TEST(Rotate90, DeliversNothingForASourceThatBreaksOff)
 {
     for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}}) {
-        for (const std::size_t lines : {0, 30, 200, 229}) {
+        for (const std::size_t lines :
+             {std::size_t{0}, std::size_t{30}, std::size_t{200}, std::size_t{229}}) {
             NUV_TestChain chain;
             chain.source_bytes({.width = 8, .height = 230, .bits = bits},
                                std::vector<std::uint8_t>(lines * bits));

@@ -1,0 +1,112 @@
+// Lossless coding of a photograph-like picture of six megapixels from memory to memory.
+
+#include "core/jpeg/source/nuv_jpegencoder.h"
+#include "tests/support/nuv_photolike.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint32_t width = 3000;
+constexpr std::uint32_t height = 2000;
+
+// Deep samples have in their low bits what a sensor has there.
+std::vector<std::uint8_t> make_samples(std::uint32_t components, std::uint32_t bits)
+{
+    static const NUV_PhotoLike photo(width, height);
+    std::vector<std::uint8_t> samples;
+    std::uint32_t random = 1;
+    const std::size_t step = components == 1 ? 3 : 1; // the red ones of a gray picture
+    for (std::size_t i = 0; i < photo.pixels().size(); i += step) {
+        random = random * 1664525U + 1013904223U;
+        if (bits == 16)
+            samples.push_back(static_cast<std::uint8_t>(random >> 24));
+        samples.push_back(photo.pixels()[i]);
+    }
+    return samples;
+}
+
+struct Sink {
+    std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{64} << 20);
+    std::size_t at = 0;
+};
+
+NUV_JPEGOutput output_to(Sink& sink)
+{
+    return {
+        .storage = &sink,
+        .write =
+            [](void* self, const std::uint8_t* from, std::int32_t count) {
+                auto& to = *static_cast<Sink*>(self);
+                if (to.at + static_cast<std::size_t>(count) > to.bytes.size())
+                    return false;
+                std::copy_n(from, count, to.bytes.begin() + static_cast<std::ptrdiff_t>(to.at));
+                to.at += static_cast<std::size_t>(count);
+                return true;
+            },
+        .to = [](void*, std::int32_t) { return false; }, // no height is to be corrected
+        .position =
+            [](void* self) { return static_cast<std::int32_t>(static_cast<Sink*>(self)->at); },
+    };
+}
+
+constexpr NUV_JPEGAllocator heap = {
+    .owner = nullptr,
+    .allocate = [](void*, std::size_t bytes) { return std::malloc(bytes); },
+    .deallocate = [](void*, void* memory) { std::free(memory); },
+};
+
+bool encode(Sink& sink, const std::vector<std::uint8_t>& samples, std::uint32_t components,
+            std::uint32_t bits, NUV_JPEGLosslessTable table)
+{
+    NUV_JPEGEncoder coder;
+    std::uint32_t restart_interval = 0xFFFFFFFF;
+    NUV_JPEGCode code = coder.open_coder(heap);
+    if (code > 0)
+        code = coder.create(output_to(sink));
+    if (code > 0)
+        code = coder.set_format(width, height, components, bits, jpeg_sampling_444, 75);
+    if (code > 0)
+        code = coder.set_lossless(table);
+    if (code > 0)
+        code = coder.start_encode(restart_interval);
+    const std::size_t line_bytes = samples.size() / height;
+    for (std::size_t y = 0; y < height && code > 0; ++y)
+        code = coder.write_line(samples.data() + y * line_bytes);
+    return code > 0 && coder.finish() > 0;
+}
+
+void encode_lossless(benchmark::State& state, std::uint32_t components, std::uint32_t bits,
+                     NUV_JPEGLosslessTable table)
+{
+    const std::vector<std::uint8_t> samples = make_samples(components, bits);
+    Sink sink;
+    for ([[maybe_unused]] auto _ : state) {
+        sink.at = 0;
+        if (!encode(sink, samples, components, bits, table))
+            state.SkipWithError("encoding failed");
+        benchmark::DoNotOptimize(sink.bytes.data());
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * width * height);
+    state.counters["coded_bytes"] = static_cast<double>(sink.at);
+}
+
+constexpr auto standard = NUV_JPEGLosslessTable::standard;
+constexpr auto optimal = NUV_JPEGLosslessTable::optimal;
+
+BENCHMARK_CAPTURE(encode_lossless, gray_8, 1, 8, standard);
+BENCHMARK_CAPTURE(encode_lossless, gray_8_optimal, 1, 8, optimal);
+BENCHMARK_CAPTURE(encode_lossless, gray_16, 1, 16, standard);
+BENCHMARK_CAPTURE(encode_lossless, gray_16_optimal, 1, 16, optimal);
+BENCHMARK_CAPTURE(encode_lossless, rgb_8, 3, 8, standard);
+BENCHMARK_CAPTURE(encode_lossless, rgb_16, 3, 16, standard);
+
+} // namespace
+} // namespace nuv
