@@ -67,8 +67,11 @@ public:
     {
         if (!this->accepts(previous, width, height, "NUV_ScalePPFastBy::engine()"))
             return nullptr;
-        return previous->header()->bits() > 8 ? scale<double>(previous, width, height)
-                                              : scale<R>(previous, width, height);
+        if constexpr (!std::same_as<R, double>) {
+            if (previous->header()->bits() <= 8)
+                return scale<R>(previous, width, height);
+        }
+        return scale<double>(previous, width, height);
     }
 
 private:

@@ -3,6 +3,7 @@
 #include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace nuv {
@@ -96,6 +97,7 @@ void NUV_ScaleI2SmallUtility<T>::divide_sums(const Sum* sums, T* out, std::uint3
         for (std::uint32_t k = 0; k < boxes; ++k) {
             const std::uint32_t columns = columns_->count(k);
             const std::uint64_t count = std::uint64_t{columns} * rows;
+            assert(count > 0); // no box is empty
             for (std::size_t c = 0; c < step; ++c) {
                 std::uint64_t sum = 0;
                 for (std::uint32_t i = 0; i < columns; ++i)
