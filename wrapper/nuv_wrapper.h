@@ -97,6 +97,13 @@ struct WriteJPEGOption {
 };
 static_assert(sizeof(WriteJPEGOption) == 8, "part of the binary interface");
 
+// Settings of WriteLosslessJPEG().
+struct WriteLosslessJPEGOption {
+    // Not 0: the Huffman table is made for the image, which is then held whole in memory.
+    std::uint8_t optimise;
+};
+static_assert(sizeof(WriteLosslessJPEGOption) == 1, "part of the binary interface");
+
 // A table for LUT().
 struct LutParam {
     const unsigned char* table; // the entries, 16 and 32-bit ones in host order
@@ -209,6 +216,9 @@ public:
     // A baseline JPEG of an image of 1 or 3 channels of 8 bits, at most 65535 pixels wide and high.
     // RGB is converted to YCbCr. Null means quality 75 and sampling 4:2:2.
     int WriteJPEG(WriteJPEGOption* option);
+    // A lossless JPEG of an image of 1 or 3 channels of 8 or 16 bits, at most 65535 pixels wide and
+    // high; no colour is converted. Null means a fixed Huffman table.
+    int WriteLosslessJPEG(WriteLosslessJPEGOption* option);
     // The bytes of the image as they are, line after line.
     int WriteStorage(WriteStorageOption* option);
     // The channels one after the other, each as a plane of its own.
@@ -247,6 +257,7 @@ using ::ImageParam;
 using ::LutParam;
 using ::NuvWrapperClass;
 using ::WriteJPEGOption;
+using ::WriteLosslessJPEGOption;
 using ::WriteStorageOption;
 } // namespace nuv
 

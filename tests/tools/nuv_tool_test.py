@@ -175,6 +175,33 @@ class Convert(ToolTest):
                     self.convert("in.ppm", "out.jpg", f"{word}={size}", makes=["out.jpg"])
                     self.assertEqual(frame_header(self.read("out.jpg"))[:2], (height, width))
 
+    def test_writes_lossless_jpegs_that_read_back_the_same(self):
+        deep = peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm))
+        for name, picture in {"rgb": self.ppm, "deep": deep}.items():
+            self.write("source", picture)
+            self.convert("source", "samples.raw", makes=["samples.raw"])
+            for options in ((), ("--optimise",)):
+                with self.subTest(name, options=options):
+                    self.convert("source", "out.ljpg", *options, makes=["out.ljpg"])
+                    self.convert("out.ljpg", "back.raw", makes=["back.raw"])
+                    self.assertEqual(self.read("back.raw"), self.read("samples.raw"))
+
+    def test_changes_samples(self):
+        inverse = bytes(range(255, -1, -1))
+        self.write("inverses", inverse * 3)
+        samples = samples_of(self.ppm)
+        self.convert("in.ppm", "out.raw", "lut=inverses:8", makes=["out.raw"])
+        self.assertEqual(self.read("out.raw"), samples.translate(inverse))
+        self.convert("in.ppm", "out.raw", "convert=-1:255:8")
+        self.assertEqual(self.read("out.raw"), samples.translate(inverse))
+        self.convert("in.ppm", "out.raw", "color=gray")
+        gray = samples_of(peer("ppmtopgm", data=self.ppm))
+        self.assertGreater(psnr(self.read("out.raw"), gray), 20)
+        self.convert("in.ppm", "out.jpg", "color=ycbcr", "--quality", "95", makes=["out.jpg"])
+        shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read("out.jpg")))
+        self.assertGreater(psnr(shown, samples), 26)
+
+    def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
         factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
         for number, (sampling, factor) in enumerate(factors.items()):
             with self.subTest(sampling):
@@ -329,7 +356,8 @@ class Refusals(ToolTest):
                 ("'mirror-x=1' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x=1"),
                 ("'mirror-x=' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x="),
                 ("--write png: not one of", "in.ppm", "out.raw", "--write", "png"),
-                ("out.ljpg: no kind", "in.ppm", "out.ljpg"),
+                ("a lossless JPEG has 1 or 3", "bits.pbm", "out.ljpg"),
+                ("serves lossless JPEG files alone", "in.ppm", "out.jpg", "--optimise"),
                 ("a JPEG has 1 or 3 channels of 8 bits", "bits.pbm", "out.jpg"),
                 ("a JPEG has 1 or 3 channels of 8 bits", "four", "out.jpg", *raw),
                 ("no colour table", "indices.ras", "out.jpg"),
@@ -361,7 +389,7 @@ class Refusals(ToolTest):
     def test_help_shows_examples_and_every_operation(self):
         self.assertIn("nuv convert scan.ppm scan.jpg", self.run_tool("--help").stdout)
         shown = self.run_tool("convert", "--help").stdout
-        for word in ("mirror-x", "--write", "jpeg|raw|planar", "--input-raw", "--planar-input"):
+        for word in ("mirror-x", "--write", "jpeg|lossless|raw|planar", "--input-raw", "--planar-input"):
             self.assertIn(word, shown)
 
 

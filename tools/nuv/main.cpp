@@ -39,7 +39,7 @@ void add_convert(CLI::App& app, ConvertRequest& request)
     command.add_option("OPERATION", request.operations, "What to do to it, in this order");
     command
         .add_option("--write", request.write,
-                    "What to write; by default JPEG for .jpg and .jpeg, and otherwise raw")
+                    "What to write; by default by the ending of DST: .jpg, .jpeg, .ljpg, else raw")
         ->option_text(output_kind_names());
     command.add_option("--quality", request.settings.quality, "Quality of a JPEG, by default 75")
         ->check(CLI::Range(0, 100))
@@ -51,6 +51,8 @@ void add_convert(CLI::App& app, ConvertRequest& request)
             "Sampling of a JPEG, by default 422")
         ->check(CLI::IsMember(samplings))
         ->option_text("444|422|420|411");
+    command.add_flag("--optimise", request.settings.optimise,
+                     "Make the Huffman table of a lossless JPEG for the picture");
     command
         .add_option("--input-raw", request.input_raw,
                     "SRC holds raw samples: lines start on bytes, samples of 16 bits are in host "

@@ -26,13 +26,13 @@ Problem choose_kind(const ConvertRequest& request, const OutputKind*& kind)
         if (kind == nullptr)
             return "--write " + request.write + ": not one of " + output_kind_names();
     } else {
-        kind = output_kind_of_path(request.destination);
-        if (kind == nullptr)
-            return request.destination + ": no kind for this ending can be written, see --write";
+        kind = &output_kind_of_path(request.destination);
     }
     const OutputSettings& settings = request.settings;
     if (kind->name != "jpeg" && (settings.quality || settings.sampling))
         return "--quality and --sampling serve JPEG files alone";
+    if (kind->name != "lossless" && settings.optimise)
+        return "--optimise serves lossless JPEG files alone";
     return {};
 }
 

@@ -77,14 +77,35 @@ Problem check_planar(const std::string& path, const ImageParam& picture)
     return check_size(path, planar_bytes(picture));
 }
 
-Problem append_jpeg(NuvWrapperClass& job, const ImageParam& picture, const OutputSettings& settings)
+// What both kinds of JPEG refuse.
+Problem refuse_for_jpeg(const ImageParam& picture)
 {
-    if (picture.bits != 8 || (picture.channels != 1 && picture.channels != 3))
-        return "a JPEG has 1 or 3 channels of 8 bits, not " + shape(picture);
     if (picture.channels == 1 && picture.color == ColorType::eRGB)
         return "a JPEG has no colour table, and this picture has one";
     if (picture.width > largest_jpeg_side || picture.height > largest_jpeg_side)
         return "a JPEG is at most 65535 pixels wide and high";
+    return {};
+}
+
+Problem append_lossless(NuvWrapperClass& job, const ImageParam& picture,
+                        const OutputSettings& settings)
+{
+    const bool served = picture.bits == 8 || picture.bits == 16;
+    if (!served || (picture.channels != 1 && picture.channels != 3))
+        return "a lossless JPEG has 1 or 3 channels of 8 or 16 bits, not " + shape(picture);
+    if (Problem problem = refuse_for_jpeg(picture))
+        return problem;
+    WriteLosslessJPEGOption option{.optimise = static_cast<std::uint8_t>(settings.optimise)};
+    job.WriteLosslessJPEG(&option);
+    return {};
+}
+
+Problem append_jpeg(NuvWrapperClass& job, const ImageParam& picture, const OutputSettings& settings)
+{
+    if (picture.bits != 8 || (picture.channels != 1 && picture.channels != 3))
+        return "a JPEG has 1 or 3 channels of 8 bits, not " + shape(picture);
+    if (Problem problem = refuse_for_jpeg(picture))
+        return problem;
     constexpr int default_quality = 75;
     WriteJPEGOption option{
         .quality = settings.quality.value_or(default_quality),
@@ -96,6 +117,7 @@ Problem append_jpeg(NuvWrapperClass& job, const ImageParam& picture, const Outpu
 
 constexpr std::array output_kinds{
     OutputKind{"jpeg", append_jpeg, check_jpeg},
+    OutputKind{"lossless", append_lossless, check_jpeg},
     OutputKind{"raw", append_raw, check_raw},
     OutputKind{"planar", append_planar, check_planar},
 };
@@ -120,13 +142,13 @@ const OutputKind* output_kind(std::string_view name)
     return kind != output_kinds.end() ? &*kind : nullptr;
 }
 
-const OutputKind* output_kind_of_path(std::string_view path)
+const OutputKind& output_kind_of_path(std::string_view path)
 {
     std::string extension = std::filesystem::path{path}.extension().string();
     for (char& letter : extension)
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
     const auto ending = std::ranges::find(endings, extension, &Ending::text);
-    return output_kind(ending != endings.end() ? ending->kind : "raw");
+    return *output_kind(ending != endings.end() ? ending->kind : "raw");
 }
 
 std::string output_kind_names()

@@ -15,6 +15,7 @@ namespace nuv_tool {
 struct OutputSettings {
     std::optional<int> quality;  // JPEG, 0 to 100
     std::optional<int> sampling; // JPEG, a WriteJPEGOption::eSampling code
+    bool optimise = false;       // lossless JPEG: a Huffman table made for the picture
 };
 
 // A kind of file that can be written.
@@ -31,9 +32,8 @@ struct OutputKind {
 // The kind of that name, null when there is none.
 [[nodiscard]] const OutputKind* output_kind(std::string_view name);
 
-// The kind that the ending of `path` stands for: JPEG or raw. Null for an ending that stands for a
-// kind which cannot be written.
-[[nodiscard]] const OutputKind* output_kind_of_path(std::string_view path);
+// The kind that the ending of `path` stands for; raw for an ending that stands for none.
+[[nodiscard]] const OutputKind& output_kind_of_path(std::string_view path);
 
 // All names with "|" between them.
 [[nodiscard]] std::string output_kind_names();

@@ -465,6 +465,19 @@ int NuvWrapperClass::WriteJPEG(WriteJPEGOption* option)
     return 0;
 }
 
+int NuvWrapperClass::WriteLosslessJPEG(WriteLosslessJPEGOption* option)
+{
+    constexpr std::uint32_t no_restarts = 0xFFFFFFFF;
+
+    if (!manager)
+        return 0;
+    if (dst_storage)
+        dst_storage->to_begin();
+    nuv::NUV_WriteLosslessJPEGOption settings(option && option->optimise != 0, no_restarts);
+    last_engine = nuv::NUV_WriteLosslessJPEG(*manager).engine(last_engine, dst_storage, &settings);
+    return 0;
+}
+
 int NuvWrapperClass::WriteStorage(WriteStorageOption*)
 {
     if (!manager)
