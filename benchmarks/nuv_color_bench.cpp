@@ -73,12 +73,15 @@ void table(benchmark::State& state)
         [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, line, entries.data()); });
 }
 
-void matrix(benchmark::State& state, std::vector<double> factors, std::vector<double> offsets)
+void matrix(benchmark::State& state, const std::vector<double>& factors,
+            const std::vector<double>& offsets)
 {
     std::vector<std::int32_t> fixed_factors;
+    fixed_factors.reserve(factors.size());
     for (const double factor : factors)
         fixed_factors.push_back(NUV_FixedReal(factor).units());
     std::vector<std::int32_t> fixed_offsets;
+    fixed_offsets.reserve(offsets.size());
     for (const double offset : offsets)
         fixed_offsets.push_back(NUV_FixedReal(offset).units());
     const NUV_MatrixView<std::int32_t> view{fixed_factors.data(), fixed_offsets.data(),

@@ -121,7 +121,7 @@ void convert(benchmark::State& state)
 {
     const auto primitive = jpeg_primitives(Cpu).*Primitive;
     constexpr std::int32_t row_step = 48 * 64;
-    std::vector<std::uint8_t> pixels(row_step * 16);
+    std::vector<std::uint8_t> pixels(std::size_t{row_step} * 16);
     std::mt19937 random(2);
     for (std::uint8_t& byte : pixels)
         byte = static_cast<std::uint8_t>(random());

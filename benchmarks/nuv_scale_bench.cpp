@@ -179,7 +179,7 @@ void scale_page(benchmark::State& state)
         for (std::uint32_t i = 0; text && i < 160; ++i) {
             const std::uint32_t x = i * 31 + y % 9;
             if (as_runs)
-                store_run(bytes.data() + at + i * NUV_QDRLERun::bytes, {x, x + 5});
+                store_run(bytes.data() + at + std::size_t{i} * NUV_QDRLERun::bytes, {x, x + 5});
             else
                 for (std::uint32_t bit = x; bit < x + 6; ++bit)
                     bytes[at + bit / 8] =

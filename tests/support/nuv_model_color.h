@@ -46,6 +46,7 @@ template <class T, class At>
             ++corner[order[k]];
     }
     std::vector<T> result;
+    result.reserve(sums.size());
     for (const std::int64_t sum : sums)
         result.push_back(
             static_cast<T>(std::min<std::int64_t>(sum / 16384, std::numeric_limits<T>::max())));
@@ -260,7 +261,7 @@ template <class T>
     const double maximum = std::numeric_limits<T>::max();
     std::vector<T> samples;
     for (const double v : pixel)
-        samples.push_back(static_cast<T>(std::clamp(v * maximum, 0.0, maximum) + 0.5));
+        samples.push_back(static_cast<T>(std::floor(std::clamp(v * maximum, 0.0, maximum) + 0.5)));
     return samples;
 }
 

@@ -262,12 +262,12 @@ inline Picture linear_shrink(const Picture& in, std::int64_t width, std::int64_t
     const auto xs = positions(rx * 0.5 - 0.5, rx, width);
     const auto ys = positions(ry * 0.5 - 0.5, ry, height);
     const auto even = [](double r) {
-        const auto n = static_cast<std::int64_t>(r + 0.5);
+        const auto n = static_cast<std::int64_t>(std::floor(r + 0.5));
         return n % 2 == 0 && std::abs(r - static_cast<double>(n)) <= 2.220446049250313e-16;
     };
     const double kept = how.fixed ? std::trunc(rx * 4096) / 4096 : rx;
     const bool cells = even(kept) && even(ry);
-    const auto cell = static_cast<std::int64_t>(kept + 0.5);
+    const auto cell = static_cast<std::int64_t>(std::floor(kept + 0.5));
     for (std::int64_t y = 0; y < height; ++y) {
         const double py = ys[static_cast<std::size_t>(y)];
         const std::int64_t j = std::min(floor_index(py), in.height - 1);

@@ -48,7 +48,8 @@ TYPED_TEST(ColorMatrix, MultipliesAsDefined)
                 for (const bool fixed : {false, true}) {
                     SCOPED_TRACE(std::to_string(rows) + "x" + std::to_string(columns) +
                                  (fixed ? " fixed" : " real") + " up to " + std::to_string(scale));
-                    const auto factors = random_factors(rows * columns, scale, rows + columns);
+                    const auto factors =
+                        random_factors(std::size_t{rows} * columns, scale, rows + columns);
                     const auto offsets = random_factors(rows, 100 * std::min(scale, 20.0), 3);
                     const auto image = random_samples<T>(std::size_t{width} * 2 * columns, 9);
                     NUV_TestChain chain;
@@ -167,79 +168,79 @@ TEST(ColorMatrixRefusal, SaysWhyAndLeavesNothingBehind)
     struct Case {
         const char* what;
         NUV_TestImage image;
-        std::uint32_t rows;
         Reals factors;
         Reals offsets;
         const NUV_ColorType* target;
+        std::uint32_t rows;
         NUV_StatusCode code;
         const char* method;
     };
     const Case cases[] = {
-        {"other columns", {}, 3, nine, {}, nullptr, NUV_ERR_ARGUMENT, in_creator},
-        {"an empty matrix", {}, 1, {}, {}, nullptr, NUV_ERR_ARGUMENT, "NUV_Matrix::value()"},
+        {"other columns", {}, nine, {}, nullptr, 3, NUV_ERR_ARGUMENT, in_creator},
+        {"an empty matrix", {}, {}, {}, nullptr, 1, NUV_ERR_ARGUMENT, "NUV_Matrix::value()"},
         {"bilevel",
          {.bits = 1},
-         1,
          {2},
          {},
          nullptr,
+         1,
          NUV_ERR_UNSUPPORTED,
          "NUV_ColorMatrix8xNbits::engine()"},
         {"signed",
          {.channels = 3, .data_type = NUV_DataType::s_integer},
-         3,
          nine,
          {},
          nullptr,
+         3,
          NUV_ERR_UNSUPPORTED,
          "NUV_ColorMatrix3x3_8xNbits::engine()"},
-        {"palette", {.palette = true}, 1, {2}, {}, nullptr, NUV_ERR_UNSUPPORTED, in_engine},
+        {"palette", {.palette = true}, {2}, {}, nullptr, 1, NUV_ERR_UNSUPPORTED, in_engine},
         {"coded",
          {.encode_type = NUV_EncodeType::jpeg},
-         1,
          {2},
          {},
          nullptr,
+         1,
          NUV_ERR_UNSUPPORTED,
          "NUV_ProcessLineToLineEngine::initiate()"},
         {"too few offsets",
          {.channels = 3},
-         3,
          nine,
          {1, 2},
          nullptr,
+         3,
          NUV_ERR_ARGUMENT,
          in_engine_3x3},
         {"another colour",
          {.channels = 3},
-         1,
          {1, 2, 3},
          {},
          NUV_ColorType::s_rgb,
+         1,
          NUV_ERR_ARGUMENT,
          in_engine},
         {"a colour that no longer fits",
          {.channels = 3, .color_type = NUV_ColorType::s_rgb},
-         1,
          {1, 2, 3},
          {},
          nullptr,
+         1,
          NUV_ERR_ARGUMENT,
          in_engine},
         {"more channels than there can be",
          {},
-         65536,
          Reals(65536),
          {},
          nullptr,
+         65536,
          NUV_ERR_ARGUMENT,
          in_engine},
         {"too long a line",
          {.width = 0x18000000},
-         3,
          {1, 1, 1},
          {},
          nullptr,
+         3,
          NUV_ERR_UNSUPPORTED,
          in_engine},
     };

@@ -113,7 +113,7 @@ template <class T>
 [[nodiscard]] std::vector<T> model_convert(const NUV_ColorType* source, const NUV_ColorType* target,
                                            const std::vector<T>& pixel)
 {
-    constexpr double half = std::numeric_limits<T>::max() / 2 + 1;
+    constexpr T half = std::numeric_limits<T>::max() / 2 + 1;
     const bool fixed = sizeof(T) == 1;
     const auto inverted = [](std::vector<T> p) {
         for (T& sample : p)
@@ -151,7 +151,7 @@ template <class T>
     if (source == Color::gray && target == Color::s_rgb)
         return {pixel[0], pixel[0], pixel[0]};
     if (source == Color::gray && target == Color::ycbcr)
-        return {pixel[0], static_cast<T>(half), static_cast<T>(half)};
+        return {pixel[0], half, half};
     if (source == Color::ycbcr && target == Color::gray)
         return {pixel[0]};
     if (source == Color::ycbcr && target == Color::s_rgb) {

@@ -251,6 +251,7 @@ TEST(ConvertDataTypeBits, ExpandToEveryType)
                 SCOPED_TRACE(std::to_string(slope) + " " + std::to_string(offset) + " " +
                              std::to_string(bits_of<O>));
                 std::vector<double> wanted;
+                wanted.reserve(bits.size());
                 for (const int bit : bits)
                     wanted.push_back(static_cast<double>(model_linear<O>(bit, slope, offset)));
                 const auto expect = [&]<class Creator>() {
@@ -309,6 +310,7 @@ TEST(ConvertDataTypeBits, StayTurnOrBecomeOneValue)
             const auto bytes = chain.run_bytes();
             ASSERT_EQ(bytes.size(), bits_bytes.size());
             std::vector<int> wanted;
+            wanted.reserve(bits.size());
             for (const int bit : bits)
                 wanted.push_back(value(bit));
             EXPECT_EQ(bits_of_lines(bytes), wanted) << slope << " " << offset;

@@ -45,9 +45,9 @@ TYPED_TEST(DLut, InterpolatesAsDefined)
                     random_samples<T>(power(points, inputs) * outputs, inputs + points);
                 auto image = random_samples<T>(std::size_t{width} * height * inputs, outputs);
                 constexpr T ends[] = {0, std::numeric_limits<T>::max()};
-                for (std::size_t i = 0; i < 32 * inputs; ++i)
+                for (std::size_t i = 0; i < std::size_t{32} * inputs; ++i)
                     image[i] = ends[random_samples<std::uint8_t>(1, i)[0] & 1];
-                for (std::size_t i = 32 * inputs; i < 50 * inputs; ++i)
+                for (std::size_t i = std::size_t{32} * inputs; i < std::size_t{50} * inputs; ++i)
                     image[i] = image[i / inputs * inputs];
 
                 NUV_TestChain chain;

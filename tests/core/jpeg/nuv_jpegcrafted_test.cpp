@@ -28,7 +28,7 @@ JPEGLosslessPicture lossless_picture(std::uint32_t precision, std::uint32_t chan
 {
     JPEGLosslessPicture picture{19, 13, channels, precision, {}};
     std::mt19937 random(precision * 8 + channels);
-    for (std::size_t i = 0; i < 19 * 13 * channels; ++i) {
+    for (std::size_t i = 0; i < std::size_t{19} * 13 * channels; ++i) {
         const std::uint32_t smooth = static_cast<std::uint32_t>(i) * 37;
         const std::uint32_t value = i % 5 == 0 ? static_cast<std::uint32_t>(random()) : smooth;
         picture.samples.push_back(static_cast<std::uint16_t>(value & ((1U << precision) - 1U)));
@@ -413,8 +413,9 @@ std::uint8_t reduced_sample(const std::vector<double>& coefficients, int side, i
     };
     double sum = 0;
     for (int v = 0; v < side; ++v) {
+        const double* row = &coefficients[8 * static_cast<std::size_t>(v)];
         for (int u = 0; u < side; ++u)
-            sum += coefficients[static_cast<std::size_t>(8 * v + u)] * basis(x, u) * basis(y, v);
+            sum += row[u] * basis(x, u) * basis(y, v);
     }
     return static_cast<std::uint8_t>(std::clamp(std::lround(sum) + 128, 0L, 255L));
 }

@@ -133,7 +133,7 @@ TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
     for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{12}, std::uint16_t{16}}) {
         const std::string base = "lossless_" + std::to_string(bits);
         const std::size_t sample_bytes = bits > 8 ? 2 : 1;
-        const Bytes expected = anymap_samples(base + ".pgm", 19 * 13, sample_bytes);
+        const Bytes expected = anymap_samples(base + ".pgm", std::size_t{19} * 13, sample_bytes);
         for (int predictor = 1; predictor <= 7; ++predictor) {
             const std::string name =
                 base + (predictor > 1 ? "_" + std::to_string(predictor) : "") + ".jpg";
@@ -146,9 +146,10 @@ TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
         }
     }
     const Outcome colour = read(fixture("lossless_rgb.jpg"));
-    EXPECT_EQ(colour.bytes, anymap_samples("lossless_rgb.ppm", 33 * 17 * 3, 1)) << colour.method;
+    EXPECT_EQ(colour.bytes, anymap_samples("lossless_rgb.ppm", std::size_t{33} * 17 * 3, 1))
+        << colour.method;
 
-    Bytes rounded = anymap_samples("lossless_16.pgm", 19 * 13, 2);
+    Bytes rounded = anymap_samples("lossless_16.pgm", std::size_t{19} * 13, 2);
     for (std::size_t i = 0; i < rounded.size(); i += 2)
         rounded[i] &= 0xF8U;
     EXPECT_EQ(read(fixture("lossless_16_point_transform.jpg")).bytes, rounded);

@@ -44,6 +44,7 @@ template <class O>
 {
     const auto numbers = random_samples<std::int32_t>(count, seed);
     std::vector<O> entries;
+    entries.reserve(numbers.size());
     for (const std::int32_t number : numbers)
         entries.push_back(static_cast<O>(std::is_floating_point_v<O> ? number / 4 : number));
     return entries;
@@ -121,50 +122,50 @@ TEST(LutRefusal, SaysWhyAndLeavesNothingBehind)
         std::size_t entries;
         std::uint16_t channels;
         std::uint16_t bits; // in place of the table's own 8
-        const NUV_ColorType* target;
         NUV_StatusCode code;
+        const NUV_ColorType* target;
         const char* method;
     };
     const Case cases[] = {
-        {"an entry too few", {}, 255, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
-        {"twice the entries", {}, 512, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
-        {"256 for 16 bits", {.bits = 16}, 256, 1, 8, no_target, NUV_ERR_ARGUMENT, in_engine},
+        {"an entry too few", {}, 255, 1, 8, NUV_ERR_ARGUMENT, no_target, in_engine},
+        {"twice the entries", {}, 512, 1, 8, NUV_ERR_ARGUMENT, no_target, in_engine},
+        {"256 for 16 bits", {.bits = 16}, 256, 1, 8, NUV_ERR_ARGUMENT, no_target, in_engine},
         {"two tables for three",
          {.channels = 3},
          512,
          2,
          8,
-         no_target,
          NUV_ERR_ARGUMENT,
+         no_target,
          in_engine},
-        {"bits changed behind", {}, 256, 1, 16, no_target, NUV_ERR_ARGUMENT, in_engine},
+        {"bits changed behind", {}, 256, 1, 16, NUV_ERR_ARGUMENT, no_target, in_engine},
         {"entries of 64 bits that are integers",
          {},
          2048,
          8,
          64,
-         no_target,
          NUV_ERR_ARGUMENT,
+         no_target,
          in_engine},
-        {"entries of 12 bits", {}, 256, 1, 12, no_target, NUV_ERR_ARGUMENT, in_engine},
-        {"a colour of three", {}, 256, 1, 8, NUV_ColorType::s_rgb, NUV_ERR_ARGUMENT, in_engine},
-        {"bilevel", {.bits = 1}, 256, 1, 8, no_target, NUV_ERR_UNSUPPORTED, in_engine},
-        {"palette", {.palette = true}, 256, 1, 8, no_target, NUV_ERR_UNSUPPORTED, in_engine},
+        {"entries of 12 bits", {}, 256, 1, 12, NUV_ERR_ARGUMENT, no_target, in_engine},
+        {"a colour of three", {}, 256, 1, 8, NUV_ERR_ARGUMENT, NUV_ColorType::s_rgb, in_engine},
+        {"bilevel", {.bits = 1}, 256, 1, 8, NUV_ERR_UNSUPPORTED, no_target, in_engine},
+        {"palette", {.palette = true}, 256, 1, 8, NUV_ERR_UNSUPPORTED, no_target, in_engine},
         {"samples of no type",
          {.data_type = NUV_DataType::unknown},
          256,
          1,
          8,
-         no_target,
          NUV_ERR_UNSUPPORTED,
+         no_target,
          "NUV_LutS8xNbitsEngine::initiate()"},
         {"coded",
          {.encode_type = NUV_EncodeType::qd_rle},
          256,
          1,
          8,
-         no_target,
          NUV_ERR_UNSUPPORTED,
+         no_target,
          "NUV_ProcessLineToLineEngine::initiate()"},
     };
     for (const Case& c : cases) {

@@ -72,8 +72,8 @@ TEST(QDRLEBuffer, GivesLinesInAnyOrder)
                 for (std::uint32_t x = start; x <= end; ++x)
                     line[x] = 1;
             }
-            EXPECT_EQ(line, std::vector<std::uint16_t>(image.samples.begin() + 33 * row,
-                                                       image.samples.begin() + 33 * (row + 1)));
+            const auto wanted = image.samples.begin() + std::ptrdiff_t{33} * row;
+            EXPECT_EQ(line, std::vector<std::uint16_t>(wanted, wanted + 33));
         }
         EXPECT_TRUE(buffer->line_begin(12) == buffer->line_end(12));
         EXPECT_EQ(buffer->line_begin(12).count(), 0U);

@@ -102,7 +102,7 @@ TEST(ScaleSubsampling, CountsWhatIsLeftBehindTheOffset)
 TEST(ScaleSubsampling, MovesSamplesOfEveryWidth)
 {
     for (const std::uint16_t bits : std::initializer_list<std::uint16_t>{8, 16, 32, 64}) {
-        const std::size_t pixel = bits / 8 * 3;
+        const std::size_t pixel = std::size_t{bits} / 8 * 3;
         const auto bytes = random_samples<std::uint8_t>(7 * pixel, bits);
         NUV_TestChain chain;
         chain.source_bytes(

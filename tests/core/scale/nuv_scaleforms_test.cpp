@@ -140,7 +140,7 @@ TEST_F(ScaleForms, ConvolveReal)
         for (std::uint32_t k = 0; k < 20; ++k) {
             const double t = (k * 7 % 20) / 20.0;
             const auto weights = cubic_weights<double>(t, k % 2 ? -1 : -4);
-            const std::uint32_t pixel = k == 19 ? samples / channels - 4 : k * 13 % 70;
+            const std::size_t pixel = k == 19 ? samples / channels - 4 : k * 13 % 70;
             cubic.push_back({pixel * channels, {}});
             std::copy(std::begin(weights.tap), std::end(weights.tap), cubic.back().weight);
             linear.push_back({pixel * channels, 1 - t, t});

@@ -102,7 +102,7 @@ TEST(ShiftDataValues, RoundHalfUpAndStopAtTheEnds)
 // Three channels: a line is width x channels samples.
 TEST(ShiftDataValues, ComeBackFromTheWiderType)
 {
-    const auto image = random_samples<std::uint8_t>(7 * 5 * 3, 1);
+    const auto image = random_samples<std::uint8_t>(std::size_t{7} * 5 * 3, 1);
     NUV_TestChain chain;
     chain.source<std::uint8_t>({.width = 7, .height = 5, .channels = 3}, image);
     ASSERT_TRUE(chain.append<NUV_ShiftDataNL>(NUV_DataType::s_integer, std::uint16_t{16}, 4));

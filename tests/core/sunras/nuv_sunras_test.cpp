@@ -107,52 +107,52 @@ TEST(Sunras, TurnsColoursAroundUnlessTheyAreStoredRedFirst)
     struct Case {
         const char* what;
         Stored header;
+        std::uint16_t channels, bits;
         Bytes behind;
         Bytes wanted;
-        std::uint16_t channels, bits;
         const NUV_ColorType* color;
     };
     const auto gray = NUV_ColorType::gray;
     const auto rgb = NUV_ColorType::s_rgb;
     const Case cases[] = {
-        {"gray, padded", {.height = 2}, {1, 2, 3, 99, 4, 5, 6, 99}, {1, 2, 3, 4, 5, 6}, 1, 8, gray},
+        {"gray, padded", {.height = 2}, 1, 8, {1, 2, 3, 99, 4, 5, 6, 99}, {1, 2, 3, 4, 5, 6}, gray},
         {"1 bit, padded",
          {.width = 9, .height = 2, .depth = 1},
-         {0xFF, 0x80, 0x0F, 0x00},
-         {0xFF, 0x80, 0x0F, 0x00},
          1,
          1,
+         {0xFF, 0x80, 0x0F, 0x00},
+         {0xFF, 0x80, 0x0F, 0x00},
          NUV_ColorType::gray_reverse},
         {"1 bit, 1 byte",
          {.width = 8, .height = 2, .depth = 1},
+         1,
+         1,
          {0xFF, 99, 0x0F, 99},
          {0xFF, 0x0F},
-         1,
-         1,
          NUV_ColorType::gray_reverse},
-        {"old", {.width = 1, .depth = 24, .type = 0}, {1, 2, 3, 0}, {3, 2, 1}, 3, 8, rgb},
-        {"standard", {.width = 1, .depth = 24}, {1, 2, 3, 0}, {3, 2, 1}, 3, 8, rgb},
-        {"red first", {.width = 1, .depth = 24, .type = 3}, {1, 2, 3, 0}, {1, 2, 3}, 3, 8, rgb},
+        {"old", {.width = 1, .depth = 24, .type = 0}, 3, 8, {1, 2, 3, 0}, {3, 2, 1}, rgb},
+        {"standard", {.width = 1, .depth = 24}, 3, 8, {1, 2, 3, 0}, {3, 2, 1}, rgb},
+        {"red first", {.width = 1, .depth = 24, .type = 3}, 3, 8, {1, 2, 3, 0}, {1, 2, 3}, rgb},
         {"four channels",
          {.width = 2, .depth = 32},
-         {1, 2, 3, 4, 5, 6, 7, 8},
-         {4, 3, 2, 1, 8, 7, 6, 5},
          4,
          8,
+         {1, 2, 3, 4, 5, 6, 7, 8},
+         {4, 3, 2, 1, 8, 7, 6, 5},
          NUV_ColorType::cmyk},
         {"bytes behind no map",
          {.width = 2, .map_type = 0, .map_length = 3},
-         {9, 9, 9, 1, 2},
-         {1, 2},
          1,
          8,
+         {9, 9, 9, 1, 2},
+         {1, 2},
          gray},
         {"a map that no pixel uses",
          {.width = 1, .depth = 24, .map_type = 1, .map_length = 2},
-         {9, 9, 1, 2, 3, 0},
-         {3, 2, 1},
          3,
          8,
+         {9, 9, 1, 2, 3, 0},
+         {3, 2, 1},
          rgb},
     };
     for (const Case& c : cases) {

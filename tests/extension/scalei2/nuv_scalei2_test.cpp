@@ -235,7 +235,7 @@ TEST(ScaleI2Refusal, SurvivesEveryFailedAllocation)
     for (const std::uint32_t size : {13U, 8U}) {
         expect_clean_at_every_allocation([size](NUV_TestChain& chain) {
             chain.source<std::uint8_t>({.width = 27, .height = 26},
-                                       std::vector<std::uint8_t>(27 * 26, 7));
+                                       std::vector<std::uint8_t>(std::size_t{27} * 26, 7));
             chain.append<NUV_ScaleI2>(size, size, a, no_limit);
             static_cast<void>(chain.run<std::uint8_t>());
         });

@@ -142,9 +142,9 @@ TEST(ScaleI2Kernels, LargeWeightsAreCalculatedInFull)
 
     const std::vector<std::uint8_t> white(64, 255);
     const std::vector<std::int64_t> firsts(40, 0);
-    const std::vector<std::int16_t> heavy(40 * 8, 32767);
+    const std::vector<std::int16_t> heavy(std::size_t{40} * 8, 32767);
     const NUV_ScaleI2RowTable<A> table{firsts.data(), heavy.data()};
-    std::vector<std::int16_t> wanted(40 * 3);
+    std::vector<std::int16_t> wanted(std::size_t{40} * 3);
     std::vector<std::int16_t> got(wanted);
     choose_filter_row<A>(portable, 8, 3, 8 * 32767.0)
         .filter(white.data(), table, wanted.data(), 0, 40);

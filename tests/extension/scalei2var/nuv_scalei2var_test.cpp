@@ -232,43 +232,43 @@ TEST(ScaleI2VARRefusal, NamesThePassAndItsMask)
     const NUV_TestImage broad{.width = 8, .height = 8, .channels = 4, .bits = 16};
     struct Case {
         Pass pass;
+        NUV_StatusCode code;
         NUV_TestImage image;
         std::uint32_t size, taps;
         double stretch;
-        NUV_StatusCode code;
         const char* method;
     };
     const Case cases[] = {
-        {Pass::width_fixed, byte, 0, 4, 1, NUV_ERR_ARGUMENT,
+        {Pass::width_fixed, NUV_ERR_ARGUMENT, byte, 0, 4, 1,
          "NUV_ScaleI2VARWidthFixedReal::engine()"},
-        {Pass::width_fixed, byte, 9, 3, 1, NUV_ERR_ARGUMENT,
+        {Pass::width_fixed, NUV_ERR_ARGUMENT, byte, 9, 3, 1,
          "NUV_ScaleI2VARWidthFixedReal::engine()"},
-        {Pass::height_fixed, middle, 9, 9, 1, NUV_ERR_ARGUMENT,
+        {Pass::height_fixed, NUV_ERR_ARGUMENT, middle, 9, 9, 1,
          "NUV_ScaleI2VARHeightFixedReal::engine()"},
-        {Pass::width_float, word, 9, 3, 1, NUV_ERR_ARGUMENT, "NUV_ScaleI2VARWidthFloat::engine()"},
-        {Pass::height_float, real, 9, 0, 1, NUV_ERR_ARGUMENT,
+        {Pass::width_float, NUV_ERR_ARGUMENT, word, 9, 3, 1, "NUV_ScaleI2VARWidthFloat::engine()"},
+        {Pass::height_float, NUV_ERR_ARGUMENT, real, 9, 0, 1,
          "NUV_ScaleI2VARHeightFloat::engine()"},
-        {Pass::width_fixed, word, 9, 4, 1, NUV_ERR_UNSUPPORTED,
+        {Pass::width_fixed, NUV_ERR_UNSUPPORTED, word, 9, 4, 1,
          "NUV_ScaleI2VARWidthEngine::initiate()"},
-        {Pass::width_float, byte, 9, 4, 1, NUV_ERR_UNSUPPORTED,
+        {Pass::width_float, NUV_ERR_UNSUPPORTED, byte, 9, 4, 1,
          "NUV_ScaleI2VARWidthEngine::initiate()"},
-        {Pass::width_float, broad, 0x10000000, 4, 1, NUV_ERR_UNSUPPORTED,
+        {Pass::width_float, NUV_ERR_UNSUPPORTED, broad, 0x10000000, 4, 1,
          "NUV_ScaleI2VARWidthEngine::initiate()"},
-        {Pass::height_fixed, word, 9, 4, 1, NUV_ERR_UNSUPPORTED,
+        {Pass::height_fixed, NUV_ERR_UNSUPPORTED, word, 9, 4, 1,
          "NUV_ScaleI2VARHeightEngine::initiate()"},
-        {Pass::height_float, middle, 9, 4, 1, NUV_ERR_UNSUPPORTED,
+        {Pass::height_float, NUV_ERR_UNSUPPORTED, middle, 9, 4, 1,
          "NUV_ScaleI2VARHeightFloatEngine::initiate()"},
-        {Pass::width_fixed, byte, 9, 8, 0.5, NUV_ERR_UNSUPPORTED,
+        {Pass::width_fixed, NUV_ERR_UNSUPPORTED, byte, 9, 8, 0.5,
          "NUV_ScaleI2VARWidthFixedReal8MaskEngine::initiate()"},
-        {Pass::height_fixed, middle, 9, 8, 0.5, NUV_ERR_UNSUPPORTED,
+        {Pass::height_fixed, NUV_ERR_UNSUPPORTED, middle, 9, 8, 0.5,
          "NUV_ScaleI2VARHeightFixedReal8MaskEngine::initiate()"},
-        {Pass::width_float, word, 6, 7, 0.5, NUV_ERR_ARGUMENT,
+        {Pass::width_float, NUV_ERR_ARGUMENT, word, 6, 7, 0.5,
          "NUV_ScaleI2VARWidthFloat7MaskEngine::initiate()"},
-        {Pass::height_float, real, 5, 6, 0.5, NUV_ERR_ARGUMENT,
+        {Pass::height_float, NUV_ERR_ARGUMENT, real, 5, 6, 0.5,
          "NUV_ScaleI2VARHeightFloat6MaskEngine::initiate()"},
-        {Pass::width_fixed, byte, 9, 5, 2, NUV_ERR_ARGUMENT,
+        {Pass::width_fixed, NUV_ERR_ARGUMENT, byte, 9, 5, 2,
          "NUV_ScaleI2VARWidthFixedReal5MaskEngine::initiate()"},
-        {Pass::height_float, real, 9, 4, 0, NUV_ERR_ARGUMENT,
+        {Pass::height_float, NUV_ERR_ARGUMENT, real, 9, 4, 0,
          "NUV_ScaleI2VARHeightFloat4MaskEngine::initiate()"},
     };
     for (const Case& c : cases) {

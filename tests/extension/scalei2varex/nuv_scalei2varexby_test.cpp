@@ -228,7 +228,7 @@ TEST(ScaleI2VARExRefusal, SurvivesEveryFailedAllocation)
     for (const auto& [width, height] : sizes) {
         expect_clean_at_every_allocation([w = width, h = height](NUV_TestChain& chain) {
             chain.source<std::uint8_t>({.width = 27, .height = 26},
-                                       std::vector<std::uint8_t>(27 * 26, 7));
+                                       std::vector<std::uint8_t>(std::size_t{27} * 26, 7));
             chain.append<NUV_ScaleI2VARExBy<Fixed>>(w, h);
             static_cast<void>(chain.run<std::uint8_t>());
         });
