@@ -1,91 +1,141 @@
 #!/usr/bin/env python3
-"""Encodes one picture with nuv and with cjpeg, in turns, and compares their processor time.
+"""Does the same jobs with nuv and with other programs, in turns, and compares their processor time.
 
-usage: compare_peers.py BUILD_DIRECTORY [--rounds N] [--runs N] [--size WIDTH HEIGHT]
+The build directory is one of the preset "bench". A job is whole programs with all that they read
+and write, without threads, on files that lie in memory where /dev/shm is. A round runs nuv, its
+peers and a copy, which is nuv on the same picture without the operation. "ratio" is nuv's user time
+over the peer's, "both" the same with the time that the system spent for them, each the median over
+all rounds: below 1, nuv is faster. Taking turns cancels what else the machine does.
 
-The build directory holds tools/nuv/nuv and benchmarks/nuv_make_photo. A round runs each program
-`runs` times; the figure of a pair is the ratio of the two user times, and the median over all
-rounds is printed beside the medians of the times themselves. Taking turns cancels what else the
-machine does. Needs nothing but the standard library; a ratio below 1 means that nuv is faster.
+With --instructions nothing is timed: callgrind counts the instructions for two small sizes, and
+their difference, which has no start of a program in it, is shown for each pixel.
+
+A peer that is not installed is left out, and a line says so.
 """
 
 import argparse
+import filecmp
 import os
-import resource
 import shutil
 import statistics
 import subprocess
 import sys
 import tempfile
 
-CASES = [
-    # name, nuv's sampling, cjpeg's
-    ("encode 4:2:0", "420", "2x2"),
-    ("encode 4:2:2", "422", "2x1"),
-    ("encode 4:4:4", "444", "1x1"),
-]
+from peers import geometrycases, jpegcases
+from peers.measure import count_instructions, median_ratio, take_turns
+from peers.pictures import Pictures
+
+GROUPS = {
+    "encode": jpegcases.encode,
+    "decode": jpegcases.decode,
+    "lossless": jpegcases.lossless,
+    "scale": geometrycases.scale,
+    "rotate": geometrycases.rotate,
+}
+NEEDED = {  # what a group cannot make its files without
+    "decode": ("cjpeg",),
+    "lossless": ("dump2dcm", "dcmcjpeg"),
+}
+SMALL_SIZES = ((600, 400), (1200, 800))
 
 
-def user_seconds(command, runs):
-    before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
-    for _ in range(runs):
-        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-    return (resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before) / runs
+def present(case):
+    """The peers of a case that are installed; says which are not."""
+    for peer in case.peers:
+        if peer.is_missing():
+            print(f"{case.name}: {peer.words[0]} is not installed, left out")
+    return [peer for peer in case.peers if not peer.is_missing()]
 
 
-def instructions(command):
-    """Instructions in all, by callgrind; None without it."""
-    if shutil.which("valgrind") is None:
-        return None
-    run = subprocess.run(
-        ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"] + command,
-        capture_output=True, text=True, check=False)
-    for line in run.stderr.splitlines():
-        if "Collected :" in line:
-            return int(line.rsplit(":", 1)[1].split()[0])
-    return None
+def check_equal(case):
+    if case.equal and not filecmp.cmp(*case.equal, shallow=False):
+        sys.exit(f"compare_peers.py: {case.name}: the results differ")
+
+
+def milliseconds(times, field):
+    return 1000 * statistics.median(getattr(t, field) for t in times)
+
+
+def ratio(ours, theirs, field):
+    return median_ratio([getattr(t, field) for t in ours], [getattr(t, field) for t in theirs])
+
+
+def compare_times(case, rounds):
+    peers = present(case)
+    floors = [case.floor] if case.floor else []
+    copies = [case.copy] if case.copy else []
+    times = take_turns([case.ours, *peers, *floors, *copies], rounds)
+    if peers:
+        check_equal(case)
+    ours = times[0]
+    head = (f"{case.name:28}{milliseconds(ours, 'user'):8.0f}{milliseconds(ours, 'system'):7.0f}"
+            f"{case.pixels / milliseconds(ours, 'both') / 1000:7.0f}")
+    if copies:
+        head += f"{100 * ratio(times[-1], ours, 'both'):6.0f} %"
+    for peer, theirs in zip([*peers, *floors], times[1:]):
+        tail = "" if peer is case.floor else (
+            f"{ratio(ours, theirs, 'user'):7.2f}{ratio(ours, theirs, 'both'):7.2f}"
+            f"{case.aim or '':7}")
+        print(f"{head:60}{peer.name:20}{milliseconds(theirs, 'user'):7.0f}"
+              f"{milliseconds(theirs, 'system'):7.0f}{tail}", flush=True)
+        head = ""
+
+
+def time_group(cases, rounds):
+    print(f"{'':28}{'nuv user':>8}{'system':>7}{'MP/s':>7}{'of copy':>8}  {'peer':20}{'user':>7}"
+          f"{'system':>7}{'ratio':>7}{'both':>7}{'aim':>7}")
+    for case in cases:
+        compare_times(case, rounds)
+
+
+def count_group(cases_by_size):
+    print(f"{'instructions a pixel':28}{'nuv':>8}  peers")
+    for small, large in zip(*cases_by_size):
+        pixels = large.pixels - small.pixels
+        names = [case.name for case in [small.ours, *present(small)]]
+        pairs = zip([small.ours, *small.peers], [large.ours, *large.peers])
+        counts = [(count_instructions(b) - count_instructions(a)) / pixels
+                  for a, b in pairs if not a.is_missing()]
+        texts = [f"{name} {count:.1f}" for name, count in zip(names[1:], counts[1:])]
+        print(f"{small.name:28}{counts[0]:8.1f}  {', '.join(texts)}", flush=True)
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", help="build directory")
+    parser.add_argument("--only", nargs="+", choices=GROUPS, default=list(GROUPS))
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--size", type=int, nargs=2, default=(6000, 4000))
+    parser.add_argument("--instructions", action="store_true")
+    parser.add_argument("--folder", default="/dev/shm" if os.path.isdir("/dev/shm") else None,
+                        help="where the files lie while the programs run")
+    return parser.parse_args()
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("build")
-    parser.add_argument("--rounds", type=int, default=9)
-    parser.add_argument("--runs", type=int, default=3)
-    parser.add_argument("--size", type=int, nargs=2, default=(6000, 4000))
-    arguments = parser.parse_args()
-
-    nuv = os.path.join(arguments.build, "tools", "nuv", "nuv")
-    make_photo = os.path.join(arguments.build, "benchmarks", "nuv_make_photo")
-    for program in (nuv, make_photo, "cjpeg"):
-        if shutil.which(program) is None:
-            sys.exit(f"compare_peers.py: {program} is missing")
-
-    with tempfile.TemporaryDirectory() as work:
-        photo = os.path.join(work, "photo.ppm")
-        small = os.path.join(work, "small.ppm")
-        ours = os.path.join(work, "ours.jpg")
-        theirs = os.path.join(work, "theirs.jpg")
-        subprocess.run([make_photo, *map(str, arguments.size), photo], check=True)
-        subprocess.run([make_photo, "1200", "800", small], check=True)
-
-        def commands(picture, sampling, factors):
-            return (
-                [nuv, "convert", picture, ours, "--quality", "75", "--sampling", sampling],
-                ["cjpeg", "-quality", "75", "-sample", factors, "-dct", "int",
-                 "-outfile", theirs, picture],
-            )
-
-        print(f"{'':14}{'nuv s':>9}{'cjpeg s':>9}{'ratio':>8}{'instructions per pixel':>26}")
-        for name, sampling, factors in CASES:
-            pair = commands(photo, sampling, factors)
-            times = [(user_seconds(pair[0], arguments.runs), user_seconds(pair[1], arguments.runs))
-                     for _ in range(arguments.rounds)]
-            ratio = statistics.median(a / b for a, b in times if b > 0)
-            counted = [instructions(command) for command in commands(small, sampling, factors)]
-            per_pixel = ["-" if n is None else f"{n / (1200 * 800):.1f}" for n in counted]
-            print(f"{name:14}{statistics.median(a for a, _ in times):9.3f}"
-                  f"{statistics.median(b for _, b in times):9.3f}{ratio:8.3f}"
-                  f"{' / '.join(per_pixel):>26}")
+    arguments = parse_arguments()
+    sizes = SMALL_SIZES if arguments.instructions else [arguments.size]
+    with tempfile.TemporaryDirectory(dir=arguments.folder) as work:
+        os.environ["MAGICK_TMPDIR"] = os.environ["TMPDIR"] = work
+        pictures = [Pictures(arguments.build, work, *size) for size in sizes]
+        for program in (pictures[0].nuv, pictures[0].make_photo):
+            if shutil.which(program) is None:
+                sys.exit(f"compare_peers.py: {program} is missing")
+        for name in arguments.only:
+            missing = [p for p in NEEDED.get(name, ()) if shutil.which(p) is None]
+            if missing:
+                print(f"{name}: {' and '.join(missing)} not installed, left out")
+                continue
+            groups = [GROUPS[name](files) for files in pictures]
+            try:
+                if arguments.instructions:
+                    count_group(groups)
+                else:
+                    time_group(groups[0], arguments.rounds)
+            except subprocess.CalledProcessError as error:
+                sys.exit(f"compare_peers.py: {error}")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,1 @@
+"""What compare_peers.py is made of."""

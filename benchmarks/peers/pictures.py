@@ -1,0 +1,135 @@
+"""The pictures that the programs work on, each made when it is first asked for."""
+
+import functools
+import os
+import random
+import subprocess
+
+
+def page_of_text(width, height, path):
+    """A bitmap that is black and white as a page of small print is: lines of random characters of
+    40 x 60 pixels that are made of strokes, within a margin."""
+    chance = random.Random(1)
+    glyph_bytes, glyph_lines = 5, 60
+
+    def glyph():
+        lines = [0] * glyph_lines
+        stems = [(chance.randrange(4, 30), chance.randrange(0, 15)) for _ in range(2)]
+        for y in range(10, 50):
+            for left, slant in stems:
+                lines[y] |= 0x3F << (34 - left + (y * slant >> 6) % 8)
+        for top in chance.sample(range(10, 45), 2):
+            for y in range(top, top + 5):
+                lines[y] |= 0x3FFFFFC << 6
+        return [(line & 0xFFFFFFFFFF).to_bytes(glyph_bytes, "big") for line in lines]
+
+    alphabet = [glyph() for _ in range(40)] + [[bytes(glyph_bytes)] * glyph_lines] * 8
+    line_bytes = (width + 7) // 8
+    margin = min(60, line_bytes // 8)
+    count = (line_bytes - 2 * margin) // glyph_bytes
+    blank = bytes(line_bytes)
+    with open(path, "wb") as file:
+        file.write(b"P4\n%d %d\n" % (width, height))
+        for top in range(0, height, glyph_lines):
+            row = chance.choices(alphabet, k=count)
+            for y in range(min(glyph_lines, height - top)):
+                text = bytes(margin) + b"".join(character[y] for character in row)
+                file.write((text + blank)[:line_bytes])
+
+
+class Pictures:
+    """Pictures of `width` x `height` pixels in `folder`, made by the programs in `build`."""
+
+    def __init__(self, build, folder, width, height):
+        self.nuv = os.path.join(build, "tools", "nuv", "nuv")
+        self.make_photo = os.path.join(build, "benchmarks", "nuv_make_photo")
+        self.libjpeg = os.path.join(build, "benchmarks", "nuv_libjpeg_samples")
+        self.folder = folder
+        self.width = width
+        self.height = height
+
+    @property
+    def pixels(self):
+        return self.width * self.height
+
+    def path(self, name):
+        return os.path.join(self.folder, f"{self.width}x{self.height}_{name}")
+
+    def _photo(self, width, height, name):
+        path = self.path(name)
+        subprocess.run([self.make_photo, str(width), str(height), path], check=True)
+        return path
+
+    @functools.cached_property
+    def photo(self):
+        return self._photo(self.width, self.height, "photo.ppm")
+
+    @functools.cached_property
+    def half_size(self):
+        """Width and height of a picture of half as many pixels."""
+        return self.width * 2 // 3, self.height * 3 // 4
+
+    @functools.cached_property
+    def half_photo(self):
+        return self._photo(*self.half_size, "half.ppm")
+
+    def jpeg(self, photo, factors, *switches):
+        path = self.path(f"{factors}{''.join(switches)}.jpg")
+        subprocess.run(["cjpeg", "-quality", "75", "-sample", factors, *switches, "-outfile", path,
+                        photo], check=True)
+        return path
+
+    @functools.cached_property
+    def gray16(self):
+        """Raw samples that use all 16 bits: a photograph of a quarter of the pixels, enlarged."""
+        photo = self._photo(self.width // 2, self.height // 2, "quarter.ppm")
+        path = self.path("gray16.raw")
+        subprocess.run([self.nuv, "convert", photo, path, "color=gray", "convert=257:0:16",
+                        f"cubic={self.width}x{self.height}"], check=True)
+        return path
+
+    @functools.cached_property
+    def gray16_dicom(self):
+        """The same samples, uncompressed, as dcmtk takes them."""
+        described = self.path("gray16.dump")
+        with open(described, "w", encoding="ascii") as file:
+            file.write(f"(0002,0010) UI =LittleEndianExplicit\n"
+                       f"(0008,0016) UI =SecondaryCaptureImageStorage\n"
+                       f"(0008,0018) UI [1.2.3.4]\n(0008,0060) CS [OT]\n"
+                       f"(0028,0002) US 1\n(0028,0004) CS [MONOCHROME2]\n"
+                       f"(0028,0010) US {self.height}\n(0028,0011) US {self.width}\n"
+                       f"(0028,0100) US 16\n(0028,0101) US 16\n(0028,0102) US 15\n"
+                       f"(0028,0103) US 0\n(7fe0,0010) OW ={self.gray16}\n")
+        path = self.path("gray16.dcm")
+        subprocess.run(["dump2dcm", "+te", described, path], check=True)
+        return path
+
+    @functools.cached_property
+    def lossless_dicom(self):
+        path = self.path("lossless.dcm")
+        subprocess.run(["dcmcjpeg", "+e1", self.gray16_dicom, path], check=True)
+        return path
+
+    @functools.cached_property
+    def lossless(self):
+        """The stream inside `lossless_dicom`: PS3.5, A.4: a table of offsets, then one fragment."""
+        with open(self.lossless_dicom, "rb") as file:
+            data = file.read()
+        at = data.index(b"\xe0\x7f\x10\x00OB\0\0\xff\xff\xff\xff") + 12
+        at += 8 + int.from_bytes(data[at + 4:at + 8], "little")
+        size = int.from_bytes(data[at + 4:at + 8], "little")
+        path = self.path("lossless.jpg")
+        with open(path, "wb") as file:
+            file.write(data[at + 8:at + 8 + size])
+        return path
+
+    @functools.cached_property
+    def page_size(self):
+        """A4 at 600 dots per inch beside 24 megapixels, and in proportion."""
+        return self.width * 4960 // 6000, self.height * 7016 // 4000
+
+    @functools.cached_property
+    def page(self):
+        path = self.path("page.pbm")
+        page_of_text(*self.page_size, path)
+        return path
