@@ -12,8 +12,10 @@ namespace nuv {
 enum class NUV_FileUse { reading, writing };
 enum class NUV_SeekOrigin { begin, current, end };
 
-// One file of the system, without a buffer. Its positions end at 2^31 - 1. Failures raise
-// NUV_ERR_IO unless an operation says otherwise; a closed file answers -1, 0 or false.
+// One file of the system. What is written goes out at once; small reads one behind the other are
+// served from one large one, so that a picture of short lines does not cost a call of the system a
+// line. Its positions end at 2^31 - 1. Failures raise NUV_ERR_IO unless an operation says
+// otherwise; a closed file answers -1, 0 or false.
 class NUV_PosixLowLevelFile {
 public:
     explicit NUV_PosixLowLevelFile(NUV_Manager& manager) noexcept : manager_(&manager) {}
@@ -42,9 +44,18 @@ public:
     [[nodiscard]] std::int32_t size() const noexcept;
 
 private:
+    // Up to `bytes` bytes as the system gives them; 0 at the end, below 0 for a failure.
+    [[nodiscard]] std::int32_t read_some(std::uint8_t* to, std::int32_t bytes);
+
+    static constexpr std::int32_t ahead_bytes = 16384;
+
     NUV_Manager* manager_;
     std::int32_t descriptor_ = -1;
     std::int32_t position_ = 0;
+    // What was read already and not asked for yet: the system stands behind it.
+    std::int32_t ahead_begin_ = 0;
+    std::int32_t ahead_end_ = 0;
+    std::uint8_t ahead_[ahead_bytes];
 };
 
 // What file storages share.

@@ -3,9 +3,14 @@
 #include "core/storage/source/nuv_sampleorder.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_writeengine.h"
+#include "framework/io/nuv_fileoutputstorage.h"
+
+#include <algorithm>
 
 namespace nuv {
 namespace {
+
+constexpr auto execute_method = "NUV_WriteStorageEngine::execute()";
 
 class NUV_WriteStorageEngine final : public NUV_WriteEngine {
 public:
@@ -20,7 +25,9 @@ public:
 
 private:
     [[nodiscard]] bool go_to(std::int32_t offset);
+    [[nodiscard]] bool take_block();
     [[nodiscard]] bool leave_gap();
+    [[nodiscard]] bool write_held();
     [[nodiscard]] bool write_pad();
 
     std::int32_t line_pad_ = 0;
@@ -31,6 +38,8 @@ private:
     std::uint8_t last_byte_mask_ = 0xFF; // what a line uses of its last byte
     std::uint16_t sample_bytes_ = 1;
     NUV_Scratch<std::uint8_t> block_;
+    std::uint32_t held_bytes_ = 0; // of block_, not written yet
+    std::uint32_t most_held_lines_ = 1;
     std::int32_t byte_order_ = host_byte_order;
 };
 
@@ -40,6 +49,19 @@ private:
     if (!header.is_raw() || header.bits() != 1 || used == 0)
         return 0xFF;
     return static_cast<std::uint8_t>(0xFF << (8 - used));
+}
+
+// Each write to a file is a call of the system, so short lines go out several at a time. Storages
+// in memory get every line at once, and so do lines with something between them.
+[[nodiscard]] std::uint32_t lines_at_a_time(const NUV_OutputStorage& storage,
+                                            const NUV_Header& header)
+{
+    constexpr std::uint32_t usual_bytes = 16384;
+
+    if (!header.is_raw() || dynamic_cast<const NUV_FileOutputStorage*>(&storage) == nullptr)
+        return 1;
+    const std::uint32_t lines = usual_bytes / std::max(header.line_bytes(), std::uint32_t{1});
+    return std::clamp(lines, std::uint32_t{1}, std::max(header.height(), std::uint32_t{1}));
 }
 
 bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
@@ -65,7 +87,10 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     if (!go_to(offset))
         return fail(manager(), NUV_ERR_IO, method);
     const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
-    return src->block_bytes(bytes) && block_.allocate(manager(), bytes);
+    if (line_pad == 0 && line_gap == 0)
+        most_held_lines_ = lines_at_a_time(*storage, *header);
+    return src->block_bytes(bytes) &&
+           block_.allocate(manager(), std::size_t{most_held_lines_} * bytes);
 }
 
 // Beyond the end nothing can be reached: what is missing there is filled up.
@@ -87,27 +112,43 @@ bool NUV_WriteStorageEngine::cleanup()
 
 bool NUV_WriteStorageEngine::execute()
 {
-    constexpr auto method = "NUV_WriteStorageEngine::execute()";
-
     if (raw_ && lines_done_ >= height_)
         return false;
-    std::uint32_t got = 0;
-    if (!src_buffer_->get(block_.data(), &got) || (got == 0 && !raw_))
+    if (!take_block()) {
+        static_cast<void>(write_held()); // the lines before a failure stand
         return false;
-    if (!leave_gap())
-        return fail(manager(), NUV_ERR_IO, method);
-    if (raw_) {
-        if (got != src_buffer_->block_bytes())
-            return fail(manager(), NUV_ERR_BROKEN_DATA, method);
-        block_[got - 1] &= last_byte_mask_;
-        if (sample_bytes_ >= 2 && byte_order_ != host_byte_order)
-            reverse_samples(block_.data(), got, sample_bytes_);
     }
-    const auto bytes = static_cast<std::int32_t>(got);
-    if (storage_->write(block_.data(), bytes) != bytes || !write_pad())
-        return fail(manager(), NUV_ERR_IO, method);
+    const bool is_due = lines_done_ + 1 == height_ || (lines_done_ + 1) % most_held_lines_ == 0;
+    if (is_due && (!write_held() || !write_pad()))
+        return fail(manager(), NUV_ERR_IO, execute_method);
     ++lines_done_;
     return src_buffer_->release();
+}
+
+bool NUV_WriteStorageEngine::take_block()
+{
+    std::uint8_t* const block = block_.data() + held_bytes_;
+    std::uint32_t got = 0;
+    if (!src_buffer_->get(block, &got) || (got == 0 && !raw_))
+        return false;
+    if (!leave_gap())
+        return fail(manager(), NUV_ERR_IO, execute_method);
+    if (raw_) {
+        if (got != src_buffer_->block_bytes())
+            return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method);
+        block[got - 1] &= last_byte_mask_;
+        if (sample_bytes_ >= 2 && byte_order_ != host_byte_order)
+            reverse_samples(block, got, sample_bytes_);
+    }
+    held_bytes_ += got;
+    return true;
+}
+
+bool NUV_WriteStorageEngine::write_held()
+{
+    const auto bytes = static_cast<std::int32_t>(held_bytes_);
+    held_bytes_ = 0;
+    return storage_->write(block_.data(), bytes) == bytes;
 }
 
 // Stands between lines, not before the first one.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,18 +28,6 @@ template <class Call>
     struct stat about = {};
     return fstat(descriptor, &about) == 0 && S_ISREG(about.st_mode) &&
            about.st_size <= last_stream_position;
-}
-
-[[nodiscard]] int system_origin(NUV_SeekOrigin origin)
-{
-    switch (origin) {
-    case NUV_SeekOrigin::current:
-        return SEEK_CUR;
-    case NUV_SeekOrigin::end:
-        return SEEK_END;
-    default:
-        return SEEK_SET;
-    }
 }
 
 } // namespace
@@ -83,10 +72,32 @@ bool NUV_PosixLowLevelFile::close()
     if (is_closed())
         return true;
     position_ = 0;
+    ahead_begin_ = ahead_end_ = 0;
     // Whatever the answer, the descriptor is gone; closing it again could hit someone else's.
     if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR)
         return fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::close()");
     return true;
+}
+
+std::int32_t NUV_PosixLowLevelFile::read_some(std::uint8_t* to, std::int32_t bytes)
+{
+    const auto from_system = [this](std::uint8_t* place, std::int32_t count) {
+        return static_cast<std::int32_t>(uninterrupted(
+            [&] { return ::read(descriptor_, place, static_cast<std::size_t>(count)); }));
+    };
+    if (ahead_begin_ == ahead_end_) {
+        if (bytes > ahead_bytes / 2)
+            return from_system(to, bytes);
+        const std::int32_t got = from_system(ahead_, ahead_bytes);
+        if (got < 1)
+            return got;
+        ahead_begin_ = 0;
+        ahead_end_ = got;
+    }
+    const std::int32_t taken = std::min(bytes, ahead_end_ - ahead_begin_);
+    std::memcpy(to, ahead_ + ahead_begin_, static_cast<std::size_t>(taken));
+    ahead_begin_ += taken;
+    return taken;
 }
 
 std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
@@ -98,16 +109,15 @@ std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
     const std::int32_t room = std::min(bytes, last_stream_position - position_);
     std::int32_t done = 0;
     while (done < room) {
-        const auto wanted = static_cast<std::size_t>(room - done);
-        const ssize_t got = uninterrupted([&] { return ::read(descriptor_, to + done, wanted); });
+        const std::int32_t got = read_some(to + done, room - done);
         if (got < 0) {
             fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
             return done > 0 ? done : -1;
         }
         if (got == 0)
             break;
-        done += static_cast<std::int32_t>(got);
-        position_ += static_cast<std::int32_t>(got);
+        done += got;
+        position_ += got;
     }
     return done;
 }
@@ -138,16 +148,20 @@ std::int32_t NUV_PosixLowLevelFile::seek(std::int32_t offset, NUV_SeekOrigin ori
 {
     if (is_closed())
         return -1;
-    const off_t at = lseek(descriptor_, offset, system_origin(origin));
+    const bool relative = origin == NUV_SeekOrigin::current;
+    const off_t target = relative ? off_t{position_} + offset : off_t{offset};
+    const off_t at =
+        lseek(descriptor_, target, origin == NUV_SeekOrigin::end ? SEEK_END : SEEK_SET);
     if (at < 0) {
         fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::seek()");
         return -1;
     }
     if (at > last_stream_position) {
         fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::position()");
-        lseek(descriptor_, position_, SEEK_SET);
+        lseek(descriptor_, position_ + (ahead_end_ - ahead_begin_), SEEK_SET);
         return -1;
     }
+    ahead_begin_ = ahead_end_ = 0;
     position_ = static_cast<std::int32_t>(at);
     return position_;
 }

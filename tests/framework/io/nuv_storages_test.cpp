@@ -22,7 +22,7 @@ class Storages : public StorageTest {};
 
 TEST_F(Storages, EveryInputMovesAndReadsLikeTheModel)
 {
-    for (const std::size_t count : {1U, 4U, 61U}) {
+    for (const std::size_t count : {1U, 4U, 61U, 40000U}) {
         SCOPED_TRACE(count);
         const Bytes content = counted_bytes(count);
         const auto bytes = static_cast<std::int32_t>(count);
