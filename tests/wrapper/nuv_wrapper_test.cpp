@@ -234,12 +234,24 @@ TEST(Wrapper, ReadsAStoredImageAndTellsWhatItIs)
     EXPECT_EQ(storage.execute(), pixels);
 }
 
-// A stream of 12-bit samples, as far as its first scan.
+// A stream of 7 x 5 pixels, as far as its first scan: that of all components, or of the first one.
+Bytes jpeg_header(unsigned char frame_marker, unsigned char precision, const Bytes& factors,
+                  const Bytes& segments = {})
+{
+    const auto count = static_cast<unsigned char>(factors.size());
+    const auto bytes = static_cast<unsigned char>(8 + 3 * count);
+    Bytes frame = {0xFF, frame_marker, 0, bytes, precision, 0, 5, 0, 7, count};
+    for (unsigned char i = 0; i < count; ++i)
+        frame = frame + Bytes{i, factors[i], 0};
+    const unsigned char first = frame_marker == 0xC3 ? 1 : 0;
+    const Bytes scan = {0xFF, 0xDA, 0, 8, 1, 0, 0, first, 0, 0, 0xFF, 0xD9};
+    return Bytes{0xFF, 0xD8} + segments + frame + scan;
+}
+
+// A stream of 12-bit samples.
 Bytes deep_jpeg(unsigned char frame_marker, const Bytes& segments = {})
 {
-    const Bytes frame = {0xFF, frame_marker, 0, 11, 12, 0, 1, 0, 1, 1, 1, 0x11, 0};
-    const Bytes scan = {0xFF, 0xDA, 0, 8, 1, 1, 0, 1, 0, 0, 0xFF, 0xD9};
-    return Bytes{0xFF, 0xD8} + segments + frame + scan;
+    return jpeg_header(frame_marker, 12, {0x11}, segments);
 }
 
 Bytes jfif_segment()
@@ -263,6 +275,50 @@ TEST(Wrapper, LooksAtTheSourceOfAChainWithoutDisturbingIt)
     EXPECT_EQ(info.sampling, 0) << "gray has none";
     EXPECT_FALSE(info.is_jfif);
     EXPECT_EQ(job.execute(), file);
+}
+
+TEST(Wrapper, TellsWhatTheHeaderOfAJPEGSays)
+{
+    struct Case {
+        const char* what;
+        Bytes file;
+        std::int32_t format, color, sampling;
+        int bits;
+        bool is_jfif = false;
+    };
+    const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
+    const std::int32_t ycc = ColorType::eYCbCr;
+    const Case cases[] = {
+        {"4:4:4", jpeg_header(0xC0, 8, {0x11, 0x11, 0x11}), 1, ycc, 0x1001, 8},
+        {"4:2:2 across", jpeg_header(0xC2, 8, {0x21, 0x11, 0x11}), 5, ycc, 0x1010, 8},
+        {"4:2:2 down", jpeg_header(0xC0, 8, {0x12, 0x11, 0x11}), 1, ycc, 0x1010, 8},
+        {"4:2:0, JFIF", jpeg_header(0xC0, 8, {0x22, 0x11, 0x11}, jfif_segment()), 1, ycc, 0x1011, 8,
+         true},
+        {"4:1:1 across", jpeg_header(0xC1, 8, {0x41, 0x11, 0x11}), 1, ycc, 0x1100, 8},
+        {"4:1:1 down", jpeg_header(0xC0, 8, {0x14, 0x11, 0x11}), 1, ycc, 0x1100, 8},
+        {"any other", jpeg_header(0xC0, 8, {0x22, 0x21, 0x21}), 1, ycc, 0x1111, 8},
+        {"Adobe RGB", jpeg_header(0xC0, 8, {0x21, 0x11, 0x11}, adobe), 1, ColorType::eRGB, 0, 8},
+        {"gray", jpeg_header(0xC2, 8, {0x22}), 5, ColorType::eGray, 0, 8},
+        {"four", jpeg_header(0xC0, 8, {0x11, 0x11, 0x11, 0x11}), 1, ColorType::eUnknown, 0, 8},
+        {"lossless, JFIF", jpeg_header(0xC3, 16, {0x11, 0x11, 0x11}, jfif_segment()), 2,
+         ColorType::eRGB, 0, 16},
+        {"12 bits", jpeg_header(0xC1, 12, {0x11, 0x11, 0x11}), 1, ycc, 0x1001, 12},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Job job(c.file);
+        ImageParam info;
+        std::memset(&info, 0x55, sizeof info);
+        EXPECT_EQ(job.wrapper.GetSrcImgInfo(&info), 0);
+        EXPECT_EQ(info.width, 7u);
+        EXPECT_EQ(info.height, 5u);
+        EXPECT_EQ(info.format, c.format);
+        EXPECT_EQ(info.color, c.color);
+        EXPECT_EQ(info.sampling, c.sampling);
+        EXPECT_EQ(info.bits, c.bits);
+        EXPECT_EQ(info.precision, c.bits);
+        EXPECT_EQ(info.is_jfif, c.is_jfif);
+    }
 }
 
 // Whatever colour was asked for, and also when its samples cannot be read.

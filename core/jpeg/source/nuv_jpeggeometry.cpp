@@ -43,6 +43,7 @@ NUV_JPEGGeometry NUV_JPEGGeometry::of(const NUV_JPEGFrame& frame, std::uint32_t 
     geometry.mcus_across = divide_up(frame.width, block_side * most_across);
     geometry.mcus_down = divide_up(frame.height, block_side * most_down);
     geometry.mcu_height = reduced_side * most_down;
+    geometry.stored_mcu_height = block_side * most_down;
     for (std::size_t i = 0; i < frame.components; ++i) {
         NUV_JPEGPlane& plane = geometry.planes[i];
         plane.blocks_across = geometry.mcus_across * plane.horizontal;

@@ -38,11 +38,13 @@ struct NUV_JPEGGeometry {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint32_t mcu_height = 0;
+    // Of the stored picture.
+    std::uint32_t stored_mcu_height = 0;
 
-    // MCU rows that `lines` lines of the output take.
+    // MCU rows that `lines` lines of the stored picture take.
     [[nodiscard]] std::uint32_t mcu_rows_of(std::uint32_t lines) const noexcept
     {
-        return lines / mcu_height + (lines % mcu_height != 0 ? 1 : 0);
+        return lines / stored_mcu_height + (lines % stored_mcu_height != 0 ? 1 : 0);
     }
     // For a picture at 1 / `scale` of its size: 1, 2, 4 or 8. The frame has a width, a height and
     // factors that the decoder accepts.

@@ -131,7 +131,7 @@ NUV_JPEGCode NUV_JPEGHeader::next_scan(NUV_JPEGInput& input, std::uint8_t pendin
                    !is_restart_marker(marker)) {
             code = read_segment(input, marker, Place::between_scans);
         }
-        if (code == jpeg_code_io) {
+        if (code == jpeg_code_io || code == jpeg_code_segment_trouble) {
             stop = Stop::data_ended;
             return jpeg_code_good;
         }

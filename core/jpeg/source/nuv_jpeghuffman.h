@@ -69,4 +69,33 @@ struct NUV_JPEGEncodeArguments {
 [[nodiscard]] NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
                                                  std::uint64_t natural_mask) noexcept;
 
+// Both encoding primitives over one way to find the coefficients that are not zero,
+// `std::uint64_t non_zero_mask(const std::int16_t* block)`.
+template <auto non_zero_mask>
+void set_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
+{
+    static constexpr auto encode = [](const NUV_JPEGEncodeArguments& call) {
+        const NUV_JPEGResult checked = check_encode_arguments(call);
+        if (checked != jpeg_good)
+            return checked;
+        return encode_masked_block(call, call.flush ? 0 : non_zero_mask(call.block));
+    };
+    primitives.huffman_encode_block =
+        [](const std::int16_t* block, std::uint8_t* output, std::int32_t size,
+           std::int32_t* position, std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
+           const NUV_JPEGEncodeTable* ac_table, NUV_JPEGEncodeState* state, bool flush) {
+            return encode({block, output, size, position, previous_dc, dc_table, ac_table, state,
+                           flush, nullptr});
+        };
+    primitives.huffman_encode_block_wide =
+        [](const std::int16_t* block, std::uint8_t* output, std::int32_t size,
+           std::int32_t* position, std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
+           const NUV_JPEGWideEncodeTable* ac_table, NUV_JPEGEncodeState* state, bool flush) {
+            if (ac_table == nullptr)
+                return jpeg_null_pointer;
+            return encode({block, output, size, position, previous_dc, dc_table, &ac_table->plain,
+                           state, flush, ac_table});
+        };
+}
+
 } // namespace nuv

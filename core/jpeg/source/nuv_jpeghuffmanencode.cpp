@@ -184,37 +184,6 @@ NUV_JPEGResult encode_block(const NUV_JPEGEncodeArguments& call,
     return jpeg_good;
 }
 
-NUV_JPEGResult huffman_encode_block(const std::int16_t* block, std::uint8_t* output,
-                                    std::int32_t size, std::int32_t* position,
-                                    std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
-                                    const NUV_JPEGEncodeTable* ac_table, NUV_JPEGEncodeState* state,
-                                    bool flush)
-{
-    const NUV_JPEGEncodeArguments call = {block,    output,   size,  position, previous_dc,
-                                          dc_table, ac_table, state, flush,    nullptr};
-    const NUV_JPEGResult checked = check_encode_arguments(call);
-    if (checked != jpeg_good)
-        return checked;
-    return encode_masked_block(call, flush ? 0 : non_zero_mask(block));
-}
-
-NUV_JPEGResult huffman_encode_block_wide(const std::int16_t* block, std::uint8_t* output,
-                                         std::int32_t size, std::int32_t* position,
-                                         std::int16_t* previous_dc,
-                                         const NUV_JPEGEncodeTable* dc_table,
-                                         const NUV_JPEGWideEncodeTable* ac_table,
-                                         NUV_JPEGEncodeState* state, bool flush)
-{
-    if (ac_table == nullptr)
-        return jpeg_null_pointer;
-    const NUV_JPEGEncodeArguments call = {block,    output,           size,  position, previous_dc,
-                                          dc_table, &ac_table->plain, state, flush,    ac_table};
-    const NUV_JPEGResult checked = check_encode_arguments(call);
-    if (checked != jpeg_good)
-        return checked;
-    return encode_masked_block(call, flush ? 0 : non_zero_mask(block));
-}
-
 NUV_JPEGResult huffman_encode_state_init(NUV_JPEGEncodeState* state)
 {
     if (state == nullptr)
@@ -274,8 +243,7 @@ NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uin
 
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.huffman_encode_block = huffman_encode_block;
-    primitives.huffman_encode_block_wide = huffman_encode_block_wide;
+    set_huffman_encode_forms<non_zero_mask>(primitives);
     primitives.huffman_encode_state_init = huffman_encode_state_init;
 }
 

@@ -167,9 +167,10 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_scan_to_planes() noexcept
 {
     for (std::uint32_t line = 0; line < header_->frame().height; ++line) {
         const NUV_JPEGCode code = decode_row();
-        if (code != jpeg_code_good && code != jpeg_code_damaged_lines)
+        if (code == jpeg_code_good)
+            keep_in_planes(line);
+        else if (code != jpeg_code_damaged_lines)
             return code;
-        keep_in_planes(line, code == jpeg_code_damaged_lines);
     }
     return jpeg_code_good;
 }
@@ -182,35 +183,30 @@ std::uint16_t* NUV_JPEGLosslessDecoder::plane_line(std::size_t component,
            (component * frame.height + line) * static_cast<std::size_t>(frame.width);
 }
 
-void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line, bool is_lost) noexcept
+void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line) noexcept
 {
-    const std::uint32_t shift = is_lost ? 0 : scan_header_.low;
     for (std::size_t i = 0; i < scan_header_.components; ++i) {
         const std::uint16_t* const from = previous_[i];
         std::uint16_t* const to = plane_line(scan_header_.component[i].index, line);
         for (std::size_t x = 0; x < header_->frame().width; ++x)
-            to[x] = static_cast<std::uint16_t>(from[x] << shift);
+            to[x] = static_cast<std::uint16_t>(from[x] << scan_header_.low);
     }
 }
 
-// Leaves the row in previous_, by its place in the scan. jpeg_code_damaged_lines for a lost one.
+// Leaves the row in previous_, by its place in the scan. jpeg_code_damaged_lines for a lost one,
+// after which nothing more of its interval comes: no row is predicted from it.
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
 {
     NUV_JPEGCode code = jpeg_code_good;
     const NUV_JPEGScanReader::Run run = scan_->next_run(1, code);
     if (code != jpeg_code_good)
         return code;
-    if (run.mode == NUV_JPEGScanReader::Mode::decode)
-        code = decode_differences();
-    else
-        code = jpeg_code_scan_ended;
-    if (code == jpeg_code_scan_ended) {
-        fill_lost_row();
+    if (run.mode != NUV_JPEGScanReader::Mode::decode)
         return jpeg_code_damaged_lines;
-    }
+    code = decode_differences();
     if (code == jpeg_code_good)
         reconstruct();
-    return code;
+    return code == jpeg_code_scan_ended ? jpeg_code_damaged_lines : code;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
@@ -235,7 +231,10 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
         });
     if (code == jpeg_code_scan_ended)
         scan_->data_ended(0);
-    return code;
+    if (code != jpeg_code_read_failed)
+        return code;
+    scan_->data_broken(0);
+    return jpeg_code_scan_ended;
 }
 
 NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
@@ -276,13 +275,6 @@ void NUV_JPEGLosslessDecoder::reconstruct() noexcept
         }
         std::swap(rows_[i], previous_[i]);
     }
-}
-
-void NUV_JPEGLosslessDecoder::fill_lost_row() noexcept
-{
-    interval_seen_ = scan_->intervals();
-    for (std::size_t i = 0; i < scan_header_.components; ++i)
-        std::fill_n(previous_[i], header_->frame().width, lost_word);
 }
 
 // In a picture of several scans rows are those of the frame's components, else those of the scan.

@@ -33,8 +33,7 @@ private:
     [[nodiscard]] NUV_JPEGResult decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
                                                 std::uint32_t end) noexcept;
     void reconstruct() noexcept;
-    void fill_lost_row() noexcept;
-    void keep_in_planes(std::uint32_t line, bool is_lost) noexcept;
+    void keep_in_planes(std::uint32_t line) noexcept;
     [[nodiscard]] std::uint16_t* plane_line(std::size_t component, std::uint32_t line) noexcept;
     void deliver(const std::array<const std::uint16_t*, jpeg_most_components>& rows,
                  std::uint32_t shift, std::uint8_t* out) const noexcept;

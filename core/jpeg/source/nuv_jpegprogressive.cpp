@@ -103,7 +103,7 @@ NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint
 
 NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
                                const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                               std::uint32_t& run) noexcept
+                               std::uint32_t& run, std::uint8_t& occupied) noexcept
 {
     NUV_JPEGCoefficient coefficient;
     std::uint32_t k = scan.first;
@@ -116,6 +116,7 @@ NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
             if (k > scan.last)
                 return jpeg_run_past_block;
             block[jpeg_zigzag[k]] = at_plane(coefficient.value, scan.low);
+            occupied = 1;
         } else if (zeros != 15) {
             std::uint32_t blocks = 0;
             const NUV_JPEGResult ended = read_run(bits, zeros, blocks);
@@ -130,7 +131,7 @@ NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
 
 NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
                          const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                         std::uint32_t& run) noexcept
+                         std::uint32_t& run, std::uint8_t& occupied) noexcept
 {
     std::int16_t before[jpeg_block_size];
     std::copy_n(block, jpeg_block_size, before);
@@ -142,7 +143,8 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
     Refinement walk = {.block = block,
                        .k = scan.first,
                        .last = scan.last,
-                       .ahead = count_coefficients(block, scan.first, scan.last),
+                       .ahead =
+                           occupied != 0 ? count_coefficients(block, scan.first, scan.last) : 0,
                        .plane = std::int32_t{1} << scan.low};
     while (run == 0 && walk.k <= walk.last) {
         NUV_JPEGCoefficient coefficient;
@@ -166,6 +168,7 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
             if (walk.k > walk.last)
                 return give_up(jpeg_run_past_block);
             block[jpeg_zigzag[walk.k]] = at_plane(coefficient.value, scan.low);
+            occupied = 1;
         }
         ++walk.k;
     }

@@ -21,14 +21,17 @@ namespace nuv {
                                        std::uint32_t low) noexcept;
 
 // G.1.2.2. Not to be called inside an end-of-band run, which the caller skips; `run` receives the
-// blocks of the band that follow this one without coefficients.
+// blocks of the band that follow this one without coefficients. `occupied` becomes 1 with the first
+// coefficient that is put into the block.
 [[nodiscard]] NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
                                              const NUV_JPEGScanHeader& scan,
-                                             const NUV_JPEGWideTable& table,
-                                             std::uint32_t& run) noexcept;
-// G.1.2.3. To be called for each block, inside a run too. A block is as it was when this fails.
+                                             const NUV_JPEGWideTable& table, std::uint32_t& run,
+                                             std::uint8_t& occupied) noexcept;
+// G.1.2.3. Inside a run it does nothing but count for a block that is not occupied. A block is as
+// it was when this fails.
 [[nodiscard]] NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
                                        const NUV_JPEGScanHeader& scan,
-                                       const NUV_JPEGWideTable& table, std::uint32_t& run) noexcept;
+                                       const NUV_JPEGWideTable& table, std::uint32_t& run,
+                                       std::uint8_t& occupied) noexcept;
 
 } // namespace nuv

@@ -9,6 +9,7 @@ namespace nuv {
 namespace {
 
 constexpr std::uint64_t no_end = std::numeric_limits<std::uint64_t>::max();
+constexpr std::int32_t dnl_bytes = 4; // behind the marker
 
 } // namespace
 
@@ -50,10 +51,17 @@ NUV_JPEGScanReader::Run NUV_JPEGScanReader::next_run(std::uint32_t most,
 
 void NUV_JPEGScanReader::data_ended(std::uint32_t units) noexcept
 {
+    if (marker_ == 0) // so that no more intervals come
+        interval_ = 0;
+    data_broken(units);
+}
+
+void NUV_JPEGScanReader::data_broken(std::uint32_t units) noexcept
+{
     is_damaged_ = true;
     left_ += units;
-    if (marker_ != 0 && interval_ != 0)
-        mode_ = Mode::skip; // the marker tells what comes after this interval
+    if (interval_ != 0)
+        mode_ = Mode::skip; // the next marker tells what comes after this interval
     else
         end_scan();
 }
@@ -82,11 +90,15 @@ NUV_JPEGCode NUV_JPEGScanReader::begin_interval() noexcept
 NUV_JPEGCode NUV_JPEGScanReader::take_marked_restart() noexcept
 {
     state_ = {};
-    if (marker_ == 0) {
-        const NUV_JPEGCode code = input_->find_marker(marker_);
-        if (code != jpeg_code_good)
-            return code;
+    NUV_JPEGCode code = marker_ == 0 ? input_->find_marker(marker_) : jpeg_code_good;
+    while (code == jpeg_code_good && marker_ == jpeg_marker_dnl) {
+        code = input_->want(dnl_bytes); // of which nothing is new: the height is known by now
+        input_->position() += std::min(dnl_bytes, input_->unread());
+        if (code == jpeg_code_good)
+            code = input_->find_marker(marker_);
     }
+    if (code != jpeg_code_good)
+        return code;
     if (marker_ < jpeg_marker_rst0 || marker_ > jpeg_marker_rst7) {
         end_scan();
         return jpeg_code_good;

@@ -46,6 +46,9 @@ public:
     [[nodiscard]] Run next_run(std::uint32_t most, NUV_JPEGCode& code) noexcept;
     // Inside a run: the data ended in a unit. `units` are those of the run behind it.
     void data_ended(std::uint32_t units) noexcept;
+    // The same where the data means nothing, though it goes on: what comes before the next restart
+    // marker is passed over.
+    void data_broken(std::uint32_t units) noexcept;
 
     // True once any unit was not decoded.
     [[nodiscard]] bool is_damaged() const noexcept { return is_damaged_; }

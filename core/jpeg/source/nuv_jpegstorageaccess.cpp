@@ -32,4 +32,21 @@ NUV_JPEGSource jpeg_source_of(NUV_InputStorage* storage) noexcept
     };
 }
 
+NUV_JPEGOutput jpeg_output_to(NUV_OutputStorage* storage) noexcept
+{
+    return {
+        .storage = storage,
+        .write =
+            [](void* to, const std::uint8_t* bytes, std::int32_t count) {
+                return static_cast<NUV_OutputStorage*>(to)->write(bytes, count) == count;
+            },
+        .to =
+            [](void* to, std::int32_t position) {
+                auto* const seekable = static_cast<NUV_OutputStorage*>(to);
+                return seekable->to(position) && seekable->position() == position;
+            },
+        .position = [](void* to) { return static_cast<NUV_OutputStorage*>(to)->position(); },
+    };
+}
+
 } // namespace nuv

@@ -37,18 +37,29 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
         check_stored_size(line_bytes, geometry.height, blocks * block_bytes, blocks, stream_bytes);
     if (code != jpeg_code_good)
         return code;
-    if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2))
+    if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2) ||
+        !occupied_.allocate(allocator, blocks))
         return jpeg_code_no_memory;
     std::memset(memory_.data(), 0, memory_.size() * sizeof(std::int16_t));
+    std::memset(occupied_.data(), 0, occupied_.size());
 
     const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(memory_.data()) % alignment;
     std::int16_t* next = memory_.data() + (alignment - misalignment) % alignment / 2;
+    std::uint8_t* next_occupied = occupied_.data();
     for (std::size_t i = 0; i < geometry.components; ++i) {
         const NUV_JPEGPlane& plane = geometry.planes[i];
-        planes_[i] = {next, plane.blocks_across};
-        next += std::size_t{plane.blocks_across} * plane.blocks_down * jpeg_block_size;
+        planes_[i] = {next, next_occupied, plane.blocks_across};
+        const std::size_t plane_blocks = std::size_t{plane.blocks_across} * plane.blocks_down;
+        next += plane_blocks * jpeg_block_size;
+        next_occupied += plane_blocks;
     }
     return jpeg_code_good;
+}
+
+void NUV_JPEGStore::close() noexcept
+{
+    memory_.free();
+    occupied_.free();
 }
 
 } // namespace nuv

@@ -4,6 +4,7 @@
 #include "core/jpeg/source/nuv_jpegprogressive.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace nuv {
 namespace {
@@ -181,19 +182,53 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
     }
     const NUV_JPEGScanHeader::Component& component = scan.header.component[0];
     std::int16_t* const blocks = store_.block(component.index, first, row);
-    const bool skips_runs = is_progressive() && scan.header.first > 0 && scan.header.high == 0;
+    if (is_progressive() && scan.header.first > 0) {
+        const BandRow band = {.blocks = blocks,
+                              .occupied = store_.occupied(component.index, first, row),
+                              .units = units};
+        return decode_run(*scan_, units, margin, done,
+                          [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                              return decode_band(bits, scan.header, band, i);
+                          });
+    }
     return decode_run(*scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-        if (skips_runs && scan_->end_of_band_run() > 0) {
-            const std::uint32_t empty = std::min(scan_->end_of_band_run(), units - i);
-            scan_->end_of_band_run() -= empty;
-            i += empty;
-            return jpeg_good;
-        }
         const NUV_JPEGResult result =
             decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
         i += result == jpeg_good ? 1 : 0;
         return result;
     });
+}
+
+// One block of a band behind the first coefficient, or those of an end-of-band run that nothing is
+// coded for: in a first scan all, later the ones that are empty still. Else a few bytes of run
+// could make a scan of any size, and do so for every scan that is left.
+NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
+                                                const NUV_JPEGScanHeader& scan, const BandRow& row,
+                                                std::uint32_t& i) noexcept
+{
+    std::uint32_t& run = scan_->end_of_band_run();
+    const bool is_first = scan.high == 0;
+    if (run > 0) {
+        const std::uint32_t most = std::min(run, row.units - i);
+        const void* const occupied = is_first ? nullptr : std::memchr(row.occupied + i, 1, most);
+        const std::uint32_t passed =
+            occupied == nullptr ? most
+                                : static_cast<std::uint32_t>(
+                                      static_cast<const std::uint8_t*>(occupied) - row.occupied) -
+                                      i;
+        if (passed > 0) {
+            run -= passed;
+            i += passed;
+            return jpeg_good;
+        }
+    }
+    std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
+    const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
+    const NUV_JPEGResult result =
+        is_first ? decode_ac_first(bits, block, scan, table, run, row.occupied[i])
+                 : refine_ac(bits, block, scan, table, run, row.occupied[i]);
+    i += result == jpeg_good ? 1 : 0;
+    return result;
 }
 
 NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,
@@ -228,14 +263,9 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_block(NUV_JPEGBitReader& bits,
         return decode_coefficients(bits, block, previous_dc, tables_.dc(component.dc_table),
                                    tables_.ac(component.ac_table), reached);
     }
-    if (scan.first == 0) {
-        return scan.high == 0 ? decode_dc_first(bits, block, previous_dc,
-                                                tables_.dc(component.dc_table), scan.low)
-                              : refine_dc(bits, block, scan.low);
-    }
-    const NUV_JPEGWideTable& table = tables_.ac(component.ac_table);
-    return scan.high == 0 ? decode_ac_first(bits, block, scan, table, scan_->end_of_band_run())
-                          : refine_ac(bits, block, scan, table, scan_->end_of_band_run());
+    return scan.high == 0
+               ? decode_dc_first(bits, block, previous_dc, tables_.dc(component.dc_table), scan.low)
+               : refine_dc(bits, block, scan.low);
 }
 
 } // namespace nuv

@@ -32,6 +32,12 @@ private:
         std::uint32_t units_across = 0; // MCUs, or blocks of the one component
         std::uint32_t units_down = 0;
     };
+    // Blocks beside each other, and which of them are occupied.
+    struct BandRow {
+        std::int16_t* blocks = nullptr;
+        std::uint8_t* occupied = nullptr;
+        std::uint32_t units = 0;
+    };
 
     [[nodiscard]] NUV_JPEGCode decode_all() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan() noexcept;
@@ -41,6 +47,9 @@ private:
     [[nodiscard]] NUV_JPEGCode decode_units(const Scan& scan, std::uint32_t row,
                                             std::uint32_t first, std::uint32_t units,
                                             std::uint32_t& done) noexcept;
+    [[nodiscard]] NUV_JPEGResult decode_band(NUV_JPEGBitReader& bits,
+                                             const NUV_JPEGScanHeader& scan, const BandRow& row,
+                                             std::uint32_t& i) noexcept;
     [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits, const NUV_JPEGScanHeader& scan,
                                             std::uint32_t x, std::uint32_t y) noexcept;
     [[nodiscard]] NUV_JPEGResult decode_block(NUV_JPEGBitReader& bits,

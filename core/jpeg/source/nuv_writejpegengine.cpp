@@ -1,6 +1,7 @@
 #include "core/jpeg/source/nuv_writejpegengine.h"
 
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
+#include "core/jpeg/source/nuv_jpegstorageaccess.h"
 #include "framework/base/nuv_version.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
@@ -48,36 +49,6 @@ std::uint32_t sampling_for(const NUV_ColorType* colour, std::uint32_t asked) noe
     return has_luma && known ? asked : jpeg_sampling_444;
 }
 
-NUV_JPEGAllocator allocator_of(NUV_Manager& manager) noexcept
-{
-    return {
-        .owner = &manager,
-        .allocate =
-            [](void* owner, std::size_t bytes) {
-                return static_cast<NUV_Manager*>(owner)->allocate(bytes);
-            },
-        .deallocate = [](void* owner,
-                         void* memory) { static_cast<NUV_Manager*>(owner)->deallocate(memory); },
-    };
-}
-
-NUV_JPEGOutput output_to(NUV_OutputStorage* storage) noexcept
-{
-    return {
-        .storage = storage,
-        .write =
-            [](void* to, const std::uint8_t* bytes, std::int32_t count) {
-                return static_cast<NUV_OutputStorage*>(to)->write(bytes, count) == count;
-            },
-        .to =
-            [](void* to, std::int32_t position) {
-                auto* const seekable = static_cast<NUV_OutputStorage*>(to);
-                return seekable->to(position) && seekable->position() == position;
-            },
-        .position = [](void* to) { return static_cast<NUV_OutputStorage*>(to)->position(); },
-    };
-}
-
 } // namespace
 
 // Storages in memory take each piece as it comes; others get it through a buffer.
@@ -104,9 +75,9 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
     if (!is_supported(*header))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
-    NUV_JPEGCode code = coder_.open_coder(allocator_of(manager()));
+    NUV_JPEGCode code = coder_.open_coder(jpeg_allocator_of(manager()));
     if (code > 0)
-        code = coder_.create(output_to(storage));
+        code = coder_.create(jpeg_output_to(storage));
     return accept(code);
 }
 

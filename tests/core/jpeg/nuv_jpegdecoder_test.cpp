@@ -161,22 +161,6 @@ std::vector<std::uint8_t> with_line_count_behind(std::vector<std::uint8_t> strea
     return stream;
 }
 
-TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
-{
-    const JPEGTestPicture picture = busy_picture(37, 43, 3);
-    const auto stream = encode_by_reference(picture, {.key = 0x221111, .restart_interval = 2});
-    const auto open = with_line_count_behind(stream);
-    const JPEGDecoded decoded = decode_stream(open, 5);
-    EXPECT_TRUE(decoded.is_clean());
-    EXPECT_EQ(decoded.picture.samples, decode_stream(stream).picture.samples);
-
-    const std::vector<std::uint8_t> cut(open.begin(), open.end() - 5);
-    EXPECT_EQ(decode_stream(cut).header, jpeg_code_bad_segment);
-    auto zero = open;
-    zero[zero.size() - 3] = 0;
-    EXPECT_EQ(decode_stream(zero).header, jpeg_code_bad_segment);
-}
-
 // Where the restart markers of a scan stand, and its end.
 std::vector<std::size_t> restart_places(const std::vector<std::uint8_t>& stream)
 {
@@ -186,6 +170,30 @@ std::vector<std::size_t> restart_places(const std::vector<std::uint8_t>& stream)
             places.push_back(at);
     }
     return places;
+}
+
+TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
+{
+    const JPEGTestPicture picture = busy_picture(37, 43, 3);
+    const auto stream = encode_by_reference(picture, {.key = 0x221111, .restart_interval = 2});
+    const auto open = with_line_count_behind(stream);
+    const JPEGDecoded decoded = decode_stream(open, 5);
+    EXPECT_TRUE(decoded.is_clean());
+    EXPECT_EQ(decoded.picture.samples, decode_stream(stream).picture.samples);
+
+    // Another one in front of a restart says nothing new, whatever its number looks like.
+    auto repeated = stream;
+    const std::uint8_t segment[] = {0xFF, 0xDC, 0, 4, 0xFF, 0xD7};
+    repeated.insert(repeated.begin() + static_cast<std::ptrdiff_t>(restart_places(stream)[1]),
+                    std::begin(segment), std::end(segment));
+    EXPECT_TRUE(decode_stream(repeated, 5).is_clean());
+    EXPECT_EQ(decode_stream(repeated).picture.samples, decoded.picture.samples);
+
+    const std::vector<std::uint8_t> cut(open.begin(), open.end() - 5);
+    EXPECT_EQ(decode_stream(cut).header, jpeg_code_bad_segment);
+    auto zero = open;
+    zero[zero.size() - 3] = 0;
+    EXPECT_EQ(decode_stream(zero).header, jpeg_code_bad_segment);
 }
 
 // A lost interval is gray and costs nothing else.

@@ -183,36 +183,26 @@ TEST(JPEGFinish, ClosesABrokenPictureAtItsTrueHeight)
 TEST(JPEGFinish, FindsTheHeightThatWasNotDeclared)
 {
     const JPEGTestPicture picture = busy_picture(16, 11, 1);
-    JPEGTestMemory memory;
-    JPEGTestSink sink;
-    NUV_JPEGEncoder coder;
-    std::uint32_t restart_interval = 0xFFFFFFFF;
-    ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-    ASSERT_EQ(coder.create(sink.output()), 1);
-    ASSERT_EQ(coder.set_format(16, 0, 1, 8, jpeg_sampling_444, 75), 1);
-    ASSERT_EQ(coder.start_encode(restart_interval), 1);
+    JPEGTestCoder test;
+    ASSERT_EQ(test.coder.set_format(16, 0, 1, 8, jpeg_sampling_444, 75), 1);
+    ASSERT_EQ(test.start(0xFFFFFFFF), 1);
     for (std::uint32_t y = 0; y < picture.height; ++y)
-        ASSERT_EQ(coder.write_line(picture.line(y)), 1);
-    EXPECT_EQ(coder.finish(), 1);
-    EXPECT_EQ(sink.at, sink.bytes.size());
-    EXPECT_EQ(sink.bytes, encode_test_picture(picture, {.restart_interval = 0xFFFFFFFF}));
+        ASSERT_EQ(test.coder.write_line(picture.line(y)), 1);
+    EXPECT_EQ(test.coder.finish(), 1);
+    EXPECT_EQ(test.sink.at, test.sink.bytes.size());
+    EXPECT_EQ(test.sink.bytes, encode_test_picture(picture, {.restart_interval = 0xFFFFFFFF}));
 }
 
 TEST(JPEGFinish, LeavesAStreamWithoutLinesAlone)
 {
-    JPEGTestMemory memory;
-    JPEGTestSink sink;
-    NUV_JPEGEncoder coder;
-    std::uint32_t restart_interval = 0;
-    ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-    ASSERT_EQ(coder.create(sink.output()), 1);
-    ASSERT_EQ(coder.set_format(16, 16, 1, 8, jpeg_sampling_444, 75), 1);
-    ASSERT_EQ(coder.start_encode(restart_interval), 1);
-    const Bytes header = sink.bytes;
+    JPEGTestCoder test;
+    ASSERT_EQ(test.coder.set_format(16, 16, 1, 8, jpeg_sampling_444, 75), 1);
+    ASSERT_EQ(test.start(), 1);
+    const Bytes header = test.sink.bytes;
     for (int times = 0; times < 2; ++times) {
-        EXPECT_EQ(coder.finish(), 1);
-        EXPECT_EQ(sink.bytes, header);
-        EXPECT_EQ(memory.live, 0U);
+        EXPECT_EQ(test.coder.finish(), 1);
+        EXPECT_EQ(test.sink.bytes, header);
+        EXPECT_EQ(test.memory.live, 0U);
     }
 }
 
@@ -276,25 +266,17 @@ TEST(JPEGCoderCalls, RefuseAFormatThatCannotBeWritten)
     };
     for (const Format& f : formats) {
         SCOPED_TRACE(&f - formats);
-        JPEGTestMemory memory;
-        JPEGTestSink sink;
-        NUV_JPEGEncoder coder;
-        std::uint32_t restart_interval = 0;
-        ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-        ASSERT_EQ(coder.create(sink.output()), 1);
-        EXPECT_EQ(coder.set_format(f.width, f.height, f.components, f.bits, f.key, f.quality),
+        JPEGTestCoder test;
+        EXPECT_EQ(test.coder.set_format(f.width, f.height, f.components, f.bits, f.key, f.quality),
                   f.set);
-        EXPECT_EQ(coder.start_encode(restart_interval), f.start);
+        EXPECT_EQ(test.start(), f.start);
     }
 }
 
 TEST(JPEGCoderCalls, WriteStoredMarkersInOrderBehindTheStart)
 {
-    JPEGTestMemory memory;
-    JPEGTestSink sink;
-    NUV_JPEGEncoder coder;
-    ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-    ASSERT_EQ(coder.create(sink.output()), 1);
+    JPEGTestCoder test;
+    NUV_JPEGEncoder& coder = test.coder;
     EXPECT_EQ(coder.add_marker(0xDF, Bytes{1}), jpeg_code_bad_parameter);
     EXPECT_EQ(coder.add_marker(0xFF, Bytes{1}), jpeg_code_bad_parameter);
     EXPECT_EQ(coder.add_marker(0xE0, Bytes(65534)), jpeg_code_bad_parameter);
@@ -304,73 +286,22 @@ TEST(JPEGCoderCalls, WriteStoredMarkersInOrderBehindTheStart)
         EXPECT_EQ(coder.add_marker(id, Bytes(i, i)), 1);
         ids.push_back(id);
     }
-    memory.refuses = true;
+    test.memory.refuses = true;
     EXPECT_EQ(coder.add_marker(0xE0, Bytes{1}), jpeg_code_no_memory);
-    memory.refuses = false;
+    test.memory.refuses = false;
     EXPECT_EQ(coder.add_marker(0xE1, Bytes(65533, 9)), 1);
     ids.push_back(0xE1);
     ASSERT_EQ(coder.set_format(8, 1, 1, 8, jpeg_sampling_444, 75), 1);
-    std::uint32_t restart_interval = 0;
-    ASSERT_EQ(coder.start_encode(restart_interval), 1);
+    ASSERT_EQ(test.start(), 1);
     EXPECT_EQ(coder.finish(), 1);
-    EXPECT_EQ(memory.live, 0U);
+    EXPECT_EQ(test.memory.live, 0U);
 
-    const JPEGTestSegments parts(sink.bytes);
+    const JPEGTestSegments parts(test.sink.bytes);
     ids.insert(ids.end(), {0xC4, 0xDB, 0xC0, 0xDA});
     EXPECT_EQ(parts.ids(), ids);
     for (std::uint8_t i = 0; i < 20; ++i)
         EXPECT_EQ(parts.segments[i].payload, Bytes(i, i));
     EXPECT_EQ(parts.segments[20].payload, Bytes(65533, 9));
-}
-
-TEST(JPEGCoderCalls, ReportMissingMemory)
-{
-    JPEGTestMemory memory;
-    JPEGTestSink sink;
-    NUV_JPEGEncoder coder;
-    std::uint32_t restart_interval = 0;
-    ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-    ASSERT_EQ(coder.create(sink.output()), 1);
-    ASSERT_EQ(coder.set_format(8, 8, 3, 8, jpeg_sampling_444, 75), 1);
-    memory.refuses = true;
-    EXPECT_EQ(coder.start_encode(restart_interval), jpeg_code_no_memory);
-    EXPECT_EQ(coder.finish(), 1);
-    EXPECT_TRUE(sink.bytes.empty());
-}
-
-// Whole or cut short: the first write that does not fit ends the stream, and what fitted stands.
-TEST(JPEGFullDestination, KeepsAPrefixWhereverItEnds)
-{
-    const JPEGTestPicture picture = busy_picture(17, 20, 3);
-    for (const std::uint32_t lines : {20U, 11U}) {
-        const Bytes whole =
-            encode_test_picture(picture, {.key = jpeg_sampling_422, .lines = lines});
-        const std::size_t height_position = JPEGTestSegments(whole).segments[3].position + 2;
-        for (std::size_t capacity = 0; capacity < whole.size(); ++capacity) {
-            JPEGTestMemory memory;
-            JPEGTestSink sink;
-            sink.capacity = capacity;
-            NUV_JPEGEncoder coder;
-            std::uint32_t restart_interval = 0;
-            ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-            ASSERT_EQ(coder.create(sink.output()), 1);
-            ASSERT_EQ(coder.set_format(17, 20, 3, 8, jpeg_sampling_422, 75), 1);
-            NUV_JPEGCode code = coder.start_encode(restart_interval);
-            for (std::uint32_t y = 0; y < lines && code == 1; ++y)
-                code = coder.write_line(picture.line(y));
-            const bool failed_early = code != 1;
-            if (failed_early) {
-                EXPECT_EQ(coder.write_line(picture.line(0)), jpeg_code_io);
-            }
-            const NUV_JPEGCode finished = coder.finish();
-            EXPECT_EQ(failed_early ? code : finished, jpeg_code_io) << capacity;
-            EXPECT_EQ(memory.live, 0U);
-            Bytes expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(capacity));
-            if (lines != 20 && capacity > height_position)
-                expected[height_position] = 20; // not corrected
-            EXPECT_EQ(sink.bytes, expected) << capacity;
-        }
-    }
 }
 
 TEST(JPEGStream, IsTheSameInEveryForm)

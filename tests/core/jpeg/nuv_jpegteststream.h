@@ -126,6 +126,23 @@ struct JPEGTestMemory {
     }
 };
 
+// A coder over a heap and a sink of its own.
+struct JPEGTestCoder {
+    JPEGTestMemory memory;
+    JPEGTestSink sink;
+    NUV_JPEGEncoder coder;
+
+    explicit JPEGTestCoder(const NUV_Cpu& cpu = NUV_Cpu::current())
+    {
+        EXPECT_EQ(coder.open_coder(memory.allocator()), jpeg_code_good);
+        EXPECT_EQ(coder.create(sink.output(), cpu), jpeg_code_good);
+    }
+    [[nodiscard]] NUV_JPEGCode start(std::uint32_t restart_interval = 0)
+    {
+        return coder.start_encode(restart_interval);
+    }
+};
+
 // What to encode with; the lines beyond `lines` are not written.
 struct JPEGTestSettings {
     std::uint32_t key = jpeg_sampling_444;
@@ -139,24 +156,18 @@ struct JPEGTestSettings {
 inline std::vector<std::uint8_t> encode_test_picture(const JPEGTestPicture& picture,
                                                      const JPEGTestSettings& settings)
 {
-    JPEGTestMemory memory;
-    JPEGTestSink sink;
-    {
-        NUV_JPEGEncoder coder;
-        std::uint32_t restart_interval = settings.restart_interval;
-        EXPECT_EQ(coder.open_coder(memory.allocator()), jpeg_code_good);
-        EXPECT_EQ(coder.create(sink.output(), settings.cpu), jpeg_code_good);
-        EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels, 8, settings.key,
-                                   settings.quality),
-                  jpeg_code_good);
-        coder.set_source_colour(settings.colour);
-        EXPECT_EQ(coder.start_encode(restart_interval), jpeg_code_good);
-        for (std::uint32_t y = 0; y < std::min(picture.height, settings.lines); ++y)
-            EXPECT_EQ(coder.write_line(picture.line(y)), jpeg_code_good);
-        EXPECT_EQ(coder.finish(), jpeg_code_good);
-    }
-    EXPECT_EQ(memory.live, 0U);
-    return sink.bytes;
+    JPEGTestCoder test(settings.cpu);
+    NUV_JPEGEncoder& coder = test.coder;
+    EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels, 8, settings.key,
+                               settings.quality),
+              jpeg_code_good);
+    coder.set_source_colour(settings.colour);
+    EXPECT_EQ(test.start(settings.restart_interval), jpeg_code_good);
+    for (std::uint32_t y = 0; y < std::min(picture.height, settings.lines); ++y)
+        EXPECT_EQ(coder.write_line(picture.line(y)), jpeg_code_good);
+    EXPECT_EQ(coder.finish(), jpeg_code_good);
+    EXPECT_EQ(test.memory.live, 0U);
+    return test.sink.bytes;
 }
 
 // A stream taken apart: the segments up to SOS, and the markers in what follows.

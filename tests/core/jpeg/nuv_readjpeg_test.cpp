@@ -556,21 +556,36 @@ TEST(ReadJPEG, LeavesNothingBehindWhenMemoryRunsOut)
     }
 }
 
-// Every prefix of every fixture: the header's status, or an image of full height.
-TEST(ReadJPEG, SurvivesEveryPrefixOfEveryFixture)
+// Every prefix of every fixture: the header's status, or an image of full height. With a byte
+// changed, those of lossless ones have it too where the header stands.
+TEST(ReadJPEG, SurvivesEveryPrefixAndEveryChangedByteOfEveryFixture)
 {
-    for (const Fixture& stored : lossy_fixtures) {
-        const Bytes whole = fixture(stored.file);
+    std::vector<std::string> names = {"lossless_8_4.jpg", "lossless_12_2.jpg", "lossless_16.jpg",
+                                      "lossless_16_point_transform.jpg", "lossless_rgb.jpg"};
+    for (const Fixture& stored : lossy_fixtures)
+        names.emplace_back(stored.file);
+    for (const std::string& name : names) {
+        const Bytes whole = fixture(name);
         const std::size_t scan = JPEGTestSegments(whole).scan_position;
         const Outcome complete = read(whole);
         for (std::size_t size = 0; size < whole.size(); ++size) {
             const Outcome cut =
                 read({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
-            ASSERT_EQ(cut.has_engine, size >= scan) << stored.file << " cut to " << size;
+            ASSERT_EQ(cut.has_engine, size >= scan) << name << " cut to " << size;
             if (cut.has_engine) {
-                ASSERT_EQ(cut.bytes.size(), complete.bytes.size()) << stored.file << size;
+                ASSERT_EQ(cut.bytes.size(), complete.bytes.size()) << name << size;
             } else {
-                ASSERT_EQ(cut.code, NUV_ERR_BROKEN_DATA) << stored.file << size;
+                ASSERT_EQ(cut.code, NUV_ERR_BROKEN_DATA) << name << size;
+            }
+        }
+        const bool is_lossless = name.starts_with("lossless");
+        for (std::size_t at = is_lossless ? 0 : whole.size(); at < whole.size(); ++at) {
+            Bytes changed = whole;
+            changed[at] ^= static_cast<std::uint8_t>(1U << at % 8);
+            const Outcome outcome = read(changed); // which looks for leaks
+            if (at >= scan) {
+                ASSERT_EQ(outcome.bytes.size(), complete.bytes.size()) << name << ' ' << at;
+                ASSERT_TRUE(outcome.code == NUV_STATUS_OK || outcome.code == NUV_WARN_BROKEN_DATA);
             }
         }
     }

@@ -5,6 +5,7 @@
 #include "framework/io/nuv_fileoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
+#include "tests/core/jpeg/nuv_jpegwritetest.h"
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
@@ -28,38 +29,15 @@ NUV_TestImage image_of(const JPEGTestPicture& picture, const NUV_ColorType* colo
             .color_type = colour};
 }
 
-// Steps the writer to its end and lets go of it.
-void run_writer(NUV_TestChain& chain)
-{
-    NUV_Engine* writer = chain.last();
-    if (!writer)
-        return;
-    while (writer->execute()) {
-    }
-    writer->end();
-    chain.last(nullptr);
-}
-
 // The picture through a whole chain into `capacity` bytes; of its lines only the first `lines`
-// arrive. The bytes behind the stream must stay as they were.
+// arrive.
 Bytes write_picture(NUV_TestChain& chain, const JPEGTestPicture& picture,
                     const NUV_ColorType* colour, NUV_EncodeJPEGAttributes* option,
                     std::size_t capacity = 1 << 20, std::uint32_t lines = 0xFFFFFFFF)
 {
-    constexpr std::uint8_t untouched = 0xA5;
-    Bytes memory(capacity + 16, untouched);
-    const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-        chain.manager(), memory.data(), static_cast<std::int32_t>(capacity));
-    JPEGTestPicture part = picture;
-    part.samples.resize(std::min(picture.height, lines) * picture.line_bytes());
-    chain.source_bytes(image_of(picture, colour), part.samples);
-    chain.append<NUV_WriteJPEG>(storage.get(), option);
-    run_writer(chain);
-    const auto written = static_cast<std::size_t>(storage ? storage->size() : 0);
-    for (std::size_t i = capacity; i < memory.size(); ++i)
-        EXPECT_EQ(memory[i], untouched);
-    memory.resize(written);
-    return memory;
+    Bytes samples = picture.samples;
+    samples.resize(std::min(picture.height, lines) * picture.line_bytes());
+    return write_lines<NUV_WriteJPEG>(chain, image_of(picture, colour), samples, option, capacity);
 }
 
 TEST(WriteJPEGOption, CutsQualityAtAHundred)
@@ -227,17 +205,22 @@ TEST(WriteJPEG, ClosesTheStreamWhenTheManagerGoes)
     EXPECT_EQ(memory, encode_test_picture(picture, {.lines = 10}));
 }
 
+// What fitted stands, of a stream that was cut short with the height it began with.
 TEST(WriteJPEG, FailsWhereverTheDestinationEnds)
 {
     const JPEGTestPicture picture = busy_picture(17, 20, 3);
     for (const std::uint32_t lines : {20U, 11U}) {
         const Bytes whole = encode_test_picture(
             picture, {.key = jpeg_sampling_422, .colour = Colour::rgb, .lines = lines});
+        const std::size_t height_position = JPEGTestSegments(whole).segments[3].position + 2;
         for (std::size_t capacity = 1; capacity <= whole.size(); ++capacity) {
             NUV_TestChain chain;
             const Bytes got =
                 write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr, capacity, lines);
-            EXPECT_EQ(got.size(), capacity);
+            Bytes expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(capacity));
+            if (capacity < whole.size() && capacity > height_position)
+                expected[height_position] = 20;
+            EXPECT_EQ(got, expected) << capacity;
             EXPECT_EQ(chain.status().code, capacity < whole.size() ? NUV_ERR_IO : NUV_STATUS_OK)
                 << capacity;
         }
@@ -250,9 +233,9 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
     constexpr auto in_engine = "NUV_WriteJPEGEngine::initiate()";
     constexpr auto in_storage = "NUV_StorageOutputEngine::initiate()";
 
-    class OtherAttributes final : public NUV_EncodeJPEGAttributes {};
-    OtherAttributes other;
+    NUV_WriteLosslessJPEGOption other(false, no_restarts);
     enum Storage { open, closed, none };
+    enum Writers { both, baseline };
     struct Case {
         const char* what;
         NUV_TestImage image;
@@ -260,14 +243,27 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
         Storage storage = open;
         const char* method = in_engine;
         NUV_EncodeJPEGAttributes* attributes = nullptr;
+        Writers writers = both;
     };
     const NUV_ColorType* gray = NUV_ColorType::gray;
     const Case cases[] = {
         {"coded", {.encode_type = NUV_EncodeType::flate, .color_type = gray}},
         {"bilevel", {.bits = 1, .color_type = gray}},
-        {"16 bits", {.bits = 16, .color_type = gray}},
+        {"16 bits",
+         {.bits = 16, .color_type = gray},
+         NUV_ERR_UNSUPPORTED,
+         open,
+         in_engine,
+         nullptr,
+         baseline},
         {"32 bits", {.bits = 32, .color_type = gray}},
-        {"signed", {.data_type = NUV_DataType::s_integer, .color_type = gray}},
+        {"signed",
+         {.data_type = NUV_DataType::s_integer, .color_type = gray},
+         NUV_ERR_UNSUPPORTED,
+         open,
+         in_engine,
+         nullptr,
+         baseline},
         {"floating", {.bits = 32, .data_type = NUV_DataType::floating, .color_type = gray}},
         {"two channels", {.channels = 2, .color_type = NUV_ColorType::unknown}},
         {"four channels", {.channels = 4, .color_type = NUV_ColorType::cmyk}},
@@ -280,28 +276,43 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
         {"xyz", {.channels = 3, .color_type = NUV_ColorType::xyz}},
         {"no storage", {.color_type = gray}, NUV_ERR_ARGUMENT, none, in_storage},
         {"closed storage", {.color_type = gray}, NUV_ERR_ARGUMENT, closed, in_storage},
-        {"attributes of no kind", {.color_type = gray}, NUV_ERR_ARGUMENT, open, in_engine, &other},
+        {"attributes of the other kind",
+         {.color_type = gray},
+         NUV_ERR_ARGUMENT,
+         open,
+         in_engine,
+         &other,
+         baseline},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        Bytes memory(4096);
-        const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-            chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
-        chain.blank_source(c.image);
-        if (c.storage == closed)
-            storage->close();
-        EXPECT_FALSE(
-            chain.append<NUV_WriteJPEG>(c.storage == none ? nullptr : storage.get(), c.attributes));
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, c.method);
-        EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+        for (const bool lossless : {false, true}) {
+            if (lossless && c.writers == baseline)
+                continue;
+            SCOPED_TRACE(testing::Message() << c.what << ", lossless " << lossless);
+            NUV_TestChain chain;
+            Bytes memory(4096);
+            const auto open_storage = make_initiated<NUV_ByteArrayOutputStorage>(
+                chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
+            chain.blank_source(c.image);
+            if (c.storage == closed)
+                open_storage->close();
+            NUV_OutputStorage* const storage = c.storage == none ? nullptr : open_storage.get();
+            EXPECT_FALSE(lossless ? chain.append<NUV_WriteLosslessJPEG>(storage, nullptr)
+                                  : chain.append<NUV_WriteJPEG>(storage, c.attributes));
+            EXPECT_EQ(chain.status().code, c.code);
+            EXPECT_STREQ(chain.status().method, c.method);
+            EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+        }
     }
 
     NUV_TestChain chain;
     EXPECT_FALSE(chain.append<NUV_WriteJPEG>(nullptr));
     EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
     EXPECT_STREQ(chain.status().method, in_creator);
+    NUV_TestChain other_chain;
+    EXPECT_FALSE(other_chain.append<NUV_WriteLosslessJPEG>(nullptr, nullptr));
+    EXPECT_EQ(other_chain.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(other_chain.status().method, "NUV_WriteLosslessJPEG::engine()");
 }
 
 TEST(WriteJPEGRefusal, SurvivesEveryFailedAllocation)
