@@ -245,42 +245,5 @@ TEST(JPEGDecoder, RepeatsTheRowAboveWhereAnIntervalBreaksOff)
     }
 }
 
-// Wherever a stream ends, it has its full height once the first scan has begun.
-TEST(JPEGDecoder, GivesTheFullHeightOfWhatBreaksOff)
-{
-    const JPEGTestPicture picture = busy_picture(33, 49, 3);
-    for (const Variant& variant : variants) {
-        const auto stream = encode_by_reference(picture, variant.settings);
-        const std::size_t scan = JPEGTestSegments(stream).scan_position;
-        for (std::size_t size = 0; size < stream.size(); ++size) {
-            const JPEGDecoded decoded =
-                decode_stream({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size)});
-            if (size < scan) {
-                ASSERT_EQ(decoded.header, jpeg_code_io) << variant.name << " cut to " << size;
-                continue;
-            }
-            ASSERT_EQ(decoded.codes.size(), picture.height) << variant.name << " cut to " << size;
-            ASSERT_TRUE(decoded.lines == jpeg_code_damaged_lines ||
-                        (size + 3 > stream.size() && decoded.lines == jpeg_code_good))
-                << variant.name << " cut to " << size << ": " << decoded.lines;
-        }
-    }
-}
-
-TEST(JPEGDecoder, SurvivesEveryChangedByte)
-{
-    const JPEGTestPicture picture = busy_picture(24, 17, 3);
-    for (const Variant& variant : variants) {
-        const auto stream = encode_by_reference(picture, variant.settings);
-        for (std::size_t at = 0; at < stream.size(); ++at) {
-            for (const unsigned change : {0x01U, 0x80U, 0xFFU}) {
-                auto changed = stream;
-                changed[at] = static_cast<std::uint8_t>(changed[at] ^ change);
-                static_cast<void>(decode_stream(changed)); // which looks for leaks
-            }
-        }
-    }
-}
-
 } // namespace
 } // namespace nuv

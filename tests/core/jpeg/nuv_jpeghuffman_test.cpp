@@ -94,17 +94,15 @@ struct Decoder {
     NUV_JPEGDecodeState state = {};
     JPEGTestBlock block{};
 
-    NUV_JPEGResult plain()
+    NUV_JPEGResult decode(bool wide)
     {
+        if (wide)
+            return huffman_decode_block_wide(input.data(), size_of(input), &position, block.data(),
+                                             &previous_dc, &marker, &tables.wide_dc,
+                                             &tables.wide_ac, &state);
         return portable_primitives().huffman_decode_block(
             input.data(), size_of(input), &position, block.data(), &previous_dc, &marker,
             &tables.decode_dc, &tables.decode_ac, &state);
-    }
-    NUV_JPEGResult wide()
-    {
-        return huffman_decode_block_wide(input.data(), size_of(input), &position, block.data(),
-                                         &previous_dc, &marker, &tables.wide_dc, &tables.wide_ac,
-                                         &state);
     }
 };
 
@@ -194,7 +192,7 @@ TEST(JpegHuffman, EveryFormRoundTripsThroughBothDecoders)
         for (const bool wide : {false, true}) {
             Decoder decoder{.input = first, .tables = *tables};
             for (const JPEGTestBlock& block : blocks) {
-                ASSERT_EQ(wide ? decoder.wide() : decoder.plain(), jpeg_good);
+                ASSERT_EQ(decoder.decode(wide), jpeg_good);
                 ASSERT_EQ(decoder.block, block);
                 std::uint32_t reached = 64;
                 while (reached > 1 && block[jpeg_zigzag[reached - 1]] == 0)
@@ -286,17 +284,16 @@ TEST(JpegHuffmanDecode, FillBytesAndMarkersAreTold)
         Decoder decoder{.input = filled};
         const std::size_t end = filled.size();
         decoder.input.insert(decoder.input.end(), {0xFF, 0xFF, 0xD3, 0, 0, 0, 0, 0, 0, 0, 0});
-        const auto decode = [&] { return wide ? decoder.wide() : decoder.plain(); };
         for (const JPEGTestBlock& block : blocks) {
-            ASSERT_EQ(decode(), jpeg_good);
+            ASSERT_EQ(decoder.decode(wide), jpeg_good);
             ASSERT_EQ(decoder.block, block);
         }
-        EXPECT_EQ(decode(), jpeg_no_code);
+        EXPECT_EQ(decoder.decode(wide), jpeg_no_code);
         EXPECT_EQ(decoder.marker, 0xD3);
         EXPECT_EQ(decoder.position, static_cast<std::int32_t>(end + 3));
         EXPECT_EQ(decoder.state.coefficients, 0u);
         // Nothing is read until the marker is taken.
-        EXPECT_EQ(decode(), jpeg_no_code);
+        EXPECT_EQ(decoder.decode(wide), jpeg_no_code);
         EXPECT_EQ(decoder.position, static_cast<std::int32_t>(end + 3));
     }
 }
@@ -314,12 +311,11 @@ TEST(JpegHuffmanDecode, TruncatedDataIsToldAndCanBeContinued)
         for (std::size_t size = 1; size < coded.size(); ++size) {
             Decoder decoder{
                 .input = Bytes(coded.begin(), coded.begin() + static_cast<std::ptrdiff_t>(size))};
-            const auto decode = [&] { return wide ? decoder.wide() : decoder.plain(); };
             for (const JPEGTestBlock& block : blocks) {
                 const auto position = decoder.position;
                 const auto previous_dc = decoder.previous_dc;
                 const auto state = decoder.state;
-                NUV_JPEGResult result = decode();
+                NUV_JPEGResult result = decoder.decode(wide);
                 if (result != jpeg_good) {
                     ASSERT_EQ(result, jpeg_out_of_data);
                     ASSERT_EQ(decoder.state.coefficients, 0u);
@@ -327,7 +323,7 @@ TEST(JpegHuffmanDecode, TruncatedDataIsToldAndCanBeContinued)
                     decoder.previous_dc = previous_dc;
                     decoder.state = state;
                     decoder.input = coded;
-                    result = decode();
+                    result = decoder.decode(wide);
                 }
                 ASSERT_EQ(result, jpeg_good);
                 ASSERT_EQ(decoder.block, block);
@@ -355,7 +351,7 @@ TEST(JpegHuffmanDecode, RunsOutOfTheBlockAreRefused)
         for (const bool wide : {false, true}) {
             Decoder decoder{.input = to_bytes(c.bits)};
             decoder.input.resize(decoder.input.size() + 20); // what follows is not looked at
-            EXPECT_EQ(wide ? decoder.wide() : decoder.plain(), c.result) << c.bits;
+            EXPECT_EQ(decoder.decode(wide), c.result) << c.bits;
             EXPECT_EQ(decoder.state.coefficients, c.result == jpeg_good ? 64u : 0u) << c.bits;
         }
     }
@@ -372,8 +368,8 @@ TEST(JpegHuffmanDecode, BothDecodersAgreeOnNoise)
         Decoder plain{.input = noise, .tables = tables};
         Decoder wide{.input = noise, .tables = tables};
         for (NUV_JPEGResult result = jpeg_good; result == jpeg_good;) {
-            result = plain.plain();
-            ASSERT_EQ(wide.wide(), result);
+            result = plain.decode(false);
+            ASSERT_EQ(wide.decode(true), result);
             if (result == jpeg_good) {
                 ASSERT_EQ(wide.block, plain.block);
                 ASSERT_EQ(wide.previous_dc, plain.previous_dc);
