@@ -164,37 +164,77 @@ void scale(benchmark::State& state)
                            benchmark::Counter::kIsRate);
 }
 
-// A page of A4 at 600 dpi with lines of text: every other band of 60 lines has 160 strokes of six
-// pixels, in state.range(0) as runs or as bits; to 40 percent.
-void scale_page(benchmark::State& state)
+constexpr std::uint32_t page_width = 4960; // A4 at 600 dpi
+constexpr std::uint32_t page_height = 7016;
+constexpr std::uint32_t page_margin = 600;
+constexpr std::uint32_t text_pitch = 100; // lines of pixels from one line of text to the next
+constexpr std::uint32_t glyph_width = 42;
+
+// The strokes of a glyph in one line of pixels: none in a space, one or two otherwise, and above
+// the small letters only those of some glyphs.
+void add_strokes(std::vector<NUV_QDRLERun>& runs, std::uint32_t x, std::uint32_t y)
 {
-    constexpr std::uint32_t page_width = 4960;
-    constexpr std::uint32_t page_height = 7016;
-    const bool as_runs = state.range(0) != 0;
+    const std::uint32_t glyph = (y / text_pitch * 131 + x / glyph_width) * 2654435761U >> 7;
+    const std::uint32_t slice = (glyph + y / 8) * 2246822519U >> 9; // strokes lean and bend
+    const bool is_tall = y % text_pitch < 25;
+    if (glyph % 7 == 0 || (is_tall && glyph % 4 != 1))
+        return;
+    const std::uint32_t start = x + slice % 8;
+    runs.push_back({start, start + 5 + slice % 3});
+    if (!is_tall && slice % 5 == 0)
+        runs.push_back({start + 20, start + 26});
+}
+
+// A page of 10-point text in run form: ten lines and a blank one in turn within margins of an inch,
+// 5 % black, 75 to 100 runs where the small letters are, about 20 above them, none between.
+std::vector<std::vector<NUV_QDRLERun>> text_page()
+{
+    std::vector<std::vector<NUV_QDRLERun>> lines(page_height);
+    for (std::uint32_t y = page_margin; y < page_height - page_margin; ++y) {
+        if (y % text_pitch >= 75 || y / text_pitch % 11 == 10)
+            continue;
+        for (std::uint32_t x = page_margin; x + glyph_width < page_width - page_margin;
+             x += glyph_width)
+            add_strokes(lines[y], x, y);
+    }
+    return lines;
+}
+
+std::vector<std::uint8_t> page_bytes(bool as_runs)
+{
     std::vector<std::uint8_t> bytes;
-    for (std::uint32_t y = 0; y < page_height; ++y) {
-        const bool text = y / 60 % 2 == 1;
+    for (const std::vector<NUV_QDRLERun>& line : text_page()) {
         const std::size_t at = bytes.size();
-        bytes.resize(at + (as_runs ? (text ? 161 : 1) * NUV_QDRLERun::bytes : page_width / 8));
-        for (std::uint32_t i = 0; text && i < 160; ++i) {
-            const std::uint32_t x = i * 31 + y % 9;
-            if (as_runs)
-                store_run(bytes.data() + at + std::size_t{i} * NUV_QDRLERun::bytes, {x, x + 5});
-            else
-                for (std::uint32_t bit = x; bit < x + 6; ++bit)
-                    bytes[at + bit / 8] =
-                        static_cast<std::uint8_t>(bytes[at + bit / 8] | 0x80U >> bit % 8);
+        bytes.resize(at + (as_runs ? (line.size() + 1) * NUV_QDRLERun::bytes : page_width / 8));
+        std::uint8_t* to = bytes.data() + at;
+        for (const NUV_QDRLERun& run : line) {
+            if (as_runs) {
+                store_run(to, run);
+                to += NUV_QDRLERun::bytes;
+                continue;
+            }
+            for (std::uint32_t x = run.start; x <= run.end; ++x)
+                to[x / 8] = static_cast<std::uint8_t>(to[x / 8] | 0x80U >> x % 8);
         }
         if (as_runs)
-            store_run(bytes.data() + bytes.size() - NUV_QDRLERun::bytes, {});
+            store_run(to, {});
     }
+    return bytes;
+}
+
+// The page above, in state.range(0) as runs or as bits, to state.range(1) percent.
+void scale_page(benchmark::State& state)
+{
+    const bool as_runs = state.range(0) != 0;
+    const auto percent = static_cast<std::uint32_t>(state.range(1));
+    const std::vector<std::uint8_t> bytes = page_bytes(as_runs);
     for ([[maybe_unused]] auto _ : state) {
         NUV_Manager* manager = create_manager(0);
         NUV_BenchEnds ends(*manager);
         NUV_Engine* engine = ends.page(bytes, page_width, page_height, as_runs);
-        engine = engine
-                     ? NUV_ScaleNN(*manager).engine(engine, page_width * 2 / 5, page_height * 2 / 5)
-                     : nullptr;
+        engine = engine ? NUV_ScaleNN(*manager).engine(engine, page_width * percent / 100,
+                                                       page_height * percent / 100)
+                        : nullptr;
         engine = engine ? ends.last(*engine) : nullptr;
         if (!engine) {
             state.SkipWithError("no chain");
@@ -210,7 +250,10 @@ void scale_page(benchmark::State& state)
 using Byte = std::uint8_t;
 using Word = std::uint16_t;
 
-BENCHMARK(scale_page)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(scale_page)
+    ->ArgsProduct({{0, 1}, {40, 50, 150}})
+    ->ArgNames({"runs", "percent"})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(copy<Byte>)->Unit(benchmark::kMillisecond);
 BENCHMARK(scale<Byte, NUV_ScaleNN>)->Arg(100)->Arg(40)->Arg(150)->Unit(benchmark::kMillisecond);
 BENCHMARK(scale<Byte, NUV_ScaleLI>)->Arg(50)->Arg(30)->Arg(150)->Unit(benchmark::kMillisecond);

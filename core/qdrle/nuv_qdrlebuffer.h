@@ -29,8 +29,8 @@ protected:
     // The source may go as far as this object is concerned.
     void let_go_of_source() noexcept;
 
-    NUV_Scratch<std::uint8_t> block_;
-    NUV_SrcBuffer* src_ = nullptr; // null once it has been let go of
+    NUV_Scratch<NUV_QDRLERun> block_; // records
+    NUV_SrcBuffer* src_ = nullptr;    // null once it has been let go of
     NUV_Header header_;
 
 private:
@@ -48,6 +48,18 @@ private:
     NUV_Held<SrcBufHolder> holder_;
 };
 
+// Which lines of an image an engine will ask for.
+class NUV_QDRLELineChoice {
+public:
+    NUV_QDRLELineChoice() = default;
+    NUV_QDRLELineChoice(const NUV_QDRLELineChoice&) = delete;
+    NUV_QDRLELineChoice& operator=(const NUV_QDRLELineChoice&) = delete;
+    virtual ~NUV_QDRLELineChoice() = default;
+
+    // Asked once for each line, from the top.
+    [[nodiscard]] virtual bool wants(std::uint32_t row) = 0;
+};
+
 // A whole image in run form, for engines that need its lines out of order. The source is read at
 // the first access to a line, once. An engine ends the buffer before its reader.
 class NUV_QDRLEBuffer final : public NUV_QDRLEBufferBase {
@@ -63,11 +75,12 @@ public:
 
     [[nodiscard]] std::uint32_t height() const noexcept { return height_; }
 
-    // True when the whole image is here. Reads it when nobody has tried yet.
-    [[nodiscard]] bool load();
+    // True when the whole image is here. Reads it when nobody has tried yet. Of a line that
+    // `choice` does not want the runs are checked, but not kept; without one all lines are wanted.
+    [[nodiscard]] bool load(NUV_QDRLELineChoice* choice = nullptr);
 
     // The runs of a line, top line 0, in canonical order: ascending, apart from one another, within
-    // the width. Empty where the image ended before that line.
+    // the width. Empty where the image ended before that line, and where it was not wanted.
     [[nodiscard]] std::span<const NUV_QDRLERun> line(std::uint32_t row);
 
     // The same as a pair of cursors.
@@ -79,12 +92,20 @@ public:
     [[nodiscard]] bool regist_runarray(NUV_SrcBuffer* src, const NUV_Header* header);
 
 private:
-    [[nodiscard]] bool regist_block(std::span<const std::uint8_t> block, const NUV_Header& header);
-    [[nodiscard]] bool regist_run(NUV_QDRLERun run, std::uint32_t width);
+    [[nodiscard]] bool regist_block(std::span<const NUV_QDRLERun> records,
+                                    const NUV_Header& header);
+    [[nodiscard]] std::size_t check_runs(std::span<const NUV_QDRLERun> records,
+                                         std::uint32_t width) noexcept;
+    void begin_line();
     [[nodiscard]] bool finish_line(std::uint32_t width);
 
     NUV_Vector<NUV_QDRLERun> runs_;     // of all lines, one after the other
     NUV_Vector<std::size_t> line_ends_; // where in runs_ each line ends
+    NUV_QDRLELineChoice* choice_ = nullptr;
+    // Of the line that is being read:
+    std::int64_t free_from_ = 0; // the first column that its next run may start in
+    bool is_canonical_ = true;   // so far
+    bool is_wanted_ = true;
     std::uint32_t height_ = 0;
     bool registered_ = false;
     bool complete_ = false;

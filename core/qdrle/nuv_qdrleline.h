@@ -5,6 +5,7 @@
 #include "framework/buffer/nuv_srcbuffer.h"
 
 #include <cstdint>
+#include <span>
 
 namespace nuv {
 
@@ -36,9 +37,8 @@ private:
 
     RunVector line_;
     NUV_SrcBuffer* src_ = nullptr;
-    const std::uint8_t* block_ = nullptr;
-    std::uint32_t index_ = 0; // of the next record in the block
-    std::uint32_t count_ = 0; // records in the block
+    bool holds_block_ = false;
+    std::span<const Run> rest_; // records of the block that are not read yet
     std::uint32_t width_ = 0;
 };
 

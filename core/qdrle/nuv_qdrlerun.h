@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_header.h"
+#include "framework/include/nuv_vector.h"
 
 #include <bit>
 #include <cstddef>
@@ -29,23 +30,27 @@ struct NUV_QDRLERun {
     [[nodiscard]] constexpr bool operator==(const NUV_QDRLERun&) const noexcept = default;
 };
 
+// A record as it stands in a stream, as a run, and the other way.
+[[nodiscard]] constexpr NUV_QDRLERun in_host_order(NUV_QDRLERun record) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+        return {__builtin_bswap32(record.start), __builtin_bswap32(record.end)};
+    return record;
+}
+
 // The record at any address.
 [[nodiscard]] inline NUV_QDRLERun load_run(const std::uint8_t* from) noexcept
 {
-    NUV_QDRLERun run;
-    std::memcpy(&run.start, from, sizeof(run.start));
-    std::memcpy(&run.end, from + sizeof(run.start), sizeof(run.end));
-    if constexpr (std::endian::native == std::endian::big)
-        run = {__builtin_bswap32(run.start), __builtin_bswap32(run.end)};
-    return run;
+    static_assert(sizeof(NUV_QDRLERun) == NUV_QDRLERun::bytes);
+    NUV_QDRLERun record;
+    std::memcpy(&record, from, sizeof(record));
+    return in_host_order(record);
 }
 
 inline void store_run(std::uint8_t* to, NUV_QDRLERun run) noexcept
 {
-    if constexpr (std::endian::native == std::endian::big)
-        run = {__builtin_bswap32(run.start), __builtin_bswap32(run.end)};
-    std::memcpy(to, &run.start, sizeof(run.start));
-    std::memcpy(to + sizeof(run.start), &run.end, sizeof(run.end));
+    const NUV_QDRLERun record = in_host_order(run);
+    std::memcpy(to, &record, sizeof(record));
 }
 
 // Bytes of the longest line of `width` pixels, every second one black, with its terminator: the
@@ -74,6 +79,10 @@ inline void store_run(std::uint8_t* to, NUV_QDRLERun run) noexcept
 // checked_run_line_bytes(width) bytes.
 [[nodiscard]] std::size_t make_canonical(std::span<NUV_QDRLERun> runs,
                                          std::uint32_t width) noexcept;
+
+// Appends records as they stand in a stream. False after NUV_ERR_MEMORY.
+[[nodiscard]] bool append_records(NUV_Vector<NUV_QDRLERun>& runs,
+                                  std::span<const NUV_QDRLERun> records);
 
 // Writes one line and its terminator, in as many blocks as it takes. False when a block could not
 // be had or committed, or holds no whole record.

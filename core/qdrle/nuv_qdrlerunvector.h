@@ -23,6 +23,11 @@ public:
     {
         return runs_.push_back(Run{start, end});
     }
+    // Appends records as they stand in a stream. False after NUV_ERR_MEMORY.
+    [[nodiscard]] bool append(std::span<const Run> records)
+    {
+        return append_records(runs_, records);
+    }
     // The run at the reading position, which goes on. False behind the last one.
     [[nodiscard]] bool next(std::uint32_t* start, std::uint32_t* end) noexcept
     {

@@ -6,6 +6,47 @@
 #include <algorithm>
 
 namespace nuv {
+namespace {
+
+// Negative when one of the runs begins before column `free_from` or ends before it begins, or when
+// it is a terminator. Leaves the first column that the next run may start in.
+template <std::size_t Count>
+[[nodiscard]] std::int64_t find_disorder(const NUV_QDRLERun* records,
+                                         std::int64_t& free_from) noexcept
+{
+    std::int64_t disorder = 0;
+    for (std::size_t i = 0; i < Count; ++i) {
+        const NUV_QDRLERun run = in_host_order(records[i]);
+        const std::int64_t start = static_cast<std::int32_t>(run.start);
+        const std::int64_t end = static_cast<std::int32_t>(run.end);
+        disorder |= (start - free_from) | (end - start);
+        free_from = end + 2;
+    }
+    return disorder;
+}
+
+// How many records from the first on are runs in canonical order; a few at a time, since one
+// question for several of them is what makes long lines fast.
+[[nodiscard]] std::size_t count_canonical(std::span<const NUV_QDRLERun> records,
+                                          std::int64_t& free_from) noexcept
+{
+    constexpr std::size_t stride = 4;
+    std::size_t count = 0;
+    std::int64_t next = free_from;
+    for (; count + stride <= records.size(); count += stride) {
+        if (find_disorder<stride>(&records[count], next) < 0)
+            break;
+        free_from = next;
+    }
+    for (next = free_from; count < records.size(); ++count) {
+        if (find_disorder<1>(&records[count], next) < 0)
+            break;
+        free_from = next;
+    }
+    return count;
+}
+
+} // namespace
 
 bool NUV_QDRLEBufferBase::cleanup()
 {
@@ -51,11 +92,13 @@ bool NUV_QDRLEBuffer::cleanup()
     return NUV_QDRLEBufferBase::cleanup();
 }
 
-bool NUV_QDRLEBuffer::load()
+bool NUV_QDRLEBuffer::load(NUV_QDRLELineChoice* choice)
 {
     if (!registered_) {
         registered_ = true;
+        choice_ = choice;
         complete_ = regist_runarray(src_, &header_);
+        choice_ = nullptr;
     }
     return complete_;
 }
@@ -90,14 +133,17 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
     // Whole records, so that none is cut by the end of a block.
     constexpr std::uint32_t mask = NUV_QDRLERun::bytes - 1;
     const std::uint32_t block_bytes = (std::min(src->block_bytes(), ~mask) + mask) & ~mask;
-    if (!src->block_bytes(block_bytes) || !block_.allocate(manager(), block_bytes) ||
+    if (!src->block_bytes(block_bytes) ||
+        !block_.allocate(manager(), block_bytes / NUV_QDRLERun::bytes) ||
         !line_ends_.reserve(std::min(header->height(), most_reserved)))
         return false;
+    begin_line();
     while (line_ends_.size() < header->height()) {
         std::uint32_t bytes = 0;
         if (!src->get(block_.data(), &bytes) || bytes % NUV_QDRLERun::bytes != 0)
             return fail(manager(), NUV_ERR_BROKEN_DATA, method);
-        if (!src->release() || !regist_block(block_.items().first(bytes), *header))
+        if (!src->release() ||
+            !regist_block(block_.items().first(bytes / NUV_QDRLERun::bytes), *header))
             return false;
     }
     block_.free();
@@ -106,34 +152,64 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
 }
 
 // What follows the last line of the image is left alone.
-bool NUV_QDRLEBuffer::regist_block(std::span<const std::uint8_t> block, const NUV_Header& header)
+bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const NUV_Header& header)
 {
-    while (!block.empty() && line_ends_.size() < header.height()) {
-        const NUV_QDRLERun run = load_run(block.data());
-        block = block.subspan(NUV_QDRLERun::bytes);
-        const bool is_line_end = run.start == NUV_QDRLERun::terminator;
-        if (is_line_end ? !finish_line(header.width()) : !regist_run(run, header.width()))
+    while (!records.empty() && line_ends_.size() < header.height()) {
+        const std::size_t count = check_runs(records, header.width());
+        if (is_wanted_ && !append_records(runs_, records.first(count)))
             return false;
+        records = records.subspan(count);
+        if (records.empty())
+            return true; // the line goes on in the next block
+        if (records.front().start != NUV_QDRLERun::terminator)
+            return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_QDRLEBuffer::regist_runarray()");
+        records = records.subspan(1);
+        if (!finish_line(header.width()))
+            return false;
+        if (line_ends_.size() < header.height())
+            begin_line();
     }
     return true;
 }
 
-bool NUV_QDRLEBuffer::regist_run(NUV_QDRLERun run, std::uint32_t width)
+// How many records there are before the first that is no run of a line: a terminator, or damage. A
+// column equal to the width is let through here and cut off when the line is complete.
+std::size_t NUV_QDRLEBuffer::check_runs(std::span<const NUV_QDRLERun> records,
+                                        std::uint32_t width) noexcept
 {
-    // A column equal to the width is let through and cut off; anything behind it is damage.
-    if (run.start > width || run.end > width || run.start > run.end)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_QDRLEBuffer::regist_runarray()");
-    if (run.start == width)
-        return true;
-    run.end = std::min(run.end, width - 1);
-    return runs_.push_back(run);
+    if (is_canonical_) { // as mostly; the last column is then the greatest
+        std::int64_t free_from = free_from_;
+        const std::size_t count = count_canonical(records, free_from);
+        const bool is_whole =
+            count == records.size() || records[count].start == NUV_QDRLERun::terminator;
+        if (is_whole && free_from <= std::int64_t{width} + 1) {
+            free_from_ = free_from;
+            return count;
+        }
+        is_canonical_ = false;
+    }
+    const auto is_run = [width](NUV_QDRLERun record) {
+        const NUV_QDRLERun run = in_host_order(record);
+        return run.start <= run.end && run.end <= width;
+    };
+    const auto damage = std::ranges::find_if_not(records, is_run);
+    return static_cast<std::size_t>(damage - records.begin());
+}
+
+void NUV_QDRLEBuffer::begin_line()
+{
+    free_from_ = 0;
+    is_canonical_ = true;
+    is_wanted_ = !choice_ || choice_->wants(static_cast<std::uint32_t>(line_ends_.size()));
 }
 
 bool NUV_QDRLEBuffer::finish_line(std::uint32_t width)
 {
     const std::size_t begin = line_ends_.empty() ? 0 : line_ends_.back();
-    const std::size_t count = make_canonical(runs_.items().subspan(begin), width);
-    return runs_.resize(begin + count) && line_ends_.push_back(runs_.size());
+    if (!is_canonical_ &&
+        !runs_.resize(begin + make_canonical(runs_.items().subspan(begin), width)))
+        return false;
+    return line_ends_.push_back(runs_.size());
 }
 
 } // namespace nuv

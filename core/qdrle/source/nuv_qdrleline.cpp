@@ -3,14 +3,26 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
+#include <algorithm>
+
 namespace nuv {
+namespace {
+
+// All of them when no terminator is among them. A terminator reads the same in any byte order.
+template <class Run>
+[[nodiscard]] std::size_t count_before_terminator(std::span<const Run> records) noexcept
+{
+    const auto end = std::ranges::find_if(records, &Run::is_terminator);
+    return static_cast<std::size_t>(end - records.begin());
+}
+
+} // namespace
 
 template <class Run, class RunVector>
 bool NUV_QDRLELineBase<Run, RunVector>::cleanup()
 {
-    block_ = nullptr;
-    index_ = 0;
-    count_ = 0;
+    holds_block_ = false;
+    rest_ = {};
     return true;
 }
 
@@ -43,37 +55,40 @@ template <class Run, class RunVector>
 bool NUV_QDRLELineBase<Run, RunVector>::read_line()
 {
     // Twice what a line can need, so that a stream without terminators does not fill the memory.
-    const std::uint64_t most_records = std::uint64_t{width_} + 1;
-    for (std::uint64_t records = 0;; ++records) {
-        if (index_ >= count_ && !next_block())
+    std::uint64_t room = std::uint64_t{width_} + 1;
+    for (;;) {
+        if (rest_.empty() && !next_block())
             return false;
-        const Run run = load_run(block_ + std::size_t{index_} * Run::bytes);
-        ++index_;
-        if (run.is_terminator())
-            return true;
-        if (records >= most_records) {
+        const std::size_t count = count_before_terminator(rest_);
+        if (count > room)
             return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_QDRLELineBase::get_next_line()");
-        }
+        room -= count;
         // Without memory the line comes short, and the status says why.
-        static_cast<void>(line_.add(run.start, run.end));
+        static_cast<void>(line_.append(rest_.first(count)));
+        rest_ = rest_.subspan(count);
+        if (rest_.empty())
+            continue; // the line goes on in the next block
+        rest_ = rest_.subspan(1);
+        return true;
     }
 }
 
 template <class Run, class RunVector>
 bool NUV_QDRLELineBase<Run, RunVector>::next_block()
 {
-    const bool held = block_ != nullptr;
+    const bool held = holds_block_;
     cleanup();
     if (held && !src_->release())
         return false;
     std::uint32_t bytes = 0;
-    block_ = static_cast<const std::uint8_t*>(src_->get(&bytes));
-    if (!block_)
+    const auto* records = static_cast<const Run*>(src_->get(&bytes));
+    holds_block_ = records != nullptr;
+    if (!records)
         return false;
     if (bytes == 0 || bytes % Run::bytes != 0)
         return fail(manager(), NUV_ERR_BROKEN_DATA,
                     "NUV_QDRLELineBase::get_next_line() - invalid src_buffer's block bytes.");
-    count_ = bytes / Run::bytes;
+    rest_ = {records, bytes / Run::bytes};
     return true;
 }
 

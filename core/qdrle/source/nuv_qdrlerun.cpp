@@ -48,6 +48,15 @@ std::size_t make_canonical(std::span<NUV_QDRLERun> runs, std::uint32_t width) no
     return count;
 }
 
+bool append_records(NUV_Vector<NUV_QDRLERun>& runs, std::span<const NUV_QDRLERun> records)
+{
+    const std::size_t before = runs.size();
+    if (!runs.resize(before + records.size()))
+        return false;
+    std::ranges::transform(records, runs.data() + before, in_host_order);
+    return true;
+}
+
 bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst)
 {
     const std::size_t records_per_block = dst.block_bytes() / NUV_QDRLERun::bytes;
@@ -60,7 +69,7 @@ bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst)
         if (!block)
             return false;
         std::uint8_t* to = block;
-        for (const NUV_QDRLERun& run : runs.first(count)) {
+        for (const NUV_QDRLERun& run : runs.first(count)) { // a plain copy where words need no turn
             store_run(to, run);
             to += NUV_QDRLERun::bytes;
         }

@@ -7,105 +7,77 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 
 namespace nuv {
 namespace {
 
+constexpr auto width_method = "NUV_ScaleWidthQDRLEEngine::initiate()";
+constexpr auto height_method = "NUV_ScaleHeightNNQDRLEEngine::initiate()";
+
 bool is_run_image(const NUV_Header& header) noexcept
 {
-    return holds_runs(header) && header.data_type() == NUV_DataType::u_integer;
+    return holds_runs(header) && header.data_type() == NUV_DataType::u_integer &&
+           checked_run_line_bytes(header.width());
 }
 
-// Base of the engines on runs: the source image in memory, and room for the longest output line.
-class NUV_ScaleQDRLEEngine : public NUV_ProcessEngine {
+// The source lines that the output lines are made of, from the top.
+class NUV_SourceRows {
 public:
-    using NUV_ProcessEngine::NUV_ProcessEngine;
+    NUV_SourceRows(std::uint32_t height, double ratio) noexcept
+        : last_row_(height - 1),
+          ratio_(ratio),
+          position_(ratio * 0.5)
+    {}
 
-    bool cleanup() override
+    [[nodiscard]] std::uint32_t row() const noexcept
     {
-        source_.reset(); // before the reader that it depends on
-        return NUV_ProcessEngine::cleanup();
+        return static_cast<std::uint32_t>(std::min<double>(position_, last_row_));
     }
+    void next() noexcept { position_ += ratio_; }
 
-    // Behind the base and after header_ has the output size.
-    [[nodiscard]] bool open_source(const NUV_Header* header, const char* method)
-    {
-        if (!is_run_image(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-        const auto block_bytes = checked_run_line_bytes(header_.width());
-        if (!block_bytes)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-        source_ = make_initiated<NUV_QDRLEBuffer>(manager(), src_buffer_, header);
-        return source_ && dst_buffer_->block_bytes(*block_bytes);
-    }
-
-protected:
-    NUV_Held<NUV_QDRLEBuffer> source_;
-    std::uint32_t line_ = 0; // output lines made
+private:
+    std::uint32_t last_row_;
+    double ratio_;
+    double position_;
 };
 
-class NUV_ScaleWidthQDRLEEngine : public NUV_ScaleQDRLEEngine {
+// The lines that are left when the height shrinks.
+class NUV_SourceRowChoice final : public NUV_QDRLELineChoice {
 public:
-    using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
+    explicit NUV_SourceRowChoice(const NUV_SourceRows& rows) noexcept : rows_(rows) {}
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t width)
+    [[nodiscard]] bool wants(std::uint32_t row) override
     {
-        constexpr auto method = "NUV_ScaleWidthQDRLEEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ProcessEngine::initiate(header, src, dst))
-            return false;
-        if (width == 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
-        header_.width(width);
-        factor_ = static_cast<double>(width) / header->width();
-        return open_source(header, method);
-    }
-
-protected:
-    double factor_ = 1; // output width / source width
-};
-
-class NUV_ScaleWidthNNQDRLEEngine final : public NUV_ScaleWidthQDRLEEngine {
-public:
-    using NUV_ScaleWidthQDRLEEngine::NUV_ScaleWidthQDRLEEngine;
-
-    [[nodiscard]] bool execute() override
-    {
-        if (line_ >= header_.height() || !source_->load())
-            return false;
-        auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
-        if (!out)
-            return false;
-        std::uint8_t* behind = scale_runs(source_->line(line_), out);
-        store_run(behind, NUV_QDRLERun{});
-        behind += NUV_QDRLERun::bytes;
-        ++line_;
-        return dst_buffer_->release(static_cast<std::uint32_t>(behind - out));
+        while (rows_.row() < row)
+            rows_.next(); // by a line at least
+        return rows_.row() == row;
     }
 
 private:
-    // Column `column` of the source as the start of an output column, at most the output width.
-    [[nodiscard]] std::uint32_t scaled(std::uint64_t column) const noexcept
-    {
-        const double position = static_cast<double>(column) * factor_ + 0.5;
-        return static_cast<std::uint32_t>(std::min<double>(position, header_.width()));
-    }
+    NUV_SourceRows rows_;
+};
 
-    // Writes the scaled runs of a line, and answers where they end. Runs that touch become one, so
-    // the block holds them all.
-    [[nodiscard]] std::uint8_t* scale_runs(std::span<const NUV_QDRLERun> runs,
-                                           std::uint8_t* out) const noexcept
+// Columns of a source line to columns of an output line.
+class NUV_RunScale {
+public:
+    NUV_RunScale(std::uint32_t source_width, std::uint32_t width) noexcept
+        : factor_(static_cast<double>(width) / source_width)
+    {}
+
+    // Writes the scaled runs and their terminator, and answers where they end. Runs that touch
+    // become one, so that they fit into checked_run_line_bytes() of the output width.
+    [[nodiscard]] std::uint8_t* write(std::span<const NUV_QDRLERun> runs,
+                                      std::uint8_t* out) const noexcept
     {
-        std::uint32_t start = 0; // of the run that is not written yet
-        std::uint32_t stop = 0;  // the column behind it; start when there is none
+        std::int32_t start = 0; // of the run that is not written yet
+        std::int32_t stop = 0;  // the column behind it; start when there is none
         for (const NUV_QDRLERun& run : runs) {
-            const std::uint32_t next_start = scaled(run.start);
-            const std::uint32_t next_stop = scaled(std::uint64_t{run.end} + 1);
+            const std::int32_t next_start = scaled(run.start);
+            const std::int32_t next_stop = scaled(run.end + 1);
             if (next_stop <= next_start)
                 continue;
             if (stop > start && next_start <= stop) {
@@ -116,72 +88,185 @@ private:
             start = next_start;
             stop = next_stop;
         }
-        return write_run(out, start, stop);
+        out = write_run(out, start, stop);
+        store_run(out, {});
+        return out + NUV_QDRLERun::bytes;
     }
 
-    [[nodiscard]] static std::uint8_t* write_run(std::uint8_t* out, std::uint32_t start,
-                                                 std::uint32_t stop) noexcept
+private:
+    // Column `column` of the source as the start of an output column. Widths are below 2^28, see
+    // checked_run_line_bytes(), so the column behind the last one comes out as the output width:
+    // its product is off by far less than half a column.
+    [[nodiscard]] std::int32_t scaled(std::uint32_t column) const noexcept
+    {
+        return static_cast<std::int32_t>(static_cast<std::int32_t>(column) * factor_ + 0.5);
+    }
+
+    [[nodiscard]] static std::uint8_t* write_run(std::uint8_t* out, std::int32_t start,
+                                                 std::int32_t stop) noexcept
     {
         if (stop <= start)
             return out;
-        store_run(out, NUV_QDRLERun{start, stop - 1});
+        store_run(out, {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(stop - 1)});
         return out + NUV_QDRLERun::bytes;
+    }
+
+    double factor_; // output width / source width
+};
+
+// Base of the engines on runs: the source lines that are wanted, in memory. The two passes of a
+// change of both sizes are done line by line here, since lines are only picked and repeated by the
+// one and only changed in themselves by the other.
+class NUV_ScaleQDRLEEngine : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    bool cleanup() override
+    {
+        source_.reset(); // before the reader that it depends on
+        repeated_.free();
+        return NUV_ProcessEngine::cleanup();
+    }
+    [[nodiscard]] bool execute() override;
+
+protected:
+    // The base, and the header's kind; `method` is told of one that is not an image of runs.
+    [[nodiscard]] bool begin(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                             const char* method)
+    {
+        if (!compatible_version(NUV_VERSION))
+            return fail(manager(), NUV_ERR_VERSION, method);
+        return NUV_ProcessEngine::initiate(header, src, dst);
+    }
+    [[nodiscard]] bool open_source(const NUV_Header* header, std::uint32_t width,
+                                   std::uint32_t height);
+
+private:
+    [[nodiscard]] bool load();
+    [[nodiscard]] bool write_scaled(std::uint32_t row);
+    [[nodiscard]] bool write_repeated(std::uint32_t row);
+
+    NUV_Held<NUV_QDRLEBuffer> source_;
+    std::optional<NUV_SourceRows> rows_;
+    std::optional<NUV_RunScale> scale_; // none where the width stays
+    bool shrinks_height_ = false;
+    std::uint32_t line_ = 0; // output lines made
+    // Where lines are scaled and repeated: the last one and the source line it is made of.
+    NUV_Scratch<std::uint8_t> repeated_;
+    std::size_t repeated_bytes_ = 0;
+    std::uint32_t repeated_row_ = 0;
+};
+
+bool NUV_ScaleQDRLEEngine::open_source(const NUV_Header* header, std::uint32_t width,
+                                       std::uint32_t height)
+{
+    const auto block_bytes = checked_run_line_bytes(width);
+    if (!block_bytes)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, width_method);
+    header_.width(width);
+    header_.height(height);
+    rows_.emplace(header->height(), scale_ratio(header->height(), height));
+    shrinks_height_ = height < header->height();
+    if (width != header->width())
+        scale_.emplace(header->width(), width);
+    if (scale_ && height > header->height() && !repeated_.allocate(manager(), *block_bytes))
+        return false;
+    source_ = make_initiated<NUV_QDRLEBuffer>(manager(), src_buffer_, header);
+    return source_ && dst_buffer_->block_bytes(*block_bytes);
+}
+
+bool NUV_ScaleQDRLEEngine::load()
+{
+    NUV_SourceRowChoice choice(*rows_);
+    return source_->load(shrinks_height_ ? &choice : nullptr);
+}
+
+bool NUV_ScaleQDRLEEngine::execute()
+{
+    if (line_ >= header_.height() || !load())
+        return false;
+    const std::uint32_t row = rows_->row();
+    rows_->next();
+    ++line_;
+    if (!scale_)
+        return write_runs(source_->line(row), *dst_buffer_);
+    return repeated_.size() == 0 ? write_scaled(row) : write_repeated(row);
+}
+
+bool NUV_ScaleQDRLEEngine::write_scaled(std::uint32_t row)
+{
+    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!out)
+        return false;
+    const std::uint8_t* behind = scale_->write(source_->line(row), out);
+    return dst_buffer_->release(static_cast<std::uint32_t>(behind - out));
+}
+
+bool NUV_ScaleQDRLEEngine::write_repeated(std::uint32_t row)
+{
+    if (repeated_bytes_ == 0 || row != repeated_row_) {
+        const std::uint8_t* behind = scale_->write(source_->line(row), repeated_.data());
+        repeated_bytes_ = static_cast<std::size_t>(behind - repeated_.data());
+        repeated_row_ = row;
+    }
+    void* out = dst_buffer_->get();
+    if (!out)
+        return false;
+    std::memcpy(out, repeated_.data(), repeated_bytes_);
+    return dst_buffer_->release(static_cast<std::uint32_t>(repeated_bytes_));
+}
+
+class NUV_ScaleWidthNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
+public:
+    using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
+                                std::uint32_t width)
+    {
+        if (!begin(header, src, dst, width_method))
+            return false;
+        if (width == 0)
+            return fail(manager(), NUV_ERR_ARGUMENT, width_method);
+        if (!is_run_image(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, width_method);
+        return open_source(header, width, header->height());
     }
 };
 
-class NUV_ScaleHeightQDRLEEngine : public NUV_ScaleQDRLEEngine {
+class NUV_ScaleHeightNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
 public:
     using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightQDRLEEngine::initiate()";
-
-        if (!NUV_ProcessEngine::initiate(header, src, dst))
+        if (!begin(header, src, dst, height_method))
             return false;
         if (height == 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
-        header_.height(height);
-        source_height_ = header->height();
-        ratio_ = scale_ratio(source_height_, height);
-        return true;
+            return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleHeightQDRLEEngine::initiate()");
+        if (!is_run_image(*header))
+            return fail(manager(), NUV_ERR_UNSUPPORTED, height_method);
+        return open_source(header, header->width(), height);
     }
-
-protected:
-    std::uint32_t source_height_ = 0;
-    double ratio_ = 1; // source height / output height
 };
 
-class NUV_ScaleHeightNNQDRLEEngine final : public NUV_ScaleHeightQDRLEEngine {
+// Both sizes at once; refuses like the engine of the pass that comes first.
+class NUV_ScaleNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
 public:
-    using NUV_ScaleHeightQDRLEEngine::NUV_ScaleHeightQDRLEEngine;
+    using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t height)
+                                std::uint32_t width, std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightNNQDRLEEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleHeightQDRLEEngine::initiate(header, src, dst, height))
+        if (!begin(header, src, dst, height_method))
             return false;
-        position_ = ratio_ * 0.5;
-        return open_source(header, method);
+        if (!is_run_image(*header)) {
+            const bool height_first = height < header->height();
+            return fail(manager(), NUV_ERR_UNSUPPORTED,
+                        height_first ? height_method : width_method);
+        }
+        return open_source(header, width, height);
     }
-
-    [[nodiscard]] bool execute() override
-    {
-        if (line_ >= header_.height() || !source_->load())
-            return false;
-        const double row = std::min<double>(position_, source_height_ - 1);
-        position_ += ratio_;
-        ++line_;
-        return write_runs(source_->line(static_cast<std::uint32_t>(row)), *dst_buffer_);
-    }
-
-private:
-    double position_ = 0;
 };
 
 } // namespace
@@ -191,10 +276,12 @@ NUV_Engine* NUV_ScaleNNQDRLE::engine(NUV_Engine* previous, std::uint32_t width,
 {
     if (!accepts(previous, width, height, "NUV_ScaleNNQDRLE::engine()"))
         return nullptr;
-    return in_order(
-        previous, height,
-        [&](NUV_Engine* last) { return NUV_ScaleWidthNNQDRLE(manager()).engine(last, width); },
-        [&](NUV_Engine* last) { return NUV_ScaleHeightNNQDRLE(manager()).engine(last, height); });
+    const NUV_Header& header = *previous->header();
+    if (height == header.height())
+        return NUV_ScaleWidthNNQDRLE(manager()).engine(previous, width);
+    if (width == header.width())
+        return NUV_ScaleHeightNNQDRLE(manager()).engine(previous, height);
+    return append_new<NUV_ScaleNNQDRLEEngine>(*previous, width, height);
 }
 
 NUV_Engine* NUV_ScaleWidthNNQDRLE::engine(NUV_Engine* previous, std::uint32_t width)
