@@ -5,6 +5,7 @@
 #include "framework/base/nuv_version.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace nuv {
@@ -42,7 +43,13 @@ constexpr std::uint32_t group_rows = 8;
 
 void rotate90groups_portable(std::span<const Rotate90Group> groups, const Rotate90Lines& lines)
 {
-    for (std::uint32_t x = 0; x < lines.width; x += 8) {
+    rotate90groups_from(groups, lines, 0);
+}
+
+void rotate90groups_from(std::span<const Rotate90Group> groups, const Rotate90Lines& lines,
+                         std::uint32_t from)
+{
+    for (std::uint32_t x = from; x < lines.width; x += 8) {
         const std::uint32_t columns = std::min<std::uint32_t>(8, lines.width - x);
         std::uint8_t* const first = lines.out + static_cast<std::ptrdiff_t>(x) * lines.out_step;
         for (const Rotate90Group& group : groups) {
@@ -115,12 +122,18 @@ bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
     return true;
 }
 
-void NUV_Rotate90_1Engine::rotate(const NUV_Rotate90Band& band)
+void NUV_Rotate90_1Engine::rotate(Bands bands)
 {
     if (angle_ != 180) {
-        quarter_turn(band);
+        quarter_turn(bands);
         return;
     }
+    for (const NUV_Rotate90Band& band : bands)
+        half_turn(band);
+}
+
+void NUV_Rotate90_1Engine::half_turn(const NUV_Rotate90Band& band) const
+{
     for (std::uint32_t row = 0; row < band.rows; ++row) {
         const std::size_t line = band.height - 1 - (band.first_row + row);
         reverse_bits(band.src + row * band.src_step, band.plane + line * band.plane_step,
@@ -128,29 +141,34 @@ void NUV_Rotate90_1Engine::rotate(const NUV_Rotate90Band& band)
     }
 }
 
-Rotate90Group NUV_Rotate90_1Engine::group(const NUV_Rotate90Band& band, std::uint32_t column) const
+Rotate90Group NUV_Rotate90_1Engine::group(Bands bands, std::uint32_t column) const
 {
+    const NUV_Rotate90Band& first = bands.front();
+    const std::uint64_t end_row = std::uint64_t{bands.back().first_row} + bands.back().rows;
     Rotate90Group group;
     group.column = column;
-    std::uint64_t row_of_group = band.height; // the topmost line of those that exist
+    std::uint64_t row_of_group = first.height; // the topmost line of those that exist
     for (std::uint32_t i = 0; i < group_rows; ++i) {
         // Output column number 8 * column + i; at 90 degrees the last source line comes first.
         const std::uint64_t position = std::uint64_t{column} * group_rows + i;
         group.rows[i] = blank_line_.data();
-        if (position >= band.height)
+        if (position >= first.height)
             continue;
-        const std::uint64_t row = angle_ == 90 ? band.height - 1 - position : position;
+        const std::uint64_t row = angle_ == 90 ? first.height - 1 - position : position;
         row_of_group = std::min(row_of_group, row);
-        if (row >= band.first_row && row < std::uint64_t{band.first_row} + band.rows)
-            group.rows[i] = band.src + (row - band.first_row) * band.src_step;
+        if (row < first.first_row || row >= end_row)
+            continue;
+        const NUV_Rotate90Band& band = bands[(row - first.first_row) / first.rows];
+        group.rows[i] = band.src + (row - band.first_row) * band.src_step;
     }
-    group.joins = row_of_group < band.first_row;
+    group.joins = row_of_group < first.first_row;
     return group;
 }
 
-void NUV_Rotate90_1Engine::quarter_turn(const NUV_Rotate90Band& band)
+void NUV_Rotate90_1Engine::quarter_turn(Bands bands) const
 {
-    const std::uint32_t last_row = band.first_row + band.rows - 1;
+    const NUV_Rotate90Band& band = bands.front();
+    const std::uint32_t last_row = bands.back().first_row + bands.back().rows - 1;
     const std::uint32_t first =
         (angle_ == 90 ? band.height - 1 - last_row : band.first_row) / group_rows;
     const std::uint32_t last =
@@ -162,11 +180,12 @@ void NUV_Rotate90_1Engine::quarter_turn(const NUV_Rotate90Band& band)
         lines.out_step = -step;
     }
 
-    // A few at a time, so that the bytes of an output line are written together.
-    std::array<Rotate90Group, 10> groups;
+    // As many at a time as usual bands have, so that the bytes of an output line are written
+    // together. Bands that begin inside a byte have one more.
+    std::array<Rotate90Group, 8 * most_bands + 1> groups;
     std::uint32_t count = 0;
     for (std::uint32_t column = first; column <= last; ++column) {
-        groups[count++] = group(band, column);
+        groups[count++] = group(bands, column);
         if (count == groups.size() || column == last) {
             rotate_groups_(std::span(groups).first(count), lines);
             count = 0;

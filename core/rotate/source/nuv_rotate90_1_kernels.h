@@ -38,13 +38,21 @@ using Rotate90Groups = void (*)(std::span<const Rotate90Group> groups, const Rot
     return rows;
 }
 
+// All forms give the same bytes. Groups stand side by side, in ascending columns.
 void rotate90groups_portable(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
 void rotate90groups_sse2(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
+void rotate90groups_avx2(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
+
+// The portable form for source columns `from` and up, a multiple of 8.
+void rotate90groups_from(std::span<const Rotate90Group> groups, const Rotate90Lines& lines,
+                         std::uint32_t from);
 
 [[nodiscard]] inline Rotate90Groups choose_rotate90groups(
     [[maybe_unused]] const NUV_Cpu& cpu) noexcept
 {
 #if NUV_X86
+    if (cpu.has_avx2)
+        return rotate90groups_avx2;
     if (cpu.has_sse2)
         return rotate90groups_sse2;
 #endif

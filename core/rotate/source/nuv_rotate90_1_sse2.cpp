@@ -52,21 +52,7 @@ void rotate90groups_sse2(std::span<const Rotate90Group> groups, const Rotate90Li
     if (pairs.size() < groups.size())
         rotate90groups_portable(groups.subspan(pairs.size()), lines);
 
-    const std::uint32_t columns = chunks * chunk_bytes * 8;
-    if (columns == lines.width || pairs.empty())
-        return;
-    Rotate90Lines rest = lines;
-    rest.out += static_cast<std::ptrdiff_t>(columns) * lines.out_step;
-    rest.width -= columns;
-    std::array<Rotate90Group, 2> pair;
-    for (std::size_t i = 0; i < pairs.size(); i += 2) {
-        pair = {pairs[i], pairs[i + 1]};
-        for (Rotate90Group& group : pair) {
-            for (const std::uint8_t*& row : group.rows)
-                row += columns / 8;
-        }
-        rotate90groups_portable(pair, rest);
-    }
+    rotate90groups_from(pairs, lines, chunks * chunk_bytes * 8);
 }
 
 } // namespace nuv

@@ -7,8 +7,9 @@
 #include "core/rotate/source/nuv_rotate90plane.h"
 #include "framework/base/nuv_held.h"
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace nuv {
 
@@ -22,11 +23,16 @@ public:
                                 std::int32_t angle, std::uint32_t block);
 
 private:
-    void rotate(const NUV_Rotate90Band& band) override;
-    void quarter_turn(const NUV_Rotate90Band& band);
+    using Bands = std::span<const NUV_Rotate90Band>;
+
+    void rotate(Bands bands) override;
+    // So many that their lines fill cache lines of the output lines: 8 of 64 lines make 64 bytes.
+    [[nodiscard]] std::size_t bands_at_once() const override { return most_bands; }
+    void half_turn(const NUV_Rotate90Band& band) const;
+    void quarter_turn(Bands bands) const;
     // The 8 source lines whose bits make the output bytes number `column`, as far as they lie in
-    // the band.
-    [[nodiscard]] Rotate90Group group(const NUV_Rotate90Band& band, std::uint32_t column) const;
+    // the bands.
+    [[nodiscard]] Rotate90Group group(Bands bands, std::uint32_t column) const;
 
     std::int32_t angle_ = 0;                 // 90, 180 or 270
     Rotate90Groups rotate_groups_ = nullptr; // for 90 and 270
@@ -43,7 +49,11 @@ public:
                                 std::int32_t angle, std::uint32_t block);
 
 private:
-    void rotate(const NUV_Rotate90Band& band) override { rotate_block_.rotate(band); }
+    void rotate(std::span<const NUV_Rotate90Band> bands) override
+    {
+        rotate_block_.rotate(bands.front());
+    }
+    [[nodiscard]] std::size_t bands_at_once() const override { return 1; }
 
     Rotate90Block rotate_block_;
 };

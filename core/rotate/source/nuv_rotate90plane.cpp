@@ -41,28 +41,41 @@ bool NUV_Rotate90PlaneEngine::execute()
 bool NUV_Rotate90PlaneEngine::rotate_all(std::uint8_t* plane)
 {
     while (row_ < src_height_) {
-        const std::uint32_t rows = std::min(block_, src_height_ - row_);
-        std::uint32_t count = 0;
-        const auto* src = static_cast<const std::uint8_t*>(src_buffer_->get(&count));
-        if (!src)
-            return false;
-        const bool is_whole = count == rows * src_line_bytes_;
-        if (is_whole) {
-            rotate({.src = src,
-                    .plane = plane,
-                    .src_step = src_line_bytes_,
-                    .plane_step = header_.line_bytes(),
-                    .width = src_width_,
-                    .height = src_height_,
-                    .first_row = row_,
-                    .rows = rows});
-        }
-        const bool released = src_buffer_->release();
-        row_ += rows;
-        if (!is_whole || !released)
+        if (!rotate_some(plane))
             return false;
     }
     return true;
+}
+
+// Bands are held until they are turned, and then released one after the other.
+bool NUV_Rotate90PlaneEngine::rotate_some(std::uint8_t* plane)
+{
+    std::array<NUV_Rotate90Band, most_bands> bands;
+    const std::size_t wanted = bands_at_once();
+    std::size_t held = 0;
+    bool is_whole = true;
+    while (is_whole && held < wanted && row_ < src_height_) {
+        const std::uint32_t rows = std::min(block_, src_height_ - row_);
+        std::uint32_t count = 0;
+        const auto* src = static_cast<const std::uint8_t*>(src_buffer_->get(&count));
+        is_whole = src && count == rows * src_line_bytes_;
+        if (!src)
+            break;
+        bands[held++] = {.src = src,
+                         .plane = plane,
+                         .src_step = src_line_bytes_,
+                         .plane_step = header_.line_bytes(),
+                         .width = src_width_,
+                         .height = src_height_,
+                         .first_row = row_,
+                         .rows = rows};
+        row_ += rows;
+    }
+    if (is_whole)
+        rotate(std::span(bands).first(held));
+    for (; held > 0; --held)
+        is_whole = src_buffer_->release() && is_whole;
+    return is_whole;
 }
 
 } // namespace nuv

@@ -3,8 +3,10 @@
 #include "core/rotate/source/nuv_angle.h"
 #include "framework/engine/nuv_processengine.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace nuv {
 
@@ -32,8 +34,13 @@ protected:
     // when that is lower. NUV_ERR_UNSUPPORTED under `method` when the plane passes 32-bit sizes.
     [[nodiscard]] bool prepare(NUV_Angle angle, std::uint32_t block, const char* method);
 
-    // Writes all that the band contributes. Bands come from the top of the image.
-    virtual void rotate(const NUV_Rotate90Band& band) = 0;
+    static constexpr std::size_t most_bands = 8;
+
+    // Writes all that some bands contribute. They come from the top of the image, as many at a time
+    // as bands_at_once() says, all but the image's last with the same number of lines.
+    virtual void rotate(std::span<const NUV_Rotate90Band> bands) = 0;
+    // At most most_bands.
+    [[nodiscard]] virtual std::size_t bands_at_once() const = 0;
 
     std::uint32_t src_width_ = 0;
     std::uint32_t src_height_ = 0;
@@ -41,6 +48,7 @@ protected:
 
 private:
     [[nodiscard]] bool rotate_all(std::uint8_t* plane);
+    [[nodiscard]] bool rotate_some(std::uint8_t* plane);
 
     std::uint32_t block_ = 0; // lines of a band
     std::uint32_t row_ = 0;   // lines done
