@@ -1,10 +1,19 @@
 #include "core/channel/nuv_reversechannel.h"
 #include "core/channel/nuv_selectchannel.h"
+#include "core/crop/nuv_crop.h"
 #include "core/mirror/nuv_mirrorx.h"
 #include "core/mirror/nuv_mirrory.h"
+#include "core/rotate/nuv_rotate90.h"
+#include "core/scale/nuv_scalecc.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/nuv_scalepp.h"
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_nop.h"
 #include "tests/support/nuv_chainmodel.h"
+#include "tests/support/nuv_model_crop.h"
+#include "tests/support/nuv_model_rotate.h"
+#include "tests/support/nuv_model_scale.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +31,31 @@ using Append = std::function<bool(NUV_TestChain&)>;
 bool always(const NUV_ModelImage&)
 {
     return true;
+}
+
+bool has_levels(const NUV_ModelImage& in)
+{
+    return in.bits > 1;
+}
+
+// To a size of up to 60 x 60 by Creator; `scale` is what that does to a whole picture.
+template <class Creator, class Scale>
+NUV_ModelImage scale_to_any_size(const NUV_ModelImage& in, std::mt19937& random, Append& append,
+                                 Scale scale)
+{
+    const auto width = static_cast<std::uint32_t>(random() % 4 == 0 ? in.width : 1 + random() % 60);
+    const auto height =
+        static_cast<std::uint32_t>(random() % 4 == 0 ? in.height : 1 + random() % 60);
+    append = [width, height](NUV_TestChain& chain) { return chain.append<Creator>(width, height); };
+    const model::Picture picture(in.width, in.height, in.channels, in.samples);
+    return {width, height, in.channels, in.bits,
+            scale(picture, width, height).template as<std::uint16_t>()};
+}
+
+model::Arithmetic arithmetic_of(const NUV_ModelImage& in)
+{
+    return in.bits == 8 ? model::Arithmetic::of<std::uint8_t>(true)
+                        : model::Arithmetic::of<std::uint16_t>(false);
 }
 
 // Operations of every shape: line by line, the whole plane at once, copying, and other block sizes.
@@ -55,7 +89,44 @@ const NUV_ModelStage stages[] = {
          return in.with(in.width, in.height, count,
                         [&](auto x, auto y, auto c) { return in.at(x, y, first + c); });
      }},
-    {"bytes as another image", [](const NUV_ModelImage& in) { return in.bits > 1; },
+    {"rotate", always,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         const int angle = static_cast<int>(random() % 4) * 90;
+         append = [angle](NUV_TestChain& chain) { return chain.append<NUV_Rotate90>(angle); };
+         return model_rotate(in, angle);
+     }},
+    {"crop", always,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         const auto x = static_cast<std::uint32_t>(random() % in.width);
+         const auto y = static_cast<std::uint32_t>(random() % in.height);
+         const auto w = static_cast<std::uint32_t>(1 + random() % in.width);
+         const auto h = static_cast<std::uint32_t>(1 + random() % in.height);
+         append = [=](NUV_TestChain& chain) { return chain.append<NUV_Crop>(x, y, w, h); };
+         return model_crop(in, x, y, w, h);
+     }},
+    {"nearest", always,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         return scale_to_any_size<NUV_ScaleNN>(in, random, append, model::nearest);
+     }},
+    {"linear", has_levels,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         return scale_to_any_size<NUV_ScaleLI>(in, random, append, [&](auto& from, auto w, auto h) {
+             return model::linear(from, w, h, arithmetic_of(in));
+         });
+     }},
+    {"cubic", has_levels,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         return scale_to_any_size<NUV_ScaleCC>(in, random, append, [&](auto& from, auto w, auto h) {
+             return model::cubic(from, w, h, arithmetic_of(in), -1);
+         });
+     }},
+    {"area", has_levels,
+     [](const NUV_ModelImage& in, std::mt19937& random, Append& append) {
+         return scale_to_any_size<NUV_ScalePP>(in, random, append, [&](auto& from, auto w, auto h) {
+             return model::area(from, w, h, arithmetic_of(in));
+         });
+     }},
+    {"bytes as another image", has_levels,
      [](const NUV_ModelImage& in, std::mt19937&, Append& append) {
          // The same samples, one channel, and as many lines as there were columns.
          NUV_ModelImage out = in;
