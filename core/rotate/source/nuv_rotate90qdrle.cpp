@@ -24,7 +24,7 @@ bool NUV_Rotate90QDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
         return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
-    if (!holds_runs(*header))
+    if (!holds_runs(*header) || !checked_run_line_bytes(header->width()))
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     if (!wanted.is_quarter_turn())
         return fail(manager(), NUV_ERR_ARGUMENT, method);

@@ -125,12 +125,14 @@ TEST(ScaleRuns, BrokenDataIsAnError)
 {
     const Bytes whole = as_bytes({{{0, 1}, {3, 4}}, {{2, 2}}});
     for (const Page& broken : {Page{{{5, 2}}, {}}, Page{{{0, 1}}}}) {
-        NUV_TestChain chain;
-        chain.source_bytes(run_image(10, 2), as_bytes(broken));
-        ASSERT_TRUE(chain.append<NUV_ScaleNN>(20U, 2U));
-        static_cast<void>(chain.run_bytes());
-        EXPECT_EQ(chain.status().code, NUV_ERR_BROKEN_DATA);
-        EXPECT_STREQ(chain.status().method, "NUV_QDRLEBuffer::regist_runarray()");
+        for (const std::uint32_t height : {2U, 1U}) { // to 1 without the first line
+            NUV_TestChain chain;
+            chain.source_bytes(run_image(10, 2), as_bytes(broken));
+            ASSERT_TRUE(chain.append<NUV_ScaleNN>(20U, height));
+            static_cast<void>(chain.run_bytes());
+            EXPECT_EQ(chain.status().code, NUV_ERR_BROKEN_DATA);
+            EXPECT_STREQ(chain.status().method, "NUV_QDRLEBuffer::regist_runarray()");
+        }
     }
     for (std::size_t length = 0; length < whole.size(); ++length) {
         NUV_TestChain chain;

@@ -36,6 +36,8 @@ TEST(ScaleRefusal, SaysWhyAndLeavesNothingBehind)
         .width = 10, .height = 10, .data_type = NUV_DataType::s_integer};
     const NUV_TestImage runs{
         .width = 10, .height = 10, .bits = 1, .encode_type = NUV_EncodeType::qd_rle};
+    const NUV_TestImage wide_runs{
+        .width = 0x0FFFFFFF, .height = 10, .bits = 1, .encode_type = NUV_EncodeType::qd_rle};
     const NUV_TestImage rgb{.width = 10, .height = 10, .channels = 3};
     const std::uint32_t huge = 0xFFFFFFFF;
 
@@ -85,6 +87,10 @@ TEST(ScaleRefusal, SaysWhyAndLeavesNothingBehind)
          "NUV_ScaleHeightIREEngine::initiate()"},
         {"runs too long", runs, with<NUV_ScaleNN>(0x20000000U, 10U), NUV_ERR_UNSUPPORTED,
          "NUV_ScaleWidthQDRLEEngine::initiate()"},
+        {"from runs too long", wide_runs, with<NUV_ScaleNN>(5U, 12U), NUV_ERR_UNSUPPORTED,
+         "NUV_ScaleWidthQDRLEEngine::initiate()"},
+        {"from runs too long, lower", wide_runs, with<NUV_ScaleNN>(5U, 4U), NUV_ERR_UNSUPPORTED,
+         "NUV_ScaleHeightNNQDRLEEngine::initiate()"},
 
         {"palette to linear", palette, with<NUV_ScaleLI>(4U, 4U), NUV_ERR_UNSUPPORTED,
          "NUV_ScaleShrinkLIEngine::initiate()"},
