@@ -76,7 +76,7 @@ public:
     [[nodiscard]] virtual NUV_Engine* engine(NUV_Engine* previous, double ratio_x, double ratio_y,
                                              double a, std::uint16_t bits)
     {
-        if (!previous)
+        if (!previous || !previous->header())
             return fail(this->manager(), NUV_ERR_ARGUMENT, method);
         std::uint32_t width = 0;
         std::uint32_t height = 0;

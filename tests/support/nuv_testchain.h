@@ -21,6 +21,19 @@ namespace nuv {
 using NUV_TestManager =
     NUV_ManagerImpl<NUV_FailingMemory, NUV_FirstErrorHandler, NUV_BlockWorkflow>;
 
+// An engine without an image.
+class NUV_HeadlessEngine final : public NUV_Engine {
+public:
+    using NUV_Engine::NUV_Engine;
+    bool execute() override { return false; }
+    const NUV_Header* header() const override { return nullptr; }
+    NUV_SrcBuffer* src_buffer() override { return nullptr; }
+    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
+    {
+        return NUV_Vector<NUV_Engine*>(manager());
+    }
+};
+
 // An image for a test. One 8-bit gray pixel unless it says otherwise.
 struct NUV_TestImage {
     std::uint32_t width = 1;

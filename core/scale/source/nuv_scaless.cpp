@@ -57,11 +57,11 @@ bool NUV_ScaleSSEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, N
         return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
-    if (!header->is_raw() || !has_whole_byte_samples(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     if (subsampling.step_x == 0 || subsampling.step_y == 0 ||
         subsampling.offset_x >= header->width() || subsampling.offset_y >= header->height())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!header->is_raw() || !has_whole_byte_samples(*header))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
 
     subsampling_ = subsampling;
     pixel_bytes_ = std::size_t{header->channels()} * header->bits() / 8;

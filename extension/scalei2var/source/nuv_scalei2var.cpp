@@ -14,7 +14,7 @@ NUV_Engine* NUV_ScaleI2VAR::engine(NUV_Engine* previous, std::uint32_t width, st
 
 NUV_Engine* NUV_ScaleI2VAR::engine(NUV_Engine* previous, double ratio_x, double ratio_y, float a)
 {
-    if (!previous)
+    if (!previous || !previous->header())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2VAR::engine()");
     std::uint32_t width = 0;
     std::uint32_t height = 0;

@@ -45,7 +45,7 @@ template <RealNumber R>
 NUV_Engine* NUV_ScaleI2VARExBy<R>::engine(NUV_Engine* previous, double ratio_x, double ratio_y,
                                           double a, std::uint16_t bits)
 {
-    if (!previous)
+    if (!previous || !previous->header())
         return fail(this->manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2VARExBy::engine()");
     std::uint32_t width = 0;
     std::uint32_t height = 0;

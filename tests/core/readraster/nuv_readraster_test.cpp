@@ -369,18 +369,6 @@ TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
     EXPECT_EQ(stream.run_bytes(), Bytes(flat_bytes, 128));
 }
 
-class HeadlessEngine final : public NUV_Engine {
-public:
-    using NUV_Engine::NUV_Engine;
-    bool execute() override { return false; }
-    const NUV_Header* header() const override { return nullptr; }
-    NUV_SrcBuffer* src_buffer() override { return nullptr; }
-    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
-    {
-        return NUV_Vector<NUV_Engine*>(manager());
-    }
-};
-
 TEST(DecodeToRaw, RefusesWhatItCannotDecode)
 {
     const auto expect_refusal = [](NUV_TestChain& chain, NUV_StatusCode code) {
@@ -399,7 +387,7 @@ TEST(DecodeToRaw, RefusesWhatItCannotDecode)
     expect_refusal(none, NUV_ERR_ARGUMENT);
 
     NUV_TestChain headless;
-    const NUV_Held<NUV_Engine> engine = make_object<HeadlessEngine>(headless.manager());
+    const NUV_Held<NUV_Engine> engine = make_object<NUV_HeadlessEngine>(headless.manager());
     headless.last(engine.get());
     expect_refusal(headless, NUV_ERR_ARGUMENT);
 }

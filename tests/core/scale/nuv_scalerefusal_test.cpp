@@ -39,6 +39,7 @@ TEST(ScaleRefusal, SaysWhyAndLeavesNothingBehind)
     const NUV_TestImage wide_runs{
         .width = 0x0FFFFFFF, .height = 10, .bits = 1, .encode_type = NUV_EncodeType::qd_rle};
     const NUV_TestImage rgb{.width = 10, .height = 10, .channels = 3};
+    const NUV_TestImage coded{.width = 10, .height = 10, .encode_type = NUV_EncodeType::jpeg};
     const std::uint32_t huge = 0xFFFFFFFF;
 
     struct Case {
@@ -63,6 +64,10 @@ TEST(ScaleRefusal, SaysWhyAndLeavesNothingBehind)
         {"factor 0 of lines", gray, with<NUV_ScaleHeightIRE>(0U), NUV_ERR_ARGUMENT,
          "NUV_ScaleHeightIRE::engine()"},
         {"step 0", gray, with<NUV_ScaleSS>(0U, 1U, 0U, 0U), NUV_ERR_ARGUMENT,
+         "NUV_ScaleSSEngine::initiate()"},
+        {"step 0, coded", coded, with<NUV_ScaleSS>(0U, 1U, 0U, 0U), NUV_ERR_ARGUMENT,
+         "NUV_ScaleSSEngine::initiate()"},
+        {"coded, subsampled", coded, with<NUV_ScaleSS>(2U, 2U, 0U, 0U), NUV_ERR_UNSUPPORTED,
          "NUV_ScaleSSEngine::initiate()"},
         {"offset outside", gray, with<NUV_ScaleSS>(2U, 2U, 0U, 10U), NUV_ERR_ARGUMENT,
          "NUV_ScaleSSEngine::initiate()"},

@@ -1,4 +1,6 @@
+#include "extension/scalei2var/nuv_scalei2var.h"
 #include "extension/scalei2varex/nuv_scaleccfastby.h"
+#include "extension/scalei2varex/nuv_scalei2varexby.h"
 #include "extension/scalei2varex/nuv_scalelifastby.h"
 #include "tests/core/scale/nuv_scalecases.h"
 #include "tests/support/nuv_model_scalei2.h"
@@ -73,6 +75,27 @@ void expect_refusal(const NUV_TestImage& image, NUV_StatusCode code, const char*
     NUV_TestChain chain;
     chain.blank_source(image);
     expect_refused(chain, chain.append<Creator>(args...), code, method);
+}
+
+// Factors need an image to be factors of.
+template <class Creator, class... Args>
+void expect_headless_refusal(const char* method, Args... args)
+{
+    SCOPED_TRACE(method);
+    NUV_TestChain chain;
+    const NUV_Held<NUV_Engine> engine = make_object<NUV_HeadlessEngine>(chain.manager());
+    chain.last(engine.get());
+    EXPECT_FALSE(chain.append<Creator>(0.5, 0.5, args...));
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(chain.status().method, method);
+}
+
+TEST(ScaleByRefusal, NoImageToScaleByFactors)
+{
+    const std::uint16_t bits = 0;
+    expect_headless_refusal<NUV_ScaleCCFastBy<Fixed>>("NUV_ScaleCCFastBy::engine()", -1.0, bits);
+    expect_headless_refusal<NUV_ScaleI2VARExBy<Fixed>>("NUV_ScaleI2VARExBy::engine()", -1.0, bits);
+    expect_headless_refusal<NUV_ScaleI2VAR>("NUV_ScaleI2VAR::engine()", -0.75F);
 }
 
 TEST(ScaleByRefusal, UsesTheNamesOfTheCreators)
