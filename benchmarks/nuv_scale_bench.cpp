@@ -9,131 +9,17 @@
 #include "core/scale/source/nuv_linekernels.h"
 #include "core/scale/source/nuv_ppkernels.h"
 #include "core/scale/source/nuv_tapkernels.h"
-#include "framework/engine/nuv_generateengine.h"
-#include "framework/engine/nuv_writeengine.h"
-#include "framework/manager/nuv_createmanager.h"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <span>
 #include <vector>
+
+#include "benchmarks/nuv_scalesetup.h"
 
 namespace nuv {
 namespace {
-
-constexpr std::uint32_t width = 6000;
-constexpr std::uint32_t height = 4000;
-constexpr std::uint16_t channels = 3;
-constexpr std::size_t line_samples = std::size_t{width} * channels;
-
-template <class T>
-const std::vector<T>& source()
-{
-    static const std::vector<T> samples = [] {
-        std::vector<T> made(line_samples * height);
-        for (std::size_t i = 0; i < made.size(); ++i)
-            made[i] = static_cast<T>((i % line_samples + i / line_samples * 7) * 40503U >> 5);
-        return made;
-    }();
-    return samples;
-}
-
-// Delivers bytes in blocks.
-class NUV_BenchSourceEngine final : public NUV_GenerateEngine {
-public:
-    using NUV_GenerateEngine::NUV_GenerateEngine;
-
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
-                                std::span<const std::uint8_t> bytes, std::uint32_t block_bytes)
-    {
-        left_ = bytes;
-        return NUV_GenerateEngine::initiate(header, dst) && dst->block_bytes(block_bytes);
-    }
-    [[nodiscard]] bool execute() override
-    {
-        const std::size_t count = std::min<std::size_t>(left_.size(), dst_buffer_->block_bytes());
-        if (count == 0)
-            return false;
-        void* out = dst_buffer_->get();
-        if (!out)
-            return false;
-        std::memcpy(out, left_.data(), count);
-        left_ = left_.subspan(count);
-        return dst_buffer_->release(static_cast<std::uint32_t>(count));
-    }
-
-private:
-    std::span<const std::uint8_t> left_;
-};
-
-class NUV_BenchSinkEngine final : public NUV_NoOutputEngine, public NUV_BufferInputEngine {
-public:
-    explicit NUV_BenchSinkEngine(NUV_Manager& manager)
-        : NUV_NoOutputEngine(manager),
-          NUV_BufferInputEngine(manager)
-    {}
-    bool cleanup() override { return NUV_BufferInputEngine::cleanup(initiated()); }
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_OutputStorage*)
-    {
-        return NUV_NoOutputEngine::initiate() && NUV_BufferInputEngine::initiate(header, src);
-    }
-    [[nodiscard]] bool execute() override
-    {
-        std::uint32_t count = 0;
-        return src_buffer_->get(&count) && src_buffer_->release();
-    }
-};
-
-class NUV_BenchEnds final : public NUV_EngineCreator {
-public:
-    using NUV_EngineCreator::NUV_EngineCreator;
-
-    template <class T>
-    [[nodiscard]] NUV_Engine* first()
-    {
-        NUV_Header header(manager());
-        header.width(width);
-        header.height(height);
-        header.channels(channels);
-        header.bits(8 * sizeof(T));
-        const auto* bytes = reinterpret_cast<const std::uint8_t*>(source<T>().data());
-        const std::span<const std::uint8_t> all(bytes, source<T>().size() * sizeof(T));
-        return append_generator<NUV_BenchSourceEngine>(&header, all, header.line_bytes());
-    }
-    // A bilevel page, as packed bits or as runs.
-    [[nodiscard]] NUV_Engine* page(const std::vector<std::uint8_t>& bytes, std::uint32_t page_width,
-                                   std::uint32_t page_height, bool as_runs)
-    {
-        NUV_Header header(manager());
-        header.width(page_width);
-        header.height(page_height);
-        header.channels(1);
-        header.bits(1);
-        header.encode_type(as_runs ? NUV_EncodeType::qd_rle : NUV_EncodeType::raw);
-        const std::uint32_t block = as_runs ? 65536 : header.line_bytes();
-        return append_generator<NUV_BenchSourceEngine>(&header,
-                                                       std::span<const std::uint8_t>(bytes), block);
-    }
-    [[nodiscard]] NUV_Engine* last(NUV_Engine& previous)
-    {
-        return append_writer<NUV_BenchSinkEngine>(previous, nullptr);
-    }
-};
-
-template <class T>
-void copy(benchmark::State& state)
-{
-    std::vector<T> to(source<T>().size());
-    for ([[maybe_unused]] auto _ : state) {
-        std::memcpy(to.data(), source<T>().data(), to.size() * sizeof(T));
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(to.size() * sizeof(T)));
-}
 
 // To state.range(0) percent of the size, in megapixels of the source.
 template <class T, class Creator>
@@ -149,19 +35,11 @@ void scale(benchmark::State& state)
             engine =
                 Creator(*manager).engine(engine, width * percent / 100, height * percent / 100);
         }
-        engine = engine ? ends.last(*engine) : nullptr;
-        if (!engine) {
-            state.SkipWithError("no chain");
+        if (!ends.run(engine, state))
             break;
-        }
-        while (engine->execute()) {
-        }
-        engine->end();
         destroy_manager(manager);
     }
-    state.counters["MP/s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * width * height * 1e-6,
-                           benchmark::Counter::kIsRate);
+    count_pixels(state);
 }
 
 constexpr std::uint32_t page_width = 4960; // A4 at 600 dpi
@@ -235,20 +113,11 @@ void scale_page(benchmark::State& state)
         engine = engine ? NUV_ScaleNN(*manager).engine(engine, page_width * percent / 100,
                                                        page_height * percent / 100)
                         : nullptr;
-        engine = engine ? ends.last(*engine) : nullptr;
-        if (!engine) {
-            state.SkipWithError("no chain");
+        if (!ends.run(engine, state))
             break;
-        }
-        while (engine->execute()) {
-        }
-        engine->end();
         destroy_manager(manager);
     }
 }
-
-using Byte = std::uint8_t;
-using Word = std::uint16_t;
 
 BENCHMARK(scale_page)
     ->ArgsProduct({{0, 1}, {40, 50, 150}})
@@ -263,12 +132,7 @@ BENCHMARK(scale<Word, NUV_ScaleLI>)->Arg(30)->Arg(150)->Unit(benchmark::kMillise
 BENCHMARK(scale<Word, NUV_ScaleCC>)->Arg(25)->Arg(200)->Unit(benchmark::kMillisecond);
 BENCHMARK(scale<Word, NUV_ScalePP>)->Arg(40)->Unit(benchmark::kMillisecond);
 
-// Kernels, a line of 6000 pixels at a time: form 0 is the portable one, form 1 the best there is.
-const NUV_Cpu& form(const benchmark::State& state)
-{
-    static constexpr NUV_Cpu portable{};
-    return state.range(0) == 0 ? portable : NUV_Cpu::current();
-}
+// Kernels, a line of 6000 pixels at a time.
 
 template <class T, class Weight>
 void combine_lines(benchmark::State& state)

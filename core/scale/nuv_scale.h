@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_scaleframe.h"
 #include "framework/engine/nuv_enginecreator.h"
 
 #include <cstdint>
@@ -15,6 +16,25 @@ protected:
     // False after NUV_ERR_ARGUMENT with the text `method`: no engine, one without an image, or a
     // size of 0.
     [[nodiscard]] bool accepts(const NUV_Engine* previous, std::uint32_t size, const char* method);
+
+    enum class Axis { width, height };
+
+    // Behind accepts(): `previous` where the axis has the size already, else what
+    // append.operator()<T>() gives for unsigned samples of 8 and 16 bits. NUV_ERR_UNSUPPORTED with
+    // the text `method` for others.
+    template <class Append>
+    [[nodiscard]] NUV_Engine* scale_unsigned(NUV_Engine* previous, Axis axis, std::uint32_t size,
+                                             const char* method, Append&& append)
+    {
+        if (!accepts(previous, size, method))
+            return nullptr;
+        const NUV_Header& source = *previous->header();
+        if (size == (axis == Axis::width ? source.width() : source.height()))
+            return previous;
+        return visit_unsigned_type(source, append, [&]() -> NUV_Engine* {
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        });
+    }
 };
 
 // Base of the two-dimensional scalers. Sizes are in pixels. A creator appends one or more engines

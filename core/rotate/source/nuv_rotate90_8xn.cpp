@@ -1,3 +1,4 @@
+#include "core/include/nuv_pixelbytes.h"
 #include "core/rotate/nuv_rotate90.h"
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
@@ -8,28 +9,6 @@
 
 namespace nuv {
 namespace {
-
-// Calls visit.operator()<PixelBytes>(), with 0 for a size that is asked at run time.
-template <class Visit>
-auto visit_pixel_bytes(std::size_t pixel_bytes, Visit&& visit)
-{
-    switch (pixel_bytes) {
-    case 1:
-        return visit.template operator()<1>();
-    case 2:
-        return visit.template operator()<2>();
-    case 3:
-        return visit.template operator()<3>();
-    case 4:
-        return visit.template operator()<4>();
-    case 6:
-        return visit.template operator()<6>();
-    case 8:
-        return visit.template operator()<8>();
-    default:
-        return visit.template operator()<0>();
-    }
-}
 
 [[nodiscard]] Rotate90TileForm choose_rotate90tile(std::size_t pixel_bytes,
                                                    [[maybe_unused]] const NUV_Cpu& cpu)

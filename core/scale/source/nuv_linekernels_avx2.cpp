@@ -1,19 +1,13 @@
 #include "core/scale/source/nuv_linekernels.h"
 
+#include "core/include/nuv_pixelpairs_avx2.h"
+
 #if NUV_X86
 
 #    include <immintrin.h>
 
 namespace nuv {
 namespace {
-
-// Two weights of 16 bits each, the first in the lower half, in every 32 bits.
-NUV_TARGET("avx2") inline __m256i weight_pairs(std::int32_t first, std::int32_t second) noexcept
-{
-    const std::uint32_t low = static_cast<std::uint16_t>(first);
-    const std::uint32_t high = static_cast<std::uint16_t>(second);
-    return _mm256_set1_epi32(static_cast<std::int32_t>(low | high << 16));
-}
 
 NUV_TARGET("avx2") inline __m256i load(const std::uint8_t* from) noexcept
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/include/nuv_pixelbytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -47,28 +49,6 @@ void repeat_pixels(const std::uint8_t* in, std::size_t factor, std::uint8_t* out
     for (std::size_t k = 0; k < pixels; ++k) {
         for (std::size_t i = 0; i < factor; ++i)
             copy_pixel<PixelBytes>(out + (k * factor + i) * size, in + k * size, size);
-    }
-}
-
-// Calls visit.operator()<PixelBytes>() with the size where there is a loop for it, else with 0.
-template <class Visit>
-auto visit_pixel_bytes(std::size_t pixel_bytes, Visit&& visit)
-{
-    switch (pixel_bytes) {
-    case 1:
-        return visit.template operator()<1>();
-    case 2:
-        return visit.template operator()<2>();
-    case 3:
-        return visit.template operator()<3>();
-    case 4:
-        return visit.template operator()<4>();
-    case 6:
-        return visit.template operator()<6>();
-    case 8:
-        return visit.template operator()<8>();
-    default:
-        return visit.template operator()<0>();
     }
 }
 

@@ -17,15 +17,8 @@ struct NUV_Stretch {
 };
 
 // Walks along the output pixels of an axis that grows.
-class NUV_StretchWalk {
+class NUV_StretchWalk : public NUV_PixelWalk {
 public:
-    void initiate(std::uint32_t source, std::uint32_t destination) noexcept
-    {
-        ratio_ = scale_ratio(source, destination);
-        last_ = source - 1;
-        pixels_left_ = destination;
-    }
-
     [[nodiscard]] NUV_Stretch next() noexcept
     {
         const double position = position_;
@@ -39,12 +32,6 @@ public:
             return {first, 1};
         return {first, (std::ceil(position) - position) / ratio_};
     }
-
-private:
-    double ratio_ = 1;
-    double position_ = 0;
-    std::uint32_t last_ = 0;
-    std::uint32_t pixels_left_ = 0;
 };
 
 template <IntegerSample T, RealNumber R>
@@ -150,18 +137,11 @@ NUV_Engine* NUV_ScaleWidthPPE::engine(NUV_Engine* previous, std::uint32_t width,
 NUV_Engine* NUV_ScaleWidthPPE::append(NUV_Engine* previous, std::uint32_t width,
                                       bool use_fixed_real, const char* method)
 {
-    if (!accepts(previous, width, method))
-        return nullptr;
-    if (width == previous->header()->width())
-        return previous;
-    return visit_unsigned_type(
-        *previous->header(),
-        [&]<class T>() -> NUV_Engine* {
-            if (use_fixed_real)
-                return append_new<NUV_ScaleWidthPPEEngine<T, NUV_FixedReal>>(*previous, width);
-            return append_new<NUV_ScaleWidthPPEEngine<T, double>>(*previous, width);
-        },
-        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+    return scale_unsigned(previous, Axis::width, width, method, [&]<class T>() -> NUV_Engine* {
+        if (use_fixed_real)
+            return append_new<NUV_ScaleWidthPPEEngine<T, NUV_FixedReal>>(*previous, width);
+        return append_new<NUV_ScaleWidthPPEEngine<T, double>>(*previous, width);
+    });
 }
 
 NUV_Engine* NUV_ScaleHeightPPE::engine(NUV_Engine* previous, std::uint32_t height,
@@ -173,18 +153,11 @@ NUV_Engine* NUV_ScaleHeightPPE::engine(NUV_Engine* previous, std::uint32_t heigh
 NUV_Engine* NUV_ScaleHeightPPE::append(NUV_Engine* previous, std::uint32_t height,
                                        bool use_fixed_real, const char* method)
 {
-    if (!accepts(previous, height, method))
-        return nullptr;
-    if (height == previous->header()->height())
-        return previous;
-    return visit_unsigned_type(
-        *previous->header(),
-        [&]<class T>() -> NUV_Engine* {
-            if (use_fixed_real)
-                return append_new<NUV_ScaleHeightPPEEngine<T, NUV_FixedReal>>(*previous, height);
-            return append_new<NUV_ScaleHeightPPEEngine<T, double>>(*previous, height);
-        },
-        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+    return scale_unsigned(previous, Axis::height, height, method, [&]<class T>() -> NUV_Engine* {
+        if (use_fixed_real)
+            return append_new<NUV_ScaleHeightPPEEngine<T, NUV_FixedReal>>(*previous, height);
+        return append_new<NUV_ScaleHeightPPEEngine<T, double>>(*previous, height);
+    });
 }
 
 } // namespace nuv

@@ -12,6 +12,23 @@ namespace nuv {
 
 // Bases of the area-weighting engines.
 
+// Walks along the output pixels of an axis.
+class NUV_PixelWalk {
+public:
+    void initiate(std::uint32_t source, std::uint32_t destination) noexcept
+    {
+        ratio_ = scale_ratio(source, destination);
+        last_ = source - 1;
+        pixels_left_ = destination;
+    }
+
+protected:
+    double ratio_ = 1;
+    double position_ = 0;
+    std::uint32_t last_ = 0; // source pixel
+    std::uint32_t pixels_left_ = 0;
+};
+
 template <IntegerSample T>
 class NUV_ScaleWidthPPEngine : public NUV_ScaleWidthEngine {
 public:

@@ -12,15 +12,8 @@ namespace {
 
 // Walks along the output pixels of an axis that shrinks. Added-up positions can end a hair beyond
 // the image; the last output pixel starts before the last source pixel and ends with all of it.
-class NUV_AreaWalk {
+class NUV_AreaWalk : public NUV_PixelWalk {
 public:
-    void initiate(std::uint32_t source, std::uint32_t destination) noexcept
-    {
-        ratio_ = scale_ratio(source, destination);
-        last_ = source - 1;
-        pixels_left_ = destination;
-    }
-
     // The next pixel, with its offset in pixels.
     [[nodiscard]] NUV_AreaTaps next() noexcept
     {
@@ -50,11 +43,6 @@ private:
     {
         return pixels_left_ == 0 ? std::min(whole(), last_ - 1) : whole();
     }
-
-    double ratio_ = 1;
-    double position_ = 0;
-    std::uint32_t last_ = 0;
-    std::uint32_t pixels_left_ = 0;
 };
 
 // True when sums of the samples of T that an output sample covers fit 31 bits.
@@ -209,16 +197,9 @@ NUV_Engine* NUV_ScaleWidthPPR::engine(NUV_Engine* previous, std::uint32_t width,
 
 NUV_Engine* NUV_ScaleWidthPPR::append(NUV_Engine* previous, std::uint32_t width, const char* method)
 {
-    if (!accepts(previous, width, method))
-        return nullptr;
-    if (width == previous->header()->width())
-        return previous;
-    return visit_unsigned_type(
-        *previous->header(),
-        [&]<class T>() -> NUV_Engine* {
-            return append_new<NUV_ScaleWidthPPREngine<T>>(*previous, width);
-        },
-        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+    return scale_unsigned(previous, Axis::width, width, method, [&]<class T>() -> NUV_Engine* {
+        return append_new<NUV_ScaleWidthPPREngine<T>>(*previous, width);
+    });
 }
 
 NUV_Engine* NUV_ScaleHeightPPR::engine(NUV_Engine* previous, std::uint32_t height, bool)
@@ -229,19 +210,12 @@ NUV_Engine* NUV_ScaleHeightPPR::engine(NUV_Engine* previous, std::uint32_t heigh
 NUV_Engine* NUV_ScaleHeightPPR::append(NUV_Engine* previous, std::uint32_t height,
                                        const char* method)
 {
-    if (!accepts(previous, height, method))
-        return nullptr;
-    if (height == previous->header()->height())
-        return previous;
-    return visit_unsigned_type(
-        *previous->header(),
-        [&]<class T>() -> NUV_Engine* {
-            if (sums_are_small<T>(scale_ratio(previous->header()->height(), height))) {
-                return append_new<NUV_ScaleHeightPPREngine<T, std::int32_t>>(*previous, height);
-            }
-            return append_new<NUV_ScaleHeightPPREngine<T, std::int64_t>>(*previous, height);
-        },
-        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
+    return scale_unsigned(previous, Axis::height, height, method, [&]<class T>() -> NUV_Engine* {
+        if (sums_are_small<T>(scale_ratio(previous->header()->height(), height))) {
+            return append_new<NUV_ScaleHeightPPREngine<T, std::int32_t>>(*previous, height);
+        }
+        return append_new<NUV_ScaleHeightPPREngine<T, std::int64_t>>(*previous, height);
+    });
 }
 
 } // namespace nuv

@@ -1,5 +1,7 @@
 #include "core/scale/source/nuv_tapkernels.h"
 
+#include "core/include/nuv_pixelpairs_avx2.h"
+
 #if NUV_X86
 
 #    include <cstring>
@@ -7,34 +9,6 @@
 
 namespace nuv {
 namespace {
-
-// A pixel of 3 or 4 bytes takes a group of four 32-bit sums, the last of which is 0 for 3. How its
-// four neighbours, one after the other in memory, become pairs of 16-bit samples: those of pixels
-// 0 and 1, and those of pixels 2 and 3. -1 gives a zero byte.
-struct NUV_PairShuffles {
-    __m256i first;
-    __m256i second;
-};
-
-template <int Channels>
-NUV_TARGET("avx2")
-inline NUV_PairShuffles pair_shuffles() noexcept
-{
-    constexpr char none = -1;
-    if constexpr (Channels == 3) {
-        const __m128i first = _mm_setr_epi8(0, none, 3, none, 1, none, 4, none, 2, none, 5, none,
-                                            none, none, none, none);
-        const __m128i second = _mm_setr_epi8(6, none, 9, none, 7, none, 10, none, 8, none, 11, none,
-                                             none, none, none, none);
-        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
-    } else {
-        const __m128i first =
-            _mm_setr_epi8(0, none, 4, none, 1, none, 5, none, 2, none, 6, none, 3, none, 7, none);
-        const __m128i second = _mm_setr_epi8(8, none, 12, none, 9, none, 13, none, 10, none, 14,
-                                             none, 11, none, 15, none);
-        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
-    }
-}
 
 // Entries k and k + 1 of a table, each in four places.
 NUV_TARGET("avx2") inline __m256i two_entries(const std::int32_t* entries) noexcept
@@ -59,10 +33,7 @@ NUV_TARGET("avx2")
 inline __m256i two_pixels(const std::uint8_t* line, const NUV_PackedTaps& taps, std::size_t k,
                           const NUV_PairShuffles& shuffles) noexcept
 {
-    const auto* left = reinterpret_cast<const __m128i*>(line + taps.offsets[k]);
-    const auto* right = reinterpret_cast<const __m128i*>(line + taps.offsets[k + 1]);
-    const __m256i in = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(left)),
-                                               _mm_loadu_si128(right), 1);
+    const __m256i in = load_two(line + taps.offsets[k], line + taps.offsets[k + 1]);
     const __m256i first = _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
                                             two_entries(taps.first_pairs + k));
     const __m256i second = _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),

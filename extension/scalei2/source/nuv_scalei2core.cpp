@@ -130,6 +130,22 @@ bool NUV_ScaleI2CoreEngine<A, Taps>::execute()
                                                std::int32_t{0});
 }
 
+// Refuses, cuts, or gives what append.operator()<Taps>() gives.
+template <class Append>
+[[nodiscard]] NUV_Engine* scale_or_cut(NUV_Manager& manager, NUV_Engine* previous,
+                                       const NUV_ScaleI2Order& order, const char* method,
+                                       Append&& append)
+{
+    const bool is_complete = previous && previous->header() && order.table;
+    if (!is_complete || order.width == 0 || order.height == 0)
+        return fail(manager, NUV_ERR_ARGUMENT, method);
+    if (only_cuts(*previous->header(), order.width, order.height))
+        return cut(manager, previous, order.width, order.height, order.bits);
+    if (!has_scale_i2_mask(order.taps))
+        return fail(manager, NUV_ERR_ARGUMENT, method);
+    return visit_taps(order.taps, append);
+}
+
 } // namespace
 
 NUV_Engine* NUV_ScaleI2Float::engine(NUV_Engine* previous, std::uint32_t width,
@@ -138,14 +154,8 @@ NUV_Engine* NUV_ScaleI2Float::engine(NUV_Engine* previous, std::uint32_t width,
 {
     constexpr auto method = "NUV_ScaleI2Float::engine()";
 
-    if (!previous || !previous->header() || width == 0 || height == 0 || !table)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
-    if (only_cuts(*previous->header(), width, height))
-        return cut(manager(), previous, width, height, bits);
-    if (!has_scale_i2_mask(taps))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_ScaleI2Order order{width, height, bits, table, taps};
-    return visit_taps(taps, [&]<int Taps>() {
+    return scale_or_cut(manager(), previous, order, method, [&]<int Taps>() {
         return append_new<NUV_ScaleI2CoreEngine<NUV_ScaleI2FloatArithmetic, Taps>>(*previous,
                                                                                    order);
     });
@@ -157,14 +167,8 @@ NUV_Engine* NUV_ScaleI2FixedReal::engine(NUV_Engine* previous, std::uint32_t wid
 {
     constexpr auto method = "NUV_ScaleI2FixedReal::engine()";
 
-    if (!previous || !previous->header() || width == 0 || height == 0 || !table)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
-    if (only_cuts(*previous->header(), width, height))
-        return cut(manager(), previous, width, height, bits);
-    if (!has_scale_i2_mask(taps))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_ScaleI2Order order{width, height, bits, table, taps};
-    return visit_taps(taps, [&]<int Taps>() {
+    return scale_or_cut(manager(), previous, order, method, [&]<int Taps>() {
         return append_new<NUV_ScaleI2CoreEngine<NUV_ScaleI2FixedArithmetic, Taps>>(*previous,
                                                                                    order);
     });

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace nuv {
@@ -19,7 +20,22 @@ constexpr std::uint16_t no_limit = 0;
 template <class T>
 class ScaleI2 : public ::testing::Test {
 protected:
-    static constexpr bool is_fixed = sizeof(T) == 1;
+    // Without a limit, and with one of that many bits fewer than T has.
+    static void expect_model(std::span<const NUV_ScaleCase> cases, int fewer_bits)
+    {
+        constexpr int most = 8 * sizeof(T);
+        for (const NUV_ScaleCase& c : cases) {
+            for (const int bits : {0, most - fewer_bits}) {
+                const auto how = model::Arithmetic::of<T>(true, bits);
+                expect_scaled_as<T, NUV_ScaleI2>(
+                    c,
+                    [&](const model::Picture& in) {
+                        return model::i2(in, c.width, c.height, sizeof(T) == 1, how.maximum, a);
+                    },
+                    c.width, c.height, a, static_cast<std::uint16_t>(bits));
+            }
+        }
+    }
 };
 using Samples = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(ScaleI2, Samples);
@@ -32,18 +48,7 @@ TYPED_TEST(ScaleI2, EqualsTheModel)
         {50, 33, 34, 8, 1},  {40, 65, 9, 38, 4},  {64, 50, 29, 25, 3}, {64, 90, 8, 30, 3},
         {9, 200, 9, 8, 1},   {8, 8, 65, 9, 3},
     };
-    constexpr std::uint16_t most = 8 * sizeof(TypeParam);
-    for (const NUV_ScaleCase& c : cases) {
-        for (const int bits : {0, most - 2}) {
-            const auto how = model::Arithmetic::of<TypeParam>(true, bits);
-            expect_scaled_as<TypeParam, NUV_ScaleI2>(
-                c,
-                [&](const model::Picture& in) {
-                    return model::i2(in, c.width, c.height, TestFixture::is_fixed, how.maximum, a);
-                },
-                c.width, c.height, a, static_cast<std::uint16_t>(bits));
-        }
-    }
+    TestFixture::expect_model(cases, 2);
 }
 
 // Below 33 percent the pixels are means of boxes, also where the picture is cut.
@@ -53,18 +58,7 @@ TYPED_TEST(ScaleI2, AveragesBoxesWhereItShrinksFar)
         {30, 30, 9, 9, 1}, {50, 50, 10, 10, 3},  {200, 130, 17, 12, 4}, {101, 200, 8, 11, 3},
         {65, 99, 8, 8, 3}, {640, 27, 200, 8, 1}, {8, 200, 8, 40, 1},    {300, 300, 9, 9, 3},
     };
-    constexpr std::uint16_t most = 8 * sizeof(TypeParam);
-    for (const NUV_ScaleCase& c : cases) {
-        for (const int bits : {0, most - 3}) {
-            const auto how = model::Arithmetic::of<TypeParam>(true, bits);
-            expect_scaled_as<TypeParam, NUV_ScaleI2>(
-                c,
-                [&](const model::Picture& in) {
-                    return model::i2(in, c.width, c.height, TestFixture::is_fixed, how.maximum, a);
-                },
-                c.width, c.height, a, static_cast<std::uint16_t>(bits));
-        }
-    }
+    TestFixture::expect_model(cases, 3);
 }
 
 // 1000 x 800 to 500 x 500 goes by 0.625, the ratio of the heights; of 625 columns the middle stays.
