@@ -118,6 +118,12 @@ NUV_TARGET("avx2")
 void filter_row_avx2(const std::uint8_t* line,
                      const NUV_ScaleI2RowTable<NUV_ScaleI2FixedArithmetic>& table,
                      std::int16_t* out, std::size_t begin, std::size_t end);
+// In the order of the taps, as the portable form.
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+void filter_row_avx2(const std::uint16_t* line,
+                     const NUV_ScaleI2RowTable<NUV_ScaleI2FloatArithmetic>& table, double* out,
+                     std::size_t begin, std::size_t end);
 #endif
 
 // A form, and how many samples from a result pixel's first tap on it reads.
@@ -140,6 +146,12 @@ template <class A>
             constexpr std::uint32_t second = Taps > 4 ? 4 * Channels : 0;
             constexpr std::uint32_t reach = Channels == 1 ? 8 : second + 16;
             if (cpu.has_avx2 && most_weight <= most_packed_row_weight)
+                return {filter_row_avx2<Taps, Channels>, reach};
+        } else {
+            // Each load takes four samples, or the eight that eight taps of one channel are.
+            constexpr std::uint32_t reach =
+                Channels == 1 ? 8 : (std::uint32_t{Taps} - 1) * Channels + 4;
+            if (cpu.has_avx2)
                 return {filter_row_avx2<Taps, Channels>, reach};
         }
 #endif

@@ -1,5 +1,7 @@
 #include "extension/scalei2utility/nuv_scalei2kernels.h"
 
+#include "core/include/nuv_pixelpairs_avx2.h"
+
 #if NUV_X86
 
 #    include <immintrin.h>
@@ -8,49 +10,13 @@ namespace nuv {
 namespace {
 
 using Table = NUV_ScaleI2RowTable<NUV_ScaleI2FixedArithmetic>;
+using RealTable = NUV_ScaleI2RowTable<NUV_ScaleI2FloatArithmetic>;
 
 constexpr std::size_t stride = NUV_ScaleI2Axis<std::int16_t>::stride;
-
-NUV_TARGET("avx2") inline __m128i load_16(const void* from) noexcept
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(from));
-}
-
-NUV_TARGET("avx2") inline __m256i load_two(const void* low, const void* high) noexcept
-{
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(load_16(low)), load_16(high), 1);
-}
 
 NUV_TARGET("avx2") inline __m256i settled(__m256i sums) noexcept
 {
     return _mm256_srai_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(32)), 6);
-}
-
-// How four neighbouring pixels of 3 or 4 bytes become pairs of 16-bit samples: those of pixels 0
-// and 1, and those of pixels 2 and 3, one channel after the other. -1 gives a zero byte.
-struct NUV_PairShuffles {
-    __m256i first;
-    __m256i second;
-};
-
-template <int Channels>
-NUV_TARGET("avx2")
-inline NUV_PairShuffles pair_shuffles() noexcept
-{
-    constexpr char none = -1;
-    if constexpr (Channels == 3) {
-        const __m128i first = _mm_setr_epi8(0, none, 3, none, 1, none, 4, none, 2, none, 5, none,
-                                            none, none, none, none);
-        const __m128i second = _mm_setr_epi8(6, none, 9, none, 7, none, 10, none, 8, none, 11, none,
-                                             none, none, none, none);
-        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
-    } else {
-        const __m128i first =
-            _mm_setr_epi8(0, none, 4, none, 1, none, 5, none, 2, none, 6, none, 3, none, 7, none);
-        const __m128i second = _mm_setr_epi8(8, none, 12, none, 9, none, 13, none, 10, none, 14,
-                                             none, 11, none, 15, none);
-        return {_mm256_broadcastsi128_si256(first), _mm256_broadcastsi128_si256(second)};
-    }
 }
 
 // Result pixels k and k + 2, each in four 32-bit sums, the last of which is 0 for three channels.
@@ -136,14 +102,92 @@ inline std::size_t filter_grays(const std::uint8_t* line, const Table& table, st
     return k;
 }
 
-// Weights i and i + 1 of a mask in every 32 bits.
+// Four samples as numbers, from the lower half of `samples`.
+NUV_TARGET("avx2") inline __m256d four_numbers(__m128i samples) noexcept
+{
+    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(samples));
+}
+
+// A pixel a vector, in which the fourth sum of three channels is of no use: it goes where the next
+// pixel comes, and the last one of the range is left.
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+inline std::size_t filter_colours(const std::uint16_t* line, const RealTable& table, double* out,
+                                  std::size_t k, std::size_t end) noexcept
+{
+    for (; k + 1 < end; ++k) {
+        const std::uint16_t* in = line + table.firsts[k] * Channels;
+        const double* weights = table.weights + k * stride;
+        __m256d sum = _mm256_setzero_pd();
+        for (std::size_t i = 0; i < Taps; ++i) {
+            const auto* from = reinterpret_cast<const __m128i*>(in + i * Channels);
+            const __m256d samples = four_numbers(_mm_loadl_epi64(from));
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_broadcast_sd(weights + i)));
+        }
+        _mm256_storeu_pd(out + k * Channels, sum);
+    }
+    return k;
+}
+
+// Taps `First` to First + 3 of four pixels: part[i] has that tap of each.
+struct NUV_FourTaps {
+    __m256d part[4];
+};
+
+template <int First>
+NUV_TARGET("avx2")
+inline NUV_FourTaps four_weights(const double* weights) noexcept
+{
+    const __m256d a = _mm256_loadu_pd(weights + First);
+    const __m256d b = _mm256_loadu_pd(weights + stride + First);
+    const __m256d c = _mm256_loadu_pd(weights + 2 * stride + First);
+    const __m256d d = _mm256_loadu_pd(weights + 3 * stride + First);
+    const __m256d ab_even = _mm256_unpacklo_pd(a, b);
+    const __m256d ab_odd = _mm256_unpackhi_pd(a, b);
+    const __m256d cd_even = _mm256_unpacklo_pd(c, d);
+    const __m256d cd_odd = _mm256_unpackhi_pd(c, d);
+    return {{_mm256_permute2f128_pd(ab_even, cd_even, 0x20),
+             _mm256_permute2f128_pd(ab_odd, cd_odd, 0x20),
+             _mm256_permute2f128_pd(ab_even, cd_even, 0x31),
+             _mm256_permute2f128_pd(ab_odd, cd_odd, 0x31)}};
+}
+
+// From the first four taps of two pixels each, in turns.
+NUV_TARGET("avx2") inline NUV_FourTaps four_samples(__m128i ab, __m128i cd) noexcept
+{
+    const __m128i first_two = _mm_unpacklo_epi32(ab, cd);
+    const __m128i last_two = _mm_unpackhi_epi32(ab, cd);
+    return {{four_numbers(first_two), four_numbers(_mm_srli_si128(first_two, 8)),
+             four_numbers(last_two), four_numbers(_mm_srli_si128(last_two, 8))}};
+}
+
+// Four pixels a vector.
 template <int Taps>
 NUV_TARGET("avx2")
-inline __m256i weight_pair(const std::int16_t* weights, int i) noexcept
+inline std::size_t filter_grays(const std::uint16_t* line, const RealTable& table, double* out,
+                                std::size_t k, std::size_t end) noexcept
 {
-    const std::uint32_t low = static_cast<std::uint16_t>(weights[i]);
-    const std::uint32_t high = i + 1 < Taps ? static_cast<std::uint16_t>(weights[i + 1]) : 0;
-    return _mm256_set1_epi32(static_cast<std::int32_t>(low | high << 16));
+    for (; k + 4 <= end; k += 4) {
+        __m128i in[4];
+        for (std::size_t i = 0; i < 4; ++i)
+            in[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(line + table.firsts[k + i]));
+        const double* weights = table.weights + k * stride;
+        NUV_FourTaps samples =
+            four_samples(_mm_unpacklo_epi16(in[0], in[1]), _mm_unpacklo_epi16(in[2], in[3]));
+        NUV_FourTaps by = four_weights<0>(weights);
+        __m256d sum = _mm256_setzero_pd();
+        for (int i = 0; i < 4; ++i)
+            sum = _mm256_add_pd(sum, _mm256_mul_pd(samples.part[i], by.part[i]));
+        if constexpr (Taps > 4) {
+            samples =
+                four_samples(_mm_unpackhi_epi16(in[0], in[1]), _mm_unpackhi_epi16(in[2], in[3]));
+            by = four_weights<4>(weights);
+            for (int i = 0; i < Taps - 4; ++i)
+                sum = _mm256_add_pd(sum, _mm256_mul_pd(samples.part[i], by.part[i]));
+        }
+        _mm256_storeu_pd(out + k, sum);
+    }
+    return k;
 }
 
 // 16 result samples as words.
@@ -182,6 +226,19 @@ void filter_row_avx2(const std::uint8_t* line, const Table& table, std::int16_t*
     filter_row_body<NUV_ScaleI2FixedArithmetic, Taps, Channels>(line, table, out, k, end);
 }
 
+template <int Taps, int Channels>
+NUV_TARGET("avx2")
+void filter_row_avx2(const std::uint16_t* line, const RealTable& table, double* out,
+                     std::size_t begin, std::size_t end)
+{
+    std::size_t k = begin;
+    if constexpr (Channels == 1)
+        k = filter_grays<Taps>(line, table, out, k, end);
+    else
+        k = filter_colours<Taps, Channels>(line, table, out, k, end);
+    filter_row_body<NUV_ScaleI2FloatArithmetic, Taps, Channels>(line, table, out, k, end);
+}
+
 template <int Taps>
 NUV_TARGET("avx2")
 void combine_middles_avx2(const std::int16_t* const* lines, const std::int16_t* weights,
@@ -190,7 +247,7 @@ void combine_middles_avx2(const std::int16_t* const* lines, const std::int16_t* 
     constexpr int pairs = (Taps + 1) / 2;
     __m256i by[pairs];
     for (int i = 0; i < pairs; ++i)
-        by[i] = weight_pair<Taps>(weights, 2 * i);
+        by[i] = weight_pairs(weights[2 * i], 2 * i + 1 < Taps ? weights[2 * i + 1] : 0);
     const std::int16_t* in[Taps];
     std::copy_n(lines, Taps, in);
     const __m256i limit = _mm256_set1_epi8(static_cast<char>(maximum));
@@ -218,7 +275,9 @@ void combine_middles_avx2(const double* const* lines, const double* weights, std
 
 #    define NUV_ROW_FORM(taps, channels)                                                           \
         template void filter_row_avx2<taps, channels>(const std::uint8_t*, const Table&,           \
-                                                      std::int16_t*, std::size_t, std::size_t)
+                                                      std::int16_t*, std::size_t, std::size_t);    \
+        template void filter_row_avx2<taps, channels>(const std::uint16_t*, const RealTable&,      \
+                                                      double*, std::size_t, std::size_t)
 #    define NUV_FORMS(taps)                                                                        \
         NUV_ROW_FORM(taps, 1);                                                                     \
         NUV_ROW_FORM(taps, 3);                                                                     \

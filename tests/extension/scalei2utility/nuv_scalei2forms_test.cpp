@@ -36,21 +36,21 @@ protected:
 
 // All ranges of result pixels, whose taps jump about and whose last one ends with the line, which
 // lies at the end of its memory.
-TEST_P(ScaleI2Forms, FilterRow)
+template <class A>
+void expect_same_rows(std::uint32_t taps, const std::vector<typename A::Weight>& weights)
 {
-    using A = NUV_ScaleI2FixedArithmetic;
+    using Sample = typename A::Sample;
+    using Middle = typename A::Middle;
     constexpr std::size_t pixels = 37;
     constexpr std::uint32_t width = 60;
-    const std::uint32_t taps = GetParam();
-    const auto weights = random_weights(pixels, taps, 1027);
     for (const std::uint32_t channels : {1U, 3U, 4U}) {
         SCOPED_TRACE(channels);
         const auto form = choose_filter_row<A>(NUV_Cpu::current(), taps, channels, 1500);
         const auto plain = choose_filter_row<A>(portable, taps, channels, 1500);
         ASSERT_NE(form.filter, plain.filter);
         const std::uint32_t samples = width * channels;
-        const auto random = random_samples<std::uint8_t>(samples, channels);
-        const std::unique_ptr<std::uint8_t[]> line(new std::uint8_t[samples]); // for the sanitizer
+        const auto random = random_samples<Sample>(samples, channels);
+        const std::unique_ptr<Sample[]> line(new Sample[samples]); // for the sanitizer
         std::copy(random.begin(), random.end(), line.get());
         const std::int64_t last = (samples - form.reach) / channels;
         std::vector<std::int64_t> firsts;
@@ -59,14 +59,25 @@ TEST_P(ScaleI2Forms, FilterRow)
         const NUV_ScaleI2RowTable<A> table{firsts.data(), weights.data()};
         for (std::size_t begin = 0; begin < 3; ++begin) {
             for (std::size_t end = begin; end <= pixels; ++end) {
-                std::vector<std::int16_t> wanted(pixels * channels + 16, 0x5A5A);
-                std::vector<std::int16_t> got(wanted);
+                std::vector<Middle> wanted(pixels * channels + 16, Middle{0x5A5A});
+                std::vector<Middle> got(wanted);
                 plain.filter(line.get(), table, wanted.data(), begin, end);
                 form.filter(line.get(), table, got.data(), begin, end);
                 ASSERT_EQ(got, wanted) << begin << " to " << end;
             }
         }
     }
+}
+
+TEST_P(ScaleI2Forms, FilterRow)
+{
+    const std::uint32_t taps = GetParam();
+    const auto weights = random_weights(37, taps, 1027);
+    expect_same_rows<NUV_ScaleI2FixedArithmetic>(taps, weights);
+    std::vector<double> real_weights(weights.begin(), weights.end());
+    for (double& weight : real_weights)
+        weight /= 1024.7;
+    expect_same_rows<NUV_ScaleI2FloatArithmetic>(taps, real_weights);
 }
 
 template <class A>
