@@ -190,6 +190,26 @@ TEST(ScaleFlatAreas, StayFlatToTheLastBit)
     }
 }
 
+// Pairs, and sums in each of the types that hold them: 256 bytes are the most for 16 bits.
+TEST(ScaleMeans, EqualTheModelByEveryWholeFactor)
+{
+    const auto check = []<class T>(std::uint32_t factor, std::uint16_t channels) {
+        const std::uint32_t width = factor < 256 ? 37 : 3;
+        const NUV_ScaleCase c{width * factor, 2 * factor, width, 2, channels};
+        const auto how = Arithmetic::of<T>(true);
+        expect_scaled_as<T, NUV_ScaleIAR>(
+            c, [&](const Picture& p) { return model::area(p, c.width, c.height, how); }, c.width,
+            c.height);
+    };
+    for (const std::uint32_t factor : {2U, 3U, 4U, 7U, 256U, 257U}) {
+        for (const std::uint16_t channels :
+             {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{5}}) {
+            check.operator()<std::uint8_t>(factor, channels);
+            check.operator()<std::uint16_t>(factor, channels);
+        }
+    }
+}
+
 // Sums of many 16-bit samples pass 32 bits.
 TEST(ScaleMeans, HoldSumsOfAnyLength)
 {
