@@ -61,7 +61,7 @@ void matrix_row_portable(const T* in, T* out, std::size_t pixels, const NUV_Matr
     }
 }
 
-// Three columns and one or three rows, of factors that fit 16 bits.
+// Three rows of one or three columns, or one row of three; the factors fit 16 bits.
 void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                      const NUV_MatrixView<std::int32_t>& matrix);
 
@@ -84,7 +84,7 @@ template <class T, class Sum>
     const bool narrows = matrix.rows == 1 && matrix.columns == 3;
 #if NUV_X86
     if constexpr (sizeof(T) == 1 && std::is_same_v<Sum, std::int32_t>) {
-        if (cpu.has_avx2 && (is_square || narrows) && factors_fit_16_bits(matrix))
+        if (cpu.has_avx2 && (widens || is_square || narrows) && factors_fit_16_bits(matrix))
             return matrix_row_avx2;
     }
 #endif
