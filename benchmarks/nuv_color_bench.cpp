@@ -1,6 +1,7 @@
-// The pixel operations on 6000 x 4000 pixels, line by line as a chain runs them, each beside the
-// same work done by others: a copy, and the colour stages of libjpeg and of Little CMS where those
-// are installed.
+// The pixel operations on 6000 x 4000 pixels, line by line as a chain runs them, beside a copy and
+// the same table in Little CMS. The files beside this one add libjpeg and vips.
+
+#include "benchmarks/nuv_color_bench.h"
 
 #include "core/colormatrix/source/nuv_colormatrixkernels.h"
 #include "core/dlut/source/nuv_dlutkernels.h"
@@ -8,7 +9,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -19,58 +19,25 @@
 namespace {
 
 using namespace nuv;
-
-constexpr std::size_t width = 6000;
-constexpr std::size_t height = 4000;
-constexpr std::size_t line = width * 3;
-
-using Bytes = std::vector<std::uint8_t>;
-
-const Bytes& source()
-{
-    static const Bytes bytes = [] {
-        Bytes made(line * height);
-        std::uint32_t noise = 1;
-        for (std::size_t i = 0; i < made.size(); ++i) {
-            noise = noise * 1664525 + 1013904223;
-            made[i] = static_cast<std::uint8_t>(i / 700 + (noise >> 27)); // ramps, with grain
-        }
-        return made;
-    }();
-    return bytes;
-}
-
-Bytes& destination()
-{
-    static Bytes bytes(line * height, 1);
-    return bytes;
-}
-
-// Runs `row(in, out)` over all lines; `out_line` bytes come out of each.
-template <class Row>
-void run(benchmark::State& state, std::size_t out_line, Row&& row)
-{
-    for ([[maybe_unused]] auto _ : state) {
-        for (std::size_t y = 0; y < height; ++y)
-            row(source().data() + y * line, destination().data() + y * out_line);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(width * height));
-}
+using namespace nuv_color_bench;
 
 void copy(benchmark::State& state)
 {
-    run(state, line, [](const std::uint8_t* in, std::uint8_t* out) { std::memcpy(out, in, line); });
+    run(state, line, line,
+        [](const std::uint8_t* in, std::uint8_t* out) { std::memcpy(out, in, line); });
 }
 
-void table(benchmark::State& state)
+// One table for all channels, or one for each of three.
+void table(benchmark::State& state, const NUV_Cpu& cpu)
 {
-    Bytes entries(256);
+    const auto channels = static_cast<std::size_t>(state.range(0));
+    Bytes entries(256 * channels);
     for (std::size_t i = 0; i < entries.size(); ++i)
-        entries[i] = static_cast<std::uint8_t>(i * 7);
-    const auto form = choose_lut_row<std::uint8_t, std::uint8_t>(NUV_Cpu::current());
-    run(state, line,
-        [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, line, entries.data()); });
+        entries[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
+    const auto form = choose_lut_row<std::uint8_t, std::uint8_t>(cpu, channels);
+    run(state, line, line, [&](const std::uint8_t* in, std::uint8_t* out) {
+        form(in, out, line / channels, channels, entries.data());
+    });
 }
 
 void matrix(benchmark::State& state, const std::vector<double>& factors,
@@ -87,7 +54,7 @@ void matrix(benchmark::State& state, const std::vector<double>& factors,
     const NUV_MatrixView<std::int32_t> view{fixed_factors.data(), fixed_offsets.data(),
                                             offsets.size(), factors.size() / offsets.size()};
     const auto form = choose_matrix_row<std::uint8_t, std::int32_t>(NUV_Cpu::current(), view);
-    run(state, width * offsets.size(),
+    run(state, width * view.columns, width * view.rows,
         [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, width, view); });
 }
 
@@ -132,7 +99,7 @@ void grid(benchmark::State& state)
     const NUV_DLutGrid<std::uint8_t> view{
         samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, 3};
     const auto form = choose_dlut_row<std::uint8_t>(NUV_Cpu::current(), 3, 3, samples.size() / 4);
-    run(state, line,
+    run(state, line, line,
         [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, width, view); });
 }
 
@@ -154,7 +121,7 @@ void grid_of_lcms(benchmark::State& state)
     cmsWriteTag(link, cmsSigAToB0Tag, pipeline);
     cmsHTRANSFORM transform = cmsCreateMultiprofileTransform(&link, 1, TYPE_RGB_8, TYPE_RGB_8,
                                                              INTENT_PERCEPTUAL, cmsFLAGS_NOCACHE);
-    run(state, line, [&](const std::uint8_t* in, std::uint8_t* out) {
+    run(state, line, line, [&](const std::uint8_t* in, std::uint8_t* out) {
         cmsDoTransform(transform, in, out, width);
     });
     cmsDeleteTransform(transform);
@@ -165,7 +132,9 @@ BENCHMARK(grid_of_lcms)->Unit(benchmark::kMillisecond);
 #endif
 
 BENCHMARK(copy)->Unit(benchmark::kMillisecond);
-BENCHMARK(table)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(table, portable, NUV_Cpu{})->Arg(1)->Arg(3)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(table, avx2, NUV_Cpu{.has_avx2 = true})->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(table, here, NUV_Cpu::current())->Arg(1)->Arg(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(ycbcr_to_rgb)->Unit(benchmark::kMillisecond);
 BENCHMARK(rgb_to_ycbcr)->Unit(benchmark::kMillisecond);
 BENCHMARK(rgb_to_gray)->Unit(benchmark::kMillisecond);

@@ -16,6 +16,7 @@ namespace nuv {
 struct NUV_Cpu {
     bool has_sse2 = false;
     bool has_avx2 = false;
+    bool has_avx512vbmi = false; // with AVX-512BW
 
     // The processor that this process runs on.
     [[nodiscard]] static const NUV_Cpu& current() noexcept;

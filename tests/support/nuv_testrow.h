@@ -10,9 +10,9 @@
 
 namespace nuv {
 
-// Compares two forms of a row kernel, form(const T* in, T* out, std::size_t count): every length
-// from 0 to the capacity, every misalignment of both rows up to 16 samples, with guards behind and
-// before the output.
+// Compares two forms of a row kernel, form(const T* in, T* out, std::size_t pixels): every length
+// from 0 to the capacity in samples, every misalignment of both rows up to 16 samples, with guards
+// behind and before the output.
 template <class T>
 class NUV_TestRow {
 public:
@@ -22,16 +22,16 @@ public:
     {}
 
     template <class FormA, class FormB>
-    void expect_same(FormA portable, FormB form) const
+    void expect_same(FormA portable, FormB form, std::size_t channels = 1) const
     {
-        for (std::size_t count = 0; count <= capacity_; ++count) {
+        for (std::size_t count = 0; count <= capacity_; count += channels) {
             for (std::size_t shift = 0; shift < misalignments; ++shift) {
                 const T* in = in_.data() + shift;
                 std::vector<T> wanted(capacity_ + 2 * margin, guard());
                 std::vector<T> got(wanted);
                 const std::size_t start = margin - shift; // another alignment than the input's
-                portable(in, wanted.data() + start, count);
-                form(in, got.data() + start, count);
+                portable(in, wanted.data() + start, count / channels);
+                form(in, got.data() + start, count / channels);
                 ASSERT_EQ(got, wanted) << "count " << count << ", shift " << shift;
                 const T* behind = got.data() + start + count;
                 ASSERT_TRUE(std::all_of(behind, behind + (margin - shift), is_guard))

@@ -33,10 +33,21 @@ private:
 
     LutRow<I, O> lut_row_ = nullptr;
     NUV_Scratch<O> tables_;
-    NUV_Scratch<const O*> table_of_; // each channel of the image
-    std::size_t width_ = 0;          // pixels
-    bool is_shared_ = false;         // one table for all channels
+    std::size_t tables_of_pixel_ = 1; // one for each channel, or one for all
+    std::size_t pixels_ = 0;          // of that many samples in a line
 };
+
+// True when all channels have the same table: one is then enough, and faster.
+template <class O>
+[[nodiscard]] bool all_are_equal(const NUV_LutData& table) noexcept
+{
+    const std::size_t table_bytes = table.entries * sizeof(O);
+    for (std::size_t c = 1; c < table.channels; ++c) {
+        if (std::memcmp(table.value(), table.value() + c * table_bytes, table_bytes) != 0)
+            return false;
+    }
+    return true;
+}
 
 [[nodiscard]] bool entries_are_served(const NUV_LutData& table) noexcept
 {
@@ -70,15 +81,12 @@ bool NUV_Lut8xNbitsEngine<I, O>::initiate(const NUV_Header* header, NUV_SrcBuffe
     if (!header_.checked_line_bytes())
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
 
-    if (!tables_.allocate(manager(), range * table->channels) ||
-        !table_of_.allocate(manager(), channels))
+    tables_of_pixel_ = all_are_equal<O>(*table) ? 1 : channels;
+    pixels_ = std::size_t{header->width()} * (channels / tables_of_pixel_);
+    if (!tables_.allocate(manager(), range * tables_of_pixel_))
         return false;
     std::memcpy(tables_.data(), table->value(), tables_.size() * sizeof(O));
-    is_shared_ = table->channels == 1;
-    for (std::size_t c = 0; c < channels; ++c)
-        table_of_[c] = tables_.data() + (is_shared_ ? 0 : c * range);
-    width_ = header->width();
-    lut_row_ = choose_lut_row<I, O>(NUV_Cpu::current());
+    lut_row_ = choose_lut_row<I, O>(NUV_Cpu::current(), tables_of_pixel_);
     return dst->block_bytes(header_.line_bytes());
 }
 
@@ -92,15 +100,8 @@ void NUV_Lut8xNbitsEngine<I, O>::put_zero_first() noexcept
 template <class I, class O>
 bool NUV_Lut8xNbitsEngine<I, O>::process_line(const void* in, void* out)
 {
-    const auto* from = static_cast<const I*>(in);
-    auto* to = static_cast<O*>(out);
-    const std::size_t channels = table_of_.size();
-    if (is_shared_ || channels == 1) {
-        lut_row_(from, to, width_ * channels, tables_.data());
-        return true;
-    }
-    for (std::size_t c = 0; c < channels; ++c)
-        lut_channel(from + c, to + c, width_, channels, table_of_[c]);
+    lut_row_(static_cast<const I*>(in), static_cast<O*>(out), pixels_, tables_of_pixel_,
+             tables_.data());
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_cpu.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,39 +12,54 @@ namespace nuv {
 // 32 bits. The same holds for samples, which index the table by their bits; the table of signed
 // samples stands with its halves exchanged.
 
-// out[i] = table[in[i]], i < count. The table has an entry for every I. The rows do not overlap.
+// Looks up `pixels` pixels of `channels` samples, each channel in a table of its own. The tables
+// follow one another and have an entry for every I. The rows do not overlap.
 template <class I, class O>
-using LutRow = void (*)(const I* in, O* out, std::size_t count, const O* table);
+using LutRow = void (*)(const I* in, O* out, std::size_t pixels, std::size_t channels,
+                        const O* tables);
 
-template <class I, class O>
-void lut_row_portable(const I* in, O* out, std::size_t count, const O* table)
+// Of Channels channels; 0 is what the call says.
+template <class I, class O, std::size_t Channels = 0>
+void lut_row_portable(const I* in, O* out, std::size_t pixels, std::size_t asked, const O* tables)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = table[in[i]];
+    constexpr std::size_t range = std::size_t{1} << (8 * sizeof(I));
+    const std::size_t channels = Channels > 0 ? Channels : asked;
+    std::size_t i = 0;
+    if constexpr (Channels == 1) { // in groups of four
+        for (; i + 4 <= pixels; i += 4, in += 4, out += 4) {
+            const O found[4] = {tables[in[0]], tables[in[1]], tables[in[2]], tables[in[3]]};
+            std::copy_n(found, 4, out);
+        }
+    }
+    for (; i < pixels; ++i, in += channels, out += channels) {
+        for (std::size_t c = 0; c < channels; ++c)
+            out[c] = tables[c * range + in[c]];
+    }
 }
 
-// One channel of a line of `pixels` pixels of `stride` samples.
-template <class I, class O>
-void lut_channel(const I* in, O* out, std::size_t pixels, std::size_t stride, const O* table)
-{
-    for (std::size_t i = 0; i < pixels * stride; i += stride)
-        out[i] = table[in[i]];
-}
-
-void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t count,
-                  const std::uint8_t* table);
+// One channel.
+void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
+                  std::size_t channels, const std::uint8_t* tables);
+// One to four channels.
+void lut_row_avx512vbmi(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
+                        std::size_t channels, const std::uint8_t* tables);
 
 // The fastest form that `cpu` can run.
 template <class I, class O>
-[[nodiscard]] LutRow<I, O> choose_lut_row([[maybe_unused]] const NUV_Cpu& cpu) noexcept
+[[nodiscard]] LutRow<I, O> choose_lut_row([[maybe_unused]] const NUV_Cpu& cpu,
+                                          std::size_t channels) noexcept
 {
 #if NUV_X86
     if constexpr (sizeof(I) == 1 && sizeof(O) == 1) {
-        if (cpu.has_avx2)
+        if (cpu.has_avx512vbmi && channels <= 4)
+            return lut_row_avx512vbmi;
+        if (cpu.has_avx2 && channels == 1)
             return lut_row_avx2;
     }
 #endif
-    return lut_row_portable<I, O>;
+    if (channels == 1)
+        return lut_row_portable<I, O, 1>;
+    return channels == 3 ? lut_row_portable<I, O, 3> : lut_row_portable<I, O>;
 }
 
 } // namespace nuv

@@ -54,20 +54,20 @@ inline __m256i look_up(__m256i samples, const Pieces& table)
 } // namespace
 
 NUV_TARGET("avx2")
-void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t count,
-                  const std::uint8_t* table)
+void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels, std::size_t,
+                  const std::uint8_t* tables)
 {
-    const Pieces pieces_of_table = differences(table);
+    const Pieces pieces_of_table = differences(tables);
     constexpr std::size_t step = sizeof(__m256i);
     std::size_t i = 0;
-    for (; i + 2 * step <= count; i += 2 * step) {
+    for (; i + 2 * step <= pixels; i += 2 * step) {
         const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
         const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i + step));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), look_up(first, pieces_of_table));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + step),
                             look_up(second, pieces_of_table));
     }
-    lut_row_portable(in + i, out + i, count - i, table);
+    lut_row_portable<std::uint8_t, std::uint8_t, 1>(in + i, out + i, pixels - i, 1, tables);
 }
 
 } // namespace nuv

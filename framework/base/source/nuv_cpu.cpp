@@ -10,6 +10,8 @@ NUV_Cpu identify() noexcept
     __builtin_cpu_init();
     cpu.has_sse2 = __builtin_cpu_supports("sse2") != 0;
     cpu.has_avx2 = __builtin_cpu_supports("avx2") != 0;
+    cpu.has_avx512vbmi =
+        __builtin_cpu_supports("avx512vbmi") != 0 && __builtin_cpu_supports("avx512bw") != 0;
 #endif
     return cpu;
 }
