@@ -180,8 +180,8 @@ template <int Bits>
 void itu_lab_to_xyz(const double* in, double* out)
 {
     using Codes = ItuCodes<Bits>;
-    constexpr double a_offset = 170 * itu_a_part * Codes::count * (-1 / Codes::maximum);
-    constexpr double b_offset = 200 * itu_b_part * Codes::count * (-1 / Codes::maximum);
+    constexpr double a_offset = -(170 * itu_a_part * Codes::count / Codes::maximum);
+    constexpr double b_offset = -(200 * itu_b_part * Codes::count / Codes::maximum);
     const double lab[3] = {in[0] * 100, in[1] * 170 + a_offset, in[2] * 200 + b_offset};
     lab_to_xyz(lab, out);
 }

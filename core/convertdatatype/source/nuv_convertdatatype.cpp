@@ -12,7 +12,8 @@
 namespace nuv {
 namespace {
 
-struct Target {
+// What samples are, or are to be.
+struct Samples {
     const NUV_DataType* type;
     std::uint16_t bits;
 };
@@ -27,11 +28,11 @@ struct Target {
     return type == NUV_DataType::u_integer && bits == 1;
 }
 
-[[nodiscard]] bool is_served(const Target& target)
+[[nodiscard]] bool is_served(const Samples& samples)
 {
-    return is_bilevel(target.type, target.bits) ||
+    return is_bilevel(samples.type, samples.bits) ||
            visit_any_sample_type(
-               target.type, target.bits, []<class O>() { return true; }, [] { return false; });
+               samples.type, samples.bits, []<class T>() { return true; }, [] { return false; });
 }
 
 // A table pays when the image has more samples than there are values of them.
@@ -42,7 +43,7 @@ struct Target {
     return pixels > values || pixels * header.channels() > values;
 }
 
-[[nodiscard]] bool suits_table(const NUV_Header& header, const Target& target) noexcept
+[[nodiscard]] bool suits_table(const NUV_Header& header, const Samples& target) noexcept
 {
     return (header.bits() == 8 || header.bits() == 16) && is_integer(header.data_type()) &&
            target.bits != 1 && has_more_samples_than_values(header);
@@ -50,7 +51,7 @@ struct Target {
 
 // The conversion of every value that a sample of `header` can have, from the lowest on.
 [[nodiscard]] NUV_Held<NUV_LutData> make_table(NUV_Manager& manager, const NUV_Header& header,
-                                               const Target& target, const NUV_LinearRule& rule)
+                                               const Samples& target, const NUV_LinearRule& rule)
 {
     NUV_Held<NUV_LutData> table = make_object<NUV_LutData>(manager);
     if (!table)
@@ -101,7 +102,7 @@ struct Target {
 }
 
 // True when shifted samples may lie beyond the target.
-[[nodiscard]] bool needs_limit(const NUV_Header& header, const Target& target,
+[[nodiscard]] bool needs_limit(const NUV_Header& header, const Samples& target,
                                std::int32_t shift) noexcept
 {
     const bool from_signed = header.data_type() == NUV_DataType::s_integer;
@@ -127,11 +128,12 @@ NUV_Engine* NUV_ConvertDataType::engine(NUV_Engine* previous, const NUV_DataType
     if (!previous || !previous->header())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_Header& header = *previous->header();
-    const Target target{type ? type : header.data_type(), bits};
+    const Samples target{type ? type : header.data_type(), bits};
     const bool is_same = target.type == header.data_type() && bits == header.bits();
     if (is_same && is_about(slope, 1) && is_about(offset, 0))
         return previous;
-    if (!is_served(target) || !header.palette().is_empty())
+    if (!is_served(target) || !is_served({header.data_type(), header.bits()}) ||
+        !header.palette().is_empty())
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
 
     if (suits_table(header, target)) {
