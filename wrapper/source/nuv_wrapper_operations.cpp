@@ -412,7 +412,7 @@ int NuvWrapperClass::ScaleI2VAREx(unsigned width, unsigned height)
 
 int NuvWrapperClass::LUT(LutParam* param)
 {
-    if (!manager || !lut_objects)
+    if (!manager)
         return 0;
     const NUV_Header* header = last_engine ? last_engine->header() : nullptr;
     NUV_Held<nuv::NUV_LutData> table;
@@ -421,7 +421,7 @@ int NuvWrapperClass::LUT(LutParam* param)
     else
         fail(*manager, nuv::NUV_ERR_ARGUMENT, "NUV_Lut::engine()");
     NUV_Engine* engine = nullptr;
-    if (table && lut_objects->push_back(table.get())) {
+    if (table && lut_objects && lut_objects->push_back(table.get())) {
         const nuv::NUV_LutData* kept = table.release(); // until the run is over
         engine = nuv::NUV_Lut(*manager).engine(last_engine, kept);
     }
