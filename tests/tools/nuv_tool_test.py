@@ -194,12 +194,43 @@ class Convert(ToolTest):
         self.assertEqual(self.read("out.raw"), samples.translate(inverse))
         self.convert("in.ppm", "out.raw", "convert=-1:255:8")
         self.assertEqual(self.read("out.raw"), samples.translate(inverse))
-        self.convert("in.ppm", "out.raw", "color=gray")
+        self.convert("in.ppm", "out.raw", "convert=0.5:0:8")
+        self.assertEqual(self.read("out.raw"), bytes((v + 1) // 2 for v in samples))
+        self.write("deep.ppm", peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm)))
+        self.write("words", array.array("H", range(65535, -1, -1)).tobytes() * 3)
+        deep = {"lut=words:16": lambda v: 65535 - v, "convert=0.5:0:16": lambda v: (v + 1) // 2}
+        for operation, rule in deep.items():
+            self.convert("deep.ppm", "out.raw", operation)
+            wanted = array.array("H", (rule(257 * v) for v in samples))
+            self.assertEqual(self.read("out.raw"), wanted.tobytes(), operation)
+
+    def test_changes_colours_as_netpbm_and_djpeg_do(self):
+        def nearest(made, wanted, most):
+            self.assertEqual(len(made), len(wanted))
+            self.assertLessEqual(max(abs(a - b) for a, b in zip(made, wanted)), most)
+
+        samples = samples_of(self.ppm)
         gray = samples_of(peer("ppmtopgm", data=self.ppm))
-        self.assertGreater(psnr(self.read("out.raw"), gray), 20)
-        self.convert("in.ppm", "out.jpg", "color=ycbcr", "--quality", "95", makes=["out.jpg"])
-        shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read("out.jpg")))
-        self.assertGreater(psnr(shown, samples), 26)
+        self.convert("in.ppm", "out.raw", "color=gray", makes=["out.raw"])
+        nearest(self.read("out.raw"), gray, 1)
+        self.write("deep.ppm", peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm)))
+        self.convert("deep.ppm", "out.raw", "color=gray", "convert=0.00389105058:0:8")
+        nearest(self.read("out.raw"), gray, 1)
+
+        self.write("in.jpg", peer("cjpeg", "-quality", "95", "-sample", "1x1", data=self.ppm))
+        self.convert("in.jpg", "out.raw", "color=rgb")
+        nearest(self.read("out.raw"), samples_of(peer("djpeg", "-pnm", data=self.read("in.jpg"))), 1)
+        best = ("--quality", "100", "--sampling", "444")
+        jobs = (("in.ppm", "color=ycbcr", samples, 5), ("in.jpg", "color=rgb", samples, 12),
+                ("in.ppm", "color=gray", gray, 2),
+                ("in.ppm", "convert=0.5:0:8", [(v + 1) // 2 for v in samples], 5),
+                ("deep.ppm", "convert=0.00389105058:0:8", samples, 5))
+        for number, (source, operation, wanted, most) in enumerate(jobs):
+            with self.subTest(source, operation=operation):
+                name = f"{number}.jpg"
+                self.convert(source, name, operation, *best, makes=[name])
+                shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read(name)))
+                nearest(shown, wanted, most)
 
     def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
         factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
