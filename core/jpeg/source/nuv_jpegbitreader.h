@@ -70,6 +70,17 @@ public:
         return bits;
     }
 
+    // The value that the next `count` bits, 0 to 16 and held, stand for (T.81, F.2.2.1: EXTEND), 0
+    // for no bits. Without a branch, for signs come as they like.
+    [[nodiscard]] std::int32_t take_extended(std::uint32_t count) noexcept
+    {
+        const auto value = static_cast<std::int32_t>(accumulator_ >> 1 >> (63 - count));
+        const auto negative =
+            ~static_cast<std::int32_t>(static_cast<std::int64_t>(accumulator_) >> 63);
+        skip(count);
+        return value + ((1 - (std::int32_t{1} << count)) & negative);
+    }
+
     // T.81, F.2.2.3: DECODE. `symbol` is 0 when the answer is not good.
     [[nodiscard]] NUV_JPEGResult read_symbol(const NUV_JPEGDecodeTable& table,
                                              std::uint32_t& symbol) noexcept

@@ -16,12 +16,13 @@ constexpr std::uint32_t most_scans = 1000;
 constexpr std::uint32_t piece_columns = 64;
 
 // T.81, H.2.2: category 16 is the difference 32768 and has no bits behind it.
-[[nodiscard]] inline NUV_JPEGResult read_difference(NUV_JPEGBitReader& bits,
-                                                    const NUV_JPEGWideTable& table,
-                                                    std::uint16_t& difference) noexcept
-{
-    constexpr std::uint32_t last_category = 16;
+constexpr std::uint32_t last_category = 16;
 
+// Any difference, on a copy of the reader, so that the reader itself can stay in registers.
+[[gnu::noinline]] NUV_JPEGResult read_any_difference(NUV_JPEGBitReader& bits,
+                                                     const NUV_JPEGWideTable& table,
+                                                     std::uint16_t& difference) noexcept
+{
     NUV_JPEGCoefficient read;
     std::uint32_t no_run = 0;
     const NUV_JPEGResult result = read_coefficient(bits, table, no_run, read);
@@ -34,6 +35,29 @@ constexpr std::uint32_t piece_columns = 64;
     }
     difference = static_cast<std::uint16_t>(read.value);
     return jpeg_good;
+}
+
+[[nodiscard]] inline NUV_JPEGResult read_difference(NUV_JPEGBitReader& bits,
+                                                    const NUV_JPEGWideTable& table,
+                                                    std::uint16_t& difference) noexcept
+{
+    if (bits.holds(jpeg_most_bits_of_value)) [[likely]] {
+        const std::uint32_t entry = table.entries[bits.peek(NUV_JPEGWideTable::index_bits)];
+        const std::uint32_t length = entry & 0xFFU;
+        const std::uint32_t category = entry >> 8 & 0xFFU;
+        if (length != 0 && category < last_category) [[likely]] {
+            // The length may have the value in it already; reading that again costs less than to
+            // tell the two apart.
+            const bool has_value = entry >> 16 != 0;
+            bits.skip(length - (has_value ? category : 0));
+            difference = static_cast<std::uint16_t>(bits.take_extended(category));
+            return jpeg_good;
+        }
+    }
+    NUV_JPEGBitReader copy = bits;
+    const NUV_JPEGResult result = read_any_difference(copy, table, difference);
+    bits = copy;
+    return result;
 }
 
 // Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
@@ -241,23 +265,23 @@ NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, 
                                                        std::uint32_t end) noexcept
 {
     const std::size_t components = scan_header_.components;
+    NUV_JPEGBitReader reader = bits; // which can stay in registers
+    NUV_JPEGResult result = jpeg_good;
     if (components == 1) {
         const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[0].dc_table);
         std::uint16_t* const row = rows_[0];
-        NUV_JPEGResult result = jpeg_good;
         for (std::uint32_t x = first; x < end && result == jpeg_good; ++x)
-            result = read_difference(bits, table, row[x]);
-        return result;
-    }
-    for (std::uint32_t x = first; x < end; ++x) {
-        for (std::size_t i = 0; i < components; ++i) {
-            const NUV_JPEGResult result =
-                read_difference(bits, tables_.dc(scan_header_.component[i].dc_table), rows_[i][x]);
-            if (result != jpeg_good)
-                return result;
+            result = read_difference(reader, table, row[x]);
+    } else {
+        for (std::uint32_t x = first; x < end && result == jpeg_good; ++x) {
+            for (std::size_t i = 0; i < components && result == jpeg_good; ++i) {
+                const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[i].dc_table);
+                result = read_difference(reader, table, rows_[i][x]);
+            }
         }
     }
-    return jpeg_good;
+    bits = reader;
+    return result;
 }
 
 void NUV_JPEGLosslessDecoder::reconstruct() noexcept
