@@ -41,10 +41,13 @@ struct NUV_JPEGGeometry {
     // Of the stored picture.
     std::uint32_t stored_mcu_height = 0;
 
-    // MCU rows that `lines` lines of the stored picture take.
-    [[nodiscard]] std::uint32_t mcu_rows_of(std::uint32_t lines) const noexcept
+    // Rows of units that `lines` lines of the stored picture take: MCUs, or blocks of a component
+    // that is alone in its scan and has `vertical` of them down in an MCU.
+    [[nodiscard]] std::uint32_t unit_rows_of(std::uint32_t lines,
+                                             std::uint32_t vertical) const noexcept
     {
-        return lines / stored_mcu_height + (lines % stored_mcu_height != 0 ? 1 : 0);
+        const std::uint64_t parts = std::uint64_t{lines} * vertical;
+        return static_cast<std::uint32_t>((parts + stored_mcu_height - 1) / stored_mcu_height);
     }
     // For a picture at 1 / `scale` of its size: 1, 2, 4 or 8. The frame has a width, a height and
     // factors that the decoder accepts.

@@ -25,7 +25,7 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
         return code;
 
     scan_.emplace(input);
-    scan_->begin(header.frame(), geometry_.mcus_across, geometry_.mcu_rows_of(restart_rows));
+    scan_->begin(header.frame(), geometry_.mcus_across, geometry_.unit_rows_of(restart_rows, 1));
     return lay_out_slots(allocator, header.scan());
 }
 

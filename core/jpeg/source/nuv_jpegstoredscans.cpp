@@ -118,10 +118,12 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
     Scan scan = {.header = header_->scan(),
                  .units_across = geometry_.mcus_across,
                  .units_down = geometry_.mcus_down};
+    std::uint32_t vertical = 1;
     if (scan.header.components == 1) { // T.81, A.2.2
         const NUV_JPEGPlane& plane = geometry_.planes[scan.header.component[0].index];
         scan.units_across = plane.scan_blocks_across;
         scan.units_down = plane.scan_blocks_down;
+        vertical = plane.vertical;
     }
     NUV_JPEGCode code = build_tables(scan.header);
     if (code == jpeg_code_good)
@@ -129,7 +131,8 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
     if (code != jpeg_code_good)
         return code;
     note_planes(scan.header);
-    scan_->begin(header_->frame(), scan.units_across, geometry_.mcu_rows_of(restart_rows_));
+    scan_->begin(header_->frame(), scan.units_across,
+                 geometry_.unit_rows_of(restart_rows_, vertical));
     for (std::uint32_t row = 0; row < scan.units_down; ++row) {
         code = decode_scan_row(scan, row);
         if (code == jpeg_code_scan_ended)

@@ -326,6 +326,23 @@ TEST(JPEGDecoder, BeginsAnewAfterTheRowsItIsToldOf)
             EXPECT_EQ(decoded.picture.line(y)[16 / scale - 1], 128 + y * scale / 8 + 11);
         }
     }
+
+    // In scans of one component the rows are those of its blocks, of which luma has two to an MCU.
+    JPEGCraft scans = tables_only();
+    scans.frame(0xC0, 8, 16, 48, {0x22, 0x11, 0x11});
+    for (const int component : {1, 2, 3}) {
+        scans.scan({component});
+        const int blocks = component == 1 ? 4 : 1; // in 16 lines
+        for (int block = 0; block < 3 * blocks; ++block) {
+            scans.difference(block % blocks == 0 ? 80 : 0).bits(0, 3);
+            if (block % blocks == blocks - 1)
+                scans.flush();
+        }
+    }
+    const JPEGDecoded flat = decode_stream(
+        scans.end(), 3, [](NUV_JPEGDecoder& decoder) { decoder.set_restart_rows(16); });
+    ASSERT_TRUE(flat.is_clean());
+    EXPECT_EQ(flat.picture.samples, Stream(std::size_t{16} * 48 * 3, 138));
 }
 
 // The inverse transform of `side` points, by its formula.
