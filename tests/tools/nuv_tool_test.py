@@ -219,7 +219,8 @@ class Convert(ToolTest):
 
         self.write("in.jpg", peer("cjpeg", "-quality", "95", "-sample", "1x1", data=self.ppm))
         self.convert("in.jpg", "out.raw", "color=rgb")
-        nearest(self.read("out.raw"), samples_of(peer("djpeg", "-pnm", data=self.read("in.jpg"))), 1)
+        shown = samples_of(peer("djpeg", "-pnm", data=self.read("in.jpg")))
+        nearest(self.read("out.raw"), shown, 1)
         best = ("--quality", "100", "--sampling", "444")
         jobs = (("in.ppm", "color=ycbcr", samples, 5), ("in.jpg", "color=rgb", samples, 12),
                 ("in.ppm", "color=gray", gray, 2),
