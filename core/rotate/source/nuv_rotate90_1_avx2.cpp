@@ -52,25 +52,29 @@ inline void load_columns(std::span<const Rotate90Group, octet / 2> groups, std::
     return mask;
 }
 
-// Eight groups, 128 columns.
+// Eight groups, 128 columns. `joined` is what joined_bytes() says, Joins that it is not 0.
+template <bool Joins>
 NUV_TARGET("avx2")
-void rotate_chunk(Octet groups, std::size_t from, const Rotate90Lines& lines)
+void rotate_chunk(Octet groups, std::size_t from, const Rotate90Lines& lines,
+                  [[maybe_unused]] std::uint64_t joined)
 {
     __m256i low[chunk_bytes];
     __m256i high[chunk_bytes];
     load_columns(groups.first<octet / 2>(), from, low);
     load_columns(groups.last<octet / 2>(), from, high);
-    const std::uint64_t joined = joined_bytes(groups);
     std::uint8_t* out =
         lines.out + groups[0].column + static_cast<std::ptrdiff_t>(from * 8) * lines.out_step;
+    const std::ptrdiff_t step = lines.out_step;
     for (std::size_t byte = 0; byte < chunk_bytes; ++byte) {
-        for (int i = 0; i < 8; ++i, out += lines.out_step) {
-            const auto first = static_cast<std::uint32_t>(_mm256_movemask_epi8(low[byte]));
-            const auto last = static_cast<std::uint32_t>(_mm256_movemask_epi8(high[byte]));
-            low[byte] = _mm256_add_epi8(low[byte], low[byte]);
-            high[byte] = _mm256_add_epi8(high[byte], high[byte]);
+        __m256i upper = low[byte];
+        __m256i lower = high[byte];
+        for (int i = 0; i < 8; ++i, out += step) {
+            const auto first = static_cast<std::uint32_t>(_mm256_movemask_epi8(upper));
+            const auto last = static_cast<std::uint32_t>(_mm256_movemask_epi8(lower));
+            upper = _mm256_add_epi8(upper, upper);
+            lower = _mm256_add_epi8(lower, lower);
             std::uint64_t word = std::uint64_t{last} << 32 | first;
-            if (joined != 0) {
+            if constexpr (Joins) {
                 std::uint64_t begun;
                 std::memcpy(&begun, out, sizeof(begun));
                 word |= begun & joined;
@@ -89,8 +93,13 @@ void rotate90groups_avx2(std::span<const Rotate90Group> groups, const Rotate90Li
     const std::uint32_t chunks = lines.width / (chunk_bytes * 8);
     const auto octets = groups.first(groups.size() / octet * octet);
     for (std::uint32_t chunk = 0; chunk < chunks; ++chunk) {
-        for (std::size_t i = 0; i < octets.size(); i += octet)
-            rotate_chunk(octets.subspan(i).first<octet>(), std::size_t{chunk} * chunk_bytes, lines);
+        const std::size_t from = std::size_t{chunk} * chunk_bytes;
+        for (std::size_t i = 0; i < octets.size(); i += octet) {
+            const Octet eight = octets.subspan(i).first<octet>();
+            const std::uint64_t joined = joined_bytes(eight);
+            const auto rotate = joined != 0 ? rotate_chunk<true> : rotate_chunk<false>;
+            rotate(eight, from, lines, joined);
+        }
     }
     rotate90groups_from(octets, lines, chunks * chunk_bytes * 8);
     rotate90groups_sse2(groups.subspan(octets.size()), lines);

@@ -26,8 +26,12 @@ private:
     using Bands = std::span<const NUV_Rotate90Band>;
 
     void rotate(Bands bands) override;
-    // So many that their lines fill cache lines of the output lines: 8 of 64 lines make 64 bytes.
-    [[nodiscard]] std::size_t bands_at_once() const override { return most_bands; }
+    // For quarter turns so many that their lines fill cache lines of the output lines: 8 of 64
+    // lines make 64 bytes.
+    [[nodiscard]] std::size_t bands_at_once() const override
+    {
+        return angle_ == 180 ? 1 : most_bands;
+    }
     void half_turn(const NUV_Rotate90Band& band) const;
     void quarter_turn(Bands bands) const;
     // The 8 source lines whose bits make the output bytes number `column`, as far as they lie in
