@@ -244,9 +244,9 @@ NUV_TARGET("avx2")
 void combine_middles_avx2(const std::int16_t* const* lines, const std::int16_t* weights,
                           std::uint8_t* out, std::size_t samples, std::uint8_t maximum)
 {
-    constexpr int pairs = (Taps + 1) / 2;
+    constexpr std::size_t pairs = (Taps + 1) / 2;
     __m256i by[pairs];
-    for (int i = 0; i < pairs; ++i)
+    for (std::size_t i = 0; i < pairs; ++i)
         by[i] = weight_pairs(weights[2 * i], 2 * i + 1 < Taps ? weights[2 * i + 1] : 0);
     const std::int16_t* in[Taps];
     std::copy_n(lines, Taps, in);
