@@ -46,7 +46,7 @@ namespace {
 
 using Build = std::function<void(NuvWrapperClass&)>;
 
-const std::string ppm = "P6 9 5 255\n" + std::string(9 * 5 * 3, 'x');
+const std::string ppm = "P6 9 5 255\n" + std::string(135, 'x');
 
 // What was written.
 std::string job(const Build& build, std::size_t room = 4096)
@@ -85,10 +85,10 @@ const Build builds[] = {
         w.WriteJPEG(nullptr);
     },
     [](NuvWrapperClass& w) {
-        const std::vector<unsigned char> table(3 * 256, 7);
+        const std::vector<unsigned char> table(768, 7);
         LutParam lut{table.data(), 256, 8, 0};
         ConvertDataParam rule{2, 1, 16};
-        static const std::vector<unsigned char> raw(9 * 5 * 3, 'x'); // no known format
+        static const std::vector<unsigned char> raw(135, 'x'); // no known format
         ImageParam param{9, 5, 8, 0, 3, Format::eRaw, ColorType::eRGB, 0, false};
         w.SetSrcMemory(raw.data(), static_cast<int>(raw.size()));
         w.ReadStorage(&param);

@@ -78,7 +78,7 @@ constexpr std::int32_t ycbcr = ColorType::eYCbCr;
 
 TEST(WrapperPixels, ComeOutAsDefined)
 {
-    Bytes three(3 * 256);
+    Bytes three(768);
     for (std::size_t i = 0; i < three.size(); ++i)
         three[i] = static_cast<unsigned char>(i % 256 + 10 * (i / 256));
     struct Case {
