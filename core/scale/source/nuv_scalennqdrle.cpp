@@ -99,7 +99,8 @@ private:
     // its product is off by far less than half a column.
     [[nodiscard]] std::int32_t scaled(std::uint32_t column) const noexcept
     {
-        return static_cast<std::int32_t>(static_cast<std::int32_t>(column) * factor_ + 0.5);
+        const double position = static_cast<std::int32_t>(column) * factor_ + 0.5;
+        return static_cast<std::int32_t>(position);
     }
 
     [[nodiscard]] static std::uint8_t* write_run(std::uint8_t* out, std::int32_t start,
