@@ -490,10 +490,14 @@ int NuvWrapperClass::WriteStorage(WriteStorageOption*)
 
 int NuvWrapperClass::WriteStoragePlanar(WriteStorageOption*)
 {
-    if (!manager || !branches)
+    if (!manager)
         return 0;
     if (dst_storage)
         dst_storage->to_begin();
+    if (!branches) { // no place for what would run
+        last_engine = nullptr;
+        return 0;
+    }
     branches->clear();
     const NUV_Header* header = last_engine ? last_engine->header() : nullptr;
     if (!header) {
