@@ -43,7 +43,7 @@ struct NUV_ScaleI2RowTable {
 };
 
 // Makes result pixels `begin` to `end` - 1 of the line `out`. All their taps lie inside `line`, and
-// so does what the form reads, see row_reach().
+// so does what the form reads, see NUV_ScaleI2RowForm.
 template <class A>
 using FilterRow = void (*)(const typename A::Sample* line, const NUV_ScaleI2RowTable<A>& table,
                            typename A::Middle* out, std::size_t begin, std::size_t end);
