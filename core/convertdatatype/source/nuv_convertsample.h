@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_header.h"
+#include "framework/utility/nuv_widesampletype.h"
 
 #include <cmath>
 #include <cstddef>
@@ -120,22 +121,7 @@ auto visit_any_sample_type(const NUV_DataType* type, std::uint32_t bits, Visit&&
             return visit.template operator()<float>();
         return bits == 64 ? visit.template operator()<double>() : otherwise();
     }
-    const bool is_signed = type == NUV_DataType::s_integer;
-    if (!is_signed && type != NUV_DataType::u_integer)
-        return otherwise();
-    switch (bits) {
-    case 8:
-        return is_signed ? visit.template operator()<std::int8_t>()
-                         : visit.template operator()<std::uint8_t>();
-    case 16:
-        return is_signed ? visit.template operator()<std::int16_t>()
-                         : visit.template operator()<std::uint16_t>();
-    case 32:
-        return is_signed ? visit.template operator()<std::int32_t>()
-                         : visit.template operator()<std::uint32_t>();
-    default:
-        return otherwise();
-    }
+    return visit_wide_sample_type(type, bits, visit, otherwise);
 }
 
 // True when the samples of `header` are plain T.
