@@ -445,6 +445,30 @@ TEST(Wrapper, WritesTheSamplingThatWasAskedForAndReadsItBack)
     }
 }
 
+// Of whole MCUs, and of colours that no coding error takes out of range: the coefficients that were
+// written are found again.
+TEST(Wrapper, WritesTheJPEGThatItReadsOnceMoreWithTheSameBytes)
+{
+    using Option = WriteJPEGOption;
+    const ImageParam image = raw_image(96, 64, 3, 8, ColorType::eRGB);
+    Bytes samples = random_bytes(image.height * line_bytes(image), 5);
+    for (unsigned char& sample : samples)
+        sample = static_cast<unsigned char>(96 + sample / 4);
+    for (const std::int32_t sampling :
+         {Option::eSampling444, Option::eSampling422, Option::eSampling420}) {
+        Option option{75, sampling};
+        Job first(samples);
+        ImageParam param = image;
+        first.wrapper.ReadStorage(&param);
+        first.wrapper.WriteJPEG(&option);
+        const Bytes stream = first.execute();
+        Job second(stream);
+        second.wrapper.ReadRaster();
+        second.wrapper.WriteJPEG(&option);
+        EXPECT_EQ(second.execute(), stream) << sampling;
+    }
+}
+
 TEST(Wrapper, TellsWhyAnImageCannotBeRead)
 {
     struct Case {
