@@ -79,6 +79,7 @@ private:
     std::uint64_t base_ = 0;         // stream offset of the first held block
     std::uint8_t* bounce_ = nullptr; // for a writer's block that straddles two memory blocks
     bool taken_ = false;             // a reader has had a block
+    bool has_lent_ = false;          // some held block may be a reader's memory
     BlockCache cache_;
     NUV_Vector<Block> blocks_; // those before first_ have been dropped
     std::size_t first_ = 0;

@@ -225,6 +225,7 @@ bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std:
             cache_.put(standing);
         standing = {into, false};
     }
+    has_lent_ = true;
     const bool arrived = peek(position, count) == into;
     // The reader is past an incomplete block, and nobody may write into its memory any more.
     if (!arrived || *count < src_block_bytes_)
@@ -232,8 +233,12 @@ bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std:
     return arrived;
 }
 
+// Nothing to look for is the usual case, and the one that many readers end in one by one.
 void NUV_STBlockDstBuffer::forget_lent_blocks() noexcept
 {
+    if (!has_lent_)
+        return;
+    has_lent_ = false;
     for (std::size_t i = 0; i < held_blocks(); ++i) {
         if (!block(i).owned)
             block(i).data = nullptr;
