@@ -1,7 +1,7 @@
 // Decoding a photograph-like picture from memory to component samples, line by line: our decoder,
 // and libjpeg on the same stream with all that is left to taste switched off.
 
-#include "core/jpeg/source/nuv_jpegdecoder.h"
+#include "core/jpeg/decode/nuv_jpegdecoder.h"
 #include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>

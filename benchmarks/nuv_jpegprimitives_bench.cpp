@@ -1,11 +1,11 @@
 // The JPEG primitives in each of their forms, per block of 64 samples, on a block as a photograph
 // gives it at quality 75.
 
-#include "core/jpeg/source/nuv_jpegprimitives.h"
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
-#include "core/jpeg/source/nuv_jpeghuffman.h"
-#include "core/jpeg/source/nuv_jpegstandardtables.h"
-#include "core/jpeg/source/nuv_jpegtables.h"
+#include "core/jpeg/kernels/nuv_jpeghuffman.h"
+#include "core/jpeg/stream/nuv_jpegstandardtables.h"
+#include "core/jpeg/stream/nuv_jpegtables.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 // Encoding a photograph-like picture of a megapixel from memory to memory: our coder in each of
 // its forms, and libjpeg on the same pixels with the same settings.
 
-#include "core/jpeg/source/nuv_jpegencoder.h"
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 #include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>

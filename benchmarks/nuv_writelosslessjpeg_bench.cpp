@@ -1,6 +1,6 @@
 // Lossless coding of a photograph-like picture of six megapixels from memory to memory.
 
-#include "core/jpeg/source/nuv_jpegencoder.h"
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 #include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>

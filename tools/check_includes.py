@@ -13,8 +13,10 @@ The rules, which docs/style.md explains:
     there is no cycle.
   - wrapper includes all of them. Nobody includes wrapper, but for its own tests, and for benchmarks
     and fuzzers, which may use its public header.
-  - A header below source/ is included by its own module, by the tests of that module, and by
-    benchmarks and fuzzers, which measure and attack what nobody else sees.
+  - A header in a folder of a module is private: it is included by its own module, by the tests of
+    that module, and by benchmarks and fuzzers, which measure and attack what nobody else sees.
+  - A module of several rooms has an order among them (ROOM_RANK); a room includes its own headers
+    and those of rooms further left, and never a neighbour of the same rank.
   - Tools and examples are users of the library: they include <nuv/nuv_wrapper.h> and their own
     files.
 """
@@ -40,6 +42,11 @@ ALLOWED_TOPS = {
     "tools": {"tools"},
     "examples": {"examples"},
 }
+# The headers at the root of a module belong to the room that knows the manager, source.
+ROOM_RANK = {
+    "core/jpeg": {"stream": 0, "kernels": 1, "decode": 2, "encode": 2, "source": 3},
+    "core/scale": {"kernels": 0, "source": 1},
+}
 PUBLIC_HEADER = "wrapper/nuv_wrapper.h"
 
 
@@ -49,8 +56,19 @@ def module_of(path):
     return "/".join(parts[:2]) if parts[0] in ("framework", "core", "extension") else parts[0]
 
 
+def room_of(path):
+    """"stream" for "core/jpeg/stream/x.h"; "source" for a header at the root of a module."""
+    parts = path.split("/")
+    return parts[2] if len(parts) > 3 else "source"
+
+
+def is_private(path):
+    """True for a header in a folder of a module."""
+    return module_of(path).count("/") == 1 and path.count("/") > 2
+
+
 def may_see_private(path, module):
-    """True if `path` may include the headers in `module`/source."""
+    """True if `path` may include the headers in the folders of `module`."""
     folder = path.rsplit("/", 1)[0]
     if folder == module or folder.startswith(module + "/"):
         return True
@@ -72,8 +90,15 @@ def offence(path, target):
     if target_top not in ALLOWED_TOPS[top]:
         return f"{top} must not include {target_top}"
     module, target_module = module_of(path), module_of(target)
-    if "/source/" in target and not may_see_private(path, target_module):
+    if is_private(target) and not may_see_private(path, target_module):
         return f"private to {target_module}"
+    if module == target_module and module in ROOM_RANK:
+        ranks, room, target_room = ROOM_RANK[module], room_of(path), room_of(target)
+        for name in (room, target_room):
+            if name not in ranks:
+                return f"{module}/{name} has no place in the order of rooms"
+        if room != target_room and ranks[target_room] >= ranks[room]:
+            return f"{module}/{room} must not include {module}/{target_room}"
     if top == "framework":
         area, target_area = module.split("/")[1], target_module.split("/")[1]
         for name in (area, target_area):

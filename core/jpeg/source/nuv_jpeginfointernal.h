@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/jpeg/decode/nuv_jpegdecoder.h"
 #include "core/jpeg/nuv_jpegshared.h"
-#include "core/jpeg/source/nuv_jpegdecoder.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_tags.h"
 #include "framework/io/nuv_inputstorage.h"

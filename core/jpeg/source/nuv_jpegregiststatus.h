@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/jpeg/source/nuv_jpegcodes.h"
+#include "core/jpeg/stream/nuv_jpegcodes.h"
 #include "framework/base/nuv_failure.h"
 
 namespace nuv {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/jpeg/source/nuv_jpeginput.h"
-#include "core/jpeg/source/nuv_jpegoutput.h"
+#include "core/jpeg/stream/nuv_jpeginput.h"
+#include "core/jpeg/stream/nuv_jpegoutput.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/io/nuv_inputstorage.h"
 #include "framework/io/nuv_outputstorage.h"

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 #include "core/jpeg/nuv_encodejpeg.h"
-#include "core/jpeg/source/nuv_jpegencoder.h"
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_writeengine.h"
 #include "framework/io/nuv_bufferedoutput.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_tapkernels.h"
 #include "core/scale/source/nuv_padline.h"
-#include "core/scale/source/nuv_tapkernels.h"
 #include "framework/base/nuv_held.h"
 
 #include <cstddef>

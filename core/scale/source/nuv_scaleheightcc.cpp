@@ -1,9 +1,9 @@
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_cubicweights.h"
+#include "core/scale/kernels/nuv_linekernels.h"
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
-#include "core/scale/source/nuv_cubicweights.h"
-#include "core/scale/source/nuv_linekernels.h"
 #include "framework/base/nuv_version.h"
 
 #include <cstddef>

@@ -1,8 +1,8 @@
 #include "core/scale/nuv_scaleiar.h"
 
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "core/scale/nuv_scaleengine.h"
-#include "core/scale/source/nuv_pixelcopy.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_version.h"
 

@@ -1,11 +1,11 @@
 #include "core/scale/nuv_scalenn.h"
 
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleire.h"
 #include "core/scale/nuv_scalennqdrle.h"
 #include "core/scale/nuv_scaless.h"
-#include "core/scale/source/nuv_pixelcopy.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
 #include "framework/base/nuv_version.h"
 

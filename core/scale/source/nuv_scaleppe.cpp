@@ -1,6 +1,6 @@
+#include "core/scale/kernels/nuv_linekernels.h"
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_linearrow.h"
-#include "core/scale/source/nuv_linekernels.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 
 #include <cmath>

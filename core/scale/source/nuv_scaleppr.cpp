@@ -1,5 +1,5 @@
+#include "core/scale/kernels/nuv_ppkernels.h"
 #include "core/scale/nuv_scalepp.h"
-#include "core/scale/source/nuv_ppkernels.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "framework/base/nuv_held.h"
 

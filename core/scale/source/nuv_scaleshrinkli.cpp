@@ -1,8 +1,8 @@
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_shrinklikernels.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
-#include "core/scale/source/nuv_shrinklikernels.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_version.h"
 

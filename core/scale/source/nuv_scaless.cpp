@@ -1,6 +1,6 @@
 #include "core/scale/nuv_scaless.h"
 
-#include "core/scale/source/nuv_pixelcopy.h"
+#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 

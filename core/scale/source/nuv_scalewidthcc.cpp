@@ -1,10 +1,10 @@
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_cubicweights.h"
+#include "core/scale/kernels/nuv_tapkernels.h"
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
-#include "core/scale/source/nuv_cubicweights.h"
 #include "core/scale/source/nuv_padline.h"
-#include "core/scale/source/nuv_tapkernels.h"
 #include "framework/base/nuv_version.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 // Runs the decoder over bytes, and shortens or changes streams.
 
-#include "core/jpeg/source/nuv_jpegdecoder.h"
+#include "core/jpeg/decode/nuv_jpegdecoder.h"
 #include "tests/core/jpeg/nuv_jpegreference.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
 

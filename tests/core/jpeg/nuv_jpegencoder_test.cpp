@@ -1,6 +1,6 @@
-#include "core/jpeg/source/nuv_jpegencoder.h"
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 
-#include "core/jpeg/source/nuv_jpegstandardtables.h"
+#include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
 #include "tests/support/nuv_photolike.h"
 #include "tests/support/nuv_testsamples.h"

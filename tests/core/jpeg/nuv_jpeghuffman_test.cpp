@@ -1,7 +1,7 @@
-#include "core/jpeg/source/nuv_jpeghuffman.h"
+#include "core/jpeg/kernels/nuv_jpeghuffman.h"
 
-#include "core/jpeg/source/nuv_jpegstandardtables.h"
-#include "core/jpeg/source/nuv_jpegtables.h"
+#include "core/jpeg/stream/nuv_jpegstandardtables.h"
+#include "core/jpeg/stream/nuv_jpegtables.h"
 #include "tests/core/jpeg/nuv_jpegtestforms.h"
 
 #include <gtest/gtest.h>

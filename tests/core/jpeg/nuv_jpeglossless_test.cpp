@@ -1,4 +1,4 @@
-#include "core/jpeg/source/nuv_jpegbitwriter.h"
+#include "core/jpeg/kernels/nuv_jpegbitwriter.h"
 #include "tests/core/jpeg/nuv_jpegtestforms.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/jpeg/source/nuv_jpegsamples.h"
+#include "core/jpeg/kernels/nuv_jpegsamples.h"
 
 #include "tests/core/jpeg/nuv_jpegtestforms.h"
 

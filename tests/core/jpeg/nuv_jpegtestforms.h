@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/jpeg/source/nuv_jpegprimitives.h"
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
 #include <array>
 #include <cstdint>

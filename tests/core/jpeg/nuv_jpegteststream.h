@@ -2,7 +2,7 @@
 
 // Pictures, a storage and the tools to look at what the encoder wrote.
 
-#include "core/jpeg/source/nuv_jpegencoder.h"
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 
 #include <gtest/gtest.h>
 

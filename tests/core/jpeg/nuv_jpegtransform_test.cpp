@@ -1,6 +1,6 @@
-#include "core/jpeg/source/nuv_jpegtransform.h"
+#include "core/jpeg/kernels/nuv_jpegtransform.h"
 
-#include "core/jpeg/source/nuv_jpegtables.h"
+#include "core/jpeg/stream/nuv_jpegtables.h"
 #include "tests/core/jpeg/nuv_jpegtestforms.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
+#include "core/jpeg/encode/nuv_jpegencoder.h"
 #include "core/jpeg/nuv_encodejpeg.h"
 #include "core/jpeg/nuv_readjpeg.h"
-#include "core/jpeg/source/nuv_jpegencoder.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_fileoutputstorage.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"

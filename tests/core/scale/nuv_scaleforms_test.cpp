@@ -1,8 +1,8 @@
-#include "core/scale/source/nuv_cubicweights.h"
-#include "core/scale/source/nuv_linekernels.h"
+#include "core/scale/kernels/nuv_cubicweights.h"
+#include "core/scale/kernels/nuv_linekernels.h"
+#include "core/scale/kernels/nuv_ppkernels.h"
+#include "core/scale/kernels/nuv_tapkernels.h"
 #include "core/scale/source/nuv_padline.h"
-#include "core/scale/source/nuv_ppkernels.h"
-#include "core/scale/source/nuv_tapkernels.h"
 #include "tests/support/nuv_testrow.h"
 #include "tests/support/nuv_testsamples.h"
 

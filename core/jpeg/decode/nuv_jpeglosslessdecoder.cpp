@@ -1,0 +1,324 @@
+#include "core/jpeg/decode/nuv_jpeglosslessdecoder.h"
+
+#include "core/jpeg/decode/nuv_jpegstore.h"
+#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint8_t lost_byte = 0x80;
+constexpr std::uint16_t lost_word = 0x8080;
+constexpr std::uint32_t most_scans = 1000;
+constexpr std::uint32_t piece_columns = 64;
+
+// T.81, H.2.2: category 16 is the difference 32768 and has no bits behind it.
+constexpr std::uint32_t last_category = 16;
+
+// Any difference, on a copy of the reader, so that the reader itself can stay in registers.
+[[gnu::noinline]] NUV_JPEGResult read_any_difference(NUV_JPEGBitReader& bits,
+                                                     const NUV_JPEGWideTable& table,
+                                                     std::uint16_t& difference) noexcept
+{
+    NUV_JPEGCoefficient read;
+    std::uint32_t no_run = 0;
+    const NUV_JPEGResult result = read_coefficient(bits, table, no_run, read);
+    if (result != jpeg_good)
+        return result;
+    if (read.symbol >= last_category) [[unlikely]] {
+        if (read.symbol > last_category)
+            return jpeg_run_past_block; // nothing that more data could mend
+        read.value = 32768;
+    }
+    difference = static_cast<std::uint16_t>(read.value);
+    return jpeg_good;
+}
+
+[[nodiscard]] inline NUV_JPEGResult read_difference(NUV_JPEGBitReader& bits,
+                                                    const NUV_JPEGWideTable& table,
+                                                    std::uint16_t& difference) noexcept
+{
+    if (bits.holds(jpeg_most_bits_of_value)) [[likely]] {
+        const std::uint32_t entry = table.entries[bits.peek(NUV_JPEGWideTable::index_bits)];
+        const std::uint32_t length = entry & 0xFFU;
+        const std::uint32_t category = entry >> 8 & 0xFFU;
+        if (length != 0 && category < last_category) [[likely]] {
+            // The length may have the value in it already; reading that again costs less than to
+            // tell the two apart.
+            const bool has_value = entry >> 16 != 0;
+            bits.skip(length - (has_value ? category : 0));
+            difference = static_cast<std::uint16_t>(bits.take_extended(category));
+            return jpeg_good;
+        }
+    }
+    NUV_JPEGBitReader copy = bits;
+    const NUV_JPEGResult result = read_any_difference(copy, table, difference);
+    bits = copy;
+    return result;
+}
+
+// Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
+template <class T>
+void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift, std::size_t channels,
+             std::size_t place, std::uint8_t* out) noexcept
+{
+    for (std::size_t x = 0; x < width; ++x) {
+        const auto sample = static_cast<T>(row[x] << shift);
+        std::memcpy(out + (channels * x + place) * sizeof(T), &sample, sizeof(T));
+    }
+}
+
+} // namespace
+
+NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
+                                           NUV_JPEGHeader& header, NUV_JPEGInput& input,
+                                           std::size_t first, std::size_t delivered) noexcept
+{
+    header_ = &header;
+    input_ = &input;
+    primitives_ = &jpeg_primitives(NUV_Cpu::current());
+    first_ = first;
+    delivered_ = delivered;
+    line_ = 0;
+    is_damaged_ = false;
+    scan_.emplace(input);
+
+    const NUV_JPEGFrame& frame = header.frame();
+    const std::size_t width = frame.width;
+    is_streamed_ = header.scan().components == frame.components;
+    NUV_JPEGCode code = tables_.open(allocator);
+    if (code != jpeg_code_good)
+        return code;
+    if (!row_memory_.allocate(allocator, 2 * frame.components * width))
+        return jpeg_code_no_memory;
+    for (std::size_t i = 0; i < frame.components; ++i) {
+        rows_[i] = row_memory_.data() + 2 * i * width;
+        previous_[i] = rows_[i] + width;
+    }
+    if (is_streamed_)
+        return begin_scan();
+
+    const std::uint64_t samples = std::uint64_t{width} * frame.height * frame.components;
+    const std::uint64_t line_bytes =
+        std::uint64_t{width} * frame.components * (frame.precision > 8 ? 2 : 1);
+    code = check_stored_size(line_bytes, frame.height, 2 * samples, samples, input.remaining());
+    if (code != jpeg_code_good)
+        return code;
+    if (!planes_.allocate(allocator, samples))
+        return jpeg_code_no_memory;
+    std::fill(planes_.items().begin(), planes_.items().end(), lost_word);
+    return jpeg_code_good;
+}
+
+void NUV_JPEGLosslessDecoder::close() noexcept
+{
+    tables_.close();
+    row_memory_.free();
+    planes_.free();
+}
+
+// The units of the scan are rows: its intervals must be whole ones (T.81, H.1.1).
+NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
+{
+    const NUV_JPEGFrame& frame = header_->frame();
+    scan_header_ = header_->scan();
+    const NUV_JPEGCode code =
+        tables_.build(header_->tables(), scan_header_, NUV_JPEGScanTables::Kinds::dc);
+    if (code != jpeg_code_good)
+        return code;
+    if (frame.restart_interval % frame.width != 0)
+        return jpeg_code_bad_segment;
+    interval_seen_ = scan_->intervals();
+    scan_->begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
+{
+    const NUV_JPEGFrame& frame = header_->frame();
+    std::array<const std::uint16_t*, jpeg_most_components> rows{};
+    if (is_streamed_) {
+        const NUV_JPEGCode code = decode_row();
+        if (code == jpeg_code_damaged_lines) {
+            const std::size_t samples = delivered_ * frame.width;
+            std::memset(out, lost_byte, frame.precision > 8 ? 2 * samples : samples);
+            return code;
+        }
+        if (code != jpeg_code_good)
+            return code;
+        std::copy(previous_.begin(), previous_.end(), rows.begin());
+        deliver(rows, scan_header_.low, out);
+        return jpeg_code_good;
+    }
+    if (line_ == 0) {
+        const NUV_JPEGCode code = decode_all();
+        if (code != jpeg_code_good)
+            return code;
+    }
+    for (std::size_t i = 0; i < frame.components; ++i)
+        rows[i] = plane_line(i, line_);
+    ++line_;
+    deliver(rows, 0, out);
+    return is_damaged_ ? jpeg_code_damaged_lines : jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_all() noexcept
+{
+    for (std::uint32_t scans = 1;; ++scans) {
+        NUV_JPEGCode code = begin_scan();
+        if (code == jpeg_code_good)
+            code = decode_scan_to_planes();
+        if (code != jpeg_code_good)
+            return code;
+        is_damaged_ = is_damaged_ || scan_->is_damaged();
+        NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
+        code = header_->next_scan(*input_, scan_->marker(), stop);
+        if (code < jpeg_code_good)
+            return code;
+        if (stop == NUV_JPEGHeader::Stop::end)
+            return jpeg_code_good;
+        if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
+            is_damaged_ = true;
+            return jpeg_code_good;
+        }
+    }
+}
+
+NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_scan_to_planes() noexcept
+{
+    for (std::uint32_t line = 0; line < header_->frame().height; ++line) {
+        const NUV_JPEGCode code = decode_row();
+        if (code == jpeg_code_good)
+            keep_in_planes(line);
+        else if (code != jpeg_code_damaged_lines)
+            return code;
+    }
+    return jpeg_code_good;
+}
+
+std::uint16_t* NUV_JPEGLosslessDecoder::plane_line(std::size_t component,
+                                                   std::uint32_t line) noexcept
+{
+    const NUV_JPEGFrame& frame = header_->frame();
+    return planes_.data() +
+           (component * frame.height + line) * static_cast<std::size_t>(frame.width);
+}
+
+void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line) noexcept
+{
+    for (std::size_t i = 0; i < scan_header_.components; ++i) {
+        const std::uint16_t* const from = previous_[i];
+        std::uint16_t* const to = plane_line(scan_header_.component[i].index, line);
+        for (std::size_t x = 0; x < header_->frame().width; ++x)
+            to[x] = static_cast<std::uint16_t>(from[x] << scan_header_.low);
+    }
+}
+
+// Leaves the row in previous_, by its place in the scan. jpeg_code_damaged_lines for a lost one,
+// after which nothing more of its interval comes: no row is predicted from it.
+NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
+{
+    NUV_JPEGCode code = jpeg_code_good;
+    const NUV_JPEGScanReader::Run run = scan_->next_run(1, code);
+    if (code != jpeg_code_good)
+        return code;
+    if (run.mode != NUV_JPEGScanReader::Mode::decode)
+        return jpeg_code_damaged_lines;
+    code = decode_differences();
+    if (code == jpeg_code_good)
+        reconstruct();
+    return code == jpeg_code_scan_ended ? jpeg_code_damaged_lines : code;
+}
+
+NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
+{
+    constexpr std::int32_t most_bytes_of_piece = 8 * static_cast<std::int32_t>(piece_columns) *
+                                                 static_cast<std::int32_t>(jpeg_most_components);
+
+    // A row is one unit of the scan but comes in pieces, each of which may be repeated.
+    std::uint32_t column = 0;
+    const std::uint32_t width = header_->frame().width;
+    std::uint32_t done = 0;
+    const std::uint32_t pieces = (width + piece_columns - 1) / piece_columns;
+    const NUV_JPEGCode code = decode_run(
+        *scan_, pieces, most_bytes_of_piece, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+            const std::uint32_t end = std::min(column + piece_columns, width);
+            const NUV_JPEGResult result = decode_columns(bits, column, end);
+            if (result != jpeg_good)
+                return result;
+            column = end;
+            ++i;
+            return jpeg_good;
+        });
+    if (code == jpeg_code_scan_ended)
+        scan_->data_ended(0);
+    if (code != jpeg_code_read_failed)
+        return code;
+    scan_->data_broken(0);
+    return jpeg_code_scan_ended;
+}
+
+NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
+                                                       std::uint32_t end) noexcept
+{
+    const std::size_t components = scan_header_.components;
+    NUV_JPEGBitReader reader = bits; // which can stay in registers
+    NUV_JPEGResult result = jpeg_good;
+    if (components == 1) {
+        const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[0].dc_table);
+        std::uint16_t* const row = rows_[0];
+        for (std::uint32_t x = first; x < end && result == jpeg_good; ++x)
+            result = read_difference(reader, table, row[x]);
+    } else {
+        for (std::uint32_t x = first; x < end && result == jpeg_good; ++x) {
+            for (std::size_t i = 0; i < components && result == jpeg_good; ++i) {
+                const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[i].dc_table);
+                result = read_difference(reader, table, rows_[i][x]);
+            }
+        }
+    }
+    bits = reader;
+    return result;
+}
+
+void NUV_JPEGLosslessDecoder::reconstruct() noexcept
+{
+    const auto width = static_cast<std::int32_t>(header_->frame().width);
+    const bool is_first = interval_seen_ != scan_->intervals();
+    interval_seen_ = scan_->intervals();
+    for (std::size_t i = 0; i < scan_header_.components; ++i) {
+        if (is_first) {
+            static_cast<void>(primitives_->lossless_first_row(
+                rows_[i], rows_[i], width, header_->frame().precision, scan_header_.low));
+        } else {
+            static_cast<void>(primitives_->lossless_other_rows(rows_[i], previous_[i], rows_[i],
+                                                               width, scan_header_.first));
+        }
+        std::swap(rows_[i], previous_[i]);
+    }
+}
+
+// In a picture of several scans rows are those of the frame's components, else those of the scan.
+void NUV_JPEGLosslessDecoder::deliver(
+    const std::array<const std::uint16_t*, jpeg_most_components>& rows, std::uint32_t shift,
+    std::uint8_t* out) const noexcept
+{
+    const std::size_t width = header_->frame().width;
+    const bool is_wide = header_->frame().precision > 8;
+    for (std::size_t i = 0; i < header_->frame().components; ++i) {
+        const std::size_t component = is_streamed_ ? scan_header_.component[i].index : i;
+        if (component - first_ >= delivered_)
+            continue;
+        const std::uint16_t* const row = rows[i];
+        const std::size_t place = component - first_;
+        if (is_wide)
+            put_row<std::uint16_t>(row, width, shift, delivered_, place, out);
+        else
+            put_row<std::uint8_t>(row, width, shift, delivered_, place, out);
+    }
+}
+
+} // namespace nuv

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/jpeg/kernels/nuv_jpegbitreader.h"
+#include "core/jpeg/kernels/nuv_jpeghuffman.h"
+#include "core/jpeg/stream/nuv_jpegheader.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+// The block procedures of progressive scans (T.81, G.1.2). A block is in natural order and keeps
+// what the scans before have put there. The answers are those of the Huffman primitives;
+// jpeg_run_past_block also for a run that leaves the band of the scan.
+
+// G.1.2.1, first scan and later ones.
+[[nodiscard]] NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
+                                             std::int16_t& previous_dc,
+                                             const NUV_JPEGWideTable& table,
+                                             std::uint32_t low) noexcept;
+[[nodiscard]] NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block,
+                                       std::uint32_t low) noexcept;
+
+// G.1.2.2. Not to be called inside an end-of-band run, which the caller skips; `run` receives the
+// blocks of the band that follow this one without coefficients. `occupied` becomes 1 with the first
+// coefficient that is put into the block.
+[[nodiscard]] NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
+                                             const NUV_JPEGScanHeader& scan,
+                                             const NUV_JPEGWideTable& table, std::uint32_t& run,
+                                             std::uint8_t& occupied) noexcept;
+// G.1.2.3. Inside a run it does nothing but count for a block that is not occupied. A block is as
+// it was when this fails.
+[[nodiscard]] NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
+                                       const NUV_JPEGScanHeader& scan,
+                                       const NUV_JPEGWideTable& table, std::uint32_t& run,
+                                       std::uint8_t& occupied) noexcept;
+
+} // namespace nuv

@@ -1,0 +1,120 @@
+#pragma once
+
+// What all decoders of scans share: the tables of a scan, and the walk over its units.
+
+#include "core/jpeg/decode/nuv_jpegband.h"
+#include "core/jpeg/decode/nuv_jpegscanreader.h"
+#include "core/jpeg/kernels/nuv_jpegbitreader.h"
+#include "core/jpeg/kernels/nuv_jpeghuffman.h"
+#include "core/jpeg/stream/nuv_jpegheader.h"
+#include "core/jpeg/stream/nuv_jpegmemory.h"
+
+#include <array>
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+
+// The Huffman tables that a scan uses, in their decoding form.
+class NUV_JPEGScanTables {
+public:
+    enum class Kinds : std::uint8_t { dc, ac, both };
+
+    [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator) noexcept;
+    void close() noexcept { memory_.free(); }
+
+    // From what is in force at the beginning of a scan. jpeg_code_bad_segment for a table that is
+    // missing or inconsistent.
+    [[nodiscard]] NUV_JPEGCode build(const NUV_JPEGStoredTables& stored,
+                                     const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept;
+
+    [[nodiscard]] const NUV_JPEGWideTable& dc(std::size_t destination) const noexcept
+    {
+        return memory_[destination];
+    }
+    [[nodiscard]] const NUV_JPEGWideTable& ac(std::size_t destination) const noexcept
+    {
+        return memory_[NUV_JPEGStoredTables::destinations + destination];
+    }
+
+private:
+    NUV_JPEGMemory<NUV_JPEGWideTable> memory_; // DC, then AC
+};
+
+// The quantisers of the components, each taken when the first scan of its component begins.
+class NUV_JPEGScanFactors {
+public:
+    void clear() noexcept { *this = {}; }
+    // jpeg_code_bad_segment for a component without a table.
+    [[nodiscard]] NUV_JPEGCode take(const NUV_JPEGHeader& header,
+                                    const NUV_JPEGScanHeader& scan) noexcept;
+    [[nodiscard]] const NUV_JPEGFactors& of(std::size_t component) const noexcept
+    {
+        return factors_[component];
+    }
+
+private:
+    std::array<NUV_JPEGFactors, jpeg_most_components> factors_{};
+    std::bitset<jpeg_most_components> taken_;
+};
+
+// The bytes that a coded block can take, with a 0 behind each: twice 16 bits of code and 15 of
+// value for 64 coefficients, rounded up.
+inline constexpr std::int32_t jpeg_most_bytes_of_block = 512;
+
+// Decodes the units of a run: calls unit(bits, done) until `done`, which each call advances by one
+// unit or more, has reached the number of units. A call that found too few bytes in the buffer is
+// repeated with more of them, from the same bits, predictions and end-of-band run.
+//
+// jpeg_code_scan_ended when the data ended inside a unit, which counts as done; the caller has to
+// tell the scan. jpeg_code_read_failed for data that means nothing.
+template <class Unit>
+[[nodiscard]] NUV_JPEGCode decode_run(NUV_JPEGScanReader& scan, std::uint32_t units,
+                                      std::int32_t margin, std::uint32_t& done,
+                                      Unit&& unit) noexcept
+{
+    NUV_JPEGInput& input = scan.input();
+    done = 0;
+    while (done < units) {
+        NUV_JPEGCode code = input.want(margin);
+        if (code != jpeg_code_good)
+            return code;
+        NUV_JPEGResult result = jpeg_good;
+        NUV_JPEGBitReader bits(input.data(), input.size(), input.position(), &scan.marker(),
+                               scan.state());
+        while (done < units && (bits.unread() >= margin || input.at_end() || scan.marker() != 0)) {
+            const NUV_JPEGBitReader bits_before = bits;
+            const auto dc_before = scan.previous_dc();
+            const std::uint32_t run_before = scan.end_of_band_run();
+            result = unit(bits, done);
+            if (result == jpeg_good) [[likely]]
+                continue;
+            if (result == jpeg_out_of_data && !input.at_end()) {
+                bits = bits_before;
+                scan.previous_dc() = dc_before;
+                scan.end_of_band_run() = run_before;
+            }
+            break;
+        }
+        bits.store(input.position(), scan.state());
+        if (result == jpeg_good)
+            continue;
+        // What no code matches shows only with as many bits as the longest code has; with fewer, it
+        // was the marker that kept more of them away.
+        const bool no_more = result == jpeg_out_of_data ||
+                             (result == jpeg_no_code && scan.marker() != 0 && bits.held() < 16);
+        if (!no_more)
+            return jpeg_code_read_failed;
+        if (scan.marker() != 0 || input.at_end()) {
+            ++done;
+            return jpeg_code_scan_ended;
+        }
+        code = input.want_more();
+        if (code != jpeg_code_good)
+            return code;
+    }
+    return jpeg_code_good;
+}
+
+} // namespace nuv

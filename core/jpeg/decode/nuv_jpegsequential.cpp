@@ -1,0 +1,161 @@
+#include "core/jpeg/decode/nuv_jpegsequential.h"
+
+#include "core/jpeg/decode/nuv_jpegfusedcolor.h"
+#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
+
+#include <algorithm>
+
+namespace nuv {
+
+NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
+                                      const NUV_JPEGHeader& header,
+                                      const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
+                                      NUV_JPEGBand& band, Colour colour,
+                                      std::uint32_t restart_rows) noexcept
+{
+    geometry_ = geometry;
+    band_ = &band;
+    colour_ = colour;
+    NUV_JPEGCode code = tables_.open(allocator);
+    if (code == jpeg_code_good)
+        code = tables_.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
+    if (code == jpeg_code_good)
+        code = factors_.take(header, header.scan());
+    if (code != jpeg_code_good)
+        return code;
+
+    scan_.emplace(input);
+    scan_->begin(header.frame(), geometry_.mcus_across, geometry_.unit_rows_of(restart_rows, 1));
+    return lay_out_slots(allocator, header.scan());
+}
+
+void NUV_JPEGSequential::close() noexcept
+{
+    tables_.close();
+    blocks_.free();
+}
+
+// T.81, A.2.3: the blocks of an MCU come in the order of the scan header.
+NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocator,
+                                               const NUV_JPEGScanHeader& scan) noexcept
+{
+    constexpr std::size_t alignment = 32; // bytes
+
+    slot_count_ = 0;
+    for (std::size_t i = 0; i < scan.components; ++i) {
+        const NUV_JPEGScanHeader::Component& component = scan.component[i];
+        const NUV_JPEGPlane& plane = geometry_.planes[component.index];
+        for (std::uint32_t down = 0; down < plane.vertical; ++down) {
+            for (std::uint32_t across = 0; across < plane.horizontal; ++across) {
+                slots_[slot_count_++] = {
+                    .dc_table = &tables_.dc(component.dc_table),
+                    .ac_table = &tables_.ac(component.ac_table),
+                    .previous_dc = &scan_->previous_dc()[component.index],
+                    .component = component.index,
+                    .across = across,
+                    .down = down,
+                    .mcu_blocks_across = plane.horizontal,
+                };
+            }
+        }
+    }
+    if (!blocks_.allocate(allocator, slot_count_ * jpeg_block_size + alignment / 2))
+        return jpeg_code_no_memory;
+    const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(blocks_.data()) % alignment;
+    std::int16_t* block = blocks_.data() + (alignment - misalignment) % alignment / 2;
+    for (std::size_t i = 0; i < slot_count_; ++i, block += jpeg_block_size)
+        slots_[i].block = block;
+    return jpeg_code_good;
+}
+
+NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
+{
+    NUV_JPEGBitReader local = bits; // in registers
+    NUV_JPEGResult result = jpeg_good;
+    for (std::size_t i = 0; i < slot_count_ && result == jpeg_good; ++i) {
+        Slot& slot = slots_[i];
+        result = decode_coefficients(local, slot.block, *slot.previous_dc, *slot.dc_table,
+                                     *slot.ac_table, slot.reached);
+    }
+    bits = local;
+    return result;
+}
+
+NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
+{
+    const auto margin = static_cast<std::int32_t>(slot_count_) * jpeg_most_bytes_of_block;
+    NUV_JPEGCode row = jpeg_code_good;
+    std::uint32_t mcu = 0;
+    while (mcu < geometry_.mcus_across) {
+        NUV_JPEGCode code = jpeg_code_good;
+        const NUV_JPEGScanReader::Run run = scan_->next_run(geometry_.mcus_across - mcu, code);
+        if (code != jpeg_code_good)
+            return code;
+        if (run.mode != NUV_JPEGScanReader::Mode::decode) {
+            row = jpeg_code_damaged_lines;
+            const std::uint32_t end = mcu + run.units;
+            for (; run.mode == NUV_JPEGScanReader::Mode::blank && mcu < end; ++mcu)
+                put_blank_mcu(mcu);
+            mcu = end;
+            continue;
+        }
+        std::uint32_t done = 0;
+        code = decode_run(*scan_, run.units, margin, done,
+                          [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                              const NUV_JPEGResult result = decode_mcu(bits);
+                              if (result != jpeg_good)
+                                  return result;
+                              put_mcu(mcu + i);
+                              ++i;
+                              return jpeg_good;
+                          });
+        if (code == jpeg_code_scan_ended) {
+            scan_->data_ended(run.units - done);
+            row = jpeg_code_damaged_lines;
+        } else if (code != jpeg_code_good) {
+            return code;
+        }
+        mcu += done;
+    }
+    return row;
+}
+
+void NUV_JPEGSequential::put_mcu(std::size_t mcu) noexcept
+{
+    if (colour_ == Colour::rgb_from_ycc) {
+        put_rgb_mcu(mcu);
+        return;
+    }
+    for (std::size_t i = 0; i < slot_count_; ++i) {
+        const Slot& slot = slots_[i];
+        if (band_->delivers(slot.component))
+            band_->put_block(slot.component, mcu * slot.mcu_blocks_across + slot.across, slot.down,
+                             slot.block, factors_.of(slot.component), slot.reached);
+    }
+}
+
+void NUV_JPEGSequential::put_blank_mcu(std::size_t mcu) noexcept
+{
+    for (std::size_t i = 0; i < slot_count_; ++i) {
+        std::fill_n(slots_[i].block, jpeg_block_size, std::int16_t{0});
+        slots_[i].reached = 1;
+    }
+    put_mcu(mcu);
+}
+
+void NUV_JPEGSequential::put_rgb_mcu(std::size_t mcu) noexcept
+{
+    std::array<const std::int16_t*, 3> first_blocks{};
+    for (std::size_t i = slot_count_; i-- > 0;)
+        first_blocks[slots_[i].component] = slots_[i].block;
+    const NUV_JPEGRGBBlocks blocks = {
+        .luma = first_blocks[0],
+        .blue_difference = first_blocks[1],
+        .red_difference = first_blocks[2],
+        .across = geometry_.planes[0].horizontal,
+        .down = geometry_.planes[0].vertical,
+    };
+    put_rgb_blocks(blocks, {&factors_.of(0), &factors_.of(1), &factors_.of(2)}, mcu, *band_);
+}
+
+} // namespace nuv

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "core/jpeg/decode/nuv_jpegscan.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace nuv {
+
+// Decodes the one scan of a sequential picture, row by row into a band.
+class NUV_JPEGSequential {
+public:
+    // What becomes of the coefficients of an MCU.
+    enum class Colour : std::uint8_t {
+        as_stored,
+        rgb_from_ycc, // three components, the first two or more times as fine as the others
+    };
+
+    // The header stands behind the SOS of its first scan, which has all components; the geometry
+    // is that of its frame. `restart_rows` above 0 counts lines: see NUV_JPEGDecoder.
+    [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
+                                    const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
+                                    NUV_JPEGInput& input, NUV_JPEGBand& band, Colour colour,
+                                    std::uint32_t restart_rows) noexcept;
+    void close() noexcept;
+
+    // The next MCU row: jpeg_code_damaged_lines when not all of it could be decoded.
+    [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
+
+private:
+    // A block of the MCU and what decodes it.
+    struct Slot {
+        std::int16_t* block = nullptr;
+        const NUV_JPEGWideTable* dc_table = nullptr;
+        const NUV_JPEGWideTable* ac_table = nullptr;
+        std::int16_t* previous_dc = nullptr;
+        std::size_t component = 0;
+        std::uint32_t across = 0; // its place in the MCU, in blocks
+        std::uint32_t down = 0;
+        std::uint32_t mcu_blocks_across = 1;
+        std::uint32_t reached = 0; // coefficients
+    };
+    static constexpr std::size_t most_slots = jpeg_most_components * 16;
+
+    [[nodiscard]] NUV_JPEGCode lay_out_slots(const NUV_JPEGAllocator& allocator,
+                                             const NUV_JPEGScanHeader& scan) noexcept;
+    [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits) noexcept;
+    void put_mcu(std::size_t mcu) noexcept;
+    void put_rgb_mcu(std::size_t mcu) noexcept;
+    void put_blank_mcu(std::size_t mcu) noexcept;
+
+    NUV_JPEGGeometry geometry_;
+    NUV_JPEGBand* band_ = nullptr;
+    Colour colour_ = Colour::as_stored;
+    NUV_JPEGScanTables tables_;
+    NUV_JPEGScanFactors factors_;
+    std::optional<NUV_JPEGScanReader> scan_;
+    std::array<Slot, most_slots> slots_;
+    std::size_t slot_count_ = 0;
+    NUV_JPEGMemory<std::int16_t> blocks_;
+};
+
+} // namespace nuv

@@ -1,0 +1,65 @@
+#include "core/jpeg/decode/nuv_jpegstore.h"
+
+#include <cstring>
+#include <limits>
+
+namespace nuv {
+
+NUV_JPEGCode check_stored_size(std::uint64_t line_bytes, std::uint64_t lines,
+                               std::uint64_t stored_bytes, std::uint64_t units,
+                               std::int64_t stream_bytes) noexcept
+{
+    constexpr std::uint64_t always_granted = std::uint64_t{256} << 20;
+    constexpr std::uint64_t most_units_per_byte = 512;
+
+    if (line_bytes * lines > std::numeric_limits<std::uint32_t>::max())
+        return jpeg_code_unsupported;
+    const std::uint64_t least_bytes = units / most_units_per_byte;
+    const bool is_credible =
+        stream_bytes > 0 && static_cast<std::uint64_t>(stream_bytes) >= least_bytes;
+    return stored_bytes <= always_granted || is_credible ? jpeg_code_good : jpeg_code_read_failed;
+}
+
+NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
+                                 const NUV_JPEGGeometry& geometry,
+                                 std::int64_t stream_bytes) noexcept
+{
+    constexpr std::size_t block_bytes = jpeg_block_size * sizeof(std::int16_t);
+    constexpr std::size_t alignment = 32; // bytes
+
+    std::uint64_t blocks = 0;
+    for (std::size_t i = 0; i < geometry.components; ++i) {
+        const NUV_JPEGPlane& plane = geometry.planes[i];
+        blocks += std::uint64_t{plane.blocks_across} * plane.blocks_down;
+    }
+    const std::uint64_t line_bytes = std::uint64_t{geometry.width} * geometry.components;
+    const NUV_JPEGCode code =
+        check_stored_size(line_bytes, geometry.height, blocks * block_bytes, blocks, stream_bytes);
+    if (code != jpeg_code_good)
+        return code;
+    if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2) ||
+        !occupied_.allocate(allocator, blocks))
+        return jpeg_code_no_memory;
+    std::memset(memory_.data(), 0, memory_.size() * sizeof(std::int16_t));
+    std::memset(occupied_.data(), 0, occupied_.size());
+
+    const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(memory_.data()) % alignment;
+    std::int16_t* next = memory_.data() + (alignment - misalignment) % alignment / 2;
+    std::uint8_t* next_occupied = occupied_.data();
+    for (std::size_t i = 0; i < geometry.components; ++i) {
+        const NUV_JPEGPlane& plane = geometry.planes[i];
+        planes_[i] = {next, next_occupied, plane.blocks_across};
+        const std::size_t plane_blocks = std::size_t{plane.blocks_across} * plane.blocks_down;
+        next += plane_blocks * jpeg_block_size;
+        next_occupied += plane_blocks;
+    }
+    return jpeg_code_good;
+}
+
+void NUV_JPEGStore::close() noexcept
+{
+    memory_.free();
+    occupied_.free();
+}
+
+} // namespace nuv

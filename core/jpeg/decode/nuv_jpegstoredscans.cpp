@@ -1,0 +1,274 @@
+#include "core/jpeg/decode/nuv_jpegstoredscans.h"
+
+#include "core/jpeg/decode/nuv_jpegprogressive.h"
+#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+constexpr std::uint32_t most_scans = 1000;
+constexpr std::int8_t no_plane = -1;
+
+} // namespace
+
+NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
+                                       const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
+                                       std::uint32_t restart_rows) noexcept
+{
+    header_ = &header;
+    input_ = &input;
+    geometry_ = geometry;
+    restart_rows_ = restart_rows;
+    is_decoded_ = false;
+    is_damaged_ = false;
+    for (auto& planes : planes_)
+        planes.fill(no_plane);
+    scan_.emplace(input);
+    NUV_JPEGCode code = store_.open(allocator, geometry, input.remaining());
+    if (code == jpeg_code_good)
+        code = tables_.open(allocator);
+    return code;
+}
+
+void NUV_JPEGStoredScans::close() noexcept
+{
+    store_.close();
+    tables_.close();
+}
+
+bool NUV_JPEGStoredScans::is_progressive() const noexcept
+{
+    return header_->frame().start_marker == jpeg_marker_sof2;
+}
+
+NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& band) noexcept
+{
+    if (!is_decoded_) {
+        is_decoded_ = true;
+        const NUV_JPEGCode code = decode_all();
+        if (code != jpeg_code_good)
+            return code;
+    }
+    for (std::size_t i = 0; i < geometry_.components; ++i) {
+        if (!band.delivers(i))
+            continue;
+        const NUV_JPEGPlane& plane = geometry_.planes[i];
+        for (std::uint32_t down = 0; down < plane.vertical; ++down) {
+            const std::int16_t* block = store_.block(i, 0, row * plane.vertical + down);
+            for (std::uint32_t x = 0; x < plane.blocks_across; ++x, block += jpeg_block_size)
+                band.put_block(i, x, down, block, factors_.of(i), jpeg_block_size);
+        }
+    }
+    return is_damaged_ ? jpeg_code_damaged_lines : jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGStoredScans::decode_all() noexcept
+{
+    for (std::uint32_t scans = 1;; ++scans) {
+        NUV_JPEGCode code = decode_scan();
+        if (code != jpeg_code_good)
+            return code;
+        is_damaged_ = is_damaged_ || scan_->is_damaged();
+        NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
+        code = header_->next_scan(*input_, scan_->marker(), stop);
+        if (code < jpeg_code_good)
+            return code;
+        if (stop == NUV_JPEGHeader::Stop::end)
+            return jpeg_code_good;
+        if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
+            is_damaged_ = true;
+            return jpeg_code_good;
+        }
+    }
+}
+
+NUV_JPEGCode NUV_JPEGStoredScans::build_tables(const NUV_JPEGScanHeader& scan) noexcept
+{
+    using Kinds = NUV_JPEGScanTables::Kinds;
+    if (!is_progressive())
+        return tables_.build(header_->tables(), scan, Kinds::both);
+    if (scan.first > 0)
+        return tables_.build(header_->tables(), scan, Kinds::ac);
+    if (scan.high > 0) // bits alone
+        return jpeg_code_good;
+    return tables_.build(header_->tables(), scan, Kinds::dc);
+}
+
+// A scan is to go on where the last one of its coefficients has left off.
+void NUV_JPEGStoredScans::note_planes(const NUV_JPEGScanHeader& scan) noexcept
+{
+    if (!is_progressive())
+        return;
+    for (std::size_t i = 0; i < scan.components; ++i) {
+        auto& planes = planes_[scan.component[i].index];
+        for (std::size_t k = scan.first; k <= scan.last; ++k) {
+            const std::int8_t expected =
+                scan.high == 0 ? no_plane : static_cast<std::int8_t>(scan.high);
+            is_damaged_ = is_damaged_ || planes[k] != expected;
+            planes[k] = static_cast<std::int8_t>(scan.low);
+        }
+    }
+}
+
+NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
+{
+    Scan scan = {.header = header_->scan(),
+                 .units_across = geometry_.mcus_across,
+                 .units_down = geometry_.mcus_down};
+    std::uint32_t vertical = 1;
+    if (scan.header.components == 1) { // T.81, A.2.2
+        const NUV_JPEGPlane& plane = geometry_.planes[scan.header.component[0].index];
+        scan.units_across = plane.scan_blocks_across;
+        scan.units_down = plane.scan_blocks_down;
+        vertical = plane.vertical;
+    }
+    NUV_JPEGCode code = build_tables(scan.header);
+    if (code == jpeg_code_good)
+        code = factors_.take(*header_, scan.header);
+    if (code != jpeg_code_good)
+        return code;
+    note_planes(scan.header);
+    scan_->begin(header_->frame(), scan.units_across,
+                 geometry_.unit_rows_of(restart_rows_, vertical));
+    for (std::uint32_t row = 0; row < scan.units_down; ++row) {
+        code = decode_scan_row(scan, row);
+        if (code == jpeg_code_scan_ended)
+            return jpeg_code_good;
+        if (code != jpeg_code_good)
+            return code;
+    }
+    return jpeg_code_good;
+}
+
+// jpeg_code_scan_ended when nothing more is to come of the scan.
+NUV_JPEGCode NUV_JPEGStoredScans::decode_scan_row(const Scan& scan, std::uint32_t row) noexcept
+{
+    std::uint32_t unit = 0;
+    while (unit < scan.units_across) {
+        NUV_JPEGCode code = jpeg_code_good;
+        const NUV_JPEGScanReader::Run run = scan_->next_run(scan.units_across - unit, code);
+        if (code != jpeg_code_good)
+            return code;
+        if (run.mode == NUV_JPEGScanReader::Mode::ended)
+            return jpeg_code_scan_ended;
+        std::uint32_t done = run.units;
+        if (run.mode == NUV_JPEGScanReader::Mode::decode)
+            code = decode_units(scan, row, unit, run.units, done);
+        if (code == jpeg_code_scan_ended)
+            scan_->data_ended(run.units - done);
+        else if (code != jpeg_code_good)
+            return code;
+        unit += done;
+    }
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t row,
+                                               std::uint32_t first, std::uint32_t units,
+                                               std::uint32_t& done) noexcept
+{
+    constexpr std::int32_t most_blocks = 10; // T.81, B.2.3, and all that is worth reading ahead
+    const auto margin = static_cast<std::int32_t>(scan.header.components == 1
+                                                      ? jpeg_most_bytes_of_block
+                                                      : most_blocks * jpeg_most_bytes_of_block);
+
+    if (scan.header.components > 1) {
+        return decode_run(
+            *scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                const NUV_JPEGResult result = decode_mcu(bits, scan.header, first + i, row);
+                i += result == jpeg_good ? 1 : 0;
+                return result;
+            });
+    }
+    const NUV_JPEGScanHeader::Component& component = scan.header.component[0];
+    std::int16_t* const blocks = store_.block(component.index, first, row);
+    if (is_progressive() && scan.header.first > 0) {
+        const BandRow band = {.blocks = blocks,
+                              .occupied = store_.occupied(component.index, first, row),
+                              .units = units};
+        return decode_run(*scan_, units, margin, done,
+                          [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                              return decode_band(bits, scan.header, band, i);
+                          });
+    }
+    return decode_run(*scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+        const NUV_JPEGResult result =
+            decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
+        i += result == jpeg_good ? 1 : 0;
+        return result;
+    });
+}
+
+// One block of a band behind the first coefficient, or those of an end-of-band run that nothing is
+// coded for: in a first scan all, later the ones that are empty still. Else a few bytes of run
+// could make a scan of any size, and do so for every scan that is left.
+NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
+                                                const NUV_JPEGScanHeader& scan, const BandRow& row,
+                                                std::uint32_t& i) noexcept
+{
+    std::uint32_t& run = scan_->end_of_band_run();
+    const bool is_first = scan.high == 0;
+    if (run > 0) {
+        const std::uint32_t most = std::min(run, row.units - i);
+        const void* const occupied = is_first ? nullptr : std::memchr(row.occupied + i, 1, most);
+        const std::uint32_t passed =
+            occupied == nullptr ? most
+                                : static_cast<std::uint32_t>(
+                                      static_cast<const std::uint8_t*>(occupied) - row.occupied) -
+                                      i;
+        if (passed > 0) {
+            run -= passed;
+            i += passed;
+            return jpeg_good;
+        }
+    }
+    std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
+    const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
+    const NUV_JPEGResult result =
+        is_first ? decode_ac_first(bits, block, scan, table, run, row.occupied[i])
+                 : refine_ac(bits, block, scan, table, run, row.occupied[i]);
+    i += result == jpeg_good ? 1 : 0;
+    return result;
+}
+
+NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,
+                                               const NUV_JPEGScanHeader& scan, std::uint32_t x,
+                                               std::uint32_t y) noexcept
+{
+    for (std::size_t i = 0; i < scan.components; ++i) {
+        const NUV_JPEGScanHeader::Component& component = scan.component[i];
+        const NUV_JPEGPlane& plane = geometry_.planes[component.index];
+        for (std::uint32_t down = 0; down < plane.vertical; ++down) {
+            std::int16_t* block = store_.block(component.index, std::size_t{x} * plane.horizontal,
+                                               std::size_t{y} * plane.vertical + down);
+            for (std::uint32_t across = 0; across < plane.horizontal;
+                 ++across, block += jpeg_block_size) {
+                const NUV_JPEGResult result = decode_block(bits, scan, component, block);
+                if (result != jpeg_good)
+                    return result;
+            }
+        }
+    }
+    return jpeg_good;
+}
+
+NUV_JPEGResult NUV_JPEGStoredScans::decode_block(NUV_JPEGBitReader& bits,
+                                                 const NUV_JPEGScanHeader& scan,
+                                                 const NUV_JPEGScanHeader::Component& component,
+                                                 std::int16_t* block) noexcept
+{
+    std::int16_t& previous_dc = scan_->previous_dc()[component.index];
+    if (!is_progressive()) {
+        std::uint32_t reached = 0;
+        return decode_coefficients(bits, block, previous_dc, tables_.dc(component.dc_table),
+                                   tables_.ac(component.ac_table), reached);
+    }
+    return scan.high == 0
+               ? decode_dc_first(bits, block, previous_dc, tables_.dc(component.dc_table), scan.low)
+               : refine_dc(bits, block, scan.low);
+}
+
+} // namespace nuv

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
+#include "core/jpeg/stream/nuv_jpegcodes.h"
+#include "core/jpeg/stream/nuv_jpegframe.h"
+#include "core/jpeg/stream/nuv_jpegmemory.h"
+#include "core/jpeg/stream/nuv_jpegoutput.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+
+// Which Huffman table a lossless picture is coded with.
+enum class NUV_JPEGLosslessTable : std::uint8_t {
+    standard, // the same one for all pictures; lines are written as they come
+    optimal,  // the best one for the picture, all differences of which are held until its end
+};
+
+// The lossless process (T.81, H.1) as the encoder runs it: predictor 1, no point transform, one
+// scan of all components under one table. It writes the whole stream. The calls in order: start;
+// for each line next_line and encode_line; close.
+class NUV_JPEGLosslessEncoder {
+public:
+    NUV_JPEGLosslessEncoder() = default;
+    NUV_JPEGLosslessEncoder(const NUV_JPEGLosslessEncoder&) = delete;
+    NUV_JPEGLosslessEncoder& operator=(const NUV_JPEGLosslessEncoder&) = delete;
+
+    // `frame` has 1 or 3 components, a precision of 8 or 16 bits, and a restart interval that is
+    // whole lines. All memory is taken here. The header is written here under the standard table.
+    // jpeg_code_no_memory, jpeg_code_io.
+    [[nodiscard]] NUV_JPEGCode start(const NUV_JPEGFrame& frame, NUV_JPEGLosslessTable table,
+                                     const NUV_JPEGAllocator& allocator,
+                                     const NUV_JPEGOutput& output,
+                                     const NUV_JPEGPrimitives& primitives) noexcept;
+    // Where the next line belongs: width x components samples of 1 or, in the order of the host,
+    // 2 bytes. Null after free_memory.
+    [[nodiscard]] std::uint8_t* next_line() noexcept;
+    // Takes the line that stands there; not more of them than the frame has.
+    [[nodiscard]] NUV_JPEGCode encode_line() noexcept;
+    // Ends the stream behind the lines that came, at least one.
+    [[nodiscard]] NUV_JPEGCode close() noexcept;
+    void free_memory() noexcept;
+
+    // Of the frame's height, in the storage; set once the header is written. Only the header of the
+    // standard table can have a height to be corrected.
+    [[nodiscard]] std::int32_t height_position() const noexcept { return height_position_; }
+
+private:
+    // What a category puts in front of the low bits of its differences (T.81, H.1.2.2).
+    struct Code {
+        std::uint32_t bits = 0;     // the code, above as many zeros as low bits follow
+        std::uint32_t low_mask = 0; // of the low bits
+        std::uint32_t count = 0;    // code and low bits; 0 without a code
+    };
+    static constexpr std::size_t categories = 17; // 0 to 16
+    using Codes = std::array<Code, categories>;
+    using Frequencies = std::array<std::uint64_t, 257>; // by symbol, and one that is reserved
+    static constexpr std::size_t most_components = 3;
+    using DifferenceRows = std::array<const std::uint16_t*, most_components>;
+
+    using SplitLine = void (*)(const void* line, std::size_t width, std::uint16_t* rows);
+    using PutPiece = std::uint8_t* (*)(const DifferenceRows& rows, std::size_t columns,
+                                       const Codes& codes, std::uint8_t* output,
+                                       NUV_JPEGEncodeState& state);
+    template <class Sample, std::size_t Components>
+    static void split_line(const void* line, std::size_t width, std::uint16_t* rows) noexcept;
+    template <std::size_t Components>
+    static std::uint8_t* put_piece(const DifferenceRows& rows, std::size_t columns,
+                                   const Codes& codes, std::uint8_t* output,
+                                   NUV_JPEGEncodeState& state) noexcept;
+
+    void choose_forms() noexcept;
+    [[nodiscard]] bool allocate_memory(const NUV_JPEGAllocator& allocator) noexcept;
+    [[nodiscard]] bool set_table(const std::uint8_t* counts, const std::uint8_t* values) noexcept;
+    [[nodiscard]] NUV_JPEGCode write_header() noexcept;
+    [[nodiscard]] bool starts_interval(std::size_t line) const noexcept;
+    [[nodiscard]] std::uint16_t* differences_of(std::size_t line) const noexcept;
+    [[nodiscard]] bool take_differences(std::uint16_t* differences) noexcept;
+    void count_categories(const std::uint16_t* differences) noexcept;
+    [[nodiscard]] NUV_JPEGCode write_stored_lines() noexcept;
+    [[nodiscard]] NUV_JPEGCode put_line(std::size_t line) noexcept;
+    void put_marker(std::uint8_t id) noexcept;
+    [[nodiscard]] NUV_JPEGCode write_coded() noexcept;
+
+    NUV_JPEGFrame frame_;
+    NUV_JPEGLosslessTable table_ = NUV_JPEGLosslessTable::standard;
+    NUV_JPEGOutput output_;
+    const NUV_JPEGPrimitives* primitives_ = nullptr;
+    SplitLine split_line_ = nullptr; // null when a line is a row of samples as it comes
+    PutPiece put_piece_ = nullptr;
+
+    std::size_t row_samples_ = 0; // of all components
+    NUV_JPEGMemory<std::uint16_t> line_;
+    NUV_JPEGMemory<std::uint16_t> rows_; // two of them, component after component
+    std::uint16_t* row_ = nullptr;       // of this line
+    std::uint16_t* previous_row_ = nullptr;
+    NUV_JPEGMemory<std::uint16_t> differences_; // of one line or of the picture
+    NUV_JPEGMemory<std::uint8_t> coded_;
+    std::size_t coded_bytes_ = 0;
+
+    std::size_t lines_ = 0;
+    std::size_t lines_per_interval_ = 0; // 0 for no restarts
+    std::int32_t height_position_ = 0;
+
+    std::array<std::uint8_t, 16> counts_{};  // the table, as DHT carries it
+    std::array<std::uint8_t, 256> values_{}; // categories in front
+    std::size_t value_count_ = 0;
+    Codes codes_{};
+    Frequencies frequencies_{};
+    NUV_JPEGEncodeState bits_{};
+};
+
+} // namespace nuv

@@ -1,0 +1,150 @@
+#include "core/jpeg/kernels/nuv_jpeglossless.h"
+
+#include "core/jpeg/kernels/nuv_jpegbitreader.h"
+#include "core/jpeg/kernels/nuv_jpegforms.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace nuv {
+namespace {
+
+// T.81, H.2.2: category 16 is the difference 32768 and has no bits behind it.
+[[nodiscard]] NUV_JPEGResult read_difference(NUV_JPEGBitReader& reader,
+                                             const NUV_JPEGDecodeTable& table,
+                                             std::uint16_t& difference) noexcept
+{
+    std::uint32_t category = 0;
+    const NUV_JPEGResult read = reader.read_symbol(table, category);
+    if (read != jpeg_good)
+        return read;
+    if (category > 16)
+        return jpeg_no_code;
+    if (category == 0 || category == 16) {
+        difference = static_cast<std::uint16_t>(category << 11); // 0 or 32768
+        return jpeg_good;
+    }
+    if (!reader.holds(category))
+        return reader.shortage();
+    difference = static_cast<std::uint16_t>(extend_sign(reader.take(category), category));
+    return jpeg_good;
+}
+
+NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size,
+                                    std::int32_t* position, std::uint16_t* const* rows,
+                                    std::int32_t columns, std::int32_t components,
+                                    std::uint8_t* marker, const NUV_JPEGDecodeTable* const* tables,
+                                    NUV_JPEGDecodeState* state)
+{
+    constexpr std::int32_t most_components = 4;
+    if (input == nullptr || position == nullptr || rows == nullptr || marker == nullptr ||
+        tables == nullptr || state == nullptr)
+        return jpeg_null_pointer;
+    for (std::int32_t i = 0; i < std::min(components, most_components); ++i) {
+        if (rows[i] == nullptr || tables[i] == nullptr)
+            return jpeg_null_pointer;
+    }
+    if (size < 1 || columns < 1 || components < 1)
+        return jpeg_bad_size;
+    if (components > most_components || *position < 0 || *position > size || state->bits > 64)
+        return jpeg_bad_parameter;
+
+    NUV_JPEGBitReader reader(input, size, *position, marker, *state);
+    NUV_JPEGResult result = jpeg_good;
+    for (std::int32_t x = 0; x < columns && result == jpeg_good; ++x) {
+        for (std::int32_t i = 0; i < components && result == jpeg_good; ++i)
+            result = read_difference(reader, *tables[i], rows[i][x]);
+    }
+    reader.store(*position, *state);
+    return result;
+}
+
+// Sums and differences are formed in 32 bits and kept modulo 65536.
+NUV_JPEGResult lossless_first_row(const std::uint16_t* differences, std::uint16_t* output,
+                                  std::int32_t columns, std::int32_t precision,
+                                  std::int32_t point_transform)
+{
+    std::uint16_t left = 0;
+    NUV_JPEGResult checked = check_row(differences, output, columns);
+    if (checked == jpeg_good)
+        checked = find_middle(precision, point_transform, left);
+    if (checked != jpeg_good)
+        return checked;
+
+    for (std::int32_t i = 0; i < columns; ++i) {
+        left = static_cast<std::uint16_t>(left + differences[i]);
+        output[i] = left;
+    }
+    return jpeg_good;
+}
+
+NUV_JPEGResult lossless_other_rows(const std::uint16_t* differences, const std::uint16_t* previous,
+                                   std::uint16_t* output, std::int32_t columns,
+                                   std::int32_t predictor)
+{
+    if (previous == nullptr)
+        return jpeg_null_pointer;
+    const NUV_JPEGResult checked = check_row(differences, output, columns);
+    if (checked != jpeg_good)
+        return checked;
+
+    return with_predictor(predictor, [=]<int Predictor>() {
+        auto left = static_cast<std::uint16_t>(differences[0] + previous[0]);
+        output[0] = left;
+        for (std::int32_t i = 1; i < columns; ++i) {
+            const std::int32_t prediction = predict<Predictor>(left, previous[i], previous[i - 1]);
+            left = static_cast<std::uint16_t>(differences[i] + prediction);
+            output[i] = left;
+        }
+    });
+}
+
+NUV_JPEGResult lossless_diff_first_row(const std::uint16_t* samples, std::uint16_t* differences,
+                                       std::int32_t columns, std::int32_t precision,
+                                       std::int32_t point_transform)
+{
+    std::uint16_t middle = 0;
+    NUV_JPEGResult checked = check_row(samples, differences, columns);
+    if (checked == jpeg_good)
+        checked = find_middle(precision, point_transform, middle);
+    if (checked != jpeg_good)
+        return checked;
+
+    differences[0] = static_cast<std::uint16_t>(samples[0] - middle);
+    for (std::int32_t i = 1; i < columns; ++i)
+        differences[i] = static_cast<std::uint16_t>(samples[i] - samples[i - 1]);
+    return jpeg_good;
+}
+
+NUV_JPEGResult lossless_diff_other_rows(const std::uint16_t* samples, const std::uint16_t* previous,
+                                        std::uint16_t* differences, std::int32_t columns,
+                                        std::int32_t predictor)
+{
+    if (previous == nullptr)
+        return jpeg_null_pointer;
+    const NUV_JPEGResult checked = check_row(samples, differences, columns);
+    if (checked != jpeg_good)
+        return checked;
+
+    return with_predictor(predictor, [=]<int Predictor>() {
+        differences[0] = static_cast<std::uint16_t>(samples[0] - previous[0]);
+        for (std::int32_t i = 1; i < columns; ++i) {
+            const std::int32_t prediction =
+                predict<Predictor>(samples[i - 1], previous[i], previous[i - 1]);
+            differences[i] = static_cast<std::uint16_t>(samples[i] - prediction);
+        }
+    });
+}
+
+} // namespace
+
+void set_portable_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept
+{
+    primitives.lossless_decode_rows = lossless_decode_rows;
+    primitives.lossless_first_row = lossless_first_row;
+    primitives.lossless_other_rows = lossless_other_rows;
+    primitives.lossless_diff_first_row = lossless_diff_first_row;
+    primitives.lossless_diff_other_rows = lossless_diff_other_rows;
+}
+
+} // namespace nuv

@@ -1,0 +1,88 @@
+#pragma once
+
+// What the forms of the lossless primitives share.
+
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
+
+#include <cstdint>
+
+namespace nuv {
+
+inline constexpr std::int32_t first_predictor = 1;
+inline constexpr std::int32_t last_predictor = 7;
+
+// The checks that all four primitives on one row begin with.
+[[nodiscard]] inline NUV_JPEGResult check_row(const std::uint16_t* in, const std::uint16_t* out,
+                                              std::int32_t columns) noexcept
+{
+    if (in == nullptr || out == nullptr)
+        return jpeg_null_pointer;
+    return columns < 1 ? jpeg_bad_size : jpeg_good;
+}
+
+// T.81, H.1.2.1: the prediction of the first sample, half of what the precision holds. `middle` is
+// set when the answer is good.
+[[nodiscard]] inline NUV_JPEGResult find_middle(std::int32_t precision,
+                                                std::int32_t point_transform,
+                                                std::uint16_t& middle) noexcept
+{
+    if (precision < 2 || precision > 16 || point_transform < 0 || point_transform >= precision)
+        return jpeg_bad_parameter;
+    middle = static_cast<std::uint16_t>(1U << (precision - point_transform - 1));
+    return jpeg_good;
+}
+
+// T.81, table H.1: `a` is the sample to the left, `b` the one above, `c` above and to the left.
+template <int Predictor>
+[[nodiscard]] constexpr std::int32_t predict(std::int32_t a, std::int32_t b,
+                                             std::int32_t c) noexcept
+{
+    static_assert(Predictor >= first_predictor && Predictor <= last_predictor);
+    if constexpr (Predictor == 1)
+        return a;
+    else if constexpr (Predictor == 2)
+        return b;
+    else if constexpr (Predictor == 3)
+        return c;
+    else if constexpr (Predictor == 4)
+        return a + b - c;
+    else if constexpr (Predictor == 5)
+        return a + ((b - c) >> 1);
+    else if constexpr (Predictor == 6)
+        return b + ((a - c) >> 1);
+    else
+        return (a + b) >> 1;
+}
+
+// Calls work.operator()<Predictor>() for the predictor given at run time.
+template <class Work>
+NUV_JPEGResult with_predictor(std::int32_t predictor, Work work)
+{
+    switch (predictor) {
+    case 1:
+        work.template operator()<1>();
+        return jpeg_good;
+    case 2:
+        work.template operator()<2>();
+        return jpeg_good;
+    case 3:
+        work.template operator()<3>();
+        return jpeg_good;
+    case 4:
+        work.template operator()<4>();
+        return jpeg_good;
+    case 5:
+        work.template operator()<5>();
+        return jpeg_good;
+    case 6:
+        work.template operator()<6>();
+        return jpeg_good;
+    case 7:
+        work.template operator()<7>();
+        return jpeg_good;
+    default:
+        return jpeg_bad_parameter;
+    }
+}
+
+} // namespace nuv

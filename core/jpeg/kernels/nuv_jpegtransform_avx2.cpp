@@ -1,0 +1,289 @@
+#include "core/jpeg/kernels/nuv_jpegforms.h"
+
+#if NUV_X86
+
+#    include "core/jpeg/kernels/nuv_jpegtransform.h"
+
+#    include <cstddef>
+#    include <immintrin.h>
+
+namespace nuv {
+namespace {
+
+// A block in four registers, two rows of 8 values in each. Comments write [a | b] for the lower
+// and the upper half of a register, and r0..r7 and c0..c7 for rows and columns.
+struct Quad {
+    __m256i a, b, c, d;
+};
+
+// Four pairs of constants for the even outputs or inputs in the lower half, for the odd ones in
+// the upper half: one multiplication serves both.
+NUV_TARGET("avx2")
+inline __m256i pair_constants(int even_first, int even_second, int odd_first, int odd_second)
+{
+    const auto pair = [](int low, int high) {
+        return static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high)
+                                                                          << 16);
+    };
+    return _mm256_setr_m128i(_mm_set1_epi32(pair(even_first, even_second)),
+                             _mm_set1_epi32(pair(odd_first, odd_second)));
+}
+
+NUV_TARGET("avx2")
+inline __m256i load_rows(const std::int16_t* lower, const std::int16_t* upper)
+{
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lower))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(upper)), 1);
+}
+
+NUV_TARGET("avx2")
+inline __m256i load_16(const void* from)
+{
+    return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+
+NUV_TARGET("avx2")
+inline void store_16(std::int16_t* to, __m256i value)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value);
+}
+
+// The product of 16 values each, saturated.
+NUV_TARGET("avx2")
+inline __m256i dequantise(__m256i values, __m256i factors)
+{
+    const __m256i low = _mm256_mullo_epi16(values, factors);
+    const __m256i high = _mm256_mulhi_epi16(values, factors);
+    return _mm256_packs_epi32(_mm256_unpacklo_epi16(low, high), _mm256_unpackhi_epi16(low, high));
+}
+
+// Output k and 7 - k of the inverse transform, eight of each, still wide.
+// pairs_a_*: [in0 in4 | in1 in5], pairs_b_*: [in2 in6 | in3 in7] of four columns.
+template <int K, int Shift>
+NUV_TARGET("avx2")
+inline void inverse_outputs(__m256i pairs_a_low, __m256i pairs_b_low, __m256i pairs_a_high,
+                            __m256i pairs_b_high, __m256i& front, __m256i& back)
+{
+    constexpr const auto& even = jpeg_dct_even[K];
+    constexpr const auto& odd = jpeg_dct_odd[K];
+    const __m256i constants_a = pair_constants(even[0], even[2], odd[0], odd[2]);
+    const __m256i constants_b = pair_constants(even[1], even[3], odd[1], odd[3]);
+    const __m256i low = _mm256_add_epi32(_mm256_madd_epi16(pairs_a_low, constants_a),
+                                         _mm256_madd_epi16(pairs_b_low, constants_b));
+    const __m256i high = _mm256_add_epi32(_mm256_madd_epi16(pairs_a_high, constants_a),
+                                          _mm256_madd_epi16(pairs_b_high, constants_b));
+    const __m256i even_sum = _mm256_add_epi32(_mm256_permute2x128_si256(low, high, 0x20),
+                                              _mm256_set1_epi32(1 << (Shift - 1)));
+    const __m256i odd_sum = _mm256_permute2x128_si256(low, high, 0x31);
+    front = _mm256_srai_epi32(_mm256_add_epi32(even_sum, odd_sum), Shift);
+    back = _mm256_srai_epi32(_mm256_sub_epi32(even_sum, odd_sum), Shift);
+}
+
+// Register i of the result is [out_i of 4 columns, out_i+4 of them | the same of the other 4].
+template <int Shift>
+NUV_TARGET("avx2")
+inline Quad inverse_pass(__m256i pairs_a_low, __m256i pairs_b_low, __m256i pairs_a_high,
+                         __m256i pairs_b_high)
+{
+    __m256i out[8];
+    inverse_outputs<0, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[0], out[7]);
+    inverse_outputs<1, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[1], out[6]);
+    inverse_outputs<2, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[2], out[5]);
+    inverse_outputs<3, Shift>(pairs_a_low, pairs_b_low, pairs_a_high, pairs_b_high, out[3], out[4]);
+    return {_mm256_packs_epi32(out[0], out[4]), _mm256_packs_epi32(out[1], out[5]),
+            _mm256_packs_epi32(out[2], out[6]), _mm256_packs_epi32(out[3], out[7])};
+}
+
+// From the result of a pass to quarter columns:
+// a: [c0 c1 | c4 c5] of r0..r3, b: [c2 c3 | c6 c7] of r0..r3, c and d the same of r4..r7.
+NUV_TARGET("avx2")
+inline Quad transpose(const Quad& in)
+{
+    const __m256i rows_01 = _mm256_unpacklo_epi16(in.a, in.b);
+    const __m256i rows_45 = _mm256_unpackhi_epi16(in.a, in.b);
+    const __m256i rows_23 = _mm256_unpacklo_epi16(in.c, in.d);
+    const __m256i rows_67 = _mm256_unpackhi_epi16(in.c, in.d);
+    return {_mm256_unpacklo_epi32(rows_01, rows_23), _mm256_unpackhi_epi32(rows_01, rows_23),
+            _mm256_unpacklo_epi32(rows_45, rows_67), _mm256_unpackhi_epi32(rows_45, rows_67)};
+}
+
+// [c0 c1 | c4 c5] of four rows to [c0 c4 in pairs | c1 c5 in pairs].
+NUV_TARGET("avx2")
+inline __m256i pair_up(__m256i quarter_columns)
+{
+    const __m256i order = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15, //
+                                           0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+    return _mm256_shuffle_epi8(_mm256_permute4x64_epi64(quarter_columns, 0xD8), order);
+}
+
+NUV_TARGET("avx2")
+inline void store_rows(std::int16_t* output, __m256i rows, std::size_t lower, std::size_t upper)
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(output + 8 * lower), _mm256_castsi256_si128(rows));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(output + 8 * upper),
+                     _mm256_extracti128_si256(rows, 1));
+}
+
+NUV_TARGET("avx2")
+inline void fill_block(std::int16_t* output, std::int16_t value)
+{
+    const __m256i all = _mm256_set1_epi16(value);
+    for (std::size_t i = 0; i < 4; ++i)
+        store_16(output + 16 * i, all);
+}
+
+NUV_TARGET("avx2")
+NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t* output,
+                                 const std::int16_t* table)
+{
+    if (coefficients == nullptr || output == nullptr || table == nullptr)
+        return jpeg_null_pointer;
+
+    __m256i rows_01 = load_16(coefficients);
+    __m256i rows_23 = load_16(coefficients + 16);
+    __m256i rows_45 = load_16(coefficients + 32);
+    __m256i rows_67 = load_16(coefficients + 48);
+    const __m256i all_but_01 = _mm256_or_si256(rows_23, _mm256_or_si256(rows_45, rows_67));
+    const __m256i not_dc = _mm256_setr_epi32(-65536, -1, -1, -1, -1, -1, -1, -1);
+    const __m256i ac = _mm256_or_si256(all_but_01, _mm256_and_si256(rows_01, not_dc));
+    if (_mm256_testz_si256(ac, ac) != 0) {
+        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
+        fill_block(output, static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
+        return jpeg_good;
+    }
+
+    rows_01 = dequantise(rows_01, load_16(table));
+    rows_23 = dequantise(rows_23, load_16(table + 16));
+    rows_45 = dequantise(rows_45, load_16(table + 32));
+    rows_67 = dequantise(rows_67, load_16(table + 48));
+    const Quad columns = transpose(inverse_pass<jpeg_dct_first_shift>(
+        _mm256_unpacklo_epi16(rows_01, rows_45), _mm256_unpacklo_epi16(rows_23, rows_67),
+        _mm256_unpackhi_epi16(rows_01, rows_45), _mm256_unpackhi_epi16(rows_23, rows_67)));
+    const Quad done = transpose(inverse_pass<jpeg_dct_second_shift>(
+        pair_up(columns.a), pair_up(columns.b), pair_up(columns.c), pair_up(columns.d)));
+    // Transposed back, so that a holds columns 0 to 3 and c columns 4 to 7 of [r0 r1 | r4 r5].
+    store_rows(output, _mm256_unpacklo_epi64(done.a, done.c), 0, 4);
+    store_rows(output, _mm256_unpackhi_epi64(done.a, done.c), 1, 5);
+    store_rows(output, _mm256_unpacklo_epi64(done.b, done.d), 2, 6);
+    store_rows(output, _mm256_unpackhi_epi64(done.b, done.d), 3, 7);
+    return jpeg_good;
+}
+
+// Outputs 2 K and 2 K + 1 of the forward transform: [out_2K | out_2K+1] of 8 columns.
+// front_*: [s0 s1 | d0 d1], back_*: [s2 s3 | d2 d3] of four columns.
+template <int K, int Shift>
+NUV_TARGET("avx2")
+inline __m256i
+    forward_outputs(__m256i front_low, __m256i back_low, __m256i front_high, __m256i back_high)
+{
+    const __m256i front = pair_constants(jpeg_dct_even[0][K], jpeg_dct_even[1][K],
+                                         jpeg_dct_odd[0][K], jpeg_dct_odd[1][K]);
+    const __m256i back = pair_constants(jpeg_dct_even[2][K], jpeg_dct_even[3][K],
+                                        jpeg_dct_odd[2][K], jpeg_dct_odd[3][K]);
+    const __m256i half = _mm256_set1_epi32(1 << (Shift - 1));
+    const __m256i low =
+        _mm256_add_epi32(_mm256_madd_epi16(front_low, front), _mm256_madd_epi16(back_low, back));
+    const __m256i high =
+        _mm256_add_epi32(_mm256_madd_epi16(front_high, front), _mm256_madd_epi16(back_high, back));
+    return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), Shift),
+                              _mm256_srai_epi32(_mm256_add_epi32(high, half), Shift));
+}
+
+// In: [in0 | in1], [in2 | in3], [in4 | in5], [in6 | in7] of 8 columns; out the same.
+template <int Shift>
+NUV_TARGET("avx2")
+inline Quad forward_pass(const Quad& in)
+{
+    const __m256i in_76 = _mm256_permute2x128_si256(in.d, in.d, 0x01);
+    const __m256i in_54 = _mm256_permute2x128_si256(in.c, in.c, 0x01);
+    const __m256i sums_01 = _mm256_add_epi16(in.a, in_76);
+    const __m256i sums_23 = _mm256_add_epi16(in.b, in_54);
+    const __m256i differences_01 = _mm256_sub_epi16(in.a, in_76);
+    const __m256i differences_23 = _mm256_sub_epi16(in.b, in_54);
+    const __m256i both_0 = _mm256_permute2x128_si256(sums_01, differences_01, 0x20);
+    const __m256i both_1 = _mm256_permute2x128_si256(sums_01, differences_01, 0x31);
+    const __m256i both_2 = _mm256_permute2x128_si256(sums_23, differences_23, 0x20);
+    const __m256i both_3 = _mm256_permute2x128_si256(sums_23, differences_23, 0x31);
+    const __m256i front_low = _mm256_unpacklo_epi16(both_0, both_1);
+    const __m256i front_high = _mm256_unpackhi_epi16(both_0, both_1);
+    const __m256i back_low = _mm256_unpacklo_epi16(both_2, both_3);
+    const __m256i back_high = _mm256_unpackhi_epi16(both_2, both_3);
+    return {forward_outputs<0, Shift>(front_low, back_low, front_high, back_high),
+            forward_outputs<1, Shift>(front_low, back_low, front_high, back_high),
+            forward_outputs<2, Shift>(front_low, back_low, front_high, back_high),
+            forward_outputs<3, Shift>(front_low, back_low, front_high, back_high)};
+}
+
+// value * factor / 2^15, nearest, ties to even. The multiplication takes the factor as signed and
+// rounds ties up: a tie (product modulo 2^15 is 2^14) is taken back when the result is odd, and a
+// factor of 32768 and above, which counted 65536 too low, gets twice the value. Neither addition
+// of the two can saturate too early, since before them result and value differ in sign.
+NUV_TARGET("avx2")
+inline __m256i quantise(__m256i values, __m256i factors)
+{
+    const __m256i rounded = _mm256_mulhrs_epi16(values, factors);
+    const __m256i low =
+        _mm256_and_si256(_mm256_mullo_epi16(values, factors), _mm256_set1_epi16(0x7FFF));
+    const __m256i tie = _mm256_cmpeq_epi16(low, _mm256_set1_epi16(0x4000));
+    const __m256i odd = _mm256_and_si256(rounded, _mm256_set1_epi16(1));
+    const __m256i nearest = _mm256_sub_epi16(rounded, _mm256_and_si256(odd, tie));
+    const __m256i large = _mm256_and_si256(values, _mm256_srai_epi16(factors, 15));
+    return _mm256_adds_epi16(_mm256_adds_epi16(nearest, large), large);
+}
+
+NUV_TARGET("avx2")
+NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
+{
+    if (block == nullptr || table == nullptr)
+        return jpeg_null_pointer;
+
+    const Quad in = {load_rows(block, block + 32), load_rows(block + 8, block + 40),
+                     load_rows(block + 16, block + 48), load_rows(block + 24, block + 56)};
+    // Rows [r0 | r4], ... [r3 | r7] to columns [c0 | c1], ... [c6 | c7].
+    const __m256i rows_01_low = _mm256_unpacklo_epi16(in.a, in.b);
+    const __m256i rows_01_high = _mm256_unpackhi_epi16(in.a, in.b);
+    const __m256i rows_23_low = _mm256_unpacklo_epi16(in.c, in.d);
+    const __m256i rows_23_high = _mm256_unpackhi_epi16(in.c, in.d);
+    const Quad columns = {
+        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(rows_01_low, rows_23_low), 0xD8),
+        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(rows_01_low, rows_23_low), 0xD8),
+        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(rows_01_high, rows_23_high), 0xD8),
+        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(rows_01_high, rows_23_high), 0xD8)};
+
+    const Quad first = forward_pass<jpeg_dct_first_shift>(columns);
+    // Back to rows, with the columns in the order 0 2 4 6 1 3 5 7.
+    const __m256i columns_0_to_3_low = _mm256_unpacklo_epi16(first.a, first.b);
+    const __m256i columns_0_to_3_high = _mm256_unpackhi_epi16(first.a, first.b);
+    const __m256i columns_4_to_7_low = _mm256_unpacklo_epi16(first.c, first.d);
+    const __m256i columns_4_to_7_high = _mm256_unpackhi_epi16(first.c, first.d);
+    const Quad rows = {_mm256_permute4x64_epi64(
+                           _mm256_unpacklo_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpackhi_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpacklo_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8),
+                       _mm256_permute4x64_epi64(
+                           _mm256_unpackhi_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8)};
+
+    const Quad second = forward_pass<jpeg_dct_second_shift>(rows);
+    const __m256i natural = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15,
+                                             0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+    store_16(block, quantise(_mm256_shuffle_epi8(second.a, natural), load_16(table)));
+    store_16(block + 16, quantise(_mm256_shuffle_epi8(second.b, natural), load_16(table + 16)));
+    store_16(block + 32, quantise(_mm256_shuffle_epi8(second.c, natural), load_16(table + 32)));
+    store_16(block + 48, quantise(_mm256_shuffle_epi8(second.d, natural), load_16(table + 48)));
+    return jpeg_good;
+}
+
+} // namespace
+
+void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
+{
+    primitives.fdct_quant = fdct_quant_avx2;
+    primitives.idct_dequant = idct_dequant_avx2;
+}
+
+} // namespace nuv
+
+#endif // NUV_X86

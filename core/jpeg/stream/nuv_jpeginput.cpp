@@ -1,0 +1,164 @@
+#include "core/jpeg/stream/nuv_jpeginput.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace nuv {
+
+NUV_JPEGCode NUV_JPEGInput::open(const NUV_JPEGAllocator& allocator,
+                                 const NUV_JPEGSource& source) noexcept
+{
+    source_ = source;
+    position_ = 0;
+    size_ = 0;
+    at_end_ = false;
+    next_offset_ = source_.position(source_.storage);
+    if (next_offset_ < 0)
+        return jpeg_code_io;
+    return buffer_.allocate(allocator, buffer_bytes) ? jpeg_code_good : jpeg_code_no_memory;
+}
+
+void NUV_JPEGInput::move_to_front() noexcept
+{
+    if (position_ == 0)
+        return;
+    std::memmove(buffer_.data(), buffer_.data() + position_, static_cast<std::size_t>(unread()));
+    size_ -= position_;
+    position_ = 0;
+}
+
+// One read into what room there is.
+NUV_JPEGCode NUV_JPEGInput::fill() noexcept
+{
+    if (source_.position(source_.storage) != next_offset_) {
+        if (!source_.to(source_.storage, next_offset_) ||
+            source_.position(source_.storage) != next_offset_)
+            return jpeg_code_io;
+    }
+    const std::int32_t room = buffer_bytes - size_;
+    const std::int32_t got = source_.read(source_.storage, buffer_.data() + size_, room);
+    if (got <= 0) {
+        at_end_ = true;
+        return jpeg_code_good;
+    }
+    size_ += got;
+    next_offset_ += got;
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGInput::want(std::int32_t bytes) noexcept
+{
+    if (unread() >= bytes || at_end_)
+        return jpeg_code_good;
+    move_to_front();
+    while (unread() < bytes && !at_end_) {
+        const NUV_JPEGCode filled = fill();
+        if (filled != jpeg_code_good)
+            return filled;
+    }
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGInput::want_more() noexcept
+{
+    if (unread() == buffer_bytes)
+        drop_fill_bytes();
+    if (unread() == buffer_bytes)
+        return jpeg_code_read_failed;
+    return want(unread() + 1);
+}
+
+// T.81, B.1.1.2: any number of 0xFF may stand before a marker.
+void NUV_JPEGInput::drop_fill_bytes() noexcept
+{
+    constexpr auto both_fill = [](std::uint8_t a, std::uint8_t b) {
+        return a == 0xFF && b == 0xFF;
+    };
+    std::uint8_t* const begin = buffer_.data() + position_;
+    std::uint8_t* const end = std::unique(begin, buffer_.data() + size_, both_fill);
+    size_ = static_cast<std::int32_t>(end - buffer_.data());
+}
+
+NUV_JPEGCode NUV_JPEGInput::read(std::span<std::uint8_t> into) noexcept
+{
+    while (!into.empty()) {
+        const NUV_JPEGCode more = want(1);
+        if (more != jpeg_code_good)
+            return more;
+        if (unread() == 0)
+            return jpeg_code_io;
+        const std::size_t count = std::min(into.size(), static_cast<std::size_t>(unread()));
+        std::memcpy(into.data(), buffer_.data() + position_, count);
+        position_ += static_cast<std::int32_t>(count);
+        into = into.subspan(count);
+    }
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGInput::skip(std::uint32_t bytes) noexcept
+{
+    while (bytes > 0) {
+        const NUV_JPEGCode more = want(1);
+        if (more != jpeg_code_good)
+            return more;
+        if (unread() == 0)
+            return jpeg_code_io;
+        const std::uint32_t count = std::min(bytes, static_cast<std::uint32_t>(unread()));
+        position_ += static_cast<std::int32_t>(count);
+        bytes -= count;
+    }
+    return jpeg_code_good;
+}
+
+NUV_JPEGCode NUV_JPEGInput::find_marker(std::uint8_t& marker) noexcept
+{
+    marker = 0;
+    for (;;) {
+        const NUV_JPEGCode more = want(2);
+        if (more != jpeg_code_good)
+            return more;
+        if (unread() < 2) {
+            position_ = size_;
+            return jpeg_code_good;
+        }
+        const std::uint8_t* const from = buffer_.data() + position_;
+        const auto* const found = static_cast<const std::uint8_t*>(
+            std::memchr(from, 0xFF, static_cast<std::size_t>(unread()) - 1));
+        if (found == nullptr) {
+            position_ = size_ - 1; // may be a 0xFF
+            if (buffer_[static_cast<std::size_t>(position_)] != 0xFF)
+                position_ = size_;
+            continue;
+        }
+        position_ = static_cast<std::int32_t>(found - buffer_.data()) + 1;
+        const std::uint8_t follower = found[1];
+        if (follower == 0xFF)
+            continue; // the first of the two was a fill byte
+        ++position_;
+        if (follower != 0) {
+            marker = follower;
+            return jpeg_code_good;
+        }
+    }
+}
+
+NUV_JPEGCode NUV_JPEGInput::seek(std::int32_t offset) noexcept
+{
+    position_ = 0;
+    size_ = 0;
+    at_end_ = false;
+    next_offset_ = offset;
+    return settle();
+}
+
+NUV_JPEGCode NUV_JPEGInput::settle() noexcept
+{
+    return source_.to(source_.storage, offset()) ? jpeg_code_good : jpeg_code_io;
+}
+
+std::int64_t NUV_JPEGInput::remaining() const noexcept
+{
+    return std::int64_t{source_.size(source_.storage)} - offset();
+}
+
+} // namespace nuv
