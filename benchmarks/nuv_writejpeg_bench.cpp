@@ -69,7 +69,7 @@ bool encode(Sink& sink, std::uint32_t key, const NUV_Cpu& cpu)
         code = coder.create(output_to(sink), cpu);
     if (code > 0)
         code = coder.set_format(width, height, 3, 8, key, quality);
-    coder.set_source_colour(NUV_JPEGEncoder::SourceColour::rgb);
+    coder.set_source_color(NUV_JPEGEncoder::SourceColor::rgb);
     if (code > 0)
         code = coder.start_encode(restart_interval);
     for (std::size_t y = 0; y < height && code > 0; ++y)

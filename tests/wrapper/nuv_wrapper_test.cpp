@@ -322,7 +322,7 @@ TEST(Wrapper, TellsWhatTheHeaderOfAJPEGSays)
 }
 
 // Whatever colour was asked for, and also when its samples cannot be read.
-TEST(Wrapper, ReadsTheColoursOfAJFIFFileAsItStatesThem)
+TEST(Wrapper, ReadsTheColorsOfAJFIFFileAsItStatesThem)
 {
     const Bytes ppm = text("P6 16 16 255\n") + random_bytes(std::size_t{16} * 16 * 3, 2);
     Job writer(ppm);

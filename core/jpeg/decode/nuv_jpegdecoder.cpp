@@ -4,22 +4,22 @@
 
 namespace nuv {
 
-std::size_t jpeg_components_of(NUV_JPEGColour colour) noexcept
+std::size_t jpeg_components_of(NUV_JPEGColor color) noexcept
 {
-    switch (colour) {
-    case NUV_JPEGColour::s_rgb:
-    case NUV_JPEGColour::ycbcr:
-    case NUV_JPEGColour::itu_lab:
-    case NUV_JPEGColour::cmy:
-    case NUV_JPEGColour::icc_lab:
+    switch (color) {
+    case NUV_JPEGColor::s_rgb:
+    case NUV_JPEGColor::ycbcr:
+    case NUV_JPEGColor::itu_lab:
+    case NUV_JPEGColor::cmy:
+    case NUV_JPEGColor::icc_lab:
         return 3;
-    case NUV_JPEGColour::gray:
-    case NUV_JPEGColour::gray_reverse:
-    case NUV_JPEGColour::lstar:
+    case NUV_JPEGColor::gray:
+    case NUV_JPEGColor::gray_reverse:
+    case NUV_JPEGColor::lstar:
         return 1;
-    case NUV_JPEGColour::cmyk:
+    case NUV_JPEGColor::cmyk:
         return 4;
-    case NUV_JPEGColour::not_set:
+    case NUV_JPEGColor::not_set:
         break;
     }
     return 0;
@@ -73,7 +73,7 @@ NUV_JPEGCode NUV_JPEGDecoder::check_frame() const noexcept
 bool NUV_JPEGDecoder::converts_to_rgb() const noexcept
 {
     const NUV_JPEGFrame& frame = header_.frame();
-    return output_colour_ == NUV_JPEGColour::s_rgb && frame.components == 3 &&
+    return output_color_ == NUV_JPEGColor::s_rgb && frame.components == 3 &&
            frame.start_marker != jpeg_marker_sof3;
 }
 
@@ -90,7 +90,7 @@ bool NUV_JPEGDecoder::can_convert_to_rgb() const noexcept
 NUV_JPEGCode NUV_JPEGDecoder::choose_output() noexcept
 {
     const NUV_JPEGFrame& frame = header_.frame();
-    const std::size_t asked = jpeg_components_of(output_colour_);
+    const std::size_t asked = jpeg_components_of(output_color_);
     if (asked != 0 && asked != frame.components)
         return jpeg_code_bad_parameter;
     if (converts_to_rgb() && !can_convert_to_rgb())
@@ -98,9 +98,9 @@ NUV_JPEGCode NUV_JPEGDecoder::choose_output() noexcept
 
     first_ = 0;
     delivered_ = frame.components;
-    const bool has_luminance = output_colour_ == NUV_JPEGColour::ycbcr ||
-                               output_colour_ == NUV_JPEGColour::itu_lab ||
-                               output_colour_ == NUV_JPEGColour::icc_lab;
+    const bool has_luminance = output_color_ == NUV_JPEGColor::ycbcr ||
+                               output_color_ == NUV_JPEGColor::itu_lab ||
+                               output_color_ == NUV_JPEGColor::icc_lab;
     if (component_filter_ >= 0) {
         first_ = static_cast<std::size_t>(component_filter_);
         if (first_ >= frame.components)
@@ -154,9 +154,9 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
         return code;
     if (path_ == Path::stored)
         return stored_.open(allocator_, header_, geometry_, input_, restart_rows_);
-    const auto colour = converts_to_rgb() ? NUV_JPEGSequential::Colour::rgb_from_ycc
-                                          : NUV_JPEGSequential::Colour::as_stored;
-    return sequential_.open(allocator_, header_, geometry_, input_, band_, colour, restart_rows_);
+    const auto color = converts_to_rgb() ? NUV_JPEGSequential::Color::rgb_from_ycc
+                                         : NUV_JPEGSequential::Color::as_stored;
+    return sequential_.open(allocator_, header_, geometry_, input_, band_, color, restart_rows_);
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::open_band() noexcept

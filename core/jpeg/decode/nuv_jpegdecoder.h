@@ -15,7 +15,7 @@
 namespace nuv {
 
 // What the components of a picture are.
-enum class NUV_JPEGColour : std::uint32_t {
+enum class NUV_JPEGColor : std::uint32_t {
     s_rgb = 1,
     ycbcr = 2,
     itu_lab = 3,
@@ -29,7 +29,7 @@ enum class NUV_JPEGColour : std::uint32_t {
 };
 
 // 0 when that is not known.
-[[nodiscard]] std::size_t jpeg_components_of(NUV_JPEGColour colour) noexcept;
+[[nodiscard]] std::size_t jpeg_components_of(NUV_JPEGColor color) noexcept;
 
 // Reads one JPEG stream: baseline and progressive pictures of 8 bits, lossless ones of 2 to 16,
 // all with Huffman codes. The calls in order: open, read_header, start_decode, read_line for each
@@ -58,8 +58,8 @@ public:
     // The colour to deliver. The file's own is not looked for: three components that are not
     // lossless count as YCbCr. Only RGB from YCbCr is a conversion, at full size for a sequential
     // picture in one scan, sampled 4:4:4, 4:2:2 or 4:2:0.
-    void set_output_colour(NUV_JPEGColour colour) noexcept { output_colour_ = colour; }
-    [[nodiscard]] NUV_JPEGColour output_colour() const noexcept { return output_colour_; }
+    void set_output_color(NUV_JPEGColor color) noexcept { output_color_ = color; }
+    [[nodiscard]] NUV_JPEGColor output_color() const noexcept { return output_color_; }
     // 1, 2, 4 or 8: the size is divided by it.
     void set_scale(std::uint32_t scale) noexcept { scale_ = scale; }
     // One component alone, by its index; -1 for all.
@@ -111,7 +111,7 @@ private:
     NUV_JPEGHeader header_;
     State state_ = State::closed;
 
-    NUV_JPEGColour output_colour_ = NUV_JPEGColour::not_set;
+    NUV_JPEGColor output_color_ = NUV_JPEGColor::not_set;
     std::uint32_t scale_ = 1;
     std::int32_t component_filter_ = -1;
     bool luminance_only_ = false;

@@ -73,30 +73,30 @@ void put_rgb_blocks(const NUV_JPEGRGBBlocks& blocks,
     Block luma;
     Block blue_difference;
     Block red_difference;
-    std::array<Block, 3> colours;
+    std::array<Block, 3> colors;
     dequantise(blocks.blue_difference, *factors[1], blue_difference);
     dequantise(blocks.red_difference, *factors[2], red_difference);
 
     if (blocks.across == 1) {
         dequantise(blocks.luma, *factors[0], luma);
-        combine(&luma, blue_difference, red_difference, colours);
-        for (std::size_t c = 0; c < colours.size(); ++c) {
-            transform(colours[c]);
-            band.put_sample_block(c, mcu, 0, colours[c].data());
+        combine(&luma, blue_difference, red_difference, colors);
+        for (std::size_t c = 0; c < colors.size(); ++c) {
+            transform(colors[c]);
+            band.put_sample_block(c, mcu, 0, colors[c].data());
         }
         return;
     }
-    combine(nullptr, blue_difference, red_difference, colours);
-    for (Block& differences : colours)
+    combine(nullptr, blue_difference, red_difference, colors);
+    for (Block& differences : colors)
         transform(differences);
     for (std::size_t down = 0; down < blocks.down; ++down) {
         for (std::size_t across = 0; across < blocks.across; ++across) {
             const std::size_t place = down * blocks.across + across;
             dequantise(blocks.luma + place * jpeg_block_size, *factors[0], luma);
             transform(luma);
-            for (std::size_t c = 0; c < colours.size(); ++c) {
+            for (std::size_t c = 0; c < colors.size(); ++c) {
                 Block sums;
-                add_differences(luma, colours[c], blocks, across, down, sums);
+                add_differences(luma, colors[c], blocks, across, down, sums);
                 band.put_sample_block(c, mcu * blocks.across + across, down, sums.data());
             }
         }

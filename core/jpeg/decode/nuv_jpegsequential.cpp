@@ -10,12 +10,12 @@ namespace nuv {
 NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
                                       const NUV_JPEGHeader& header,
                                       const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                      NUV_JPEGBand& band, Colour colour,
+                                      NUV_JPEGBand& band, Color color,
                                       std::uint32_t restart_rows) noexcept
 {
     geometry_ = geometry;
     band_ = &band;
-    colour_ = colour;
+    color_ = color;
     NUV_JPEGCode code = tables_.open(allocator);
     if (code == jpeg_code_good)
         code = tables_.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
@@ -122,7 +122,7 @@ NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
 
 void NUV_JPEGSequential::put_mcu(std::size_t mcu) noexcept
 {
-    if (colour_ == Colour::rgb_from_ycc) {
+    if (color_ == Color::rgb_from_ycc) {
         put_rgb_mcu(mcu);
         return;
     }

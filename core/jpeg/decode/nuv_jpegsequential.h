@@ -13,7 +13,7 @@ namespace nuv {
 class NUV_JPEGSequential {
 public:
     // What becomes of the coefficients of an MCU.
-    enum class Colour : std::uint8_t {
+    enum class Color : std::uint8_t {
         as_stored,
         rgb_from_ycc, // three components, the first two or more times as fine as the others
     };
@@ -22,7 +22,7 @@ public:
     // is that of its frame. `restart_rows` above 0 counts lines: see NUV_JPEGDecoder.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
-                                    NUV_JPEGInput& input, NUV_JPEGBand& band, Colour colour,
+                                    NUV_JPEGInput& input, NUV_JPEGBand& band, Color color,
                                     std::uint32_t restart_rows) noexcept;
     void close() noexcept;
 
@@ -53,7 +53,7 @@ private:
 
     NUV_JPEGGeometry geometry_;
     NUV_JPEGBand* band_ = nullptr;
-    Colour colour_ = Colour::as_stored;
+    Color color_ = Color::as_stored;
     NUV_JPEGScanTables tables_;
     NUV_JPEGScanFactors factors_;
     std::optional<NUV_JPEGScanReader> scan_;

@@ -217,7 +217,7 @@ void NUV_JPEGEncoder::settle_restart_interval(std::uint32_t& restart_interval) n
 
 void NUV_JPEGEncoder::choose_conversion(std::uint32_t key) noexcept
 {
-    const bool convert = source_colour_ == SourceColour::rgb;
+    const bool convert = source_color_ == SourceColor::rgb;
     if (frame_.components == 1) {
         pixels_to_blocks_ = gray_to_block;
         return;

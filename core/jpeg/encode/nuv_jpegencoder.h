@@ -27,7 +27,7 @@ namespace nuv {
 class NUV_JPEGEncoder {
 public:
     // What the samples of three components are.
-    enum class SourceColour {
+    enum class SourceColor {
         components, // coded as they come
         rgb,        // converted to YCbCr, but for 4:1:1, which keeps and marks them as RGB
     };
@@ -54,7 +54,7 @@ public:
     // set_format and start_encode.
     [[nodiscard]] NUV_JPEGCode set_lossless(NUV_JPEGLosslessTable table) noexcept;
     // To be called before start_encode; components unless it is.
-    void set_source_colour(SourceColour colour) noexcept { source_colour_ = colour; }
+    void set_source_color(SourceColor color) noexcept { source_color_ = color; }
     // A segment for the header, APP0 to APP15, JPG0 to JPG13 or COM, of at most 65533 bytes.
     [[nodiscard]] NUV_JPEGCode add_marker(std::uint8_t id,
                                           std::span<const std::uint8_t> payload) noexcept;
@@ -130,7 +130,7 @@ private:
     NUV_JPEGFrame frame_;
     std::uint32_t quality_ = 0;
     std::uint32_t sampling_ = jpeg_sampling_444;
-    SourceColour source_colour_ = SourceColour::components;
+    SourceColor source_color_ = SourceColor::components;
     NUV_JPEGMarkerList markers_;
     std::int32_t height_position_ = 0; // of the SOF's height, in the storage
 

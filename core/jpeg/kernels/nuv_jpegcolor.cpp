@@ -16,7 +16,7 @@ struct CellSum {
 // Red, green and blue to the level-shifted luma and chroma of ITU-R BT.601, in 16.16 fixed point.
 // Every result is a floor, luma before the level shift; `shift` is 16 plus the binary logarithm of
 // the pixels in the cell.
-struct ConvertColour {
+struct ConvertColor {
     static std::int16_t luma(const std::uint8_t* pixel) noexcept
     {
         const std::int32_t sum = 19595 * pixel[0] + 38470 * pixel[1] + 7471 * pixel[2];
@@ -35,7 +35,7 @@ struct ConvertColour {
 };
 
 // No colour change: the level shift, and the floor of the mean.
-struct SplitColour {
+struct SplitColor {
     static std::int16_t luma(const std::uint8_t* pixel) noexcept
     {
         return static_cast<std::int16_t>(pixel[0] - 128);
@@ -50,12 +50,12 @@ struct SplitColour {
     }
 };
 
-template <class Colour>
+template <class Color>
 void luma_block(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* block) noexcept
 {
     for (std::ptrdiff_t y = 0; y < block_columns; ++y) {
         for (std::ptrdiff_t x = 0; x < block_columns; ++x)
-            block[y * block_columns + x] = Colour::luma(source + y * row_step + x * pixel_bytes);
+            block[y * block_columns + x] = Color::luma(source + y * row_step + x * pixel_bytes);
     }
 }
 
@@ -75,7 +75,7 @@ CellSum sum_cell(const std::uint8_t* source, std::ptrdiff_t row_step) noexcept
 }
 
 // One area of 8 x Across by 8 x Down pixels.
-template <class Colour, int Across, int Down>
+template <class Color, int Across, int Down>
 NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_step,
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
 {
@@ -87,8 +87,8 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
     const std::ptrdiff_t step = row_step;
     for (std::ptrdiff_t down = 0; down < Down; ++down) {
         for (std::ptrdiff_t across = 0; across < Across; ++across) {
-            luma_block<Colour>(source + block_columns * (down * step + across * pixel_bytes), step,
-                               first);
+            luma_block<Color>(source + block_columns * (down * step + across * pixel_bytes), step,
+                              first);
             first += jpeg_block_size;
         }
     }
@@ -96,8 +96,8 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
         for (std::ptrdiff_t x = 0; x < block_columns; ++x) {
             const CellSum cell =
                 sum_cell<Across, Down>(source + y * Down * step + x * Across * pixel_bytes, step);
-            second[y * block_columns + x] = Colour::blue_difference(cell, shift);
-            third[y * block_columns + x] = Colour::red_difference(cell, shift);
+            second[y * block_columns + x] = Color::blue_difference(cell, shift);
+            third[y * block_columns + x] = Color::red_difference(cell, shift);
         }
     }
     return jpeg_good;
@@ -105,14 +105,14 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
 
 } // namespace
 
-void set_portable_colour_forms(NUV_JPEGPrimitives& primitives) noexcept
+void set_portable_color_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColour, 1, 1>;
-    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColour, 2, 1>;
-    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColour, 2, 2>;
-    primitives.split_444 = pixels_to_blocks<SplitColour, 1, 1>;
-    primitives.split_422 = pixels_to_blocks<SplitColour, 2, 1>;
-    primitives.split_420 = pixels_to_blocks<SplitColour, 2, 2>;
+    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColor, 1, 1>;
+    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColor, 2, 1>;
+    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColor, 2, 2>;
+    primitives.split_444 = pixels_to_blocks<SplitColor, 1, 1>;
+    primitives.split_422 = pixels_to_blocks<SplitColor, 2, 1>;
+    primitives.split_420 = pixels_to_blocks<SplitColor, 2, 2>;
 }
 
 } // namespace nuv

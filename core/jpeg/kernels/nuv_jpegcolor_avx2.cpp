@@ -57,7 +57,7 @@ inline __m256i add_neighbours(__m256i left, __m256i right)
 
 // The fixed-point weights of the portable form. What does not fit 16 bits is written otherwise:
 // 38470 in two halves, and 32768 as less -32768.
-struct ConvertColour {
+struct ConvertColor {
     NUV_TARGET("avx2")
     static __m256i luma(const Octet& octet)
     {
@@ -86,7 +86,7 @@ struct ConvertColour {
     }
 };
 
-struct SplitColour {
+struct SplitColor {
     NUV_TARGET("avx2")
     static __m256i luma(const Octet& octet)
     {
@@ -119,14 +119,14 @@ inline __m256i pack(__m256i lower, __m256i upper)
     return _mm256_permute4x64_epi64(_mm256_packs_epi32(lower, upper), 0xD8);
 }
 
-template <class Colour>
+template <class Color>
 NUV_TARGET("avx2")
 inline __m256i pack_luma(const Octet& lower, const Octet& upper)
 {
-    return _mm256_sub_epi16(pack(Colour::luma(lower), Colour::luma(upper)), _mm256_set1_epi16(128));
+    return _mm256_sub_epi16(pack(Color::luma(lower), Color::luma(upper)), _mm256_set1_epi16(128));
 }
 
-template <class Colour>
+template <class Color>
 NUV_TARGET("avx2")
 inline void convert_444(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* first,
                         std::int16_t* second, std::int16_t* third)
@@ -134,20 +134,20 @@ inline void convert_444(const std::uint8_t* source, std::ptrdiff_t row_step, std
     for (std::ptrdiff_t y = 0; y < block_rows; y += 2) {
         const Octet upper = load_pixels(source + y * row_step);
         const Octet lower = load_pixels(source + (y + 1) * row_step);
-        store_16(first + y * block_rows, pack_luma<Colour>(upper, lower));
-        store_16(second + y * block_rows, pack(Colour::template blue_difference<16>(upper),
-                                               Colour::template blue_difference<16>(lower)));
-        store_16(third + y * block_rows, pack(Colour::template red_difference<16>(upper),
-                                              Colour::template red_difference<16>(lower)));
+        store_16(first + y * block_rows, pack_luma<Color>(upper, lower));
+        store_16(second + y * block_rows, pack(Color::template blue_difference<16>(upper),
+                                               Color::template blue_difference<16>(lower)));
+        store_16(third + y * block_rows, pack(Color::template red_difference<16>(upper),
+                                              Color::template red_difference<16>(lower)));
     }
 }
 
 // One row of luma in two blocks.
-template <class Colour>
+template <class Color>
 NUV_TARGET("avx2")
 inline void store_luma(std::int16_t* to, const Octet& left, const Octet& right)
 {
-    const __m256i row = pack_luma<Colour>(left, right);
+    const __m256i row = pack_luma<Color>(left, right);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(row));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to + jpeg_block_size),
                      _mm256_extracti128_si256(row, 1));
@@ -155,17 +155,17 @@ inline void store_luma(std::int16_t* to, const Octet& left, const Octet& right)
 
 // One row of cells, in the order of add_neighbours(), from 16 x Down pixels, whose luma goes to
 // two blocks.
-template <class Colour, int Down>
+template <class Color, int Down>
 NUV_TARGET("avx2")
 inline Octet sum_cells(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* luma)
 {
     Octet left = load_pixels(source);
     Octet right = load_pixels(source + 24);
-    store_luma<Colour>(luma, left, right);
+    store_luma<Color>(luma, left, right);
     if constexpr (Down == 2) {
         const Octet left_below = load_pixels(source + row_step);
         const Octet right_below = load_pixels(source + row_step + 24);
-        store_luma<Colour>(luma + block_rows, left_below, right_below);
+        store_luma<Color>(luma + block_rows, left_below, right_below);
         left = add(left, left_below);
         right = add(right, right_below);
     }
@@ -180,7 +180,7 @@ inline __m256i pack_cells(__m256i upper, __m256i lower)
                                        _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-template <class Colour, int Down>
+template <class Color, int Down>
 NUV_TARGET("avx2")
 inline void convert_cells(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* first,
                           std::int16_t* second, std::int16_t* third)
@@ -191,18 +191,18 @@ inline void convert_cells(const std::uint8_t* source, std::ptrdiff_t row_step, s
         const std::ptrdiff_t row = y * Down;
         const std::ptrdiff_t below = row + Down;
         std::int16_t* luma = first + row * block_rows + row / block_rows * 64;
-        const Octet upper = sum_cells<Colour, Down>(source + row * row_step, row_step, luma);
+        const Octet upper = sum_cells<Color, Down>(source + row * row_step, row_step, luma);
         const Octet lower =
-            sum_cells<Colour, Down>(source + below * row_step, row_step, luma + Down * block_rows);
+            sum_cells<Color, Down>(source + below * row_step, row_step, luma + Down * block_rows);
         store_16(second + y * block_rows,
-                 pack_cells(Colour::template blue_difference<shift>(upper),
-                            Colour::template blue_difference<shift>(lower)));
-        store_16(third + y * block_rows, pack_cells(Colour::template red_difference<shift>(upper),
-                                                    Colour::template red_difference<shift>(lower)));
+                 pack_cells(Color::template blue_difference<shift>(upper),
+                            Color::template blue_difference<shift>(lower)));
+        store_16(third + y * block_rows, pack_cells(Color::template red_difference<shift>(upper),
+                                                    Color::template red_difference<shift>(lower)));
     }
 }
 
-template <class Colour, int Across, int Down>
+template <class Color, int Across, int Down>
 NUV_TARGET("avx2")
 NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_step,
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
@@ -212,22 +212,22 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
         return checked;
 
     if constexpr (Across == 1)
-        convert_444<Colour>(source, row_step, first, second, third);
+        convert_444<Color>(source, row_step, first, second, third);
     else
-        convert_cells<Colour, Down>(source, row_step, first, second, third);
+        convert_cells<Color, Down>(source, row_step, first, second, third);
     return jpeg_good;
 }
 
 } // namespace
 
-void set_avx2_colour_forms(NUV_JPEGPrimitives& primitives) noexcept
+void set_avx2_color_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColour, 1, 1>;
-    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColour, 2, 1>;
-    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColour, 2, 2>;
-    primitives.split_444 = pixels_to_blocks<SplitColour, 1, 1>;
-    primitives.split_422 = pixels_to_blocks<SplitColour, 2, 1>;
-    primitives.split_420 = pixels_to_blocks<SplitColour, 2, 2>;
+    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColor, 1, 1>;
+    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColor, 2, 1>;
+    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColor, 2, 2>;
+    primitives.split_444 = pixels_to_blocks<SplitColor, 1, 1>;
+    primitives.split_422 = pixels_to_blocks<SplitColor, 2, 1>;
+    primitives.split_420 = pixels_to_blocks<SplitColor, 2, 2>;
 }
 
 } // namespace nuv

@@ -77,7 +77,7 @@ inline __m128i weigh(const Quad& quad, __m128i outer, __m128i middle)
 // The fixed-point weights of the portable form. What does not fit 16 bits is written otherwise:
 // 38470 = 65536 - 27066, and the two chroma sums are formed with the opposite sign for their
 // 32768.
-struct ConvertColour {
+struct ConvertColor {
     NUV_TARGET("sse2")
     static __m128i luma(const Quad& quad)
     {
@@ -100,7 +100,7 @@ struct ConvertColour {
     }
 };
 
-struct SplitColour {
+struct SplitColor {
     NUV_TARGET("sse2")
     static __m128i luma(const Quad& quad)
     {
@@ -126,36 +126,36 @@ inline void store_8(std::int16_t* to, __m128i left, __m128i right)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_packs_epi32(left, right));
 }
 
-template <class Colour>
+template <class Color>
 NUV_TARGET("sse2")
 inline void store_luma(std::int16_t* to, const Row& row)
 {
-    const __m128i packed = _mm_packs_epi32(Colour::luma(row.left), Colour::luma(row.right));
+    const __m128i packed = _mm_packs_epi32(Color::luma(row.left), Color::luma(row.right));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_sub_epi16(packed, _mm_set1_epi16(128)));
 }
 
 // One row of chroma from 16 x Down pixels, whose luma goes to two blocks.
-template <class Colour, int Down>
+template <class Color, int Down>
 NUV_TARGET("sse2")
 inline Row
     convert_two_blocks(const std::uint8_t* source, std::ptrdiff_t row_step, std::int16_t* luma)
 {
     Row left = load_pixels(source);
     Row right = load_pixels(source + 24);
-    store_luma<Colour>(luma, left);
-    store_luma<Colour>(luma + jpeg_block_size, right);
+    store_luma<Color>(luma, left);
+    store_luma<Color>(luma + jpeg_block_size, right);
     if constexpr (Down == 2) {
         const Row left_below = load_pixels(source + row_step);
         const Row right_below = load_pixels(source + row_step + 24);
-        store_luma<Colour>(luma + block_rows, left_below);
-        store_luma<Colour>(luma + block_rows + jpeg_block_size, right_below);
+        store_luma<Color>(luma + block_rows, left_below);
+        store_luma<Color>(luma + block_rows + jpeg_block_size, right_below);
         left = {add(left.left, left_below.left), add(left.right, left_below.right)};
         right = {add(right.left, right_below.left), add(right.right, right_below.right)};
     }
     return {add_neighbours(left), add_neighbours(right)};
 }
 
-template <class Colour, int Across, int Down>
+template <class Color, int Across, int Down>
 NUV_TARGET("sse2")
 NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_step,
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
@@ -170,32 +170,32 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
         Row cells;
         if constexpr (Across == 1) {
             cells = load_pixels(source + y * step);
-            store_luma<Colour>(first + y * block_rows, cells);
+            store_luma<Color>(first + y * block_rows, cells);
         } else {
             // Behind four rows of cells the luma goes on in the lower pair of blocks.
             const std::ptrdiff_t row = y * Down;
             const std::ptrdiff_t lower = row / block_rows * 64;
-            cells = convert_two_blocks<Colour, Down>(source + row * step, step,
-                                                     first + row * block_rows + lower);
+            cells = convert_two_blocks<Color, Down>(source + row * step, step,
+                                                    first + row * block_rows + lower);
         }
-        store_8(second + y * block_rows, Colour::template blue_difference<shift>(cells.left),
-                Colour::template blue_difference<shift>(cells.right));
-        store_8(third + y * block_rows, Colour::template red_difference<shift>(cells.left),
-                Colour::template red_difference<shift>(cells.right));
+        store_8(second + y * block_rows, Color::template blue_difference<shift>(cells.left),
+                Color::template blue_difference<shift>(cells.right));
+        store_8(third + y * block_rows, Color::template red_difference<shift>(cells.left),
+                Color::template red_difference<shift>(cells.right));
     }
     return jpeg_good;
 }
 
 } // namespace
 
-void set_sse2_colour_forms(NUV_JPEGPrimitives& primitives) noexcept
+void set_sse2_color_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColour, 1, 1>;
-    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColour, 2, 1>;
-    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColour, 2, 2>;
-    primitives.split_444 = pixels_to_blocks<SplitColour, 1, 1>;
-    primitives.split_422 = pixels_to_blocks<SplitColour, 2, 1>;
-    primitives.split_420 = pixels_to_blocks<SplitColour, 2, 2>;
+    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColor, 1, 1>;
+    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColor, 2, 1>;
+    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColor, 2, 2>;
+    primitives.split_444 = pixels_to_blocks<SplitColor, 1, 1>;
+    primitives.split_422 = pixels_to_blocks<SplitColor, 2, 1>;
+    primitives.split_420 = pixels_to_blocks<SplitColor, 2, 2>;
 }
 
 } // namespace nuv

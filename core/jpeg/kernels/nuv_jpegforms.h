@@ -21,7 +21,7 @@ namespace nuv {
     return row_step < 1 ? jpeg_bad_row_step : jpeg_good;
 }
 
-void set_portable_colour_forms(NUV_JPEGPrimitives& primitives) noexcept;
+void set_portable_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept;
@@ -29,12 +29,12 @@ void set_portable_huffman_decode_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept;
 
 #if NUV_X86
-void set_sse2_colour_forms(NUV_JPEGPrimitives& primitives) noexcept;
+void set_sse2_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_sse2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_sse2_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_sse2_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept;
 
-void set_avx2_colour_forms(NUV_JPEGPrimitives& primitives) noexcept;
+void set_avx2_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 #endif
 

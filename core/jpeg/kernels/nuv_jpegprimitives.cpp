@@ -15,7 +15,7 @@ constexpr std::size_t levels = 3;
 std::array<NUV_JPEGPrimitives, levels> fill_levels() noexcept
 {
     NUV_JPEGPrimitives primitives = {};
-    set_portable_colour_forms(primitives);
+    set_portable_color_forms(primitives);
     set_portable_transform_forms(primitives);
     set_portable_huffman_table_forms(primitives);
     set_portable_huffman_encode_forms(primitives);
@@ -25,13 +25,13 @@ std::array<NUV_JPEGPrimitives, levels> fill_levels() noexcept
     std::array<NUV_JPEGPrimitives, levels> table;
     table.fill(primitives);
 #if NUV_X86
-    set_sse2_colour_forms(primitives);
+    set_sse2_color_forms(primitives);
     set_sse2_transform_forms(primitives);
     set_sse2_huffman_encode_forms(primitives);
     set_sse2_lossless_forms(primitives);
     table[static_cast<std::size_t>(Level::sse2)] = primitives;
 
-    set_avx2_colour_forms(primitives);
+    set_avx2_color_forms(primitives);
     set_avx2_transform_forms(primitives);
     table[static_cast<std::size_t>(Level::avx2)] = primitives;
 #endif

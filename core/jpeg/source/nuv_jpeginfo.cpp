@@ -88,8 +88,8 @@ bool NUV_JPEGInfo::update()
 
 bool NUV_JPEGInfo::update_color()
 {
-    const NUV_JPEGColour code = internal()->color_code();
-    if (code != NUV_JPEGColour::not_set) {
+    const NUV_JPEGColor code = internal()->color_code();
+    if (code != NUV_JPEGColor::not_set) {
         color_type(color_of_jpeg(code));
         return true;
     }
@@ -135,7 +135,7 @@ std::uint32_t NUV_JPEGInfo::sampling() const noexcept
 
 std::uint32_t NUV_JPEGInfo::color_code() const noexcept
 {
-    const auto code = internal_ ? internal()->color_code() : NUV_JPEGColour::not_set;
+    const auto code = internal_ ? internal()->color_code() : NUV_JPEGColor::not_set;
     return static_cast<std::uint32_t>(code);
 }
 

@@ -11,21 +11,21 @@
 namespace nuv {
 namespace {
 
-struct ColourRow {
-    NUV_JPEGColour code;
+struct ColorRow {
+    NUV_JPEGColor code;
     const NUV_ColorType* const* color;
 };
 
-constexpr ColourRow colours[] = {
-    {NUV_JPEGColour::s_rgb, &NUV_ColorType::s_rgb},
-    {NUV_JPEGColour::ycbcr, &NUV_ColorType::ycbcr},
-    {NUV_JPEGColour::itu_lab, &NUV_ColorType::itu_lab},
-    {NUV_JPEGColour::gray, &NUV_ColorType::gray},
-    {NUV_JPEGColour::gray_reverse, &NUV_ColorType::gray_reverse},
-    {NUV_JPEGColour::lstar, &NUV_ColorType::lstar},
-    {NUV_JPEGColour::cmyk, &NUV_ColorType::cmyk},
-    {NUV_JPEGColour::cmy, &NUV_ColorType::cmy},
-    {NUV_JPEGColour::icc_lab, &NUV_ColorType::icc_lab},
+constexpr ColorRow colors[] = {
+    {NUV_JPEGColor::s_rgb, &NUV_ColorType::s_rgb},
+    {NUV_JPEGColor::ycbcr, &NUV_ColorType::ycbcr},
+    {NUV_JPEGColor::itu_lab, &NUV_ColorType::itu_lab},
+    {NUV_JPEGColor::gray, &NUV_ColorType::gray},
+    {NUV_JPEGColor::gray_reverse, &NUV_ColorType::gray_reverse},
+    {NUV_JPEGColor::lstar, &NUV_ColorType::lstar},
+    {NUV_JPEGColor::cmyk, &NUV_ColorType::cmyk},
+    {NUV_JPEGColor::cmy, &NUV_ColorType::cmy},
+    {NUV_JPEGColor::icc_lab, &NUV_ColorType::icc_lab},
 };
 
 constexpr std::string_view jfif_begin("JFIF\0", 5);
@@ -54,19 +54,19 @@ const NUV_JPEGMarker* find_jpeg_marker(const NUV_JPEGMarkerList& list, std::uint
     return nullptr;
 }
 
-NUV_JPEGColour jpeg_colour_of(const NUV_ColorType* color) noexcept
+NUV_JPEGColor jpeg_color_of(const NUV_ColorType* color) noexcept
 {
-    for (const ColourRow& row : colours) {
+    for (const ColorRow& row : colors) {
         if (*row.color == color)
             return row.code;
     }
-    return NUV_JPEGColour::not_set;
+    return NUV_JPEGColor::not_set;
 }
 
-const NUV_ColorType* color_of_jpeg(NUV_JPEGColour colour) noexcept
+const NUV_ColorType* color_of_jpeg(NUV_JPEGColor color) noexcept
 {
-    for (const ColourRow& row : colours) {
-        if (row.code == colour)
+    for (const ColorRow& row : colors) {
+        if (row.code == color)
             return *row.color;
     }
     return NUV_ColorType::unknown;
@@ -106,7 +106,7 @@ bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorTy
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_JPEGInfoInternal::initiate()");
     if (!manager().depend(this, storage))
         return false;
-    decoder_.set_output_colour(jpeg_colour_of(color));
+    decoder_.set_output_color(jpeg_color_of(color));
     decoder_.set_restart_rows(restart_rows);
     NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
     if (code == jpeg_code_good)

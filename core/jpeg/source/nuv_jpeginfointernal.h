@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] const NUV_JPEGFrame& frame() const noexcept { return decoder_.header().frame(); }
     [[nodiscard]] std::uint32_t sampling() const noexcept { return jpeg_sampling_key(frame()); }
-    [[nodiscard]] NUV_JPEGColour color_code() const noexcept { return decoder_.output_colour(); }
+    [[nodiscard]] NUV_JPEGColor color_code() const noexcept { return decoder_.output_color(); }
     [[nodiscard]] bool is_progressive() const noexcept
     {
         return frame().start_marker == jpeg_marker_sof2;
@@ -87,7 +87,7 @@ private:
                                                      std::string_view begin) noexcept;
 
 // The code of a colour, and the colour of a code; `unknown` has none.
-[[nodiscard]] NUV_JPEGColour jpeg_colour_of(const NUV_ColorType* color) noexcept;
-[[nodiscard]] const NUV_ColorType* color_of_jpeg(NUV_JPEGColour colour) noexcept;
+[[nodiscard]] NUV_JPEGColor jpeg_color_of(const NUV_ColorType* color) noexcept;
+[[nodiscard]] const NUV_ColorType* color_of_jpeg(NUV_JPEGColor color) noexcept;
 
 } // namespace nuv

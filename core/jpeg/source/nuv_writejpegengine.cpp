@@ -15,19 +15,19 @@ namespace {
 constexpr auto initiate_method = "NUV_WriteJPEGEngine::initiate()";
 
 // The colours that a JPEG can carry here.
-bool is_written(const NUV_ColorType* colour) noexcept
+bool is_written(const NUV_ColorType* color) noexcept
 {
     const std::array written = {
         NUV_ColorType::gray,    NUV_ColorType::gray_reverse, NUV_ColorType::lstar,
         NUV_ColorType::s_rgb,   NUV_ColorType::adobe_rgb,    NUV_ColorType::ycbcr,
         NUV_ColorType::itu_lab, NUV_ColorType::icc_lab,      NUV_ColorType::cmy,
     };
-    return std::ranges::find(written, colour) != written.end();
+    return std::ranges::find(written, color) != written.end();
 }
 
-bool is_rgb(const NUV_ColorType* colour) noexcept
+bool is_rgb(const NUV_ColorType* color) noexcept
 {
-    return colour == NUV_ColorType::s_rgb || colour == NUV_ColorType::adobe_rgb;
+    return color == NUV_ColorType::s_rgb || color == NUV_ColorType::adobe_rgb;
 }
 
 bool is_supported(const NUV_Header& header) noexcept
@@ -41,9 +41,9 @@ bool is_supported(const NUV_Header& header) noexcept
 }
 
 // The key that the picture gets for the one that was asked for.
-std::uint32_t sampling_for(const NUV_ColorType* colour, std::uint32_t asked) noexcept
+std::uint32_t sampling_for(const NUV_ColorType* color, std::uint32_t asked) noexcept
 {
-    const bool has_luma = colour == NUV_ColorType::ycbcr || is_rgb(colour);
+    const bool has_luma = color == NUV_ColorType::ycbcr || is_rgb(color);
     const bool known =
         asked == jpeg_sampling_422 || asked == jpeg_sampling_420 || asked == jpeg_sampling_411;
     return has_luma && known ? asked : jpeg_sampling_444;
@@ -93,14 +93,14 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
     if (option == nullptr)
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
-    const NUV_ColorType* colour = header->color_type();
+    const NUV_ColorType* color = header->color_type();
     const NUV_JPEGCode code =
         coder_.set_format(header->width(), header->height(), header->channels(), header->bits(),
-                          sampling_for(colour, option->sampling()), option->quality());
+                          sampling_for(color, option->sampling()), option->quality());
     if (!accept(code) || !write_tables(*header, *option))
         return false;
-    if (is_rgb(colour))
-        coder_.set_source_colour(NUV_JPEGEncoder::SourceColour::rgb);
+    if (is_rgb(color))
+        coder_.set_source_color(NUV_JPEGEncoder::SourceColor::rgb);
     std::uint32_t restart_interval = option->restart_interval();
     return accept(coder_.start_encode(restart_interval)) && read_lines_of(*header);
 }

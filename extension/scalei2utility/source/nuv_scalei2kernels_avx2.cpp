@@ -50,8 +50,8 @@ inline __m256i two_pixels(const std::uint8_t* line, const Table& table, std::siz
 
 template <int Taps, int Channels>
 NUV_TARGET("avx2")
-inline std::size_t filter_colours(const std::uint8_t* line, const Table& table, std::int16_t* out,
-                                  std::size_t k, std::size_t end) noexcept
+inline std::size_t filter_colors(const std::uint8_t* line, const Table& table, std::int16_t* out,
+                                 std::size_t k, std::size_t end) noexcept
 {
     const NUV_PairShuffles shuffles = pair_shuffles<Channels>();
     const __m256i without_fourth = _mm256_broadcastsi128_si256(
@@ -112,8 +112,8 @@ NUV_TARGET("avx2") inline __m256d four_numbers(__m128i samples) noexcept
 // pixel comes, and the last one of the range is left.
 template <int Taps, int Channels>
 NUV_TARGET("avx2")
-inline std::size_t filter_colours(const std::uint16_t* line, const RealTable& table, double* out,
-                                  std::size_t k, std::size_t end) noexcept
+inline std::size_t filter_colors(const std::uint16_t* line, const RealTable& table, double* out,
+                                 std::size_t k, std::size_t end) noexcept
 {
     for (; k + 1 < end; ++k) {
         const std::uint16_t* in = line + table.firsts[k] * Channels;
@@ -222,7 +222,7 @@ void filter_row_avx2(const std::uint8_t* line, const Table& table, std::int16_t*
     if constexpr (Channels == 1)
         k = filter_grays(line, table, out, k, end);
     else
-        k = filter_colours<Taps, Channels>(line, table, out, k, end);
+        k = filter_colors<Taps, Channels>(line, table, out, k, end);
     filter_row_body<NUV_ScaleI2FixedArithmetic, Taps, Channels>(line, table, out, k, end);
 }
 
@@ -235,7 +235,7 @@ void filter_row_avx2(const std::uint16_t* line, const RealTable& table, double* 
     if constexpr (Channels == 1)
         k = filter_grays<Taps>(line, table, out, k, end);
     else
-        k = filter_colours<Taps, Channels>(line, table, out, k, end);
+        k = filter_colors<Taps, Channels>(line, table, out, k, end);
     filter_row_body<NUV_ScaleI2FloatArithmetic, Taps, Channels>(line, table, out, k, end);
 }
 

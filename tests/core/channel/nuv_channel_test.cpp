@@ -219,7 +219,7 @@ TEST(MergeChannel, OneInputIsTheAnswerAsItStands)
     EXPECT_EQ(merged.chain.header().color_type(), NUV_ColorType::gray);
 }
 
-TEST(MergeChannel, TakesTheTypeOfItsInputsAndTheColourGiven)
+TEST(MergeChannel, TakesTheTypeOfItsInputsAndTheColorGiven)
 {
     MergeChain merged;
     for (std::uint8_t i = 0; i < 3; ++i)

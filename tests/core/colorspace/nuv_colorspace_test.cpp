@@ -248,7 +248,7 @@ TYPED_TEST(ColorSpace, KeepsGraysAndPrimaries)
 }
 
 // sRGB primaries and white on D50, as published (Bradford adaptation): XYZ and Lab.
-TEST(ColorSpaceReference, AgreesWithPublishedColours)
+TEST(ColorSpaceReference, AgreesWithPublishedColors)
 {
     const Pixels<std::uint16_t> primaries{
         {65535, 0, 0}, {0, 65535, 0}, {0, 0, 65535}, {65535, 65535, 65535}};

@@ -118,7 +118,7 @@ TEST(DecodeToRaw, DecodesTheJPEGStreamOfAnEngine)
 }
 
 // The colour that an info is asked for.
-TEST(JPEGInfo, DeliversTheColourItIsAskedFor)
+TEST(JPEGInfo, DeliversTheColorItIsAskedFor)
 {
     const Bytes stream = encode_by_reference(small_picture(), {});
     NUV_TestChain chain;

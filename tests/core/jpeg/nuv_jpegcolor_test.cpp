@@ -108,7 +108,7 @@ Planes expected(const Shape& shape, const Area& area, bool convert)
     return planes;
 }
 
-TEST(JpegColour, EveryFormGivesTheDefinitionAndReadsNothingElse)
+TEST(JpegColor, EveryFormGivesTheDefinitionAndReadsNothingElse)
 {
     std::mt19937 random(3);
     for (const Shape& shape : shapes) {
@@ -135,7 +135,7 @@ TEST(JpegColour, EveryFormGivesTheDefinitionAndReadsNothingElse)
     }
 }
 
-TEST(JpegColour, KnowsTheCornersOfTheColourCube)
+TEST(JpegColor, KnowsTheCornersOfTheColorCube)
 {
     struct Case {
         std::array<std::uint8_t, 3> pixel;
@@ -162,7 +162,7 @@ TEST(JpegColour, KnowsTheCornersOfTheColourCube)
     }
 }
 
-TEST(JpegColour, RefusesNullPointersBeforeTheRowStep)
+TEST(JpegColor, RefusesNullPointersBeforeTheRowStep)
 {
     std::array<std::uint8_t, 1> pixel{};
     std::array<std::int16_t, 1> block{};

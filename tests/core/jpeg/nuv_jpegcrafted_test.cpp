@@ -415,7 +415,7 @@ TEST(JPEGDecoder, ConvertsToRGBOnRequest)
         return c == 0 ? 90 + x + y : c == 1 ? 128 + x / 2 : 140 - y / 2;
     });
     const auto to_rgb = [](NUV_JPEGDecoder& decoder) {
-        decoder.set_output_colour(NUV_JPEGColour::s_rgb);
+        decoder.set_output_color(NUV_JPEGColor::s_rgb);
     };
     for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U}) {
         const auto stream = encode_by_reference(picture, {.quality = 95, .key = key});
@@ -456,7 +456,7 @@ TEST(JPEGDecoder, DeliversOneComponentAlone)
                           all.picture.samples[3 * i + static_cast<std::size_t>(component)]);
         }
         const JPEGDecoded luma = decode_stream(stream, 1 << 30, [](NUV_JPEGDecoder& decoder) {
-            decoder.set_output_colour(NUV_JPEGColour::ycbcr);
+            decoder.set_output_color(NUV_JPEGColor::ycbcr);
             decoder.set_luminance_only(true);
         });
         ASSERT_EQ(luma.picture.samples.size(), all.picture.samples.size() / 3);
@@ -476,7 +476,7 @@ TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
     EXPECT_EQ(start(baseline, [](auto& d) { d.set_scale(3); }), jpeg_code_bad_parameter);
     EXPECT_EQ(start(progressive, [](auto& d) { d.set_scale(2); }), jpeg_code_bad_parameter);
     EXPECT_EQ(start(baseline, [](auto& d) { d.set_component_filter(3); }), jpeg_code_bad_parameter);
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_output_colour(NUV_JPEGColour::gray); }),
+    EXPECT_EQ(start(baseline, [](auto& d) { d.set_output_color(NUV_JPEGColor::gray); }),
               jpeg_code_bad_parameter);
 }
 

@@ -15,7 +15,7 @@ namespace nuv {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using Colour = NUV_JPEGEncoder::SourceColour;
+using Color = NUV_JPEGEncoder::SourceColor;
 
 constexpr std::uint32_t all_keys[] = {jpeg_sampling_444, jpeg_sampling_422, jpeg_sampling_420,
                                       jpeg_sampling_411};
@@ -80,10 +80,10 @@ Bytes huffman_table(std::uint8_t selector, const NUV_JPEGStandardHuffman<Count>&
     return bytes;
 }
 
-TEST(JPEGHeader, HoldsTheSegmentsOfAColourPictureInOrder)
+TEST(JPEGHeader, HoldsTheSegmentsOfAColorPictureInOrder)
 {
     const Bytes stream = encode_test_picture(
-        busy_picture(300, 17, 3), {.key = jpeg_sampling_420, .quality = 50, .colour = Colour::rgb});
+        busy_picture(300, 17, 3), {.key = jpeg_sampling_420, .quality = 50, .color = Color::rgb});
     const JPEGTestSegments parts(stream);
 
     EXPECT_EQ(parts.ids(), (Bytes{0xC4, 0xDB, 0xDD, 0xC0, 0xDA}));
@@ -119,10 +119,10 @@ TEST(JPEGHeader, HoldsOneTableOfEachKindForGray)
 
 TEST(JPEGHeader, NamesTheComponentsOfQuarterWidthRGB)
 {
-    for (const Colour colour : {Colour::components, Colour::rgb}) {
+    for (const Color color : {Color::components, Color::rgb}) {
         const JPEGTestSegments parts(encode_test_picture(
-            busy_picture(32, 8, 3), {.key = jpeg_sampling_411, .colour = colour}));
-        const Bytes ids = colour == Colour::rgb ? Bytes{82, 71, 66} : Bytes{1, 2, 3};
+            busy_picture(32, 8, 3), {.key = jpeg_sampling_411, .color = color}));
+        const Bytes ids = color == Color::rgb ? Bytes{82, 71, 66} : Bytes{1, 2, 3};
         const Bytes frame = parts.payload(0xC0);
         const Bytes scan = parts.payload(0xDA);
         EXPECT_EQ((Bytes{frame[6], frame[9], frame[12]}), ids);
@@ -318,10 +318,10 @@ TEST(JPEGStream, IsTheSameInEveryForm)
     JPEGTestPicture noise{37, 21, 3, random_samples<std::uint8_t>(std::size_t{37} * 21 * 3, 5)};
     for (const JPEGTestPicture& picture : {busy_picture(50, 35, 3), noise}) {
         for (const std::uint32_t key : all_keys) {
-            for (const Colour colour : {Colour::components, Colour::rgb}) {
+            for (const Color color : {Color::components, Color::rgb}) {
                 for (const std::uint32_t quality : {1U, 75U, 100U}) {
                     JPEGTestSettings settings = {
-                        .key = key, .quality = quality, .colour = colour, .cpu = {}};
+                        .key = key, .quality = quality, .color = color, .cpu = {}};
                     const Bytes portable = encode_test_picture(picture, settings);
                     for (const NUV_Cpu& form : forms) {
                         settings.cpu = form;
@@ -341,7 +341,7 @@ TEST(JPEGStream, HoldsARowThatDoesNotFitTheBuffer)
     const JPEGTestPicture noise{4000, 8, 3,
                                 random_samples<std::uint8_t>(std::size_t{4000} * 8 * 3, 6)};
     const auto decoded =
-        decode_by_djpeg(encode_test_picture(noise, {.quality = 100, .colour = Colour::rgb}));
+        decode_by_djpeg(encode_test_picture(noise, {.quality = 100, .color = Color::rgb}));
     ASSERT_TRUE(decoded);
     EXPECT_GT(signal_to_noise(noise, *decoded), 40.0);
 }
@@ -376,7 +376,7 @@ TEST(JPEGStream, DecodesElsewhereAtEverySize)
                         const auto picture =
                             make_test_picture(width, height, channels, kind.sample);
                         const auto decoded = decode_by_djpeg(encode_test_picture(
-                            picture, {.key = key, .quality = 95, .colour = Colour::rgb}));
+                            picture, {.key = key, .quality = 95, .color = Color::rgb}));
                         ASSERT_TRUE(decoded);
                         EXPECT_EQ(decoded->width, width);
                         EXPECT_EQ(decoded->height, height);
@@ -429,7 +429,7 @@ TEST(JPEGStream, KeepsAPhotographAsWellAsAnotherEncoder)
                                " -outfile " + peer.path() + " " + source.path())
                                   .c_str()),
                   0);
-        const Bytes ours = encode_test_picture(photo, {.key = c.key, .colour = Colour::rgb});
+        const Bytes ours = encode_test_picture(photo, {.key = c.key, .color = Color::rgb});
         EXPECT_EQ(JPEGTestSegments(ours).payload(0xDB).size(), 130U);
         const auto peer_picture = decode_by_djpeg(peer.bytes());
         const auto our_picture = decode_by_djpeg(ours);

@@ -147,7 +147,7 @@ struct JPEGTestCoder {
 struct JPEGTestSettings {
     std::uint32_t key = jpeg_sampling_444;
     std::uint32_t quality = 75;
-    NUV_JPEGEncoder::SourceColour colour = NUV_JPEGEncoder::SourceColour::components;
+    NUV_JPEGEncoder::SourceColor color = NUV_JPEGEncoder::SourceColor::components;
     std::uint32_t restart_interval = 0;
     std::uint32_t lines = 0xFFFFFFFF;
     NUV_Cpu cpu = NUV_Cpu::current();
@@ -161,7 +161,7 @@ inline std::vector<std::uint8_t> encode_test_picture(const JPEGTestPicture& pict
     EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels, 8, settings.key,
                                settings.quality),
               jpeg_code_good);
-    coder.set_source_colour(settings.colour);
+    coder.set_source_color(settings.color);
     EXPECT_EQ(test.start(settings.restart_interval), jpeg_code_good);
     for (std::uint32_t y = 0; y < std::min(picture.height, settings.lines); ++y)
         EXPECT_EQ(coder.write_line(picture.line(y)), jpeg_code_good);

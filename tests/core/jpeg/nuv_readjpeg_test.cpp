@@ -100,7 +100,7 @@ const Fixture lossy_fixtures[] = {
     {"adobe_rgb.jpg", "jpeg_adobe", NUV_ColorType::s_rgb},
 };
 
-TEST(ReadJPEG, GivesTheSamplesOfTheReferenceUnderTheColourOfTheFormat)
+TEST(ReadJPEG, GivesTheSamplesOfTheReferenceUnderTheColorOfTheFormat)
 {
     for (const Fixture& stored : lossy_fixtures) {
         const auto expected = decode_by_reference(fixture(stored.file));
@@ -143,9 +143,9 @@ TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
             EXPECT_EQ(outcome.code, NUV_STATUS_OK) << name << ": " << outcome.method;
         }
     }
-    const Outcome colour = read(fixture("lossless_rgb.jpg"));
-    EXPECT_EQ(colour.bytes, anymap_samples("lossless_rgb.ppm", std::size_t{33} * 17 * 3, 1))
-        << colour.method;
+    const Outcome color = read(fixture("lossless_rgb.jpg"));
+    EXPECT_EQ(color.bytes, anymap_samples("lossless_rgb.ppm", std::size_t{33} * 17 * 3, 1))
+        << color.method;
 
     Bytes rounded = anymap_samples("lossless_16.pgm", std::size_t{19} * 13, 2);
     for (std::size_t i = 0; i < rounded.size(); i += 2)

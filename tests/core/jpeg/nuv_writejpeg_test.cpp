@@ -17,27 +17,27 @@ namespace nuv {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using Colour = NUV_JPEGEncoder::SourceColour;
+using Color = NUV_JPEGEncoder::SourceColor;
 
 constexpr std::uint32_t no_restarts = 0xFFFFFFFF;
 
-NUV_TestImage image_of(const JPEGTestPicture& picture, const NUV_ColorType* colour)
+NUV_TestImage image_of(const JPEGTestPicture& picture, const NUV_ColorType* color)
 {
     return {.width = picture.width,
             .height = picture.height,
             .channels = static_cast<std::uint16_t>(picture.channels),
-            .color_type = colour};
+            .color_type = color};
 }
 
 // The picture through a whole chain into `capacity` bytes; of its lines only the first `lines`
 // arrive.
 Bytes write_picture(NUV_TestChain& chain, const JPEGTestPicture& picture,
-                    const NUV_ColorType* colour, NUV_EncodeJPEGAttributes* option,
+                    const NUV_ColorType* color, NUV_EncodeJPEGAttributes* option,
                     std::size_t capacity = 1 << 20, std::uint32_t lines = 0xFFFFFFFF)
 {
     Bytes samples = picture.samples;
     samples.resize(std::min(picture.height, lines) * picture.line_bytes());
-    return write_lines<NUV_WriteJPEG>(chain, image_of(picture, colour), samples, option, capacity);
+    return write_lines<NUV_WriteJPEG>(chain, image_of(picture, color), samples, option, capacity);
 }
 
 TEST(WriteJPEGOption, CutsQualityAtAHundred)
@@ -55,28 +55,28 @@ TEST(WriteJPEG, TakesQuality75AndHalfWidthChromaWithoutAnOption)
     const JPEGTestPicture picture = busy_picture(40, 30, 3);
     NUV_TestChain chain;
     EXPECT_EQ(write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr),
-              encode_test_picture(
-                  picture, {.key = jpeg_sampling_422, .quality = 75, .colour = Colour::rgb}));
+              encode_test_picture(picture,
+                                  {.key = jpeg_sampling_422, .quality = 75, .color = Color::rgb}));
     EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
 }
 
-TEST(WriteJPEG, TreatsEachColourAsItsKindAsks)
+TEST(WriteJPEG, TreatsEachColorAsItsKindAsks)
 {
     struct Case {
         const NUV_ColorType* type;
         std::uint32_t channels;
         std::uint32_t asked;
         std::uint32_t written;
-        Colour colour;
+        Color color;
     };
-    constexpr Colour plain = Colour::components;
+    constexpr Color plain = Color::components;
     const Case cases[] = {
-        {NUV_ColorType::s_rgb, 3, 0x111111, 0x111111, Colour::rgb},
-        {NUV_ColorType::s_rgb, 3, 0x221111, 0x221111, Colour::rgb},
-        {NUV_ColorType::s_rgb, 3, 0x411111, 0x411111, Colour::rgb},
-        {NUV_ColorType::s_rgb, 3, 0x121111, 0x111111, Colour::rgb},
-        {NUV_ColorType::s_rgb, 3, 0, 0x111111, Colour::rgb},
-        {NUV_ColorType::adobe_rgb, 3, 0x211111, 0x211111, Colour::rgb},
+        {NUV_ColorType::s_rgb, 3, 0x111111, 0x111111, Color::rgb},
+        {NUV_ColorType::s_rgb, 3, 0x221111, 0x221111, Color::rgb},
+        {NUV_ColorType::s_rgb, 3, 0x411111, 0x411111, Color::rgb},
+        {NUV_ColorType::s_rgb, 3, 0x121111, 0x111111, Color::rgb},
+        {NUV_ColorType::s_rgb, 3, 0, 0x111111, Color::rgb},
+        {NUV_ColorType::adobe_rgb, 3, 0x211111, 0x211111, Color::rgb},
         {NUV_ColorType::ycbcr, 3, 0x221111, 0x221111, plain},
         {NUV_ColorType::ycbcr, 3, 0x411111, 0x411111, plain},
         {NUV_ColorType::itu_lab, 3, 0x221111, 0x111111, plain},
@@ -94,7 +94,7 @@ TEST(WriteJPEG, TreatsEachColourAsItsKindAsks)
         EXPECT_EQ(write_picture(chain, picture, c.type, &option),
                   encode_test_picture(picture, {.key = c.written,
                                                 .quality = 60,
-                                                .colour = c.colour,
+                                                .color = c.color,
                                                 .restart_interval = no_restarts}));
     }
 }
@@ -104,13 +104,13 @@ TEST(WriteJPEG, WritesTheSameToEveryKindOfStorage)
     const JPEGTestPicture picture = busy_picture(200, 50, 3);
     NUV_WriteJPEGOption option(95, jpeg_sampling_420, 0);
     const Bytes expected = encode_test_picture(
-        picture, {.key = jpeg_sampling_420, .quality = 95, .colour = Colour::rgb});
+        picture, {.key = jpeg_sampling_420, .quality = 95, .color = Color::rgb});
     ASSERT_GT(expected.size(), 4096U);
 
     for (const std::uint32_t lines : {50U, 20U}) { // whole, and cut short with a height to correct
         const Bytes stream = encode_test_picture(
             picture,
-            {.key = jpeg_sampling_420, .quality = 95, .colour = Colour::rgb, .lines = lines});
+            {.key = jpeg_sampling_420, .quality = 95, .color = Color::rgb, .lines = lines});
         const JPEGTestFile file;
         NUV_TestChain chain;
         auto to_file = make_initiated<NUV_FileOutputStorage>(chain.manager(), file.path().c_str());
@@ -167,7 +167,7 @@ TEST(WriteJPEG, ClosesAChainThatBreaksOff)
             write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr, 1 << 16, lines);
         EXPECT_EQ(stream,
                   encode_test_picture(
-                      picture, {.key = jpeg_sampling_422, .colour = Colour::rgb, .lines = lines}));
+                      picture, {.key = jpeg_sampling_422, .color = Color::rgb, .lines = lines}));
         EXPECT_EQ(JPEGTestSegments(stream).payload(0xC0)[2], lines == 0 ? 40 : lines);
     }
 }
@@ -200,7 +200,7 @@ TEST(WriteJPEG, FailsWhereverTheDestinationEnds)
     const JPEGTestPicture picture = busy_picture(17, 20, 3);
     for (const std::uint32_t lines : {20U, 11U}) {
         const Bytes whole = encode_test_picture(
-            picture, {.key = jpeg_sampling_422, .colour = Colour::rgb, .lines = lines});
+            picture, {.key = jpeg_sampling_422, .color = Color::rgb, .lines = lines});
         const std::size_t height_position = JPEGTestSegments(whole).segments[3].position + 2;
         for (std::size_t capacity = 1; capacity <= whole.size(); ++capacity) {
             NUV_TestChain chain;

@@ -221,20 +221,20 @@ TEST(WriteLosslessJPEG, OptimisesForThePicture)
 }
 
 // Whatever the samples mean, their bits are what counts.
-TEST(WriteLosslessJPEG, ConvertsNeitherColoursNorSigns)
+TEST(WriteLosslessJPEG, ConvertsNeitherColorsNorSigns)
 {
     for (const std::uint32_t channels : {1U, 3U}) {
         const Picture picture = make_picture(9, 5, channels, 16, Content::noise);
         const Bytes expected = write_picture(picture, false);
-        for (const NUV_ColorType* colour :
+        for (const NUV_ColorType* color :
              {NUV_ColorType::gray, NUV_ColorType::gray_reverse, NUV_ColorType::lstar,
               NUV_ColorType::s_rgb, NUV_ColorType::adobe_rgb, NUV_ColorType::ycbcr,
               NUV_ColorType::itu_lab, NUV_ColorType::icc_lab, NUV_ColorType::cmy}) {
-            if (!colour->valid_channels(static_cast<std::uint16_t>(channels)))
+            if (!color->valid_channels(static_cast<std::uint16_t>(channels)))
                 continue;
             for (const NUV_DataType* type : {NUV_DataType::u_integer, NUV_DataType::s_integer}) {
                 NUV_TestImage image = image_of(picture);
-                image.color_type = colour;
+                image.color_type = color;
                 image.data_type = type;
                 NUV_TestChain chain;
                 const Bytes written = write_lines<NUV_WriteLosslessJPEG>(

@@ -100,7 +100,7 @@ TYPED_TEST(Lut, ReplacesEverySampleByItsEntryOfAnyType)
     expect_entries<TypeParam, double>();
 }
 
-TEST(LutResult, HasTheColourAndTheTypeThatItIsGiven)
+TEST(LutResult, HasTheColorAndTheTypeThatItIsGiven)
 {
     NUV_TestChain chain;
     chain.source<std::uint8_t>({.width = 2, .color_type = NUV_ColorType::gray}, {0, 255});

@@ -142,7 +142,7 @@ TEST(Rotate90, AppendsNothingForWholeTurns)
     }
 }
 
-TEST(Rotate90, KeepsPaletteAndColour)
+TEST(Rotate90, KeepsPaletteAndColor)
 {
     NUV_TestChain chain;
     chain.blank_source({.width = 3, .height = 2, .palette = true});

@@ -74,11 +74,11 @@ TEST(Sunras, DecodesToTheSamplesOfTheToolsThatWroteIt)
               last_bytes("pnm/colour.ppm", std::size_t{5} * 13 * 3));
 }
 
-TEST(Sunras, IndicesAndTheirPaletteGiveTheColours)
+TEST(Sunras, IndicesAndTheirPaletteGiveTheColors)
 {
     struct Case {
         const char* file;
-        const char* colours;
+        const char* colors;
         std::size_t samples_per_pixel; // of the anymap
     };
     for (const Case& c : {Case{"sunras/seven_colours.ras", "pnm/seven_colours.ppm", 3},
@@ -92,17 +92,17 @@ TEST(Sunras, IndicesAndTheirPaletteGiveTheColours)
         EXPECT_EQ(palette.entries, 256u);
         EXPECT_EQ(chain.header().color_type(), NUV_ColorType::s_rgb);
         const Bytes entries(palette.value(), palette.value() + 3 * std::size_t{palette.entries});
-        Bytes colours;
+        Bytes colors;
         for (const std::uint8_t index : chain.run_bytes()) {
             for (std::size_t s = 0; s < c.samples_per_pixel; ++s)
-                colours.push_back(entries[std::size_t{3} * index + s]);
+                colors.push_back(entries[std::size_t{3} * index + s]);
         }
-        EXPECT_EQ(colours, last_bytes(c.colours, 65 * c.samples_per_pixel));
+        EXPECT_EQ(colors, last_bytes(c.colors, 65 * c.samples_per_pixel));
     }
 }
 
 // Lines have an even number of bytes in the file, and colours lie blue first but in type 3.
-TEST(Sunras, TurnsColoursAroundUnlessTheyAreStoredRedFirst)
+TEST(Sunras, TurnsColorsAroundUnlessTheyAreStoredRedFirst)
 {
     struct Case {
         const char* what;

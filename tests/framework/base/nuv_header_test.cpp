@@ -9,7 +9,7 @@
 namespace nuv {
 namespace {
 
-TEST(Header, IsValidForSamplesThatTypeColourAndPaletteAllow)
+TEST(Header, IsValidForSamplesThatTypeColorAndPaletteAllow)
 {
     struct Case {
         const char* what;
