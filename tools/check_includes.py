@@ -6,7 +6,7 @@
 The rules, which docs/style.md explains:
   - A project header is named from the repository root, in quotes, and exists.
   - framework includes framework alone, and inside it an area never includes one further right:
-    base < include, utility < io, buffer < engine < manager.
+    base < containers, utility < io, buffer < engine < manager.
   - A core module includes framework, core/include and the root headers of other core modules;
     core/include does not include modules; there is no cycle.
   - An extension module includes framework, core and the root headers of other extension modules;
@@ -29,7 +29,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 SOURCES = {".h", ".cpp", ".inc"}
 TOP_FOLDERS = ("framework", "core", "extension", "wrapper", "tests", "fuzz", "benchmarks", "tools",
                "examples")
-FRAMEWORK_RANK = {"base": 0, "include": 1, "utility": 1, "io": 2, "buffer": 2, "engine": 3,
+FRAMEWORK_RANK = {"base": 0, "containers": 1, "utility": 1, "io": 2, "buffer": 2, "engine": 3,
                   "manager": 4}
 ALLOWED_TOPS = {
     "framework": {"framework"},

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_header.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <bit>
 #include <cstddef>

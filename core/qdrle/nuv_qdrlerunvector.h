@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/qdrle/nuv_qdrlerun.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <cstdint>
 #include <span>

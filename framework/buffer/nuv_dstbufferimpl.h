@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/buffer/nuv_dstbuffer.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 
 namespace nuv {
 

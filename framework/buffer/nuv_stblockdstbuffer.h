@@ -1,8 +1,8 @@
 #pragma once
 
 #include "framework/buffer/nuv_dstbufferbase.h"
-#include "framework/include/nuv_list.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_list.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <cstddef>
 #include <cstdint>

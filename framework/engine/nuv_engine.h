@@ -3,7 +3,7 @@
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_object.h"
 #include "framework/buffer/nuv_srcbuffer.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/include/nuv_basicstring.h"
+#include "framework/containers/nuv_basicstring.h"
 #include "framework/io/nuv_inputstorage.h"
 #include "framework/io/nuv_namableimpl.h"
 #include "framework/io/nuv_posixlowlevelfile.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 #include "framework/io/nuv_decorator.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_object.h"
-#include "framework/include/nuv_map.h"
+#include "framework/containers/nuv_map.h"
 
 #include <functional>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "framework/buffer/nuv_dstbuffer.h"
+#include "framework/containers/nuv_list.h"
+#include "framework/containers/nuv_map.h"
 #include "framework/engine/nuv_engine.h"
-#include "framework/include/nuv_list.h"
-#include "framework/include/nuv_map.h"
 
 namespace nuv {
 

@@ -3,9 +3,9 @@
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_engine.h"
-#include "framework/include/nuv_managerimpl.h"
 #include "framework/manager/nuv_blockworkflow.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
+#include "framework/manager/nuv_managerimpl.h"
 #include "tests/support/nuv_failingmemory.h"
 
 #include <cstddef>

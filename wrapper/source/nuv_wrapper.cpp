@@ -2,8 +2,8 @@
 
 #include "core/lut/nuv_lutdata.h"
 #include "framework/base/nuv_held.h"
+#include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_engine.h"
-#include "framework/include/nuv_vector.h"
 #include "framework/io/nuv_inputstorage.h"
 #include "framework/io/nuv_outputstorage.h"
 #include "framework/manager/nuv_createmanager.h"

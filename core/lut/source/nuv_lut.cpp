@@ -2,8 +2,8 @@
 
 #include "core/lut/source/nuv_lutkernels.h"
 #include "framework/base/nuv_version.h"
+#include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
-#include "framework/include/nuv_vector.h"
 
 #include <algorithm>
 #include <cstddef>

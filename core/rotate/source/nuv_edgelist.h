@@ -2,7 +2,7 @@
 
 #include "core/qdrle/nuv_qdrlerunvector.h"
 #include "framework/base/nuv_object.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <cstddef>
 #include <cstdint>

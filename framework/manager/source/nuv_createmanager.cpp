@@ -1,9 +1,9 @@
 #include "framework/manager/nuv_createmanager.h"
 
-#include "framework/include/nuv_managerimpl.h"
 #include "framework/manager/nuv_blockworkflow.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "framework/manager/nuv_mallocmemorymanager.h"
+#include "framework/manager/nuv_managerimpl.h"
 
 #include <cstdlib>
 #include <new>

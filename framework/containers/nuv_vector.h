@@ -1,8 +1,8 @@
 #pragma once
 
 #include "framework/base/nuv_utility.h"
-#include "framework/include/nuv_allocator.h"
-#include "framework/include/nuv_guard.h"
+#include "framework/containers/nuv_allocator.h"
+#include "framework/containers/nuv_guard.h"
 
 #include <cstddef>
 #include <span>

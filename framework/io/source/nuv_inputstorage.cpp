@@ -1,5 +1,4 @@
 #include "framework/io/nuv_inputstorage.h"
-#include "framework/io/nuv_outputstorage.h"
 
 #include <algorithm>
 #include <chrono>
@@ -35,20 +34,6 @@ bool NUV_InputStorage::to_from_end(std::int32_t bytes)
 {
     const std::int32_t distance = std::max(bytes, -size());
     return to_end() && move(distance) == distance;
-}
-
-bool NUV_OutputStorage::to(std::int32_t offset)
-{
-    if (!to_begin())
-        return false;
-    return offset < 1 || move(offset) > 0;
-}
-
-bool NUV_OutputStorage::to_from_end(std::int32_t bytes)
-{
-    if (!to_end())
-        return false;
-    return bytes >= 0 || move(bytes) < 0;
 }
 
 } // namespace nuv

@@ -1,7 +1,7 @@
-#include "framework/include/nuv_basicstring.h"
-#include "framework/include/nuv_list.h"
-#include "framework/include/nuv_map.h"
-#include "framework/include/nuv_vector.h"
+#include "framework/containers/nuv_basicstring.h"
+#include "framework/containers/nuv_list.h"
+#include "framework/containers/nuv_map.h"
+#include "framework/containers/nuv_vector.h"
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
