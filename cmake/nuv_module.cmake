@@ -20,7 +20,7 @@ function(nuv_gtest name)
         ENVIRONMENT "NUV_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data")
 endfunction()
 
-# nuv_test(<name> <sources...>): one gtest program over nuv_internal, run whole by ctest.
+# nuv_test(<area>_<module>_test <sources...>): one gtest program over nuv_internal, run whole by ctest.
 function(nuv_test name)
     nuv_gtest(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE nuv_test_support nuv_internal)
