@@ -1,116 +1,169 @@
 // Any sequence of calls on one wrapper: each byte of the input is a call or one of its numbers.
+// Every member of the exported class has its entry here, which the build checks.
 
 #include "wrapper/nuv_wrapper.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+
+#include "fuzz/nuv_numbers.h"
 
 namespace {
 
-// What the calls take their numbers from; zeros behind the end.
-class Numbers {
-public:
-    Numbers(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
+using nuv::NUV_Numbers;
 
-    [[nodiscard]] bool empty() const { return left_ == 0; }
-    std::uint8_t byte()
-    {
-        if (left_ == 0)
-            return 0;
-        --left_;
-        return *data_++;
-    }
-    // Mostly small, with the ends of the range among them.
-    std::uint32_t size()
-    {
-        const std::uint32_t low = byte();
-        return low < 0xF0 ? low : low << 24 | 0x00FFFFFFU;
-    }
+// Mostly small, with the ends of the range among them.
+std::uint32_t size(NUV_Numbers& numbers)
+{
+    const std::uint32_t low = numbers.byte();
+    return low < 0xF0 ? low : low << 24 | 0x00FFFFFFU;
+}
 
-private:
-    const std::uint8_t* data_;
-    std::size_t left_;
-};
+// What is scaled to has to be allocated, so it is no more than that.
+unsigned scaled(NUV_Numbers& numbers)
+{
+    return numbers.word() % 700;
+}
 
-ImageParam image(Numbers& numbers)
+std::int32_t color(NUV_Numbers& numbers)
 {
     constexpr std::int32_t colors[] = {0, 0x10, 0x11, 0x100, 0x1000, -1};
+    return colors[numbers.byte() % std::size(colors)];
+}
+
+std::uint16_t depth(NUV_Numbers& numbers)
+{
     constexpr std::uint16_t depths[] = {1, 2, 4, 8, 16, 32, 64, 3, 65535};
+    return depths[numbers.byte() % std::size(depths)];
+}
+
+ImageParam image(NUV_Numbers& numbers)
+{
     ImageParam param{};
-    param.width = numbers.size();
-    param.height = numbers.size();
-    param.channels = static_cast<std::uint16_t>(numbers.size());
-    param.bits = depths[numbers.byte() % std::size(depths)];
-    param.color = colors[numbers.byte() % std::size(colors)];
-    param.format = numbers.byte() % 8;
+    param.width = size(numbers);
+    param.height = size(numbers);
+    param.channels = static_cast<std::uint16_t>(size(numbers));
+    param.bits = depth(numbers);
+    param.color = color(numbers);
+    param.format = static_cast<std::int32_t>(numbers.byte() % 8);
     return param;
 }
 
-void call(NuvWrapperClass& job, Numbers& numbers)
+const char* path(NUV_Numbers& numbers)
 {
-    static std::array<unsigned char, 1 << 16> out;
-    static std::array<unsigned char, 1 << 12> in;
-    switch (numbers.byte() % 12) {
-    case 0: {
-        const std::size_t bytes = numbers.size() % in.size();
-        for (std::size_t i = 0; i < bytes; ++i)
-            in[i] = numbers.byte();
-        job.SetSrcMemory(in.data(), static_cast<int>(bytes));
-        break;
-    }
-    case 1:
-        job.SetDstMemory(out.data(), static_cast<int>(numbers.size() % out.size()));
-        break;
-    case 2: {
-        ImageParam param{};
-        job.GetSrcImgInfo(&param);
-        break;
-    }
-    case 3:
-        job.ReadRaster();
-        break;
-    case 4: {
-        ImageParam param = image(numbers);
-        job.ReadRaster(&param);
-        break;
-    }
-    case 5: {
-        ImageParam param = image(numbers);
-        job.ReadStorage(&param);
-        break;
-    }
-    case 6: {
-        ImageParam param = image(numbers);
-        job.ReadStoragePlanar(&param);
-        break;
-    }
-    case 7:
-        job.MirrorX();
-        break;
-    case 8: {
-        WriteJPEGOption option{numbers.byte(), 0x1000 + numbers.byte() % 18};
-        job.WriteJPEG(&option);
-        break;
-    }
-    case 9:
-        job.WriteStorage(nullptr);
-        break;
-    case 10:
-        job.WriteStoragePlanar(nullptr);
-        break;
-    default:
-        job.Execute();
-        break;
-    }
+    constexpr const char* paths[] = {nullptr, "", "/dev/null", "no/such/folder/file"};
+    return paths[numbers.byte() % std::size(paths)];
 }
+
+// Null as often as not, which every record may be.
+template <class T>
+T* or_null(T& record, NUV_Numbers& numbers)
+{
+    return numbers.byte() % 2 == 0 ? &record : nullptr;
+}
+
+using Call = void (*)(NuvWrapperClass& job, NUV_Numbers& numbers);
+
+constexpr Call calls[] = {
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        static std::array<unsigned char, 1 << 12> in;
+        const std::size_t bytes = size(numbers) % in.size();
+        for (std::size_t i = 0; i < bytes; ++i)
+            in[i] = static_cast<unsigned char>(numbers.byte());
+        job.SetSrcMemory(in.data(), static_cast<int>(bytes));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        static std::array<unsigned char, 1 << 16> out;
+        job.SetDstMemory(out.data(), static_cast<int>(size(numbers) % out.size()));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        ImageParam param{};
+        job.GetSrcImgInfo(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers&) { job.ReadRaster(); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        ImageParam param = image(numbers);
+        job.ReadRaster(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        ImageParam param = image(numbers);
+        job.ReadStorage(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        ImageParam param = image(numbers);
+        job.ReadStoragePlanar(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers&) { job.MirrorX(); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        WriteJPEGOption option{static_cast<std::int32_t>(numbers.byte()),
+                               static_cast<std::int32_t>(0x1000 + numbers.byte() % 18)};
+        job.WriteJPEG(or_null(option, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers&) { job.WriteStorage(nullptr); },
+    [](NuvWrapperClass& job, NUV_Numbers&) { job.WriteStoragePlanar(nullptr); },
+    [](NuvWrapperClass& job, NUV_Numbers&) { job.Execute(); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetSrcFile(path(numbers)); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetDstFile(path(numbers)); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        int bytes = 0;
+        job.GetWrittenSize(or_null(bytes, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        job.Rotate90((static_cast<int>(numbers.byte()) - 128) * 45);
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        const unsigned width = scaled(numbers);
+        job.ScaleNN(width, scaled(numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        const unsigned width = scaled(numbers);
+        job.ScaleLI(width, scaled(numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        const unsigned width = scaled(numbers);
+        job.ScaleCC(width, scaled(numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        const unsigned width = scaled(numbers);
+        job.ScalePP(width, scaled(numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        const unsigned width = scaled(numbers);
+        job.ScaleI2VAREx(width, scaled(numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        static std::array<unsigned char, 1 << 18> table; // 4 bytes for each of 2^16 entries
+        LutParam param{table.data(), numbers.word(), depth(numbers), 0};
+        const std::uint32_t seed = numbers.byte();
+        for (std::size_t i = 0; i < table.size(); ++i)
+            table[i] = static_cast<unsigned char>(i * seed);
+        job.LUT(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        constexpr double factors[] = {1, -1, 0.5, 257, 1 / 257.0, 0, 1e300, -1e-300};
+        ConvertDataParam param{};
+        param.slope = factors[numbers.byte() % std::size(factors)];
+        param.offset = factors[numbers.byte() % std::size(factors)];
+        param.bits = depth(numbers);
+        job.ConvertDataType(or_null(param, numbers));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        job.ColorSpace(static_cast<ColorType::eColorType>(color(numbers) & 0x1111));
+    },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
+        WriteLosslessJPEGOption option{static_cast<std::uint8_t>(numbers.byte() % 2)};
+        job.WriteLosslessJPEG(or_null(option, numbers));
+    },
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     NuvWrapperClass job;
-    for (Numbers numbers(data, size); !numbers.empty();)
-        call(job, numbers);
+    for (NUV_Numbers numbers(data, size); !numbers.empty();)
+        calls[numbers.byte() % std::size(calls)](job, numbers);
     return 0;
 }

@@ -9,10 +9,7 @@
 #include "core/qdrle/nuv_qdrlerun.h"
 #include "core/rotate/nuv_rotate90.h"
 #include "core/scale/nuv_scalenn.h"
-#include "framework/base/nuv_status.h"
-#include "framework/engine/nuv_generateengine.h"
-#include "framework/engine/nuv_writeengine.h"
-#include "framework/manager/nuv_createmanager.h"
+#include "tests/support/nuv_testchain.h"
 
 #include <algorithm>
 #include <array>
@@ -20,35 +17,16 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
-#include <span>
+#include <utility>
 #include <vector>
+
+#include "fuzz/nuv_numbers.h"
 
 namespace nuv {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-// What the numbers are taken from; zeros behind the end.
-class Numbers {
-public:
-    Numbers(const std::uint8_t* data, std::size_t size) : left_(data, size) {}
-
-    [[nodiscard]] bool empty() const { return left_.empty(); }
-    std::uint32_t byte()
-    {
-        if (left_.empty())
-            return 0;
-        const std::uint32_t value = left_.front();
-        left_ = left_.subspan(1);
-        return value;
-    }
-    std::uint32_t word() { return byte() | byte() << 8; }
-
-private:
-    std::span<const std::uint8_t> left_;
-};
 
 struct Operation {
     std::uint32_t kind;
@@ -62,7 +40,7 @@ struct Job {
     std::array<Operation, 3> operations;
     Bytes records;
 
-    explicit Job(Numbers numbers)
+    explicit Job(NUV_Numbers numbers)
         : width(1 + numbers.word() % 600),
           height(1 + numbers.byte() % 64),
           block_bytes(1 + numbers.byte())
@@ -96,7 +74,7 @@ private:
         store_run(records.data() + records.size() - NUV_QDRLERun::bytes, {start, end});
     }
     // Mostly a run a little behind the last one and in some lines before it, in two bytes.
-    void append_record(Numbers& numbers)
+    void append_record(NUV_Numbers& numbers)
     {
         const std::uint32_t first = numbers.byte();
         if (first == 0xFF) {
@@ -122,144 +100,68 @@ private:
     std::uint32_t next_ = 0;
 };
 
-class SourceEngine final : public NUV_GenerateEngine {
-public:
-    using NUV_GenerateEngine::NUV_GenerateEngine;
-
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
-                                std::span<const std::uint8_t> bytes, std::uint32_t block_bytes)
-    {
-        left_ = bytes;
-        return NUV_GenerateEngine::initiate(header, dst) && dst->block_bytes(block_bytes);
+void append_operation(NUV_TestChain& chain, const Operation& operation)
+{
+    const auto& numbers = operation.numbers;
+    switch (operation.kind) {
+    case 0:
+        chain.append<NUV_Rotate90>(static_cast<int>(numbers[0] % 8) * 90);
+        break;
+    case 1:
+        chain.append<NUV_Crop>(numbers[0], numbers[1], numbers[2] * 2, numbers[3]);
+        break;
+    case 2:
+        chain.append<NUV_Not>();
+        break;
+    case 3:
+        chain.append<NUV_ScaleNN>(numbers[0] | (numbers[2] & 3) << 8, numbers[1]);
+        break;
+    default:
+        break;
     }
-    [[nodiscard]] bool execute() override
-    {
-        const std::size_t count = std::min<std::size_t>(left_.size(), dst_buffer_->block_bytes());
-        void* out = count > 0 ? dst_buffer_->get() : nullptr;
-        if (!out)
-            return false;
-        std::memcpy(out, left_.data(), count);
-        left_ = left_.subspan(count);
-        return dst_buffer_->release(static_cast<std::uint32_t>(count));
+}
+
+// Without an error there is a whole image. What stands behind the width counts as zero.
+[[nodiscard]] Bytes finished(std::uint32_t width, std::uint32_t height, Bytes bytes)
+{
+    const std::size_t line_bytes = (std::size_t{width} + 7) / 8;
+    if (bytes.size() != line_bytes * height) {
+        std::fprintf(stderr, "%zu bytes of an image of %ux%u\n", bytes.size(), width, height);
+        std::abort();
     }
+    for (std::size_t i = line_bytes; i <= bytes.size(); i += line_bytes)
+        bytes[i - 1] = static_cast<std::uint8_t>(bytes[i - 1] & 0xFFU << (line_bytes * 8 - width));
+    return bytes;
+}
 
-private:
-    std::span<const std::uint8_t> left_;
-};
-
-class SinkEngine final : public NUV_NoOutputEngine, public NUV_BufferInputEngine {
-public:
-    explicit SinkEngine(NUV_Manager& manager)
-        : NUV_NoOutputEngine(manager),
-          NUV_BufferInputEngine(manager)
-    {}
-    bool cleanup() override { return NUV_BufferInputEngine::cleanup(initiated()); }
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_OutputStorage*,
-                                Bytes* bytes)
-    {
-        bytes_ = bytes;
-        return NUV_NoOutputEngine::initiate() && NUV_BufferInputEngine::initiate(header, src);
-    }
-    [[nodiscard]] bool execute() override
-    {
-        std::uint32_t count = 0;
-        const auto* block = static_cast<const std::uint8_t*>(src_buffer_->get(&count));
-        if (!block)
-            return false;
-        bytes_->insert(bytes_->end(), block, block + count);
-        return src_buffer_->release();
-    }
-
-private:
-    Bytes* bytes_ = nullptr;
-};
-
-class Chain final : public NUV_EngineCreator {
-public:
-    using NUV_EngineCreator::NUV_EngineCreator;
-
-    // The image as packed bits, after the operations on runs or, when `bits_first`, on bits.
-    // Nothing after an error, and where runs as they came would be decoded: their order then
-    // counts.
-    [[nodiscard]] std::optional<Bytes> run(const Job& job, bool bits_first)
-    {
-        NUV_Header header(manager());
-        header.width(job.width);
-        header.height(job.height);
-        header.channels(1);
-        header.bits(1);
-        header.encode_type(NUV_EncodeType::qd_rle);
-        NUV_Engine* last = append_generator<SourceEngine>(
-            &header, std::span<const std::uint8_t>(job.records), job.block_bytes);
-        const NUV_Engine* const source = last;
-        if (bits_first) { // inverting puts runs of any kind in order, decoding does not
-            last = NUV_Not(manager()).engine(NUV_Not(manager()).engine(last));
-            last = NUV_DecodeQDRLE(manager()).engine(last);
-        }
-        for (const Operation& operation : job.operations)
-            last = append_operation(last, operation);
-        const bool is_ordered = last != source;
-        last = NUV_DecodeQDRLE(manager()).engine(last);
-        Bytes bytes;
-        NUV_Engine* sink = last ? append_writer<SinkEngine>(*last, nullptr, &bytes) : nullptr;
-        if (!sink)
-            return std::nullopt;
-        NUV_Header result(manager());
-        if (!result.copy(*last->header()))
-            return std::nullopt;
-        while (sink->execute()) {
-        }
-        sink->end();
-        if (manager().status().has_error())
-            return std::nullopt;
-        bytes = finished(result, std::move(bytes));
-        return is_ordered ? std::optional(bytes) : std::nullopt;
-    }
-
-private:
-    [[nodiscard]] NUV_Engine* append_operation(NUV_Engine* last, const Operation& operation)
-    {
-        const auto& numbers = operation.numbers;
-        switch (operation.kind) {
-        case 0:
-            return NUV_Rotate90(manager()).engine(last, static_cast<int>(numbers[0] % 8) * 90);
-        case 1:
-            return NUV_Crop(manager()).engine(last, numbers[0], numbers[1], numbers[2] * 2,
-                                              numbers[3]);
-        case 2:
-            return NUV_Not(manager()).engine(last);
-        case 3:
-            return NUV_ScaleNN(manager()).engine(last, numbers[0] | (numbers[2] & 3) << 8,
-                                                 numbers[1]);
-        default:
-            return last;
-        }
-    }
-
-    // Without an error there is a whole image. What stands behind the width counts as zero.
-    [[nodiscard]] static Bytes finished(const NUV_Header& header, Bytes bytes)
-    {
-        const std::size_t line_bytes = header.line_bytes();
-        if (bytes.size() != line_bytes * header.height()) {
-            std::fprintf(stderr, "%zu bytes of an image of %ux%u\n", bytes.size(), header.width(),
-                         header.height());
-            std::abort();
-        }
-        const unsigned pad = static_cast<unsigned>(line_bytes * 8 - header.width());
-        for (std::size_t i = line_bytes; i <= bytes.size(); i += line_bytes)
-            bytes[i - 1] = static_cast<std::uint8_t>(bytes[i - 1] & 0xFFU << pad);
-        return bytes;
-    }
-};
-
+// The image as packed bits, after the operations on runs or, when `bits_first`, on bits. Nothing
+// after an error, and where runs as they came would be decoded: their order then counts.
 [[nodiscard]] std::optional<Bytes> run(const Job& job, bool bits_first)
 {
-    NUV_Manager* manager = create_manager(0);
-    std::optional<Bytes> bytes;
-    if (manager)
-        bytes = Chain(*manager).run(job, bits_first);
-    destroy_manager(manager);
-    return bytes;
+    NUV_TestChain chain; // which complains about whatever it leaves
+    chain.source_bytes({.width = job.width,
+                        .height = job.height,
+                        .bits = 1,
+                        .encode_type = NUV_EncodeType::qd_rle},
+                       job.records, job.block_bytes);
+    const NUV_Engine* const source = chain.last();
+    if (bits_first) { // inverting puts runs of any kind in order, decoding does not
+        chain.append<NUV_Not>();
+        chain.append<NUV_Not>();
+        chain.append<NUV_DecodeQDRLE>();
+    }
+    for (const Operation& operation : job.operations)
+        append_operation(chain, operation);
+    const bool is_ordered = chain.last() != source;
+    if (!chain.append<NUV_DecodeQDRLE>())
+        return std::nullopt;
+    const std::uint32_t width = chain.header().width();
+    const std::uint32_t height = chain.header().height();
+    Bytes bytes = chain.run_bytes();
+    if (chain.status().has_error())
+        return std::nullopt;
+    bytes = finished(width, height, std::move(bytes));
+    return is_ordered ? std::optional(bytes) : std::nullopt;
 }
 
 } // namespace
@@ -267,7 +169,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const nuv::Job job(nuv::Numbers(data, size));
+    const nuv::Job job(nuv::NUV_Numbers(data, size));
     const auto from_runs = nuv::run(job, false);
     const bool scales = std::ranges::any_of(
         job.operations, [](const nuv::Operation& operation) { return operation.kind == 3; });
