@@ -14,7 +14,8 @@ The rules, which docs/style.md explains:
   - wrapper includes all of them. Nobody includes wrapper, but for its own tests, and for benchmarks
     and fuzzers, which may use its public header.
   - A header in a folder of a module is private: it is included by its own module, by the tests of
-    that module, and by benchmarks and fuzzers, which measure and attack what nobody else sees.
+    that module, by tests/forms, which compares the kernels of all modules, and by benchmarks and
+    fuzzers, which measure and attack what nobody else sees.
   - A module of several rooms has an order among them (ROOM_RANK); a room includes its own headers
     and those of rooms further left, and never a neighbour of the same rank.
   - Tools and examples are users of the library: they include <nuv/nuv_wrapper.h> and their own
@@ -72,7 +73,7 @@ def may_see_private(path, module):
     folder = path.rsplit("/", 1)[0]
     if folder == module or folder.startswith(module + "/"):
         return True
-    if folder.split("/")[0] in ("benchmarks", "fuzz"):
+    if folder.split("/")[0] in ("benchmarks", "fuzz") or folder == "tests/forms":
         return True
     if not folder.startswith("tests/"):
         return False

@@ -1,6 +1,5 @@
 #include "core/colormatrix/nuv_colormatrix.h"
 
-#include "core/colormatrix/source/nuv_colormatrixkernels.h"
 #include "tests/support/nuv_model_color.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_testsamples.h"
@@ -127,43 +126,6 @@ TEST(ColorMatrixIdentity, AppendsNothingUnlessSomethingChanges)
         EXPECT_TRUE(append(chain, 3, c.factors, c.offsets, true, c.target));
         EXPECT_EQ(chain.last() != source, c.appends);
         EXPECT_EQ(chain.header().color_type(), c.target ? c.target : NUV_ColorType::s_rgb);
-    }
-}
-
-TEST(ColorMatrixKernels, AgreeWithThePortableOne)
-{
-    if (!NUV_Cpu::current().has_avx2)
-        GTEST_SKIP() << "no AVX2 here";
-    constexpr std::size_t margin = 32;
-    struct Shape {
-        std::size_t rows;
-        std::size_t columns;
-        bool is_sparse; // 0 in the middle of the first row and at the end of the last
-    };
-    for (const Shape& shape : {Shape{1, 3, false}, {3, 3, false}, {3, 3, true}, {3, 1, false}}) {
-        for (std::uint64_t seed = 0; seed < 8; ++seed) {
-            std::vector<std::int32_t> factors;
-            for (const auto factor : random_samples<std::int16_t>(shape.columns * shape.rows, seed))
-                factors.push_back(seed < 4 ? factor / 8 : factor);
-            if (shape.is_sparse)
-                factors[1] = factors[8] = 0;
-            std::vector<std::int32_t> offsets;
-            for (const auto offset : random_samples<std::int16_t>(shape.rows, seed))
-                offsets.push_back(offset * 64);
-            const NUV_MatrixView<std::int32_t> matrix{factors.data(), offsets.data(), shape.rows,
-                                                      shape.columns};
-            for (std::size_t pixels = 0; pixels < 90; ++pixels) {
-                const auto in = random_samples<std::uint8_t>(shape.columns * pixels, pixels);
-                std::vector<std::uint8_t> wanted(shape.rows * pixels + margin, 0xA5);
-                std::vector<std::uint8_t> got(wanted);
-                matrix_row_portable<std::uint8_t, std::int32_t, 0, 0>(in.data(), wanted.data(),
-                                                                      pixels, matrix);
-                matrix_row_avx2(in.data(), got.data(), pixels, matrix);
-                ASSERT_EQ(got, wanted) << shape.rows << " rows, " << pixels << " pixels";
-                std::vector<std::uint8_t> exact(shape.rows * pixels); // for the sanitizer
-                matrix_row_avx2(in.data(), exact.data(), pixels, matrix);
-            }
-        }
     }
 }
 

@@ -1,6 +1,5 @@
 #include "core/dlut/nuv_dlut.h"
 
-#include "core/dlut/source/nuv_dlutkernels.h"
 #include "tests/support/nuv_model_color.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_testsamples.h"
@@ -108,33 +107,6 @@ TYPED_TEST(DLut, OfTheIdentityIsTheIdentity)
         ASSERT_EQ(got.size(), image.size());
         for (std::size_t i = 0; i < image.size(); ++i)
             EXPECT_NEAR(got[i], image[i], i < std::size_t{2} * channels ? 0 : 1);
-    }
-}
-
-TEST(DLutKernels, AgreeWithThePortableOne)
-{
-    if (!NUV_Cpu::current().has_avx2)
-        GTEST_SKIP() << "no AVX2 here";
-    constexpr std::size_t points = 33;
-    constexpr std::size_t margin = 32;
-    const auto samples = random_samples<std::uint8_t>(points * points * points * 4, 1);
-    std::vector<std::uint32_t> places(257);
-    for (std::uint32_t v = 0; v < 256; ++v) // whatever the fractions, they must agree
-        places[v] = v / 8 << dlut_fraction_bits | (v * 2663 % 41 * 409);
-    for (const auto outputs : std::initializer_list<std::size_t>{1, 3, 4}) {
-        const NUV_DLutGrid<std::uint8_t> grid{
-            samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, outputs};
-        for (std::size_t pixels = 0; pixels < 40; ++pixels) {
-            // On the heap and of their exact sizes, for the sanitizer.
-            const auto in = random_samples<std::uint8_t>(3 * pixels, pixels);
-            std::vector<std::uint8_t> wanted(outputs * pixels + margin, 0xA5);
-            std::vector<std::uint8_t> got(wanted);
-            choose_dlut_row_portable<std::uint8_t>(3)(in.data(), wanted.data(), pixels, grid);
-            dlut_row_avx2(in.data(), got.data(), pixels, grid);
-            ASSERT_EQ(got, wanted) << outputs << " outputs, " << pixels << " pixels";
-            std::vector<std::uint8_t> exact(outputs * pixels);
-            dlut_row_avx2(in.data(), exact.data(), pixels, grid);
-        }
     }
 }
 

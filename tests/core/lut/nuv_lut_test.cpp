@@ -1,8 +1,6 @@
 #include "core/lut/nuv_lut.h"
 
-#include "core/lut/source/nuv_lutkernels.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testrow.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
@@ -268,39 +266,6 @@ TEST(LutData, ComparesBytesWithItsNumbers)
     EXPECT_EQ(table->value(), before);
     EXPECT_TRUE(table->value(nullptr, 0));
     EXPECT_FALSE(table->is_valid());
-}
-
-TEST(LutKernels, AgreeWithThePortableOne)
-{
-    using Form = LutRow<std::uint8_t, std::uint8_t>;
-    const NUV_Cpu& cpu = NUV_Cpu::current();
-    if (!cpu.has_avx2)
-        GTEST_SKIP() << "no AVX2 here";
-    const auto tables = random_samples<std::uint8_t>(1024, 3);
-    const auto check = [&](std::size_t channels, Form form) {
-        SCOPED_TRACE(channels);
-        const auto bind = [&](Form bound) {
-            return [&tables, channels, bound](auto* in, auto* out, auto pixels) {
-                bound(in, out, pixels, channels, tables.data());
-            };
-        };
-        const Form portable = lut_row_portable<std::uint8_t, std::uint8_t>;
-        NUV_TestRow<std::uint8_t> row(/*capacity=*/200);
-        row.expect_same(bind(portable), bind(form), channels);
-
-        std::vector<std::uint8_t> all(256 * channels); // every sample in every channel
-        for (std::size_t i = 0; i < all.size(); ++i)
-            all[i] = static_cast<std::uint8_t>(i / channels);
-        std::vector<std::uint8_t> wanted(all.size());
-        std::vector<std::uint8_t> got(all.size());
-        portable(all.data(), wanted.data(), 256, channels, tables.data());
-        form(all.data(), got.data(), 256, channels, tables.data());
-        EXPECT_EQ(got, wanted);
-    };
-    check(1, lut_row_portable<std::uint8_t, std::uint8_t, 1>);
-    check(1, lut_row_avx2);
-    for (std::size_t channels = 1; cpu.has_avx512vbmi && channels <= 4; ++channels)
-        check(channels, lut_row_avx512vbmi);
 }
 
 } // namespace

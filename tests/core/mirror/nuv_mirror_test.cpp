@@ -1,8 +1,6 @@
 #include "core/mirror/nuv_mirrorx.h"
 #include "core/mirror/nuv_mirrory.h"
-#include "core/mirror/source/nuv_mirrorx_kernels.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testrow.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
@@ -206,22 +204,6 @@ TEST(MirrorRefusal, SurvivesEveryFailedAllocation)
         chain.append<NUV_MirrorY>();
         static_cast<void>(chain.run_bytes());
     });
-}
-
-TEST(MirrorKernels, EveryFormAgreesWithThePortableOne)
-{
-    for (const std::size_t pixel_bytes : {1U, 2U, 3U, 6U}) {
-        const MirrorRow form = choose_mirror_row(NUV_Cpu::current(), pixel_bytes);
-        if (form == mirror_row_portable(pixel_bytes))
-            GTEST_SKIP() << "no AVX2 here";
-        const NUV_TestRow<std::uint8_t> row(/*capacity=*/100);
-        const auto bind = [=](MirrorRow mirror_row) {
-            return [=](const std::uint8_t* in, std::uint8_t* out, std::size_t bytes) {
-                mirror_row(in, out, bytes / pixel_bytes, pixel_bytes);
-            };
-        };
-        row.expect_same(bind(mirror_row_portable<0>), bind(form));
-    }
 }
 
 } // namespace

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "framework/base/nuv_cpu.h"
+#include "tests/support/nuv_testsamples.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace nuv {
+
+// The levels of processors that the library knows, the portable one first.
+struct NUV_TestLevel {
+    const char* name;
+    NUV_Cpu cpu;
+    [[nodiscard]] bool runs_here() const
+    {
+        const NUV_Cpu& here = NUV_Cpu::current();
+        return here.has_sse2 >= cpu.has_sse2 && here.has_avx2 >= cpu.has_avx2 &&
+               here.has_avx512vbmi >= cpu.has_avx512vbmi;
+    }
+};
+inline constexpr NUV_TestLevel test_levels[] = {
+    {"portable", {}},
+    {"SSE2", {.has_sse2 = true}},
+    {"AVX2", {.has_sse2 = true, .has_avx2 = true}},
+    {"AVX-512", {.has_sse2 = true, .has_avx2 = true, .has_avx512vbmi = true}},
+};
+
+// What one call of a form is made with. The same round draws the same.
+class NUV_FormArguments {
+public:
+    explicit NUV_FormArguments(std::size_t round) : round_(round), random_(round) {}
+
+    // 0 to `most`, all of them in turn as the rounds go on.
+    [[nodiscard]] std::size_t length(std::size_t most) const { return round_ % (most + 1); }
+    [[nodiscard]] std::size_t number(std::size_t least, std::size_t most)
+    {
+        return least + static_cast<std::size_t>(random_()) % (most - least + 1);
+    }
+    template <class V>
+    [[nodiscard]] V one_of(std::initializer_list<V> values)
+    {
+        return values.begin()[number(0, values.size() - 1)];
+    }
+    // Random values of any alignment, which may be changed. Their memory ends behind the last one,
+    // so that a sanitizer sees who reads on.
+    template <class T>
+    [[nodiscard]] T* input(std::size_t count)
+    {
+        const std::size_t before = number(1, 16);
+        const auto memory =
+            std::make_shared<std::vector<T>>(random_samples<T>(before + count, random_()));
+        held_.push_back(memory);
+        return memory->data() + before;
+    }
+
+private:
+    std::size_t round_;
+    std::mt19937_64 random_;
+    std::vector<std::shared_ptr<void>> held_;
+};
+
+// A drawn call, `call(form, out)`, and how many values of `out` it may touch. Gaps in them that the
+// portable form leaves alone are left alone by all. What a form answers in another way belongs in
+// `out`, too.
+template <class Call>
+struct NUV_FormCall {
+    std::size_t outputs;
+    Call call;
+};
+template <class Call>
+NUV_FormCall(std::size_t, Call) -> NUV_FormCall<Call>;
+
+// Compares what choose(cpu) gives for every level that runs here with the portable form, by calls
+// that draw(NUV_FormArguments&) makes: same values at any alignment, and nothing outside them.
+template <class Out, class Form, class Choose, class Draw>
+void expect_same_forms(Form portable, Choose choose, Draw draw, std::size_t rounds = 2000)
+{
+    constexpr std::size_t margin = 64; // of guards on either side
+    Form compared = portable;
+    for (const NUV_TestLevel& level : test_levels) {
+        const Form form = choose(level.cpu);
+        if (!level.runs_here() || form == portable || form == compared)
+            continue;
+        compared = form;
+        for (std::size_t round = 0; round < rounds; ++round) {
+            NUV_FormArguments arguments(round);
+            const auto drawn = draw(arguments);
+            const auto before = random_samples<Out>(drawn.outputs + 2 * margin, round);
+            const std::size_t start = margin - arguments.number(0, 15);
+            auto wanted = before;
+            auto got = before;
+            drawn.call(portable, wanted.data() + start);
+            drawn.call(form, got.data() + start);
+            ASSERT_EQ(got, wanted) << level.name << ", round " << round;
+            const auto behind = static_cast<std::ptrdiff_t>(start + drawn.outputs);
+            ASSERT_TRUE(std::equal(before.begin() + behind, before.end(), got.begin() + behind))
+                << level.name << " writes past the end, round " << round;
+            ASSERT_TRUE(std::equal(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(start),
+                                   before.begin()))
+                << level.name << " writes before the begin, round " << round;
+        }
+    }
+}
+
+// Which forms the levels take, a letter each: "PPAA" when there is a portable and an AVX2 one.
+template <class Choose>
+void expect_chosen(const char* family, const char (&forms)[std::size(test_levels) + 1],
+                   Choose choose)
+{
+    for (std::size_t a = 0; a < std::size(test_levels); ++a) {
+        for (std::size_t b = 0; b < a; ++b) {
+            EXPECT_EQ(choose(test_levels[a].cpu) == choose(test_levels[b].cpu),
+                      !NUV_X86 || forms[a] == forms[b])
+                << family << ": " << test_levels[a].name << " and " << test_levels[b].name;
+        }
+    }
+}
+
+} // namespace nuv
