@@ -36,6 +36,30 @@ public:
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w);
 };
 
+// The forms of the last, which always append: for samples of whole bytes,
+class NUV_CropWidth8xNBits final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w);
+};
+
+// for bits from a byte boundary on,
+class NUV_CropWidth1BitBS final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w);
+};
+
+// and from inside a byte on. NUV_ERR_UNSUPPORTED where columns begin in the other way.
+class NUV_CropWidth1BitIS final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w);
+};
+
 // Images in run form. A line that cannot be read is white.
 class NUV_CropQDRLE final : public NUV_EngineCreator {
 public:

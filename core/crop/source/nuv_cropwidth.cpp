@@ -176,9 +176,30 @@ NUV_Engine* NUV_CropWidth::engine(NUV_Engine* previous, std::uint32_t x, std::ui
     if (x == 0 && w >= header.width())
         return previous;
     if (header.bits() != 1)
-        return append_new<NUV_CropWidth8xNBitsEngine>(*previous, x, w);
+        return NUV_CropWidth8xNBits(manager()).engine(previous, x, w);
     if ((std::uint64_t{header.channels()} * x & 7) == 0)
-        return append_new<NUV_CropWidth1BitBSEngine>(*previous, x, w);
+        return NUV_CropWidth1BitBS(manager()).engine(previous, x, w);
+    return NUV_CropWidth1BitIS(manager()).engine(previous, x, w);
+}
+
+NUV_Engine* NUV_CropWidth8xNBits::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth8xNBits::engine()");
+    return append_new<NUV_CropWidth8xNBitsEngine>(*previous, x, w);
+}
+
+NUV_Engine* NUV_CropWidth1BitBS::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth1BitBS::engine()");
+    return append_new<NUV_CropWidth1BitBSEngine>(*previous, x, w);
+}
+
+NUV_Engine* NUV_CropWidth1BitIS::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth1BitIS::engine()");
     return append_new<NUV_CropWidth1BitISEngine>(*previous, x, w);
 }
 

@@ -193,15 +193,42 @@ TEST(CropRefusal, SaysWhyAndLeavesNothingBehind)
     }
 }
 
+// Bits 3 and 8 of a line, by the form for the other.
+TEST(CropRefusal, FormsOfColumnsServeTheirBitsAlone)
+{
+    const NUV_TestImage bilevel{.width = 20, .height = 2, .bits = 1};
+    NUV_TestChain chains[3];
+    for (NUV_TestChain& chain : chains)
+        chain.blank_source(bilevel);
+    EXPECT_FALSE(chains[0].append<NUV_CropWidth1BitBS>(3U, 4U));
+    EXPECT_FALSE(chains[1].append<NUV_CropWidth1BitIS>(8U, 4U));
+    EXPECT_FALSE(chains[2].append<NUV_CropWidth8xNBits>(8U, 4U));
+    const char* methods[] = {"NUV_CropWidth1BitBSEngine::initiate()",
+                             "NUV_CropWidth1BitISEngine::initiate()",
+                             "NUV_CropWidth8xNBitsEngine::initiate()"};
+    for (std::size_t i = 0; i < std::size(chains); ++i) {
+        EXPECT_EQ(chains[i].status().code, NUV_ERR_UNSUPPORTED);
+        EXPECT_STREQ(chains[i].status().method, methods[i]);
+    }
+}
+
 TEST(CropRefusal, WantsAnEngine)
 {
-    NUV_TestChain chains[4];
+    NUV_TestChain chains[7];
     EXPECT_FALSE(chains[0].append<NUV_Crop>(0U, 0U, 1U, 1U));
     EXPECT_FALSE(chains[1].append<NUV_CropHeight>(0U, 1U));
     EXPECT_FALSE(chains[2].append<NUV_CropWidth>(0U, 1U));
     EXPECT_FALSE(chains[3].append<NUV_CropQDRLE>(0U, 0U, 1U, 1U));
-    const char* methods[] = {"NUV_Crop::engine()", "NUV_CropHeight::engine()",
-                             "NUV_CropWidth::engine()", "NUV_CropQDRLE::engine()"};
+    EXPECT_FALSE(chains[4].append<NUV_CropWidth8xNBits>(0U, 1U));
+    EXPECT_FALSE(chains[5].append<NUV_CropWidth1BitBS>(0U, 1U));
+    EXPECT_FALSE(chains[6].append<NUV_CropWidth1BitIS>(0U, 1U));
+    const char* methods[] = {"NUV_Crop::engine()",
+                             "NUV_CropHeight::engine()",
+                             "NUV_CropWidth::engine()",
+                             "NUV_CropQDRLE::engine()",
+                             "NUV_CropWidth8xNBits::engine()",
+                             "NUV_CropWidth1BitBS::engine()",
+                             "NUV_CropWidth1BitIS::engine()"};
     for (std::size_t i = 0; i < std::size(chains); ++i) {
         EXPECT_EQ(chains[i].status().code, NUV_ERR_ARGUMENT);
         EXPECT_STREQ(chains[i].status().method, methods[i]);
