@@ -11,7 +11,8 @@ class NUV_ColorType;
 // Keep some channels of each pixel, which must lie side by side: `count` of them from channel
 // `first` on, numbered from 0. The output has `count` channels of colour `color` and no palette.
 // Raw images of one bit or whole bytes a sample. NUV_ERR_ARGUMENT for a missing previous engine or
-// colour and for channels that the image does not have, NUV_ERR_UNSUPPORTED for other samples.
+// colour, for one that cannot have so many channels, and for channels that the image does not have,
+// NUV_ERR_UNSUPPORTED for other samples.
 
 class NUV_SelectChannel final : public NUV_EngineCreator {
 public:

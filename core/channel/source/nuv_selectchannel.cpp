@@ -167,7 +167,7 @@ public:
     const NUV_Header* header = previous ? previous->header() : nullptr;
     if (!header || !color || count == 0)
         return NUV_ERR_ARGUMENT;
-    if (std::uint64_t{first} + count > header->channels())
+    if (std::uint64_t{first} + count > header->channels() || !color->valid_channels(count))
         return NUV_ERR_ARGUMENT;
     const std::uint32_t bits = header->bits();
     const bool served = bits == 1 ? one_bit : whole_bytes && bits != 0 && bits % 8 == 0;

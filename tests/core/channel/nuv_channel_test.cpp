@@ -396,6 +396,19 @@ TEST(SelectChannelRefusal, EachFormSaysItsName)
     expect_form<NUV_SelectNChannel1bit>("NUV_SelectNChannel1bit::engine()", 8, 1U, 2U);
 }
 
+TEST(SelectChannelRefusal, WantsAColorOfSoManyChannels)
+{
+    for (const std::uint32_t count : {1U, 2U}) {
+        NUV_TestChain chain;
+        chain.blank_source({.channels = 3});
+        const auto color = count == 1 ? NUV_ColorType::s_rgb : NUV_ColorType::gray;
+        EXPECT_FALSE(chain.append<NUV_SelectChannel>(0U, count, color));
+        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chain.status().method,
+                     count == 1 ? "NUV_Select1Channel::engine()" : "NUV_SelectNChannel::engine()");
+    }
+}
+
 TEST(ReverseChannelRefusal, SaysWhyAndLeavesNothingBehind)
 {
     constexpr auto creator = "NUV_ReverseChannel::engine()";
