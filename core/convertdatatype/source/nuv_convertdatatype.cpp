@@ -76,16 +76,6 @@ struct Samples {
     return filled ? std::move(table) : NUV_Held<NUV_LutData>{};
 }
 
-// The one of -1, 0 and 1 that `x` is.
-[[nodiscard]] std::optional<int> unit_of(double x) noexcept
-{
-    for (const int unit : {-1, 0, 1}) {
-        if (is_about(x, unit))
-            return unit;
-    }
-    return std::nullopt;
-}
-
 // The number of bits to the left by which samples are multiplied, where that is all.
 [[nodiscard]] std::optional<std::int32_t> shift_of(double slope, double offset)
 {

@@ -22,6 +22,18 @@ namespace {
     return std::size_t{header.width()} * header.channels();
 }
 
+// Where both numbers are units they count as such among integers, so that a 1 less a hair is not
+// cut down to 0.
+template <class O>
+[[nodiscard]] NUV_LinearRule rule_of_bits(double slope, double offset) noexcept
+{
+    const auto unit_slope = unit_of(slope);
+    const auto unit_offset = unit_of(offset);
+    if (is_real_sample<O> || !unit_slope || !unit_offset)
+        return {slope, offset};
+    return {static_cast<double>(*unit_slope), static_cast<double>(*unit_offset)};
+}
+
 template <class O>
 class NUV_ConvertDataTypeFrom1bitEngine final : public NUV_ProcessLineToLineEngine {
 public:
@@ -204,11 +216,11 @@ NUV_Engine* NUV_ConvertDataTypeFrom1bit::engine(NUV_Engine* previous, const NUV_
     if (!previous || !previous->header())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_DataType* to = type ? type : previous->header()->data_type();
-    const NUV_LinearRule rule(slope, offset);
     return visit_any_sample_type(
         to, bits,
         [&]<class O>() -> NUV_Engine* {
-            return append_new<NUV_ConvertDataTypeFrom1bitEngine<O>>(*previous, to, rule);
+            return append_new<NUV_ConvertDataTypeFrom1bitEngine<O>>(*previous, to,
+                                                                    rule_of_bits<O>(slope, offset));
         },
         [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
 }

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <type_traits>
 
 namespace nuv {
@@ -17,6 +18,16 @@ inline constexpr double convert_tolerance = std::numeric_limits<double>::epsilon
 [[nodiscard]] inline bool is_about(double x, double wanted) noexcept
 {
     return std::abs(x - wanted) <= convert_tolerance;
+}
+
+// The one of -1, 0 and 1 that `x` is.
+[[nodiscard]] inline std::optional<int> unit_of(double x) noexcept
+{
+    for (const int unit : {-1, 0, 1}) {
+        if (is_about(x, unit))
+            return unit;
+    }
+    return std::nullopt;
 }
 
 // in x slope + offset, and what of it has to be calculated.

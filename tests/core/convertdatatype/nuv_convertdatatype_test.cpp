@@ -268,6 +268,20 @@ TEST(ConvertDataTypeBits, ExpandToEveryType)
     });
 }
 
+TEST(ConvertDataTypeBits, CountNumbersNextToAUnitAsTheUnit)
+{
+    const double hair = 1e-16;
+    const auto type = NUV_DataType::s_integer;
+    for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{32}}) {
+        NUV_TestChain chain;
+        chain.source_bytes({.width = 2, .bits = 1}, {0x40});
+        ASSERT_TRUE(chain.append<NUV_ConvertDataTypeFrom1bit>(type, bits, 1 - hair, 1 - hair));
+        const auto bytes = chain.run_bytes();
+        EXPECT_EQ(bytes.front(), 1);
+        EXPECT_EQ(bytes[bits / 8U], 2);
+    }
+}
+
 TYPED_TEST(ConvertDataType, BecomesBitsByAThreshold)
 {
     using I = TypeParam;
