@@ -75,11 +75,12 @@ public:
     }
 
     // Makes line `first` the topmost one, which may lie above the image but not above that of the
-    // last call. False when the source had no more lines.
-    [[nodiscard]] bool move_to(std::int64_t first)
+    // last call. False when the source had no more lines. Who looks at the first `used` lines alone
+    // does not make the source give those behind them.
+    [[nodiscard]] bool move_to(std::int64_t first, std::uint32_t used = Count)
     {
         const std::uint32_t top = clamped(first);
-        const std::uint32_t bottom = clamped(first + Count - 1);
+        const std::uint32_t bottom = clamped(first + used - 1);
         while (released_ < top) {
             if (released_ == taken_ && !take())
                 return false;
@@ -90,7 +91,7 @@ public:
             if (!take())
                 return false;
         }
-        for (std::uint32_t i = 0; i < Count; ++i)
+        for (std::uint32_t i = 0; i < used; ++i)
             lines_[i] = held_[clamped(first + i) % Count];
         return true;
     }

@@ -98,13 +98,14 @@ public:
         if (this->line_ >= this->destination_height_)
             return false;
         const NUV_Stretch stretch = walk_.next();
-        if (!lines_.move_to(stretch.first))
+        const Weight weight = scale_weight<R>(stretch.weight);
+        const bool is_copy = weight == scale_weight_one<R>;
+        if (!lines_.move_to(stretch.first, is_copy ? 1 : 2))
             return false;
         auto* out = static_cast<T*>(this->dst_buffer_->get());
         if (!out)
             return false;
-        const Weight weight = scale_weight<R>(stretch.weight);
-        if (weight == scale_weight_one<R>) {
+        if (is_copy) {
             std::memcpy(out, lines_.line(0), this->line_bytes_);
         } else {
             // The weight is that of the upper line.

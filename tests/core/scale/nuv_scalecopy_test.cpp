@@ -1,6 +1,7 @@
 #include "core/scale/nuv_scaleire.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
+#include "core/scale/nuv_scalepp.h"
 #include "core/scale/nuv_scaless.h"
 #include "tests/core/scale/nuv_scalecases.h"
 
@@ -165,6 +166,19 @@ TEST(ScaleChain, EndsSilentlyWithItsSource)
     run([](NUV_TestChain& c) { return c.append<NUV_ScaleNN>(8U, 12U); });
     run([](NUV_TestChain& c) { return c.append<NUV_ScaleLI>(3U, 5U); });
     run([](NUV_TestChain& c) { return c.append<NUV_ScaleLI>(9U, 9U); });
+}
+
+// Three lines become five: 0, 0 and 1, 1, 1 and 2, 2.
+TEST(ScaleArea, AsksForNoLineBeforeAResultHoldsSomeOfIt)
+{
+    for (const std::size_t lines : {1U, 2U}) {
+        for (const bool use_fixed_real : {true, false}) {
+            NUV_TestChain chain;
+            chain.source_bytes({.width = 2, .height = 3}, Bits(2 * lines, 7));
+            ASSERT_TRUE(chain.append<NUV_ScaleHeightPP>(5U, use_fixed_real));
+            EXPECT_EQ(chain.run_bytes(), Bits(2 * (2 * lines - 1), 7));
+        }
+    }
 }
 
 } // namespace
