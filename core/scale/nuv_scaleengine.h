@@ -16,9 +16,9 @@ public:
     [[nodiscard]] bool execute() override;
 
     // `width` in pixels. NUV_ERR_ARGUMENT for 0, NUV_ERR_UNSUPPORTED for an output line that passes
-    // 32-bit sizes. The output keeps the height.
+    // 32-bit sizes, which is told in the name of the engine, `method`. The output keeps the height.
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t width);
+                                std::uint32_t width, const char* method);
 
 protected:
     // Makes an output line. `in` is the source line, in work_line_ when that is set.

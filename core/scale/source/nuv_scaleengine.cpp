@@ -5,14 +5,12 @@
 namespace nuv {
 
 bool NUV_ScaleWidthEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                    NUV_DstBuffer* dst, std::uint32_t width)
+                                    NUV_DstBuffer* dst, std::uint32_t width, const char* method)
 {
-    constexpr auto method = "NUV_ScaleWidthEngine::initiate()";
-
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (width == 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleWidthEngine::initiate()");
     header_.width(width);
     const auto line_bytes = header_.checked_line_bytes();
     if (!line_bytes)

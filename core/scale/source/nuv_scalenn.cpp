@@ -72,7 +72,7 @@ public:
 
         if (!compatible_version(NUV_VERSION))
             return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width))
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, method))
             return false;
         if (!has_movable_samples(*header))
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);

@@ -35,13 +35,13 @@ public:
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t width)
+                                std::uint32_t width, const char* derived_method)
     {
         constexpr auto method = "NUV_ScaleWidthPPEngine::initiate()";
 
         if (!compatible_version(NUV_VERSION))
             return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width))
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, derived_method))
             return false;
         if (!holds_samples_of<T>(*header))
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);

@@ -62,7 +62,7 @@ public:
     {
         constexpr auto method = "NUV_ScaleWidthPPREngine::initiate()";
 
-        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width))
+        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width, method))
             return false;
         const std::uint32_t source_width = this->source_width_;
         if (width >= source_width)
