@@ -119,15 +119,15 @@ bool decode(const std::vector<std::uint8_t>& stream, std::vector<std::uint8_t>& 
     Source source{stream};
     NUV_JPEGDecoder coder;
     NUV_JPEGCode code = coder.open(heap, source_of(source));
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.read_header(nullptr);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.start_decode();
-    for (std::size_t y = 0; y < height && code > 0; ++y) {
+    for (std::size_t y = 0; y < height && !is_failure(code); ++y) {
         code = coder.read_line(line.data());
         benchmark::DoNotOptimize(line.data());
     }
-    return code > 0;
+    return !is_failure(code);
 }
 
 void count_pixels(benchmark::State& state, const std::vector<std::uint8_t>& stream)

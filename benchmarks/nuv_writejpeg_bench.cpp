@@ -65,16 +65,16 @@ bool encode(Sink& sink, std::uint32_t key, const NUV_Cpu& cpu)
     NUV_JPEGEncoder coder;
     std::uint32_t restart_interval = 0;
     NUV_JPEGCode code = coder.open_coder(heap);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.create(output_to(sink), cpu);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.set_format(width, height, 3, 8, key, quality);
     coder.set_source_color(NUV_JPEGEncoder::SourceColor::rgb);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.start_encode(restart_interval);
-    for (std::size_t y = 0; y < height && code > 0; ++y)
+    for (std::size_t y = 0; y < height && !is_failure(code); ++y)
         code = coder.write_line(photo().data() + y * 3 * width);
-    return code > 0 && coder.finish() > 0;
+    return !is_failure(code) && !is_failure(coder.finish());
 }
 
 void count_pixels(benchmark::State& state, std::size_t bytes)

@@ -69,18 +69,18 @@ bool encode(Sink& sink, const std::vector<std::uint8_t>& samples, std::uint32_t 
     NUV_JPEGEncoder coder;
     std::uint32_t restart_interval = 0xFFFFFFFF;
     NUV_JPEGCode code = coder.open_coder(heap);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.create(output_to(sink));
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.set_format(width, height, components, bits, jpeg_sampling_444, 75);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.set_lossless(table);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder.start_encode(restart_interval);
     const std::size_t line_bytes = samples.size() / height;
-    for (std::size_t y = 0; y < height && code > 0; ++y)
+    for (std::size_t y = 0; y < height && !is_failure(code); ++y)
         code = coder.write_line(samples.data() + y * line_bytes);
-    return code > 0 && coder.finish() > 0;
+    return !is_failure(code) && !is_failure(coder.finish());
 }
 
 void encode_lossless(benchmark::State& state, std::uint32_t components, std::uint32_t bits,

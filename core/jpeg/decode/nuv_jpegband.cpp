@@ -67,7 +67,7 @@ NUV_JPEGCode NUV_JPEGBand::open(const NUV_JPEGAllocator& allocator,
         total += sample_bytes[i] + wide_bytes[i];
     }
     if (!memory_.allocate(allocator, total))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     std::memset(memory_.data(), middle_level, total);
 
     const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(memory_.data()) % alignment;
@@ -78,7 +78,7 @@ NUV_JPEGCode NUV_JPEGBand::open(const NUV_JPEGAllocator& allocator,
         rows_[i].wide = wide_bytes[i] != 0 ? next : nullptr;
         next += wide_bytes[i];
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 void NUV_JPEGBand::close() noexcept

@@ -38,12 +38,12 @@ NUV_JPEGCode NUV_JPEGDecoder::read_header(const NUV_JPEGStoredTables* tables) no
     if (tables != nullptr)
         header_.set_tables(*tables);
     const NUV_JPEGCode code = header_.read(input_);
-    if (code < jpeg_code_good)
+    if (is_failure(code))
         return code;
-    if (code == jpeg_code_good && header_.has_frame() && header_.has_scan())
+    if (is_good(code) && header_.has_frame() && header_.has_scan())
         state_ = State::ready;
     const NUV_JPEGCode settled = input_.settle();
-    return settled == jpeg_code_good ? code : settled;
+    return is_good(settled) ? code : settled;
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::read_tables() noexcept
@@ -60,14 +60,15 @@ NUV_JPEGCode NUV_JPEGDecoder::check_frame() const noexcept
     const bool is_lossless = frame.start_marker == jpeg_marker_sof3;
     if ((!is_lossy && !is_lossless) || frame.components == 2 || frame.width == 0 ||
         frame.height == 0)
-        return jpeg_code_unsupported;
+        return NUV_JPEGCode::unsupported;
     const std::uint32_t key = jpeg_sampling_key(frame);
     if (is_lossless) {
         const bool is_full = key == jpeg_sampling_444 || key == 0x11111111;
-        return is_full ? jpeg_code_good : jpeg_code_unsupported;
+        return is_full ? NUV_JPEGCode::good : NUV_JPEGCode::unsupported;
     }
     const bool is_progressive = frame.start_marker == jpeg_marker_sof2;
-    return is_decoded_sampling(key, is_progressive) ? jpeg_code_good : jpeg_code_unsupported;
+    return is_decoded_sampling(key, is_progressive) ? NUV_JPEGCode::good
+                                                    : NUV_JPEGCode::unsupported;
 }
 
 bool NUV_JPEGDecoder::converts_to_rgb() const noexcept
@@ -92,9 +93,9 @@ NUV_JPEGCode NUV_JPEGDecoder::choose_output() noexcept
     const NUV_JPEGFrame& frame = header_.frame();
     const std::size_t asked = jpeg_components_of(output_color_);
     if (asked != 0 && asked != frame.components)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     if (converts_to_rgb() && !can_convert_to_rgb())
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
 
     first_ = 0;
     delivered_ = frame.components;
@@ -104,7 +105,7 @@ NUV_JPEGCode NUV_JPEGDecoder::choose_output() noexcept
     if (component_filter_ >= 0) {
         first_ = static_cast<std::size_t>(component_filter_);
         if (first_ >= frame.components)
-            return jpeg_code_bad_parameter;
+            return NUV_JPEGCode::bad_parameter;
         delivered_ = 1;
     } else if (luminance_only_ && has_luminance) {
         delivered_ = 1;
@@ -119,26 +120,26 @@ NUV_JPEGCode NUV_JPEGDecoder::choose_output() noexcept
         path_ = Path::sequential;
     const bool can_reduce =
         path_ == Path::sequential && is_reducible_sampling(jpeg_sampling_key(frame));
-    return scale_ == 1 || can_reduce ? jpeg_code_good : jpeg_code_bad_parameter;
+    return scale_ == 1 || can_reduce ? NUV_JPEGCode::good : NUV_JPEGCode::bad_parameter;
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::start_decode() noexcept
 {
     if (state_ != State::ready)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     if (scale_ != 1 && scale_ != 2 && scale_ != 4 && scale_ != 8)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     NUV_JPEGCode code = check_frame();
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = choose_output();
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
 
     geometry_ = NUV_JPEGGeometry::of(header_.frame(), scale_);
     line_ = 0;
     band_line_ = geometry_.mcu_height;
     code = open_path();
-    if (code == jpeg_code_good)
+    if (is_good(code))
         state_ = State::decoding;
     else
         close();
@@ -150,7 +151,7 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
     if (path_ == Path::lossless)
         return lossless_.open(allocator_, header_, input_, first_, delivered_);
     const NUV_JPEGCode code = open_band();
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (path_ == Path::stored)
         return stored_.open(allocator_, header_, geometry_, input_, restart_rows_);
@@ -178,14 +179,14 @@ NUV_JPEGCode NUV_JPEGDecoder::decode_band() noexcept
 NUV_JPEGCode NUV_JPEGDecoder::read_line(std::uint8_t* line) noexcept
 {
     if (state_ != State::decoding || line_ >= geometry_.height)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     if (path_ == Path::lossless) {
         ++line_;
         return lossless_.read_line(line);
     }
     if (band_line_ == geometry_.mcu_height) {
         band_code_ = decode_band();
-        if (band_code_ < jpeg_code_good)
+        if (is_failure(band_code_))
             return band_code_;
         band_line_ = 0;
     }

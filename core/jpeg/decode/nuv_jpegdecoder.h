@@ -70,10 +70,11 @@ public:
     // without a restart marker between; 0 for one that does not.
     void set_restart_rows(std::uint32_t rows) noexcept { restart_rows_ = rows; }
 
-    // jpeg_code_wrong_state unless a header with a scan has just been read, jpeg_code_unsupported,
-    // jpeg_code_bad_parameter for settings that do not go together or not with this stream,
-    // jpeg_code_bad_segment for missing tables, jpeg_code_read_failed for a picture far beyond what
-    // the data can hold, jpeg_code_no_memory.
+    // NUV_JPEGCode::wrong_state unless a header with a scan has just been read,
+    // NUV_JPEGCode::unsupported, NUV_JPEGCode::bad_parameter for settings that do not go together
+    // or not with this stream, NUV_JPEGCode::bad_segment for missing tables,
+    // NUV_JPEGCode::read_failed for a picture far beyond what the data can hold,
+    // NUV_JPEGCode::no_memory.
     [[nodiscard]] NUV_JPEGCode start_decode() noexcept;
 
     // Of what is delivered; valid after start_decode.
@@ -86,9 +87,9 @@ public:
         return header_.frame().precision > 8 ? 2 : 1;
     }
 
-    // The next line, width() x components() samples. jpeg_code_damaged_lines when something of it
-    // is missing: it then shows the row above, or gray. jpeg_code_wrong_state before start_decode
-    // and behind the last line. A failure is the end of the picture.
+    // The next line, width() x components() samples. NUV_JPEGCode::damaged_lines when something of
+    // it is missing: it then shows the row above, or gray. NUV_JPEGCode::wrong_state before
+    // start_decode and behind the last line. A failure is the end of the picture.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* line) noexcept;
 
     // Gives back all that start_decode has taken.
@@ -127,7 +128,7 @@ private:
     NUV_JPEGLosslessDecoder lossless_;
     std::uint32_t line_ = 0; // of the picture
     std::uint32_t band_line_ = 0;
-    NUV_JPEGCode band_code_ = jpeg_code_good;
+    NUV_JPEGCode band_code_ = NUV_JPEGCode::good;
 };
 
 } // namespace nuv

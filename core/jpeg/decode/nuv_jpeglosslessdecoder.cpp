@@ -26,15 +26,15 @@ constexpr std::uint32_t last_category = 16;
     NUV_JPEGCoefficient read;
     std::uint32_t no_run = 0;
     const NUV_JPEGResult result = read_coefficient(bits, table, no_run, read);
-    if (result != jpeg_good)
+    if (!is_good(result))
         return result;
     if (read.symbol >= last_category) [[unlikely]] {
         if (read.symbol > last_category)
-            return jpeg_run_past_block; // nothing that more data could mend
+            return NUV_JPEGResult::run_past_block; // nothing that more data could mend
         read.value = 32768;
     }
     difference = static_cast<std::uint16_t>(read.value);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 [[nodiscard]] inline NUV_JPEGResult read_difference(NUV_JPEGBitReader& bits,
@@ -51,7 +51,7 @@ constexpr std::uint32_t last_category = 16;
             const bool has_value = entry >> 16 != 0;
             bits.skip(length - (has_value ? category : 0));
             difference = static_cast<std::uint16_t>(bits.take_extended(category));
-            return jpeg_good;
+            return NUV_JPEGResult::good;
         }
     }
     NUV_JPEGBitReader copy = bits;
@@ -90,10 +90,10 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
     const std::size_t width = frame.width;
     is_streamed_ = header.scan().components == frame.components;
     NUV_JPEGCode code = tables_.open(allocator);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (!row_memory_.allocate(allocator, 2 * frame.components * width))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     for (std::size_t i = 0; i < frame.components; ++i) {
         rows_[i] = row_memory_.data() + 2 * i * width;
         previous_[i] = rows_[i] + width;
@@ -105,12 +105,12 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
     const std::uint64_t line_bytes =
         std::uint64_t{width} * frame.components * (frame.precision > 8 ? 2 : 1);
     code = check_stored_size(line_bytes, frame.height, 2 * samples, samples, input.remaining());
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (!planes_.allocate(allocator, samples))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     std::fill(planes_.items().begin(), planes_.items().end(), lost_word);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 void NUV_JPEGLosslessDecoder::close() noexcept
@@ -127,13 +127,13 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
     scan_header_ = header_->scan();
     const NUV_JPEGCode code =
         tables_.build(header_->tables(), scan_header_, NUV_JPEGScanTables::Kinds::dc);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (frame.restart_interval % frame.width != 0)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     interval_seen_ = scan_->intervals();
     scan_->begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
@@ -142,47 +142,47 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
     std::array<const std::uint16_t*, jpeg_most_components> rows{};
     if (is_streamed_) {
         const NUV_JPEGCode code = decode_row();
-        if (code == jpeg_code_damaged_lines) {
+        if (code == NUV_JPEGCode::damaged_lines) {
             const std::size_t samples = delivered_ * frame.width;
             std::memset(out, lost_byte, frame.precision > 8 ? 2 * samples : samples);
             return code;
         }
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         std::copy(previous_.begin(), previous_.end(), rows.begin());
         deliver(rows, scan_header_.low, out);
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     }
     if (line_ == 0) {
         const NUV_JPEGCode code = decode_all();
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     }
     for (std::size_t i = 0; i < frame.components; ++i)
         rows[i] = plane_line(i, line_);
     ++line_;
     deliver(rows, 0, out);
-    return is_damaged_ ? jpeg_code_damaged_lines : jpeg_code_good;
+    return is_damaged_ ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_all() noexcept
 {
     for (std::uint32_t scans = 1;; ++scans) {
         NUV_JPEGCode code = begin_scan();
-        if (code == jpeg_code_good)
+        if (is_good(code))
             code = decode_scan_to_planes();
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         is_damaged_ = is_damaged_ || scan_->is_damaged();
         NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
         code = header_->next_scan(*input_, scan_->marker(), stop);
-        if (code < jpeg_code_good)
+        if (is_failure(code))
             return code;
         if (stop == NUV_JPEGHeader::Stop::end)
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
             is_damaged_ = true;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         }
     }
 }
@@ -191,12 +191,12 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_scan_to_planes() noexcept
 {
     for (std::uint32_t line = 0; line < header_->frame().height; ++line) {
         const NUV_JPEGCode code = decode_row();
-        if (code == jpeg_code_good)
+        if (is_good(code))
             keep_in_planes(line);
-        else if (code != jpeg_code_damaged_lines)
+        else if (code != NUV_JPEGCode::damaged_lines)
             return code;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 std::uint16_t* NUV_JPEGLosslessDecoder::plane_line(std::size_t component,
@@ -217,20 +217,20 @@ void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line) noexcept
     }
 }
 
-// Leaves the row in previous_, by its place in the scan. jpeg_code_damaged_lines for a lost one,
-// after which nothing more of its interval comes: no row is predicted from it.
+// Leaves the row in previous_, by its place in the scan. NUV_JPEGCode::damaged_lines for a lost
+// one, after which nothing more of its interval comes: no row is predicted from it.
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
 {
-    NUV_JPEGCode code = jpeg_code_good;
+    NUV_JPEGCode code = NUV_JPEGCode::good;
     const NUV_JPEGScanReader::Run run = scan_->next_run(1, code);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (run.mode != NUV_JPEGScanReader::Mode::decode)
-        return jpeg_code_damaged_lines;
+        return NUV_JPEGCode::damaged_lines;
     code = decode_differences();
-    if (code == jpeg_code_good)
+    if (is_good(code))
         reconstruct();
-    return code == jpeg_code_scan_ended ? jpeg_code_damaged_lines : code;
+    return code == NUV_JPEGCode::scan_ended ? NUV_JPEGCode::damaged_lines : code;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
@@ -247,18 +247,18 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
         *scan_, pieces, most_bytes_of_piece, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
             const std::uint32_t end = std::min(column + piece_columns, width);
             const NUV_JPEGResult result = decode_columns(bits, column, end);
-            if (result != jpeg_good)
+            if (!is_good(result))
                 return result;
             column = end;
             ++i;
-            return jpeg_good;
+            return NUV_JPEGResult::good;
         });
-    if (code == jpeg_code_scan_ended)
+    if (code == NUV_JPEGCode::scan_ended)
         scan_->data_ended(0);
-    if (code != jpeg_code_read_failed)
+    if (code != NUV_JPEGCode::read_failed)
         return code;
     scan_->data_broken(0);
-    return jpeg_code_scan_ended;
+    return NUV_JPEGCode::scan_ended;
 }
 
 NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
@@ -266,15 +266,15 @@ NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, 
 {
     const std::size_t components = scan_header_.components;
     NUV_JPEGBitReader reader = bits; // which can stay in registers
-    NUV_JPEGResult result = jpeg_good;
+    NUV_JPEGResult result = NUV_JPEGResult::good;
     if (components == 1) {
         const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[0].dc_table);
         std::uint16_t* const row = rows_[0];
-        for (std::uint32_t x = first; x < end && result == jpeg_good; ++x)
+        for (std::uint32_t x = first; x < end && is_good(result); ++x)
             result = read_difference(reader, table, row[x]);
     } else {
-        for (std::uint32_t x = first; x < end && result == jpeg_good; ++x) {
-            for (std::size_t i = 0; i < components && result == jpeg_good; ++i) {
+        for (std::uint32_t x = first; x < end && is_good(result); ++x) {
+            for (std::size_t i = 0; i < components && is_good(result); ++i) {
                 const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[i].dc_table);
                 result = read_difference(reader, table, rows_[i][x]);
             }

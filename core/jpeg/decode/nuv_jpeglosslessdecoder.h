@@ -21,7 +21,7 @@ public:
     void close() noexcept;
 
     // The next line: interleaved samples of 8 bits, or of 16 in host order when the precision is
-    // above 8. jpeg_code_damaged_lines for one that is lost; its bytes are 0x80.
+    // above 8. NUV_JPEGCode::damaged_lines for one that is lost; its bytes are 0x80.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* out) noexcept;
 
 private:

@@ -20,11 +20,11 @@ namespace {
 {
     run = 1U << category;
     if (category == 0)
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     if (!bits.holds(category))
         return bits.shortage();
     run += bits.take(category);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // The coefficients of a band that are not 0.
@@ -57,12 +57,12 @@ struct Refinement {
         for (; k <= last; ++k) {
             if (ahead == 0) {
                 k = std::min(k + zeros, last + 1);
-                return jpeg_good;
+                return NUV_JPEGResult::good;
             }
             std::int16_t& coefficient = block[jpeg_zigzag[k]];
             if (coefficient == 0) {
                 if (zeros == 0)
-                    return jpeg_good;
+                    return NUV_JPEGResult::good;
                 --zeros;
                 continue;
             }
@@ -73,7 +73,7 @@ struct Refinement {
             if (bits.take(1) != 0 && (magnitude & plane) == 0)
                 coefficient = saturate_to_16_bits(coefficient + (coefficient < 0 ? -plane : plane));
         }
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     }
 };
 
@@ -86,11 +86,11 @@ NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
     NUV_JPEGCoefficient difference;
     std::uint32_t no_run = 0;
     const NUV_JPEGResult result = read_coefficient(bits, table, no_run, difference);
-    if (result != jpeg_good)
+    if (!is_good(result))
         return result;
     previous_dc = static_cast<std::int16_t>(previous_dc + difference.value);
     block[0] = at_plane(previous_dc, low);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint32_t low) noexcept
@@ -98,7 +98,7 @@ NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint
     if (!bits.holds(1))
         return bits.shortage();
     block[0] = static_cast<std::int16_t>(block[0] | static_cast<std::int32_t>(bits.take(1) << low));
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
@@ -109,24 +109,24 @@ NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
     std::uint32_t k = scan.first;
     while (k <= scan.last) {
         const NUV_JPEGResult result = read_coefficient(bits, table, k, coefficient);
-        if (result != jpeg_good)
+        if (!is_good(result))
             return result;
         const std::uint32_t zeros = coefficient.symbol >> 4;
         if (coefficient.value != 0) {
             if (k > scan.last)
-                return jpeg_run_past_block;
+                return NUV_JPEGResult::run_past_block;
             block[jpeg_zigzag[k]] = at_plane(coefficient.value, scan.low);
             occupied = 1;
         } else if (zeros != 15) {
             std::uint32_t blocks = 0;
             const NUV_JPEGResult ended = read_run(bits, zeros, blocks);
-            if (ended == jpeg_good)
+            if (ended == NUV_JPEGResult::good)
                 run = blocks - 1;
             return ended;
         }
         ++k;
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
@@ -150,36 +150,36 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
         NUV_JPEGCoefficient coefficient;
         std::uint32_t unused = 0;
         NUV_JPEGResult result = read_coefficient(bits, table, unused, coefficient);
-        if (result != jpeg_good)
+        if (!is_good(result))
             return give_up(result);
         const std::uint32_t zeros = coefficient.symbol >> 4;
         if ((coefficient.symbol & 15U) > 1)
-            return give_up(jpeg_run_past_block);
+            return give_up(NUV_JPEGResult::run_past_block);
         if (coefficient.value == 0 && zeros != 15) {
             result = read_run(bits, zeros, run);
-            if (result != jpeg_good)
+            if (!is_good(result))
                 return give_up(result);
             break;
         }
         result = walk.pass(bits, zeros);
-        if (result != jpeg_good)
+        if (!is_good(result))
             return give_up(result);
         if (coefficient.value != 0) {
             if (walk.k > walk.last)
-                return give_up(jpeg_run_past_block);
+                return give_up(NUV_JPEGResult::run_past_block);
             block[jpeg_zigzag[walk.k]] = at_plane(coefficient.value, scan.low);
             occupied = 1;
         }
         ++walk.k;
     }
     if (run == 0)
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     constexpr std::uint32_t all = jpeg_block_size;
     const NUV_JPEGResult result = walk.pass(bits, all);
-    if (result != jpeg_good)
+    if (!is_good(result))
         return give_up(result);
     --run;
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace nuv

@@ -10,7 +10,7 @@ namespace nuv {
 
 // The block procedures of progressive scans (T.81, G.1.2). A block is in natural order and keeps
 // what the scans before have put there. The answers are those of the Huffman primitives;
-// jpeg_run_past_block also for a run that leaves the band of the scan.
+// NUV_JPEGResult::run_past_block also for a run that leaves the band of the scan.
 
 // G.1.2.1, first scan and later ones.
 [[nodiscard]] NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,

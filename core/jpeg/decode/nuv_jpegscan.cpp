@@ -5,8 +5,8 @@ namespace nuv {
 NUV_JPEGCode NUV_JPEGScanTables::open(const NUV_JPEGAllocator& allocator) noexcept
 {
     return memory_.allocate(allocator, 2 * NUV_JPEGStoredTables::destinations)
-               ? jpeg_code_good
-               : jpeg_code_no_memory;
+               ? NUV_JPEGCode::good
+               : NUV_JPEGCode::no_memory;
 }
 
 NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
@@ -18,17 +18,17 @@ NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
             return true;
         built[place] = true;
         return table.defined && huffman_decode_wide_init(table.counts.data(), table.symbols.data(),
-                                                         &memory_[place]) == jpeg_good;
+                                                         &memory_[place]) == NUV_JPEGResult::good;
     };
     for (std::size_t i = 0; i < scan.components; ++i) {
         const NUV_JPEGScanHeader::Component& component = scan.component[i];
         const std::size_t ac_place = NUV_JPEGStoredTables::destinations + component.ac_table;
         if (kinds != Kinds::ac && !build_one(stored.dc[component.dc_table], component.dc_table))
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         if (kinds != Kinds::dc && !build_one(stored.ac[component.ac_table], ac_place))
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGScanFactors::take(const NUV_JPEGHeader& header,
@@ -41,13 +41,13 @@ NUV_JPEGCode NUV_JPEGScanFactors::take(const NUV_JPEGHeader& header,
         const std::size_t selector = header.frame().component[component].quantiser;
         if (selector >= NUV_JPEGStoredTables::destinations ||
             !header.tables().quantisers[selector].defined)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         const auto& values = header.tables().quantisers[selector].values;
         for (std::size_t k = 0; k < values.size(); ++k)
             factors_[component][k] = values[k];
         taken_[component] = true;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 } // namespace nuv

@@ -24,8 +24,8 @@ public:
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator) noexcept;
     void close() noexcept { memory_.free(); }
 
-    // From what is in force at the beginning of a scan. jpeg_code_bad_segment for a table that is
-    // missing or inconsistent.
+    // From what is in force at the beginning of a scan. NUV_JPEGCode::bad_segment for a table that
+    // is missing or inconsistent.
     [[nodiscard]] NUV_JPEGCode build(const NUV_JPEGStoredTables& stored,
                                      const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept;
 
@@ -46,7 +46,7 @@ private:
 class NUV_JPEGScanFactors {
 public:
     void clear() noexcept { *this = {}; }
-    // jpeg_code_bad_segment for a component without a table.
+    // NUV_JPEGCode::bad_segment for a component without a table.
     [[nodiscard]] NUV_JPEGCode take(const NUV_JPEGHeader& header,
                                     const NUV_JPEGScanHeader& scan) noexcept;
     [[nodiscard]] const NUV_JPEGFactors& of(std::size_t component) const noexcept
@@ -67,8 +67,8 @@ inline constexpr std::int32_t jpeg_most_bytes_of_block = 512;
 // unit or more, has reached the number of units. A call that found too few bytes in the buffer is
 // repeated with more of them, from the same bits, predictions and end-of-band run.
 //
-// jpeg_code_scan_ended when the data ended inside a unit, which counts as done; the caller has to
-// tell the scan. jpeg_code_read_failed for data that means nothing.
+// NUV_JPEGCode::scan_ended when the data ended inside a unit, which counts as done; the caller has
+// to tell the scan. NUV_JPEGCode::read_failed for data that means nothing.
 template <class Unit>
 [[nodiscard]] NUV_JPEGCode decode_run(NUV_JPEGScanReader& scan, std::uint32_t units,
                                       std::int32_t margin, std::uint32_t& done,
@@ -78,9 +78,9 @@ template <class Unit>
     done = 0;
     while (done < units) {
         NUV_JPEGCode code = input.want(margin);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
-        NUV_JPEGResult result = jpeg_good;
+        NUV_JPEGResult result = NUV_JPEGResult::good;
         NUV_JPEGBitReader bits(input.data(), input.size(), input.position(), &scan.marker(),
                                scan.state());
         while (done < units && (bits.unread() >= margin || input.at_end() || scan.marker() != 0)) {
@@ -88,9 +88,9 @@ template <class Unit>
             const auto dc_before = scan.previous_dc();
             const std::uint32_t run_before = scan.end_of_band_run();
             result = unit(bits, done);
-            if (result == jpeg_good) [[likely]]
+            if (is_good(result)) [[likely]]
                 continue;
-            if (result == jpeg_out_of_data && !input.at_end()) {
+            if (result == NUV_JPEGResult::out_of_data && !input.at_end()) {
                 bits = bits_before;
                 scan.previous_dc() = dc_before;
                 scan.end_of_band_run() = run_before;
@@ -98,23 +98,24 @@ template <class Unit>
             break;
         }
         bits.store(input.position(), scan.state());
-        if (result == jpeg_good)
+        if (is_good(result))
             continue;
         // What no code matches shows only with as many bits as the longest code has; with fewer, it
         // was the marker that kept more of them away.
-        const bool no_more = result == jpeg_out_of_data ||
-                             (result == jpeg_no_code && scan.marker() != 0 && bits.held() < 16);
+        const bool no_more =
+            result == NUV_JPEGResult::out_of_data ||
+            (result == NUV_JPEGResult::no_code && scan.marker() != 0 && bits.held() < 16);
         if (!no_more)
-            return jpeg_code_read_failed;
+            return NUV_JPEGCode::read_failed;
         if (scan.marker() != 0 || input.at_end()) {
             ++done;
-            return jpeg_code_scan_ended;
+            return NUV_JPEGCode::scan_ended;
         }
         code = input.want_more();
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 } // namespace nuv

@@ -40,8 +40,8 @@ void NUV_JPEGScanReader::begin(const NUV_JPEGFrame& frame, std::uint32_t units_p
 NUV_JPEGScanReader::Run NUV_JPEGScanReader::next_run(std::uint32_t most,
                                                      NUV_JPEGCode& code) noexcept
 {
-    code = left_ == 0 ? begin_interval() : jpeg_code_good;
-    if (code != jpeg_code_good)
+    code = left_ == 0 ? begin_interval() : NUV_JPEGCode::good;
+    if (!is_good(code))
         return {Mode::ended, most};
     const auto units = static_cast<std::uint32_t>(std::min<std::uint64_t>(most, left_));
     left_ -= units;
@@ -80,7 +80,7 @@ NUV_JPEGCode NUV_JPEGScanReader::begin_interval() noexcept
     if (mode_ == Mode::blank) { // its marker has been read
         mode_ = Mode::decode;
         left_ = interval_;
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     }
     return restarts_ == Restarts::marked ? take_marked_restart() : take_optional_restart();
 }
@@ -90,18 +90,18 @@ NUV_JPEGCode NUV_JPEGScanReader::begin_interval() noexcept
 NUV_JPEGCode NUV_JPEGScanReader::take_marked_restart() noexcept
 {
     state_ = {};
-    NUV_JPEGCode code = marker_ == 0 ? input_->find_marker(marker_) : jpeg_code_good;
-    while (code == jpeg_code_good && marker_ == jpeg_marker_dnl) {
+    NUV_JPEGCode code = marker_ == 0 ? input_->find_marker(marker_) : NUV_JPEGCode::good;
+    while (is_good(code) && marker_ == jpeg_marker_dnl) {
         code = input_->want(dnl_bytes); // of which nothing is new: the height is known by now
         input_->position() += std::min(dnl_bytes, input_->unread());
-        if (code == jpeg_code_good)
+        if (is_good(code))
             code = input_->find_marker(marker_);
     }
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (marker_ < jpeg_marker_rst0 || marker_ > jpeg_marker_rst7) {
         end_scan();
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     }
     const auto number = static_cast<std::uint8_t>(marker_ & 7U);
     const std::uint32_t lost = (number - expected_) & 7U;
@@ -109,7 +109,7 @@ NUV_JPEGCode NUV_JPEGScanReader::take_marked_restart() noexcept
     expected_ = (number + 1) & 7U;
     mode_ = lost == 0 ? Mode::decode : Mode::blank;
     left_ = interval_ * std::max(lost, 1U);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGScanReader::take_optional_restart() noexcept
@@ -119,7 +119,7 @@ NUV_JPEGCode NUV_JPEGScanReader::take_optional_restart() noexcept
     const std::uint32_t rest = mode_ == Mode::skip ? state_.bits : state_.bits & 7U;
     state_.accumulator = rest < 64 ? state_.accumulator << rest : 0;
     state_.bits -= rest;
-    NUV_JPEGCode code = jpeg_code_good;
+    NUV_JPEGCode code = NUV_JPEGCode::good;
     if (state_.bits == 0) {
         state_ = {};
         code = input_->want(2);

@@ -17,11 +17,11 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
     band_ = &band;
     color_ = color;
     NUV_JPEGCode code = tables_.open(allocator);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = tables_.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = factors_.take(header, header.scan());
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
 
     scan_.emplace(input);
@@ -60,19 +60,19 @@ NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocato
         }
     }
     if (!blocks_.allocate(allocator, slot_count_ * jpeg_block_size + alignment / 2))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(blocks_.data()) % alignment;
     std::int16_t* block = blocks_.data() + (alignment - misalignment) % alignment / 2;
     for (std::size_t i = 0; i < slot_count_; ++i, block += jpeg_block_size)
         slots_[i].block = block;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
 {
     NUV_JPEGBitReader local = bits; // in registers
-    NUV_JPEGResult result = jpeg_good;
-    for (std::size_t i = 0; i < slot_count_ && result == jpeg_good; ++i) {
+    NUV_JPEGResult result = NUV_JPEGResult::good;
+    for (std::size_t i = 0; i < slot_count_ && is_good(result); ++i) {
         Slot& slot = slots_[i];
         result = decode_coefficients(local, slot.block, *slot.previous_dc, *slot.dc_table,
                                      *slot.ac_table, slot.reached);
@@ -84,15 +84,15 @@ NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
 NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
 {
     const auto margin = static_cast<std::int32_t>(slot_count_) * jpeg_most_bytes_of_block;
-    NUV_JPEGCode row = jpeg_code_good;
+    NUV_JPEGCode row = NUV_JPEGCode::good;
     std::uint32_t mcu = 0;
     while (mcu < geometry_.mcus_across) {
-        NUV_JPEGCode code = jpeg_code_good;
+        NUV_JPEGCode code = NUV_JPEGCode::good;
         const NUV_JPEGScanReader::Run run = scan_->next_run(geometry_.mcus_across - mcu, code);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         if (run.mode != NUV_JPEGScanReader::Mode::decode) {
-            row = jpeg_code_damaged_lines;
+            row = NUV_JPEGCode::damaged_lines;
             const std::uint32_t end = mcu + run.units;
             for (; run.mode == NUV_JPEGScanReader::Mode::blank && mcu < end; ++mcu)
                 put_blank_mcu(mcu);
@@ -103,16 +103,16 @@ NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
         code = decode_run(*scan_, run.units, margin, done,
                           [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                               const NUV_JPEGResult result = decode_mcu(bits);
-                              if (result != jpeg_good)
+                              if (!is_good(result))
                                   return result;
                               put_mcu(mcu + i);
                               ++i;
-                              return jpeg_good;
+                              return NUV_JPEGResult::good;
                           });
-        if (code == jpeg_code_scan_ended) {
+        if (code == NUV_JPEGCode::scan_ended) {
             scan_->data_ended(run.units - done);
-            row = jpeg_code_damaged_lines;
-        } else if (code != jpeg_code_good) {
+            row = NUV_JPEGCode::damaged_lines;
+        } else if (!is_good(code)) {
             return code;
         }
         mcu += done;

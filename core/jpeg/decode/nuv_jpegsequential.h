@@ -26,7 +26,7 @@ public:
                                     std::uint32_t restart_rows) noexcept;
     void close() noexcept;
 
-    // The next MCU row: jpeg_code_damaged_lines when not all of it could be decoded.
+    // The next MCU row: NUV_JPEGCode::damaged_lines when not all of it could be decoded.
     [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
 
 private:

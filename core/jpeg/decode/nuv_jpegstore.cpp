@@ -13,11 +13,12 @@ NUV_JPEGCode check_stored_size(std::uint64_t line_bytes, std::uint64_t lines,
     constexpr std::uint64_t most_units_per_byte = 512;
 
     if (line_bytes * lines > std::numeric_limits<std::uint32_t>::max())
-        return jpeg_code_unsupported;
+        return NUV_JPEGCode::unsupported;
     const std::uint64_t least_bytes = units / most_units_per_byte;
     const bool is_credible =
         stream_bytes > 0 && static_cast<std::uint64_t>(stream_bytes) >= least_bytes;
-    return stored_bytes <= always_granted || is_credible ? jpeg_code_good : jpeg_code_read_failed;
+    return stored_bytes <= always_granted || is_credible ? NUV_JPEGCode::good
+                                                         : NUV_JPEGCode::read_failed;
 }
 
 NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
@@ -35,11 +36,11 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
     const std::uint64_t line_bytes = std::uint64_t{geometry.width} * geometry.components;
     const NUV_JPEGCode code =
         check_stored_size(line_bytes, geometry.height, blocks * block_bytes, blocks, stream_bytes);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2) ||
         !occupied_.allocate(allocator, blocks))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     std::memset(memory_.data(), 0, memory_.size() * sizeof(std::int16_t));
     std::memset(occupied_.data(), 0, occupied_.size());
 
@@ -53,7 +54,7 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
         next += plane_blocks * jpeg_block_size;
         next_occupied += plane_blocks;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 void NUV_JPEGStore::close() noexcept

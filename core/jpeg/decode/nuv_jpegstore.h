@@ -12,8 +12,8 @@
 namespace nuv {
 
 // Refuses what a header claims beyond all reason, before memory is taken for it:
-// jpeg_code_unsupported for a picture of `line_bytes` x `lines` that 32-bit sizes cannot hold;
-// jpeg_code_read_failed for more than 256 MiB of `stored_bytes` out of a stream of fewer than
+// NUV_JPEGCode::unsupported for a picture of `line_bytes` x `lines` that 32-bit sizes cannot hold;
+// NUV_JPEGCode::read_failed for more than 256 MiB of `stored_bytes` out of a stream of fewer than
 // `units` / 512 bytes.
 [[nodiscard]] NUV_JPEGCode check_stored_size(std::uint64_t line_bytes, std::uint64_t lines,
                                              std::uint64_t stored_bytes, std::uint64_t units,

@@ -28,7 +28,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_J
         planes.fill(no_plane);
     scan_.emplace(input);
     NUV_JPEGCode code = store_.open(allocator, geometry, input.remaining());
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = tables_.open(allocator);
     return code;
 }
@@ -49,7 +49,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
     if (!is_decoded_) {
         is_decoded_ = true;
         const NUV_JPEGCode code = decode_all();
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     }
     for (std::size_t i = 0; i < geometry_.components; ++i) {
@@ -62,25 +62,25 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
                 band.put_block(i, x, down, block, factors_.of(i), jpeg_block_size);
         }
     }
-    return is_damaged_ ? jpeg_code_damaged_lines : jpeg_code_good;
+    return is_damaged_ ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGStoredScans::decode_all() noexcept
 {
     for (std::uint32_t scans = 1;; ++scans) {
         NUV_JPEGCode code = decode_scan();
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         is_damaged_ = is_damaged_ || scan_->is_damaged();
         NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
         code = header_->next_scan(*input_, scan_->marker(), stop);
-        if (code < jpeg_code_good)
+        if (is_failure(code))
             return code;
         if (stop == NUV_JPEGHeader::Stop::end)
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
             is_damaged_ = true;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         }
     }
 }
@@ -93,7 +93,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::build_tables(const NUV_JPEGScanHeader& scan) n
     if (scan.first > 0)
         return tables_.build(header_->tables(), scan, Kinds::ac);
     if (scan.high > 0) // bits alone
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     return tables_.build(header_->tables(), scan, Kinds::dc);
 }
 
@@ -126,44 +126,44 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
         vertical = plane.vertical;
     }
     NUV_JPEGCode code = build_tables(scan.header);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = factors_.take(*header_, scan.header);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     note_planes(scan.header);
     scan_->begin(header_->frame(), scan.units_across,
                  geometry_.unit_rows_of(restart_rows_, vertical));
     for (std::uint32_t row = 0; row < scan.units_down; ++row) {
         code = decode_scan_row(scan, row);
-        if (code == jpeg_code_scan_ended)
-            return jpeg_code_good;
-        if (code != jpeg_code_good)
+        if (code == NUV_JPEGCode::scan_ended)
+            return NUV_JPEGCode::good;
+        if (!is_good(code))
             return code;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
-// jpeg_code_scan_ended when nothing more is to come of the scan.
+// NUV_JPEGCode::scan_ended when nothing more is to come of the scan.
 NUV_JPEGCode NUV_JPEGStoredScans::decode_scan_row(const Scan& scan, std::uint32_t row) noexcept
 {
     std::uint32_t unit = 0;
     while (unit < scan.units_across) {
-        NUV_JPEGCode code = jpeg_code_good;
+        NUV_JPEGCode code = NUV_JPEGCode::good;
         const NUV_JPEGScanReader::Run run = scan_->next_run(scan.units_across - unit, code);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         if (run.mode == NUV_JPEGScanReader::Mode::ended)
-            return jpeg_code_scan_ended;
+            return NUV_JPEGCode::scan_ended;
         std::uint32_t done = run.units;
         if (run.mode == NUV_JPEGScanReader::Mode::decode)
             code = decode_units(scan, row, unit, run.units, done);
-        if (code == jpeg_code_scan_ended)
+        if (code == NUV_JPEGCode::scan_ended)
             scan_->data_ended(run.units - done);
-        else if (code != jpeg_code_good)
+        else if (!is_good(code))
             return code;
         unit += done;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t row,
@@ -179,7 +179,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
         return decode_run(
             *scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                 const NUV_JPEGResult result = decode_mcu(bits, scan.header, first + i, row);
-                i += result == jpeg_good ? 1 : 0;
+                i += is_good(result) ? 1 : 0;
                 return result;
             });
     }
@@ -197,7 +197,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
     return decode_run(*scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
         const NUV_JPEGResult result =
             decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
-        i += result == jpeg_good ? 1 : 0;
+        i += is_good(result) ? 1 : 0;
         return result;
     });
 }
@@ -222,7 +222,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
         if (passed > 0) {
             run -= passed;
             i += passed;
-            return jpeg_good;
+            return NUV_JPEGResult::good;
         }
     }
     std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
@@ -230,7 +230,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
     const NUV_JPEGResult result =
         is_first ? decode_ac_first(bits, block, scan, table, run, row.occupied[i])
                  : refine_ac(bits, block, scan, table, run, row.occupied[i]);
-    i += result == jpeg_good ? 1 : 0;
+    i += is_good(result) ? 1 : 0;
     return result;
 }
 
@@ -247,12 +247,12 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,
             for (std::uint32_t across = 0; across < plane.horizontal;
                  ++across, block += jpeg_block_size) {
                 const NUV_JPEGResult result = decode_block(bits, scan, component, block);
-                if (result != jpeg_good)
+                if (!is_good(result))
                     return result;
             }
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult NUV_JPEGStoredScans::decode_block(NUV_JPEGBitReader& bits,

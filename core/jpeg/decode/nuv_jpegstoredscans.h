@@ -21,8 +21,8 @@ public:
                                     std::uint32_t restart_rows) noexcept;
     void close() noexcept;
 
-    // MCU row `row` into the band; the first call decodes all scans. jpeg_code_damaged_lines when
-    // anything of them is missing.
+    // MCU row `row` into the band; the first call decodes all scans. NUV_JPEGCode::damaged_lines
+    // when anything of them is missing.
     [[nodiscard]] NUV_JPEGCode decode_row(std::uint32_t row, NUV_JPEGBand& band) noexcept;
 
 private:

@@ -38,7 +38,7 @@ NUV_JPEGResult gray_to_block(const std::uint8_t* source, std::int32_t row_step, 
         for (std::size_t x = 0; x < block_side; ++x)
             block[x] = level_shifted(source[x]);
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // 32 by 8 pixels: four blocks of the first component, and the others at a quarter of the width,
@@ -66,7 +66,7 @@ NUV_JPEGResult split_411(const std::uint8_t* source, std::int32_t row_step, std:
             third[y * block_side + x] = level_shifted(mean(2));
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace
@@ -74,21 +74,21 @@ NUV_JPEGResult split_411(const std::uint8_t* source, std::int32_t row_step, std:
 NUV_JPEGCode NUV_JPEGEncoder::open_coder(const NUV_JPEGAllocator& allocator) noexcept
 {
     if (allocator.allocate == nullptr || allocator.deallocate == nullptr)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     allocator_ = allocator;
     markers_.set_allocator(allocator);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::create(const NUV_JPEGOutput& output, const NUV_Cpu& cpu) noexcept
 {
     if (allocator_.allocate == nullptr)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     if (output.write == nullptr || output.to == nullptr || output.position == nullptr)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     output_ = output;
     primitives_ = &jpeg_primitives(cpu);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::set_format(std::uint32_t width, std::uint32_t height,
@@ -96,12 +96,12 @@ NUV_JPEGCode NUV_JPEGEncoder::set_format(std::uint32_t width, std::uint32_t heig
                                          std::uint32_t key, std::uint32_t quality) noexcept
 {
     if (primitives_ == nullptr || state_ == State::encoding)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     const bool written_key = key == jpeg_sampling_444 || key == jpeg_sampling_422 ||
                              key == jpeg_sampling_420 || key == jpeg_sampling_411;
     if (quality > 100 || (components != 1 && components != 3) || bits < 2 || bits > 16 ||
         !written_key || width == 0 || width > jpeg_largest_side || height > jpeg_largest_side)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
 
     frame_ = {};
     frame_.start_marker = jpeg_marker_sof0;
@@ -122,37 +122,37 @@ NUV_JPEGCode NUV_JPEGEncoder::set_format(std::uint32_t width, std::uint32_t heig
     }
     quality_ = quality;
     state_ = State::formatted;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::add_marker(std::uint8_t id,
                                          std::span<const std::uint8_t> payload) noexcept
 {
     if (primitives_ == nullptr || state_ == State::encoding)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     if (id < jpeg_marker_app0 || id > jpeg_marker_com)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     return markers_.add(id, payload);
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::start_encode(std::uint32_t& restart_interval) noexcept
 {
     if (state_ != State::formatted)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     lines_ = 0;
     write_failed_ = false;
     if (is_lossless())
         return start_lossless(restart_interval);
     if (frame_.precision != 8)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
 
     set_geometry();
     settle_restart_interval(restart_interval);
     choose_conversion(sampling_);
     if (!allocate_memory())
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     if (!build_tables())
-        return jpeg_code_bad_table;
+        return NUV_JPEGCode::bad_table;
     lay_out_slots();
     open_lines_ = 0;
     coded_bytes_ = 0;
@@ -165,7 +165,7 @@ NUV_JPEGCode NUV_JPEGEncoder::start_encode(std::uint32_t& restart_interval) noex
 NUV_JPEGCode NUV_JPEGEncoder::set_lossless(NUV_JPEGLosslessTable table) noexcept
 {
     if (state_ != State::formatted)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     frame_.start_marker = jpeg_marker_sof3;
     frame_.set_sampling(jpeg_sampling_444);
     for (NUV_JPEGComponent& component : frame_.component) {
@@ -174,25 +174,25 @@ NUV_JPEGCode NUV_JPEGEncoder::set_lossless(NUV_JPEGLosslessTable table) noexcept
         component.ac_table = 0;
     }
     lossless_table_ = table;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::start_lossless(std::uint32_t& restart_interval) noexcept
 {
     if (frame_.precision != 8 && frame_.precision != 16)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     mcu_width_ = 1;
     mcu_height_ = 1;
     mcus_per_row_ = frame_.width;
     line_bytes_ = frame_.components * frame_.width * (frame_.precision / 8U);
     settle_restart_interval(restart_interval);
     if (restart_interval % frame_.width != 0) // T.81, H.1.1: an interval is whole lines
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     const NUV_JPEGCode code =
         lossless_.start(frame_, lossless_table_, allocator_, output_, *primitives_);
-    if (code == jpeg_code_good || code == jpeg_code_io)
+    if (is_good(code) || code == NUV_JPEGCode::io)
         state_ = State::encoding;
-    write_failed_ = code == jpeg_code_io;
+    write_failed_ = code == NUV_JPEGCode::io;
     return code;
 }
 
@@ -304,13 +304,13 @@ std::uint8_t* NUV_JPEGEncoder::next_line() noexcept
 NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
 {
     if (state_ != State::encoding)
-        return jpeg_code_wrong_state;
+        return NUV_JPEGCode::wrong_state;
     if (write_failed_)
-        return jpeg_code_io;
+        return NUV_JPEGCode::io;
     if (lines_ >= frame_.height)
-        return jpeg_code_too_many_lines;
+        return NUV_JPEGCode::too_many_lines;
     if (line == nullptr)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
 
     std::uint8_t* own = next_line();
     if (line != own)
@@ -322,15 +322,15 @@ NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
     ++open_lines_;
     if (lines_ == frame_.height)
         return close_stream();
-    return open_lines_ == mcu_height_ ? encode_mcu_row() : jpeg_code_good;
+    return open_lines_ == mcu_height_ ? encode_mcu_row() : NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::encode_lossless_line() noexcept
 {
     NUV_JPEGCode code = lossless_.encode_line();
-    if (code == jpeg_code_good && lines_ == frame_.height)
+    if (is_good(code) && lines_ == frame_.height)
         code = lossless_.close();
-    write_failed_ = code == jpeg_code_io;
+    write_failed_ = code == NUV_JPEGCode::io;
     return code;
 }
 
@@ -354,15 +354,15 @@ NUV_JPEGCode NUV_JPEGEncoder::encode_mcu_row() noexcept
     const bool restarts = frame_.restart_interval != 0;
     for (std::size_t mcu = 0; mcu < mcus_per_row_;) {
         // Only now, so that no marker comes behind the last MCU.
-        NUV_JPEGCode code = jpeg_code_good;
+        NUV_JPEGCode code = NUV_JPEGCode::good;
         if (restarts && mcus_to_restart_ == 0)
             code = put_restart();
         std::size_t count = mcus_per_row_ - mcu;
         if (restarts)
             count = std::min<std::size_t>(count, mcus_to_restart_);
-        if (code == jpeg_code_good)
+        if (is_good(code))
             code = encode_mcus(row_ + mcu * mcu_bytes, count);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         mcu += count;
         mcus_to_restart_ -= restarts ? static_cast<std::uint32_t>(count) : 0;
@@ -379,22 +379,22 @@ NUV_JPEGCode NUV_JPEGEncoder::encode_mcus(const std::uint8_t* pixels, std::size_
     const std::size_t mcu_bytes = mcu_width_ * frame_.components;
     const std::span<const BlockSlot> slots = std::span(slots_).first(slot_count_);
 
-    NUV_JPEGResult result = jpeg_good;
+    bool ok = true;
     for (; count != 0; --count, pixels += mcu_bytes) {
         if (coded_room - coded_bytes_ < enough) {
             const NUV_JPEGCode code = write_coded();
-            if (code != jpeg_code_good)
+            if (!is_good(code))
                 return code;
         }
         pixels_to_blocks_(pixels, row_step, blocks_, second_block_, third_block_);
         for (const BlockSlot& slot : slots) {
             primitives.fdct_quant(slot.block, slot.inverses);
-            result |= primitives.huffman_encode_block_wide(
+            ok &= is_good(primitives.huffman_encode_block_wide(
                 slot.block, coded_.data(), coded_room, &coded_bytes_, slot.previous_dc,
-                slot.dc_table, slot.ac_table, &bits_, /*flush=*/false);
+                slot.dc_table, slot.ac_table, &bits_, /*flush=*/false));
         }
     }
-    return result == jpeg_good ? jpeg_code_good : jpeg_code_bad_table;
+    return ok ? NUV_JPEGCode::good : NUV_JPEGCode::bad_table;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::flush_bits() noexcept
@@ -403,7 +403,7 @@ NUV_JPEGCode NUV_JPEGEncoder::flush_bits() noexcept
     const NUV_JPEGResult result = primitives_->huffman_encode_block_wide(
         slot.block, coded_.data(), static_cast<std::int32_t>(coded_.size()), &coded_bytes_,
         slot.previous_dc, slot.dc_table, slot.ac_table, &bits_, /*flush=*/true);
-    return result == jpeg_good ? jpeg_code_good : jpeg_code_bad_table;
+    return is_good(result) ? NUV_JPEGCode::good : NUV_JPEGCode::bad_table;
 }
 
 void NUV_JPEGEncoder::put_coded_marker(std::uint8_t id) noexcept
@@ -429,10 +429,10 @@ NUV_JPEGCode NUV_JPEGEncoder::close_stream() noexcept
 {
     if (is_lossless())
         return lossless_.close();
-    NUV_JPEGCode code = open_lines_ == 0 ? jpeg_code_good : encode_mcu_row();
-    if (code == jpeg_code_good)
+    NUV_JPEGCode code = open_lines_ == 0 ? NUV_JPEGCode::good : encode_mcu_row();
+    if (is_good(code))
         code = flush_bits();
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     put_coded_marker(jpeg_marker_eoi);
     return write_coded();
@@ -445,20 +445,20 @@ NUV_JPEGCode NUV_JPEGEncoder::correct_height() noexcept
                                    static_cast<std::uint8_t>(lines_)};
     const std::int32_t position = is_lossless() ? lossless_.height_position() : height_position_;
     if (!output_.to(output_.storage, position))
-        return jpeg_code_io;
+        return NUV_JPEGCode::io;
     const NUV_JPEGCode code = write(height);
     const bool back = output_.to(output_.storage, end);
-    return back ? code : jpeg_code_io;
+    return back ? code : NUV_JPEGCode::io;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::finish() noexcept
 {
-    NUV_JPEGCode code = jpeg_code_good;
+    NUV_JPEGCode code = NUV_JPEGCode::good;
     const bool cut_short = state_ == State::encoding && lines_ != 0 && lines_ < frame_.height;
     if (cut_short && !write_failed_) {
         code = close_stream();
         const bool knew_height = is_lossless() && lossless_table_ == NUV_JPEGLosslessTable::optimal;
-        if (code == jpeg_code_good && !knew_height)
+        if (is_good(code) && !knew_height)
             code = correct_height();
     }
     state_ = State::closed;
@@ -470,9 +470,9 @@ NUV_JPEGCode NUV_JPEGEncoder::finish() noexcept
 NUV_JPEGCode NUV_JPEGEncoder::write(std::span<const std::uint8_t> bytes) noexcept
 {
     if (output_.write(output_.storage, bytes.data(), static_cast<std::int32_t>(bytes.size())))
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     write_failed_ = true;
-    return jpeg_code_io;
+    return NUV_JPEGCode::io;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::write_coded() noexcept

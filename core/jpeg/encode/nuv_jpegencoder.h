@@ -45,12 +45,12 @@ public:
 
     // Width 1 to 65535 pixels, height 1 to 65535 lines or 0 for one that finish() finds out; 1 or
     // 3 components; precision 2 to 16 bits; a key of the four that are written (which a single
-    // component ignores); quality 0 to 100. Else jpeg_code_bad_parameter.
+    // component ignores); quality 0 to 100. Else NUV_JPEGCode::bad_parameter.
     [[nodiscard]] NUV_JPEGCode set_format(std::uint32_t width, std::uint32_t height,
                                           std::uint32_t components, std::uint32_t bits,
                                           std::uint32_t key, std::uint32_t quality) noexcept;
     // Makes the picture a lossless one, whatever the key and the quality. It keeps its samples: no
-    // colours are converted, and no markers are added. jpeg_code_wrong_state but between
+    // colours are converted, and no markers are added. NUV_JPEGCode::wrong_state but between
     // set_format and start_encode.
     [[nodiscard]] NUV_JPEGCode set_lossless(NUV_JPEGLosslessTable table) noexcept;
     // To be called before start_encode; components unless it is.
@@ -61,17 +61,18 @@ public:
 
     // Writes the header. `restart_interval` counts MCUs; 0 stands for one MCU row. It is set to
     // what is used: 0, for none, when it is above 65535 or when the picture has no more MCUs.
-    // The MCU of a lossless picture is a pixel. jpeg_code_wrong_state before set_format,
-    // jpeg_code_bad_parameter for samples that are not of 8 bits (or 16, lossless) and for an
-    // interval of a lossless picture that is not whole lines, jpeg_code_no_memory, jpeg_code_io.
+    // The MCU of a lossless picture is a pixel. NUV_JPEGCode::wrong_state before set_format,
+    // NUV_JPEGCode::bad_parameter for samples that are not of 8 bits (or 16, lossless) and for an
+    // interval of a lossless picture that is not whole lines, NUV_JPEGCode::no_memory,
+    // NUV_JPEGCode::io.
     [[nodiscard]] NUV_JPEGCode start_encode(std::uint32_t& restart_interval) noexcept;
 
     // Where the coder keeps the next line: width x components samples, for a caller that can put
     // its line there itself. Null when there is no next line.
     [[nodiscard]] std::uint8_t* next_line() noexcept;
-    // `line` may be next_line(). The last line closes the stream. jpeg_code_wrong_state before
-    // start_encode, jpeg_code_too_many_lines beyond the height, jpeg_code_io for a write that
-    // failed, now or earlier; the stream then stays cut.
+    // `line` may be next_line(). The last line closes the stream. NUV_JPEGCode::wrong_state before
+    // start_encode, NUV_JPEGCode::too_many_lines beyond the height, NUV_JPEGCode::io for a write
+    // that failed, now or earlier; the stream then stays cut.
     [[nodiscard]] NUV_JPEGCode write_line(const void* line) noexcept;
 
     // Closes a stream that got some lines but not all, and corrects its height. Frees the buffers

@@ -42,19 +42,19 @@ NUV_JPEGQuantisers jpeg_quantisers_of_quality(std::span<const std::uint8_t, 64> 
 
 bool NUV_JPEGEncoder::build_tables() noexcept
 {
-    NUV_JPEGResult result = jpeg_good;
+    bool ok = true;
     quantisers_[0] = jpeg_quantisers_of_quality(jpeg_standard_luminance_quantisers, quality_);
     quantisers_[1] = jpeg_quantisers_of_quality(jpeg_standard_chrominance_quantisers, quality_);
     for (std::size_t i = 0; i < most_tables; ++i) {
         const NUV_JPEGHuffmanSegment& dc = all_huffman_segments[i];
         const NUV_JPEGHuffmanSegment& ac = all_huffman_segments[most_tables + i];
-        result |= primitives_->quant_forward_init(quantisers_[i].data(), inverses_[i].data());
-        result |= primitives_->huffman_encode_spec_init(dc.counts.data(), dc.values.data(),
-                                                        &dc_tables_[i]);
-        result |= huffman_encode_wide_init(ac.counts.data(), ac.values.data(), &ac_tables_[i]);
+        ok &= is_good(primitives_->quant_forward_init(quantisers_[i].data(), inverses_[i].data()));
+        ok &= is_good(primitives_->huffman_encode_spec_init(dc.counts.data(), dc.values.data(),
+                                                            &dc_tables_[i]));
+        ok &= is_good(huffman_encode_wide_init(ac.counts.data(), ac.values.data(), &ac_tables_[i]));
     }
     primitives_->huffman_encode_state_init(&bits_);
-    return result == jpeg_good;
+    return ok;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::write_stored_markers() noexcept
@@ -63,12 +63,12 @@ NUV_JPEGCode NUV_JPEGEncoder::write_stored_markers() noexcept
         std::uint8_t head[4];
         NUV_JPEGSegmentWriter(head).put_segment(marker.id, marker.payload.size());
         NUV_JPEGCode code = write(head);
-        if (code == jpeg_code_good && !marker.payload.empty())
+        if (is_good(code) && !marker.payload.empty())
             code = write(marker.payload);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGEncoder::write_header() noexcept
@@ -77,9 +77,9 @@ NUV_JPEGCode NUV_JPEGEncoder::write_header() noexcept
     NUV_JPEGSegmentWriter start(header);
     start.put_marker(jpeg_marker_soi);
     NUV_JPEGCode code = write(std::span(header).first(start.position()));
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = write_stored_markers();
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
 
     const std::size_t tables = frame_.components == 1 ? 1 : most_tables;
@@ -98,7 +98,7 @@ NUV_JPEGCode NUV_JPEGEncoder::write_header() noexcept
 
     const std::int32_t begin = output_.position(output_.storage);
     code = write(std::span(header).first(writer.position()));
-    if (code == jpeg_code_good) // else the sum may lie beyond the last position
+    if (is_good(code)) // else the sum may lie beyond the last position
         height_position_ = begin + static_cast<std::int32_t>(height_offset);
     return code;
 }

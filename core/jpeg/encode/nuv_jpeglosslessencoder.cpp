@@ -99,13 +99,14 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::start(const NUV_JPEGFrame& frame, NUV_JPEG
     primitives_->huffman_encode_state_init(&bits_);
     choose_forms();
     if (!allocate_memory(allocator))
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     if (table_ == NUV_JPEGLosslessTable::optimal)
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
 
     std::array<std::uint8_t, categories> values{};
     std::iota(values.begin(), values.end(), std::uint8_t{0});
-    return set_table(standard_counts.data(), values.data()) ? write_header() : jpeg_code_bad_table;
+    return set_table(standard_counts.data(), values.data()) ? write_header()
+                                                            : NUV_JPEGCode::bad_table;
 }
 
 void NUV_JPEGLosslessEncoder::choose_forms() noexcept
@@ -152,7 +153,7 @@ bool NUV_JPEGLosslessEncoder::set_table(const std::uint8_t* counts,
                                         const std::uint8_t* values) noexcept
 {
     NUV_JPEGEncodeTable table;
-    if (primitives_->huffman_encode_spec_init(counts, values, &table) != jpeg_good)
+    if (primitives_->huffman_encode_spec_init(counts, values, &table) != NUV_JPEGResult::good)
         return false;
     std::copy_n(counts, counts_.size(), counts_.begin());
     value_count_ = std::accumulate(counts_.begin(), counts_.end(), std::size_t{0});
@@ -185,9 +186,9 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::write_header() noexcept
     const std::int32_t begin = output_.position(output_.storage);
     const auto bytes = static_cast<std::int32_t>(writer.position());
     if (!output_.write(output_.storage, header.data(), bytes))
-        return jpeg_code_io;
+        return NUV_JPEGCode::io;
     height_position_ = begin + static_cast<std::int32_t>(height_offset);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 std::uint8_t* NUV_JPEGLosslessEncoder::next_line() noexcept
@@ -214,13 +215,13 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::encode_line() noexcept
         split_line_(line_.data(), frame_.width, row_);
     std::uint16_t* differences = differences_of(lines_);
     if (!take_differences(differences))
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     std::swap(row_, previous_row_);
     ++lines_;
     if (table_ == NUV_JPEGLosslessTable::standard)
         return put_line(lines_ - 1);
     count_categories(differences);
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 // T.81, H.1.1 and H.1.2.1: the first line of the picture and of an interval has none above.
@@ -229,16 +230,16 @@ bool NUV_JPEGLosslessEncoder::take_differences(std::uint16_t* differences) noexc
     const bool is_first = lines_ == 0 || starts_interval(lines_);
     const std::size_t width = frame_.width;
     const auto columns = static_cast<std::int32_t>(width);
-    NUV_JPEGResult result = jpeg_good;
+    bool ok = true;
     for (std::size_t start = 0; start < row_samples_; start += width) {
-        result |=
+        ok &= is_good(
             is_first
                 ? primitives_->lossless_diff_first_row(row_ + start, differences + start, columns,
                                                        frame_.precision, point_transform)
                 : primitives_->lossless_diff_other_rows(row_ + start, previous_row_ + start,
-                                                        differences + start, columns, predictor);
+                                                        differences + start, columns, predictor));
     }
-    return result == jpeg_good;
+    return ok;
 }
 
 // In several counters, since one after the other often has the same category and would wait for
@@ -265,7 +266,7 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::put_line(std::size_t line) noexcept
     for (std::size_t x = 0; x < width; x += piece_columns) {
         if (coded_.size() - coded_bytes_ < most_piece_bytes) {
             const NUV_JPEGCode code = write_coded();
-            if (code != jpeg_code_good)
+            if (!is_good(code))
                 return code;
         }
         DifferenceRows rows{};
@@ -292,10 +293,10 @@ void NUV_JPEGLosslessEncoder::put_marker(std::uint8_t id) noexcept
 
 NUV_JPEGCode NUV_JPEGLosslessEncoder::close() noexcept
 {
-    NUV_JPEGCode code = jpeg_code_good;
+    NUV_JPEGCode code = NUV_JPEGCode::good;
     if (table_ == NUV_JPEGLosslessTable::optimal)
         code = write_stored_lines();
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     put_marker(jpeg_marker_eoi);
     return write_coded();
@@ -307,12 +308,12 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::write_stored_lines() noexcept
     std::array<std::uint8_t, 16> counts{};
     std::array<std::uint8_t, 256> values{};
     if (primitives_->huffman_optimal_table(frequencies_.data(), counts.data(), values.data()) !=
-            jpeg_good ||
+            NUV_JPEGResult::good ||
         !set_table(counts.data(), values.data()))
-        return jpeg_code_bad_table;
+        return NUV_JPEGCode::bad_table;
     frame_.height = static_cast<std::uint16_t>(lines_);
     NUV_JPEGCode code = write_header();
-    for (std::size_t line = 0; line < lines_ && code == jpeg_code_good; ++line)
+    for (std::size_t line = 0; line < lines_ && is_good(code); ++line)
         code = put_line(line);
     return code;
 }
@@ -321,7 +322,8 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::write_coded() noexcept
 {
     const auto bytes = static_cast<std::int32_t>(coded_bytes_);
     coded_bytes_ = 0;
-    return output_.write(output_.storage, coded_.data(), bytes) ? jpeg_code_good : jpeg_code_io;
+    return output_.write(output_.storage, coded_.data(), bytes) ? NUV_JPEGCode::good
+                                                                : NUV_JPEGCode::io;
 }
 
 } // namespace nuv

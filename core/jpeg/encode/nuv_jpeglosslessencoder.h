@@ -29,7 +29,7 @@ public:
 
     // `frame` has 1 or 3 components, a precision of 8 or 16 bits, and a restart interval that is
     // whole lines. All memory is taken here. The header is written here under the standard table.
-    // jpeg_code_no_memory, jpeg_code_io.
+    // NUV_JPEGCode::no_memory, NUV_JPEGCode::io.
     [[nodiscard]] NUV_JPEGCode start(const NUV_JPEGFrame& frame, NUV_JPEGLosslessTable table,
                                      const NUV_JPEGAllocator& allocator,
                                      const NUV_JPEGOutput& output,

@@ -43,7 +43,7 @@ public:
     // Why holds() said no.
     [[nodiscard]] NUV_JPEGResult shortage() const noexcept
     {
-        return *marker_ != 0 ? jpeg_no_code : jpeg_out_of_data;
+        return *marker_ != 0 ? NUV_JPEGResult::no_code : NUV_JPEGResult::out_of_data;
     }
 
     // Bits that were read and not taken.
@@ -91,7 +91,7 @@ public:
             if (entry.length != 0) [[likely]] {
                 skip(entry.length);
                 symbol = entry.symbol;
-                return jpeg_good;
+                return NUV_JPEGResult::good;
             }
             length = 9;
         }
@@ -171,9 +171,9 @@ private:
                 continue;
             skip(length);
             symbol = table.symbols[table.first_index[length] + code - table.smallest[length]];
-            return jpeg_good;
+            return NUV_JPEGResult::good;
         }
-        return jpeg_no_code;
+        return NUV_JPEGResult::no_code;
     }
 
     const std::uint8_t* input_;

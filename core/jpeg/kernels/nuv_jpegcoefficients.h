@@ -37,11 +37,11 @@ struct NUV_JPEGCoefficient {
 {
     const std::uint32_t count = out.symbol & 15U;
     if (count == 0)
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     if (!reader.holds(count))
         return reader.shortage();
     out.value = extend_sign(reader.take(count), count);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // Reads one symbol and its value for coefficient `k`, which is moved to the value's place.
@@ -63,16 +63,16 @@ template <class Table>
                 out.symbol = entry >> 8 & 0xFFU;
                 out.value = static_cast<std::int16_t>(entry >> 16);
                 if (!run_ends_in_block())
-                    return jpeg_run_past_block;
-                return out.value != 0 ? jpeg_good : read_value(reader, out);
+                    return NUV_JPEGResult::run_past_block;
+                return out.value != 0 ? NUV_JPEGResult::good : read_value(reader, out);
             }
         }
     }
     out.value = 0;
     const NUV_JPEGResult read = reader.read_symbol(plain_table(table), out.symbol);
-    if (read != jpeg_good)
+    if (!is_good(read))
         return read;
-    return run_ends_in_block() ? read_value(reader, out) : jpeg_run_past_block;
+    return run_ends_in_block() ? read_value(reader, out) : NUV_JPEGResult::run_past_block;
 }
 
 // T.81, F.2.2.1 and F.2.2.2. `reached` is the number of coefficients that the block has.
@@ -86,7 +86,7 @@ template <class Table>
     NUV_JPEGCoefficient coefficient;
     std::uint32_t no_run = 0; // DC takes the low 4 bits of its symbol alone
     const NUV_JPEGResult dc = read_coefficient(reader, dc_table, no_run, coefficient);
-    if (dc != jpeg_good)
+    if (!is_good(dc))
         return dc;
     previous_dc = static_cast<std::int16_t>(previous_dc + coefficient.value);
     block[0] = previous_dc;
@@ -95,7 +95,7 @@ template <class Table>
     while (k <= jpeg_last_coefficient) {
         const std::uint32_t before = k;
         const NUV_JPEGResult ac = read_coefficient(reader, ac_table, k, coefficient);
-        if (ac != jpeg_good)
+        if (!is_good(ac))
             return ac;
         if (coefficient.value != 0) [[likely]] {
             block[jpeg_zigzag[k]] = static_cast<std::int16_t>(coefficient.value);
@@ -106,7 +106,7 @@ template <class Table>
         ++k;
     }
     reached = std::min<std::uint32_t>(k, jpeg_block_size);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace nuv

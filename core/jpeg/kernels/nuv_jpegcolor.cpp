@@ -80,7 +80,7 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
 {
     const NUV_JPEGResult checked = check_pixel_arguments(source, row_step, first, second, third);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     constexpr int shift = 16 + (Across * Down) / 2; // 1, 2 or 4 pixels in a cell
@@ -100,7 +100,7 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
             third[y * block_columns + x] = Color::red_difference(cell, shift);
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

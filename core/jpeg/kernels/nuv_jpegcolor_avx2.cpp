@@ -208,14 +208,14 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
 {
     const NUV_JPEGResult checked = check_pixel_arguments(source, row_step, first, second, third);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     if constexpr (Across == 1)
         convert_444<Color>(source, row_step, first, second, third);
     else
         convert_cells<Color, Down>(source, row_step, first, second, third);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

@@ -161,7 +161,7 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
                                 std::int16_t* first, std::int16_t* second, std::int16_t* third)
 {
     const NUV_JPEGResult checked = check_pixel_arguments(source, row_step, first, second, third);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     constexpr int shift = 16 + (Across * Down) / 2; // 1, 2 or 4 pixels in a cell
@@ -183,7 +183,7 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
         store_8(third + y * block_rows, Color::template red_difference<shift>(cells.left),
                 Color::template red_difference<shift>(cells.right));
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

@@ -17,8 +17,8 @@ namespace nuv {
                                                           const std::int16_t* third) noexcept
 {
     if (source == nullptr || first == nullptr || second == nullptr || third == nullptr)
-        return jpeg_null_pointer;
-    return row_step < 1 ? jpeg_bad_row_step : jpeg_good;
+        return NUV_JPEGResult::null_pointer;
+    return row_step < 1 ? NUV_JPEGResult::bad_row_step : NUV_JPEGResult::good;
 }
 
 void set_portable_color_forms(NUV_JPEGPrimitives& primitives) noexcept;

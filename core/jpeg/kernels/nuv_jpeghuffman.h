@@ -76,7 +76,7 @@ void set_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     static constexpr auto encode = [](const NUV_JPEGEncodeArguments& call) {
         const NUV_JPEGResult checked = check_encode_arguments(call);
-        if (checked != jpeg_good)
+        if (!is_good(checked))
             return checked;
         return encode_masked_block(call, call.flush ? 0 : non_zero_mask(call.block));
     };
@@ -92,7 +92,7 @@ void set_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
            std::int32_t* position, std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
            const NUV_JPEGWideEncodeTable* ac_table, NUV_JPEGEncodeState* state, bool flush) {
             if (ac_table == nullptr)
-                return jpeg_null_pointer;
+                return NUV_JPEGResult::null_pointer;
             return encode({block, output, size, position, previous_dc, dc_table, &ac_table->plain,
                            state, flush, ac_table});
         };

@@ -14,11 +14,11 @@ NUV_JPEGResult decode_block(const std::uint8_t* input, std::int32_t size, std::i
 {
     if (input == nullptr || position == nullptr || block == nullptr || previous_dc == nullptr ||
         marker == nullptr || dc_table == nullptr || ac_table == nullptr || state == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     if (size < 1)
-        return jpeg_bad_size;
+        return NUV_JPEGResult::bad_size;
     if (*position < 0 || *position > size || state->bits > 64)
-        return jpeg_bad_parameter;
+        return NUV_JPEGResult::bad_parameter;
 
     NUV_JPEGBitReader reader(input, size, *position, marker, *state);
     std::uint32_t reached = 0;
@@ -32,9 +32,9 @@ NUV_JPEGResult decode_block(const std::uint8_t* input, std::int32_t size, std::i
 NUV_JPEGResult huffman_state_init(NUV_JPEGDecodeState* state)
 {
     if (state == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     *state = {.accumulator = 0, .bits = 0, .spare = 0, .coefficients = 0, .owner = state->owner};
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

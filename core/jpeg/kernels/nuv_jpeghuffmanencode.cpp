@@ -171,26 +171,26 @@ NUV_JPEGResult encode_block(const NUV_JPEGEncodeArguments& call,
     if (call.flush)
         writer.flush();
     else if (!put_block<Wide>(writer, call, natural_mask))
-        return jpeg_bad_huffman;
+        return NUV_JPEGResult::bad_huffman;
 
     NUV_JPEGEncodeState state = *call.state;
     const std::ptrdiff_t written = writer.finish(state) - start;
     if (written > room)
-        return jpeg_bad_size;
+        return NUV_JPEGResult::bad_size;
     if (start == aside)
         std::copy_n(aside, written, end_of_output);
     *call.state = state;
     *call.position += static_cast<std::int32_t>(written);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult huffman_encode_state_init(NUV_JPEGEncodeState* state)
 {
     if (state == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     state->accumulator = 0;
     state->bits = 0;
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace
@@ -200,12 +200,12 @@ NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexc
     if (call.block == nullptr || call.output == nullptr || call.position == nullptr ||
         call.previous_dc == nullptr || call.dc_table == nullptr || call.ac_table == nullptr ||
         call.state == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     if (call.size < 1)
-        return jpeg_bad_size;
+        return NUV_JPEGResult::bad_size;
     if (*call.position < 0 || *call.position > call.size || call.state->bits > 7)
-        return jpeg_bad_parameter;
-    return jpeg_good;
+        return NUV_JPEGResult::bad_parameter;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
@@ -219,10 +219,10 @@ NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uin
                                         NUV_JPEGWideEncodeTable* table)
 {
     if (table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     const NUV_JPEGResult result =
         jpeg_primitives({}).huffman_encode_spec_init(bits, values, &table->plain);
-    if (result != jpeg_good)
+    if (!is_good(result))
         return result;
 
     constexpr std::int32_t reach = NUV_JPEGWideEncodeTable::reach;
@@ -238,7 +238,7 @@ NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uin
                          : 0;
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept

@@ -34,21 +34,21 @@ struct CodeRanges {
         code += count;
         index += count;
         if (index > most_codes || code > 1U << length)
-            return jpeg_bad_huffman;
+            return NUV_JPEGResult::bad_huffman;
     }
     // A code of 16 ones could not be told from what pads the data, and T.81 forbids it.
     const bool has_16_ones = code > 0xFFFF && ranges.of_length[longest_code].count != 0;
-    return has_16_ones ? jpeg_bad_huffman : jpeg_good;
+    return has_16_ones ? NUV_JPEGResult::bad_huffman : NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult huffman_encode_spec_init(const std::uint8_t* bits, const std::uint8_t* values,
                                         NUV_JPEGEncodeTable* table)
 {
     if (bits == nullptr || values == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     CodeRanges ranges;
     const NUV_JPEGResult assigned = assign_codes(bits, ranges);
-    if (assigned != jpeg_good)
+    if (!is_good(assigned))
         return assigned;
 
     *table = {};
@@ -57,7 +57,7 @@ NUV_JPEGResult huffman_encode_spec_init(const std::uint8_t* bits, const std::uin
         for (std::uint32_t i = 0; i < range.count; ++i)
             table->words[values[range.first_index + i]] = length << 16 | (range.first_code + i);
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 void fill_first_level(NUV_JPEGDecodeTable& table, const CodeRange& range,
@@ -75,10 +75,10 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
                                         NUV_JPEGDecodeTable* table)
 {
     if (bits == nullptr || values == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     CodeRanges ranges;
     const NUV_JPEGResult assigned = assign_codes(bits, ranges);
-    if (assigned != jpeg_good)
+    if (!is_good(assigned))
         return assigned;
 
     *table = {};
@@ -95,7 +95,7 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
         if (length <= 8)
             fill_first_level(*table, range, length);
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // What the wide table holds for a code of `length` bits and what follows it in `index`.
@@ -115,9 +115,9 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
 NUV_JPEGResult size_in_bytes(std::int32_t* size, std::size_t bytes) noexcept
 {
     if (size == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     *size = static_cast<std::int32_t>(bytes);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // T.81, K.2, figure K.1: lengths of the codes of an optimal tree, found by joining the two rarest
@@ -197,7 +197,7 @@ NUV_JPEGResult huffman_optimal_table(const std::uint64_t* frequencies, std::uint
                                      std::uint8_t* values)
 {
     if (frequencies == nullptr || bits == nullptr || values == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     const OptimalTree tree(frequencies);
     std::uint32_t counts[OptimalTree::leaves + 1] = {};
@@ -214,7 +214,7 @@ NUV_JPEGResult huffman_optimal_table(const std::uint64_t* frequencies, std::uint
                 *values++ = static_cast<std::uint8_t>(symbol);
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace
@@ -223,12 +223,12 @@ NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uin
                                         NUV_JPEGWideTable* table)
 {
     if (bits == nullptr || values == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     CodeRanges ranges;
     NUV_JPEGResult result = assign_codes(bits, ranges);
-    if (result == jpeg_good)
+    if (is_good(result))
         result = huffman_decode_spec_init(bits, values, &table->plain);
-    if (result != jpeg_good)
+    if (!is_good(result))
         return result;
 
     constexpr std::uint32_t index_bits = NUV_JPEGWideTable::index_bits;
@@ -242,7 +242,7 @@ NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uin
                 wide_entry(index, length, values[range.first_index + i / entries]);
         }
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept

@@ -16,18 +16,18 @@ namespace {
 {
     std::uint32_t category = 0;
     const NUV_JPEGResult read = reader.read_symbol(table, category);
-    if (read != jpeg_good)
+    if (!is_good(read))
         return read;
     if (category > 16)
-        return jpeg_no_code;
+        return NUV_JPEGResult::no_code;
     if (category == 0 || category == 16) {
         difference = static_cast<std::uint16_t>(category << 11); // 0 or 32768
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     }
     if (!reader.holds(category))
         return reader.shortage();
     difference = static_cast<std::uint16_t>(extend_sign(reader.take(category), category));
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size,
@@ -39,20 +39,20 @@ NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size
     constexpr std::int32_t most_components = 4;
     if (input == nullptr || position == nullptr || rows == nullptr || marker == nullptr ||
         tables == nullptr || state == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     for (std::int32_t i = 0; i < std::min(components, most_components); ++i) {
         if (rows[i] == nullptr || tables[i] == nullptr)
-            return jpeg_null_pointer;
+            return NUV_JPEGResult::null_pointer;
     }
     if (size < 1 || columns < 1 || components < 1)
-        return jpeg_bad_size;
+        return NUV_JPEGResult::bad_size;
     if (components > most_components || *position < 0 || *position > size || state->bits > 64)
-        return jpeg_bad_parameter;
+        return NUV_JPEGResult::bad_parameter;
 
     NUV_JPEGBitReader reader(input, size, *position, marker, *state);
-    NUV_JPEGResult result = jpeg_good;
-    for (std::int32_t x = 0; x < columns && result == jpeg_good; ++x) {
-        for (std::int32_t i = 0; i < components && result == jpeg_good; ++i)
+    NUV_JPEGResult result = NUV_JPEGResult::good;
+    for (std::int32_t x = 0; x < columns && is_good(result); ++x) {
+        for (std::int32_t i = 0; i < components && is_good(result); ++i)
             result = read_difference(reader, *tables[i], rows[i][x]);
     }
     reader.store(*position, *state);
@@ -66,16 +66,16 @@ NUV_JPEGResult lossless_first_row(const std::uint16_t* differences, std::uint16_
 {
     std::uint16_t left = 0;
     NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (checked == jpeg_good)
+    if (is_good(checked))
         checked = find_middle(precision, point_transform, left);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     for (std::int32_t i = 0; i < columns; ++i) {
         left = static_cast<std::uint16_t>(left + differences[i]);
         output[i] = left;
     }
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult lossless_other_rows(const std::uint16_t* differences, const std::uint16_t* previous,
@@ -83,9 +83,9 @@ NUV_JPEGResult lossless_other_rows(const std::uint16_t* differences, const std::
                                    std::int32_t predictor)
 {
     if (previous == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     const NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     return with_predictor(predictor, [=]<int Predictor>() {
@@ -105,15 +105,15 @@ NUV_JPEGResult lossless_diff_first_row(const std::uint16_t* samples, std::uint16
 {
     std::uint16_t middle = 0;
     NUV_JPEGResult checked = check_row(samples, differences, columns);
-    if (checked == jpeg_good)
+    if (is_good(checked))
         checked = find_middle(precision, point_transform, middle);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     differences[0] = static_cast<std::uint16_t>(samples[0] - middle);
     for (std::int32_t i = 1; i < columns; ++i)
         differences[i] = static_cast<std::uint16_t>(samples[i] - samples[i - 1]);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult lossless_diff_other_rows(const std::uint16_t* samples, const std::uint16_t* previous,
@@ -121,9 +121,9 @@ NUV_JPEGResult lossless_diff_other_rows(const std::uint16_t* samples, const std:
                                         std::int32_t predictor)
 {
     if (previous == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     const NUV_JPEGResult checked = check_row(samples, differences, columns);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     return with_predictor(predictor, [=]<int Predictor>() {

@@ -16,8 +16,8 @@ inline constexpr std::int32_t last_predictor = 7;
                                               std::int32_t columns) noexcept
 {
     if (in == nullptr || out == nullptr)
-        return jpeg_null_pointer;
-    return columns < 1 ? jpeg_bad_size : jpeg_good;
+        return NUV_JPEGResult::null_pointer;
+    return columns < 1 ? NUV_JPEGResult::bad_size : NUV_JPEGResult::good;
 }
 
 // T.81, H.1.2.1: the prediction of the first sample, half of what the precision holds. `middle` is
@@ -27,9 +27,9 @@ inline constexpr std::int32_t last_predictor = 7;
                                                 std::uint16_t& middle) noexcept
 {
     if (precision < 2 || precision > 16 || point_transform < 0 || point_transform >= precision)
-        return jpeg_bad_parameter;
+        return NUV_JPEGResult::bad_parameter;
     middle = static_cast<std::uint16_t>(1U << (precision - point_transform - 1));
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // T.81, table H.1: `a` is the sample to the left, `b` the one above, `c` above and to the left.
@@ -61,27 +61,27 @@ NUV_JPEGResult with_predictor(std::int32_t predictor, Work work)
     switch (predictor) {
     case 1:
         work.template operator()<1>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 2:
         work.template operator()<2>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 3:
         work.template operator()<3>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 4:
         work.template operator()<4>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 5:
         work.template operator()<5>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 6:
         work.template operator()<6>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     case 7:
         work.template operator()<7>();
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     default:
-        return jpeg_bad_parameter;
+        return NUV_JPEGResult::bad_parameter;
     }
 }
 

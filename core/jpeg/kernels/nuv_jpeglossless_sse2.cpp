@@ -68,14 +68,14 @@ NUV_JPEGResult lossless_first_row_sse2(const std::uint16_t* differences, std::ui
 {
     std::uint16_t middle = 0;
     NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (checked == jpeg_good)
+    if (is_good(checked))
         checked = find_middle(precision, point_transform, middle);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     output[0] = static_cast<std::uint16_t>(differences[0] + middle);
     sum_up_row<1>(differences, nullptr, output, columns);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // The loops of the other predictors, which either need no form of their own or cannot have one.
@@ -95,9 +95,9 @@ NUV_JPEGResult lossless_other_rows_sse2(const std::uint16_t* differences,
                                         std::int32_t columns, std::int32_t predictor)
 {
     if (previous == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
     const NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (checked != jpeg_good)
+    if (!is_good(checked))
         return checked;
 
     return with_predictor(predictor, [=]<int Predictor>() {

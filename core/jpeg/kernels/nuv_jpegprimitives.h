@@ -10,19 +10,23 @@ namespace nuv {
 // What a primitive answers: 0 when it did its work, a positive value for a warning, a negative one
 // when it did not. Arguments are checked before anything is read or written, in the order null
 // pointer, size, row step, parameter.
-using NUV_JPEGResult = std::int32_t;
+enum class NUV_JPEGResult : std::int32_t {
+    good = 0,
+    zero_quantiser = 6,  // a warning: done, with an inverse of 65535
+    run_past_block = -2, // coefficient index above 63
+    bad_parameter = -5,  // out of its range
+    bad_size = -6,       // a size below 1, or an output full
+    null_pointer = -8,
+    bad_row_step = -14, // below 1
+    out_of_data = -62,  // the data ended inside a code
+    no_code = -63,      // no code matches, or a marker stands here
+    bad_huffman = -64,  // inconsistent table, or symbol without code
+};
 
-inline constexpr NUV_JPEGResult jpeg_good = 0;
-inline constexpr NUV_JPEGResult jpeg_warning_zero_quantiser = 6; // done, with an inverse of 65535
-inline constexpr NUV_JPEGResult jpeg_run_past_block = -2;        // coefficient index above 63
-inline constexpr NUV_JPEGResult jpeg_bad_parameter = -5;         // out of its range
-inline constexpr NUV_JPEGResult jpeg_bad_size = -6; // a size below 1, or an output full
-inline constexpr NUV_JPEGResult jpeg_null_pointer = -8;
-inline constexpr NUV_JPEGResult jpeg_bad_row_step = -14; // below 1
-inline constexpr NUV_JPEGResult jpeg_out_of_data = -62;  // the data ended inside a code
-inline constexpr NUV_JPEGResult jpeg_no_code = -63;      // no code matches, or a marker stands here
-inline constexpr NUV_JPEGResult jpeg_bad_huffman =
-    -64; // inconsistent table, or symbol without code
+[[nodiscard]] constexpr bool is_good(NUV_JPEGResult result) noexcept
+{
+    return result == NUV_JPEGResult::good;
+}
 
 inline constexpr std::size_t jpeg_block_size = 64; // samples or coefficients in a block
 
@@ -111,8 +115,9 @@ struct NUV_JPEGPrimitives {
     // Codes one block (T.81, F.1.2) into output[*position] and up to `size`, and sets
     // *previous_dc to its DC value. With `flush` set the block and the tables are not looked at
     // (but must not be null): the held bits are written, padded with ones, and the state is empty
-    // afterwards. jpeg_bad_size when the output is full (512 bytes free are always enough),
-    // jpeg_bad_huffman for a symbol that has no code; what was coded is then incomplete.
+    // afterwards. NUV_JPEGResult::bad_size when the output is full (512 bytes free are always
+    // enough), NUV_JPEGResult::bad_huffman for a symbol that has no code; what was coded is then
+    // incomplete.
     NUV_JPEGResult (*huffman_encode_block)(const std::int16_t* block, std::uint8_t* output,
                                            std::int32_t size, std::int32_t* position,
                                            std::int16_t* previous_dc,
@@ -123,15 +128,15 @@ struct NUV_JPEGPrimitives {
     // *size = sizeof(NUV_JPEGEncodeTable), in bytes.
     NUV_JPEGResult (*huffman_encode_spec_size)(std::int32_t* size);
     // Codes of T.81, Annex C. `bits` is 16 counts, bits[0] of the codes of 1 bit; `values` holds
-    // as many symbols as these say. jpeg_bad_huffman for more than 256 codes, for more codes than
-    // their lengths allow, and for a code of 16 ones.
+    // as many symbols as these say. NUV_JPEGResult::bad_huffman for more than 256 codes, for more
+    // codes than their lengths allow, and for a code of 16 ones.
     NUV_JPEGResult (*huffman_encode_spec_init)(const std::uint8_t* bits, const std::uint8_t* values,
                                                NUV_JPEGEncodeTable* table);
     NUV_JPEGResult (*huffman_encode_state_init)(NUV_JPEGEncodeState* state);
 
     // `raw` is 64 quantisers in zig-zag order, as DQT carries them; `table` their inverses, 32768
     // divided by each and rounded, in natural order. 1 gives 32768. 0 gives 65535 and, when all is
-    // done, the warning jpeg_warning_zero_quantiser.
+    // done, the warning NUV_JPEGResult::zero_quantiser.
     NUV_JPEGResult (*quant_forward_init)(const std::uint8_t* raw, std::uint16_t* table);
 
     // Dequantises (saturating) and transforms back, T.81, A.3.3. All in natural order; the output
@@ -151,10 +156,11 @@ struct NUV_JPEGPrimitives {
     NUV_JPEGResult (*huffman_state_init)(NUV_JPEGDecodeState* state);
 
     // Decodes one block (T.81, F.2.2), dequantising nothing. The block is cleared first.
-    // jpeg_out_of_data when the input ends inside the block, jpeg_no_code when it has no code
-    // here or a marker stands in the block, jpeg_run_past_block. Any of these leaves the block
-    // partly filled and the state, the position and *previous_dc somewhere inside the block: a
-    // caller that gets more input puts back its copies of them and repeats the call.
+    // NUV_JPEGResult::out_of_data when the input ends inside the block, NUV_JPEGResult::no_code
+    // when it has no code here or a marker stands in the block, NUV_JPEGResult::run_past_block. Any
+    // of these leaves the block partly filled and the state, the position and *previous_dc
+    // somewhere inside the block: a caller that gets more input puts back its copies of them and
+    // repeats the call.
     NUV_JPEGResult (*huffman_decode_block)(const std::uint8_t* input, std::int32_t size,
                                            std::int32_t* position, std::int16_t* block,
                                            std::int16_t* previous_dc, std::uint8_t* marker,
@@ -164,7 +170,7 @@ struct NUV_JPEGPrimitives {
 
     // Decodes `columns` differences (T.81, H.2) of each of 1 to 4 components, one component after
     // the other in each column, into rows[component][column]. tables[component] is its table.
-    // Errors as huffman_decode_block, and jpeg_no_code for a category above 16.
+    // Errors as huffman_decode_block, and NUV_JPEGResult::no_code for a category above 16.
     NUV_JPEGResult (*lossless_decode_rows)(const std::uint8_t* input, std::int32_t size,
                                            std::int32_t* position, std::uint16_t* const* rows,
                                            std::int32_t columns, std::int32_t components,
@@ -174,8 +180,8 @@ struct NUV_JPEGPrimitives {
 
     // The lossless predictions (T.81, H.1.2.1). Samples and differences are modulo 65536. The
     // precision is 2 to 16 bits, the point transform 0 to precision - 1, the predictor 1 to 7;
-    // else jpeg_bad_parameter. Input and output may be the same row in the two that decode and
-    // must not overlap in the two that take differences.
+    // else NUV_JPEGResult::bad_parameter. Input and output may be the same row in the two that
+    // decode and must not overlap in the two that take differences.
     //
     // First line of a restart interval: from half the range, then from the left.
     NUV_JPEGResult (*lossless_first_row)(const std::uint16_t* differences, std::uint16_t* output,

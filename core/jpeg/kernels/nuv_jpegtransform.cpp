@@ -58,14 +58,14 @@ NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* outp
                             const std::int16_t* table)
 {
     if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     if (has_only_dc(coefficients)) {
         // Both passes at once: 8192 / 2^11 in the first, 8192 / 2^18 in the second.
         const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
         const std::int32_t first = saturate_to_16_bits(4 * dc);
         std::fill_n(output, jpeg_block_size, static_cast<std::int16_t>((first + 16) >> 5));
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     }
     for (std::size_t i = 0; i < jpeg_block_size; ++i)
         output[i] = saturate_to_16_bits(std::int32_t{coefficients[i]} * table[i]);
@@ -73,7 +73,7 @@ NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* outp
         inverse_pass<side, jpeg_dct_first_shift>(output + x);
     for (std::size_t y = 0; y < side; ++y)
         inverse_pass<1, jpeg_dct_second_shift>(output + y * side);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 template <std::size_t Stride, int Shift>
@@ -102,7 +102,7 @@ void forward_pass(std::int16_t* values) noexcept
 NUV_JPEGResult fdct_quant(std::int16_t* block, const std::uint16_t* table)
 {
     if (block == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     for (std::size_t y = 0; y < side; ++y)
         forward_pass<1, jpeg_dct_first_shift>(block + y * side);
@@ -110,7 +110,7 @@ NUV_JPEGResult fdct_quant(std::int16_t* block, const std::uint16_t* table)
         forward_pass<side, jpeg_dct_second_shift>(block + x);
     for (std::size_t i = 0; i < jpeg_block_size; ++i)
         block[i] = quantise(block[i], table[i]);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // 32768 / quantiser to nearest, ties to even, from the quotient with 16 more bits.
@@ -123,14 +123,14 @@ NUV_JPEGResult fdct_quant(std::int16_t* block, const std::uint16_t* table)
 NUV_JPEGResult quant_forward_init(const std::uint8_t* raw, std::uint16_t* table)
 {
     if (raw == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
-    NUV_JPEGResult result = jpeg_good;
+    NUV_JPEGResult result = NUV_JPEGResult::good;
     for (std::size_t i = 0; i < jpeg_block_size; ++i) {
         std::uint16_t& entry = table[jpeg_zigzag[i]];
         if (raw[i] == 0) {
             entry = 65535;
-            result = jpeg_warning_zero_quantiser;
+            result = NUV_JPEGResult::zero_quantiser;
             continue;
         }
         entry = inverse_of(raw[i]);

@@ -138,7 +138,7 @@ NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t*
                                  const std::int16_t* table)
 {
     if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     __m256i rows_01 = load_16(coefficients);
     __m256i rows_23 = load_16(coefficients + 16);
@@ -150,7 +150,7 @@ NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t*
     if (_mm256_testz_si256(ac, ac) != 0) {
         const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
         fill_block(output, static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     }
 
     rows_01 = dequantise(rows_01, load_16(table));
@@ -167,7 +167,7 @@ NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t*
     store_rows(output, _mm256_unpackhi_epi64(done.a, done.c), 1, 5);
     store_rows(output, _mm256_unpacklo_epi64(done.b, done.d), 2, 6);
     store_rows(output, _mm256_unpackhi_epi64(done.b, done.d), 3, 7);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // Outputs 2 K and 2 K + 1 of the forward transform: [out_2K | out_2K+1] of 8 columns.
@@ -236,7 +236,7 @@ NUV_TARGET("avx2")
 NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
 {
     if (block == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     const Quad in = {load_rows(block, block + 32), load_rows(block + 8, block + 40),
                      load_rows(block + 16, block + 48), load_rows(block + 24, block + 56)};
@@ -273,7 +273,7 @@ NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
     store_16(block + 16, quantise(_mm256_shuffle_epi8(second.b, natural), load_16(table + 16)));
     store_16(block + 32, quantise(_mm256_shuffle_epi8(second.c, natural), load_16(table + 32)));
     store_16(block + 48, quantise(_mm256_shuffle_epi8(second.d, natural), load_16(table + 48)));
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

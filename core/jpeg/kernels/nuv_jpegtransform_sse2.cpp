@@ -122,7 +122,7 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
                                  const std::int16_t* table)
 {
     if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     __m128i rows[8];
     for (std::size_t i = 0; i < 8; ++i)
@@ -136,7 +136,7 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
             _mm_set1_epi16(static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
         for (std::size_t i = 0; i < 8; ++i)
             store_8(output + 8 * i, all);
-        return jpeg_good;
+        return NUV_JPEGResult::good;
     }
 
     for (std::size_t i = 0; i < 8; ++i)
@@ -147,7 +147,7 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
     transpose(rows);
     for (std::size_t i = 0; i < 8; ++i)
         store_8(output + 8 * i, rows[i]);
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 // Output 2 K from the sums or 2 K + 1 from the differences.
@@ -200,7 +200,7 @@ NUV_TARGET("sse2")
 NUV_JPEGResult fdct_quant_sse2(std::int16_t* block, const std::uint16_t* table)
 {
     if (block == nullptr || table == nullptr)
-        return jpeg_null_pointer;
+        return NUV_JPEGResult::null_pointer;
 
     __m128i rows[8];
     for (std::size_t i = 0; i < 8; ++i)
@@ -211,7 +211,7 @@ NUV_JPEGResult fdct_quant_sse2(std::int16_t* block, const std::uint16_t* table)
     forward_pass<jpeg_dct_second_shift>(rows);
     for (std::size_t i = 0; i < 8; ++i)
         store_8(block + 8 * i, quantise(rows[i], load_8(table + 8 * i)));
-    return jpeg_good;
+    return NUV_JPEGResult::good;
 }
 
 } // namespace

@@ -83,12 +83,12 @@ bool NUV_DecodeJPEGEngine::execute()
     if (!out)
         return false;
     const NUV_JPEGCode code = internal().read_line(out);
-    if (code <= 0) {
+    if (is_failure(code)) {
         internal().raise(code, "execute()");
         static_cast<void>(dst_buffer_->release(0));
         return false;
     }
-    if (code > jpeg_code_good)
+    if (is_warning(code))
         warn(manager(), NUV_WARN_BROKEN_DATA, method);
     return dst_buffer_->release(line_bytes_);
 }

@@ -81,14 +81,14 @@ bool NUV_JPEGTableInfoInternal::initiate(NUV_InputStorage* storage)
     if (!manager().depend(this, storage))
         return false;
     NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = decoder_.read_tables();
-    if (code == jpeg_code_no_jpeg)
+    if (code == NUV_JPEGCode::no_jpeg)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
-    if (code == jpeg_code_io)
-        code = jpeg_code_read_failed;
-    else if (code == jpeg_code_read_failed)
-        code = jpeg_code_bad_marker;
+    if (code == NUV_JPEGCode::io)
+        code = NUV_JPEGCode::read_failed;
+    else if (code == NUV_JPEGCode::read_failed)
+        code = NUV_JPEGCode::bad_marker;
     return nuv_jpegregiststatus(manager(), code, method);
 }
 
@@ -109,7 +109,7 @@ bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorTy
     decoder_.set_output_color(jpeg_color_of(color));
     decoder_.set_restart_rows(restart_rows);
     NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = decoder_.read_header(tables ? &tables->tables() : nullptr);
     return raise(code, "get_jpeginfo()");
 }
@@ -166,8 +166,8 @@ bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, NUV_Here h
 {
     std::array<char, 64> method{};
     std::snprintf(method.data(), method.size(), "NUV_JPEGInfoInternal::%s", name);
-    if (code == jpeg_code_io)
-        code = jpeg_code_read_failed;
+    if (code == NUV_JPEGCode::io)
+        code = NUV_JPEGCode::read_failed;
     return nuv_jpegregiststatus(manager(), code, method.data(), here);
 }
 

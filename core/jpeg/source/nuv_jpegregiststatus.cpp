@@ -5,27 +5,27 @@ namespace nuv {
 NUV_StatusCode jpeg_status_of(NUV_JPEGCode code) noexcept
 {
     switch (code) {
-    case jpeg_code_good:
-    case jpeg_code_no_memory:
-    case jpeg_code_no_jpeg:
-    case jpeg_code_scan_ended:
+    case NUV_JPEGCode::good:
+    case NUV_JPEGCode::no_memory:
+    case NUV_JPEGCode::no_jpeg:
+    case NUV_JPEGCode::scan_ended:
         return NUV_STATUS_OK;
-    case jpeg_code_bad_parameter:
+    case NUV_JPEGCode::bad_parameter:
         return NUV_ERR_ARGUMENT;
-    case jpeg_code_read_failed:
+    case NUV_JPEGCode::read_failed:
         return NUV_ERR_BROKEN_DATA;
-    case jpeg_code_io:
+    case NUV_JPEGCode::io:
         return NUV_ERR_IO;
-    case jpeg_code_bad_segment:
-    case jpeg_code_bad_marker:
+    case NUV_JPEGCode::bad_segment:
+    case NUV_JPEGCode::bad_marker:
         return NUV_ERR_INVALID_DATA;
-    case jpeg_code_unsupported:
+    case NUV_JPEGCode::unsupported:
         return NUV_ERR_UNSUPPORTED;
-    case jpeg_code_damaged_lines:
+    case NUV_JPEGCode::damaged_lines:
         return NUV_WARN_BROKEN_DATA;
-    case jpeg_code_segment_trouble:
+    case NUV_JPEGCode::segment_trouble:
         return NUV_WARN_UNSUPPORTED;
-    case jpeg_code_registered:
+    case NUV_JPEGCode::registered:
         return NUV_WARN_INVALID_DATA | 0x10;
     default:
         return NUV_ERROR;
@@ -38,7 +38,7 @@ bool nuv_jpegregiststatus(NUV_Manager& manager, NUV_JPEGCode code, const char* m
     const NUV_StatusCode status = jpeg_status_of(code);
     if (status != NUV_STATUS_OK)
         manager.raise(status, method, here.file, here.line);
-    return code > 0;
+    return !is_failure(code);
 }
 
 } // namespace nuv

@@ -76,7 +76,7 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     NUV_JPEGCode code = coder_.open_coder(jpeg_allocator_of(manager()));
-    if (code > 0)
+    if (!is_failure(code))
         code = coder_.create(jpeg_output_to(storage));
     return accept(code);
 }
@@ -117,11 +117,11 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     NUV_JPEGCode code = coder_.set_format(header->width(), header->height(), header->channels(),
                                           header->bits(), jpeg_sampling_444, any_quality);
-    if (code > 0)
+    if (!is_failure(code))
         code = coder_.set_lossless(option->optimise() ? NUV_JPEGLosslessTable::optimal
                                                       : NUV_JPEGLosslessTable::standard);
     std::uint32_t restart_interval = option->restart_interval();
-    if (code > 0)
+    if (!is_failure(code))
         code = coder_.start_encode(restart_interval);
     return accept(code) && read_lines_of(*header);
 }
@@ -153,13 +153,13 @@ bool NUV_WriteJPEGEngine::execute()
         return false;
     NUV_JPEGCode code = coder_.write_line(line);
     bool ok = src_buffer_->release(); // before finish() takes the line away
-    if (++lines_done_ == height_ && code == jpeg_code_good) {
+    if (++lines_done_ == height_ && is_good(code)) {
         code = coder_.finish();
         ok &= release_storage();
     }
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         nuv_jpegregiststatus(manager(), code, "NUV_WriteJPEGEngine::execute()");
-    return ok && code == jpeg_code_good;
+    return ok && is_good(code);
 }
 
 bool NUV_WriteJPEGEngine::release_storage()

@@ -25,12 +25,12 @@ NUV_JPEGCode read_payload_size(NUV_JPEGInput& input, std::uint32_t& bytes) noexc
 {
     std::uint32_t length = 0;
     const NUV_JPEGCode code = read_16(input, length);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (length < length_bytes)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     bytes = length - length_bytes;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 // T.81, table B.1: SOF0 to SOF15 without those numbers that are other markers.
@@ -66,31 +66,31 @@ bool is_valid_precision(std::uint8_t marker, std::uint32_t precision) noexcept
 NUV_JPEGCode NUV_JPEGHeader::next_marker(NUV_JPEGInput& input, std::uint8_t& marker) noexcept
 {
     const NUV_JPEGCode more = input.want(1);
-    if (more != jpeg_code_good)
+    if (!is_good(more))
         return more;
     ended_between_segments_ = input.unread() == 0;
     const NUV_JPEGCode code = input.find_marker(marker);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
-    return marker != 0 ? jpeg_code_good : jpeg_code_io;
+    return marker != 0 ? NUV_JPEGCode::good : NUV_JPEGCode::io;
 }
 
 NUV_JPEGCode NUV_JPEGHeader::read(NUV_JPEGInput& input) noexcept
 {
     std::array<std::uint8_t, 2> start{};
     const NUV_JPEGCode code = input.read(start);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (start[0] != 0xFF || start[1] != jpeg_marker_soi)
-        return jpeg_code_no_jpeg;
+        return NUV_JPEGCode::no_jpeg;
     return read_segments(input);
 }
 
 NUV_JPEGCode NUV_JPEGHeader::read_tables(NUV_JPEGInput& input) noexcept
 {
     const NUV_JPEGCode code = read(input);
-    const bool is_whole = code == jpeg_code_io && ended_between_segments_ && has_any_table_;
-    return is_whole ? jpeg_code_good : code;
+    const bool is_whole = code == NUV_JPEGCode::io && ended_between_segments_ && has_any_table_;
+    return is_whole ? NUV_JPEGCode::good : code;
 }
 
 NUV_JPEGCode NUV_JPEGHeader::read_segments(NUV_JPEGInput& input) noexcept
@@ -98,16 +98,16 @@ NUV_JPEGCode NUV_JPEGHeader::read_segments(NUV_JPEGInput& input) noexcept
     for (;;) {
         std::uint8_t marker = 0;
         NUV_JPEGCode code = next_marker(input, marker);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         if (marker == jpeg_marker_eoi)
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         if (marker == jpeg_marker_tem)
-            return jpeg_code_segment_trouble;
+            return NUV_JPEGCode::segment_trouble;
         if (marker == jpeg_marker_sos)
             return read_first_scan(input);
         code = read_segment(input, marker, Place::header);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     }
 }
@@ -117,25 +117,24 @@ NUV_JPEGCode NUV_JPEGHeader::next_scan(NUV_JPEGInput& input, std::uint8_t pendin
 {
     for (;;) {
         std::uint8_t marker = std::exchange(pending, std::uint8_t{0});
-        NUV_JPEGCode code = marker != 0 ? jpeg_code_good : next_marker(input, marker);
+        NUV_JPEGCode code = marker != 0 ? NUV_JPEGCode::good : next_marker(input, marker);
         if (marker == jpeg_marker_sos) {
             stop = Stop::scan;
             code = read_scan(input);
         } else if (marker == jpeg_marker_eoi) {
             stop = Stop::end;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         } else if (marker == jpeg_marker_soi || is_frame_marker(marker)) {
             stop = Stop::foreign;
-            return jpeg_code_good;
-        } else if (code == jpeg_code_good && marker != jpeg_marker_tem &&
-                   !is_restart_marker(marker)) {
+            return NUV_JPEGCode::good;
+        } else if (is_good(code) && marker != jpeg_marker_tem && !is_restart_marker(marker)) {
             code = read_segment(input, marker, Place::between_scans);
         }
-        if (code == jpeg_code_io || code == jpeg_code_segment_trouble) {
+        if (code == NUV_JPEGCode::io || code == NUV_JPEGCode::segment_trouble) {
             stop = Stop::data_ended;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         }
-        if (code != jpeg_code_good || marker == jpeg_marker_sos)
+        if (!is_good(code) || marker == jpeg_marker_sos)
             return code;
     }
 }
@@ -146,7 +145,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_segment(NUV_JPEGInput& input, std::uint8_t mar
     if (is_frame_marker(marker))
         return read_frame(input, marker);
     if (is_refused_marker(marker))
-        return jpeg_code_unsupported;
+        return NUV_JPEGCode::unsupported;
     switch (marker) {
     case jpeg_marker_dht:
         return read_huffman_tables(input);
@@ -162,8 +161,9 @@ NUV_JPEGCode NUV_JPEGHeader::read_segment(NUV_JPEGInput& input, std::uint8_t mar
     if (marker >= jpeg_marker_app0 && marker <= jpeg_marker_com)
         return place == Place::header ? keep_segment(input, marker) : skip_segment(input);
     if (marker < jpeg_marker_sof0) // reserved
-        return skip_segment(input) == jpeg_code_good ? jpeg_code_good : jpeg_code_segment_trouble;
-    return jpeg_code_bad_marker;
+        return skip_segment(input) == NUV_JPEGCode::good ? NUV_JPEGCode::good
+                                                         : NUV_JPEGCode::segment_trouble;
+    return NUV_JPEGCode::bad_marker;
 }
 
 // T.81, B.2.2.
@@ -173,28 +173,28 @@ NUV_JPEGCode NUV_JPEGHeader::read_frame(NUV_JPEGInput& input, std::uint8_t marke
     constexpr std::uint32_t component_bytes = 3;
 
     if (has_frame())
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
     std::array<std::uint8_t, fixed_bytes> fields{};
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = input.read(fields);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
 
     if (!is_valid_precision(marker, fields[0]))
-        return jpeg_code_bad_marker;
+        return NUV_JPEGCode::bad_marker;
     const std::size_t components = fields[5];
     if (components > jpeg_most_components)
-        return jpeg_code_unsupported;
+        return NUV_JPEGCode::unsupported;
     if (components == 0 || payload != fixed_bytes + component_bytes * components)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     frame_.precision = fields[0];
     frame_.height = static_cast<std::uint16_t>(fields[1] << 8 | fields[2]);
     frame_.width = static_cast<std::uint16_t>(fields[3] << 8 | fields[4]);
     frame_.components = components;
     code = read_frame_components(input);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         frame_.start_marker = marker;
     return code;
 }
@@ -206,7 +206,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_frame_components(NUV_JPEGInput& input) noexcep
     for (std::size_t i = 0; i < frame_.components; ++i) {
         std::array<std::uint8_t, 3> fields{};
         const NUV_JPEGCode code = input.read(fields);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         NUV_JPEGComponent& component = frame_.component[i];
         component.id = fields[0];
@@ -215,15 +215,15 @@ NUV_JPEGCode NUV_JPEGHeader::read_frame_components(NUV_JPEGInput& input) noexcep
         component.quantiser = fields[2];
         if (component.horizontal == 0 || component.horizontal > largest_factor ||
             component.vertical == 0 || component.vertical > largest_factor)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGHeader::read_first_scan(NUV_JPEGInput& input) noexcept
 {
     const NUV_JPEGCode code = read_scan(input);
-    if (code != jpeg_code_good || frame_.height != 0)
+    if (!is_good(code) || frame_.height != 0)
         return code;
     return find_line_count(input);
 }
@@ -234,18 +234,18 @@ NUV_JPEGCode NUV_JPEGHeader::read_scan(NUV_JPEGInput& input) noexcept
     std::uint32_t payload = 0;
     std::uint8_t components = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         code = input.read_byte(components);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (!has_frame() || components == 0 || components > frame_.components ||
         payload != 4U + 2U * components)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
 
     std::array<std::uint8_t, 2 * jpeg_most_components + 3> stored{};
     const std::span<std::uint8_t> fields{stored.data(), 2U * components + 3U};
     code = input.read(fields);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
 
     NUV_JPEGScanHeader scan;
@@ -259,7 +259,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_scan(NUV_JPEGInput& input) noexcept
             ++index;
         const std::uint8_t tables = fields[2 * i + 1];
         if (index == frame_.components || tables >> 4 > 3 || (tables & 15U) > 3)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         taken[index] = true;
         scan.component[i] = {index, static_cast<std::uint8_t>(tables >> 4),
                              static_cast<std::uint8_t>(tables & 15U)};
@@ -270,7 +270,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_scan(NUV_JPEGInput& input) noexcept
     scan.high = tail[2] >> 4;
     scan.low = tail[2] & 15U;
     code = check_band(scan);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         scan_ = scan;
     return code;
 }
@@ -288,7 +288,7 @@ NUV_JPEGCode NUV_JPEGHeader::check_band(const NUV_JPEGScanHeader& scan) const no
     } else if (frame_.start_marker == jpeg_marker_sof3) {
         valid = scan.first >= 1 && scan.first <= 7 && scan.high == 0 && scan.low < frame_.precision;
     }
-    return valid ? jpeg_code_good : jpeg_code_bad_segment;
+    return valid ? NUV_JPEGCode::good : NUV_JPEGCode::bad_segment;
 }
 
 // T.81, B.2.4.1.
@@ -298,22 +298,22 @@ NUV_JPEGCode NUV_JPEGHeader::read_quantisers(NUV_JPEGInput& input) noexcept
 
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (payload == 0)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     while (payload > 0) {
         std::uint8_t selector = 0;
         code = input.read_byte(selector);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         if (selector >> 4 > 0) // 16-bit quantisers
-            return jpeg_code_bad_marker;
+            return NUV_JPEGCode::bad_marker;
         if (selector >= NUV_JPEGStoredTables::destinations || payload % table_bytes != 0)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         std::array<std::uint8_t, 64> zigzag{};
         code = input.read(zigzag);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         NUV_JPEGStoredTables::Quantiser& table = tables_.quantisers[selector];
         for (std::size_t i = 0; i < zigzag.size(); ++i)
@@ -322,7 +322,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_quantisers(NUV_JPEGInput& input) noexcept
         has_any_table_ = true;
         payload -= table_bytes;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 // T.81, B.2.4.2.
@@ -333,31 +333,31 @@ NUV_JPEGCode NUV_JPEGHeader::read_huffman_tables(NUV_JPEGInput& input) noexcept
 
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     while (payload > 0) {
         std::array<std::uint8_t, fixed_bytes> fields{};
         if (payload < fixed_bytes)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         code = input.read(fields);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         const std::uint32_t symbols = std::accumulate(fields.begin() + 1, fields.end(), 0U);
         const std::uint32_t destination = fields[0] & 15U;
         if (fields[0] >> 4 > 1 || destination >= NUV_JPEGStoredTables::destinations ||
             symbols > most_symbols || symbols > payload - fixed_bytes)
-            return jpeg_code_bad_segment;
+            return NUV_JPEGCode::bad_segment;
         NUV_JPEGStoredTables::Huffman read;
         std::copy(fields.begin() + 1, fields.end(), read.counts.begin());
         code = input.read({read.symbols.data(), symbols});
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
         read.defined = true;
         (fields[0] >> 4 == 0 ? tables_.dc : tables_.ac)[destination] = read;
         has_any_table_ = true;
         payload -= fixed_bytes + symbols;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 // T.81, B.2.4.4.
@@ -365,13 +365,13 @@ NUV_JPEGCode NUV_JPEGHeader::read_restart_interval(NUV_JPEGInput& input) noexcep
 {
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (payload != 2)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     std::uint32_t interval = 0;
     code = read_16(input, interval);
-    if (code == jpeg_code_good)
+    if (is_good(code))
         frame_.restart_interval = interval;
     return code;
 }
@@ -381,13 +381,13 @@ NUV_JPEGCode NUV_JPEGHeader::read_line_count(NUV_JPEGInput& input) noexcept
 {
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (payload != 2)
-        return jpeg_code_bad_segment;
+        return NUV_JPEGCode::bad_segment;
     std::uint32_t lines = 0;
     code = read_16(input, lines);
-    if (code == jpeg_code_good && has_frame() && frame_.height == 0)
+    if (is_good(code) && has_frame() && frame_.height == 0)
         frame_.height = static_cast<std::uint16_t>(lines);
     return code;
 }
@@ -399,11 +399,12 @@ NUV_JPEGCode NUV_JPEGHeader::find_line_count(NUV_JPEGInput& input) noexcept
     std::uint8_t marker = 0;
     do {
         const NUV_JPEGCode code = input.find_marker(marker);
-        if (code != jpeg_code_good)
+        if (!is_good(code))
             return code;
     } while (is_restart_marker(marker));
-    if (marker != jpeg_marker_dnl || read_line_count(input) != jpeg_code_good || frame_.height == 0)
-        return jpeg_code_bad_segment;
+    if (marker != jpeg_marker_dnl || read_line_count(input) != NUV_JPEGCode::good ||
+        frame_.height == 0)
+        return NUV_JPEGCode::bad_segment;
     return input.seek(start_of_scan);
 }
 
@@ -411,14 +412,14 @@ NUV_JPEGCode NUV_JPEGHeader::keep_segment(NUV_JPEGInput& input, std::uint8_t mar
 {
     std::uint32_t payload = 0;
     NUV_JPEGCode code = read_payload_size(input, payload);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     const auto bytes = static_cast<std::int32_t>(payload); // no more than the buffer holds
     code = input.want(bytes);
-    if (code != jpeg_code_good)
+    if (!is_good(code))
         return code;
     if (input.unread() < bytes)
-        return jpeg_code_io;
+        return NUV_JPEGCode::io;
     code = markers_.add(marker, {input.data() + input.position(), payload});
     input.position() += bytes;
     return code;
@@ -428,7 +429,7 @@ NUV_JPEGCode NUV_JPEGHeader::skip_segment(NUV_JPEGInput& input) noexcept
 {
     std::uint32_t payload = 0;
     const NUV_JPEGCode code = read_payload_size(input, payload);
-    return code == jpeg_code_good ? input.skip(payload) : code;
+    return is_good(code) ? input.skip(payload) : code;
 }
 
 } // namespace nuv

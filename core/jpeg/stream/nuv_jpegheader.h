@@ -69,10 +69,10 @@ public:
     // Tables for a stream that may lack them.
     void set_tables(const NUV_JPEGStoredTables& tables) noexcept { tables_ = tables; }
 
-    // Everything from SOI to the first SOS, or to EOI. jpeg_code_no_jpeg without SOI,
-    // jpeg_code_io when the data ends before, jpeg_code_bad_segment, jpeg_code_bad_marker,
-    // jpeg_code_unsupported; the warning jpeg_code_segment_trouble, and what was read until then
-    // counts.
+    // Everything from SOI to the first SOS, or to EOI. NUV_JPEGCode::no_jpeg without SOI,
+    // NUV_JPEGCode::io when the data ends before, NUV_JPEGCode::bad_segment,
+    // NUV_JPEGCode::bad_marker, NUV_JPEGCode::unsupported; the warning
+    // NUV_JPEGCode::segment_trouble, and what was read until then counts.
     [[nodiscard]] NUV_JPEGCode read(NUV_JPEGInput& input) noexcept;
     // A stream of tables alone, which may end without EOI, behind any segment but no sooner than
     // behind the first table. The codes are those of read().

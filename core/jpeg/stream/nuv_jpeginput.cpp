@@ -14,8 +14,8 @@ NUV_JPEGCode NUV_JPEGInput::open(const NUV_JPEGAllocator& allocator,
     at_end_ = false;
     next_offset_ = source_.position(source_.storage);
     if (next_offset_ < 0)
-        return jpeg_code_io;
-    return buffer_.allocate(allocator, buffer_bytes) ? jpeg_code_good : jpeg_code_no_memory;
+        return NUV_JPEGCode::io;
+    return buffer_.allocate(allocator, buffer_bytes) ? NUV_JPEGCode::good : NUV_JPEGCode::no_memory;
 }
 
 void NUV_JPEGInput::move_to_front() noexcept
@@ -33,30 +33,30 @@ NUV_JPEGCode NUV_JPEGInput::fill() noexcept
     if (source_.position(source_.storage) != next_offset_) {
         if (!source_.to(source_.storage, next_offset_) ||
             source_.position(source_.storage) != next_offset_)
-            return jpeg_code_io;
+            return NUV_JPEGCode::io;
     }
     const std::int32_t room = buffer_bytes - size_;
     const std::int32_t got = source_.read(source_.storage, buffer_.data() + size_, room);
     if (got <= 0) {
         at_end_ = true;
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     }
     size_ += got;
     next_offset_ += got;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGInput::want(std::int32_t bytes) noexcept
 {
     if (unread() >= bytes || at_end_)
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     move_to_front();
     while (unread() < bytes && !at_end_) {
         const NUV_JPEGCode filled = fill();
-        if (filled != jpeg_code_good)
+        if (!is_good(filled))
             return filled;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGInput::want_more() noexcept
@@ -64,7 +64,7 @@ NUV_JPEGCode NUV_JPEGInput::want_more() noexcept
     if (unread() == buffer_bytes)
         drop_fill_bytes();
     if (unread() == buffer_bytes)
-        return jpeg_code_read_failed;
+        return NUV_JPEGCode::read_failed;
     return want(unread() + 1);
 }
 
@@ -83,31 +83,31 @@ NUV_JPEGCode NUV_JPEGInput::read(std::span<std::uint8_t> into) noexcept
 {
     while (!into.empty()) {
         const NUV_JPEGCode more = want(1);
-        if (more != jpeg_code_good)
+        if (!is_good(more))
             return more;
         if (unread() == 0)
-            return jpeg_code_io;
+            return NUV_JPEGCode::io;
         const std::size_t count = std::min(into.size(), static_cast<std::size_t>(unread()));
         std::memcpy(into.data(), buffer_.data() + position_, count);
         position_ += static_cast<std::int32_t>(count);
         into = into.subspan(count);
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGInput::skip(std::uint32_t bytes) noexcept
 {
     while (bytes > 0) {
         const NUV_JPEGCode more = want(1);
-        if (more != jpeg_code_good)
+        if (!is_good(more))
             return more;
         if (unread() == 0)
-            return jpeg_code_io;
+            return NUV_JPEGCode::io;
         const std::uint32_t count = std::min(bytes, static_cast<std::uint32_t>(unread()));
         position_ += static_cast<std::int32_t>(count);
         bytes -= count;
     }
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGInput::find_marker(std::uint8_t& marker) noexcept
@@ -115,11 +115,11 @@ NUV_JPEGCode NUV_JPEGInput::find_marker(std::uint8_t& marker) noexcept
     marker = 0;
     for (;;) {
         const NUV_JPEGCode more = want(2);
-        if (more != jpeg_code_good)
+        if (!is_good(more))
             return more;
         if (unread() < 2) {
             position_ = size_;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         }
         const std::uint8_t* const from = buffer_.data() + position_;
         const auto* const found = static_cast<const std::uint8_t*>(
@@ -137,7 +137,7 @@ NUV_JPEGCode NUV_JPEGInput::find_marker(std::uint8_t& marker) noexcept
         ++position_;
         if (follower != 0) {
             marker = follower;
-            return jpeg_code_good;
+            return NUV_JPEGCode::good;
         }
     }
 }
@@ -153,7 +153,7 @@ NUV_JPEGCode NUV_JPEGInput::seek(std::int32_t offset) noexcept
 
 NUV_JPEGCode NUV_JPEGInput::settle() noexcept
 {
-    return source_.to(source_.storage, offset()) ? jpeg_code_good : jpeg_code_io;
+    return source_.to(source_.storage, offset()) ? NUV_JPEGCode::good : NUV_JPEGCode::io;
 }
 
 std::int64_t NUV_JPEGInput::remaining() const noexcept

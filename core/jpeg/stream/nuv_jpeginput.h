@@ -33,18 +33,18 @@ public:
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGSource& source) noexcept;
 
-    // For headers: jpeg_code_io when the stream does not go on, or cannot be read.
+    // For headers: NUV_JPEGCode::io when the stream does not go on, or cannot be read.
     [[nodiscard]] NUV_JPEGCode read_byte(std::uint8_t& byte) noexcept
     {
         if (position_ == size_) {
             const NUV_JPEGCode more = want(1);
-            if (more != jpeg_code_good)
+            if (!is_good(more))
                 return more;
             if (position_ == size_)
-                return jpeg_code_io;
+                return NUV_JPEGCode::io;
         }
         byte = buffer_[static_cast<std::size_t>(position_++)];
-        return jpeg_code_good;
+        return NUV_JPEGCode::good;
     }
     [[nodiscard]] NUV_JPEGCode read(std::span<std::uint8_t> into) noexcept;
     [[nodiscard]] NUV_JPEGCode skip(std::uint32_t bytes) noexcept;
@@ -71,7 +71,7 @@ public:
     // Has `bytes` (up to buffer_bytes) unread bytes in the buffer, unless the storage ends first.
     [[nodiscard]] NUV_JPEGCode want(std::int32_t bytes) noexcept;
     // Has at least one more unread byte, unless the storage ends. A buffer full of entropy-coded
-    // data that is all wanted makes room by dropping fill bytes; jpeg_code_read_failed when it
+    // data that is all wanted makes room by dropping fill bytes; NUV_JPEGCode::read_failed when it
     // has none. Only at_end() and unread() tell what came.
     [[nodiscard]] NUV_JPEGCode want_more() noexcept;
 

@@ -25,19 +25,19 @@ NUV_JPEGCode NUV_JPEGMarkerList::add(std::uint8_t id,
                                      std::span<const std::uint8_t> payload) noexcept
 {
     if (payload.size() > jpeg_largest_payload)
-        return jpeg_code_bad_parameter;
+        return NUV_JPEGCode::bad_parameter;
     if (count_ == capacity_ && !grow())
-        return jpeg_code_no_memory;
+        return NUV_JPEGCode::no_memory;
     std::uint8_t* copy = nullptr;
     if (!payload.empty()) {
         copy = static_cast<std::uint8_t*>(allocator_.allocate(allocator_.owner, payload.size()));
         if (copy == nullptr)
-            return jpeg_code_no_memory;
+            return NUV_JPEGCode::no_memory;
         std::ranges::copy(payload, copy);
     }
     ::new (markers_ + count_) NUV_JPEGMarker{id, {copy, payload.size()}};
     ++count_;
-    return jpeg_code_good;
+    return NUV_JPEGCode::good;
 }
 
 void NUV_JPEGMarkerList::clear() noexcept

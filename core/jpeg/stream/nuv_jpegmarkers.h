@@ -27,7 +27,7 @@ public:
     // To be called before the first add().
     void set_allocator(const NUV_JPEGAllocator& allocator) noexcept { allocator_ = allocator; }
 
-    // jpeg_code_bad_parameter for a payload that no segment holds, jpeg_code_no_memory.
+    // NUV_JPEGCode::bad_parameter for a payload that no segment holds, NUV_JPEGCode::no_memory.
     [[nodiscard]] NUV_JPEGCode add(std::uint8_t id, std::span<const std::uint8_t> payload) noexcept;
     [[nodiscard]] std::span<const NUV_JPEGMarker> items() const noexcept
     {

@@ -73,7 +73,7 @@ Planes run(const JPEGTestForm& form, Primitive primitive, const Shape& shape, co
     Planes planes(shape);
     EXPECT_EQ((form.primitives.*primitive)(area.pixel(0, 0), area.row_step(), planes.first.data(),
                                            planes.second.data(), planes.third.data()),
-              jpeg_good);
+              NUV_JPEGResult::good);
     return planes;
 }
 
@@ -171,12 +171,12 @@ TEST(JpegColor, RefusesNullPointersBeforeTheRowStep)
             for (const Primitive primitive : {shape.convert, shape.split}) {
                 const auto call = form.primitives.*primitive;
                 std::int16_t* out = block.data();
-                EXPECT_EQ(call(nullptr, 0, out, out, out), jpeg_null_pointer);
-                EXPECT_EQ(call(pixel.data(), 0, nullptr, out, out), jpeg_null_pointer);
-                EXPECT_EQ(call(pixel.data(), 0, out, nullptr, out), jpeg_null_pointer);
-                EXPECT_EQ(call(pixel.data(), 0, out, out, nullptr), jpeg_null_pointer);
-                EXPECT_EQ(call(pixel.data(), 0, out, out, out), jpeg_bad_row_step);
-                EXPECT_EQ(call(pixel.data(), -24, out, out, out), jpeg_bad_row_step);
+                EXPECT_EQ(call(nullptr, 0, out, out, out), NUV_JPEGResult::null_pointer);
+                EXPECT_EQ(call(pixel.data(), 0, nullptr, out, out), NUV_JPEGResult::null_pointer);
+                EXPECT_EQ(call(pixel.data(), 0, out, nullptr, out), NUV_JPEGResult::null_pointer);
+                EXPECT_EQ(call(pixel.data(), 0, out, out, nullptr), NUV_JPEGResult::null_pointer);
+                EXPECT_EQ(call(pixel.data(), 0, out, out, out), NUV_JPEGResult::bad_row_step);
+                EXPECT_EQ(call(pixel.data(), -24, out, out, out), NUV_JPEGResult::bad_row_step);
             }
         }
     }

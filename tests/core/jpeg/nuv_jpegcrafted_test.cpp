@@ -20,9 +20,9 @@ using Stream = std::vector<std::uint8_t>;
 struct Refusal {
     const char* name;
     Stream stream;
-    NUV_JPEGCode header = jpeg_code_good;
-    NUV_JPEGCode start = jpeg_code_good;
-    NUV_JPEGCode lines = jpeg_code_good;
+    NUV_JPEGCode header = NUV_JPEGCode::good;
+    NUV_JPEGCode start = NUV_JPEGCode::good;
+    NUV_JPEGCode lines = NUV_JPEGCode::good;
 };
 
 JPEGCraft gray_frame()
@@ -47,24 +47,25 @@ std::vector<Refusal> header_refusals()
     oversubscribed.insert(oversubscribed.end(), {0, 1, 2});
     std::vector<int> too_many(17, 255);
     too_many[0] = 0;
-    constexpr NUV_JPEGCode segment = jpeg_code_bad_segment;
-    constexpr NUV_JPEGCode marker = jpeg_code_bad_marker;
-    constexpr NUV_JPEGCode unsupported = jpeg_code_unsupported;
+    constexpr NUV_JPEGCode segment = NUV_JPEGCode::bad_segment;
+    constexpr NUV_JPEGCode marker = NUV_JPEGCode::bad_marker;
+    constexpr NUV_JPEGCode unsupported = NUV_JPEGCode::unsupported;
     return {
-        {"nothing", {}, jpeg_code_io},
-        {"other bytes", {'B', 'M', 1, 2}, jpeg_code_no_jpeg},
-        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, jpeg_code_no_jpeg},
-        {"TEM", JPEGCraft().marker(1).end(), jpeg_code_segment_trouble},
+        {"nothing", {}, NUV_JPEGCode::io},
+        {"other bytes", {'B', 'M', 1, 2}, NUV_JPEGCode::no_jpeg},
+        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, NUV_JPEGCode::no_jpeg},
+        {"TEM", JPEGCraft().marker(1).end(), NUV_JPEGCode::segment_trouble},
         {"a second SOI", JPEGCraft().marker(0xD8).end(), marker},
         {"a restart marker", JPEGCraft().marker(0xD3).end(), marker},
         {"JPG", JPEGCraft().segment(0xC8, {1}).end(), unsupported},
         {"DAC", JPEGCraft().segment(0xCC, {0, 1}).end(), unsupported},
         {"DHP", JPEGCraft().segment(0xDE, {0, 1}).end(), unsupported},
         {"EXP", JPEGCraft().segment(0xDF, {0, 1}).end(), unsupported},
-        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(), jpeg_code_io},
+        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(),
+         NUV_JPEGCode::io},
         {"a length of 1", JPEGCraft().segment(0xE1, {1, 2}, 1).end(), segment},
         {"a reserved segment that ends early", JPEGCraft().segment(0x55, {1, 2}, 90).end(),
-         jpeg_code_segment_trouble},
+         NUV_JPEGCode::segment_trouble},
         {"quantisers of 16 bits", JPEGCraft().segment(0xDB, wide_table).end(), marker},
         {"quantiser selector 4", JPEGCraft().quantisers(4).end(), segment},
         {"no quantisers in DQT", JPEGCraft().segment(0xDB, {}).end(), segment},
@@ -106,20 +107,20 @@ std::vector<Refusal> header_refusals()
         {"predictor 8", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 8, 0).end(), segment},
         {"point transform of all bits",
          tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0, 8).end(), segment},
-        {"no scan", gray_frame().end(), jpeg_code_good, jpeg_code_wrong_state},
+        {"no scan", gray_frame().end(), NUV_JPEGCode::good, NUV_JPEGCode::wrong_state},
     };
 }
 
 std::vector<Refusal> later_refusals()
 {
-    constexpr NUV_JPEGCode good = jpeg_code_good;
+    constexpr NUV_JPEGCode good = NUV_JPEGCode::good;
     std::vector<int> oversubscribed(17, 0);
     oversubscribed[1] = 3;
     oversubscribed.insert(oversubscribed.end(), {0, 1, 2});
     const auto frame = [](std::size_t id, int precision, const std::vector<int>& factors) {
         return tables_only().frame(id, precision, 8, 8, factors);
     };
-    constexpr NUV_JPEGCode unsupported = jpeg_code_unsupported;
+    constexpr NUV_JPEGCode unsupported = NUV_JPEGCode::unsupported;
     return {
         {"extended sequential", frame(0xC1, 8, {17}).scan({1}).end(), good, unsupported},
         {"12 bits progressive", frame(0xC2, 12, {17}).scan({1}, 0, 0).end(), good, unsupported},
@@ -135,32 +136,32 @@ std::vector<Refusal> later_refusals()
          good, unsupported},
         {"no quantisers",
          JPEGCraft().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, jpeg_code_bad_segment},
+         good, NUV_JPEGCode::bad_segment},
         {"no DC table",
          JPEGCraft().quantisers().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, jpeg_code_bad_segment},
+         good, NUV_JPEGCode::bad_segment},
         {"no AC table",
          JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
-         jpeg_code_bad_segment},
+         NUV_JPEGCode::bad_segment},
         {"an oversubscribed table", gray_frame().segment(0xC4, oversubscribed).scan({1}).end(),
-         good, jpeg_code_bad_segment},
+         good, NUV_JPEGCode::bad_segment},
         {"lossless restarts within rows",
          frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good,
-         jpeg_code_bad_segment},
+         NUV_JPEGCode::bad_segment},
         {"a progressive picture beyond 32 bits",
          tables_only().frame(0xC2, 8, 65535, 65535, {17, 17}).scan({1}, 0, 0).end(), good,
          unsupported},
         {"a progressive picture beyond its data",
          tables_only().frame(0xC2, 8, 40000, 40000, {17}).scan({1}, 0, 0).end(), good,
-         jpeg_code_read_failed},
+         NUV_JPEGCode::read_failed},
         {"lossless planes beyond their data",
          tables_only().frame(0xC3, 8, 30000, 30000, {17, 17, 17}).scan({1}, 1, 0).end(), good,
-         jpeg_code_read_failed},
+         NUV_JPEGCode::read_failed},
         {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good,
-         good, jpeg_code_read_failed},
+         good, NUV_JPEGCode::read_failed},
         {"a lossless category above 16",
          JPEGCraft().symbols(0, {17}).frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0).bits(0, 30).end(),
-         good, good, jpeg_code_damaged_lines},
+         good, good, NUV_JPEGCode::damaged_lines},
         {"a refinement of more than one bit",
          JPEGCraft()
              .quantisers()
@@ -169,7 +170,7 @@ std::vector<Refusal> later_refusals()
              .scan({1}, 1, 63, 0x10)
              .bits(0, 24)
              .end(),
-         good, good, jpeg_code_read_failed},
+         good, good, NUV_JPEGCode::read_failed},
     };
 }
 
@@ -248,9 +249,9 @@ TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
     for (const Stream& stream : streams) {
         const auto begin = std::chrono::steady_clock::now();
         const JPEGDecoded decoded = decode_stream(stream);
-        EXPECT_EQ(decoded.start, jpeg_code_good);
+        EXPECT_EQ(decoded.start, NUV_JPEGCode::good);
         EXPECT_EQ(decoded.codes.size(), 2500U);
-        EXPECT_EQ(decoded.lines, jpeg_code_damaged_lines);
+        EXPECT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     }
 }
@@ -280,12 +281,12 @@ TEST(JPEGDecoder, WarnsOfScansThatAreNotAsTheyShouldBe)
     struct Case {
         const char* name;
         Stream stream;
-        NUV_JPEGCode code = jpeg_code_damaged_lines;
+        NUV_JPEGCode code = NUV_JPEGCode::damaged_lines;
     };
     const Case cases[] = {
-        {"nothing more", first_scan().end(), jpeg_code_good},
+        {"nothing more", first_scan().end(), NUV_JPEGCode::good},
         {"stray restarts and a DNL",
-         first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), jpeg_code_good},
+         first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), NUV_JPEGCode::good},
         {"a bit plane skipped", first_scan().scan({1}, 0, 0, 0x21).bits(1, 1).end()},
         {"a bit plane once more", first_scan().scan({1}, 0, 0, 3).difference(4).end()},
         {"no end", first_scan().stream()},
@@ -293,14 +294,14 @@ TEST(JPEGDecoder, WarnsOfScansThatAreNotAsTheyShouldBe)
         {"a reserved segment that ends early", first_scan().segment(0x55, {1, 2}, 90).end()},
         {"another picture", first_scan().marker(0xD8).end()},
         {"another frame", first_scan().frame(0xC0, 8, 8, 8, {17}).end()},
-        {"a bad segment", first_scan().segment(0xDD, {1}).end(), jpeg_code_bad_segment},
-        {"arithmetic coding", first_scan().segment(0xCC, {0, 1}).end(), jpeg_code_unsupported},
+        {"a bad segment", first_scan().segment(0xDD, {1}).end(), NUV_JPEGCode::bad_segment},
+        {"arithmetic coding", first_scan().segment(0xCC, {0, 1}).end(), NUV_JPEGCode::unsupported},
     };
     for (const Case& c : cases) {
         const JPEGDecoded decoded = decode_stream(c.stream);
         EXPECT_EQ(decoded.lines, c.code) << c.name;
-        EXPECT_EQ(decoded.codes.size(), c.code > 0 ? 8U : 1U) << c.name;
-        EXPECT_TRUE(c.code < 0 || decoded.picture.samples[0] == 128 + 4) << c.name;
+        EXPECT_EQ(decoded.codes.size(), !is_failure(c.code) ? 8U : 1U) << c.name;
+        EXPECT_TRUE(is_failure(c.code) || decoded.picture.samples[0] == 128 + 4) << c.name;
     }
 }
 
@@ -435,7 +436,7 @@ TEST(JPEGDecoder, ConvertsToRGBOnRequest)
          {JPEGReferenceSettings{.is_progressive = true}, JPEGReferenceSettings{.key = 0x411111},
           JPEGReferenceSettings{.scans = "0;1;2"}}) {
         const auto stream = encode_by_reference(picture, settings);
-        EXPECT_EQ(decode_stream(stream, 1 << 30, to_rgb).start, jpeg_code_bad_parameter);
+        EXPECT_EQ(decode_stream(stream, 1 << 30, to_rgb).start, NUV_JPEGCode::bad_parameter);
     }
 }
 
@@ -473,11 +474,12 @@ TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
     const auto start = [](const Stream& stream, const std::function<void(NUV_JPEGDecoder&)>& set) {
         return decode_stream(stream, 1 << 30, set).start;
     };
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_scale(3); }), jpeg_code_bad_parameter);
-    EXPECT_EQ(start(progressive, [](auto& d) { d.set_scale(2); }), jpeg_code_bad_parameter);
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_component_filter(3); }), jpeg_code_bad_parameter);
+    EXPECT_EQ(start(baseline, [](auto& d) { d.set_scale(3); }), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(start(progressive, [](auto& d) { d.set_scale(2); }), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(start(baseline, [](auto& d) { d.set_component_filter(3); }),
+              NUV_JPEGCode::bad_parameter);
     EXPECT_EQ(start(baseline, [](auto& d) { d.set_output_color(NUV_JPEGColor::gray); }),
-              jpeg_code_bad_parameter);
+              NUV_JPEGCode::bad_parameter);
 }
 
 } // namespace

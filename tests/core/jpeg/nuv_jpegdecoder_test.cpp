@@ -190,10 +190,10 @@ TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
     EXPECT_EQ(decode_stream(repeated).picture.samples, decoded.picture.samples);
 
     const std::vector<std::uint8_t> cut(open.begin(), open.end() - 5);
-    EXPECT_EQ(decode_stream(cut).header, jpeg_code_bad_segment);
+    EXPECT_EQ(decode_stream(cut).header, NUV_JPEGCode::bad_segment);
     auto zero = open;
     zero[zero.size() - 3] = 0;
-    EXPECT_EQ(decode_stream(zero).header, jpeg_code_bad_segment);
+    EXPECT_EQ(decode_stream(zero).header, NUV_JPEGCode::bad_segment);
 }
 
 // A lost interval is gray and costs nothing else.
@@ -208,10 +208,10 @@ TEST(JPEGDecoder, LeavesLostIntervalsBlankAndGoesOnBehindThem)
     damaged.erase(damaged.begin() + static_cast<std::ptrdiff_t>(places[1]),
                   damaged.begin() + static_cast<std::ptrdiff_t>(places[3]));
     const JPEGDecoded decoded = decode_stream(damaged);
-    EXPECT_EQ(decoded.lines, jpeg_code_damaged_lines);
+    EXPECT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines);
     ASSERT_EQ(decoded.picture.samples.size(), whole.picture.samples.size());
     for (std::size_t y = 0; y < 64; ++y) {
-        EXPECT_EQ(decoded.codes[y], y < 16 ? jpeg_code_damaged_lines : jpeg_code_good) << y;
+        EXPECT_EQ(decoded.codes[y], y < 16 ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good) << y;
         for (std::size_t x = 0; x < 80; ++x) {
             const std::size_t mcu = y / 8 * 10 + x / 8;
             const bool is_lost = mcu >= 8 && mcu < 16;
@@ -241,7 +241,7 @@ TEST(JPEGDecoder, RepeatsTheRowAboveWhereAnIntervalBreaksOff)
         for (std::size_t x = 0; x < 32; ++x)
             ASSERT_EQ(sample_at(decoded.picture, x, y, 0), sample_at(whole.picture, x, from, 0))
                 << x << ", " << y;
-        EXPECT_EQ(decoded.codes[y], y / 8 == 2 ? jpeg_code_damaged_lines : jpeg_code_good);
+        EXPECT_EQ(decoded.codes[y], y / 8 == 2 ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good);
     }
 }
 

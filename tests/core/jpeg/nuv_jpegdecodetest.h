@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 namespace nuv {
@@ -55,16 +56,21 @@ inline std::uint8_t sample_at(const JPEGTestPicture& picture, std::size_t x, std
     return picture.samples[(y * picture.width + x) * picture.channels + channel];
 }
 
+inline std::ostream& operator<<(std::ostream& out, NUV_JPEGCode code)
+{
+    return out << static_cast<int>(code);
+}
+
 struct JPEGDecoded {
-    NUV_JPEGCode header = jpeg_code_good;
-    NUV_JPEGCode start = jpeg_code_good;
-    NUV_JPEGCode lines = jpeg_code_good; // the worst of all: a failure, or a warning
-    std::vector<NUV_JPEGCode> codes;     // of each line
-    JPEGTestPicture picture;             // 16-bit samples take two of its samples each
+    NUV_JPEGCode header = NUV_JPEGCode::good;
+    NUV_JPEGCode start = NUV_JPEGCode::good;
+    NUV_JPEGCode lines = NUV_JPEGCode::good; // the worst of all: a failure, or a warning
+    std::vector<NUV_JPEGCode> codes;         // of each line
+    JPEGTestPicture picture;                 // 16-bit samples take two of its samples each
 
     [[nodiscard]] bool is_clean() const
     {
-        return header == jpeg_code_good && start == jpeg_code_good && lines == jpeg_code_good;
+        return is_good(header) && is_good(start) && is_good(lines);
     }
 };
 
@@ -78,23 +84,23 @@ inline JPEGDecoded decode_stream(
     JPEGTestSource source{stream, chunk};
     {
         NUV_JPEGDecoder decoder;
-        EXPECT_EQ(decoder.open(memory.allocator(), source.source()), jpeg_code_good);
+        EXPECT_EQ(decoder.open(memory.allocator(), source.source()), NUV_JPEGCode::good);
         decoded.header = decoder.read_header(nullptr);
         prepare(decoder);
-        if (decoded.header == jpeg_code_good)
+        if (is_good(decoded.header))
             decoded.start = decoder.start_decode();
-        if (decoded.header == jpeg_code_good && decoded.start == jpeg_code_good) {
+        if (is_good(decoded.header) && is_good(decoded.start)) {
             decoded.picture.width = decoder.width();
             decoded.picture.height = decoder.height();
             decoded.picture.channels =
                 static_cast<std::uint32_t>(decoder.components() * decoder.sample_bytes());
             std::vector<std::uint8_t> line(decoded.picture.line_bytes());
-            for (std::uint32_t y = 0; y < decoder.height() && decoded.lines > 0; ++y) {
+            for (std::uint32_t y = 0; y < decoder.height() && !is_failure(decoded.lines); ++y) {
                 const NUV_JPEGCode code = decoder.read_line(line.data());
                 decoded.codes.push_back(code);
-                if (code != jpeg_code_good)
+                if (!is_good(code))
                     decoded.lines = code;
-                if (code > 0)
+                if (!is_failure(code))
                     decoded.picture.samples.insert(decoded.picture.samples.end(), line.begin(),
                                                    line.end());
             }

@@ -184,11 +184,11 @@ TEST(JPEGFinish, FindsTheHeightThatWasNotDeclared)
 {
     const JPEGTestPicture picture = busy_picture(16, 11, 1);
     JPEGTestCoder test;
-    ASSERT_EQ(test.coder.set_format(16, 0, 1, 8, jpeg_sampling_444, 75), 1);
-    ASSERT_EQ(test.start(0xFFFFFFFF), 1);
+    ASSERT_EQ(test.coder.set_format(16, 0, 1, 8, jpeg_sampling_444, 75), NUV_JPEGCode::good);
+    ASSERT_EQ(test.start(0xFFFFFFFF), NUV_JPEGCode::good);
     for (std::uint32_t y = 0; y < picture.height; ++y)
-        ASSERT_EQ(test.coder.write_line(picture.line(y)), 1);
-    EXPECT_EQ(test.coder.finish(), 1);
+        ASSERT_EQ(test.coder.write_line(picture.line(y)), NUV_JPEGCode::good);
+    EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(test.sink.at, test.sink.bytes.size());
     EXPECT_EQ(test.sink.bytes, encode_test_picture(picture, {.restart_interval = 0xFFFFFFFF}));
 }
@@ -196,11 +196,11 @@ TEST(JPEGFinish, FindsTheHeightThatWasNotDeclared)
 TEST(JPEGFinish, LeavesAStreamWithoutLinesAlone)
 {
     JPEGTestCoder test;
-    ASSERT_EQ(test.coder.set_format(16, 16, 1, 8, jpeg_sampling_444, 75), 1);
-    ASSERT_EQ(test.start(), 1);
+    ASSERT_EQ(test.coder.set_format(16, 16, 1, 8, jpeg_sampling_444, 75), NUV_JPEGCode::good);
+    ASSERT_EQ(test.start(), NUV_JPEGCode::good);
     const Bytes header = test.sink.bytes;
     for (int times = 0; times < 2; ++times) {
-        EXPECT_EQ(test.coder.finish(), 1);
+        EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
         EXPECT_EQ(test.sink.bytes, header);
         EXPECT_EQ(test.memory.live, 0U);
     }
@@ -215,36 +215,36 @@ TEST(JPEGCoderCalls, AreRefusedOutOfOrder)
     std::uint32_t restart_interval = 0;
     const auto set_format = [&] { return coder.set_format(8, 2, 3, 8, jpeg_sampling_444, 75); };
 
-    EXPECT_EQ(coder.create(sink.output()), jpeg_code_wrong_state);
-    EXPECT_EQ(set_format(), jpeg_code_wrong_state);
-    ASSERT_EQ(coder.open_coder(memory.allocator()), 1);
-    ASSERT_EQ(coder.create(sink.output()), 1);
-    EXPECT_EQ(coder.start_encode(restart_interval), jpeg_code_wrong_state);
-    EXPECT_EQ(coder.write_line(line.data()), jpeg_code_wrong_state);
+    EXPECT_EQ(coder.create(sink.output()), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(set_format(), NUV_JPEGCode::wrong_state);
+    ASSERT_EQ(coder.open_coder(memory.allocator()), NUV_JPEGCode::good);
+    ASSERT_EQ(coder.create(sink.output()), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.start_encode(restart_interval), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::wrong_state);
     EXPECT_EQ(coder.next_line(), nullptr);
-    ASSERT_EQ(set_format(), 1);
-    EXPECT_EQ(coder.write_line(line.data()), jpeg_code_wrong_state);
-    ASSERT_EQ(coder.start_encode(restart_interval), 1);
-    EXPECT_EQ(coder.start_encode(restart_interval), jpeg_code_wrong_state);
-    EXPECT_EQ(set_format(), jpeg_code_wrong_state);
-    EXPECT_EQ(coder.add_marker(0xFE, line), jpeg_code_wrong_state);
-    EXPECT_EQ(coder.write_line(nullptr), jpeg_code_bad_parameter);
-    EXPECT_EQ(coder.write_line(line.data()), 1);
-    EXPECT_EQ(coder.write_line(line.data()), 1);
+    ASSERT_EQ(set_format(), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::wrong_state);
+    ASSERT_EQ(coder.start_encode(restart_interval), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.start_encode(restart_interval), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(set_format(), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(coder.add_marker(0xFE, line), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(coder.write_line(nullptr), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::good);
     EXPECT_EQ(coder.next_line(), nullptr);
-    EXPECT_EQ(coder.write_line(line.data()), jpeg_code_too_many_lines);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::too_many_lines);
     const Bytes stream = sink.bytes;
-    EXPECT_EQ(coder.finish(), 1);
+    EXPECT_EQ(coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(sink.bytes, stream);
-    EXPECT_EQ(coder.write_line(line.data()), jpeg_code_wrong_state);
+    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::wrong_state);
 }
 
 TEST(JPEGCoderCalls, RefuseAFormatThatCannotBeWritten)
 {
     struct Format {
         std::uint32_t width = 8, height = 8, components = 3, bits = 8, key = 0x111111, quality = 75;
-        NUV_JPEGCode set = jpeg_code_bad_parameter;
-        NUV_JPEGCode start = jpeg_code_wrong_state;
+        NUV_JPEGCode set = NUV_JPEGCode::bad_parameter;
+        NUV_JPEGCode start = NUV_JPEGCode::wrong_state;
     };
     const Format formats[] = {
         {.width = 0},
@@ -259,10 +259,15 @@ TEST(JPEGCoderCalls, RefuseAFormatThatCannotBeWritten)
         {.key = 0x121111},
         {.key = 0x222222},
         {.quality = 101},
-        {.bits = 2, .set = 1, .start = jpeg_code_bad_parameter},
-        {.bits = 16, .set = 1, .start = jpeg_code_bad_parameter},
-        {.set = 1, .start = 1},
-        {.width = 65535, .height = 65535, .key = 0x221111, .quality = 0, .set = 1, .start = 1},
+        {.bits = 2, .set = NUV_JPEGCode::good, .start = NUV_JPEGCode::bad_parameter},
+        {.bits = 16, .set = NUV_JPEGCode::good, .start = NUV_JPEGCode::bad_parameter},
+        {.set = NUV_JPEGCode::good, .start = NUV_JPEGCode::good},
+        {.width = 65535,
+         .height = 65535,
+         .key = 0x221111,
+         .quality = 0,
+         .set = NUV_JPEGCode::good,
+         .start = NUV_JPEGCode::good},
     };
     for (const Format& f : formats) {
         SCOPED_TRACE(&f - formats);
@@ -277,23 +282,23 @@ TEST(JPEGCoderCalls, WriteStoredMarkersInOrderBehindTheStart)
 {
     JPEGTestCoder test;
     NUV_JPEGEncoder& coder = test.coder;
-    EXPECT_EQ(coder.add_marker(0xDF, Bytes{1}), jpeg_code_bad_parameter);
-    EXPECT_EQ(coder.add_marker(0xFF, Bytes{1}), jpeg_code_bad_parameter);
-    EXPECT_EQ(coder.add_marker(0xE0, Bytes(65534)), jpeg_code_bad_parameter);
+    EXPECT_EQ(coder.add_marker(0xDF, Bytes{1}), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(coder.add_marker(0xFF, Bytes{1}), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(coder.add_marker(0xE0, Bytes(65534)), NUV_JPEGCode::bad_parameter);
     Bytes ids; // enough to have the list grow twice
     for (std::uint8_t i = 0; i < 20; ++i) {
         const auto id = static_cast<std::uint8_t>(i == 7 ? 0xFE : 0xE0 + i % 16);
-        EXPECT_EQ(coder.add_marker(id, Bytes(i, i)), 1);
+        EXPECT_EQ(coder.add_marker(id, Bytes(i, i)), NUV_JPEGCode::good);
         ids.push_back(id);
     }
     test.memory.refuses = true;
-    EXPECT_EQ(coder.add_marker(0xE0, Bytes{1}), jpeg_code_no_memory);
+    EXPECT_EQ(coder.add_marker(0xE0, Bytes{1}), NUV_JPEGCode::no_memory);
     test.memory.refuses = false;
-    EXPECT_EQ(coder.add_marker(0xE1, Bytes(65533, 9)), 1);
+    EXPECT_EQ(coder.add_marker(0xE1, Bytes(65533, 9)), NUV_JPEGCode::good);
     ids.push_back(0xE1);
-    ASSERT_EQ(coder.set_format(8, 1, 1, 8, jpeg_sampling_444, 75), 1);
-    ASSERT_EQ(test.start(), 1);
-    EXPECT_EQ(coder.finish(), 1);
+    ASSERT_EQ(coder.set_format(8, 1, 1, 8, jpeg_sampling_444, 75), NUV_JPEGCode::good);
+    ASSERT_EQ(test.start(), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(test.memory.live, 0U);
 
     const JPEGTestSegments parts(test.sink.bytes);

@@ -37,13 +37,20 @@ struct Tables {
         const NUV_JPEGPrimitives& p = portable_primitives();
         const std::uint8_t* dc_bits = dc.counts.data();
         const std::uint8_t* ac_bits = ac.counts.data();
-        EXPECT_EQ(p.huffman_encode_spec_init(dc_bits, dc.values.data(), &encode_dc), jpeg_good);
-        EXPECT_EQ(p.huffman_encode_spec_init(ac_bits, ac.values.data(), &encode_ac), jpeg_good);
-        EXPECT_EQ(p.huffman_decode_spec_init(dc_bits, dc.values.data(), &decode_dc), jpeg_good);
-        EXPECT_EQ(p.huffman_decode_spec_init(ac_bits, ac.values.data(), &decode_ac), jpeg_good);
-        EXPECT_EQ(huffman_decode_wide_init(dc_bits, dc.values.data(), &wide_dc), jpeg_good);
-        EXPECT_EQ(huffman_decode_wide_init(ac_bits, ac.values.data(), &wide_ac), jpeg_good);
-        EXPECT_EQ(huffman_encode_wide_init(ac_bits, ac.values.data(), &wide_encode_ac), jpeg_good);
+        EXPECT_EQ(p.huffman_encode_spec_init(dc_bits, dc.values.data(), &encode_dc),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(p.huffman_encode_spec_init(ac_bits, ac.values.data(), &encode_ac),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(p.huffman_decode_spec_init(dc_bits, dc.values.data(), &decode_dc),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(p.huffman_decode_spec_init(ac_bits, ac.values.data(), &decode_ac),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(huffman_decode_wide_init(dc_bits, dc.values.data(), &wide_dc),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(huffman_decode_wide_init(ac_bits, ac.values.data(), &wide_ac),
+                  NUV_JPEGResult::good);
+        EXPECT_EQ(huffman_encode_wide_init(ac_bits, ac.values.data(), &wide_encode_ac),
+                  NUV_JPEGResult::good);
     }
 };
 
@@ -80,7 +87,7 @@ struct Encoder {
     }
     Bytes finish()
     {
-        EXPECT_EQ(put({}, true), jpeg_good);
+        EXPECT_EQ(put({}, true), NUV_JPEGResult::good);
         return {output.begin(), output.begin() + position};
     }
 };
@@ -160,7 +167,7 @@ TEST(JpegHuffmanEncode, WritesTheCodesOfTheStandard)
         for (const Case& c : cases) {
             for (const bool wide : {false, true}) {
                 Encoder encoder{.primitives = form.primitives, .wide = wide};
-                ASSERT_EQ(encoder.put(c.block), jpeg_good);
+                ASSERT_EQ(encoder.put(c.block), NUV_JPEGResult::good);
                 EXPECT_EQ(encoder.previous_dc, c.block[0]);
                 EXPECT_EQ(encoder.finish(), to_bytes(c.bits)) << form.name << ' ' << c.bits;
                 EXPECT_EQ(encoder.state.bits, 0u);
@@ -178,7 +185,7 @@ TEST(JpegHuffman, EveryFormRoundTripsThroughBothDecoders)
             for (const bool wide : {false, true}) {
                 Encoder encoder{.primitives = form.primitives, .tables = *tables, .wide = wide};
                 for (const JPEGTestBlock& block : blocks)
-                    ASSERT_EQ(encoder.put(block), jpeg_good);
+                    ASSERT_EQ(encoder.put(block), NUV_JPEGResult::good);
                 const Bytes coded = encoder.finish();
                 if (first.empty())
                     first = coded;
@@ -192,7 +199,7 @@ TEST(JpegHuffman, EveryFormRoundTripsThroughBothDecoders)
         for (const bool wide : {false, true}) {
             Decoder decoder{.input = first, .tables = *tables};
             for (const JPEGTestBlock& block : blocks) {
-                ASSERT_EQ(decoder.decode(wide), jpeg_good);
+                ASSERT_EQ(decoder.decode(wide), NUV_JPEGResult::good);
                 ASSERT_EQ(decoder.block, block);
                 std::uint32_t reached = 64;
                 while (reached > 1 && block[jpeg_zigzag[reached - 1]] == 0)
@@ -210,16 +217,17 @@ TEST(JpegHuffmanEncode, StopsAtTheEndOfTheOutput)
     std::mt19937 random(7);
     const JPEGTestBlock block = random_block(random, -1023, 1023);
     Encoder whole;
-    ASSERT_EQ(whole.put(block), jpeg_good);
+    ASSERT_EQ(whole.put(block), NUV_JPEGResult::good);
     const Bytes expected = whole.finish();
     for (std::size_t size = 1; size <= expected.size(); ++size) {
         Encoder encoder;
         encoder.output = Bytes(size); // a sanitizer sees what goes beyond
         NUV_JPEGResult result = encoder.put(block);
-        if (result == jpeg_good)
+        if (is_good(result))
             result = encoder.put(block, true);
-        EXPECT_EQ(result, size < expected.size() ? jpeg_bad_size : jpeg_good) << size;
-        if (result == jpeg_good) {
+        EXPECT_EQ(result, size < expected.size() ? NUV_JPEGResult::bad_size : NUV_JPEGResult::good)
+            << size;
+        if (is_good(result)) {
             EXPECT_EQ(encoder.output, expected);
         }
     }
@@ -233,11 +241,11 @@ TEST(JpegHuffmanEncode, RefusesValuesWithoutCode)
         NUV_JPEGResult result;
     };
     const Case cases[] = {
-        {"largest of the standard tables", -1024, 1023, 1023, jpeg_good},
-        {"DC category 12", -2048, 2047, 0, jpeg_bad_huffman},
-        {"DC category 16", -32768, 32767, 0, jpeg_bad_huffman},
-        {"AC category 11", 0, 0, 1024, jpeg_bad_huffman},
-        {"AC category 16", 0, 0, -32768, jpeg_bad_huffman},
+        {"largest of the standard tables", -1024, 1023, 1023, NUV_JPEGResult::good},
+        {"DC category 12", -2048, 2047, 0, NUV_JPEGResult::bad_huffman},
+        {"DC category 16", -32768, 32767, 0, NUV_JPEGResult::bad_huffman},
+        {"AC category 11", 0, 0, 1024, NUV_JPEGResult::bad_huffman},
+        {"AC category 16", 0, 0, -32768, NUV_JPEGResult::bad_huffman},
     };
     for (const Case& c : cases) {
         for (const bool wide : {false, true}) {
@@ -253,7 +261,8 @@ TEST(JpegHuffmanEncode, RefusesValuesWithoutCode)
     NUV_JPEGWideEncodeTable bare;
     const std::array<std::uint8_t, 16> one_code = {1};
     const std::uint8_t end_of_block = 0;
-    ASSERT_EQ(huffman_encode_wide_init(one_code.data(), &end_of_block, &bare), jpeg_good);
+    ASSERT_EQ(huffman_encode_wide_init(one_code.data(), &end_of_block, &bare),
+              NUV_JPEGResult::good);
     Encoder encoder;
     JPEGTestBlock block{};
     const auto put = [&] {
@@ -261,9 +270,9 @@ TEST(JpegHuffmanEncode, RefusesValuesWithoutCode)
             block.data(), encoder.output.data(), size_of(encoder.output), &encoder.position,
             &encoder.previous_dc, &encoder.tables.encode_dc, &bare, &encoder.state, false);
     };
-    EXPECT_EQ(put(), jpeg_good);
+    EXPECT_EQ(put(), NUV_JPEGResult::good);
     block[1] = 1;
-    EXPECT_EQ(put(), jpeg_bad_huffman);
+    EXPECT_EQ(put(), NUV_JPEGResult::bad_huffman);
 }
 
 // The last block behind its first bytes, with room to spare at the end of the buffer.
@@ -272,7 +281,7 @@ TEST(JpegHuffmanDecode, FillBytesAndMarkersAreTold)
     const std::vector<JPEGTestBlock> blocks = random_blocks(300);
     Encoder encoder;
     for (const JPEGTestBlock& block : blocks)
-        ASSERT_EQ(encoder.put(block), jpeg_good);
+        ASSERT_EQ(encoder.put(block), NUV_JPEGResult::good);
     const Bytes coded = encoder.finish();
     Bytes filled;
     for (const std::uint8_t byte : coded) {
@@ -285,15 +294,15 @@ TEST(JpegHuffmanDecode, FillBytesAndMarkersAreTold)
         const std::size_t end = filled.size();
         decoder.input.insert(decoder.input.end(), {0xFF, 0xFF, 0xD3, 0, 0, 0, 0, 0, 0, 0, 0});
         for (const JPEGTestBlock& block : blocks) {
-            ASSERT_EQ(decoder.decode(wide), jpeg_good);
+            ASSERT_EQ(decoder.decode(wide), NUV_JPEGResult::good);
             ASSERT_EQ(decoder.block, block);
         }
-        EXPECT_EQ(decoder.decode(wide), jpeg_no_code);
+        EXPECT_EQ(decoder.decode(wide), NUV_JPEGResult::no_code);
         EXPECT_EQ(decoder.marker, 0xD3);
         EXPECT_EQ(decoder.position, static_cast<std::int32_t>(end + 3));
         EXPECT_EQ(decoder.state.coefficients, 0u);
         // Nothing is read until the marker is taken.
-        EXPECT_EQ(decoder.decode(wide), jpeg_no_code);
+        EXPECT_EQ(decoder.decode(wide), NUV_JPEGResult::no_code);
         EXPECT_EQ(decoder.position, static_cast<std::int32_t>(end + 3));
     }
 }
@@ -305,7 +314,7 @@ TEST(JpegHuffmanDecode, TruncatedDataIsToldAndCanBeContinued)
     const std::vector<JPEGTestBlock> blocks = random_blocks(12);
     Encoder encoder;
     for (const JPEGTestBlock& block : blocks)
-        ASSERT_EQ(encoder.put(block), jpeg_good);
+        ASSERT_EQ(encoder.put(block), NUV_JPEGResult::good);
     const Bytes coded = encoder.finish();
     for (const bool wide : {false, true}) {
         for (std::size_t size = 1; size < coded.size(); ++size) {
@@ -316,8 +325,8 @@ TEST(JpegHuffmanDecode, TruncatedDataIsToldAndCanBeContinued)
                 const auto previous_dc = decoder.previous_dc;
                 const auto state = decoder.state;
                 NUV_JPEGResult result = decoder.decode(wide);
-                if (result != jpeg_good) {
-                    ASSERT_EQ(result, jpeg_out_of_data);
+                if (!is_good(result)) {
+                    ASSERT_EQ(result, NUV_JPEGResult::out_of_data);
                     ASSERT_EQ(decoder.state.coefficients, 0u);
                     decoder.position = position;
                     decoder.previous_dc = previous_dc;
@@ -325,7 +334,7 @@ TEST(JpegHuffmanDecode, TruncatedDataIsToldAndCanBeContinued)
                     decoder.input = coded;
                     result = decoder.decode(wide);
                 }
-                ASSERT_EQ(result, jpeg_good);
+                ASSERT_EQ(result, NUV_JPEGResult::good);
                 ASSERT_EQ(decoder.block, block);
             }
         }
@@ -341,18 +350,19 @@ TEST(JpegHuffmanDecode, RunsOutOfTheBlockAreRefused)
     };
     const Case cases[] = {
         // 48 zeros, then 14 and a value: coefficient 63. With 15 it is out.
-        {"00" + zeros_16 + zeros_16 + zeros_16 + "1111111111101011" + "1", jpeg_good},
-        {"00" + zeros_16 + zeros_16 + zeros_16 + "1111111111110101" + "1", jpeg_run_past_block},
+        {"00" + zeros_16 + zeros_16 + zeros_16 + "1111111111101011" + "1", NUV_JPEGResult::good},
+        {"00" + zeros_16 + zeros_16 + zeros_16 + "1111111111110101" + "1",
+         NUV_JPEGResult::run_past_block},
         // Zeros past the end alone just end the block.
-        {"00" + zeros_16 + zeros_16 + zeros_16 + zeros_16, jpeg_good},
-        {"1111111111111111111", jpeg_no_code},
+        {"00" + zeros_16 + zeros_16 + zeros_16 + zeros_16, NUV_JPEGResult::good},
+        {"1111111111111111111", NUV_JPEGResult::no_code},
     };
     for (const Case& c : cases) {
         for (const bool wide : {false, true}) {
             Decoder decoder{.input = to_bytes(c.bits)};
             decoder.input.resize(decoder.input.size() + 20); // what follows is not looked at
             EXPECT_EQ(decoder.decode(wide), c.result) << c.bits;
-            EXPECT_EQ(decoder.state.coefficients, c.result == jpeg_good ? 64u : 0u) << c.bits;
+            EXPECT_EQ(decoder.state.coefficients, is_good(c.result) ? 64u : 0u) << c.bits;
         }
     }
 }
@@ -367,10 +377,10 @@ TEST(JpegHuffmanDecode, BothDecodersAgreeOnNoise)
         const Tables& tables = n % 2 == 0 ? luminance() : chrominance();
         Decoder plain{.input = noise, .tables = tables};
         Decoder wide{.input = noise, .tables = tables};
-        for (NUV_JPEGResult result = jpeg_good; result == jpeg_good;) {
+        for (NUV_JPEGResult result = NUV_JPEGResult::good; is_good(result);) {
             result = plain.decode(false);
             ASSERT_EQ(wide.decode(true), result);
-            if (result == jpeg_good) {
+            if (is_good(result)) {
                 ASSERT_EQ(wide.block, plain.block);
                 ASSERT_EQ(wide.previous_dc, plain.previous_dc);
                 ASSERT_EQ(wide.state.coefficients, plain.state.coefficients);
@@ -388,15 +398,17 @@ TEST(JpegHuffmanTables, ImpossibleOnesAreRefused)
         NUV_JPEGResult result;
     };
     const Case cases[] = {
-        {"empty", {}, jpeg_good},
-        {"incomplete", {1}, jpeg_good},
-        {"complete at 1 bit", {2}, jpeg_good},
-        {"three codes of 1 bit", {3}, jpeg_bad_huffman},
-        {"full, and one more below", {1, 2, 1}, jpeg_bad_huffman},
-        {"257 codes", {0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 2}, jpeg_bad_huffman},
-        {"256 codes", {0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 1}, jpeg_good},
-        {"16 ones", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 2}, jpeg_bad_huffman},
-        {"15 ones and a zero", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, jpeg_good},
+        {"empty", {}, NUV_JPEGResult::good},
+        {"incomplete", {1}, NUV_JPEGResult::good},
+        {"complete at 1 bit", {2}, NUV_JPEGResult::good},
+        {"three codes of 1 bit", {3}, NUV_JPEGResult::bad_huffman},
+        {"full, and one more below", {1, 2, 1}, NUV_JPEGResult::bad_huffman},
+        {"257 codes", {0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 2}, NUV_JPEGResult::bad_huffman},
+        {"256 codes", {0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 1}, NUV_JPEGResult::good},
+        {"16 ones", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 2}, NUV_JPEGResult::bad_huffman},
+        {"15 ones and a zero",
+         {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+         NUV_JPEGResult::good},
     };
     const NUV_JPEGPrimitives& p = portable_primitives();
     std::array<std::uint8_t, 256> values{};
@@ -423,9 +435,9 @@ Optimal optimal_table(const Frequencies& frequencies)
     Optimal table;
     const NUV_JPEGPrimitives& p = portable_primitives();
     EXPECT_EQ(p.huffman_optimal_table(frequencies.data(), table.counts.data(), table.values.data()),
-              jpeg_good);
+              NUV_JPEGResult::good);
     EXPECT_EQ(p.huffman_encode_spec_init(table.counts.data(), table.values.data(), &table.codes),
-              jpeg_good);
+              NUV_JPEGResult::good);
     for (std::size_t i = 0; i < 256; ++i) {
         EXPECT_EQ(table.codes.words[i] != 0, frequencies[i] != 0) << i;
         const std::uint32_t length = table.codes.words[i] >> 16;
@@ -489,19 +501,19 @@ TEST(JpegHuffmanTables, SizesAreThoseOfTheStructures)
 {
     const NUV_JPEGPrimitives& p = portable_primitives();
     std::int32_t size = 0;
-    EXPECT_EQ(p.huffman_encode_spec_size(&size), jpeg_good);
+    EXPECT_EQ(p.huffman_encode_spec_size(&size), NUV_JPEGResult::good);
     EXPECT_EQ(size, 1024);
-    EXPECT_EQ(p.huffman_decode_spec_size(&size), jpeg_good);
+    EXPECT_EQ(p.huffman_decode_spec_size(&size), NUV_JPEGResult::good);
     EXPECT_EQ(size, 1644);
-    EXPECT_EQ(p.huffman_state_size(&size), jpeg_good);
+    EXPECT_EQ(p.huffman_state_size(&size), NUV_JPEGResult::good);
     EXPECT_EQ(size, 24);
-    EXPECT_EQ(p.huffman_size(&size), jpeg_good);
+    EXPECT_EQ(p.huffman_size(&size), NUV_JPEGResult::good);
     EXPECT_EQ(size, 257 * 8);
-    EXPECT_EQ(p.huffman_size(nullptr), jpeg_null_pointer);
+    EXPECT_EQ(p.huffman_size(nullptr), NUV_JPEGResult::null_pointer);
 
     NUV_JPEGDecodeState state = {
         .accumulator = 1, .bits = 2, .spare = 3, .coefficients = 4, .owner = 5};
-    EXPECT_EQ(p.huffman_state_init(&state), jpeg_good);
+    EXPECT_EQ(p.huffman_state_init(&state), NUV_JPEGResult::good);
     EXPECT_EQ(state.accumulator + state.bits + state.spare + state.coefficients, 0u);
     EXPECT_EQ(state.owner, 5u);
 }
@@ -518,21 +530,21 @@ TEST(JpegHuffman, RefusesBadArgumentsInOrder)
             from, encoder.output.data(), size, &encoder.position, &encoder.previous_dc,
             &encoder.tables.encode_dc, &encoder.tables.encode_ac, &encoder.state, false);
     };
-    EXPECT_EQ(encode(nullptr, 0, -1), jpeg_null_pointer);
-    EXPECT_EQ(encode(block.data(), 0, -1), jpeg_bad_size);
-    EXPECT_EQ(encode(block.data(), 10, -1), jpeg_bad_parameter);
-    EXPECT_EQ(encode(block.data(), 10, 11), jpeg_bad_parameter);
+    EXPECT_EQ(encode(nullptr, 0, -1), NUV_JPEGResult::null_pointer);
+    EXPECT_EQ(encode(block.data(), 0, -1), NUV_JPEGResult::bad_size);
+    EXPECT_EQ(encode(block.data(), 10, -1), NUV_JPEGResult::bad_parameter);
+    EXPECT_EQ(encode(block.data(), 10, 11), NUV_JPEGResult::bad_parameter);
 
     const auto decode = [&](std::uint8_t* marker, std::int32_t size, std::int32_t position) {
         return portable_primitives().huffman_decode_block(
             decoder.input.data(), size, &position, decoder.block.data(), &decoder.previous_dc,
             marker, &decoder.tables.decode_dc, &decoder.tables.decode_ac, &decoder.state);
     };
-    EXPECT_EQ(decode(nullptr, 0, -1), jpeg_null_pointer);
-    EXPECT_EQ(decode(&decoder.marker, 0, -1), jpeg_bad_size);
-    EXPECT_EQ(decode(&decoder.marker, 4, -1), jpeg_bad_parameter);
-    EXPECT_EQ(decode(&decoder.marker, 4, 5), jpeg_bad_parameter);
-    EXPECT_EQ(decode(&decoder.marker, 4, 4), jpeg_out_of_data);
+    EXPECT_EQ(decode(nullptr, 0, -1), NUV_JPEGResult::null_pointer);
+    EXPECT_EQ(decode(&decoder.marker, 0, -1), NUV_JPEGResult::bad_size);
+    EXPECT_EQ(decode(&decoder.marker, 4, -1), NUV_JPEGResult::bad_parameter);
+    EXPECT_EQ(decode(&decoder.marker, 4, 5), NUV_JPEGResult::bad_parameter);
+    EXPECT_EQ(decode(&decoder.marker, 4, 4), NUV_JPEGResult::out_of_data);
 }
 
 } // namespace

@@ -39,7 +39,7 @@ TEST(JpegLossless, PredictorsAreThoseOfTheStandard)
             Row differences(2);
             ASSERT_EQ(form.primitives.lossless_diff_other_rows(samples.data(), above.data(),
                                                                differences.data(), 2, predictor),
-                      jpeg_good);
+                      NUV_JPEGResult::good);
             EXPECT_EQ(differences[0], 20000);
             EXPECT_EQ(differences[1], static_cast<std::uint16_t>(7 - predictions[predictor - 1]))
                 << predictor;
@@ -64,14 +64,14 @@ TEST(JpegLossless, EveryFormUndoesTheDifferences)
                     // In place, as the decoder does it.
                     EXPECT_EQ(p.lossless_other_rows(row.data(), above.data(), row.data(),
                                                     columns_of(row), predictor),
-                              jpeg_good);
+                              NUV_JPEGResult::good);
                     EXPECT_EQ(row, samples) << predictor;
                 }
                 Row row(columns);
                 p.lossless_diff_first_row(samples.data(), row.data(), columns_of(row), 12, 3);
                 EXPECT_EQ(row[0], static_cast<std::uint16_t>(samples[0] - 256));
                 EXPECT_EQ(p.lossless_first_row(row.data(), row.data(), columns_of(row), 12, 3),
-                          jpeg_good);
+                          NUV_JPEGResult::good);
                 EXPECT_EQ(row, samples);
             }
         }
@@ -89,9 +89,12 @@ TEST(JpegLossless, RefusesWhatIsOutOfRange)
             NUV_JPEGResult result;
         };
         for (const First& c :
-             {First{4, 2, 0, jpeg_good}, First{4, 16, 15, jpeg_good}, First{0, 1, 0, jpeg_bad_size},
-              First{4, 1, 0, jpeg_bad_parameter}, First{4, 17, 0, jpeg_bad_parameter},
-              First{4, 8, -1, jpeg_bad_parameter}, First{4, 8, 8, jpeg_bad_parameter}}) {
+             {First{4, 2, 0, NUV_JPEGResult::good}, First{4, 16, 15, NUV_JPEGResult::good},
+              First{0, 1, 0, NUV_JPEGResult::bad_size},
+              First{4, 1, 0, NUV_JPEGResult::bad_parameter},
+              First{4, 17, 0, NUV_JPEGResult::bad_parameter},
+              First{4, 8, -1, NUV_JPEGResult::bad_parameter},
+              First{4, 8, 8, NUV_JPEGResult::bad_parameter}}) {
             EXPECT_EQ(p.lossless_first_row(r, r, c.columns, c.precision, c.point_transform),
                       c.result);
             Row out(4);
@@ -100,14 +103,15 @@ TEST(JpegLossless, RefusesWhatIsOutOfRange)
                 c.result);
         }
         for (const std::int32_t predictor : {0, 8, -1}) {
-            EXPECT_EQ(p.lossless_other_rows(r, r, r, 4, predictor), jpeg_bad_parameter);
-            EXPECT_EQ(p.lossless_diff_other_rows(r, r, r, 4, predictor), jpeg_bad_parameter);
+            EXPECT_EQ(p.lossless_other_rows(r, r, r, 4, predictor), NUV_JPEGResult::bad_parameter);
+            EXPECT_EQ(p.lossless_diff_other_rows(r, r, r, 4, predictor),
+                      NUV_JPEGResult::bad_parameter);
         }
-        EXPECT_EQ(p.lossless_other_rows(r, r, r, 0, 0), jpeg_bad_size);
-        EXPECT_EQ(p.lossless_other_rows(r, nullptr, r, 0, 0), jpeg_null_pointer);
-        EXPECT_EQ(p.lossless_diff_other_rows(r, r, nullptr, 0, 0), jpeg_null_pointer);
-        EXPECT_EQ(p.lossless_first_row(nullptr, r, 0, 0, 0), jpeg_null_pointer);
-        EXPECT_EQ(p.lossless_diff_first_row(r, nullptr, 0, 0, 0), jpeg_null_pointer);
+        EXPECT_EQ(p.lossless_other_rows(r, r, r, 0, 0), NUV_JPEGResult::bad_size);
+        EXPECT_EQ(p.lossless_other_rows(r, nullptr, r, 0, 0), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.lossless_diff_other_rows(r, r, nullptr, 0, 0), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.lossless_first_row(nullptr, r, 0, 0, 0), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.lossless_diff_first_row(r, nullptr, 0, 0, 0), NUV_JPEGResult::null_pointer);
     }
 }
 
@@ -127,7 +131,7 @@ struct LosslessDecoder {
     {
         EXPECT_EQ(portable_primitives().huffman_decode_spec_init(five_bit_codes.data(),
                                                                  categories.data(), &table),
-                  jpeg_good);
+                  NUV_JPEGResult::good);
     }
     NUV_JPEGResult decode(std::vector<std::uint16_t*> rows, std::int32_t columns)
     {
@@ -174,7 +178,7 @@ TEST(JpegLosslessDecode, InterleavesComponentsAndKeepsTheStateBetweenPieces)
             pieces.reserve(components);
             for (Row& row : rows)
                 pieces.push_back(row.data() + x);
-            ASSERT_EQ(decoder.decode(pieces, 50), jpeg_good);
+            ASSERT_EQ(decoder.decode(pieces, 50), NUV_JPEGResult::good);
         }
         for (std::size_t i = 0; i < columns * components; ++i)
             ASSERT_EQ(rows[i % components][i / components],
@@ -189,11 +193,11 @@ TEST(JpegLosslessDecode, TellsBadCategoriesAndTheEndOfTheData)
         NUV_JPEGResult result;
     };
     const Case cases[] = {
-        {{0x8B}, jpeg_no_code},             // 10001: category 17
-        {{0xF8, 0x00, 0x00}, jpeg_no_code}, // 11111: no code
-        {{0x78}, jpeg_out_of_data},         // 01111: 15 bits should follow
-        {{0x7B, 0xFF, 0xD9}, jpeg_no_code}, // the same before a marker
-        {{0x7B, 0xFF}, jpeg_out_of_data},   // what follows the 0xFF is not known yet
+        {{0x8B}, NUV_JPEGResult::no_code},             // 10001: category 17
+        {{0xF8, 0x00, 0x00}, NUV_JPEGResult::no_code}, // 11111: no code
+        {{0x78}, NUV_JPEGResult::out_of_data},         // 01111: 15 bits should follow
+        {{0x7B, 0xFF, 0xD9}, NUV_JPEGResult::no_code}, // the same before a marker
+        {{0x7B, 0xFF}, NUV_JPEGResult::out_of_data},   // what follows the 0xFF is not known yet
     };
     for (const Case& c : cases) {
         LosslessDecoder decoder(c.bytes);
@@ -203,10 +207,10 @@ TEST(JpegLosslessDecode, TellsBadCategoriesAndTheEndOfTheData)
     LosslessDecoder decoder({0});
     Row row(1);
     std::uint16_t* r = row.data();
-    EXPECT_EQ(decoder.decode({r, nullptr}, 0), jpeg_null_pointer);
-    EXPECT_EQ(decoder.decode({r}, 0), jpeg_bad_size);
-    EXPECT_EQ(decoder.decode({r, r, r, r, r}, 1), jpeg_bad_parameter);
-    EXPECT_EQ(decoder.decode({r}, 1), jpeg_good);
+    EXPECT_EQ(decoder.decode({r, nullptr}, 0), NUV_JPEGResult::null_pointer);
+    EXPECT_EQ(decoder.decode({r}, 0), NUV_JPEGResult::bad_size);
+    EXPECT_EQ(decoder.decode({r, r, r, r, r}, 1), NUV_JPEGResult::bad_parameter);
+    EXPECT_EQ(decoder.decode({r}, 1), NUV_JPEGResult::good);
 }
 
 } // namespace

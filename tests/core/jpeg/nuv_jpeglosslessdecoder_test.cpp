@@ -99,7 +99,8 @@ TEST(JPEGLosslessDecoder, FillsLostRowsAndGoesOnAtTheNextInterval)
         ASSERT_EQ(words.size(), picture.samples.size());
         for (std::uint32_t y = 0; y < picture.height; ++y) {
             const bool is_lost = y == 2 || y == 3;
-            EXPECT_EQ(decoded.codes[y], is_lost ? jpeg_code_damaged_lines : jpeg_code_good) << y;
+            EXPECT_EQ(decoded.codes[y], is_lost ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good)
+                << y;
             for (std::uint32_t x = 0; x < picture.width; ++x)
                 ASSERT_EQ(words[y * picture.width + x], is_lost ? 0x8080 : picture.at(x, y, 0));
         }
@@ -123,7 +124,7 @@ TEST(JPEGLosslessDecoder, GivesTheFullHeightOfWhatBreaksOff)
             const JPEGDecoded decoded =
                 decode_stream({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size)});
             ASSERT_EQ(decoded.codes.size(), picture.height) << size;
-            ASSERT_EQ(decoded.lines, jpeg_code_damaged_lines) << size;
+            ASSERT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines) << size;
         }
         for (std::size_t at = 0; at < stream.size(); ++at) {
             Stream changed = stream;

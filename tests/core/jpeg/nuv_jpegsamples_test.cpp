@@ -41,7 +41,7 @@ TEST(JPEGSamples, AreLimitedAndEqualInAllFormsAndStayInTheirBlock)
         JPEGTestBlock transformed;
         ASSERT_EQ(
             portable_primitives().idct_dequant(block.data(), transformed.data(), table.data()),
-            jpeg_good);
+            NUV_JPEGResult::good);
         for (const SampleForm& form : sample_forms()) {
             std::vector<std::uint8_t> out(stride * 10, guard);
             form.forms.block_to_samples(block.data(), table.data(), &out[stride + 7], stride);

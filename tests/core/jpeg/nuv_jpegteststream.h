@@ -134,8 +134,8 @@ struct JPEGTestCoder {
 
     explicit JPEGTestCoder(const NUV_Cpu& cpu = NUV_Cpu::current())
     {
-        EXPECT_EQ(coder.open_coder(memory.allocator()), jpeg_code_good);
-        EXPECT_EQ(coder.create(sink.output(), cpu), jpeg_code_good);
+        EXPECT_EQ(coder.open_coder(memory.allocator()), NUV_JPEGCode::good);
+        EXPECT_EQ(coder.create(sink.output(), cpu), NUV_JPEGCode::good);
     }
     [[nodiscard]] NUV_JPEGCode start(std::uint32_t restart_interval = 0)
     {
@@ -160,12 +160,12 @@ inline std::vector<std::uint8_t> encode_test_picture(const JPEGTestPicture& pict
     NUV_JPEGEncoder& coder = test.coder;
     EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels, 8, settings.key,
                                settings.quality),
-              jpeg_code_good);
+              NUV_JPEGCode::good);
     coder.set_source_color(settings.color);
-    EXPECT_EQ(test.start(settings.restart_interval), jpeg_code_good);
+    EXPECT_EQ(test.start(settings.restart_interval), NUV_JPEGCode::good);
     for (std::uint32_t y = 0; y < std::min(picture.height, settings.lines); ++y)
-        EXPECT_EQ(coder.write_line(picture.line(y)), jpeg_code_good);
-    EXPECT_EQ(coder.finish(), jpeg_code_good);
+        EXPECT_EQ(coder.write_line(picture.line(y)), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(test.memory.live, 0U);
     return test.sink.bytes;
 }

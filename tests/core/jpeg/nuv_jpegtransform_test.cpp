@@ -82,7 +82,7 @@ JPEGTestBlock inverse(const JPEGTestForm& form, const JPEGTestBlock& coefficient
 {
     JPEGTestBlock out;
     EXPECT_EQ(form.primitives.idct_dequant(coefficients.data(), out.data(), table.data()),
-              jpeg_good);
+              NUV_JPEGResult::good);
     return out;
 }
 
@@ -90,7 +90,7 @@ using ForwardTable = std::array<std::uint16_t, 64>;
 
 JPEGTestBlock forward(const JPEGTestForm& form, JPEGTestBlock block, const ForwardTable& table)
 {
-    EXPECT_EQ(form.primitives.fdct_quant(block.data(), table.data()), jpeg_good);
+    EXPECT_EQ(form.primitives.fdct_quant(block.data(), table.data()), NUV_JPEGResult::good);
     return block;
 }
 
@@ -275,7 +275,8 @@ TEST(JpegQuantiser, InversesDivideByEveryQuantiser)
         std::array<std::uint8_t, 64> raw;
         raw.fill(static_cast<std::uint8_t>(quantiser));
         ForwardTable table;
-        ASSERT_EQ(portable_primitives().quant_forward_init(raw.data(), table.data()), jpeg_good);
+        ASSERT_EQ(portable_primitives().quant_forward_init(raw.data(), table.data()),
+                  NUV_JPEGResult::good);
         ASSERT_EQ(table[0], std::nearbyint(32768.0 / quantiser));
         // Beyond half a step only by what 15 bits of the inverse cannot tell.
         for (int value = -1024; value <= 1024; ++value) {
@@ -294,7 +295,7 @@ TEST(JpegQuantiser, TablesArriveInZigZagOrderAndZeroIsAWarning)
     raw[63] = 0;
     ForwardTable table;
     EXPECT_EQ(portable_primitives().quant_forward_init(raw.data(), table.data()),
-              jpeg_warning_zero_quantiser);
+              NUV_JPEGResult::zero_quantiser);
     EXPECT_EQ(table[0], 32768);
     EXPECT_EQ(table[1], 16384); // right of DC comes second
     EXPECT_EQ(table[8], 10923); // below DC third
@@ -311,13 +312,16 @@ TEST(JpegTransforms, RefuseNullPointers)
     std::array<std::uint8_t, 64> raw{};
     for (const JPEGTestForm& form : jpeg_test_forms()) {
         const NUV_JPEGPrimitives& p = form.primitives;
-        EXPECT_EQ(p.fdct_quant(nullptr, table.data()), jpeg_null_pointer);
-        EXPECT_EQ(p.fdct_quant(block.data(), nullptr), jpeg_null_pointer);
-        EXPECT_EQ(p.idct_dequant(nullptr, block.data(), block.data()), jpeg_null_pointer);
-        EXPECT_EQ(p.idct_dequant(block.data(), nullptr, block.data()), jpeg_null_pointer);
-        EXPECT_EQ(p.idct_dequant(block.data(), block.data(), nullptr), jpeg_null_pointer);
-        EXPECT_EQ(p.quant_forward_init(nullptr, table.data()), jpeg_null_pointer);
-        EXPECT_EQ(p.quant_forward_init(raw.data(), nullptr), jpeg_null_pointer);
+        EXPECT_EQ(p.fdct_quant(nullptr, table.data()), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.fdct_quant(block.data(), nullptr), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.idct_dequant(nullptr, block.data(), block.data()),
+                  NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.idct_dequant(block.data(), nullptr, block.data()),
+                  NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.idct_dequant(block.data(), block.data(), nullptr),
+                  NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.quant_forward_init(nullptr, table.data()), NUV_JPEGResult::null_pointer);
+        EXPECT_EQ(p.quant_forward_init(raw.data(), nullptr), NUV_JPEGResult::null_pointer);
     }
 }
 

@@ -360,7 +360,7 @@ TEST(WriteJPEGEngine, LetsADerivedOneAddMarkers)
 TEST(JPEGRegistStatus, TurnsEachCodeIntoItsStatus)
 {
     struct Case {
-        NUV_JPEGCode code;
+        int code;
         NUV_StatusCode status;
     };
     const Case cases[] = {
@@ -384,7 +384,8 @@ TEST(JPEGRegistStatus, TurnsEachCodeIntoItsStatus)
     };
     for (const Case& c : cases) {
         NUV_TestChain chain;
-        EXPECT_EQ(nuv_jpegregiststatus(chain.manager(), c.code, "NUV_X::y()"), c.code > 0);
+        const auto code = static_cast<NUV_JPEGCode>(c.code);
+        EXPECT_EQ(nuv_jpegregiststatus(chain.manager(), code, "NUV_X::y()"), c.code > 0);
         EXPECT_EQ(chain.status().code, c.status) << c.code;
         EXPECT_STREQ(chain.status().method, c.status == NUV_STATUS_OK ? "" : "NUV_X::y()");
     }

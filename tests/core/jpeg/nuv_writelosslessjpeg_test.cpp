@@ -351,8 +351,8 @@ struct LosslessCoder : JPEGTestCoder {
     {
         EXPECT_EQ(coder.set_format(picture.width, picture.height, picture.channels,
                                    picture.precision, jpeg_sampling_444, 75),
-                  jpeg_code_good);
-        EXPECT_EQ(coder.set_lossless(table), jpeg_code_good);
+                  NUV_JPEGCode::good);
+        EXPECT_EQ(coder.set_lossless(table), NUV_JPEGCode::good);
         return JPEGTestCoder::start(no_restarts);
     }
     // Line `y` of a picture.
@@ -367,21 +367,21 @@ TEST(LosslessCoder, KeepsTheOrderOfItsCalls)
 {
     const Picture picture = make_picture(4, 2, 1, 8, Content::noise);
     LosslessCoder test;
-    EXPECT_EQ(test.coder.set_lossless(NUV_JPEGLosslessTable::standard), jpeg_code_wrong_state);
+    EXPECT_EQ(test.coder.set_lossless(NUV_JPEGLosslessTable::standard), NUV_JPEGCode::wrong_state);
     Picture twelve = picture;
     twelve.precision = 12;
-    EXPECT_EQ(test.start(twelve, NUV_JPEGLosslessTable::standard), jpeg_code_bad_parameter);
+    EXPECT_EQ(test.start(twelve, NUV_JPEGLosslessTable::standard), NUV_JPEGCode::bad_parameter);
     test.memory.refuses = true;
-    EXPECT_EQ(test.start(picture, NUV_JPEGLosslessTable::optimal), jpeg_code_no_memory);
+    EXPECT_EQ(test.start(picture, NUV_JPEGLosslessTable::optimal), NUV_JPEGCode::no_memory);
     test.memory.refuses = false;
-    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), jpeg_code_good);
-    EXPECT_EQ(test.coder.set_lossless(NUV_JPEGLosslessTable::optimal), jpeg_code_wrong_state);
-    EXPECT_EQ(test.write(picture, 0), jpeg_code_good);
-    EXPECT_EQ(test.write(picture, 1), jpeg_code_good);
-    EXPECT_EQ(test.write(picture, 1), jpeg_code_too_many_lines);
+    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), NUV_JPEGCode::good);
+    EXPECT_EQ(test.coder.set_lossless(NUV_JPEGLosslessTable::optimal), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(test.write(picture, 0), NUV_JPEGCode::good);
+    EXPECT_EQ(test.write(picture, 1), NUV_JPEGCode::good);
+    EXPECT_EQ(test.write(picture, 1), NUV_JPEGCode::too_many_lines);
     const std::size_t written = test.sink.bytes.size();
-    EXPECT_EQ(test.coder.finish(), jpeg_code_good);
-    EXPECT_EQ(test.coder.finish(), jpeg_code_good);
+    EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
+    EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(test.sink.bytes.size(), written);
     EXPECT_EQ(test.memory.live, 0U);
 }
@@ -394,13 +394,13 @@ TEST(LosslessCoder, WritesAtTheEndAndInOneGoWhenOptimising)
         LosslessCoder test;
         NUV_JPEGOutput output = test.sink.output();
         output.to = [](void*, std::int32_t) { return false; };
-        ASSERT_EQ(test.coder.create(output), jpeg_code_good);
-        ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::optimal), jpeg_code_good);
+        ASSERT_EQ(test.coder.create(output), NUV_JPEGCode::good);
+        ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::optimal), NUV_JPEGCode::good);
         for (std::size_t y = 0; y < lines; ++y) {
             EXPECT_EQ(test.sink.writes, 0);
-            EXPECT_EQ(test.write(picture, y), jpeg_code_good);
+            EXPECT_EQ(test.write(picture, y), NUV_JPEGCode::good);
         }
-        EXPECT_EQ(test.coder.finish(), jpeg_code_good);
+        EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
         EXPECT_EQ(test.sink.bytes, write_picture(first_lines(picture, lines), true));
     }
 }
@@ -409,14 +409,14 @@ TEST(LosslessCoder, WritesNothingMoreBehindAWriteThatFailed)
 {
     const Picture picture = make_picture(50, 4, 1, 8, Content::noise);
     LosslessCoder test;
-    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), jpeg_code_good);
+    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), NUV_JPEGCode::good);
     const std::size_t whole = test.sink.capacity;
     test.sink.capacity = test.sink.bytes.size() + 3;
-    EXPECT_EQ(test.write(picture, 0), jpeg_code_io);
+    EXPECT_EQ(test.write(picture, 0), NUV_JPEGCode::io);
     const Bytes cut = test.sink.bytes;
     test.sink.capacity = whole;
-    EXPECT_EQ(test.write(picture, 1), jpeg_code_io);
-    EXPECT_EQ(test.coder.finish(), jpeg_code_good);
+    EXPECT_EQ(test.write(picture, 1), NUV_JPEGCode::io);
+    EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
     EXPECT_EQ(test.sink.bytes, cut);
     EXPECT_EQ(test.memory.live, 0U);
 }
@@ -425,9 +425,9 @@ TEST(LosslessCoder, WritesTheSameInItsPortableForm)
 {
     const Picture picture = make_picture(133, 6, 3, 16, Content::noise);
     LosslessCoder test(NUV_Cpu{});
-    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), jpeg_code_good);
+    ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::standard), NUV_JPEGCode::good);
     for (std::size_t y = 0; y < picture.height; ++y)
-        EXPECT_EQ(test.write(picture, y), jpeg_code_good);
+        EXPECT_EQ(test.write(picture, y), NUV_JPEGCode::good);
     EXPECT_EQ(test.sink.bytes, write_picture(picture, false));
 }
 
