@@ -1,7 +1,10 @@
 #include "core/decodetoraw/nuv_decodetoraw.h"
 
+#include "core/flate/nuv_decodeflate.h"
 #include "core/jpeg/nuv_decodejpeg.h"
+#include "core/packbits/nuv_decodepackbits.h"
 #include "core/qdrle/nuv_decodeqdrle.h"
+#include "core/winrle/nuv_decodewinrle.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
@@ -22,7 +25,11 @@ NUV_Engine* append_decoder(NUV_Manager& manager, NUV_Engine* previous)
 // All encodings that can be decoded.
 constexpr DecoderRow decoders[] = {
     {&NUV_EncodeType::qd_rle, append_decoder<NUV_DecodeQDRLE>},
+    {&NUV_EncodeType::win_rle8, append_decoder<NUV_DecodeWinRLE8>},
+    {&NUV_EncodeType::win_rle4, append_decoder<NUV_DecodeWinRLE4>},
     {&NUV_EncodeType::jpeg, append_decoder<NUV_DecodeJPEG>},
+    {&NUV_EncodeType::flate, append_decoder<NUV_DecodeFlate>},
+    {&NUV_EncodeType::pack_bits, append_decoder<NUV_DecodePackBits>},
 };
 
 } // namespace

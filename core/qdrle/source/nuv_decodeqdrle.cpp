@@ -123,13 +123,9 @@ bool NUV_DecodeQDRLEEngine::execute()
 
 } // namespace
 
-NUV_Engine* NUV_DecodeQDRLE::engine(NUV_Engine* previous)
+NUV_Engine* NUV_DecodeQDRLE::append_decoder(NUV_Engine& previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_DecodeQDRLE::engine()");
-    if (previous->header()->is_raw())
-        return previous;
-    return append_new<NUV_DecodeQDRLEEngine>(*previous);
+    return append_new<NUV_DecodeQDRLEEngine>(previous);
 }
 
 } // namespace nuv

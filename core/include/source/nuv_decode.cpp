@@ -1,0 +1,15 @@
+#include "core/include/nuv_decode.h"
+
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+
+namespace nuv {
+
+NUV_Engine* NUV_Decode::engine(NUV_Engine* previous)
+{
+    if (!previous || !previous->header())
+        return fail(manager(), NUV_ERR_ARGUMENT, method_);
+    return previous->header()->is_raw() ? previous : append_decoder(*previous);
+}
+
+} // namespace nuv

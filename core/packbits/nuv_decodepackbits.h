@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/include/nuv_decode.h"
+#include "framework/base/nuv_tags.h"
+
+namespace nuv {
+
+// Decodes PackBits to raw lines. Unsigned samples only, else NUV_ERR_UNSUPPORTED; data that ends
+// before the image does is NUV_ERR_BROKEN_DATA behind the lines that are whole.
+class NUV_DecodePackBits final : public NUV_Decode {
+public:
+    explicit NUV_DecodePackBits(NUV_Manager& manager) noexcept
+        : NUV_Decode(manager, "NUV_DecodePackBits::engine()")
+    {}
+
+    [[nodiscard]] const NUV_EncodeType* encode_type() const noexcept override
+    {
+        return NUV_EncodeType::pack_bits;
+    }
+
+private:
+    [[nodiscard]] NUV_Engine* append_decoder(NUV_Engine& previous) override;
+};
+
+} // namespace nuv

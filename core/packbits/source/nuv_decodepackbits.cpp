@@ -1,0 +1,68 @@
+#include "core/packbits/nuv_decodepackbits.h"
+
+#include "core/packbits/nuv_packbitsdecoder.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processengine.h"
+
+#include <optional>
+
+namespace nuv {
+namespace {
+
+class NUV_DecodePackBitsEngine final : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
+    [[nodiscard]] bool execute() override;
+
+private:
+    using DecodeStream = NUV_CodedInput;
+
+    DecodeStream stream_;
+    std::optional<QDPackBitsDecoder> decoder_;
+    std::uint32_t line_ = 0;
+};
+
+bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                        NUV_DstBuffer* dst)
+{
+    constexpr auto method = "NUV_DecodePackBitsEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (header->encode_type() != NUV_EncodeType::pack_bits ||
+        header->data_type() != NUV_DataType::u_integer)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    header_.encode_type(NUV_EncodeType::raw);
+    stream_.source(src);
+    decoder_.emplace(stream_, header_.line_bytes());
+    const bool source_set = src->block_bytes(manager().default_block_bytes());
+    return source_set && dst->block_bytes(header_.line_bytes());
+}
+
+bool NUV_DecodePackBitsEngine::execute()
+{
+    if (line_ >= header_.height())
+        return false;
+    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!out)
+        return false;
+    if (!decoder_->decode_line(out)) {
+        static_cast<void>(dst_buffer_->release(0));
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
+    }
+    ++line_;
+    return dst_buffer_->release(header_.line_bytes());
+}
+
+} // namespace
+
+NUV_Engine* NUV_DecodePackBits::append_decoder(NUV_Engine& previous)
+{
+    return append_new<NUV_DecodePackBitsEngine>(previous);
+}
+
+} // namespace nuv

@@ -1,0 +1,84 @@
+#include "core/winrle/nuv_decodewinrle.h"
+
+#include "core/winrle/nuv_winrledecoder.h"
+#include "framework/base/nuv_version.h"
+#include "framework/engine/nuv_processengine.h"
+
+#include <optional>
+
+namespace nuv {
+namespace {
+
+class NUV_DecodeWinRLEEngine final : public NUV_ProcessEngine {
+public:
+    using NUV_ProcessEngine::NUV_ProcessEngine;
+
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
+    [[nodiscard]] bool execute() override;
+
+private:
+    NUV_CodedInput stream_;
+    std::optional<WinRLE8Decoder> decoder8_; // one of the two, by the coding
+    std::optional<WinRLE4Decoder> decoder4_;
+    WinRLEDecoder* decoder_ = nullptr;
+    std::uint32_t line_ = 0;
+};
+
+bool is_supported(const NUV_Header& header) noexcept
+{
+    return (header.encode_type() == NUV_EncodeType::win_rle8 ||
+            header.encode_type() == NUV_EncodeType::win_rle4) &&
+           (header.bits() == 4 || header.bits() == 8) && header.channels() == 1 &&
+           header.data_type() == NUV_DataType::u_integer &&
+           header.color_type() == NUV_ColorType::s_rgb && header.palette().entries != 0;
+}
+
+bool NUV_DecodeWinRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                      NUV_DstBuffer* dst)
+{
+    constexpr auto method = "NUV_DecodeWinRLEEngine::initiate()";
+
+    if (!compatible_version(NUV_VERSION))
+        return fail(manager(), NUV_ERR_VERSION, method);
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (!is_supported(*header))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    stream_.source(src);
+    if (header->encode_type() == NUV_EncodeType::win_rle8)
+        decoder_ = &decoder8_.emplace(stream_, header->width());
+    else
+        decoder_ = &decoder4_.emplace(stream_, header->width());
+    header_.bits(8);
+    header_.encode_type(NUV_EncodeType::raw);
+    return dst->block_bytes(header_.line_bytes());
+}
+
+bool NUV_DecodeWinRLEEngine::execute()
+{
+    constexpr auto method = "NUV_DecodeWinRLEEngine::execute()";
+
+    if (line_ >= header_.height())
+        return false;
+    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    if (!out)
+        return false;
+    const std::uint32_t code = decoder_->decode_line(out);
+    if (code == NUV_WARN_BROKEN_DATA) {
+        warn(manager(), NUV_WARN_BROKEN_DATA, method);
+    } else if (code != WinRLEDecoder::line_done) {
+        static_cast<void>(dst_buffer_->release(0));
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+    }
+    ++line_;
+    return dst_buffer_->release(header_.line_bytes());
+}
+
+} // namespace
+
+NUV_Engine* NUV_DecodeWinRLE::append_decoder(NUV_Engine& previous)
+{
+    return append_new<NUV_DecodeWinRLEEngine>(previous);
+}
+
+} // namespace nuv
