@@ -46,6 +46,76 @@ TEST(ChosenForms, OfPixels)
     for (const std::size_t bytes : {1, 2, 3, 6})
         expect_chosen("mirror", "PPAA", [&](auto& cpu) { return choose_mirror_row(cpu, bytes); });
     expect_chosen("rotated bits", "PSAA", choose_rotate90groups);
+    expect_chosen("tile", "PSSS", [](auto& cpu) { return choose_rotate90tile(1, cpu); });
+    expect_chosen("tile of 3", "PPAA", [](auto& cpu) { return choose_rotate90tile(3, cpu); });
+}
+
+TEST(ChosenForms, OfScaling)
+{
+    expect_chosen("blend", "PPAA", choose_blend_lines<U8, std::int32_t>);
+    expect_chosen("blend, 16", "PPAA", choose_blend_lines<U16, double>);
+    const auto combine = []<class T, class Weight>(bool narrow) {
+        return [=](const NUV_Cpu& cpu) { return choose_combine_lines<T, Weight>(cpu, narrow); };
+    };
+    expect_chosen("combine", "PPAA", combine.operator()<U8, std::int32_t>(true));
+    expect_chosen("combine, wide", "PPPP", combine.operator()<U8, std::int32_t>(false));
+    expect_chosen("combine, 16", "PPAA", combine.operator()<U16, double>(false));
+    const auto area = [](std::uint32_t channels, bool small) {
+        return [=](const NUV_Cpu& cpu) { return choose_reduce_area_row<U8>(cpu, channels, small); };
+    };
+    expect_chosen("area, wide sums", "PPPP", area(3, false));
+    for (const std::uint32_t channels : {3U, 4U}) {
+        expect_chosen("area", "PPAA", area(channels, true));
+        expect_chosen("real cubic", "PPAA", [&](auto& cpu) {
+            return choose_convolve_real<NUV_CubicTaps<double>>(cpu, channels);
+        });
+        expect_chosen("real linear", "PPAA", [&](auto& cpu) {
+            return choose_convolve_real<NUV_LinearTaps<double>>(cpu, channels);
+        });
+    }
+    expect_chosen("area, lines", "PPAA", choose_reduce_area_lines<U8, std::int32_t>);
+    for (const std::uint32_t channels : {1U, 3U, 4U})
+        expect_chosen("packed", "PPAA",
+                      [&](auto& cpu) { return choose_convolve_packed(cpu, channels); });
+}
+
+TEST(ChosenForms, OfMasks)
+{
+    using Fixed = NUV_ScaleI2FixedArithmetic;
+    using Float = NUV_ScaleI2FloatArithmetic;
+    const auto row = []<class A>(double most_weight) {
+        return
+            [=](const NUV_Cpu& cpu) { return choose_filter_row<A>(cpu, 8, 3, most_weight).filter; };
+    };
+    const auto combine = []<class A>(double most_weight) {
+        return [=](const NUV_Cpu& cpu) { return choose_combine_middles<A>(cpu, 8, most_weight); };
+    };
+    expect_chosen("row", "PPAA", row.operator()<Fixed>(most_packed_row_weight));
+    expect_chosen("row of heavy taps", "PPPP", row.operator()<Fixed>(most_packed_row_weight + 1));
+    expect_chosen("row, 16", "PPAA", row.operator()<Float>(1e9));
+    expect_chosen("lines", "PPAA", combine.operator()<Fixed>(most_narrow_line_weight));
+    expect_chosen("heavy lines", "PPPP", combine.operator()<Fixed>(most_narrow_line_weight + 1));
+    expect_chosen("lines, 16", "PPAA", combine.operator()<Float>(1e9));
+}
+
+TEST(ChosenForms, OfJPEG)
+{
+    using Set = NUV_JPEGPrimitives;
+    const auto expect = [](const char* family, const auto& forms, auto... fields) {
+        (expect_chosen(family, forms, [=](auto& cpu) { return jpeg_primitives(cpu).*fields; }),
+         ...);
+    };
+    expect("colour", "PSAA", &Set::convert_rgb_ycc_444, &Set::convert_rgb_ycc_422,
+           &Set::convert_rgb_ycc_420, &Set::split_444, &Set::split_422, &Set::split_420);
+    expect("transform", "PSAA", &Set::fdct_quant, &Set::idct_dequant);
+    expect("Huffman", "PSSS", &Set::huffman_encode_block, &Set::huffman_encode_block_wide);
+    expect("lossless", "PSSS", &Set::lossless_first_row, &Set::lossless_other_rows);
+    using Samples = NUV_JPEGSampleForms;
+    const auto of = [](auto field) {
+        return [=](const NUV_Cpu& cpu) { return jpeg_sample_forms(cpu).*field; };
+    };
+    expect_chosen("samples", "PSAA", of(&Samples::block_to_samples));
+    expect_chosen("three channels", "PPAA", of(&Samples::interleave_3));
 }
 
 } // namespace

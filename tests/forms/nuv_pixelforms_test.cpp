@@ -113,5 +113,56 @@ TEST(PixelForms, ColorMatrix)
     }
 }
 
+TEST(PixelForms, RotateTile)
+{
+    for (const std::size_t bytes : {1, 3}) {
+        const auto choose = [&](const NUV_Cpu& cpu) { return choose_rotate90tile(bytes, cpu); };
+        const auto draw = [&](NUV_FormArguments& arguments) {
+            const std::size_t width = 1 + arguments.length(49);
+            const std::size_t rows = arguments.number(1, 40);
+            const std::size_t out_step = rows * bytes + 20;
+            const auto in_step = static_cast<std::ptrdiff_t>(width * bytes);
+            const bool turned = arguments.number(0, 1) == 1;
+            const U8* in = arguments.input<U8>(width * rows * bytes);
+            return NUV_FormCall{out_step * width, [=](Rotate90TileForm form, U8* out) {
+                                    const auto step = static_cast<std::ptrdiff_t>(out_step);
+                                    form({.in = turned ? in + (rows - 1) * width * bytes : in,
+                                          .out = turned ? out + (width - 1) * out_step : out,
+                                          .in_step = turned ? -in_step : in_step,
+                                          .out_step = turned ? -step : step,
+                                          .width = static_cast<std::uint32_t>(width),
+                                          .rows = static_cast<std::uint32_t>(rows)},
+                                         bytes);
+                                }};
+        };
+        expect_same_forms<U8>(choose({}), choose, draw, 4000);
+    }
+}
+
+TEST(PixelForms, RotateBits)
+{
+    const auto draw = [](NUV_FormArguments& arguments) {
+        const std::size_t width = 1 + arguments.length(399);
+        const std::size_t count = arguments.number(1, 20);
+        std::vector<Rotate90Group> groups(count);
+        for (Rotate90Group& group : groups) {
+            for (auto& row : group.rows)
+                row = arguments.input<U8>((width + 7) / 8);
+            group.column = 1 + static_cast<std::size_t>(&group - groups.data());
+            group.joins = arguments.number(0, 1) == 0;
+        }
+        const std::size_t step = count + 2;
+        const bool from_right = arguments.number(0, 1) == 0;
+        return NUV_FormCall{step * width, [=](Rotate90Groups form, U8* out) {
+                                const auto stride = static_cast<std::ptrdiff_t>(step);
+                                form(groups, {.out = from_right ? out + (width - 1) * step : out,
+                                              .out_step = from_right ? -stride : stride,
+                                              .width = static_cast<std::uint32_t>(width)});
+                            }};
+    };
+    expect_same_forms<U8>(Rotate90Groups{rotate90groups_portable}, choose_rotate90groups, draw,
+                          800);
+}
+
 } // namespace
 } // namespace nuv

@@ -8,22 +8,6 @@
 #include <algorithm>
 
 namespace nuv {
-namespace {
-
-[[nodiscard]] Rotate90TileForm choose_rotate90tile(std::size_t pixel_bytes,
-                                                   [[maybe_unused]] const NUV_Cpu& cpu)
-{
-#if NUV_X86
-    if (pixel_bytes == 1 && cpu.has_sse2)
-        return rotate90tile_1_sse2;
-    if (pixel_bytes == 3 && cpu.has_avx2)
-        return rotate90tile_3_avx2;
-#endif
-    return visit_pixel_bytes(pixel_bytes,
-                             []<int Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
-}
-
-} // namespace
 
 Rotate90Block::Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu)
     : angle_(angle),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_pixelbytes.h"
 #include "core/rotate/source/nuv_rotate90plane.h"
 #include "framework/base/nuv_cpu.h"
 
@@ -70,6 +71,20 @@ void rotate90tile(const Rotate90Tile& tile, std::size_t pixel_bytes)
 
 void rotate90tile_1_sse2(const Rotate90Tile& tile, std::size_t pixel_bytes);
 void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
+
+// The fastest form that `cpu` can run.
+[[nodiscard]] inline Rotate90TileForm choose_rotate90tile(std::size_t pixel_bytes,
+                                                          [[maybe_unused]] const NUV_Cpu& cpu)
+{
+#if NUV_X86
+    if (pixel_bytes == 1 && cpu.has_sse2)
+        return rotate90tile_1_sse2;
+    if (pixel_bytes == 3 && cpu.has_avx2)
+        return rotate90tile_3_avx2;
+#endif
+    return visit_pixel_bytes(pixel_bytes,
+                             []<int Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
+}
 
 // Copies bytes end for end.
 inline void reverse_bytes(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept

@@ -1,11 +1,8 @@
 #include "core/rotate/nuv_rotate90.h"
 
-#include "core/rotate/source/nuv_rotate90_1_kernels.h"
-#include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
 #include "tests/support/nuv_model_rotate.h"
 #include "tests/support/nuv_model_runs.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
 
@@ -284,101 +281,6 @@ TEST(Rotate90Refusal, SurvivesEveryFailedAllocation)
         });
     }
 }
-
-#if NUV_X86
-// Tiles of all heights up to one and a half, in source memory that ends with the last line, and
-// between guards in the output.
-TEST(Rotate90Kernels, VectorFormsOfBytesAgreeWithThePortableOnes)
-{
-    struct Form {
-        const char* name;
-        bool runs_here;
-        std::size_t pixel_bytes;
-        Rotate90TileForm portable, form;
-    };
-    const NUV_Cpu& cpu = NUV_Cpu::current();
-    const Form forms[] = {
-        {"bytes", cpu.has_sse2, 1, rotate90tile<1>, rotate90tile_1_sse2},
-        {"three bytes", cpu.has_avx2, 3, rotate90tile<3>, rotate90tile_3_avx2},
-    };
-    for (const Form& form : forms) {
-        if (!form.runs_here)
-            continue;
-        for (std::uint32_t width = 1; width <= 50; ++width) {
-            for (std::uint32_t rows = 1; rows <= 40; ++rows) {
-                const std::size_t in_step = width * form.pixel_bytes;
-                const std::size_t out_step = rows * form.pixel_bytes + 20;
-                const auto in = random_samples<std::uint8_t>(in_step * rows, width);
-                const auto before = random_samples<std::uint8_t>(out_step * (width + 2), rows);
-                for (const bool turned : {false, true}) {
-                    Rotate90Tile tile{.in = in.data(),
-                                      .in_step = static_cast<std::ptrdiff_t>(in_step),
-                                      .out_step = static_cast<std::ptrdiff_t>(out_step),
-                                      .width = width,
-                                      .rows = rows};
-                    if (turned) {
-                        tile.in += (rows - 1) * in_step;
-                        tile.in_step = -tile.in_step;
-                        tile.out_step = -tile.out_step;
-                    }
-                    auto wanted = before;
-                    auto got = before;
-                    const std::size_t start = out_step * (turned ? width : 1) + 10;
-                    tile.out = wanted.data() + start;
-                    form.portable(tile, form.pixel_bytes);
-                    tile.out = got.data() + start;
-                    form.form(tile, form.pixel_bytes);
-                    ASSERT_TRUE(got == wanted) << form.name << ", " << width << " x " << rows;
-                }
-            }
-        }
-    }
-}
-
-// Source lines of exactly their bytes, so that the sanitizer sees a load behind them; the output
-// with one guard line before and behind it.
-void expect_form_of_bits_agrees(Rotate90Groups form)
-{
-    std::mt19937 random(8);
-    for (std::uint32_t width = 1; width <= 400; width += 1 + width / 20) {
-        const std::size_t group_count = 1 + random() % 20;
-        const std::size_t step = group_count + 2; // a guard byte on either side
-        std::vector<std::vector<std::uint8_t>> rows;
-        for (std::size_t i = 0; i < 8 * group_count; ++i)
-            rows.push_back(random_samples<std::uint8_t>((width + 7) / 8, random()));
-        std::vector<Rotate90Group> groups(group_count);
-        for (std::size_t g = 0; g < group_count; ++g) {
-            for (std::size_t i = 0; i < 8; ++i)
-                groups[g].rows[i] = rows[8 * g + i].data();
-            groups[g].column = 1 + g;
-            groups[g].joins = random() % 2 == 0;
-        }
-        for (const bool from_right : {false, true}) {
-            const auto before = random_samples<std::uint8_t>((width + 2) * step, 9);
-            auto wanted = before;
-            auto got = before;
-            const auto turn = [&](Rotate90Groups with, std::vector<std::uint8_t>& out) {
-                const auto stride = static_cast<std::ptrdiff_t>(step);
-                with(groups, {.out = out.data() + (from_right ? width : 1) * step,
-                              .out_step = from_right ? -stride : stride,
-                              .width = width});
-            };
-            turn(rotate90groups_portable, wanted);
-            turn(form, got);
-            ASSERT_TRUE(got == wanted) << width << " columns, " << group_count << " groups";
-        }
-    }
-}
-
-TEST(Rotate90Kernels, VectorFormsOfBitsAgreeWithThePortableOne)
-{
-    if (!NUV_Cpu::current().has_sse2)
-        GTEST_SKIP() << "no SSE2 here";
-    expect_form_of_bits_agrees(rotate90groups_sse2);
-    if (NUV_Cpu::current().has_avx2)
-        expect_form_of_bits_agrees(rotate90groups_avx2);
-}
-#endif
 
 } // namespace
 } // namespace nuv
