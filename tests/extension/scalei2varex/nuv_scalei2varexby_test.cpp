@@ -208,7 +208,7 @@ TEST(ScaleI2VARExRefusal, SaysWhyAndLeavesNothingBehind)
          0x40000000,
          20,
          NUV_ERR_UNSUPPORTED,
-         "NUV_ScaleWidthEngine::initiate()"},
+         "NUV_ScaleWidthCCEngine::initiate()"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
