@@ -3,7 +3,7 @@
 
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
-#include "core/jpeg/kernels/nuv_jpeghuffman.h"
+#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
 #include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "core/jpeg/stream/nuv_jpegtables.h"
 
@@ -238,8 +238,20 @@ NUV_JPEGResult plain_decode(const std::uint8_t* input, std::int32_t size, std::i
                                                           marker, dc, ac, state);
 }
 BENCHMARK_TEMPLATE(huffman_decode, NUV_JPEGDecodeTable, plain_init, plain_decode);
-BENCHMARK_TEMPLATE(huffman_decode, NUV_JPEGWideTable, huffman_decode_wide_init,
-                   huffman_decode_block_wide);
+
+// What the decoder does with each block.
+NUV_JPEGResult wide_decode(const std::uint8_t* input, std::int32_t size, std::int32_t* position,
+                           std::int16_t* block, std::int16_t* previous, std::uint8_t* marker,
+                           const NUV_JPEGWideTable* dc, const NUV_JPEGWideTable* ac,
+                           NUV_JPEGDecodeState* state)
+{
+    NUV_JPEGBitReader bits(input, size, *position, marker, *state);
+    const NUV_JPEGResult result =
+        decode_coefficients(bits, block, *previous, *dc, *ac, state->coefficients);
+    bits.store(*position, *state);
+    return result;
+}
+BENCHMARK_TEMPLATE(huffman_decode, NUV_JPEGWideTable, huffman_decode_wide_init, wide_decode);
 
 // Counts samples; the argument is the predictor.
 template <const NUV_Cpu& Cpu>

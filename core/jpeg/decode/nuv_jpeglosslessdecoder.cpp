@@ -1,7 +1,7 @@
 #include "core/jpeg/decode/nuv_jpeglosslessdecoder.h"
 
 #include "core/jpeg/decode/nuv_jpegstore.h"
-#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
+#include "core/jpeg/kernels/nuv_jpegdifferences.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,51 +14,6 @@ constexpr std::uint8_t lost_byte = 0x80;
 constexpr std::uint16_t lost_word = 0x8080;
 constexpr std::uint32_t most_scans = 1000;
 constexpr std::uint32_t piece_columns = 64;
-
-// T.81, H.2.2: category 16 is the difference 32768 and has no bits behind it.
-constexpr std::uint32_t last_category = 16;
-
-// Any difference, on a copy of the reader, so that the reader itself can stay in registers.
-[[gnu::noinline]] NUV_JPEGResult read_any_difference(NUV_JPEGBitReader& bits,
-                                                     const NUV_JPEGWideTable& table,
-                                                     std::uint16_t& difference) noexcept
-{
-    NUV_JPEGCoefficient read;
-    std::uint32_t no_run = 0;
-    const NUV_JPEGResult result = read_coefficient(bits, table, no_run, read);
-    if (!is_good(result))
-        return result;
-    if (read.symbol >= last_category) [[unlikely]] {
-        if (read.symbol > last_category)
-            return NUV_JPEGResult::run_past_block; // nothing that more data could mend
-        read.value = 32768;
-    }
-    difference = static_cast<std::uint16_t>(read.value);
-    return NUV_JPEGResult::good;
-}
-
-[[nodiscard]] inline NUV_JPEGResult read_difference(NUV_JPEGBitReader& bits,
-                                                    const NUV_JPEGWideTable& table,
-                                                    std::uint16_t& difference) noexcept
-{
-    if (bits.holds(jpeg_most_bits_of_value)) [[likely]] {
-        const std::uint32_t entry = table.entries[bits.peek(NUV_JPEGWideTable::index_bits)];
-        const std::uint32_t length = entry & 0xFFU;
-        const std::uint32_t category = entry >> 8 & 0xFFU;
-        if (length != 0 && category < last_category) [[likely]] {
-            // The length may have the value in it already; reading that again costs less than to
-            // tell the two apart.
-            const bool has_value = entry >> 16 != 0;
-            bits.skip(length - (has_value ? category : 0));
-            difference = static_cast<std::uint16_t>(bits.take_extended(category));
-            return NUV_JPEGResult::good;
-        }
-    }
-    NUV_JPEGBitReader copy = bits;
-    const NUV_JPEGResult result = read_any_difference(copy, table, difference);
-    bits = copy;
-    return result;
-}
 
 // Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
 template <class T>
@@ -131,6 +86,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
         return code;
     if (frame.restart_interval % frame.width != 0)
         return NUV_JPEGCode::bad_segment;
+    for (std::size_t i = 0; i < scan_header_.components; ++i)
+        row_tables_[i] = &tables_.dc(scan_header_.component[i].dc_table);
     interval_seen_ = scan_->intervals();
     scan_->begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
     return NUV_JPEGCode::good;
@@ -227,13 +184,13 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
         return code;
     if (run.mode != NUV_JPEGScanReader::Mode::decode)
         return NUV_JPEGCode::damaged_lines;
-    code = decode_differences();
+    code = decode_row_differences();
     if (is_good(code))
         reconstruct();
     return code == NUV_JPEGCode::scan_ended ? NUV_JPEGCode::damaged_lines : code;
 }
 
-NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
+NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row_differences() noexcept
 {
     constexpr std::int32_t most_bytes_of_piece = 8 * static_cast<std::int32_t>(piece_columns) *
                                                  static_cast<std::int32_t>(jpeg_most_components);
@@ -246,7 +203,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
     const NUV_JPEGCode code = decode_run(
         *scan_, pieces, most_bytes_of_piece, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
             const std::uint32_t end = std::min(column + piece_columns, width);
-            const NUV_JPEGResult result = decode_columns(bits, column, end);
+            const NUV_JPEGResult result = decode_differences(bits, row_tables_.data(), rows_.data(),
+                                                             scan_header_.components, column, end);
             if (!is_good(result))
                 return result;
             column = end;
@@ -259,29 +217,6 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_differences() noexcept
         return code;
     scan_->data_broken(0);
     return NUV_JPEGCode::scan_ended;
-}
-
-NUV_JPEGResult NUV_JPEGLosslessDecoder::decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
-                                                       std::uint32_t end) noexcept
-{
-    const std::size_t components = scan_header_.components;
-    NUV_JPEGBitReader reader = bits; // which can stay in registers
-    NUV_JPEGResult result = NUV_JPEGResult::good;
-    if (components == 1) {
-        const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[0].dc_table);
-        std::uint16_t* const row = rows_[0];
-        for (std::uint32_t x = first; x < end && is_good(result); ++x)
-            result = read_difference(reader, table, row[x]);
-    } else {
-        for (std::uint32_t x = first; x < end && is_good(result); ++x) {
-            for (std::size_t i = 0; i < components && is_good(result); ++i) {
-                const NUV_JPEGWideTable& table = tables_.dc(scan_header_.component[i].dc_table);
-                result = read_difference(reader, table, rows_[i][x]);
-            }
-        }
-    }
-    bits = reader;
-    return result;
 }
 
 void NUV_JPEGLosslessDecoder::reconstruct() noexcept

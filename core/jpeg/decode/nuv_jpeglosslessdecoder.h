@@ -29,9 +29,7 @@ private:
     [[nodiscard]] NUV_JPEGCode decode_all() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan_to_planes() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
-    [[nodiscard]] NUV_JPEGCode decode_differences() noexcept;
-    [[nodiscard]] NUV_JPEGResult decode_columns(NUV_JPEGBitReader& bits, std::uint32_t first,
-                                                std::uint32_t end) noexcept;
+    [[nodiscard]] NUV_JPEGCode decode_row_differences() noexcept;
     void reconstruct() noexcept;
     void keep_in_planes(std::uint32_t line) noexcept;
     [[nodiscard]] std::uint16_t* plane_line(std::size_t component, std::uint32_t line) noexcept;
@@ -49,6 +47,8 @@ private:
     std::uint32_t interval_seen_ = 0; // that the last row belonged to
     NUV_JPEGScanHeader scan_header_;
     NUV_JPEGScanTables tables_;
+    std::array<const NUV_JPEGWideTable*, jpeg_most_components>
+        row_tables_{}; // by place in the scan
     std::optional<NUV_JPEGScanReader> scan_;
     // By component: the row that is being made (first its differences), and the one above it.
     std::array<std::uint16_t*, jpeg_most_components> rows_{};

@@ -26,13 +26,6 @@ struct NUV_JPEGWideTable {
                                                       const std::uint8_t* values,
                                                       NUV_JPEGWideTable* table);
 
-// As huffman_decode_block of the primitives, with equal results; it may only have read further
-// ahead, into the state.
-[[nodiscard]] NUV_JPEGResult huffman_decode_block_wide(
-    const std::uint8_t* input, std::int32_t size, std::int32_t* position, std::int16_t* block,
-    std::int16_t* previous_dc, std::uint8_t* marker, const NUV_JPEGWideTable* dc_table,
-    const NUV_JPEGWideTable* ac_table, NUV_JPEGDecodeState* state);
-
 // An encoding table for AC coefficients that gives code and low bits of a small value at once.
 struct NUV_JPEGWideEncodeTable {
     static constexpr std::int32_t reach = 32; // values from -32 to 31

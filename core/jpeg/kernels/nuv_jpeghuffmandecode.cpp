@@ -6,11 +6,11 @@
 namespace nuv {
 namespace {
 
-template <class Table>
-NUV_JPEGResult decode_block(const std::uint8_t* input, std::int32_t size, std::int32_t* position,
-                            std::int16_t* block, std::int16_t* previous_dc, std::uint8_t* marker,
-                            const Table* dc_table, const Table* ac_table,
-                            NUV_JPEGDecodeState* state)
+NUV_JPEGResult huffman_decode_block(const std::uint8_t* input, std::int32_t size,
+                                    std::int32_t* position, std::int16_t* block,
+                                    std::int16_t* previous_dc, std::uint8_t* marker,
+                                    const NUV_JPEGDecodeTable* dc_table,
+                                    const NUV_JPEGDecodeTable* ac_table, NUV_JPEGDecodeState* state)
 {
     if (input == nullptr || position == nullptr || block == nullptr || previous_dc == nullptr ||
         marker == nullptr || dc_table == nullptr || ac_table == nullptr || state == nullptr)
@@ -39,21 +39,10 @@ NUV_JPEGResult huffman_state_init(NUV_JPEGDecodeState* state)
 
 } // namespace
 
-NUV_JPEGResult huffman_decode_block_wide(const std::uint8_t* input, std::int32_t size,
-                                         std::int32_t* position, std::int16_t* block,
-                                         std::int16_t* previous_dc, std::uint8_t* marker,
-                                         const NUV_JPEGWideTable* dc_table,
-                                         const NUV_JPEGWideTable* ac_table,
-                                         NUV_JPEGDecodeState* state)
-{
-    return decode_block(input, size, position, block, previous_dc, marker, dc_table, ac_table,
-                        state);
-}
-
 void set_portable_huffman_decode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     primitives.huffman_state_init = huffman_state_init;
-    primitives.huffman_decode_block = decode_block<NUV_JPEGDecodeTable>;
+    primitives.huffman_decode_block = huffman_decode_block;
 }
 
 } // namespace nuv

@@ -1,6 +1,7 @@
 #include "core/jpeg/kernels/nuv_jpeglossless.h"
 
 #include "core/jpeg/kernels/nuv_jpegbitreader.h"
+#include "core/jpeg/kernels/nuv_jpegdifferences.h"
 #include "core/jpeg/kernels/nuv_jpegforms.h"
 
 #include <algorithm>
@@ -8,27 +9,6 @@
 
 namespace nuv {
 namespace {
-
-// T.81, H.2.2: category 16 is the difference 32768 and has no bits behind it.
-[[nodiscard]] NUV_JPEGResult read_difference(NUV_JPEGBitReader& reader,
-                                             const NUV_JPEGDecodeTable& table,
-                                             std::uint16_t& difference) noexcept
-{
-    std::uint32_t category = 0;
-    const NUV_JPEGResult read = reader.read_symbol(table, category);
-    if (!is_good(read))
-        return read;
-    if (category > 16)
-        return NUV_JPEGResult::no_code;
-    if (category == 0 || category == 16) {
-        difference = static_cast<std::uint16_t>(category << 11); // 0 or 32768
-        return NUV_JPEGResult::good;
-    }
-    if (!reader.holds(category))
-        return reader.shortage();
-    difference = static_cast<std::uint16_t>(extend_sign(reader.take(category), category));
-    return NUV_JPEGResult::good;
-}
 
 NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size,
                                     std::int32_t* position, std::uint16_t* const* rows,
@@ -50,11 +30,9 @@ NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size
         return NUV_JPEGResult::bad_parameter;
 
     NUV_JPEGBitReader reader(input, size, *position, marker, *state);
-    NUV_JPEGResult result = NUV_JPEGResult::good;
-    for (std::int32_t x = 0; x < columns && is_good(result); ++x) {
-        for (std::int32_t i = 0; i < components && is_good(result); ++i)
-            result = read_difference(reader, *tables[i], rows[i][x]);
-    }
+    const NUV_JPEGResult result =
+        decode_differences(reader, tables, rows, static_cast<std::size_t>(components), 0,
+                           static_cast<std::size_t>(columns));
     reader.store(*position, *state);
     return result;
 }

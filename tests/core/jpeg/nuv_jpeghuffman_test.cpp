@@ -1,5 +1,6 @@
 #include "core/jpeg/kernels/nuv_jpeghuffman.h"
 
+#include "core/jpeg/kernels/nuv_jpegcoefficients.h"
 #include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "core/jpeg/stream/nuv_jpegtables.h"
 #include "tests/core/jpeg/nuv_jpegtestforms.h"
@@ -103,10 +104,15 @@ struct Decoder {
 
     NUV_JPEGResult decode(bool wide)
     {
-        if (wide)
-            return huffman_decode_block_wide(input.data(), size_of(input), &position, block.data(),
-                                             &previous_dc, &marker, &tables.wide_dc,
-                                             &tables.wide_ac, &state);
+        if (wide) {
+            NUV_JPEGBitReader bits(input.data(), size_of(input), position, &marker, state);
+            state.coefficients = 0;
+            const NUV_JPEGResult result =
+                decode_coefficients(bits, block.data(), previous_dc, tables.wide_dc, tables.wide_ac,
+                                    state.coefficients);
+            bits.store(position, state);
+            return result;
+        }
         return portable_primitives().huffman_decode_block(
             input.data(), size_of(input), &position, block.data(), &previous_dc, &marker,
             &tables.decode_dc, &tables.decode_ac, &state);
