@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -18,150 +17,144 @@ namespace nuv {
 namespace {
 
 using U8 = std::uint8_t;
+using U16 = std::uint16_t;
 
 TEST(PixelForms, Mirror)
 {
-    for (const std::size_t bytes : {1, 2, 3, 4, 6, 8}) {
-        SCOPED_TRACE(bytes);
-        expect_same_forms<U8>(
-            MirrorRow{mirror_row_portable<0>},
-            [&](const NUV_Cpu& cpu) { return choose_mirror_row(cpu, bytes); },
-            [&](NUV_FormArguments& arguments) {
-                const std::size_t width = arguments.length(100);
-                const U8* in = arguments.input<U8>(width * bytes);
-                return NUV_FormCall{width * bytes,
-                                    [=](MirrorRow form, U8* out) { form(in, out, width, bytes); }};
-            });
+    for (const std::size_t bytes : {1, 2, 3, 6}) {
+        const auto choose = [&](const NUV_Cpu& cpu) { return choose_mirror_row(cpu, bytes); };
+        expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
+            const std::size_t width = draw.length(100);
+            const U8* in = draw.input<U8>(width * bytes);
+            compare(width * bytes, [&](auto form, U8* out) { form(in, out, width, bytes); });
+        });
     }
 }
 
 TEST(PixelForms, Lut)
 {
-    using Form = LutRow<U8, U8>;
-    for (std::size_t channels = 1; channels <= 5; ++channels) {
-        SCOPED_TRACE(channels);
-        expect_same_forms<U8>(
-            Form{lut_row_portable<U8, U8>},
-            [&](const NUV_Cpu& cpu) { return choose_lut_row<U8, U8>(cpu, channels); },
-            [&](NUV_FormArguments& arguments) {
-                const std::size_t pixels = arguments.length(200);
-                const U8* in = arguments.input<U8>(pixels * channels);
-                const U8* tables = arguments.input<U8>(256 * channels);
-                return NUV_FormCall{pixels * channels, [=](Form form, U8* out) {
-                                        form(in, out, pixels, channels, tables);
-                                    }};
-            });
-    }
+    const auto choose = [](std::size_t channels) {
+        return [=](const NUV_Cpu& cpu) { return choose_lut_row<U8, U8>(cpu, channels); };
+    };
+    const auto draw_call = [](std::size_t channels) {
+        return [=](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(200);
+            const U8* in = draw.input<U8>(pixels * channels);
+            const U8* tables = draw.input<U8>(256 * channels);
+            compare(pixels * channels,
+                    [&](auto form, U8* out) { form(in, out, pixels, channels, tables); });
+        };
+    };
+    expect_same_forms<U8>("PPAV", choose(1), draw_call(1));
+    for (const std::size_t channels : {2, 3, 4})
+        expect_same_forms<U8>("PPPV", choose(channels), draw_call(channels));
+    expect_chosen("PPPP", choose(5));
+    expect_chosen("PPPP", [](auto& cpu) { return choose_lut_row<U16, U8>(cpu, 1); });
 }
 
+// Whatever the fractions are, the forms must agree.
 TEST(PixelForms, DLut)
 {
-    using Form = DLutRow<U8>;
     constexpr std::size_t points = 33;
-    // Whatever the fractions are, forms must agree.
     std::vector<std::uint32_t> places(257);
     for (std::uint32_t v = 0; v < 256; ++v)
         places[v] = v / 8 << dlut_fraction_bits | (v * 2663 % 41 * 409);
     const auto samples = random_samples<U8>(points * points * points * 4, 1);
-    for (const std::size_t outputs : {1, 3, 4}) {
-        SCOPED_TRACE(outputs);
+    for (const std::uint32_t outputs : {1U, 3U, 4U}) {
         const NUV_DLutGrid<U8> grid{
             samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, outputs};
-        expect_same_forms<U8>(
-            choose_dlut_row_portable<U8>(3),
-            [&](const NUV_Cpu& cpu) {
-                return choose_dlut_row<U8>(cpu, 3, static_cast<std::uint32_t>(outputs), points);
-            },
-            [&](NUV_FormArguments& arguments) {
-                const std::size_t pixels = arguments.length(40);
-                const U8* in = arguments.input<U8>(3 * pixels);
-                return NUV_FormCall{outputs * pixels, [=, &grid](Form form, U8* out) {
-                                        form(in, out, pixels, grid);
-                                    }};
-            });
+        const auto choose = [&](const NUV_Cpu& cpu) {
+            return choose_dlut_row<U8>(cpu, 3, outputs, points * points * points);
+        };
+        expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(40);
+            const U8* in = draw.input<U8>(3 * pixels);
+            compare(outputs * pixels, [&](auto form, U8* out) { form(in, out, pixels, grid); });
+        });
     }
+    expect_chosen("PPPP", [](auto& cpu) { return choose_dlut_row<U8>(cpu, 4, 4, 9); });
 }
 
 // Factors of any 16 bits, small ones, and zeros among them.
 TEST(PixelForms, ColorMatrix)
 {
-    using Form = MatrixRow<U8, std::int32_t>;
-    struct Shape {
-        std::size_t rows, columns;
+    using Matrix = NUV_MatrixView<std::int32_t>;
+    const auto choose = [](const Matrix& matrix) {
+        return [=](const NUV_Cpu& cpu) { return choose_matrix_row<U8>(cpu, matrix); };
     };
-    for (const Shape& shape : {Shape{1, 3}, {3, 3}, {3, 1}}) {
-        const auto [rows, columns] = shape;
-        constexpr std::int32_t small[9] = {};
-        expect_same_forms<U8>(
-            Form{matrix_row_portable<U8, std::int32_t, 0, 0>},
-            [&](const NUV_Cpu& cpu) {
-                return choose_matrix_row<U8, std::int32_t>(cpu, {small, small, rows, columns});
-            },
-            [&](NUV_FormArguments& arguments) {
-                const std::size_t pixels = arguments.length(90);
-                const U8* in = arguments.input<U8>(columns * pixels);
-                auto* numbers = arguments.input<std::int32_t>(columns * rows + rows);
-                for (std::size_t i = 0; i < columns * rows; ++i)
-                    numbers[i] >>= arguments.one_of({16, 19, 31});
-                for (std::size_t i = 0; i < rows; ++i)
-                    numbers[columns * rows + i] >>= 10;
-                const NUV_MatrixView<std::int32_t> matrix{numbers, numbers + columns * rows, rows,
-                                                          columns};
-                return NUV_FormCall{rows * pixels,
-                                    [=](Form form, U8* out) { form(in, out, pixels, matrix); }};
-            });
+    constexpr std::int32_t extremes[] = {-32768, 0, 32767, 0, 0, 0, 0, 0, 0, 0, 32768, 0};
+    for (const std::size_t rows : {1, 3}) {
+        for (std::size_t columns = 4 - rows; columns <= 3; columns += 2) {
+            const std::size_t count = rows * columns;
+            expect_same_forms<U8>("PPAA", choose({extremes, extremes, rows, columns}),
+                                  [&](NUV_FormDraw& draw, auto compare) {
+                                      const std::size_t pixels = draw.length(90);
+                                      const U8* in = draw.input<U8>(columns * pixels);
+                                      auto* numbers = draw.input<std::int32_t>(count + rows);
+                                      for (std::size_t i = 0; i < count + rows; ++i)
+                                          numbers[i] >>= i < count ? draw.one_of({16, 19, 31}) : 10;
+                                      const Matrix matrix{numbers, numbers + count, rows, columns};
+                                      compare(rows * pixels, [&](auto form, U8* out) {
+                                          form(in, out, pixels, matrix);
+                                      });
+                                  });
+        }
     }
+    expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));
+    expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
+}
+
+void expect_same_tiles(const char (&forms)[5], std::size_t bytes)
+{
+    const auto choose = [=](const NUV_Cpu& cpu) { return choose_rotate90tile(bytes, cpu); };
+    const auto draw_call = [=](NUV_FormDraw& draw, auto compare) {
+        const std::size_t width = 1 + draw.length(49);
+        const std::size_t rows = draw.number(1, 40);
+        const bool turned = draw.number(0, 1) == 1;
+        const std::ptrdiff_t turn = turned ? -1 : 1;
+        const std::size_t in_step = width * bytes;
+        const std::size_t out_step = rows * bytes + 20;
+        const U8* in = draw.input<U8>(in_step * rows);
+        Rotate90Tile tile{.in = turned ? in + (rows - 1) * in_step : in,
+                          .in_step = turn * static_cast<std::ptrdiff_t>(in_step),
+                          .out_step = turn * static_cast<std::ptrdiff_t>(out_step),
+                          .width = static_cast<std::uint32_t>(width),
+                          .rows = static_cast<std::uint32_t>(rows)};
+        compare(out_step * width, [&](auto form, U8* out) {
+            tile.out = turned ? out + (width - 1) * out_step : out;
+            form(tile, bytes);
+        });
+    };
+    expect_same_forms<U8>(forms, choose, draw_call, 4000);
 }
 
 TEST(PixelForms, RotateTile)
 {
-    for (const std::size_t bytes : {1, 3}) {
-        const auto choose = [&](const NUV_Cpu& cpu) { return choose_rotate90tile(bytes, cpu); };
-        const auto draw = [&](NUV_FormArguments& arguments) {
-            const std::size_t width = 1 + arguments.length(49);
-            const std::size_t rows = arguments.number(1, 40);
-            const std::size_t out_step = rows * bytes + 20;
-            const auto in_step = static_cast<std::ptrdiff_t>(width * bytes);
-            const bool turned = arguments.number(0, 1) == 1;
-            const U8* in = arguments.input<U8>(width * rows * bytes);
-            return NUV_FormCall{out_step * width, [=](Rotate90TileForm form, U8* out) {
-                                    const auto step = static_cast<std::ptrdiff_t>(out_step);
-                                    form({.in = turned ? in + (rows - 1) * width * bytes : in,
-                                          .out = turned ? out + (width - 1) * out_step : out,
-                                          .in_step = turned ? -in_step : in_step,
-                                          .out_step = turned ? -step : step,
-                                          .width = static_cast<std::uint32_t>(width),
-                                          .rows = static_cast<std::uint32_t>(rows)},
-                                         bytes);
-                                }};
-        };
-        expect_same_forms<U8>(choose({}), choose, draw, 4000);
-    }
+    expect_same_tiles("PSSS", 1);
+    expect_same_tiles("PPAA", 3);
 }
 
 TEST(PixelForms, RotateBits)
 {
-    const auto draw = [](NUV_FormArguments& arguments) {
-        const std::size_t width = 1 + arguments.length(399);
-        const std::size_t count = arguments.number(1, 20);
-        std::vector<Rotate90Group> groups(count);
+    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t width = 1 + draw.length(399);
+        std::vector<Rotate90Group> groups(draw.number(1, 20));
         for (Rotate90Group& group : groups) {
             for (auto& row : group.rows)
-                row = arguments.input<U8>((width + 7) / 8);
+                row = draw.input<U8>((width + 7) / 8);
             group.column = 1 + static_cast<std::size_t>(&group - groups.data());
-            group.joins = arguments.number(0, 1) == 0;
+            group.joins = draw.number(0, 1) == 0;
         }
-        const std::size_t step = count + 2;
-        const bool from_right = arguments.number(0, 1) == 0;
-        return NUV_FormCall{step * width, [=](Rotate90Groups form, U8* out) {
-                                const auto stride = static_cast<std::ptrdiff_t>(step);
-                                form(groups, {.out = from_right ? out + (width - 1) * step : out,
-                                              .out_step = from_right ? -stride : stride,
-                                              .width = static_cast<std::uint32_t>(width)});
-                            }};
+        const std::size_t step = groups.size() + 2;
+        const bool turned = draw.number(0, 1) == 1;
+        Rotate90Lines lines{.out_step = static_cast<std::ptrdiff_t>(step) * (turned ? -1 : 1),
+                            .width = static_cast<std::uint32_t>(width)};
+        compare(step * width, [&](auto form, U8* out) {
+            lines.out = turned ? out + (width - 1) * step : out;
+            form(groups, lines);
+        });
     };
-    expect_same_forms<U8>(Rotate90Groups{rotate90groups_portable}, choose_rotate90groups, draw,
-                          800);
+    expect_same_forms<U8>("PSAA", choose_rotate90groups, draw_call, 800);
 }
 
 } // namespace

@@ -35,9 +35,9 @@ inline constexpr NUV_TestLevel test_levels[] = {
 };
 
 // What one call of a form is made with. The same round draws the same.
-class NUV_FormArguments {
+class NUV_FormDraw {
 public:
-    explicit NUV_FormArguments(std::size_t round) : round_(round), random_(round) {}
+    explicit NUV_FormDraw(std::size_t round) : round_(round), random_(round) {}
 
     // 0 to `most`, all of them in turn as the rounds go on.
     [[nodiscard]] std::size_t length(std::size_t most) const { return round_ % (most + 1); }
@@ -68,59 +68,67 @@ private:
     std::vector<std::shared_ptr<void>> held_;
 };
 
-// A drawn call, `call(form, out)`, and how many values of `out` it may touch. Gaps in them that the
-// portable form leaves alone are left alone by all. What a form answers in another way belongs in
-// `out`, too.
-template <class Call>
-struct NUV_FormCall {
-    std::size_t outputs;
-    Call call;
-};
-template <class Call>
-NUV_FormCall(std::size_t, Call) -> NUV_FormCall<Call>;
-
-// Compares what choose(cpu) gives for every level that runs here with the portable form, by calls
-// that draw(NUV_FormArguments&) makes: same values at any alignment, and nothing outside them.
-template <class Out, class Form, class Choose, class Draw>
-void expect_same_forms(Form portable, Choose choose, Draw draw, std::size_t rounds = 2000)
-{
-    constexpr std::size_t margin = 64; // of guards on either side
-    Form compared = portable;
-    for (const NUV_TestLevel& level : test_levels) {
-        const Form form = choose(level.cpu);
-        if (!level.runs_here() || form == portable || form == compared)
-            continue;
-        compared = form;
-        for (std::size_t round = 0; round < rounds; ++round) {
-            NUV_FormArguments arguments(round);
-            const auto drawn = draw(arguments);
-            const auto before = random_samples<Out>(drawn.outputs + 2 * margin, round);
-            const std::size_t start = margin - arguments.number(0, 15);
-            auto wanted = before;
-            auto got = before;
-            drawn.call(portable, wanted.data() + start);
-            drawn.call(form, got.data() + start);
-            ASSERT_EQ(got, wanted) << level.name << ", round " << round;
-            const auto behind = static_cast<std::ptrdiff_t>(start + drawn.outputs);
-            ASSERT_TRUE(std::equal(before.begin() + behind, before.end(), got.begin() + behind))
-                << level.name << " writes past the end, round " << round;
-            ASSERT_TRUE(std::equal(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(start),
-                                   before.begin()))
-                << level.name << " writes before the begin, round " << round;
-        }
-    }
-}
-
 // Which forms the levels take, a letter each: "PPAA" when there is a portable and an AVX2 one.
 template <class Choose>
-void expect_chosen(const char* family, const char (&forms)[std::size(test_levels) + 1],
-                   Choose choose)
+void expect_chosen(const char (&forms)[std::size(test_levels) + 1], Choose choose)
 {
     for (std::size_t a = 0; a < std::size(test_levels); ++a) {
         for (std::size_t b = 0; b < a; ++b) {
             EXPECT_EQ(choose(test_levels[a].cpu) == choose(test_levels[b].cpu),
                       !NUV_X86 || forms[a] == forms[b])
-                << family << ": " << test_levels[a].name << " and " << test_levels[b].name;
+                << forms << ": " << test_levels[a].name << " and " << test_levels[b].name;
+        }
+    }
+}
+
+// Compares a form with the portable one: the same values at any alignment, nothing outside them.
+template <class Out, class Form>
+struct NUV_FormPair {
+    Form portable;
+    Form form;
+    std::size_t round;
+
+    // `outputs` is how many values of `out` call(form, out) may touch. Gaps that the portable form
+    // leaves are left by all. What a form answers in another way belongs in `out`, too.
+    template <class Call>
+    void operator()(std::size_t outputs, Call call) const
+    {
+        constexpr std::size_t margin = 64; // of guards on either side
+        const std::size_t start = margin - round % 16;
+        const auto before = random_samples<Out>(outputs + 2 * margin, round);
+        auto wanted = before;
+        auto got = before;
+        call(portable, wanted.data() + start);
+        call(form, got.data() + start);
+        ASSERT_EQ(got, wanted);
+        const auto begin = got.begin() + static_cast<std::ptrdiff_t>(start);
+        const auto end = begin + static_cast<std::ptrdiff_t>(outputs);
+        ASSERT_TRUE(std::equal(got.begin(), begin, before.begin())) << "writes before the begin";
+        ASSERT_TRUE(std::equal(end, got.end(), before.end() - (got.end() - end)))
+            << "writes past the end";
+    }
+};
+
+// Asserts which forms choose(cpu) gives, and compares all those that run here on calls that
+// draw(NUV_FormDraw&, compare) makes: it draws the arguments, and calls compare(outputs, call).
+template <class Out, class Choose, class Draw>
+void expect_same_forms(const char (&forms)[std::size(test_levels) + 1], Choose choose, Draw draw,
+                       std::size_t rounds = 2000)
+{
+    expect_chosen(forms, choose);
+    const auto portable = choose(NUV_Cpu{});
+    auto compared = portable;
+    for (const NUV_TestLevel& level : test_levels) {
+        const auto form = choose(level.cpu);
+        if (!level.runs_here() || form == compared)
+            continue;
+        compared = form;
+        for (std::size_t round = 0; round < rounds; ++round) {
+            SCOPED_TRACE(testing::Message() << level.name << ", round " << round);
+            NUV_FormDraw arguments(round);
+            draw(arguments, NUV_FormPair<Out, decltype(portable)>{portable, form, round});
+            if (testing::Test::HasFatalFailure())
+                return;
         }
     }
 }
