@@ -1,13 +1,19 @@
-# Compile options that every target of the tree shares, on the interface target nuv_options.
+# The options of the build, and what every target of the tree shares, on the interface target
+# nuv_options. What the user or a project around this one has settled stays as it is.
 
 option(NUV_WERROR "Treat warnings as errors" OFF)
 option(NUV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(NUV_THREAD_SANITIZE "Build with ThreadSanitizer" OFF)
 option(NUV_COVERAGE "Build with coverage counters" OFF)
 option(NUV_FUZZ "Build the libFuzzer targets (clang only)" OFF)
-option(NUV_BUILD_TESTS "Build the tests" ON)
+option(NUV_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(NUV_BUILD_BENCHMARKS "Build the benchmarks" OFF)
-option(NUV_BUILD_TOOL "Build the command-line tool" ON)
+option(NUV_BUILD_TOOL "Build the command-line tool" ${PROJECT_IS_TOP_LEVEL})
+if(PROJECT_IS_TOP_LEVEL)
+    option(BUILD_SHARED_LIBS "Build libnuv as a shared library" ON)
+elseif(NOT DEFINED BUILD_SHARED_LIBS)
+    set(BUILD_SHARED_LIBS ON)
+endif()
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -15,18 +21,17 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# -O3 and not -O2: g++ 12 vectorises plain byte loops at -O3 only.
-set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O3 -g -DNDEBUG")
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
-endif()
-
-find_program(NUV_CCACHE ccache)
-if(NUV_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${NUV_CCACHE})
+if(PROJECT_IS_TOP_LEVEL)
+    set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+    # -O3 to CMake, and not -O2: g++ 12 vectorises plain byte loops at -O3 only.
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE Release CACHE STRING "How the library is optimised" FORCE)
+    endif()
+    find_program(NUV_CCACHE ccache)
+    if(NUV_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${NUV_CCACHE})
+    endif()
 endif()
 
 add_library(nuv_options INTERFACE)
