@@ -18,7 +18,7 @@ mv "$work/first" "$prefix"
 
 shopt -s globstar nullglob
 pkgconfig=("$prefix"/lib*/**/pkgconfig)
-libraries=("$prefix"/lib*/**/libnuv.so)
+libraries=("$prefix"/lib*/**/libnuv.{so,a})
 headers=("$prefix"/include/**/*.h)
 pages=("$prefix"/share/man/man1/nuv.1)
 if [[ ${#headers[@]} -ne 1 || ${headers[0]} != "$prefix/include/nuv/nuv_wrapper.h" ]]; then
@@ -39,7 +39,9 @@ echo "== find_package"
 echo "== pkg-config"
 export PKG_CONFIG_PATH=${pkgconfig[0]}
 [[ $(pkg-config --modversion nuv) == 1.4.* ]]
-read -r -a package < <(pkg-config --cflags --libs nuv)
+static=()
+[[ ${libraries[0]} == *.so ]] || static=(--static)
+read -r -a package < <(pkg-config --cflags --libs "${static[@]}" nuv)
 "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "$client/client.cpp" \
     "${package[@]}" -o "$work/client"
 LD_LIBRARY_PATH=$(dirname "${libraries[0]}") "$work/client"
