@@ -34,8 +34,8 @@ void Rotate90Block::quarter_turn(const NUV_Rotate90Band& band) const
     const bool is_clockwise = angle_ == 90;
     const auto src_step = static_cast<std::ptrdiff_t>(band.src_step);
     const auto plane_step = static_cast<std::ptrdiff_t>(band.plane_step);
-    for (std::uint32_t row = 0; row < band.rows; row += tile_rows) {
-        const std::uint32_t rows = std::min(tile_rows, band.rows - row);
+    for (std::uint32_t row = 0, rows = 0; row < band.rows; row += rows) {
+        rows = std::min(tile_rows, band.rows - row);
         // Clockwise the last source line becomes the left column, and the left column the first
         // line; the other way it is the first line, and the right column.
         const std::uint32_t from = is_clockwise ? row + rows - 1 : row;
