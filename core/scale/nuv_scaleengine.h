@@ -47,10 +47,10 @@ public:
 
 protected:
     // The whole position `position`, at most `last`. Positions that were added up can end a hair
-    // beyond the image.
-    [[nodiscard]] static std::uint32_t whole(double position, std::uint32_t last) noexcept
+    // beyond the image; those that count lines of padding pass 32 bits in the highest of images.
+    [[nodiscard]] static std::int64_t whole(double position, std::int64_t last) noexcept
     {
-        return static_cast<std::uint32_t>(std::min<double>(position, last));
+        return static_cast<std::int64_t>(std::min(position, static_cast<double>(last)));
     }
 
     std::uint32_t source_height_ = 0;

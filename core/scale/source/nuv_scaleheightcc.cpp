@@ -41,8 +41,8 @@ public:
     {
         if (line_ >= destination_height_)
             return false;
-        const std::uint32_t i = whole(position_, source_height_ + 1);
-        if (!lines_.move_to(std::int64_t{i} - 3))
+        const std::int64_t i = whole(position_, std::int64_t{source_height_} + 1);
+        if (!lines_.move_to(i - 3))
             return false;
         auto* out = static_cast<T*>(dst_buffer_->get());
         if (!out)
@@ -50,7 +50,8 @@ public:
         const T* lines[4];
         for (std::uint32_t k = 0; k < 4; ++k)
             lines[k] = reinterpret_cast<const T*>(lines_.line(k));
-        combine_(lines, out, samples_per_line_, cubic_weights<R>(position_ - i, a_), limits_);
+        combine_(lines, out, samples_per_line_,
+                 cubic_weights<R>(position_ - static_cast<double>(i), a_), limits_);
         position_ += ratio_;
         ++line_;
         const bool released = line_ < destination_height_ || lines_.release_all();

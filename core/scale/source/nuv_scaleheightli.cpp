@@ -38,15 +38,15 @@ public:
     {
         if (line_ >= destination_height_)
             return false;
-        const std::uint32_t i = whole(position_, source_height_);
-        if (!lines_.move_to(std::int64_t{i} - 1))
+        const std::int64_t i = whole(position_, source_height_);
+        if (!lines_.move_to(i - 1))
             return false;
         auto* out = static_cast<T*>(dst_buffer_->get());
         if (!out)
             return false;
         blend_(reinterpret_cast<const T*>(lines_.line(0)),
                reinterpret_cast<const T*>(lines_.line(1)), out, samples_per_line_,
-               scale_weight<R>(position_ - i));
+               scale_weight<R>(position_ - static_cast<double>(i)));
         position_ += ratio_;
         ++line_;
         const bool released = line_ < destination_height_ || lines_.release_all();

@@ -120,9 +120,10 @@ bool NUV_ScaleHeightNNEngine::execute()
 {
     if (line_ >= destination_height_)
         return false;
-    const std::uint32_t wanted = whole(position_, source_height_ - 1);
+    const std::uint32_t last = source_height_ - 1;
+    const std::int64_t wanted = whole(position_, last);
     const bool wanted_again =
-        line_ + 1 < destination_height_ && whole(position_ + ratio_, source_height_ - 1) == wanted;
+        line_ + 1 < destination_height_ && whole(position_ + ratio_, last) == wanted;
     while (lines_consumed_ < wanted) {
         if (!src_buffer_->get(nullptr) || !src_buffer_->release())
             return false;
