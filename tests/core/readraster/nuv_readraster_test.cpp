@@ -1,6 +1,7 @@
 #include "core/readraster/nuv_readraster.h"
 
 #include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/jpeg/nuv_jpeginfo.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/support/nuv_model_runs.h"
@@ -14,6 +15,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace nuv {
@@ -72,90 +74,81 @@ Bytes anymap()
     return bytes_of("P5 3 2 255\nabcdef");
 }
 
-// The same searches through the plain reader and the extended one.
-template <class Reader>
-class RasterSearch : public ::testing::Test {};
-
-using Readers = ::testing::Types<NUV_ReadRaster, NUV_ReadRasterEx>;
-TYPED_TEST_SUITE(RasterSearch, Readers);
-
-TYPED_TEST(RasterSearch, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
+// Both readers; the extended one reads deep lossless streams besides.
+template <class Search>
+void with_both_readers(Search search)
 {
-    constexpr auto by_first_probe = "NUV_SunrasInfo::load()";
-    constexpr auto by_last_probe = "NUV_PNMInfo::get_value()";
-    constexpr auto by_engine_search = "NUV_ReadRaster::engine()";
-    constexpr auto by_info_search = "NUV_ReadRaster::format_info()";
+    search.template operator()<NUV_ReadRaster>();
+    search.template operator()<NUV_ReadRasterEx>();
+}
+
+TEST(ReadRaster, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
+{
+    constexpr auto first_probe = "NUV_SunrasInfo::load()";
+    constexpr auto last_probe = "NUV_PNMInfo::get_value()";
+    constexpr auto search = "NUV_ReadRaster::"; // and the member that searched
+    constexpr auto unsupported = NUV_ERR_UNSUPPORTED;
     struct Case {
         const char* what;
         Bytes stored;
         std::uint32_t page;
-        NUV_StatusCode code;
-        const char* engine_method;
-        const char* info_method;
+        NUV_StatusCode before, code;
+        std::string method;
     };
     const Case cases[] = {
-        {"nothing", {}, 0, NUV_ERR_BROKEN_DATA, by_first_probe, by_first_probe},
-        {"3 bytes", {1, 2, 3}, 0, NUV_ERR_BROKEN_DATA, by_first_probe, by_first_probe},
-        {"no signature", Bytes(99, 1), 0, NUV_ERR_UNSUPPORTED, by_engine_search, by_info_search},
-        {"nonsense behind a signature", bytes_of("P5 0 1 255\n"), 0, NUV_ERR_INVALID_DATA,
-         by_last_probe, by_last_probe},
-        {"page 1 of one", anymap(), 1, NUV_ERR_UNSUPPORTED, by_engine_search, by_info_search},
-        {"page 1 of nothing", {}, 1, NUV_ERR_UNSUPPORTED, by_engine_search, by_info_search},
-        {"page 1 of a deep lossless stream", lossless_stream(12), 1, NUV_ERR_UNSUPPORTED,
-         by_engine_search, by_info_search},
+        {"nothing", {}, 0, 0, NUV_ERR_BROKEN_DATA, first_probe},
+        {"3 bytes", {1, 2, 3}, 0, 0, NUV_ERR_BROKEN_DATA, first_probe},
+        {"no signature", Bytes(99, 1), 0, 0, unsupported, search},
+        {"nonsense behind one", bytes_of("P5 0 1 255\n"), 0, 0, NUV_ERR_INVALID_DATA, last_probe},
+        {"page 1 of one", anymap(), 1, 0, unsupported, search},
+        {"page 1 of nothing", {}, 1, 0, unsupported, search},
+        {"page 1 of a deep lossless stream", lossless_stream(12), 1, 0, unsupported, search},
+        {"after a warning", Bytes(9, 1), 0, NUV_WARN_BROKEN_DATA, unsupported, search},
+        {"after an error", {}, 0, NUV_ERR_IO, NUV_ERR_IO, "before"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        const NUV_TestStored image(chain.manager(), c.stored);
-        EXPECT_EQ(TypeParam(chain.manager()).engine(image.storage(), c.page), nullptr);
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, c.engine_method);
-        EXPECT_EQ(image.position(), 0);
-
-        chain.manager().reset();
-        EXPECT_EQ(TypeParam(chain.manager()).format_info(image.storage(), c.page), nullptr);
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, c.info_method);
-        EXPECT_EQ(image.position(), 0);
-    }
+    with_both_readers([&]<class Reader>() {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.what);
+            NUV_TestChain chain;
+            const NUV_TestStored image(chain.manager(), c.stored);
+            const auto expect_refusal = [&](const char* member, auto refuse) {
+                chain.manager().reset();
+                chain.manager().raise_short(c.before, "before");
+                EXPECT_EQ(refuse(), nullptr);
+                EXPECT_EQ(chain.status().code, c.code);
+                EXPECT_EQ(chain.status().method, c.method + (c.method == search ? member : ""));
+                EXPECT_EQ(image.position(), 0);
+            };
+            Reader reader(chain.manager());
+            expect_refusal("engine()", [&] { return reader.engine(image.storage(), c.page); });
+            expect_refusal("format_info()",
+                           [&] { return reader.format_info(image.storage(), c.page); });
+        }
+    });
 }
 
-TYPED_TEST(RasterSearch, LetsAStatusStandThatStoodBefore)
+TEST(ReadRaster, LetsAStatusStandThatStoodBefore)
 {
-    struct Case {
-        Bytes stored;
-        NUV_StatusCode before;
-        bool has_engine;
-        const char* after;
-    };
-    const Case cases[] = {
-        {anymap(), NUV_WARN_BROKEN_DATA, true, "first()"},
-        {Bytes(9, 1), NUV_WARN_BROKEN_DATA, false, "NUV_ReadRaster::engine()"},
-        {anymap(), NUV_ERR_IO, false, "first()"},
-        {{}, NUV_ERR_IO, false, "first()"},
-    };
-    for (const Case& c : cases) {
-        NUV_TestChain chain;
-        const NUV_TestStored image(chain.manager(), c.stored);
-        chain.manager().raise_short(c.before, "first()");
-        const NUV_Held<NUV_FormatInfo> info(
-            TypeParam(chain.manager()).format_info(image.storage(), 0));
-        EXPECT_EQ(info != nullptr, c.stored == anymap()) << "needs no clean status";
-        EXPECT_STREQ(chain.status().method,
-                     info || c.before == NUV_ERR_IO ? "first()" : "NUV_ReadRaster::format_info()");
-
-        chain.manager().reset();
-        chain.manager().raise_short(c.before, "first()");
-        EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
-        EXPECT_EQ(TypeParam(chain.manager()).engine(image.storage(), 0) != nullptr, c.has_engine);
-        EXPECT_STREQ(chain.status().method, c.after);
-    }
+    with_both_readers([]<class Reader>() {
+        for (const NUV_StatusCode before : {NUV_WARN_BROKEN_DATA, NUV_ERR_IO}) {
+            NUV_TestChain chain;
+            const NUV_TestStored image(chain.manager(), anymap());
+            chain.manager().raise_short(before, "first()");
+            const NUV_Held<NUV_FormatInfo> info(
+                Reader(chain.manager()).format_info(image.storage(), 0));
+            EXPECT_TRUE(info) << "needs no clean status";
+            EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
+            EXPECT_EQ(Reader(chain.manager()).engine(image.storage(), 0) != nullptr,
+                      before == NUV_WARN_BROKEN_DATA);
+            EXPECT_STREQ(chain.status().method, "first()");
+        }
+    });
 }
 
 // The probes before the one that takes the anymap run out of memory, and their errors are gone:
 // with one of them pending, no reader could be built.
-TYPED_TEST(RasterSearch, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
+template <class Reader>
+void expect_errors_of_refusing_probes_forgotten()
 {
     std::size_t accepted = 0;
     bool is_through = false;
@@ -165,7 +158,7 @@ TYPED_TEST(RasterSearch, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
         const NUV_TestStored image(chain.manager(), anymap());
         NUV_FailingMemory& memory = chain.manager().memory();
         memory.fail_at(k);
-        NUV_Held<NUV_FormatInfo> info(TypeParam(chain.manager()).format_info(image.storage(), 0));
+        NUV_Held<NUV_FormatInfo> info(Reader(chain.manager()).format_info(image.storage(), 0));
         const NUV_StatusCode info_code = chain.status().code;
         EXPECT_EQ(info_code, info ? NUV_STATUS_OK : NUV_ERR_MEMORY);
         is_through = memory.allocations() <= k;
@@ -174,7 +167,7 @@ TYPED_TEST(RasterSearch, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
         chain.manager().reset();
         EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
         memory.fail_at(k);
-        chain.last(TypeParam(chain.manager()).engine(image.storage(), 0));
+        chain.last(Reader(chain.manager()).engine(image.storage(), 0));
         const bool is_hit = memory.allocations() > k;
         is_through = is_through && !is_hit;
         memory.fail_at(NUV_FailingMemory::never);
@@ -187,22 +180,16 @@ TYPED_TEST(RasterSearch, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
     EXPECT_GT(accepted, 0u);
 }
 
+TEST(ReadRaster, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
+{
+    with_both_readers([]<class Reader>() { expect_errors_of_refusing_probes_forgotten<Reader>(); });
+}
+
 TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
 {
-    constexpr auto plain_engine = "NUV_ReadRaster::engine()";
-    constexpr auto plain_info = "NUV_ReadRaster::format_info()";
-    constexpr auto extended = "NUV_ReadRasterEx::engine()"; // for both
     NUV_TestChain chain;
     const NUV_TestStored closed(chain.manager(), anymap());
     EXPECT_TRUE(closed.storage()->close());
-    struct Case {
-        NUV_InputStorage* storage;
-        const char *plain_engine, *plain_info, *extended_engine, *extended_info;
-    };
-    const Case cases[] = {
-        {nullptr, plain_engine, plain_info, extended, extended},
-        {closed.storage(), plain_engine, plain_info, plain_engine, plain_info},
-    };
     const auto expect_refusal = [&](const void* result, const char* method) {
         EXPECT_EQ(result, nullptr);
         EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
@@ -211,118 +198,90 @@ TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
     };
     NUV_ReadRaster plain(chain.manager());
     NUV_ReadRasterEx ex(chain.manager());
-    for (const Case& c : cases) {
-        expect_refusal(plain.engine(c.storage, 0), c.plain_engine);
-        expect_refusal(plain.format_info(c.storage, 0), c.plain_info);
-        expect_refusal(ex.engine(c.storage, 0), c.extended_engine);
-        expect_refusal(ex.format_info(c.storage, 0), c.extended_info);
+    for (NUV_InputStorage* storage : {static_cast<NUV_InputStorage*>(nullptr), closed.storage()}) {
+        constexpr auto extended = "NUV_ReadRasterEx::engine()"; // for both
+        constexpr auto engine = "NUV_ReadRaster::engine()";
+        constexpr auto info = "NUV_ReadRaster::format_info()";
+        expect_refusal(plain.engine(storage, 0), engine);
+        expect_refusal(plain.format_info(storage, 0), info);
+        expect_refusal(ex.engine(storage, 0), storage ? engine : extended);
+        expect_refusal(ex.format_info(storage, 0), storage ? info : extended);
     }
 }
 
-TEST(ReadRaster, TakesTheFirstFormatThatFitsAndNoOtherWhenItsReaderFails)
+// The first format that fits, and no other when its reader fails; but the extended reader takes
+// deep lossless streams, whatever segments they carry, and calls every lossless stream "jpeg".
+TEST(ReadRaster, TakesTheFirstFormatThatFits)
 {
     struct Case {
         const char* what;
         Bytes stored;
-        const char* plain_format;
-        const char* extended_format; // a lossless stream is "jpeg" whatever it carries
-        const NUV_ColorType* color;  // of the plain reader's image, null when it refuses
-        NUV_StatusCode code;
-        const char* method;
+        const char* format;
+        const NUV_ColorType* color; // of the image, null when the plain reader refuses
+        NUV_StatusCode code = NUV_STATUS_OK;
+        const char* method = "";
+        std::uint32_t rescued = 0; // the precision, when the extended reader can
     };
+    constexpr auto argument = NUV_ERR_ARGUMENT;
+    constexpr auto invalid = NUV_ERR_INVALID_DATA;
+    constexpr auto jpeg = "NUV_ReadJPEG::engine()";
+    constexpr auto read_jfif = "NUV_ReadJFIF::initiate()";
+    constexpr auto read_adobe = "NUV_ReadJPEGAdobe::engine()";
+    const auto ycbcr = NUV_ColorType::ycbcr;
+    const auto rgb = NUV_ColorType::s_rgb;
     const Bytes flat = flat_stream();
     const Bytes deep = lossless_stream(12);
-    const Case cases[] = {
-        {"plain", flat, "jpeg", "jpeg", NUV_ColorType::ycbcr, NUV_STATUS_OK, ""},
-        {"JFIF", with_jfif(flat), "jfif", "jfif", NUV_ColorType::ycbcr, NUV_STATUS_OK, ""},
-        {"Adobe behind JFIF", with_jfif(with_adobe(flat)), "jpeg_adobe", "jpeg_adobe",
-         NUV_ColorType::s_rgb, NUV_STATUS_OK, ""},
-        {"Adobe before JFIF", with_adobe(with_jfif(flat)), "jpeg_adobe", "jpeg_adobe",
-         NUV_ColorType::s_rgb, NUV_STATUS_OK, ""},
-        {"lossless JFIF", with_jfif(lossless_stream(8)), "jfif", "jpeg", NUV_ColorType::ycbcr,
-         NUV_STATUS_OK, ""},
-        {"lossless Adobe", with_adobe(lossless_stream(8)), "jpeg_adobe", "jpeg",
-         NUV_ColorType::s_rgb, NUV_STATUS_OK, ""},
-        {"16 bits", lossless_stream(16), "jpeg", "jpeg", NUV_ColorType::s_rgb, NUV_STATUS_OK, ""},
-        {"12 bits", deep, "jpeg", "jpeg", nullptr, NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()"},
-        {"12 bits, JFIF", with_jfif(deep), "jfif", "jpeg", nullptr, NUV_ERR_INVALID_DATA,
-         "NUV_ReadJFIF::initiate()"},
-        {"12 bits, Adobe and JFIF", with_jfif(with_adobe(deep)), "jpeg_adobe", "jpeg", nullptr,
-         NUV_ERR_INVALID_DATA, "NUV_ReadJPEGAdobe::engine()"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        const NUV_TestStored image(chain.manager(), c.stored);
-        const auto format = [&](auto reader) -> std::string {
-            EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
-            const NUV_Held<NUV_FormatInfo> info(reader.format_info(image.storage(), 0));
-            EXPECT_TRUE(!info || info->loaded());
-            return info ? info->format_name() : "";
-        };
-        EXPECT_EQ(format(NUV_ReadRaster(chain.manager())), c.plain_format);
-        EXPECT_EQ(format(NUV_ReadRasterEx(chain.manager())), c.extended_format);
-        EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
-
-        EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
-        chain.last(NUV_ReadRaster(chain.manager()).engine(image.storage(), 0));
-        EXPECT_EQ(chain.last() ? chain.header().color_type() : nullptr, c.color);
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, c.method);
-        if (!chain.last()) {
-            EXPECT_EQ(image.position(), 0);
-        }
-        if (c.what == std::string_view("Adobe behind JFIF")) {
-            EXPECT_EQ(chain.run_bytes(), Bytes(flat_bytes, 128));
-        }
-    }
-}
-
-TEST(ReadRasterEx, RescuesDeepLosslessStreamsWhateverTheyCarry)
-{
-    for (const std::uint32_t precision : {9U, 12U, 15U}) {
-        const Bytes plain = lossless_stream(precision);
-        for (const Bytes& stored : {plain, with_jfif(plain), with_jfif(with_adobe(plain))}) {
-            NUV_TestChain chain;
-            const NUV_TestStored image(chain.manager(), stored);
-            chain.last(NUV_ReadRasterEx(chain.manager()).engine(image.storage(), 0));
-            EXPECT_EQ(chain.status().code, NUV_STATUS_OK) << chain.status().method;
-            ASSERT_TRUE(chain.last());
-            EXPECT_EQ(chain.header().bits(), 16u);
-            EXPECT_EQ(chain.run<std::uint16_t>(), lossless_picture(precision).samples);
-        }
-    }
-}
-
-TEST(ReadRasterEx, TellsTheFirstFailureOfWhatItCannotRescue)
-{
-    struct Case {
-        const char* what;
-        Bytes stored;
-        NUV_StatusCode code;
-        const char* method;
-    };
     const Bytes lossy = JPEGCraft().frame(0xC1, 12, 8, 8, {0x11}).scan({1}).end();
-    const Bytes shallow = lossless_stream(4);
     const Case cases[] = {
-        {"12 bits, not lossless", lossy, NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()"},
-        {"the same as JFIF", with_jfif(lossy), NUV_ERR_INVALID_DATA, "NUV_ReadJFIF::initiate()"},
-        {"lossless of 4 bits", shallow, NUV_ERR_UNSUPPORTED, "NUV_DecodeJPEGEngine::initiate()"},
-        {"the same as Adobe", with_adobe(shallow), NUV_ERR_INVALID_DATA,
-         "NUV_ReadJPEGAdobe::engine()"},
+        {"plain", flat, "jpeg", ycbcr},
+        {"JFIF", with_jfif(flat), "jfif", ycbcr},
+        {"Adobe behind JFIF", with_jfif(with_adobe(flat)), "jpeg_adobe", rgb},
+        {"Adobe before JFIF", with_adobe(with_jfif(flat)), "jpeg_adobe", rgb},
+        {"lossless JFIF", with_jfif(lossless_stream(8)), "jfif", ycbcr},
+        {"lossless Adobe", with_adobe(lossless_stream(8)), "jpeg_adobe", rgb},
+        {"16 bits", lossless_stream(16), "jpeg", rgb},
+        {"9 bits", lossless_stream(9), "jpeg", nullptr, argument, jpeg, 9},
+        {"12 bits", deep, "jpeg", nullptr, argument, jpeg, 12},
+        {"12 bits, JFIF", with_jfif(deep), "jfif", nullptr, invalid, read_jfif, 12},
+        {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, read_adobe,
+         12},
+        {"12 bits, not lossless", lossy, "jpeg", nullptr, argument, jpeg},
+        {"the same as JFIF", with_jfif(lossy), "jfif", nullptr, invalid, read_jfif},
+        {"lossless of 4 bits", lossless_stream(4), "jpeg", nullptr, NUV_ERR_UNSUPPORTED,
+         "NUV_DecodeJPEGEngine::initiate()"},
+        {"the same as Adobe", with_adobe(lossless_stream(4)), "jpeg_adobe", nullptr, invalid,
+         read_adobe},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        const NUV_TestStored image(chain.manager(), c.stored);
-        EXPECT_EQ(NUV_ReadRasterEx(chain.manager()).engine(image.storage(), 0), nullptr);
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, c.method);
-        EXPECT_EQ(image.position(), 0);
-    }
+    with_both_readers([&]<class Reader>() {
+        constexpr bool is_extended = std::is_same_v<Reader, NUV_ReadRasterEx>;
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.what);
+            NUV_TestChain chain;
+            const NUV_TestStored image(chain.manager(), c.stored);
+            NUV_Held<NUV_FormatInfo> info(Reader(chain.manager()).format_info(image.storage(), 0));
+            ASSERT_TRUE(info && info->loaded());
+            const auto* stream = dynamic_cast<const NUV_JPEGInfo*>(info.get());
+            EXPECT_STREQ(info->format_name(),
+                         is_extended && stream && stream->is_lossless() ? "jpeg" : c.format);
+            info.reset();
+            EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+
+            EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
+            chain.last(Reader(chain.manager()).engine(image.storage(), 0));
+            if (is_extended && c.rescued > 0) {
+                ASSERT_TRUE(chain.last()) << chain.status().method;
+                EXPECT_EQ(chain.run<std::uint16_t>(), lossless_picture(c.rescued).samples);
+                continue;
+            }
+            EXPECT_EQ(chain.last() ? chain.header().color_type() : nullptr, c.color);
+            EXPECT_EQ(chain.status().code, c.code);
+            EXPECT_STREQ(chain.status().method, c.method);
+            EXPECT_TRUE(chain.last() || image.position() == 0);
+        }
+    });
 }
 
-TEST(ReadRasterEx, IsCleanAtEveryAllocation)
+TEST(ReadRaster, IsCleanAtEveryAllocation)
 {
     for (const Bytes& stored : {with_adobe(lossless_stream(12)), with_jfif(flat_stream())}) {
         expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
@@ -385,7 +344,6 @@ TEST(DecodeToRaw, RefusesWhatItCannotDecode)
     }
     NUV_TestChain none;
     expect_refusal(none, NUV_ERR_ARGUMENT);
-
     NUV_TestChain headless;
     const NUV_Held<NUV_Engine> engine = make_object<NUV_HeadlessEngine>(headless.manager());
     headless.last(engine.get());
