@@ -5,7 +5,7 @@
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_fileoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
-#include "tests/framework/io/nuv_storagemodel.h"
+#include "tests/support/nuv_storagemodel.h"
 
 #include <gtest/gtest.h>
 
@@ -59,11 +59,6 @@ protected:
         }
         writer->end();
         return true;
-    }
-    [[nodiscard]] static Bytes content_of(NUV_OutputStorage& storage)
-    {
-        NUV_Held<NUV_InputStorage> input(storage.create_input_storage());
-        return input ? read_rest(*input) : Bytes();
     }
 };
 
@@ -298,7 +293,7 @@ TEST_F(DstEngineInput, ReadsLikeTheModelAndRunsTheProducerAsFarAsItTakes)
     EXPECT_TRUE(lazy->to(45));
     EXPECT_EQ(lazy->get(), content[45]);
     EXPECT_EQ(lazy->move(-46), -46);
-    InputScript(*lazy, content, /*from_end_clamps=*/true).run(300, 4);
+    InputScript(*lazy, content).run(300);
     EXPECT_LT(manager_.memory().allocations() - before, 10u); // one block of memory, not many
     lazy->close();
     EXPECT_EQ(lazy->get(), -1);

@@ -8,14 +8,16 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <limits>
 #include <random>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
+// Storages of every kind beside a vector that says what they should answer.
 namespace nuv {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -39,6 +41,12 @@ using Bytes = std::vector<std::uint8_t>;
             return bytes;
         bytes.insert(bytes.end(), piece, piece + got);
     }
+}
+
+[[nodiscard]] inline Bytes content_of(NUV_OutputStorage& storage)
+{
+    const NUV_Held<NUV_InputStorage> input(storage.create_input_storage());
+    return input ? read_rest(*input) : Bytes();
 }
 
 // A manager of its own, which at the end must have got everything back, and a file name.
@@ -65,13 +73,25 @@ protected:
         EXPECT_STREQ(manager_.status().method, method);
         manager_.reset();
     }
+    struct Refusal {
+        NUV_StatusCode code;
+        const char* method;
+        std::function<bool()> stands;
+    };
+    void expect_refusals(const std::vector<Refusal>& refusals)
+    {
+        for (std::size_t i = 0; i < refusals.size(); ++i) {
+            SCOPED_TRACE("refusal " + std::to_string(i));
+            EXPECT_FALSE(refusals[i].stands());
+            expect_status(refusals[i].code, refusals[i].method);
+        }
+    }
     [[nodiscard]] const char* path() const { return path_.c_str(); }
     void write_file(const Bytes& bytes) const
     {
-        std::FILE* file = std::fopen(path(), "wb");
-        ASSERT_TRUE(file);
-        EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
-        std::fclose(file);
+        std::ofstream file(path_, std::ios::binary);
+        file << std::string(bytes.begin(), bytes.end());
+        ASSERT_TRUE(file.good());
     }
 
     NUV_TestManager manager_;
@@ -83,20 +103,46 @@ private:
             .string();
 };
 
-// Drives an input by a random script beside a model of it. `from_end_clamps`: to_from_end() with a
-// positive distance is true.
-class InputScript {
+// Draws, and what both models need.
+class StorageScript {
 public:
-    InputScript(NUV_InputStorage& storage, const Bytes& content, bool from_end_clamps)
-        : storage_(storage),
-          content_(content),
-          from_end_clamps_(from_end_clamps)
-    {}
+    explicit StorageScript(unsigned seed) : random_(seed) {}
 
-    void run(int steps, unsigned seed)
+protected:
+    [[nodiscard]] std::int32_t any(int low, int high)
     {
-        random_.seed(seed);
-        position_ = storage_.position();
+        return std::uniform_int_distribution<std::int32_t>(low, high)(random_);
+    }
+    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(content_.size()); }
+    std::int64_t go(std::int64_t target)
+    {
+        const std::int64_t before = position_;
+        position_ = std::clamp<std::int64_t>(target, 0, size());
+        return position_ - before;
+    }
+
+    Bytes content_;
+    std::int64_t position_ = 0;
+
+private:
+    std::mt19937 random_;
+};
+
+// Drives an input by random calls. `from_end_clamps`: to_from_end() with a positive distance is
+// true.
+class InputScript : public StorageScript {
+public:
+    InputScript(NUV_InputStorage& storage, Bytes content, bool from_end_clamps = true)
+        : StorageScript(1),
+          storage_(storage),
+          from_end_clamps_(from_end_clamps)
+    {
+        content_ = std::move(content);
+        position_ = storage.position();
+    }
+
+    void run(int steps)
+    {
         for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
             SCOPED_TRACE(i);
             step();
@@ -107,23 +153,13 @@ public:
     }
 
 private:
-    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(content_.size()); }
-    [[nodiscard]] std::int32_t any(int low, int high)
+    void step()
     {
-        return std::uniform_int_distribution<std::int32_t>(low, high)(random_);
-    }
-    // Mostly near the stream, sometimes as far as numbers go.
-    [[nodiscard]] std::int32_t any_distance()
-    {
+        // Mostly near the stream, sometimes as far as numbers go.
         constexpr std::int32_t far[] = {std::numeric_limits<std::int32_t>::min(),
                                         std::numeric_limits<std::int32_t>::max()};
         const auto reach = static_cast<std::int32_t>(size() + 5);
-        return any(0, 15) == 0 ? far[any(0, 1)] : any(-reach, reach);
-    }
-
-    void step()
-    {
-        const std::int32_t n = any_distance();
+        const std::int32_t n = any(0, 15) == 0 ? far[any(0, 1)] : any(-reach, reach);
         switch (any(0, 7)) {
         case 0:
             if (position_ < size()) {
@@ -132,24 +168,25 @@ private:
             break;
         case 1:
         case 2:
-            read(std::min<std::int32_t>(n, static_cast<std::int32_t>(size()) + 5));
+            read(std::min(n, reach));
             break;
         case 3:
+            EXPECT_EQ(storage_.move(n), go(position_ + n));
+            break;
         case 4:
-            move(n);
+            EXPECT_EQ(storage_.ignore(n), go(position_ + n));
             break;
         case 5:
             EXPECT_EQ(storage_.to(n), n >= 0);
-            if (n >= 0)
-                position_ = std::min<std::int64_t>(n, size());
+            go(n >= 0 ? n : position_);
             break;
         case 6:
             EXPECT_EQ(storage_.to_from_end(n), n <= 0 || from_end_clamps_);
-            position_ = std::clamp<std::int64_t>(size() + n, 0, size());
+            go(size() + n);
             break;
         default:
             EXPECT_TRUE(n < 0 ? storage_.to_begin() : storage_.to_end());
-            position_ = n < 0 ? 0 : size();
+            go(n < 0 ? 0 : size());
         }
     }
     void read(std::int32_t n)
@@ -162,37 +199,25 @@ private:
         EXPECT_EQ(into[static_cast<std::size_t>(expected)], 0xEE);
         position_ += expected;
     }
-    void move(std::int32_t n)
-    {
-        const std::int64_t target = std::clamp<std::int64_t>(position_ + n, 0, size());
-        EXPECT_EQ(any(0, 1) ? storage_.move(n) : storage_.ignore(n), target - position_);
-        position_ = target;
-    }
 
     NUV_InputStorage& storage_;
-    const Bytes& content_;
     bool from_end_clamps_;
-    std::int64_t position_ = 0;
-    std::mt19937 random_;
 };
 
-// What fill() does to the bytes that it passes.
-enum class Filling { keeps_all, zeroes_the_last };
-
-// The same for an output.
-class OutputScript {
+// The same for an output. Some zero the last of the bytes that fill() passes, others keep all.
+class OutputScript : public StorageScript {
 public:
-    OutputScript(NUV_OutputStorage& storage, Filling filling,
+    OutputScript(NUV_OutputStorage& storage, unsigned seed, bool fill_zeroes_last,
                  std::int64_t capacity = std::numeric_limits<std::int32_t>::max())
-        : storage_(storage),
-          filling_(filling),
+        : StorageScript(seed),
+          storage_(storage),
+          fill_zeroes_last_(fill_zeroes_last),
           capacity_(capacity)
     {}
 
     // What was written in the end.
-    [[nodiscard]] Bytes run(int steps, unsigned seed)
+    [[nodiscard]] Bytes run(int steps)
     {
-        random_.seed(seed);
         for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
             SCOPED_TRACE(i);
             step();
@@ -206,12 +231,6 @@ public:
     }
 
 private:
-    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(content_.size()); }
-    [[nodiscard]] std::int32_t any(int low, int high)
-    {
-        return std::uniform_int_distribution<std::int32_t>(low, high)(random_);
-    }
-
     void step()
     {
         const std::int32_t n = any(-30, 30);
@@ -224,33 +243,33 @@ private:
             break;
         case 1:
         case 2:
-        case 3:
-            write(n);
+        case 3: {
+            Bytes bytes(static_cast<std::size_t>(std::max(n, 0)));
+            for (std::uint8_t& byte : bytes)
+                byte = static_cast<std::uint8_t>(any(1, 255));
+            EXPECT_EQ(storage_.write(bytes.data(), n), fitting(n));
+            bytes.resize(static_cast<std::size_t>(fitting(n)));
+            overwrite(bytes);
             break;
+        }
         case 4:
             fill(n);
             break;
         case 5:
             EXPECT_EQ(storage_.move(n), go(position_ + n));
             break;
-        case 6: {
-            const bool expected = n < 1 || size() > 0;
-            EXPECT_EQ(storage_.to(n), expected);
+        case 6:
+            EXPECT_EQ(storage_.to(n), n < 1 || size() > 0);
             go(n);
             break;
-        }
-        default: {
-            const bool expected = n >= 0 || size() > 0;
-            EXPECT_EQ(storage_.to_from_end(n), expected);
+        default:
+            EXPECT_EQ(storage_.to_from_end(n), n >= 0 || size() > 0);
             go(size() + n);
         }
-        }
     }
-    std::int64_t go(std::int64_t target)
+    [[nodiscard]] std::int64_t fitting(std::int32_t n) const
     {
-        const std::int64_t before = position_;
-        position_ = std::clamp<std::int64_t>(target, 0, size());
-        return position_ - before;
+        return std::clamp<std::int64_t>(n, 0, capacity_ - position_);
     }
     void overwrite(const Bytes& bytes)
     {
@@ -259,34 +278,21 @@ private:
         std::copy(bytes.begin(), bytes.end(), content_.begin() + position_);
         position_ += static_cast<std::int64_t>(bytes.size());
     }
-    void write(std::int32_t n)
-    {
-        Bytes bytes(static_cast<std::size_t>(std::max(n, 0)));
-        for (std::uint8_t& byte : bytes)
-            byte = static_cast<std::uint8_t>(any(1, 255));
-        const std::int64_t fits = std::clamp<std::int64_t>(n, 0, capacity_ - position_);
-        EXPECT_EQ(storage_.write(bytes.data(), n), fits);
-        bytes.resize(static_cast<std::size_t>(fits));
-        overwrite(bytes);
-    }
     // Fresh bytes are zeros everywhere: the caller's memory is, too, at the beginning.
     void fill(std::int32_t n)
     {
-        const std::int64_t fits = std::clamp<std::int64_t>(n, 0, capacity_ - position_);
+        const std::int64_t fits = fitting(n);
         EXPECT_EQ(storage_.fill(n), fits);
         position_ += fits;
         if (position_ > size())
             content_.resize(static_cast<std::size_t>(position_));
-        if (fits > 0 && filling_ == Filling::zeroes_the_last)
+        if (fits > 0 && fill_zeroes_last_)
             content_[static_cast<std::size_t>(position_ - 1)] = 0;
     }
 
     NUV_OutputStorage& storage_;
-    Filling filling_;
+    bool fill_zeroes_last_;
     std::int64_t capacity_;
-    std::int64_t position_ = 0;
-    Bytes content_;
-    std::mt19937 random_;
 };
 
 } // namespace nuv
