@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/nuv_chainmodel.h"
+#include "tests/support/nuv_modelimage.h"
 
 #include <cstdint>
 

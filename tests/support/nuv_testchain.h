@@ -114,6 +114,16 @@ private:
     NUV_Engine* last_ = nullptr;
 };
 
+// A call that appends to a chain, and answers whether it did.
+using NUV_Append = std::function<bool(NUV_TestChain&)>;
+
+// The call of Creator::engine(last, args...).
+template <class Creator, class... Args>
+[[nodiscard]] NUV_Append appending(Args... args)
+{
+    return [=](NUV_TestChain& chain) { return chain.append<Creator>(args...); };
+}
+
 // Runs `build_and_run` once, and then once for each of its allocations with that one failing. The
 // chain complains if anything is left behind.
 void expect_clean_at_every_allocation(const std::function<void(NUV_TestChain&)>& build_and_run);

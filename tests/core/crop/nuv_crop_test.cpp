@@ -38,7 +38,7 @@ TEST(Crop, CutsEveryRectangle)
     std::mt19937 random(1);
     for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}, std::uint16_t{16}}) {
         for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{3}}) {
-            NUV_ModelImage image{9, 5, channels, bits, {}};
+            NUV_ModelImage image{9, 5, channels, bits};
             for (std::size_t i = 0; i < std::size_t{9} * 5 * channels; ++i)
                 image.samples.push_back(static_cast<std::uint16_t>(random() & ((1U << bits) - 1)));
             for_each_rectangle(9, 5, [&](const Rectangle& r) {

@@ -42,8 +42,8 @@ TEST(Not, ExchangesRunsAndGaps)
             image.samples[width + x] = 1;
         }
         NUV_ModelImage wanted = image;
-        for (std::uint16_t& sample : wanted.samples)
-            sample = static_cast<std::uint16_t>(1 - sample);
+        for (std::int64_t& sample : wanted.samples)
+            sample = 1 - sample;
 
         NUV_TestChain chain;
         chain.source_bytes(run_description(width, 9), model_run_bytes(image));

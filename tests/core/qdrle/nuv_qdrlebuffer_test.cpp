@@ -67,13 +67,13 @@ TEST(QDRLEBuffer, GivesLinesInAnyOrder)
         const NUV_ModelImage image = random_bilevel(33, 12, random);
         Read<NUV_QDRLEBuffer> buffer(image, block_bytes);
         for (const std::uint32_t row : {7U, 0U, 11U, 7U, 3U}) {
-            std::vector<std::uint16_t> line(33);
+            std::vector<std::int64_t> line(33);
             for (const auto& [start, end] : walk(*buffer.operator->(), row)) {
                 for (std::uint32_t x = start; x <= end; ++x)
                     line[x] = 1;
             }
             const auto wanted = image.samples.begin() + std::ptrdiff_t{33} * row;
-            EXPECT_EQ(line, std::vector<std::uint16_t>(wanted, wanted + 33));
+            EXPECT_EQ(line, std::vector<std::int64_t>(wanted, wanted + 33));
         }
         EXPECT_TRUE(buffer->line_begin(12) == buffer->line_end(12));
         EXPECT_EQ(buffer->line_begin(12).count(), 0U);

@@ -18,9 +18,9 @@ constexpr int angles[] = {90, 180, 270};
                                           std::uint16_t channels, std::uint16_t bits,
                                           std::mt19937& random)
 {
-    NUV_ModelImage image{width, height, channels, bits, {}};
+    NUV_ModelImage image{width, height, channels, bits};
     image.samples.resize(std::size_t{width} * height * channels);
-    for (std::uint16_t& sample : image.samples)
+    for (std::int64_t& sample : image.samples)
         sample = static_cast<std::uint16_t>(random() & ((1U << bits) - 1));
     return image;
 }

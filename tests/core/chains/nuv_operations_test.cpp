@@ -1,0 +1,104 @@
+#include "tests/core/chains/nuv_operationrows.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+
+namespace nuv {
+namespace {
+
+// The table. An operation of the library has a row here, or its tests know why not.
+const std::vector<NUV_OperationRow>& rows()
+{
+    static const std::vector<NUV_OperationRow> table = [] {
+        std::vector<NUV_OperationRow> all;
+        for (const auto& area : {geometry_rows(), pixel_rows(), scale_rows()})
+            all.insert(all.end(), area.begin(), area.end());
+        return all;
+    }();
+    return table;
+}
+
+// One row by itself. Random numbers start anew for each test, so that a failure stays one.
+class Operation : public ::testing::TestWithParam<std::size_t> {
+protected:
+    [[nodiscard]] const NUV_OperationRow& row() const { return rows()[GetParam()]; }
+    [[nodiscard]] NUV_TableChain draw()
+    {
+        NUV_TableChain chain(draw_image(row(), random_));
+        chain.add(row(), random_);
+        return chain;
+    }
+
+    std::mt19937 random_{1};
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, Operation, ::testing::Range(std::size_t{0}, rows().size()),
+                         [](const auto& row) { return rows()[row.param].name; });
+
+TEST_P(Operation, DeliversWhatItsModelGives)
+{
+    for (int i = 0; i < 300 && !HasFailure(); ++i)
+        draw().expect_whole();
+}
+
+TEST_P(Operation, EndsWithASourceThatBreaksOff)
+{
+    for (int i = 0; i < 100 && !HasFailure(); ++i)
+        draw().expect_cut(random_);
+}
+
+TEST_P(Operation, IsCleanBeforeAndInTheMiddleOfARun)
+{
+    for (int i = 0; i < 10; ++i)
+        draw().expect_clean_teardown();
+}
+
+TEST_P(Operation, IsCleanAtEveryAllocation)
+{
+    for (int i = 0; i < 10; ++i)
+        draw().expect_clean_at_every_allocation();
+}
+
+TEST_P(Operation, RefusesNothingInFront)
+{
+    const NUV_ModelImage image = draw_image(row(), random_);
+    NUV_TestChain chain;
+    EXPECT_FALSE(row().draw(image, random_).append(chain));
+    if (row().refusal.empty())
+        return;
+    EXPECT_EQ(chain.status().method, row().refusal);
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+}
+
+// Chains of several operations, whose blocks, readers and ends have to go together.
+TEST(Chains, DeliverWhatTheOperationsGiveOnTheWholeImage)
+{
+    std::mt19937 random(2);
+    for (int i = 0; i < 2000 && !::testing::Test::HasFailure(); ++i)
+        NUV_TableChain::draw(rows(), 5, random).expect_whole();
+}
+
+TEST(Chains, EndWithASourceThatBreaksOff)
+{
+    std::mt19937 random(3);
+    for (int i = 0; i < 500 && !::testing::Test::HasFailure(); ++i)
+        NUV_TableChain::draw(rows(), 5, random).expect_cut(random);
+}
+
+TEST(Chains, AreCleanBeforeAndInTheMiddleOfARun)
+{
+    std::mt19937 random(4);
+    for (int i = 0; i < 100; ++i)
+        NUV_TableChain::draw(rows(), 5, random).expect_clean_teardown();
+}
+
+TEST(Chains, AreCleanAtEveryAllocation)
+{
+    std::mt19937 random(5);
+    for (int i = 0; i < 8; ++i)
+        NUV_TableChain::draw(rows(), 4, random).expect_clean_at_every_allocation();
+}
+
+} // namespace
+} // namespace nuv

@@ -1,0 +1,169 @@
+#include "tests/support/nuv_modelimage.h"
+
+#include <iterator>
+#include <sstream>
+
+namespace nuv {
+namespace {
+
+// Enough for every vector and band, little enough for thousands of images.
+void draw_size(NUV_ModelImage& image, std::mt19937& random)
+{
+    const auto up_to = [&](unsigned most) {
+        return static_cast<std::uint32_t>(1 + random() % most);
+    };
+    switch (random() % 8) {
+    case 0:
+        image.width = up_to(300);
+        image.height = up_to(6);
+        break;
+    case 1:
+        image.width = up_to(12);
+        image.height = up_to(420);
+        break;
+    default:
+        image.width = up_to(40);
+        image.height = up_to(20);
+    }
+}
+
+const NUV_ColorType* draw_color(std::uint16_t channels, std::mt19937& random)
+{
+    const NUV_ColorType* const one[] = {NUV_ColorType::none, NUV_ColorType::gray,
+                                        NUV_ColorType::gray_reverse};
+    const NUV_ColorType* const three[] = {NUV_ColorType::none, NUV_ColorType::s_rgb,
+                                          NUV_ColorType::ycbcr};
+    const NUV_ColorType* const four[] = {NUV_ColorType::none, NUV_ColorType::cmyk};
+    switch (channels) {
+    case 1:
+        return one[random() % std::size(one)];
+    case 3:
+        return three[random() % std::size(three)];
+    case 4:
+        return four[random() % std::size(four)];
+    default:
+        return NUV_ColorType::none;
+    }
+}
+
+} // namespace
+
+NUV_ModelImage NUV_ModelImage::draw(std::mt19937& random)
+{
+    constexpr std::uint16_t kinds[] = {1, 8, 8, 16, 16};
+    NUV_ModelImage image;
+    image.bits = kinds[random() % std::size(kinds)];
+    image.channels = static_cast<std::uint16_t>(image.bits == 1 ? 1 : 1 + random() % 5);
+    draw_size(image, random);
+    if (image.bits == 1 && random() % 2 == 0)
+        image.encode_type = NUV_EncodeType::qd_rle;
+    if (image.bits > 1 && random() % 4 == 0)
+        image.is_signed = true;
+    else
+        image.color_type = draw_color(image.channels, random);
+    return image;
+}
+
+void NUV_ModelImage::fill(std::mt19937& random)
+{
+    samples.resize(std::size_t{width} * height * channels);
+    const auto change = static_cast<unsigned>(2 + random() % 12); // one of so many pixels, of bits
+    std::int64_t last = 0;
+    for (std::int64_t& sample : samples) {
+        const auto drawn = static_cast<std::uint32_t>(random());
+        if (bits == 1)
+            last = drawn % change == 0 ? 1 - last : last;
+        else if (drawn >> 30 == 0)
+            last = (drawn & 1) != 0 ? minimum() : maximum();
+        else
+            last = minimum() + drawn % (std::int64_t{1} << std::min<int>(bits, 30));
+        sample = last;
+    }
+}
+
+NUV_ModelImage NUV_ModelImage::without_samples() const
+{
+    return {width, height, channels, bits, is_signed, color_type, encode_type, {}};
+}
+
+void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::uint32_t end)
+{
+    for (const std::uint32_t word : {start, end}) {
+        for (int shift = 0; shift < 32; shift += 8)
+            bytes.push_back(static_cast<std::uint8_t>(word >> shift));
+    }
+}
+
+std::vector<std::uint8_t> NUV_ModelImage::bytes() const
+{
+    const std::size_t line_samples = std::size_t{width} * channels;
+    if (!is_raw()) {
+        std::vector<std::uint8_t> records;
+        for (std::uint32_t y = 0; y < height; ++y) {
+            for (std::uint32_t x = 0; x < width; ++x) {
+                const std::uint32_t start = x;
+                while (x < width && at(x, y, 0) != 0)
+                    ++x;
+                if (x > start)
+                    append_record(records, start, x - 1);
+            }
+            append_record(records, 0xFFFFFFFF, 0xFFFFFFFF);
+        }
+        return records;
+    }
+    std::vector<std::uint8_t> out(line_bytes() * height);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        std::uint8_t* line = out.data() + i / line_samples * line_bytes();
+        const std::size_t index = i % line_samples;
+        const auto sample = static_cast<std::uint64_t>(samples[i]);
+        if (bits < 8) {
+            const std::size_t bit = index * bits;
+            line[bit / 8] |= static_cast<std::uint8_t>(sample << (8 - bits - bit % 8));
+        } else {
+            std::memcpy(line + index * bits / 8, &sample, bits / 8);
+        }
+    }
+    return out;
+}
+
+void NUV_ModelImage::samples_of(const std::vector<std::uint8_t>& bytes)
+{
+    const std::size_t line_samples = std::size_t{width} * channels;
+    samples.resize(line_samples * height);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const std::uint8_t* line = bytes.data() + i / line_samples * line_bytes();
+        const std::size_t index = i % line_samples;
+        std::uint64_t sample = 0;
+        if (bits < 8)
+            sample = static_cast<std::uint64_t>(line[index * bits / 8] >>
+                                                (8 - bits - index * bits % 8)) &
+                     ((1U << bits) - 1);
+        else
+            std::memcpy(&sample, line + index * bits / 8, bits / 8);
+        samples[i] = static_cast<std::int64_t>(sample);
+        if (samples[i] > maximum())
+            samples[i] -= std::int64_t{1} << bits;
+    }
+}
+
+NUV_TestImage NUV_ModelImage::description() const
+{
+    return {.width = width,
+            .height = height,
+            .channels = channels,
+            .bits = bits,
+            .data_type = is_signed ? NUV_DataType::s_integer : NUV_DataType::u_integer,
+            .encode_type = encode_type,
+            .color_type = color_type};
+}
+
+std::string NUV_ModelImage::text() const
+{
+    std::ostringstream out;
+    out << width << " x " << height << ", " << channels << " of " << bits
+        << (is_signed ? " bits, signed, " : " bits, ") << color_type->key() << ", "
+        << encode_type->key();
+    return out.str();
+}
+
+} // namespace nuv

@@ -1,0 +1,121 @@
+#include "tests/support/nuv_operationtable.h"
+
+#include "framework/base/nuv_held.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace nuv {
+
+NUV_ModelImage draw_image(const NUV_OperationRow& row, std::mt19937& random)
+{
+    NUV_ModelImage image = NUV_ModelImage::draw(random);
+    for (int left = 10000; left > 0 && !row.suits(image); --left)
+        image = NUV_ModelImage::draw(random);
+    EXPECT_TRUE(row.suits(image)) << "no image suits " << row.name;
+    image.fill(random);
+    return image;
+}
+
+NUV_TableChain::NUV_TableChain(NUV_ModelImage source)
+    : source_(std::move(source)),
+      result_(source_),
+      source_bytes_(source_.bytes()),
+      text_(source_.text())
+{}
+
+void NUV_TableChain::add(const NUV_OperationRow& row, std::mt19937& random)
+{
+    NUV_DrawnOperation drawn = row.draw(result_, random);
+    if (drawn.result.samples.empty()) {
+        NUV_TestChain chain;
+        chain.source_bytes(result_.description(), result_.bytes());
+        ASSERT_TRUE(drawn.append(chain)) << row.name << ": " << chain.status().method;
+        const auto bytes = chain.run_bytes();
+        ASSERT_EQ(bytes.size(), drawn.result.line_bytes() * drawn.result.height) << row.name;
+        drawn.result.samples_of(bytes);
+    }
+    result_ = std::move(drawn.result);
+    operations_.push_back(std::move(drawn.append));
+    text_ += "; " + row.name + " to " + result_.text();
+}
+
+NUV_TableChain NUV_TableChain::draw(NUV_OperationRows rows, std::size_t most, std::mt19937& random)
+{
+    NUV_ModelImage source = NUV_ModelImage::draw(random);
+    source.fill(random);
+    NUV_TableChain drawn(std::move(source));
+    for (auto left = random() % (most + 1); left > 0; --left) {
+        const NUV_OperationRow& row = rows[random() % rows.size()];
+        if (row.suits(drawn.result_))
+            drawn.add(row, random);
+    }
+    return drawn;
+}
+
+bool NUV_TableChain::build(NUV_TestChain& chain, std::vector<std::uint8_t> bytes) const
+{
+    chain.source_bytes(source_.description(), std::move(bytes));
+    return std::all_of(operations_.begin(), operations_.end(),
+                       [&](const NUV_Append& append) { return append(chain); });
+}
+
+void NUV_TableChain::expect_whole() const
+{
+    SCOPED_TRACE(text_);
+    NUV_TestChain chain;
+    ASSERT_TRUE(build(chain)) << chain.status().method;
+    EXPECT_EQ(chain.header().width(), result_.width);
+    EXPECT_EQ(chain.header().height(), result_.height);
+    EXPECT_EQ(chain.header().channels(), result_.channels);
+    EXPECT_EQ(chain.header().bits(), result_.bits);
+    EXPECT_EQ(chain.header().data_type(), result_.description().data_type);
+    EXPECT_STREQ(chain.header().color_type()->key(), result_.color_type->key());
+    EXPECT_STREQ(chain.header().encode_type()->key(), result_.encode_type->key());
+    const bool is_equal = chain.run_bytes() == result_.bytes();
+    EXPECT_TRUE(is_equal);
+    EXPECT_EQ(chain.status().code, NUV_STATUS_OK) << chain.status().method;
+}
+
+void NUV_TableChain::expect_cut(std::mt19937& random) const
+{
+    SCOPED_TRACE(text_);
+    std::vector<std::uint8_t> bytes = source_bytes_;
+    bytes.resize(random() % bytes.size());
+    NUV_TestChain chain;
+    ASSERT_TRUE(build(chain, std::move(bytes)));
+    const auto got = chain.run_bytes();
+    const auto whole = result_.bytes();
+    ASSERT_LE(got.size(), std::max(whole.size(), std::size_t{16} * result_.height));
+    if (source_.is_raw() && result_.is_raw()) {
+        const bool is_begin = std::equal(got.begin(), got.end(), whole.begin());
+        EXPECT_TRUE(is_begin) << got.size() << " bytes";
+    }
+}
+
+void NUV_TableChain::expect_clean_teardown() const
+{
+    SCOPED_TRACE(text_);
+    for (unsigned gets = 0; gets < 4; ++gets) {
+        NUV_TestChain chain;
+        ASSERT_TRUE(build(chain));
+        NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
+        for (unsigned left = gets; left > 0; --left) {
+            std::uint32_t count = 0;
+            EXPECT_TRUE(!reader->get(&count) || reader->release());
+        }
+    }
+}
+
+void NUV_TableChain::expect_clean_at_every_allocation() const
+{
+    SCOPED_TRACE(text_);
+    nuv::expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+        static_cast<void>(build(chain));
+        static_cast<void>(chain.run_bytes());
+    });
+}
+
+} // namespace nuv
