@@ -118,7 +118,7 @@ bool decode(const std::vector<std::uint8_t>& stream, std::vector<std::uint8_t>& 
 {
     Source source{stream};
     NUV_JPEGDecoder coder;
-    NUV_JPEGCode code = coder.open(heap, source_of(source));
+    NUV_JPEGCode code = coder.open(heap, source_of(source), NUV_Cpu::current());
     if (!is_failure(code))
         code = coder.read_header(nullptr);
     if (!is_failure(code))

@@ -70,7 +70,7 @@ bool encode(Sink& sink, const std::vector<std::uint8_t>& samples, std::uint32_t 
     std::uint32_t restart_interval = 0xFFFFFFFF;
     NUV_JPEGCode code = coder.open_coder(heap);
     if (!is_failure(code))
-        code = coder.create(output_to(sink));
+        code = coder.create(output_to(sink), NUV_Cpu::current());
     if (!is_failure(code))
         code = coder.set_format(width, height, components, bits, jpeg_sampling_444, 75);
     if (!is_failure(code))

@@ -78,7 +78,7 @@ private:
     template <RealNumber Used>
     [[nodiscard]] NUV_Engine* scale(NUV_Engine* previous, std::uint32_t width, std::uint32_t height)
     {
-        if (!NUV_Cpu::current().has_sse2)
+        if (!this->manager().cpu().has_sse2)
             return NUV_ScalePPBy<Used>(this->manager()).engine(previous, width, height);
         return this->in_order(
             previous, height,

@@ -18,8 +18,7 @@ public:
     {
         if (!axis_.initiate(manager, table, stretch, sizes, taps))
             return false;
-        const auto form =
-            choose_filter_row<A>(NUV_Cpu::current(), taps, channels, axis_.most_weight());
+        const auto form = choose_filter_row<A>(manager.cpu(), taps, channels, axis_.most_weight());
         filter_ = form.filter;
         taps_ = taps;
         channels_ = channels;
@@ -83,7 +82,7 @@ public:
     {
         if (!axis_.initiate(manager, table, stretch, sizes, taps))
             return false;
-        combine_ = choose_combine_middles<A>(NUV_Cpu::current(), taps, axis_.most_weight());
+        combine_ = choose_combine_middles<A>(manager.cpu(), taps, axis_.most_weight());
         samples_per_line_ = samples_per_line;
         maximum_ = NUV_SampleLimits<typename A::Sample>::of_bits(bits).maximum;
         return true;

@@ -18,8 +18,28 @@ struct NUV_Cpu {
     bool has_avx2 = false;
     bool has_avx512vbmi = false; // with AVX-512BW
 
-    // The processor that this process runs on.
+    // The levels that forms are written for, each with all that the one before it has.
+    static const NUV_Cpu portable;
+    static const NUV_Cpu sse2;
+    static const NUV_Cpu avx2;
+    static const NUV_Cpu avx512vbmi;
+
+    // The processor that this process runs on. Only who makes a manager asks; all others ask the
+    // manager.
     [[nodiscard]] static const NUV_Cpu& current() noexcept;
+
+    // True when whatever `level` may run runs here, too.
+    [[nodiscard]] constexpr bool can_run(const NUV_Cpu& level) const noexcept
+    {
+        return (has_sse2 || !level.has_sse2) && (has_avx2 || !level.has_avx2) &&
+               (has_avx512vbmi || !level.has_avx512vbmi);
+    }
 };
+
+inline constexpr NUV_Cpu NUV_Cpu::portable{};
+inline constexpr NUV_Cpu NUV_Cpu::sse2{.has_sse2 = true};
+inline constexpr NUV_Cpu NUV_Cpu::avx2{.has_sse2 = true, .has_avx2 = true};
+inline constexpr NUV_Cpu NUV_Cpu::avx512vbmi{
+    .has_sse2 = true, .has_avx2 = true, .has_avx512vbmi = true};
 
 } // namespace nuv

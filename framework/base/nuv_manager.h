@@ -5,6 +5,7 @@
 
 namespace nuv {
 
+struct NUV_Cpu;
 class NUV_DstBuffer;
 class NUV_Engine;
 class NUV_Object;
@@ -74,6 +75,8 @@ public:
     NUV_Manager(const NUV_Manager&) = delete;
     NUV_Manager& operator=(const NUV_Manager&) = delete;
 
+    // What the processor may be taken for: it chooses among forms of equal result.
+    [[nodiscard]] virtual const NUV_Cpu& cpu() const noexcept = 0;
     // Ends all engines and takes the status out: the one that stood before, unless ending added an
     // error to a clean status or to a warning. The handler is clean afterwards. True when `out` is
     // no error.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_cpu.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/base/nuv_status.h"
@@ -18,9 +19,10 @@ namespace nuv {
 // What the policies need beside their base: ErrorHandler and Workflow a constructor from
 // NUV_Manager&; Workflow create_relation(), attach_dst_buffer(engine, dst) and run_step(engine).
 template <class MemoryManager, class ErrorHandler, class Workflow>
-class NUV_ManagerImpl final : public NUV_Manager {
+class NUV_ManagerImpl : public NUV_Manager {
 public:
-    NUV_ManagerImpl()
+    // The pipeline runs the forms that `cpu` has.
+    explicit NUV_ManagerImpl(const NUV_Cpu& cpu) : cpu_(cpu)
     {
         error_handler_ = make<ErrorHandler>();
         workflow_ = make<Workflow>();
@@ -110,6 +112,8 @@ public:
     }
     bool end(NUV_Object* object) override { return relation_ && relation_->end(object); }
 
+    const NUV_Cpu& cpu() const noexcept override { return cpu_; }
+
     bool finish(NUV_Status& out) override
     {
         if (error_handler_)
@@ -168,6 +172,7 @@ private:
         deallocate(memory);
     }
 
+    NUV_Cpu cpu_;
     MemoryManager memory_;
     ErrorHandler* error_handler_ = nullptr;
     Workflow* workflow_ = nullptr;

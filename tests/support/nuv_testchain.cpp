@@ -125,7 +125,9 @@ public:
 
 } // namespace
 
-NUV_TestChain::NUV_TestChain(std::size_t fail_at) : live_at_start_(manager_.memory().live())
+NUV_TestChain::NUV_TestChain(std::size_t fail_at, const NUV_Cpu& cpu)
+    : manager_(cpu),
+      live_at_start_(manager_.memory().live())
 {
     manager_.memory().fail_at(fail_at);
 }

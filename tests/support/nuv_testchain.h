@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_cpu.h"
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_engine.h"
@@ -7,6 +8,7 @@
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "framework/manager/nuv_managerimpl.h"
 #include "tests/support/nuv_failingmemory.h"
+#include "tests/support/nuv_testlevels.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +20,11 @@
 
 namespace nuv {
 
-using NUV_TestManager =
-    NUV_ManagerImpl<NUV_FailingMemory, NUV_FirstErrorHandler, NUV_BlockWorkflow>;
+// A manager whose allocations can fail, for a processor of any level.
+struct NUV_TestManager final
+    : NUV_ManagerImpl<NUV_FailingMemory, NUV_FirstErrorHandler, NUV_BlockWorkflow> {
+    explicit NUV_TestManager(const NUV_Cpu& cpu = NUV_Cpu::current()) : NUV_ManagerImpl(cpu) {}
+};
 
 // An engine without an image.
 class NUV_HeadlessEngine final : public NUV_Engine {
@@ -51,7 +56,10 @@ struct NUV_TestImage {
 class NUV_TestChain {
 public:
     // The allocation with number `fail_at` fails, counted from here.
-    explicit NUV_TestChain(std::size_t fail_at = NUV_FailingMemory::never);
+    explicit NUV_TestChain(std::size_t fail_at = NUV_FailingMemory::never,
+                           const NUV_Cpu& cpu = NUV_Cpu::current());
+    // As on a processor of this level.
+    explicit NUV_TestChain(const NUV_Cpu& cpu) : NUV_TestChain(NUV_FailingMemory::never, cpu) {}
     ~NUV_TestChain();
     NUV_TestChain(const NUV_TestChain&) = delete;
     NUV_TestChain& operator=(const NUV_TestChain&) = delete;

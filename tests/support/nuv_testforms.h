@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/base/nuv_cpu.h"
+#include "tests/support/nuv_testlevels.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
@@ -15,24 +15,6 @@
 #include <vector>
 
 namespace nuv {
-
-// The levels of processors that the library knows, the portable one first.
-struct NUV_TestLevel {
-    const char* name;
-    NUV_Cpu cpu;
-    [[nodiscard]] bool runs_here() const
-    {
-        const NUV_Cpu& here = NUV_Cpu::current();
-        return here.has_sse2 >= cpu.has_sse2 && here.has_avx2 >= cpu.has_avx2 &&
-               here.has_avx512vbmi >= cpu.has_avx512vbmi;
-    }
-};
-inline constexpr NUV_TestLevel test_levels[] = {
-    {"portable", {}},
-    {"SSE2", {.has_sse2 = true}},
-    {"AVX2", {.has_sse2 = true, .has_avx2 = true}},
-    {"AVX-512", {.has_sse2 = true, .has_avx2 = true, .has_avx512vbmi = true}},
-};
 
 // What one call of a form is made with. The same round draws the same.
 class NUV_FormDraw {

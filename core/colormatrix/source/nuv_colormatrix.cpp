@@ -24,14 +24,15 @@ public:
 
     // `convert` turns a real number into a Sum.
     template <class Convert>
-    void fill(const NUV_Matrix& matrix, std::span<const double> offsets, Convert&& convert)
+    void fill(const NUV_Cpu& cpu, const NUV_Matrix& matrix, std::span<const double> offsets,
+              Convert&& convert)
     {
         std::transform(matrix.numbers().begin(), matrix.numbers().end(), factors_.data(), convert);
         std::fill(offsets_.items().begin(), offsets_.items().end(), Sum{0});
         std::transform(offsets.begin(), offsets.end(), offsets_.data(), convert);
         view_.factors = factors_.data();
         view_.offsets = offsets_.data();
-        row_ = choose_matrix_row<T, Sum>(NUV_Cpu::current(), view_);
+        row_ = choose_matrix_row<T, Sum>(cpu, view_);
     }
 
     [[nodiscard]] bool is_ready() const noexcept { return row_ != nullptr; }
@@ -132,12 +133,12 @@ bool NUV_ColorMatrixEngineBase<R, T>::prepare(const NUV_Matrix& matrix,
     if (!is_fixed || sums_fit_32_bits<T>(matrix, offsets)) {
         if (!narrow_.allocate(manager(), matrix.rows(), matrix.columns()))
             return false;
-        narrow_.fill(matrix, offsets, convert);
+        narrow_.fill(manager().cpu(), matrix, offsets, convert);
         return true;
     }
     if (!wide_.allocate(manager(), matrix.rows(), matrix.columns()))
         return false;
-    wide_.fill(matrix, offsets, convert);
+    wide_.fill(manager().cpu(), matrix, offsets, convert);
     return true;
 }
 

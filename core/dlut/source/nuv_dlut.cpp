@@ -118,7 +118,7 @@ public:
         if (!Base::initiate(method, header, src, dst, table, target))
             return false;
         const std::size_t points = table->samples<T>().size() / table->outputs();
-        row_ = choose_dlut_row<T>(NUV_Cpu::current(), table->inputs(), table->outputs(), points);
+        row_ = choose_dlut_row<T>(this->manager().cpu(), table->inputs(), table->outputs(), points);
         return true;
     }
 

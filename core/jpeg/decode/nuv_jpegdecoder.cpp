@@ -25,10 +25,11 @@ std::size_t jpeg_components_of(NUV_JPEGColor color) noexcept
     return 0;
 }
 
-NUV_JPEGCode NUV_JPEGDecoder::open(const NUV_JPEGAllocator& allocator,
-                                   const NUV_JPEGSource& source) noexcept
+NUV_JPEGCode NUV_JPEGDecoder::open(const NUV_JPEGAllocator& allocator, const NUV_JPEGSource& source,
+                                   const NUV_Cpu& cpu) noexcept
 {
     allocator_ = allocator;
+    cpu_ = cpu;
     header_.set_allocator(allocator);
     return input_.open(allocator, source);
 }
@@ -149,7 +150,7 @@ NUV_JPEGCode NUV_JPEGDecoder::start_decode() noexcept
 NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
 {
     if (path_ == Path::lossless)
-        return lossless_.open(allocator_, header_, input_, first_, delivered_);
+        return lossless_.open(allocator_, header_, input_, first_, delivered_, cpu_);
     const NUV_JPEGCode code = open_band();
     if (!is_good(code))
         return code;
@@ -157,7 +158,8 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
         return stored_.open(allocator_, header_, geometry_, input_, restart_rows_);
     const auto color = converts_to_rgb() ? NUV_JPEGSequential::Color::rgb_from_ycc
                                          : NUV_JPEGSequential::Color::as_stored;
-    return sequential_.open(allocator_, header_, geometry_, input_, band_, color, restart_rows_);
+    return sequential_.open(allocator_, header_, geometry_, input_, band_, color, restart_rows_,
+                            cpu_);
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::open_band() noexcept
@@ -165,8 +167,7 @@ NUV_JPEGCode NUV_JPEGDecoder::open_band() noexcept
     NUV_JPEGGeometry geometry = geometry_;
     if (converts_to_rgb()) // all three at the size of the luma
         std::fill_n(geometry.planes.begin(), geometry.components, geometry_.planes[0]);
-    return band_.open(allocator_, geometry, first_, delivered_,
-                      jpeg_sample_forms(NUV_Cpu::current()));
+    return band_.open(allocator_, geometry, first_, delivered_, jpeg_sample_forms(cpu_));
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::decode_band() noexcept

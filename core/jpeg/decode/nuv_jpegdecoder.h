@@ -42,9 +42,9 @@ public:
     NUV_JPEGDecoder& operator=(const NUV_JPEGDecoder&) = delete;
 
     // The allocator and the storage must outlive the decoder; the stream begins where the storage
-    // stands.
+    // stands. The forms of the kernels are those that `cpu` runs fastest.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
-                                    const NUV_JPEGSource& source) noexcept;
+                                    const NUV_JPEGSource& source, const NUV_Cpu& cpu) noexcept;
 
     // Everything up to the first scan, behind whose header the storage then stands. `tables`, which
     // may be null, are those that the stream may lack. The codes are those of NUV_JPEGHeader.
@@ -108,6 +108,7 @@ private:
     [[nodiscard]] NUV_JPEGCode decode_band() noexcept;
 
     NUV_JPEGAllocator allocator_;
+    NUV_Cpu cpu_;
     NUV_JPEGInput input_;
     NUV_JPEGHeader header_;
     State state_ = State::closed;

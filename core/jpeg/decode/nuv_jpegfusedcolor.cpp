@@ -1,6 +1,5 @@
 #include "core/jpeg/decode/nuv_jpegfusedcolor.h"
 
-#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/kernels/nuv_jpegtransform.h"
 
 namespace nuv {
@@ -39,14 +38,13 @@ void combine(const Block* luma, const Block& blue_difference, const Block& red_d
     }
 }
 
-void transform(Block& block) noexcept
+void transform(const NUV_JPEGPrimitives& primitives, Block& block) noexcept
 {
     static constexpr auto ones = [] {
         Block all{};
         all.fill(1);
         return all;
     }();
-    const NUV_JPEGPrimitives& primitives = jpeg_primitives(NUV_Cpu::current());
     static_cast<void>(primitives.idct_dequant(block.data(), block.data(), ones.data()));
 }
 
@@ -68,7 +66,7 @@ void add_differences(const Block& luma, const Block& differences, const NUV_JPEG
 
 void put_rgb_blocks(const NUV_JPEGRGBBlocks& blocks,
                     const std::array<const NUV_JPEGFactors*, 3>& factors, std::size_t mcu,
-                    NUV_JPEGBand& band) noexcept
+                    const NUV_JPEGPrimitives& primitives, NUV_JPEGBand& band) noexcept
 {
     Block luma;
     Block blue_difference;
@@ -81,19 +79,19 @@ void put_rgb_blocks(const NUV_JPEGRGBBlocks& blocks,
         dequantise(blocks.luma, *factors[0], luma);
         combine(&luma, blue_difference, red_difference, colors);
         for (std::size_t c = 0; c < colors.size(); ++c) {
-            transform(colors[c]);
+            transform(primitives, colors[c]);
             band.put_sample_block(c, mcu, 0, colors[c].data());
         }
         return;
     }
     combine(nullptr, blue_difference, red_difference, colors);
     for (Block& differences : colors)
-        transform(differences);
+        transform(primitives, differences);
     for (std::size_t down = 0; down < blocks.down; ++down) {
         for (std::size_t across = 0; across < blocks.across; ++across) {
             const std::size_t place = down * blocks.across + across;
             dequantise(blocks.luma + place * jpeg_block_size, *factors[0], luma);
-            transform(luma);
+            transform(primitives, luma);
             for (std::size_t c = 0; c < colors.size(); ++c) {
                 Block sums;
                 add_differences(luma, colors[c], blocks, across, down, sums);

@@ -3,6 +3,7 @@
 // YCbCr to RGB on the coefficients, before the inverse transform.
 
 #include "core/jpeg/decode/nuv_jpegband.h"
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
 #include <array>
 #include <cstddef>
@@ -23,6 +24,6 @@ struct NUV_JPEGRGBBlocks {
 // Puts MCU `mcu` of the row into a band of three components of full size: red, green, blue.
 void put_rgb_blocks(const NUV_JPEGRGBBlocks& blocks,
                     const std::array<const NUV_JPEGFactors*, 3>& factors, std::size_t mcu,
-                    NUV_JPEGBand& band) noexcept;
+                    const NUV_JPEGPrimitives& primitives, NUV_JPEGBand& band) noexcept;
 
 } // namespace nuv

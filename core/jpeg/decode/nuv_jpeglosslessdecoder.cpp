@@ -30,11 +30,12 @@ void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift, s
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
                                            NUV_JPEGHeader& header, NUV_JPEGInput& input,
-                                           std::size_t first, std::size_t delivered) noexcept
+                                           std::size_t first, std::size_t delivered,
+                                           const NUV_Cpu& cpu) noexcept
 {
     header_ = &header;
     input_ = &input;
-    primitives_ = &jpeg_primitives(NUV_Cpu::current());
+    primitives_ = &jpeg_primitives(cpu);
     first_ = first;
     delivered_ = delivered;
     line_ = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/jpeg/decode/nuv_jpegscan.h"
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
 #include <array>
 #include <cstddef>
@@ -16,8 +17,8 @@ public:
     // The header stands behind the SOS of its first scan, and is read on where there are more. All
     // memory is taken here. `delivered` of the components from `first` on make up the lines.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
-                                    NUV_JPEGInput& input, std::size_t first,
-                                    std::size_t delivered) noexcept;
+                                    NUV_JPEGInput& input, std::size_t first, std::size_t delivered,
+                                    const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
     // The next line: interleaved samples of 8 bits, or of 16 in host order when the precision is

@@ -10,12 +10,13 @@ namespace nuv {
 NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
                                       const NUV_JPEGHeader& header,
                                       const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                      NUV_JPEGBand& band, Color color,
-                                      std::uint32_t restart_rows) noexcept
+                                      NUV_JPEGBand& band, Color color, std::uint32_t restart_rows,
+                                      const NUV_Cpu& cpu) noexcept
 {
     geometry_ = geometry;
     band_ = &band;
     color_ = color;
+    primitives_ = &jpeg_primitives(cpu);
     NUV_JPEGCode code = tables_.open(allocator);
     if (is_good(code))
         code = tables_.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
@@ -155,7 +156,8 @@ void NUV_JPEGSequential::put_rgb_mcu(std::size_t mcu) noexcept
         .across = geometry_.planes[0].horizontal,
         .down = geometry_.planes[0].vertical,
     };
-    put_rgb_blocks(blocks, {&factors_.of(0), &factors_.of(1), &factors_.of(2)}, mcu, *band_);
+    put_rgb_blocks(blocks, {&factors_.of(0), &factors_.of(1), &factors_.of(2)}, mcu, *primitives_,
+                   *band_);
 }
 
 } // namespace nuv

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/jpeg/decode/nuv_jpegscan.h"
+#include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
 #include <array>
 #include <cstddef>
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
                                     NUV_JPEGInput& input, NUV_JPEGBand& band, Color color,
-                                    std::uint32_t restart_rows) noexcept;
+                                    std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
     // The next MCU row: NUV_JPEGCode::damaged_lines when not all of it could be decoded.
@@ -54,6 +55,7 @@ private:
     NUV_JPEGGeometry geometry_;
     NUV_JPEGBand* band_ = nullptr;
     Color color_ = Color::as_stored;
+    const NUV_JPEGPrimitives* primitives_ = nullptr;
     NUV_JPEGScanTables tables_;
     NUV_JPEGScanFactors factors_;
     std::optional<NUV_JPEGScanReader> scan_;

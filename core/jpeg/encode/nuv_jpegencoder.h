@@ -40,8 +40,7 @@ public:
     // The allocator must outlive the coder.
     [[nodiscard]] NUV_JPEGCode open_coder(const NUV_JPEGAllocator& allocator) noexcept;
     // The forms of the primitives are those that `cpu` runs fastest.
-    [[nodiscard]] NUV_JPEGCode create(const NUV_JPEGOutput& output,
-                                      const NUV_Cpu& cpu = NUV_Cpu::current()) noexcept;
+    [[nodiscard]] NUV_JPEGCode create(const NUV_JPEGOutput& output, const NUV_Cpu& cpu) noexcept;
 
     // Width 1 to 65535 pixels, height 1 to 65535 lines or 0 for one that finish() finds out; 1 or
     // 3 components; precision 2 to 16 bits; a key of the four that are written (which a single

@@ -80,7 +80,8 @@ bool NUV_JPEGTableInfoInternal::initiate(NUV_InputStorage* storage)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     if (!manager().depend(this, storage))
         return false;
-    NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
+    NUV_JPEGCode code =
+        decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage), manager().cpu());
     if (is_good(code))
         code = decoder_.read_tables();
     if (code == NUV_JPEGCode::no_jpeg)
@@ -108,7 +109,8 @@ bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorTy
         return false;
     decoder_.set_output_color(jpeg_color_of(color));
     decoder_.set_restart_rows(restart_rows);
-    NUV_JPEGCode code = decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage));
+    NUV_JPEGCode code =
+        decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage), manager().cpu());
     if (is_good(code))
         code = decoder_.read_header(tables ? &tables->tables() : nullptr);
     return raise(code, "get_jpeginfo()");

@@ -77,7 +77,7 @@ bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
 
     NUV_JPEGCode code = coder_.open_coder(jpeg_allocator_of(manager()));
     if (!is_failure(code))
-        code = coder_.create(jpeg_output_to(storage));
+        code = coder_.create(jpeg_output_to(storage), manager().cpu());
     return accept(code);
 }
 

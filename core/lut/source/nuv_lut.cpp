@@ -86,7 +86,7 @@ bool NUV_Lut8xNbitsEngine<I, O>::initiate(const NUV_Header* header, NUV_SrcBuffe
     if (!tables_.allocate(manager(), range * tables_of_pixel_))
         return false;
     std::memcpy(tables_.data(), table->value(), tables_.size() * sizeof(O));
-    lut_row_ = choose_lut_row<I, O>(NUV_Cpu::current(), tables_of_pixel_);
+    lut_row_ = choose_lut_row<I, O>(manager().cpu(), tables_of_pixel_);
     return dst->block_bytes(header_.line_bytes());
 }
 

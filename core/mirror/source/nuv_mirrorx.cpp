@@ -29,7 +29,7 @@ public:
         if (header->bits() != 8 * sizeof(T))
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);
         pixel_bytes_ = header->channels() * sizeof(T);
-        mirror_row_ = choose_mirror_row(NUV_Cpu::current(), pixel_bytes_);
+        mirror_row_ = choose_mirror_row(manager().cpu(), pixel_bytes_);
         return dst->block_bytes(header_.line_bytes());
     }
 

@@ -114,7 +114,7 @@ bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 
     angle_ = wanted.normalized();
-    rotate_groups_ = choose_rotate90groups(NUV_Cpu::current());
+    rotate_groups_ = choose_rotate90groups(manager().cpu());
     if (!prepare(wanted, block, method) ||
         !blank_line_.allocate(manager(), std::max<std::size_t>(src_line_bytes_, 1)))
         return false;

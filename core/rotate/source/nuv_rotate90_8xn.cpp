@@ -72,7 +72,7 @@ bool NUV_Rotate90_8xNEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuffer
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 
     rotate_block_ =
-        Rotate90Block(wanted.normalized(), sizeof(T) * header->channels(), NUV_Cpu::current());
+        Rotate90Block(wanted.normalized(), sizeof(T) * header->channels(), manager().cpu());
     return prepare(wanted, block, method);
 }
 

@@ -39,7 +39,7 @@ public:
         pixels_ = taps_.size();
         if constexpr (std::same_as<T, std::uint8_t> && std::same_as<R, NUV_FixedReal>) {
             if (may_pack_)
-                convolve_packed_ = choose_convolve_packed(NUV_Cpu::current(), channels_);
+                convolve_packed_ = choose_convolve_packed(manager.cpu(), channels_);
             if (!convolve_packed_)
                 return true;
             if (!packed_.allocate(manager, pixels_))
@@ -51,8 +51,7 @@ public:
             taps_.free();
         }
         if constexpr (std::same_as<T, std::uint16_t> && std::same_as<R, double>) {
-            convolve_real_ =
-                choose_convolve_real<NUV_LinearTaps<double>>(NUV_Cpu::current(), channels_);
+            convolve_real_ = choose_convolve_real<NUV_LinearTaps<double>>(manager.cpu(), channels_);
         }
         return true;
     }

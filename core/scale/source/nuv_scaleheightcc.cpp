@@ -31,7 +31,7 @@ public:
         a_ = a;
         limits_ = NUV_SampleLimits<T>::of_bits(bits);
         samples_per_line_ = std::size_t{header->width()} * header->channels();
-        combine_ = choose_combine_lines<T, Weight>(NUV_Cpu::current(), has_narrow_weights(a));
+        combine_ = choose_combine_lines<T, Weight>(manager().cpu(), has_narrow_weights(a));
         position_ = ratio_ * 0.5 + 1.5; // two lines of padding above line 0
         lines_.initiate(src, source_height_);
         return true;

@@ -28,7 +28,7 @@ public:
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);
 
         samples_per_line_ = std::size_t{header->width()} * header->channels();
-        blend_ = choose_blend_lines<T, Weight>(NUV_Cpu::current());
+        blend_ = choose_blend_lines<T, Weight>(manager().cpu());
         position_ = (ratio_ + 1) * 0.5; // one line of padding above line 0
         lines_.initiate(src, source_height_);
         return true;

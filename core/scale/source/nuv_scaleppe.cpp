@@ -87,7 +87,7 @@ public:
             return false;
         if (height < this->source_height_)
             return fail(this->manager(), NUV_ERR_ARGUMENT, method);
-        blend_ = choose_blend_lines<T, Weight>(NUV_Cpu::current());
+        blend_ = choose_blend_lines<T, Weight>(this->manager().cpu());
         walk_.initiate(this->source_height_, height);
         lines_.initiate(src, this->source_height_);
         return true;

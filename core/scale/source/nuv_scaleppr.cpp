@@ -77,7 +77,7 @@ public:
             taps.offset *= this->channels_;
         }
         taps_[width] = {std::size_t{source_width - 1} * this->channels_, 0, 0};
-        reduce_ = choose_reduce_area_row<T>(NUV_Cpu::current(), this->channels_,
+        reduce_ = choose_reduce_area_row<T>(this->manager().cpu(), this->channels_,
                                             sums_are_small<T>(this->ratio_));
         return true;
     }
@@ -108,7 +108,7 @@ public:
         if (height >= this->source_height_)
             return fail(this->manager(), NUV_ERR_ARGUMENT, method);
         walk_.initiate(this->source_height_, height);
-        reduce_ = choose_reduce_area_lines<T, Sum>(NUV_Cpu::current());
+        reduce_ = choose_reduce_area_lines<T, Sum>(this->manager().cpu());
         return first_.allocate(this->manager(), this->samples_per_line_) &&
                sums_.allocate(this->manager(), this->samples_per_line_);
     }

@@ -87,7 +87,7 @@ bool NUV_ScaleWidthCCEngine<T, R>::choose_form()
 {
     if constexpr (std::same_as<T, std::uint8_t> && std::same_as<R, NUV_FixedReal>) {
         if (narrow_)
-            convolve_packed_ = choose_convolve_packed(NUV_Cpu::current(), channels_);
+            convolve_packed_ = choose_convolve_packed(manager().cpu(), channels_);
         if (!convolve_packed_)
             return true;
         if (!packed_.allocate(manager(), destination_width_))
@@ -97,7 +97,7 @@ bool NUV_ScaleWidthCCEngine<T, R>::choose_form()
         taps_.free();
     }
     if constexpr (std::same_as<T, std::uint16_t> && std::same_as<R, double>) {
-        convolve_real_ = choose_convolve_real<NUV_CubicTaps<double>>(NUV_Cpu::current(), channels_);
+        convolve_real_ = choose_convolve_real<NUV_CubicTaps<double>>(manager().cpu(), channels_);
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #include "framework/manager/nuv_createmanager.h"
 
+#include "framework/base/nuv_cpu.h"
 #include "framework/manager/nuv_blockworkflow.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "framework/manager/nuv_mallocmemorymanager.h"
@@ -22,7 +23,7 @@ NUV_Manager* create_manager(int kind)
     void* memory = std::malloc(sizeof(Manager));
     if (!memory)
         return nullptr;
-    auto* manager = ::new (memory) Manager;
+    auto* manager = ::new (memory) Manager(NUV_Cpu::current());
     if (manager->is_complete())
         return manager;
     destroy_manager(manager);

@@ -84,7 +84,8 @@ inline JPEGDecoded decode_stream(
     JPEGTestSource source{stream, chunk};
     {
         NUV_JPEGDecoder decoder;
-        EXPECT_EQ(decoder.open(memory.allocator(), source.source()), NUV_JPEGCode::good);
+        EXPECT_EQ(decoder.open(memory.allocator(), source.source(), NUV_Cpu::current()),
+                  NUV_JPEGCode::good);
         decoded.header = decoder.read_header(nullptr);
         prepare(decoder);
         if (is_good(decoded.header))

@@ -215,10 +215,10 @@ TEST(JPEGCoderCalls, AreRefusedOutOfOrder)
     std::uint32_t restart_interval = 0;
     const auto set_format = [&] { return coder.set_format(8, 2, 3, 8, jpeg_sampling_444, 75); };
 
-    EXPECT_EQ(coder.create(sink.output()), NUV_JPEGCode::wrong_state);
+    EXPECT_EQ(coder.create(sink.output(), NUV_Cpu::current()), NUV_JPEGCode::wrong_state);
     EXPECT_EQ(set_format(), NUV_JPEGCode::wrong_state);
     ASSERT_EQ(coder.open_coder(memory.allocator()), NUV_JPEGCode::good);
-    ASSERT_EQ(coder.create(sink.output()), NUV_JPEGCode::good);
+    ASSERT_EQ(coder.create(sink.output(), NUV_Cpu::current()), NUV_JPEGCode::good);
     EXPECT_EQ(coder.start_encode(restart_interval), NUV_JPEGCode::wrong_state);
     EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::wrong_state);
     EXPECT_EQ(coder.next_line(), nullptr);

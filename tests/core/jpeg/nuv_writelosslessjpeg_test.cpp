@@ -394,7 +394,7 @@ TEST(LosslessCoder, WritesAtTheEndAndInOneGoWhenOptimising)
         LosslessCoder test;
         NUV_JPEGOutput output = test.sink.output();
         output.to = [](void*, std::int32_t) { return false; };
-        ASSERT_EQ(test.coder.create(output), NUV_JPEGCode::good);
+        ASSERT_EQ(test.coder.create(output, NUV_Cpu::current()), NUV_JPEGCode::good);
         ASSERT_EQ(test.start(picture, NUV_JPEGLosslessTable::optimal), NUV_JPEGCode::good);
         for (std::size_t y = 0; y < lines; ++y) {
             EXPECT_EQ(test.sink.writes, 0);
