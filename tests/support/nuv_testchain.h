@@ -27,7 +27,7 @@ struct NUV_TestManager final
 };
 
 // An engine without an image.
-class NUV_HeadlessEngine final : public NUV_Engine {
+class NUV_HeadlessEngine : public NUV_Engine {
 public:
     using NUV_Engine::NUV_Engine;
     bool execute() override { return false; }

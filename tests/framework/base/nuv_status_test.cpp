@@ -65,20 +65,13 @@ TEST(Status, CutsLongTextsAndKeepsTheFileNameAlone)
 }
 
 // Leaves an error behind when it is ended.
-class FailsAtEnd final : public NUV_Engine {
+class FailsAtEnd final : public NUV_HeadlessEngine {
 public:
-    using NUV_Engine::NUV_Engine;
+    using NUV_HeadlessEngine::NUV_HeadlessEngine;
     bool cleanup() override
     {
         manager().raise(NUV_ERR_IO, "at end", "f", 1);
         return false;
-    }
-    bool execute() override { return false; }
-    const NUV_Header* header() const override { return nullptr; }
-    NUV_SrcBuffer* src_buffer() override { return nullptr; }
-    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
-    {
-        return NUV_Vector<NUV_Engine*>(manager());
     }
 };
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -89,95 +90,101 @@ TEST(STBlockDstBuffer, CarriesTheStreamForEveryPairOfBlockSizes)
     }
 }
 
-TEST(STBlockDstBuffer, LendsTheReadersMemoryToTheWriterAndForgetsItWhenTheBlockStaysShort)
-{
-    ByHand hand(8, 8, 16);
-    NUV_STBlockDstBuffer& buffer = *hand.buffer;
-    std::vector<std::uint8_t> into(8, 0xEE);
-
-    // Nobody writes, so nothing comes; but the reader's memory must not stay in the buffer.
-    std::uint32_t count = 1;
-    EXPECT_FALSE(buffer.copy_block(into.data(), 0, &count));
-    EXPECT_EQ(count, 0u);
-    EXPECT_EQ(buffer.get(), nullptr);
-    EXPECT_EQ(into, std::vector<std::uint8_t>(8, 0xEE));
-}
-
-// Writes blocks of a buffer without a proxy, and tells when it is gone.
-class HandWriter final : public NUV_Engine {
+// Writes blocks of given sizes, each of its own value, and tells when it is gone.
+class HandWriter final : public NUV_HeadlessEngine {
 public:
-    HandWriter(NUV_Manager& manager, NUV_DstBuffer& buffer, int blocks, bool& gone)
-        : NUV_Engine(manager),
+    HandWriter(NUV_Manager& manager, NUV_DstBuffer& buffer, std::vector<std::uint32_t> sizes,
+               bool& gone)
+        : NUV_HeadlessEngine(manager),
           buffer_(&buffer),
-          blocks_(blocks),
+          sizes_(std::move(sizes)),
           gone_(&gone)
     {}
     bool cleanup() override
     {
         *gone_ = true;
-        return NUV_Engine::cleanup();
+        return NUV_HeadlessEngine::cleanup();
     }
     bool execute() override
     {
-        void* out = blocks_ > 0 ? buffer_->get() : nullptr;
+        void* out = written_ < sizes_.size() ? buffer_->get() : nullptr;
         if (!out)
             return false;
-        std::memset(out, blocks_--, buffer_->block_bytes());
-        return buffer_->release(buffer_->block_bytes());
-    }
-    const NUV_Header* header() const override { return nullptr; }
-    NUV_SrcBuffer* src_buffer() override { return nullptr; }
-    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
-    {
-        return NUV_Vector<NUV_Engine*>(manager());
+        const std::uint32_t bytes = sizes_[written_++];
+        std::memset(out, static_cast<int>(written_), bytes);
+        return buffer_->release(bytes);
     }
 
 private:
     NUV_DstBuffer* buffer_;
-    int blocks_;
+    std::vector<std::uint32_t> sizes_;
     bool* gone_;
+    std::size_t written_ = 0;
 };
 
-TEST(STBlockDstBuffer, ForgetsLentMemoryWithItsReaderAndLetsGoOfAWriterThatIsDone)
-{
-    bool gone = false;
-    ByHand hand(8, 8, 16);
-    NUV_STBlockDstBuffer& buffer = *hand.buffer;
-    buffer.owner(&buffer);
-    NUV_Held<NUV_Engine> writer =
-        make_object<HandWriter>(hand.chain.manager(), buffer, /*blocks=*/2, gone);
-    writer->set_initiated();
-    ASSERT_NE(hand.chain.manager().add(writer.get(), &buffer), nullptr);
-    static_cast<void>(writer.release());
+// A buffer with such a writer, which is pulled.
+class Lending : public ByHand {
+public:
+    explicit Lending(std::vector<std::uint32_t> sizes, std::uint64_t limit = 100)
+        : ByHand(8, 8, limit)
+    {
+        buffer->owner(buffer.get());
+        NUV_Held<NUV_Engine> writer =
+            make_object<HandWriter>(chain.manager(), *buffer, std::move(sizes), gone);
+        writer->set_initiated();
+        EXPECT_NE(chain.manager().add(writer.get(), buffer.get()), nullptr);
+        static_cast<void>(writer.release());
+    }
+    // The next block, in memory that is the reader's alone.
+    std::vector<std::uint8_t> next()
+    {
+        std::vector<std::uint8_t> into(8, 0xEE);
+        std::uint32_t count = 77;
+        if (reader->get(into.data(), &count)) {
+            EXPECT_TRUE(reader->release());
+        }
+        into.resize(count);
+        return into;
+    }
 
-    std::vector<std::uint8_t> into(16);
-    ASSERT_TRUE(hand.reader->get(into.data(), nullptr));
-    ASSERT_TRUE(hand.reader->release());
-    EXPECT_FALSE(gone);
-    ASSERT_TRUE(hand.reader->get(into.data() + 8, nullptr));
-    EXPECT_EQ(into, (std::vector<std::uint8_t>{2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1}));
-    EXPECT_TRUE(gone) << "with the last block, not with a get beyond it";
-    hand.reader.reset(); // in the middle of a step
-    std::uint32_t count = 1;
-    EXPECT_EQ(buffer.peek(8, &count), nullptr) << "the reader's memory";
+    bool gone = false;
+};
+
+TEST(STBlockDstBuffer, WritesStraightIntoTheReadersMemoryAndLetsGoOfAWriterThatIsDone)
+{
+    Lending lending({8, 8}, 16);
+    std::size_t allocations = 0;
+    for (const std::uint8_t value : {std::uint8_t{1}, std::uint8_t{2}}) {
+        EXPECT_FALSE(lending.gone);
+        EXPECT_EQ(lending.next(), std::vector<std::uint8_t>(8, value));
+        if (value == 1)
+            allocations = lending.chain.manager().memory().allocations();
+    }
+    EXPECT_EQ(lending.chain.manager().memory().allocations(), allocations);
+    EXPECT_TRUE(lending.gone) << "with the last block, not with a get beyond it";
 }
 
-// An engine that checks where it is asked to write.
-TEST(STBlockDstBuffer, GivesTheWriterTheReadersOwnMemory)
+// Where the reader's memory would be written once more after the reader has gone on.
+TEST(STBlockDstBuffer, ForgetsLentMemoryAfterAShortBlockAnEmptyOneAndWithItsReader)
 {
-    NUV_TestChain chain;
-    chain.source<std::uint8_t>({.width = 8, .height = 2}, random_samples<std::uint8_t>(16, 1));
-    NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
-    const std::size_t live = chain.manager().memory().live();
-    std::vector<std::uint8_t> into(8);
-    for (int line = 0; line < 2; ++line) {
-        ASSERT_TRUE(reader->get(into.data(), nullptr));
-        ASSERT_TRUE(reader->release());
+    for (const std::vector<std::uint32_t>& sizes :
+         {std::vector<std::uint32_t>{8, 3}, {8}, {8, 8}}) {
+        SCOPED_TRACE(sizes.size() > 1 ? sizes[1] : 0);
+        Lending lending(sizes);
+        EXPECT_EQ(lending.next().size(), 8u);
+        std::vector<std::uint8_t> into(8, 0xEE);
+        std::uint32_t count = 77;
+        EXPECT_EQ(lending.reader->get(into.data(), &count), sizes.size() > 1);
+        EXPECT_EQ(count, sizes.size() > 1 ? sizes[1] : 0);
+        std::vector<std::uint8_t> wanted(count, 2);
+        wanted.resize(8, 0xEE);
+        EXPECT_EQ(into, wanted);
+        if (count == 8)
+            lending.reader.reset(); // in the middle of a step
+        EXPECT_EQ(lending.buffer->peek(8, &count), nullptr);
+        static_cast<void>(lending.write(count == 8 ? 0 : 1));
+        EXPECT_EQ(into, wanted) << "written by somebody who comes later";
     }
-    // No block was ever allocated; what the vector of blocks took, and the ended source gave back,
-    // is all that may differ.
-    EXPECT_LE(chain.manager().memory().live(), live + 1);
-    EXPECT_FALSE(reader->get(into.data(), nullptr));
 }
 
 TEST(STBlockDstBuffer, SplitsABouncedBlockAndKeepsAnEmptyReleaseEmpty)
@@ -244,7 +251,12 @@ TEST(STBlockDstBuffer, ReadersOfWholeBlocksGetNothingOfAShortLastOne)
     ASSERT_TRUE(hand.write(4));
     EXPECT_EQ(hand.reader->get(static_cast<std::uint32_t*>(nullptr)), nullptr);
     EXPECT_FALSE(hand.reader->release()) << "that was no get";
-    hand.chain.manager().reset();
+
+    ByHand two(10, 10, 100);
+    ASSERT_TRUE(two.write(10) && two.write(4));
+    ASSERT_NE(two.reader->get(static_cast<std::uint32_t*>(nullptr)), nullptr);
+    EXPECT_EQ(two.reader->get(static_cast<std::uint32_t*>(nullptr)), nullptr);
+    EXPECT_EQ(two.buffer->held_blocks(), 1u) << "nothing is held for a reader at the end";
 }
 
 TEST(STBlockDstBuffer, HoldsItsBlocksForTheSlowestReader)

@@ -145,10 +145,10 @@ TEST(DependMap, KeepsTheMemoryOfAnObjectUntilItHasLetGoOfOthers)
     EXPECT_EQ(with_b, before + 2) << "both";
 }
 
-class IdleEngine final : public NUV_Engine {
+class IdleEngine final : public NUV_HeadlessEngine {
 public:
     explicit IdleEngine(NUV_Manager& manager, std::string* log = nullptr, char name = '-')
-        : NUV_Engine(manager),
+        : NUV_HeadlessEngine(manager),
           log_(log),
           name_(name)
     {}
@@ -156,14 +156,7 @@ public:
     {
         if (log_)
             log_->push_back(name_);
-        return NUV_Engine::cleanup();
-    }
-    bool execute() override { return false; }
-    const NUV_Header* header() const override { return nullptr; }
-    NUV_SrcBuffer* src_buffer() override { return nullptr; }
-    NUV_Vector<NUV_Engine*> branch(std::uint32_t) override
-    {
-        return NUV_Vector<NUV_Engine*>(manager());
+        return NUV_HeadlessEngine::cleanup();
     }
 
 private:
