@@ -99,13 +99,12 @@ gray() {
 for bits in 8 12 16; do
     gray "$bits"
     wrap 19 13 1 "$bits" samples
-    code "lossless_$bits.jpg" +e1 +ua
+    # A true lossless stream has the bits allocated; a precision of 12 must be asked for.
+    precision=
+    [ "$bits" != 12 ] || precision='+pl +bt'
+    code "lossless_$bits.jpg" $precision +e1 +ua
     for predictor in 2 3 4 5 6 7; do
-        if [ "$bits" = 12 ]; then
-            code "lossless_12_$predictor.jpg" +pl +el +sv "$predictor" +bt +ua
-        else
-            code "lossless_${bits}_$predictor.jpg" +el +sv "$predictor" +ua
-        fi
+        code "lossless_${bits}_$predictor.jpg" $precision +el +sv "$predictor" +ua
     done
 done
 code lossless_16_point_transform.jpg +el +sv 5 +pt 3 +ua
