@@ -92,14 +92,14 @@ public:
         }
         return *this;
     }
-    // A difference under the table of categories().
-    JPEGCraft& difference(std::int32_t value)
+    // A difference under the table of categories(), or with 3 code bits under symbols().
+    JPEGCraft& difference(std::int32_t value, std::uint32_t code_bits = 5)
     {
         std::uint32_t category = 0;
         for (std::uint32_t rest = static_cast<std::uint32_t>(std::abs(value)); rest != 0;
              rest >>= 1)
             ++category;
-        bits(category, 5);
+        bits(category, code_bits);
         if (category == 16)
             return *this;
         return bits(static_cast<std::uint32_t>(value < 0 ? value - 1 : value) &

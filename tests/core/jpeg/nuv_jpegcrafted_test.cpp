@@ -3,13 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstddef>
-#include <cstring>
 #include <functional>
-#include <numbers>
-#include <random>
+#include <numeric>
 
 namespace nuv {
 namespace {
@@ -38,15 +36,40 @@ JPEGCraft tables_only()
     return craft.quantisers().categories(0x00).symbols(0x10, {0x00, 0xF0, 0x01, 0x11});
 }
 
+// A DHT of DC table 0 with so many codes of 1 bit, 2 bits and so on, and symbols 0.
+std::vector<int> huffman_table(const std::vector<int>& counts)
+{
+    std::vector<int> payload(17, 0);
+    std::copy(counts.begin(), counts.end(), payload.begin() + 1);
+    payload.resize(payload.size() +
+                   static_cast<std::size_t>(std::accumulate(counts.begin(), counts.end(), 0)));
+    return payload;
+}
+
+// 8 x 8 differences of one category and no bits.
+Stream lossless_of_category(int category)
+{
+    JPEGCraft craft;
+    craft.symbols(0, {category}).frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0);
+    for (int i = 0; i < 64; ++i)
+        craft.bits(0, 3);
+    return craft.end();
+}
+
+// Three runs of 16 zeros, then `symbol`: the tables give its code 2.
+Stream run_behind_48_zeros(int symbol)
+{
+    JPEGCraft craft;
+    craft.quantisers().categories().symbols(0x10, {0x00, 0xF0, symbol});
+    craft.frame(0xC0, 8, 8, 8, {0x11}).scan({1});
+    return craft.bits(0, 5).bits(0b001'001'001'010, 12).bits(1, 1).bits(0, 60).end();
+}
+
 std::vector<Refusal> header_refusals()
 {
     std::vector<int> wide_table(129, 1);
     wide_table[0] = 0x10;
-    std::vector<int> oversubscribed(17, 0);
-    oversubscribed[1] = 3;
-    oversubscribed.insert(oversubscribed.end(), {0, 1, 2});
-    std::vector<int> too_many(17, 255);
-    too_many[0] = 0;
+    const std::vector<int> too_many(16, 255);
     constexpr NUV_JPEGCode segment = NUV_JPEGCode::bad_segment;
     constexpr NUV_JPEGCode marker = NUV_JPEGCode::bad_marker;
     constexpr NUV_JPEGCode unsupported = NUV_JPEGCode::unsupported;
@@ -73,9 +96,9 @@ std::vector<Refusal> header_refusals()
          segment},
         {"Huffman class 2", JPEGCraft().categories(0x20).end(), segment},
         {"Huffman selector 4", JPEGCraft().categories(0x04).end(), segment},
-        {"more than 256 codes", JPEGCraft().segment(0xC4, too_many).end(), segment},
+        {"more than 256 codes", JPEGCraft().segment(0xC4, huffman_table(too_many)).end(), segment},
         {"codes beyond the segment",
-         JPEGCraft().categories().segment(0xC4, oversubscribed, 19).end(), segment},
+         JPEGCraft().categories().segment(0xC4, huffman_table({2}), 18).end(), segment},
         {"DRI of 3 bytes", JPEGCraft().segment(0xDD, {0, 1, 2}).end(), segment},
         {"DNL of 3 bytes", JPEGCraft().segment(0xDC, {0, 1, 2}).end(), segment},
         {"SOF0 of 12 bits", JPEGCraft().frame(0xC0, 12, 8, 8, {0x11}).end(), marker},
@@ -114,9 +137,15 @@ std::vector<Refusal> header_refusals()
 std::vector<Refusal> later_refusals()
 {
     constexpr NUV_JPEGCode good = NUV_JPEGCode::good;
-    std::vector<int> oversubscribed(17, 0);
-    oversubscribed[1] = 3;
-    oversubscribed.insert(oversubscribed.end(), {0, 1, 2});
+    const std::vector<int> ones(15, 1);
+    const auto with_table = [](const std::vector<int>& counts) {
+        return gray_frame()
+            .segment(0xC4, huffman_table(counts))
+            .scan({1})
+            .bits(0, 30)
+            .bits(0, 30)
+            .end();
+    };
     const auto frame = [](std::size_t id, int precision, const std::vector<int>& factors) {
         return tables_only().frame(id, precision, 8, 8, factors);
     };
@@ -143,8 +172,15 @@ std::vector<Refusal> later_refusals()
         {"no AC table",
          JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
          NUV_JPEGCode::bad_segment},
-        {"an oversubscribed table", gray_frame().segment(0xC4, oversubscribed).scan({1}).end(),
-         good, NUV_JPEGCode::bad_segment},
+        {"a complete table", with_table({2})},
+        {"a table of 15 ones", with_table(ones)},
+        {"three codes of 1 bit", with_table({3}), good, NUV_JPEGCode::bad_segment},
+        {"a full table and one more", with_table({1, 2, 1}), good, NUV_JPEGCode::bad_segment},
+        {"no code for anything", with_table({}), good, good, NUV_JPEGCode::read_failed},
+        {"coefficient 63 behind a run", run_behind_48_zeros(0xE1)},
+        {"coefficient 64 behind a run", run_behind_48_zeros(0xF1), good, good,
+         NUV_JPEGCode::read_failed},
+        {"zeros past the end", run_behind_48_zeros(0xF0)},
         {"lossless restarts within rows",
          frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good,
          NUV_JPEGCode::bad_segment},
@@ -159,9 +195,9 @@ std::vector<Refusal> later_refusals()
          NUV_JPEGCode::read_failed},
         {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good,
          good, NUV_JPEGCode::read_failed},
-        {"a lossless category above 16",
-         JPEGCraft().symbols(0, {17}).frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0).bits(0, 30).end(),
-         good, good, NUV_JPEGCode::damaged_lines},
+        {"lossless differences of category 16", lossless_of_category(16)},
+        {"a lossless category above 16", lossless_of_category(17), good, good,
+         NUV_JPEGCode::damaged_lines},
         {"a refinement of more than one bit",
          JPEGCraft()
              .quantisers()
@@ -344,142 +380,6 @@ TEST(JPEGDecoder, BeginsAnewAfterTheRowsItIsToldOf)
         scans.end(), 3, [](NUV_JPEGDecoder& decoder) { decoder.set_restart_rows(16); });
     ASSERT_TRUE(flat.is_clean());
     EXPECT_EQ(flat.picture.samples, Stream(std::size_t{16} * 48 * 3, 138));
-}
-
-// The inverse transform of `side` points, by its formula.
-std::uint8_t reduced_sample(const std::vector<double>& coefficients, int side, int x, int y)
-{
-    const auto basis = [&](int position, int frequency) {
-        const double scale = frequency == 0 ? std::numbers::sqrt2 / 2 : 1;
-        return scale / 2 * std::cos((2 * position + 1) * frequency * std::numbers::pi / (2 * side));
-    };
-    double sum = 0;
-    for (int v = 0; v < side; ++v) {
-        const double* row = &coefficients[8 * static_cast<std::size_t>(v)];
-        for (int u = 0; u < side; ++u)
-            sum += row[u] * basis(x, u) * basis(y, v);
-    }
-    return static_cast<std::uint8_t>(std::clamp(std::lround(sum) + 128, 0L, 255L));
-}
-
-TEST(JPEGDecoder, ReducesByTheTransformOfFewerPoints)
-{
-    std::mt19937 random(7);
-    std::uniform_int_distribution<int> level(-60, 60);
-    const std::vector<std::int16_t> ones(64, 1);
-    for (int round = 0; round < 200; ++round) {
-        std::int16_t block[64];
-        std::vector<double> exact;
-        for (std::int16_t& coefficient : block) {
-            coefficient = static_cast<std::int16_t>(level(random));
-            exact.push_back(coefficient);
-        }
-        for (const int side : {1, 2, 4}) {
-            std::int16_t samples[16];
-            reduced_idct(block, ones.data(), static_cast<std::size_t>(side), samples);
-            for (int i = 0; i < side * side; ++i)
-                ASSERT_NEAR(deliver_sample(samples[i]),
-                            reduced_sample(exact, side, i % side, i / side), 1);
-        }
-    }
-}
-
-// At half, a quarter and an eighth of the size a picture is about what the means of its cells are.
-TEST(JPEGDecoder, DeliversReducedSizesRoundedUp)
-{
-    const JPEGTestPicture picture = make_test_picture(
-        50, 37, 3, [](auto x, auto y, auto c) { return c == 0 ? 2 * x + y : 60 + x / 2; });
-    for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U, 0x411111U}) {
-        const auto stream = encode_by_reference(picture, {.quality = 100, .key = key});
-        for (const std::uint32_t scale : {2U, 4U, 8U}) {
-            const JPEGDecoded decoded = decode_stream(
-                stream, 1 << 30, [=](NUV_JPEGDecoder& decoder) { decoder.set_scale(scale); });
-            ASSERT_TRUE(decoded.is_clean()) << key << ' ' << scale;
-            ASSERT_EQ(decoded.picture.width, (50 + scale - 1) / scale);
-            ASSERT_EQ(decoded.picture.height, (37 + scale - 1) / scale);
-            for (std::uint32_t y = 0; y < 37 / scale; ++y) {
-                for (std::uint32_t x = 0; x < 48 / scale; ++x) {
-                    const double mean =
-                        2 * (x * scale + (scale - 1) / 2.0) + y * scale + (scale - 1) / 2.0;
-                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 0), mean, 3);
-                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 2), 60 + x * scale / 2.0, 9);
-                }
-            }
-        }
-    }
-}
-
-// RGB from YCbCr before the inverse transform is about what the formula gives behind it.
-TEST(JPEGDecoder, ConvertsToRGBOnRequest)
-{
-    const JPEGTestPicture picture = make_test_picture(45, 35, 3, [](auto x, auto y, auto c) {
-        return c == 0 ? 90 + x + y : c == 1 ? 128 + x / 2 : 140 - y / 2;
-    });
-    const auto to_rgb = [](NUV_JPEGDecoder& decoder) {
-        decoder.set_output_color(NUV_JPEGColor::s_rgb);
-    };
-    for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U}) {
-        const auto stream = encode_by_reference(picture, {.quality = 95, .key = key});
-        const JPEGDecoded ycc = decode_stream(stream);
-        const JPEGDecoded rgb = decode_stream(stream, 1 << 30, to_rgb);
-        ASSERT_TRUE(rgb.is_clean());
-        for (std::size_t i = 0; i < ycc.picture.samples.size(); i += 3) {
-            const double y = ycc.picture.samples[i];
-            const double cb = ycc.picture.samples[i + 1] - 128.0;
-            const double cr = ycc.picture.samples[i + 2] - 128.0;
-            ASSERT_NEAR(rgb.picture.samples[i], y + 1.402 * cr, 3);
-            ASSERT_NEAR(rgb.picture.samples[i + 1], y - 0.344 * cb - 0.714 * cr, 3);
-            ASSERT_NEAR(rgb.picture.samples[i + 2], y + 1.772 * cb, 3);
-        }
-    }
-    for (const JPEGReferenceSettings& settings :
-         {JPEGReferenceSettings{.is_progressive = true}, JPEGReferenceSettings{.key = 0x411111},
-          JPEGReferenceSettings{.scans = "0;1;2"}}) {
-        const auto stream = encode_by_reference(picture, settings);
-        EXPECT_EQ(decode_stream(stream, 1 << 30, to_rgb).start, NUV_JPEGCode::bad_parameter);
-    }
-}
-
-TEST(JPEGDecoder, DeliversOneComponentAlone)
-{
-    const JPEGTestPicture picture = busy_picture(41, 29, 3);
-    for (const bool is_progressive : {false, true}) {
-        const auto stream =
-            encode_by_reference(picture, {.key = 0x221111, .is_progressive = is_progressive});
-        const JPEGDecoded all = decode_stream(stream);
-        for (std::int32_t component = 0; component < 3; ++component) {
-            const JPEGDecoded one = decode_stream(stream, 1 << 30, [=](NUV_JPEGDecoder& decoder) {
-                decoder.set_component_filter(component);
-            });
-            ASSERT_EQ(one.picture.samples.size(), all.picture.samples.size() / 3);
-            for (std::size_t i = 0; i < one.picture.samples.size(); ++i)
-                ASSERT_EQ(one.picture.samples[i],
-                          all.picture.samples[3 * i + static_cast<std::size_t>(component)]);
-        }
-        const JPEGDecoded luma = decode_stream(stream, 1 << 30, [](NUV_JPEGDecoder& decoder) {
-            decoder.set_output_color(NUV_JPEGColor::ycbcr);
-            decoder.set_luminance_only(true);
-        });
-        ASSERT_EQ(luma.picture.samples.size(), all.picture.samples.size() / 3);
-        EXPECT_EQ(luma.picture.samples[5], all.picture.samples[15]);
-    }
-}
-
-// Settings that do not go together.
-TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
-{
-    const JPEGTestPicture picture = busy_picture(16, 16, 3);
-    const auto baseline = encode_by_reference(picture, {});
-    const auto progressive = encode_by_reference(picture, {.is_progressive = true});
-    const auto start = [](const Stream& stream, const std::function<void(NUV_JPEGDecoder&)>& set) {
-        return decode_stream(stream, 1 << 30, set).start;
-    };
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_scale(3); }), NUV_JPEGCode::bad_parameter);
-    EXPECT_EQ(start(progressive, [](auto& d) { d.set_scale(2); }), NUV_JPEGCode::bad_parameter);
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_component_filter(3); }),
-              NUV_JPEGCode::bad_parameter);
-    EXPECT_EQ(start(baseline, [](auto& d) { d.set_output_color(NUV_JPEGColor::gray); }),
-              NUV_JPEGCode::bad_parameter);
 }
 
 } // namespace

@@ -1,247 +1,400 @@
+#include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegdecodetest.h"
+#include "tests/core/jpeg/nuv_jpegreference.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstddef>
+#include <random>
+#include <sstream>
 #include <string>
 
 namespace nuv {
 namespace {
 
-void expect_equal_to_reference(const std::vector<std::uint8_t>& stream, const std::string& what)
-{
-    const auto expected = decode_by_reference(stream);
-    ASSERT_TRUE(expected) << what;
-    const JPEGDecoded decoded = decode_stream(stream);
-    ASSERT_TRUE(decoded.is_clean())
-        << what << ": " << decoded.header << ' ' << decoded.start << ' ' << decoded.lines;
-    ASSERT_EQ(decoded.picture.width, expected->width) << what;
-    ASSERT_EQ(decoded.picture.height, expected->height) << what;
-    ASSERT_EQ(decoded.picture.samples, expected->samples) << what;
-}
+using Stream = std::vector<std::uint8_t>;
+
+constexpr std::int32_t whole = std::numeric_limits<std::int32_t>::max();
 
 struct Layout {
-    std::uint32_t key;
     std::uint32_t channels;
-    bool can_be_progressive;
+    std::uint32_t key;
+    bool can_be_progressive = false;
 };
 
 constexpr Layout layouts[] = {
-    {0x111111, 1, true},  {0x111111, 3, true},   {0x211111, 3, true},  {0x221111, 3, true},
-    {0x411111, 3, true},  {0x121111, 3, true},   {0x421111, 3, true},  {0x241111, 3, true},
-    {0x141111, 3, true},  {0x11111111, 4, true}, {0x222121, 3, false}, {0x221212, 3, false},
-    {0x412121, 3, false}, {0x141212, 3, false},  {0x442222, 3, false}, {0x22111122, 4, false},
+    {1, 0x111111, true}, {3, 0x111111, true}, {3, 0x211111, true}, {3, 0x221111, true},
+    {3, 0x411111, true}, {3, 0x121111, true}, {3, 0x421111, true}, {3, 0x241111, true},
+    {3, 0x141111, true}, {3, 0x222121},       {3, 0x221212},       {3, 0x412121},
+    {3, 0x141212},       {3, 0x442222},       {4, 0x22111122},     {4, 0x11111111, true},
 };
 
-std::string name_of(const Layout& layout, std::uint32_t width, std::uint32_t height, int quality)
+// First the DC of all, then for each component two bands and the bits that they left, then the bits
+// of the DC.
+std::string draw_progression(std::mt19937& random, std::uint32_t channels)
 {
-    char name[64];
-    std::snprintf(name, sizeof(name), "%u components %x, %u x %u, quality %d", layout.channels,
-                  layout.key, width, height, quality);
-    return name;
+    std::ostringstream script;
+    const auto put = [&](const std::string& components, std::uint32_t first, std::uint32_t last,
+                         std::uint32_t high, std::uint32_t low) {
+        script << components << ": " << first << ' ' << last << ' ' << high << ' ' << low << ';';
+    };
+    const std::string all = std::string("0 1 2 3").substr(0, 2 * channels - 1);
+    const auto dc_bits = static_cast<std::uint32_t>(random() % 3);
+    put(all, 0, 0, 0, dc_bits);
+    for (std::uint32_t c = 0; c < channels; ++c) {
+        const std::string one = std::to_string(c);
+        const auto bits = static_cast<std::uint32_t>(random() % 4);
+        const auto cut = static_cast<std::uint32_t>(1 + random() % 62);
+        put(one, 1, cut, 0, bits);
+        put(one, cut + 1, 63, 0, bits);
+        for (std::uint32_t bit = bits; bit > 0; --bit)
+            put(one, 1, 63, bit, bit - 1);
+    }
+    for (std::uint32_t bit = dc_bits; bit > 0; --bit)
+        put(all, 0, 0, bit, bit - 1);
+    return script.str();
 }
 
-constexpr std::array<std::array<std::uint32_t, 2>, 9> sizes = {
-    {{1, 1}, {7, 9}, {8, 8}, {15, 17}, {16, 16}, {33, 17}, {31, 65}, {100, 3}, {129, 70}}};
-
-TEST(JPEGDecoder, GivesTheSamplesOfTheReferenceForEveryLayoutSizeAndQuality)
+JPEGReferenceSettings draw_settings(std::mt19937& random, const Layout& layout)
 {
-    for (const Layout& layout : layouts) {
-        for (const auto& [width, height] : sizes) {
-            const JPEGTestPicture picture = busy_picture(width, height, layout.channels);
-            for (const int quality : {5, 50, 75, 90, 100}) {
-                const std::string what = name_of(layout, width, height, quality);
-                JPEGReferenceSettings settings = {.quality = quality, .key = layout.key};
-                if (layout.key == 0x442222) // more blocks to an MCU than the reference takes
-                    settings.scans = "0;1;2";
-                expect_equal_to_reference(encode_by_reference(picture, settings), what);
-                settings.is_progressive = true;
-                if (layout.can_be_progressive)
-                    expect_equal_to_reference(encode_by_reference(picture, settings),
-                                              what + ", progressive");
-            }
+    static const std::array<std::vector<std::string>, 5> orders = {{
+        {},
+        {""},
+        {},
+        {"", "0;1;2", "2;0;1", "0 1;2", "1;0 2"},
+        {"", "0;1;2;3", "0 3;1 2", "3;2;1;0"},
+    }};
+    JPEGReferenceSettings settings = {.quality = static_cast<int>(5 + random() % 96),
+                                      .key = layout.key,
+                                      .optimises = random() % 2 == 0};
+    const auto restarts = static_cast<int>(random() % 12);
+    settings.restart_interval = restarts < 8 ? restarts : 0;
+    settings.restart_rows = restarts < 11 ? std::max(restarts - 7, 0) : 0;
+    settings.is_progressive = layout.can_be_progressive && random() % 2 == 0;
+    if (settings.is_progressive)
+        settings.scans = draw_progression(random, layout.channels);
+    else if (layout.key == 0x442222) // more blocks to an MCU than the reference takes
+        settings.scans = "0;1;2";
+    else
+        settings.scans = orders[layout.channels][random() % orders[layout.channels].size()];
+    return settings;
+}
+
+// Pictures of 1 x 1 up, of everything between flat colours and noise.
+JPEGTestPicture draw_picture(std::mt19937& random, std::uint32_t channels)
+{
+    const auto side = [&] {
+        return static_cast<std::uint32_t>(1 + random() % (random() % 4 == 0 ? 140 : 40));
+    };
+    const auto width = side();
+    const auto height = side();
+    const auto step = static_cast<std::uint32_t>(random() % 9);
+    const auto noise = static_cast<std::uint32_t>(random() % 3 == 0 ? 0xFF : random() % 8);
+    return make_test_picture(width, height, channels, [&](auto x, auto y, auto c) {
+        return (step * (x + y * c) + (static_cast<std::uint32_t>(random()) & noise)) & 0xFFU;
+    });
+}
+
+// A stream of the reference: the first ones of every layout, size and form in turn.
+Stream draw_stream(std::uint32_t seed)
+{
+    std::mt19937 random(seed);
+    const Layout& layout = layouts[seed % std::size(layouts)];
+    return encode_by_reference(draw_picture(random, layout.channels),
+                               draw_settings(random, layout));
+}
+
+constexpr std::int32_t chunks[] = {1, 2, 3, 511, whole};
+
+TEST(JPEGDecoder, GivesTheSamplesOfTheReferenceForEveryLayoutSizeAndForm)
+{
+    for (std::uint32_t seed = 0; seed < 1600; ++seed) {
+        SCOPED_TRACE(seed);
+        const Stream stream = draw_stream(seed);
+        const auto expected = decode_by_reference(stream);
+        ASSERT_TRUE(expected);
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            const JPEGDecoded decoded =
+                decode_stream(stream, chunks[seed % std::size(chunks)], as_it_is, level.cpu);
+            ASSERT_TRUE(decoded.is_clean()) << level.name;
+            ASSERT_EQ(decoded.picture.width, expected->width);
+            ASSERT_EQ(decoded.picture.samples, expected->samples) << level.name;
         }
     }
 }
 
-// The streams whose form, not whose samples, differs from one interleaved scan.
-struct Variant {
-    const char* name;
-    JPEGReferenceSettings settings;
-};
-
-const Variant variants[] = {
-    {"three scans", {.key = 0x221111, .scans = "0;1;2"}},
-    {"scans out of order", {.key = 0x211111, .scans = "2;0;1"}},
-    {"two components and one", {.key = 0x211111, .scans = "0 1;2"}},
-    {"one component and two", {.key = 0x221111, .scans = "1;0 2"}},
-    {"tables redefined between scans", {.key = 0x221111, .optimises = true, .scans = "0;1;2"}},
-    {"restarts at every row", {.key = 0x221111, .restart_rows = 1}},
-    {"restarts within rows", {.key = 0x211111, .restart_interval = 7}},
-    {"restarts at every MCU", {.key = 0x111111, .restart_interval = 1}},
-    {"restarts in three scans", {.key = 0x221111, .restart_interval = 5, .scans = "0;1;2"}},
-    {"progressive restarts", {.key = 0x221111, .is_progressive = true, .restart_interval = 3}},
-    {"progressive restarts at rows", {.key = 0x421111, .is_progressive = true, .restart_rows = 3}},
-    {"optimised", {.quality = 100, .key = 0x121111, .optimises = true}},
-};
-
-TEST(JPEGDecoder, GivesTheSamplesOfTheReferenceForEveryFormOfStream)
+// What is made of damage hangs neither on the processor nor on how far the reads go ahead.
+TEST(JPEGDecoder, AnswersDamageAlikeHoweverItReads)
 {
-    const JPEGTestPicture picture = busy_picture(117, 75, 3);
-    for (const Variant& variant : variants)
-        expect_equal_to_reference(encode_by_reference(picture, variant.settings), variant.name);
+    for (std::uint32_t seed = 0; seed < 1600; ++seed) {
+        SCOPED_TRACE(seed);
+        Stream stream = draw_stream(seed);
+        std::mt19937 random(seed);
+        const std::size_t scan = JPEGTestSegments(stream).scan_position;
+        for (auto changes = random() % 4; changes > 0; --changes)
+            stream[scan + random() % (stream.size() - scan)] ^=
+                static_cast<std::uint8_t>(1U << random() % 8);
+        if (random() % 3 == 0)
+            stream.resize(scan + random() % (stream.size() - scan));
+        const JPEGDecoded expected = decode_stream(stream);
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            const JPEGDecoded decoded =
+                decode_stream(stream, chunks[seed % std::size(chunks)], as_it_is, level.cpu);
+            ASSERT_EQ(decoded.start, expected.start);
+            ASSERT_EQ(decoded.codes, expected.codes) << level.name;
+            ASSERT_EQ(decoded.picture.samples, expected.picture.samples) << level.name;
+        }
+    }
 }
 
-TEST(JPEGDecoder, DoesNotDependOnTheSizeOfReads)
+// Five blocks of a progressive stream: their DC, then what they have behind it, at a bit plane.
+JPEGCraft craft_blocks(const std::array<std::vector<std::int32_t>, 5>& blocks, int plane)
 {
-    const JPEGTestPicture picture = busy_picture(117, 75, 3);
-    for (const Variant& variant : variants) {
-        const auto stream = encode_by_reference(picture, variant.settings);
-        const JPEGDecoded whole = decode_stream(stream);
-        for (const std::int32_t chunk : {1, 2, 3, 511}) {
-            const JPEGDecoded pieces = decode_stream(stream, chunk);
-            EXPECT_TRUE(pieces.is_clean()) << variant.name;
-            EXPECT_EQ(pieces.picture.samples, whole.picture.samples)
-                << variant.name << " in pieces of " << chunk;
+    JPEGCraft craft;
+    craft.quantisers().symbols(0x00, {0, 1, 2, 3, 4, 5, 6}).symbols(0x10, {0, 1, 2, 3, 4, 5, 6});
+    craft.frame(0xC2, 8, 40, 8, {0x11}).scan({1}, 0, 0);
+    for (const auto& block : blocks)
+        craft.difference(static_cast<std::int32_t>(block.size()), 3);
+    craft.flush().scan({1}, 1, 63, plane);
+    for (const auto& block : blocks) {
+        for (const std::int32_t value : block)
+            craft.difference(value / (1 << plane), 3);
+        craft.bits(0, 3);
+    }
+    return craft.flush();
+}
+
+// Refinements of any plane, in any order and again: a bit that is there is not added once more.
+TEST(JPEGDecoder, SetsBitsOfCoefficientsWhateverTheOrderOfTheRefinements)
+{
+    for (std::uint32_t seed = 0; seed < 200; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const auto plane = static_cast<int>(random() % 3);
+        std::array<std::vector<std::int32_t>, 5> blocks;
+        for (auto& block : blocks) {
+            block.resize(random() % 12);
+            for (std::int32_t& value : block)
+                value = static_cast<std::int32_t>(1 + random() % 7) << plane;
+            for (std::size_t i = 0; i < block.size(); i += 2)
+                block[i] = -block[i];
         }
+        JPEGCraft craft = craft_blocks(blocks, plane);
+        for (auto scans = 1 + random() % 5; scans > 0; --scans) {
+            const auto low = static_cast<int>(random() % 4);
+            craft.flush().scan({1}, 1, 63, (low + 1) << 4 | low);
+            for (auto& block : blocks) {
+                craft.bits(0, 3); // nothing new up to the end
+                for (std::int32_t& value : block) {
+                    const auto bit = static_cast<std::int32_t>(random() % 2);
+                    craft.bits(static_cast<std::uint32_t>(bit), 1);
+                    const std::int32_t magnitude = std::abs(value) | bit << low;
+                    value = value < 0 ? -magnitude : magnitude;
+                }
+            }
+        }
+        const auto expected = decode_by_reference(craft_blocks(blocks, 0).end());
+        ASSERT_TRUE(expected);
+        ASSERT_EQ(decode_stream(craft.end()).picture.samples, expected->samples);
     }
 }
 
 // Behind each 0xFF that begins a marker.
-std::vector<std::size_t> marker_places(const std::vector<std::uint8_t>& stream)
+std::vector<std::size_t> marker_places(const Stream& stream)
 {
     std::vector<std::size_t> places;
-    const JPEGTestSegments header(stream);
-    std::size_t at = 2;
-    for (const auto& segment : header.segments) {
-        places.push_back(at + 1);
-        at = segment.position + segment.payload.size();
-    }
-    for (; at + 1 < stream.size(); ++at) {
+    for (const auto& segment : JPEGTestSegments(stream).segments)
+        places.push_back(segment.position - 3);
+    for (std::size_t at = JPEGTestSegments(stream).scan_position; at + 1 < stream.size(); ++at) {
         if (stream[at] == 0xFF && stream[at + 1] != 0)
             places.push_back(at + 1);
     }
     return places;
 }
 
+void insert(Stream& stream, std::size_t place, const Stream& bytes)
+{
+    stream.insert(stream.begin() + static_cast<std::ptrdiff_t>(place), bytes.begin(), bytes.end());
+}
+
+void erase(Stream& stream, std::size_t begin, std::size_t end)
+{
+    stream.erase(stream.begin() + static_cast<std::ptrdiff_t>(begin),
+                 stream.begin() + static_cast<std::ptrdiff_t>(end));
+}
+
 TEST(JPEGDecoder, PassesOverFillBytesBeforeMarkersAndInData)
 {
-    const JPEGTestPicture picture = busy_picture(64, 48, 3);
-    const auto stream = encode_by_reference(picture, {.key = 0x221111, .restart_rows = 1});
-    auto filled = stream;
+    const Stream stream =
+        encode_by_reference(busy_picture(64, 48, 3), {.key = 0x221111, .restart_rows = 1});
+    const JPEGDecoded expected = decode_stream(stream);
     const auto places = marker_places(stream);
+    Stream filled = stream;
     for (auto place = places.rbegin(); place != places.rend(); ++place)
-        filled.insert(filled.begin() + static_cast<std::ptrdiff_t>(*place), 3, 0xFF);
-    EXPECT_EQ(decode_stream(filled).picture.samples, decode_stream(stream).picture.samples);
-    EXPECT_TRUE(decode_stream(filled).is_clean());
-
+        insert(filled, *place, Stream(3, 0xFF));
     // More of them in front of a restart than any buffer holds.
-    auto flooded = stream;
-    const std::size_t in_data = places[places.size() - 2];
-    flooded.insert(flooded.begin() + static_cast<std::ptrdiff_t>(in_data), 200000, 0xFF);
-    EXPECT_EQ(decode_stream(flooded).picture.samples, decode_stream(stream).picture.samples);
-    EXPECT_TRUE(decode_stream(flooded).is_clean());
-}
-
-// Moves the height from SOF into a DNL segment behind the scan.
-std::vector<std::uint8_t> with_line_count_behind(std::vector<std::uint8_t> stream)
-{
-    const JPEGTestSegments parts(stream);
-    for (const auto& segment : parts.segments) {
-        if (segment.id != 0xC0)
-            continue;
-        stream.erase(stream.end() - 2, stream.end());
-        for (const int byte :
-             {0xFF, 0xDC, 0, 4, int{segment.payload[1]}, int{segment.payload[2]}, 0xFF, 0xD9})
-            stream.push_back(static_cast<std::uint8_t>(byte));
-        stream[segment.position + 1] = 0;
-        stream[segment.position + 2] = 0;
+    Stream flooded = stream;
+    insert(flooded, places[places.size() - 2], Stream(200000, 0xFF));
+    for (const Stream& changed : {filled, flooded}) {
+        const JPEGDecoded decoded = decode_stream(changed);
+        EXPECT_TRUE(decoded.is_clean());
+        EXPECT_EQ(decoded.picture.samples, expected.picture.samples);
     }
-    return stream;
-}
-
-// Where the restart markers of a scan stand, and its end.
-std::vector<std::size_t> restart_places(const std::vector<std::uint8_t>& stream)
-{
-    std::vector<std::size_t> places;
-    for (std::size_t at = JPEGTestSegments(stream).scan_position; at + 1 < stream.size(); ++at) {
-        if (stream[at] == 0xFF && ((stream[at + 1] & 0xF8U) == 0xD0 || stream[at + 1] == 0xD9))
-            places.push_back(at);
-    }
-    return places;
 }
 
 TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
 {
-    const JPEGTestPicture picture = busy_picture(37, 43, 3);
-    const auto stream = encode_by_reference(picture, {.key = 0x221111, .restart_interval = 2});
-    const auto open = with_line_count_behind(stream);
-    const JPEGDecoded decoded = decode_stream(open, 5);
-    EXPECT_TRUE(decoded.is_clean());
-    EXPECT_EQ(decoded.picture.samples, decode_stream(stream).picture.samples);
-
+    const Stream stream =
+        encode_by_reference(busy_picture(37, 43, 3), {.key = 0x221111, .restart_interval = 2});
+    const JPEGDecoded expected = decode_stream(stream);
+    const auto places = marker_places(stream);
+    Stream open = stream;
+    const std::size_t height = JPEGTestSegments(stream).position(0xC0) + 2;
+    open[height] = 0;
+    insert(open, open.size() - 2, {0xFF, 0xDC, 0, 4, 0, 43});
     // Another one in front of a restart says nothing new, whatever its number looks like.
-    auto repeated = stream;
-    const std::uint8_t segment[] = {0xFF, 0xDC, 0, 4, 0xFF, 0xD7};
-    repeated.insert(repeated.begin() + static_cast<std::ptrdiff_t>(restart_places(stream)[1]),
-                    std::begin(segment), std::end(segment));
-    EXPECT_TRUE(decode_stream(repeated, 5).is_clean());
-    EXPECT_EQ(decode_stream(repeated).picture.samples, decoded.picture.samples);
-
-    const std::vector<std::uint8_t> cut(open.begin(), open.end() - 5);
-    EXPECT_EQ(decode_stream(cut).header, NUV_JPEGCode::bad_segment);
-    auto zero = open;
-    zero[zero.size() - 3] = 0;
-    EXPECT_EQ(decode_stream(zero).header, NUV_JPEGCode::bad_segment);
+    Stream repeated = stream;
+    insert(repeated, places[places.size() - 3] - 1, {0xFF, 0xDC, 0, 4, 0xFF, 0xD7});
+    for (const Stream& changed : {open, repeated}) {
+        const JPEGDecoded decoded = decode_stream(changed, 5);
+        EXPECT_TRUE(decoded.is_clean());
+        EXPECT_EQ(decoded.picture.samples, expected.picture.samples);
+    }
+    EXPECT_EQ(decode_stream({open.begin(), open.end() - 5}).header, NUV_JPEGCode::bad_segment);
+    open[open.size() - 3] = 0;
+    EXPECT_EQ(decode_stream(open).header, NUV_JPEGCode::bad_segment);
 }
 
-// A lost interval is gray and costs nothing else.
-TEST(JPEGDecoder, LeavesLostIntervalsBlankAndGoesOnBehindThem)
+// Lost intervals are gray; where one breaks off, the row above shows. What is behind is in place.
+TEST(JPEGDecoder, GoesOnBehindLostIntervalsAndRepeatsTheRowAboveInBrokenOnes)
 {
-    const JPEGTestPicture picture = busy_picture(80, 64, 3);
-    const auto stream = encode_by_reference(picture, {.key = 0x111111, .restart_interval = 4});
-    const auto whole = decode_stream(stream);
-    const auto places = restart_places(stream);
-    // MCUs 8 to 15 are the last two of the first row and the first six of the second.
-    auto damaged = stream;
-    damaged.erase(damaged.begin() + static_cast<std::ptrdiff_t>(places[1]),
-                  damaged.begin() + static_cast<std::ptrdiff_t>(places[3]));
-    const JPEGDecoded decoded = decode_stream(damaged);
-    EXPECT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines);
-    ASSERT_EQ(decoded.picture.samples.size(), whole.picture.samples.size());
-    for (std::size_t y = 0; y < 64; ++y) {
-        EXPECT_EQ(decoded.codes[y], y < 16 ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good) << y;
-        for (std::size_t x = 0; x < 80; ++x) {
-            const std::size_t mcu = y / 8 * 10 + x / 8;
-            const bool is_lost = mcu >= 8 && mcu < 16;
-            for (std::size_t c = 0; c < 3; ++c)
-                ASSERT_EQ(sample_at(decoded.picture, x, y, c),
-                          is_lost ? 128 : sample_at(whole.picture, x, y, c))
-                    << x << ", " << y;
+    const Stream stream =
+        encode_by_reference(busy_picture(80, 64, 3), {.key = 0x111111, .restart_interval = 4});
+    const JPEGDecoded intact = decode_stream(stream);
+    const auto places = marker_places(stream);
+    const std::size_t* const restarts = &places[JPEGTestSegments(stream).segments.size()];
+    Stream lost = stream; // MCUs 8 to 15: the last two of row 0 and the first six of row 1
+    erase(lost, restarts[1] - 1, restarts[3] - 1);
+    Stream broken = stream; // MCUs 20 to 23, of row 2
+    erase(broken, restarts[4] + 1, restarts[5] - 1);
+    struct Case {
+        const Stream& stream;
+        std::size_t first, end; // MCUs
+        bool shows_row_above;
+    };
+    for (const Case& c : {Case{lost, 8, 16, false}, Case{broken, 20, 24, true}}) {
+        const JPEGDecoded decoded = decode_stream(c.stream);
+        ASSERT_EQ(decoded.picture.samples.size(), intact.picture.samples.size());
+        for (std::size_t y = 0; y < 64; ++y) {
+            const bool is_hurt = y / 8 >= c.first / 10 && y / 8 <= (c.end - 1) / 10;
+            EXPECT_EQ(decoded.codes[y], is_hurt ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good)
+                << y;
+            for (std::size_t i = 0; i < std::size_t{80} * 3; ++i) {
+                const std::size_t mcu = y / 8 * 10 + i / 24;
+                const bool is_missing = mcu >= c.first && mcu < c.end;
+                const std::size_t from = is_missing && c.shows_row_above ? y - 8 : y;
+                const int expected =
+                    is_missing && !c.shows_row_above ? 128 : intact.picture.samples[from * 240 + i];
+                ASSERT_EQ(decoded.picture.samples[y * 240 + i], expected) << i << ", " << y;
+            }
         }
     }
 }
 
-// Where an interval breaks off, the row above shows, and the next interval is in its place.
-TEST(JPEGDecoder, RepeatsTheRowAboveWhereAnIntervalBreaksOff)
+// RGB from YCbCr before the inverse transform is about what the formula gives behind it.
+TEST(JPEGDecoder, ConvertsToRGBOnRequest)
 {
-    const JPEGTestPicture picture = busy_picture(32, 32, 1);
-    const auto stream = encode_by_reference(picture, {.restart_interval = 4});
-    const auto whole = decode_stream(stream);
-    const auto places = restart_places(stream);
-    auto damaged = stream;
-    const auto begin = static_cast<std::ptrdiff_t>(places[1] + 2);
-    damaged.erase(damaged.begin() + begin,
-                  damaged.begin() + static_cast<std::ptrdiff_t>(places[2]));
-    const JPEGDecoded decoded = decode_stream(damaged);
-    ASSERT_EQ(decoded.picture.samples.size(), whole.picture.samples.size());
-    for (std::size_t y = 0; y < 32; ++y) {
-        const std::size_t from = y / 8 == 2 ? y - 8 : y;
-        for (std::size_t x = 0; x < 32; ++x)
-            ASSERT_EQ(sample_at(decoded.picture, x, y, 0), sample_at(whole.picture, x, from, 0))
-                << x << ", " << y;
-        EXPECT_EQ(decoded.codes[y], y / 8 == 2 ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good);
+    const JPEGTestPicture picture = make_test_picture(45, 35, 3, [](auto x, auto y, auto c) {
+        return c == 0 ? 90 + x + y : c == 1 ? 128 + x / 2 : 140 - y / 2;
+    });
+    for (const NUV_TestLevel& level : jpeg_levels()) {
+        const auto to_rgb = [](NUV_JPEGDecoder& decoder) {
+            decoder.set_output_color(NUV_JPEGColor::s_rgb);
+        };
+        for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U}) {
+            const Stream stream = encode_by_reference(picture, {.quality = 95, .key = key});
+            const JPEGDecoded ycc = decode_stream(stream);
+            const JPEGDecoded rgb = decode_stream(stream, whole, to_rgb, level.cpu);
+            ASSERT_TRUE(rgb.is_clean());
+            for (std::size_t i = 0; i < ycc.picture.samples.size(); i += 3) {
+                const double y = ycc.picture.samples[i];
+                const double cb = ycc.picture.samples[i + 1] - 128.0;
+                const double cr = ycc.picture.samples[i + 2] - 128.0;
+                ASSERT_NEAR(rgb.picture.samples[i], y + 1.402 * cr, 3);
+                ASSERT_NEAR(rgb.picture.samples[i + 1], y - 0.344 * cb - 0.714 * cr, 3);
+                ASSERT_NEAR(rgb.picture.samples[i + 2], y + 1.772 * cb, 3);
+            }
+        }
+    }
+}
+
+TEST(JPEGDecoder, DeliversOneComponentAlone)
+{
+    for (const bool is_progressive : {false, true}) {
+        const Stream stream = encode_by_reference(
+            busy_picture(41, 29, 3), {.key = 0x221111, .is_progressive = is_progressive});
+        const JPEGDecoded all = decode_stream(stream);
+        for (std::int32_t component = 0; component <= 3; ++component) {
+            const JPEGDecoded one = decode_stream(stream, whole, [=](NUV_JPEGDecoder& decoder) {
+                if (component < 3)
+                    return decoder.set_component_filter(component);
+                decoder.set_output_color(NUV_JPEGColor::ycbcr);
+                decoder.set_luminance_only(true);
+            });
+            ASSERT_EQ(one.picture.samples.size(), all.picture.samples.size() / 3);
+            for (std::size_t i = 0; i < one.picture.samples.size(); ++i)
+                ASSERT_EQ(one.picture.samples[i],
+                          all.picture.samples[3 * i + static_cast<std::size_t>(component % 3)]);
+        }
+    }
+}
+
+// At half, a quarter and an eighth of the size a picture is about what the means of its cells are.
+TEST(JPEGDecoder, DeliversReducedSizesRoundedUp)
+{
+    const JPEGTestPicture picture = make_test_picture(
+        50, 37, 3, [](auto x, auto y, auto c) { return c == 0 ? 2 * x + y : 60 + x / 2; });
+    for (const std::uint32_t key : {0x111111U, 0x211111U, 0x221111U, 0x411111U}) {
+        const Stream stream = encode_by_reference(picture, {.quality = 100, .key = key});
+        for (const std::uint32_t scale : {2U, 4U, 8U}) {
+            const JPEGDecoded decoded = decode_stream(
+                stream, whole, [=](NUV_JPEGDecoder& decoder) { decoder.set_scale(scale); });
+            ASSERT_TRUE(decoded.is_clean());
+            ASSERT_EQ(decoded.picture.width, (50 + scale - 1) / scale);
+            ASSERT_EQ(decoded.picture.height, (37 + scale - 1) / scale);
+            for (std::uint32_t y = 0; y < 37 / scale; ++y) {
+                for (std::uint32_t x = 0; x < 48 / scale; ++x) {
+                    const double luma = scale * (2.0 * x + y) + 1.5 * (scale - 1);
+                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 0), luma, 3);
+                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 2), 60 + x * scale / 2.0, 9);
+                }
+            }
+        }
+    }
+}
+
+TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
+{
+    struct Case {
+        JPEGReferenceSettings stream;
+        void (*set)(NUV_JPEGDecoder&);
+    };
+    constexpr auto to_rgb = [](NUV_JPEGDecoder& d) { d.set_output_color(NUV_JPEGColor::s_rgb); };
+    constexpr auto to_half = [](NUV_JPEGDecoder& d) { d.set_scale(2); };
+    const Case cases[] = {
+        {{}, [](NUV_JPEGDecoder& d) { d.set_scale(3); }},
+        {{}, [](NUV_JPEGDecoder& d) { d.set_component_filter(3); }},
+        {{}, [](NUV_JPEGDecoder& d) { d.set_output_color(NUV_JPEGColor::gray); }},
+        {{.is_progressive = true}, to_half},
+        {{.is_progressive = true}, to_rgb},
+        {{.key = 0x411111}, to_rgb},
+        {{.scans = "0;1;2"}, to_rgb},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        const Stream stream = encode_by_reference(busy_picture(16, 16, 3), c.stream);
+        EXPECT_EQ(decode_stream(stream, whole, c.set).start, NUV_JPEGCode::bad_parameter);
     }
 }
 

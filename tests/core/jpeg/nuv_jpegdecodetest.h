@@ -3,7 +3,6 @@
 // Runs the decoder over bytes, and shortens or changes streams.
 
 #include "core/jpeg/decode/nuv_jpegdecoder.h"
-#include "tests/core/jpeg/nuv_jpegreference.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
 
 #include <algorithm>
@@ -56,11 +55,6 @@ inline std::uint8_t sample_at(const JPEGTestPicture& picture, std::size_t x, std
     return picture.samples[(y * picture.width + x) * picture.channels + channel];
 }
 
-inline std::ostream& operator<<(std::ostream& out, NUV_JPEGCode code)
-{
-    return out << static_cast<int>(code);
-}
-
 struct JPEGDecoded {
     NUV_JPEGCode header = NUV_JPEGCode::good;
     NUV_JPEGCode start = NUV_JPEGCode::good;
@@ -74,18 +68,24 @@ struct JPEGDecoded {
     }
 };
 
-inline JPEGDecoded decode_stream(
-    const std::vector<std::uint8_t>& stream,
-    std::int32_t chunk = std::numeric_limits<std::int32_t>::max(),
-    const std::function<void(NUV_JPEGDecoder&)>& prepare = [](NUV_JPEGDecoder&) {})
+inline std::ostream& operator<<(std::ostream& out, NUV_JPEGCode code)
+{
+    return out << static_cast<int>(code);
+}
+
+inline void as_it_is(NUV_JPEGDecoder&) {}
+
+inline JPEGDecoded decode_stream(const std::vector<std::uint8_t>& stream,
+                                 std::int32_t chunk = std::numeric_limits<std::int32_t>::max(),
+                                 const std::function<void(NUV_JPEGDecoder&)>& prepare = as_it_is,
+                                 const NUV_Cpu& cpu = NUV_Cpu::current())
 {
     JPEGTestMemory memory;
     JPEGDecoded decoded;
     JPEGTestSource source{stream, chunk};
     {
         NUV_JPEGDecoder decoder;
-        EXPECT_EQ(decoder.open(memory.allocator(), source.source(), NUV_Cpu::current()),
-                  NUV_JPEGCode::good);
+        EXPECT_EQ(decoder.open(memory.allocator(), source.source(), cpu), NUV_JPEGCode::good);
         decoded.header = decoder.read_header(nullptr);
         prepare(decoder);
         if (is_good(decoded.header))

@@ -1,14 +1,19 @@
 #include "core/jpeg/encode/nuv_jpegencoder.h"
 
 #include "core/jpeg/stream/nuv_jpegstandardtables.h"
+#include "tests/core/jpeg/nuv_jpegreference.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
-#include "tests/support/nuv_photolike.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
+#include <map>
+#include <numbers>
+#include <numeric>
+#include <random>
 #include <vector>
 
 namespace nuv {
@@ -47,74 +52,55 @@ TEST(JPEGQuality, ScalesTheStandardTableByTheLaw)
     }
 }
 
-// T.81, tables K.1 and K.2 read along the zig-zag of figure 5.
-const Bytes quality_50_segment = {
-    // clang-format off
-    0,
-    16, 11, 12, 14, 12, 10, 16, 14, 13, 14, 18, 17, 16, 19, 24, 40,
-    26, 24, 22, 22, 24, 49, 35, 37, 29, 40, 58, 51, 61, 60, 57, 51,
-    56, 55, 64, 72, 92, 78, 64, 68, 87, 69, 55, 56, 80, 109, 81, 87,
-    95, 98, 103, 104, 103, 62, 77, 113, 121, 112, 100, 120, 92, 101, 103, 99,
-    1,
-    17, 18, 18, 24, 21, 24, 47, 26, 26, 47, 99, 66, 56, 66, 99, 99,
-    99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99,
-    99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99,
-    99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99,
-    // clang-format on
-};
-
-Bytes huffman_payload(const std::vector<Bytes>& tables)
+// The tables of a header by class and selector, whatever segments they came in.
+std::map<int, Bytes> tables_of(const Bytes& stream, std::uint8_t id)
 {
-    Bytes payload;
-    for (const Bytes& table : tables)
-        payload.insert(payload.end(), table.begin(), table.end());
-    return payload;
+    std::map<int, Bytes> tables;
+    for (const auto& segment : JPEGTestSegments(stream).segments) {
+        for (std::size_t at = 0; segment.id == id && at < segment.payload.size();) {
+            const auto begin = segment.payload.begin() + static_cast<std::ptrdiff_t>(at);
+            const int values = id == 0xDB ? 64 : 16 + std::accumulate(begin + 1, begin + 17, 0);
+            tables[*begin] = Bytes(begin + 1, begin + 1 + values);
+            at += static_cast<std::size_t>(values) + 1;
+        }
+    }
+    return tables;
 }
 
-template <std::size_t Count>
-Bytes huffman_table(std::uint8_t selector, const NUV_JPEGStandardHuffman<Count>& table)
+// At quality 50 the tables are those of the standard, which the reference has, too.
+TEST(JPEGHeader, HoldsTheStandardTablesAndTheSegmentsInOrder)
 {
-    Bytes bytes = {selector};
-    bytes.insert(bytes.end(), table.counts.begin(), table.counts.end());
-    bytes.insert(bytes.end(), table.values.begin(), table.values.end());
-    return bytes;
-}
-
-TEST(JPEGHeader, HoldsTheSegmentsOfAColorPictureInOrder)
-{
-    const Bytes stream = encode_test_picture(
-        busy_picture(300, 17, 3), {.key = jpeg_sampling_420, .quality = 50, .color = Color::rgb});
-    const JPEGTestSegments parts(stream);
-
-    EXPECT_EQ(parts.ids(), (Bytes{0xC4, 0xDB, 0xDD, 0xC0, 0xDA}));
-    EXPECT_EQ((Bytes{stream.begin(), stream.begin() + 2}), (Bytes{0xFF, 0xD8}));
-    EXPECT_EQ(parts.payload(0xC4),
-              huffman_payload({huffman_table(0x00, jpeg_standard_luminance_dc),
-                               huffman_table(0x01, jpeg_standard_chrominance_dc),
-                               huffman_table(0x10, jpeg_standard_luminance_ac),
-                               huffman_table(0x11, jpeg_standard_chrominance_ac)}));
-    EXPECT_EQ(parts.payload(0xDB), quality_50_segment);
-    EXPECT_EQ(parts.payload(0xDD), (Bytes{0, 19})); // 300 pixels in MCUs of 16
-    EXPECT_EQ(parts.payload(0xC0), (Bytes{8, 0, 17, 1, 44, 3, 1, 0x22, 0, 2, 0x11, 1, 3, 0x11, 1}));
-    EXPECT_EQ(parts.payload(0xDA), (Bytes{3, 1, 0x00, 2, 0x11, 3, 0x11, 0, 63, 0}));
-    EXPECT_EQ(parts.scan_markers, (Bytes{0xD0, 0xD9}));
-}
-
-TEST(JPEGHeader, HoldsOneTableOfEachKindForGray)
-{
-    const Bytes stream =
-        encode_test_picture(busy_picture(9, 8, 1), {.key = jpeg_sampling_420, .quality = 50});
-    const JPEGTestSegments parts(stream);
-
-    EXPECT_EQ(parts.ids(), (Bytes{0xC4, 0xDB, 0xC0, 0xDA}));
-    EXPECT_EQ(parts.payload(0xC4),
-              huffman_payload({huffman_table(0x00, jpeg_standard_luminance_dc),
-                               huffman_table(0x10, jpeg_standard_luminance_ac)}));
-    EXPECT_EQ(parts.payload(0xDB),
-              (Bytes{quality_50_segment.begin(), quality_50_segment.begin() + 65}));
-    EXPECT_EQ(parts.payload(0xC0), (Bytes{8, 0, 8, 0, 9, 1, 1, 0x11, 0}));
-    EXPECT_EQ(parts.payload(0xDA), (Bytes{1, 1, 0x00, 0, 63, 0}));
-    EXPECT_EQ(parts.scan_markers, (Bytes{0xD9}));
+    struct Case {
+        JPEGTestPicture picture;
+        Bytes ids, frame, scan, interval, markers;
+    };
+    const Case cases[] = {
+        {busy_picture(300, 17, 3),
+         {0xC4, 0xDB, 0xDD, 0xC0, 0xDA},
+         {8, 0, 17, 1, 44, 3, 1, 0x22, 0, 2, 0x11, 1, 3, 0x11, 1},
+         {3, 1, 0x00, 2, 0x11, 3, 0x11, 0, 63, 0},
+         {0, 19}, // 300 pixels in MCUs of 16
+         {0xD0, 0xD9}},
+        {busy_picture(9, 8, 1),
+         {0xC4, 0xDB, 0xC0, 0xDA},
+         {8, 0, 8, 0, 9, 1, 1, 0x11, 0},
+         {1, 1, 0x00, 0, 63, 0},
+         {},
+         {0xD9}},
+    };
+    for (const Case& c : cases) {
+        const Bytes stream = encode_test_picture(
+            c.picture, {.key = jpeg_sampling_420, .quality = 50, .color = Color::rgb});
+        const Bytes reference = encode_by_reference(c.picture, {.quality = 50});
+        const JPEGTestSegments parts(stream);
+        EXPECT_EQ(tables_of(stream, 0xC4), tables_of(reference, 0xC4));
+        EXPECT_EQ(tables_of(stream, 0xDB), tables_of(reference, 0xDB));
+        EXPECT_EQ(parts.ids(), c.ids);
+        EXPECT_EQ(parts.payload(0xC0), c.frame);
+        EXPECT_EQ(parts.payload(0xDA), c.scan);
+        EXPECT_EQ(parts.payload(0xDD), c.interval);
+        EXPECT_EQ(parts.scan_markers, c.markers);
+    }
 }
 
 TEST(JPEGHeader, NamesTheComponentsOfQuarterWidthRGB)
@@ -309,139 +295,120 @@ TEST(JPEGCoderCalls, WriteStoredMarkersInOrderBehindTheStart)
     EXPECT_EQ(parts.segments[20].payload, Bytes(65533, 9));
 }
 
-TEST(JPEGStream, IsTheSameInEveryForm)
-{
-    const NUV_Cpu& cpu = NUV_Cpu::current();
-    std::vector<NUV_Cpu> forms;
-    if (cpu.has_sse2)
-        forms.push_back({.has_sse2 = true, .has_avx2 = false});
-    if (cpu.has_avx2)
-        forms.push_back({.has_sse2 = true, .has_avx2 = true});
-    if (forms.empty())
-        GTEST_SKIP() << "only the portable form runs here";
+// What a block is made of: its samples are the floors of weighted means less 128.
+class SourcePlanes {
+public:
+    SourcePlanes(const JPEGTestPicture& picture, std::uint32_t key, bool converts)
+        : picture_(picture),
+          across_(picture.channels == 1 ? 1 : key >> 20),
+          down_(picture.channels == 1 ? 1 : key >> 16 & 15U),
+          converts_(converts)
+    {}
+    // The transform of a block, T.81, A.3.3, by its formula.
+    std::array<double, 64> transform(std::size_t component, std::size_t block_x,
+                                     std::size_t block_y) const
+    {
+        std::array<double, 64> rows{};
+        std::array<double, 64> result{};
+        for (std::size_t i = 0; i < 64; ++i) {
+            const double value = sample(component, 8 * block_x + i % 8, 8 * block_y + i / 8);
+            for (std::size_t u = 0; u < 8; ++u)
+                rows[i / 8 * 8 + u] += cosine(u, i % 8) * value;
+        }
+        for (std::size_t i = 0; i < 64; ++i) {
+            for (std::size_t v = 0; v < 8; ++v)
+                result[8 * v + i % 8] += cosine(v, i / 8) * rows[i];
+        }
+        return result;
+    }
 
-    JPEGTestPicture noise{37, 21, 3, random_samples<std::uint8_t>(std::size_t{37} * 21 * 3, 5)};
-    for (const JPEGTestPicture& picture : {busy_picture(50, 35, 3), noise}) {
-        for (const std::uint32_t key : all_keys) {
-            for (const Color color : {Color::components, Color::rgb}) {
-                for (const std::uint32_t quality : {1U, 75U, 100U}) {
-                    JPEGTestSettings settings = {
-                        .key = key, .quality = quality, .color = color, .cpu = {}};
-                    const Bytes portable = encode_test_picture(picture, settings);
-                    for (const NUV_Cpu& form : forms) {
-                        settings.cpu = form;
-                        EXPECT_EQ(encode_test_picture(picture, settings), portable);
-                    }
-                }
+private:
+    static double cosine(std::size_t frequency, std::size_t place)
+    {
+        const auto u = static_cast<double>(frequency);
+        const auto x = static_cast<double>(place);
+        return (frequency == 0 ? std::numbers::sqrt2 / 4 : 0.5) *
+               std::cos((2 * x + 1) * u * std::numbers::pi / 16);
+    }
+    // Beyond the picture its last column and line go on.
+    double sample(std::size_t component, std::size_t x, std::size_t y) const
+    {
+        const std::size_t across = component == 0 ? 1 : across_;
+        const std::size_t down = component == 0 ? 1 : down_;
+        std::array<double, 3> mean{};
+        for (std::size_t i = 0; i < across * down; ++i) {
+            const std::size_t at_x =
+                std::min<std::size_t>(across * x + i % across, picture_.width - 1);
+            const std::size_t at_y =
+                std::min<std::size_t>(down * y + i / across, picture_.height - 1);
+            for (std::size_t c = 0; c < picture_.channels; ++c)
+                mean[c] +=
+                    picture_.samples[(at_y * picture_.width + at_x) * picture_.channels + c] /
+                    static_cast<double>(across * down);
+        }
+        const auto [r, g, b] = mean;
+        if (!converts_)
+            return std::floor(mean[component] - 128);
+        switch (component) {
+        case 0:
+            return std::floor((19595 * r + 38470 * g + 7471 * b) / 65536) - 128;
+        case 1:
+            return std::floor((-11059 * r - 21709 * g + 32768 * b) / 65536);
+        default:
+            return std::floor((32768 * r - 27439 * g - 5329 * b) / 65536);
+        }
+    }
+
+    const JPEGTestPicture& picture_;
+    std::size_t across_, down_;
+    bool converts_;
+};
+
+// The coefficients that the reference reads are those of the picture, to half a quantiser and what
+// the integers of the transform and the inverses lose, in the same bytes at every level.
+TEST(JPEGStream, HoldsTheTransformOfThePictureForEveryKindAndSize)
+{
+    for (std::uint32_t seed = 0; seed < 600; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const auto draw = [&](std::uint32_t below) {
+            return static_cast<std::uint32_t>(random()) % below;
+        };
+        const std::uint32_t channels = seed % 5 == 0 ? 1 : 3;
+        const bool is_rgb = channels == 3 && draw(2) == 0;
+        JPEGTestSettings settings = {.key = all_keys[seed % 4],
+                                     .quality = draw(3) == 0 ? 100 : draw(101),
+                                     .color = is_rgb ? Color::rgb : Color::components,
+                                     .restart_interval = draw(3) == 0 ? 0xFFFFFFFF : draw(6)};
+        const std::uint32_t noise = draw(3) == 0 ? 0xFF : draw(16);
+        const bool is_extreme = seed % 10 == 9;
+        // One that takes more than the coded bytes of a row are counted on.
+        const JPEGTestPicture whole = make_test_picture(
+            seed == 9 ? 4000 : 1 + draw(60), 1 + draw(50), channels, [&](auto x, auto y, auto c) {
+                return is_extreme ? 255 * draw(2)
+                                  : (3 * x + 2 * y + 50 * c + draw(noise + 1)) & 0xFFU;
+            });
+        JPEGTestPicture picture = whole; // which may break off
+        picture.height = settings.lines = draw(3) == 0 ? 1 + draw(whole.height) : whole.height;
+        const Bytes stream = encode_test_picture(whole, settings);
+        const SourcePlanes source(picture, settings.key,
+                                  is_rgb && settings.key != jpeg_sampling_411);
+        const auto planes = coefficients_by_reference(stream);
+        ASSERT_EQ(planes.size(), channels);
+        for (std::size_t c = 0; c < channels; ++c) {
+            const JPEGReferencePlane& plane = planes[c];
+            for (std::size_t i = 0; i < plane.blocks.size(); ++i) {
+                const auto exact =
+                    source.transform(c, i % plane.blocks_across, i / plane.blocks_across);
+                for (std::size_t k = 0; k < 64; ++k)
+                    ASSERT_NEAR(plane.blocks[i][k], exact[k], 0.52 * plane.quantisers[k] + 1)
+                        << "component " << c << ", block " << i << ", coefficient " << k;
             }
         }
-    }
-}
-
-// Noise at the best quality takes more than the coded bytes of a row are counted on.
-TEST(JPEGStream, HoldsARowThatDoesNotFitTheBuffer)
-{
-    if (!has_program("djpeg"))
-        GTEST_SKIP() << "no djpeg here";
-    const JPEGTestPicture noise{4000, 8, 3,
-                                random_samples<std::uint8_t>(std::size_t{4000} * 8 * 3, 6)};
-    const auto decoded =
-        decode_by_djpeg(encode_test_picture(noise, {.quality = 100, .color = Color::rgb}));
-    ASSERT_TRUE(decoded);
-    EXPECT_GT(signal_to_noise(noise, *decoded), 40.0);
-}
-
-// Every edge of an MCU, in every sampling: other decoders read the stream without a word, and the
-// picture comes back. Flat colours and slopes survive the averaging of chroma.
-TEST(JPEGStream, DecodesElsewhereAtEverySize)
-{
-    if (!has_program("djpeg"))
-        GTEST_SKIP() << "no djpeg here";
-
-    struct Kind {
-        const char* name;
-        std::uint32_t largest_error;
-        std::function<std::uint32_t(std::uint32_t, std::uint32_t, std::uint32_t)> sample;
-    };
-    const Kind kinds[] = {
-        {"flat", 3, [](auto, auto, auto channel) { return 60 + 70 * channel; }},
-        {"slope", 12,
-         [](auto x, auto y, auto channel) { return 40 + 3 * x + 2 * y + 20 * channel; }},
-    };
-    for (const std::uint32_t key : all_keys) {
-        for (const std::uint32_t channels : {1U, 3U}) {
-            if (channels == 1 && key != jpeg_sampling_444)
-                continue; // the same
-            for (const std::uint32_t width : {1U, 7U, 8U, 9U, 16U, 17U, 33U}) {
-                for (const std::uint32_t height : {1U, 8U, 9U, 16U, 17U}) {
-                    for (const Kind& kind : kinds) {
-                        SCOPED_TRACE(::testing::Message()
-                                     << kind.name << " " << std::hex << key << std::dec << " "
-                                     << width << " x " << height << " x " << channels);
-                        const auto picture =
-                            make_test_picture(width, height, channels, kind.sample);
-                        const auto decoded = decode_by_djpeg(encode_test_picture(
-                            picture, {.key = key, .quality = 95, .color = Color::rgb}));
-                        ASSERT_TRUE(decoded);
-                        EXPECT_EQ(decoded->width, width);
-                        EXPECT_EQ(decoded->height, height);
-                        EXPECT_LE(largest_difference(picture, *decoded), kind.largest_error);
-                    }
-                }
-            }
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            settings.cpu = level.cpu;
+            ASSERT_EQ(encode_test_picture(whole, settings), stream) << level.name;
         }
-    }
-}
-
-// Restarts in the middle of a row, and a picture that broke off.
-TEST(JPEGStream, DecodesElsewhereWithRestartsAndCutShort)
-{
-    if (!has_program("djpeg"))
-        GTEST_SKIP() << "no djpeg here";
-    const JPEGTestPicture picture = busy_picture(70, 50, 3);
-    for (const std::uint32_t key : all_keys) {
-        for (const std::uint32_t lines : {1U, 8U, 9U, 33U, 50U}) {
-            const auto plain = decode_by_djpeg(encode_test_picture(
-                picture,
-                {.key = key, .quality = 90, .restart_interval = 0xFFFFFFFF, .lines = lines}));
-            const auto restarted = decode_by_djpeg(encode_test_picture(
-                picture, {.key = key, .quality = 90, .restart_interval = 2, .lines = lines}));
-            ASSERT_TRUE(plain);
-            ASSERT_TRUE(restarted);
-            EXPECT_EQ(plain->height, lines);
-            EXPECT_EQ(plain->samples, restarted->samples);
-        }
-    }
-}
-
-// The colour conversion takes floors where others round, which adds about 0.9 to the mean square
-// error of any picture.
-TEST(JPEGStream, KeepsAPhotographAsWellAsAnotherEncoder)
-{
-    if (!has_program("djpeg") || !has_program("cjpeg"))
-        GTEST_SKIP() << "no djpeg or no cjpeg here";
-    const JPEGTestPicture photo{640, 480, 3, NUV_PhotoLike(640, 480).pixels()};
-    const JPEGTestFile source(to_netpbm(photo));
-    struct Case {
-        std::uint32_t key;
-        const char* sampling;
-    };
-    for (const Case c : {Case{0x111111, "1x1"}, {0x211111, "2x1"}, {0x221111, "2x2"}}) {
-        SCOPED_TRACE(c.sampling);
-        const JPEGTestFile peer;
-        // Its tables of quality 75 are the same halves, rounded up.
-        ASSERT_EQ(std::system((std::string("cjpeg -quality 75 -dct int -sample ") + c.sampling +
-                               " -outfile " + peer.path() + " " + source.path())
-                                  .c_str()),
-                  0);
-        const Bytes ours = encode_test_picture(photo, {.key = c.key, .color = Color::rgb});
-        EXPECT_EQ(JPEGTestSegments(ours).payload(0xDB).size(), 130U);
-        const auto peer_picture = decode_by_djpeg(peer.bytes());
-        const auto our_picture = decode_by_djpeg(ours);
-        ASSERT_TRUE(peer_picture);
-        ASSERT_TRUE(our_picture);
-        EXPECT_NEAR(signal_to_noise(photo, *our_picture), signal_to_noise(photo, *peer_picture),
-                    0.2);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "tests/core/jpeg/nuv_jpegreference.h"
 
+#include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <cstdio>
@@ -35,9 +36,12 @@ std::vector<jpeg_scan_info> parse_scans(const std::string& text)
     for (std::string line; std::getline(lines, line, ';');) {
         jpeg_scan_info scan{};
         scan.Se = 63;
-        std::istringstream numbers(line);
-        while (scan.comps_in_scan < 4 && numbers >> scan.component_index[scan.comps_in_scan])
+        const std::size_t colon = line.find(':');
+        std::istringstream components(line.substr(0, colon));
+        while (scan.comps_in_scan < 4 && components >> scan.component_index[scan.comps_in_scan])
             ++scan.comps_in_scan;
+        if (colon != std::string::npos)
+            std::istringstream(line.substr(colon + 1)) >> scan.Ss >> scan.Se >> scan.Ah >> scan.Al;
         scans.push_back(scan);
     }
     return scans;
@@ -72,6 +76,26 @@ void set_up(jpeg_compress_struct& coder, const JPEGTestPicture& picture,
         coder.scan_info = scans.data();
         coder.num_scans = static_cast<int>(scans.size());
     }
+}
+
+// Calls `work` with a decoder behind the header. False when there was anything to complain of.
+template <class Work>
+bool with_decoder(const std::vector<std::uint8_t>& stream, const Work& work)
+{
+    jpeg_decompress_struct coder{};
+    Errors errors{};
+    coder.err = quiet_errors(errors);
+    if (setjmp(errors.jump) != 0) {
+        jpeg_destroy_decompress(&coder);
+        return false;
+    }
+    jpeg_create_decompress(&coder);
+    jpeg_mem_src(&coder, stream.data(), static_cast<unsigned long>(stream.size()));
+    jpeg_read_header(&coder, TRUE);
+    work(coder);
+    const bool is_clean = errors.manager.num_warnings == 0;
+    jpeg_destroy_decompress(&coder);
+    return is_clean;
 }
 
 } // namespace
@@ -114,34 +138,47 @@ std::vector<std::uint8_t> encode_by_reference(const JPEGTestPicture& picture,
 std::optional<JPEGTestPicture> decode_by_reference(const std::vector<std::uint8_t>& stream)
 {
     JPEGTestPicture picture;
-    jpeg_decompress_struct coder{};
-    Errors errors{};
-    coder.err = quiet_errors(errors);
-    if (setjmp(errors.jump) != 0) {
-        jpeg_destroy_decompress(&coder);
-        return std::nullopt;
-    }
-    jpeg_create_decompress(&coder);
-    jpeg_mem_src(&coder, stream.data(), static_cast<unsigned long>(stream.size()));
-    jpeg_read_header(&coder, TRUE);
-    coder.out_color_space = coder.jpeg_color_space;
-    coder.do_fancy_upsampling = FALSE;
-    coder.do_block_smoothing = FALSE;
-    coder.dct_method = JDCT_ISLOW;
-    jpeg_start_decompress(&coder);
-    picture.width = coder.output_width;
-    picture.height = coder.output_height;
-    picture.channels = static_cast<std::uint32_t>(coder.output_components);
-    picture.samples.resize(picture.line_bytes() * picture.height);
-    while (coder.output_scanline < coder.output_height) {
-        JSAMPLE* line = picture.samples.data() + picture.line_bytes() * coder.output_scanline;
-        jpeg_read_scanlines(&coder, &line, 1);
-    }
-    const bool is_clean = errors.manager.num_warnings == 0;
-    jpeg_destroy_decompress(&coder);
-    if (!is_clean)
-        return std::nullopt;
-    return picture;
+    const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {
+        coder.out_color_space = coder.jpeg_color_space;
+        coder.do_fancy_upsampling = FALSE;
+        coder.do_block_smoothing = FALSE;
+        coder.dct_method = JDCT_ISLOW;
+        jpeg_start_decompress(&coder);
+        picture.width = coder.output_width;
+        picture.height = coder.output_height;
+        picture.channels = static_cast<std::uint32_t>(coder.output_components);
+        picture.samples.resize(picture.line_bytes() * picture.height);
+        while (coder.output_scanline < coder.output_height) {
+            JSAMPLE* line = picture.samples.data() + picture.line_bytes() * coder.output_scanline;
+            jpeg_read_scanlines(&coder, &line, 1);
+        }
+    });
+    return is_clean ? std::optional(picture) : std::nullopt;
+}
+
+std::vector<JPEGReferencePlane> coefficients_by_reference(const std::vector<std::uint8_t>& stream)
+{
+    std::vector<JPEGReferencePlane> planes;
+    const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {
+        jvirt_barray_ptr* const arrays = jpeg_read_coefficients(&coder);
+        for (int c = 0; c < coder.num_components; ++c) {
+            const jpeg_component_info& component = coder.comp_info[c];
+            JPEGReferencePlane& plane = planes.emplace_back();
+            plane.blocks_across = component.width_in_blocks;
+            std::copy_n(component.quant_table->quantval, 64, plane.quantisers.begin());
+            for (JDIMENSION y = 0; y < component.height_in_blocks; ++y) {
+                const JBLOCKROW row = coder.mem->access_virt_barray(
+                    reinterpret_cast<j_common_ptr>(&coder), arrays[c], y, 1, FALSE)[0];
+                for (JDIMENSION x = 0; x < component.width_in_blocks; ++x) {
+                    auto& block = plane.blocks.emplace_back();
+                    for (std::size_t i = 0; i < block.size(); ++i)
+                        block[i] = row[x][i] * plane.quantisers[i];
+                }
+            }
+        }
+        jpeg_finish_decompress(&coder);
+    });
+    return is_clean ? planes : std::vector<JPEGReferencePlane>();
 }
 
 } // namespace nuv

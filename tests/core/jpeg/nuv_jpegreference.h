@@ -5,6 +5,7 @@
 
 #include "tests/core/jpeg/nuv_jpegteststream.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,7 +21,8 @@ struct JPEGReferenceSettings {
     int restart_interval = 0; // MCUs
     int restart_rows = 0;     // MCU rows, when the interval is 0
     bool optimises = false;
-    // The components of each scan, as "0 1;2"; empty for one scan.
+    // The components of each scan, as "0 1;2", and of a progressive one its band and its bits
+    // behind a colon, as "0: 1 63 0 2". Empty for one scan, or the reference's own progression.
     std::string scans = {};
     bool writes_jfif = false;
     int adobe_transform = -1; // below 0 for no Adobe segment
@@ -29,8 +31,20 @@ struct JPEGReferenceSettings {
 [[nodiscard]] std::vector<std::uint8_t> encode_by_reference(const JPEGTestPicture& picture,
                                                             const JPEGReferenceSettings& settings);
 
-// The decoded components without any change of colour. Nothing when it fails.
+// The decoded components without any change of colour. Nothing when there is anything to complain
+// of.
 [[nodiscard]] std::optional<JPEGTestPicture> decode_by_reference(
+    const std::vector<std::uint8_t>& stream);
+
+// The dequantised coefficients of one component, block by block and each in natural order.
+struct JPEGReferencePlane {
+    std::uint32_t blocks_across = 0;
+    std::array<std::int32_t, 64> quantisers{};
+    std::vector<std::array<std::int32_t, 64>> blocks;
+};
+
+// Empty when the reference has anything to complain of.
+[[nodiscard]] std::vector<JPEGReferencePlane> coefficients_by_reference(
     const std::vector<std::uint8_t>& stream);
 
 } // namespace nuv

@@ -3,24 +3,28 @@
 // Pictures, a storage and the tools to look at what the encoder wrote.
 
 #include "core/jpeg/encode/nuv_jpegencoder.h"
+#include "tests/support/nuv_testforms.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <iterator>
-#include <optional>
-#include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace nuv {
+
+// What this processor can run, from the portable forms up.
+inline std::vector<NUV_TestLevel> jpeg_levels()
+{
+    std::vector<NUV_TestLevel> levels;
+    std::copy_if(std::begin(test_levels), std::end(test_levels), std::back_inserter(levels),
+                 [](const NUV_TestLevel& level) { return level.runs_here(); });
+    return levels;
+}
 
 // 8-bit samples, those of a pixel together.
 struct JPEGTestPicture {
@@ -215,101 +219,13 @@ struct JPEGTestSegments {
         }
         return {};
     }
-};
-
-// A file that goes with its object.
-class JPEGTestFile {
-public:
-    explicit JPEGTestFile(const std::vector<std::uint8_t>& bytes = {})
+    // Of the payload of one that is there.
+    [[nodiscard]] std::size_t position(std::uint8_t id) const
     {
-        static int number = 0;
-        path_ = ::testing::TempDir() + "nuv_jpeg_" + std::to_string(::getpid()) + "_" +
-                std::to_string(number++);
-        std::FILE* file = std::fopen(path_.c_str(), "wb");
-        if (!bytes.empty())
-            std::fwrite(bytes.data(), 1, bytes.size(), file);
-        std::fclose(file);
+        return std::find_if(segments.begin(), segments.end(),
+                            [=](const Segment& segment) { return segment.id == id; })
+            ->position;
     }
-    ~JPEGTestFile() { std::remove(path_.c_str()); }
-    JPEGTestFile(const JPEGTestFile&) = delete;
-    JPEGTestFile& operator=(const JPEGTestFile&) = delete;
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-    [[nodiscard]] std::vector<std::uint8_t> bytes() const
-    {
-        std::vector<std::uint8_t> bytes;
-        std::FILE* file = std::fopen(path_.c_str(), "rb");
-        for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file))
-            bytes.push_back(static_cast<std::uint8_t>(byte));
-        std::fclose(file);
-        return bytes;
-    }
-
-private:
-    std::string path_;
 };
-
-// True when the program can be run here.
-inline bool has_program(const char* name)
-{
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-inline std::vector<std::uint8_t> to_netpbm(const JPEGTestPicture& picture)
-{
-    const std::string head = (picture.channels == 1 ? "P5\n" : "P6\n") +
-                             std::to_string(picture.width) + " " + std::to_string(picture.height) +
-                             "\n255\n";
-    std::vector<std::uint8_t> bytes(head.begin(), head.end());
-    bytes.insert(bytes.end(), picture.samples.begin(), picture.samples.end());
-    return bytes;
-}
-
-// What djpeg makes of a stream. Nothing when it has anything to complain of.
-inline std::optional<JPEGTestPicture> decode_by_djpeg(const std::vector<std::uint8_t>& stream)
-{
-    const JPEGTestFile in(stream);
-    const JPEGTestFile out;
-    const JPEGTestFile said;
-    const std::string command = "djpeg -strict -dct int -pnm -outfile " + out.path() + " " +
-                                in.path() + " 2>" + said.path();
-    if (std::system(command.c_str()) != 0 || !said.bytes().empty())
-        return std::nullopt;
-
-    const std::vector<std::uint8_t> bytes = out.bytes();
-    const std::string text(
-        bytes.begin(),
-        bytes.begin() + std::min<std::ptrdiff_t>(40, static_cast<std::ptrdiff_t>(bytes.size())));
-    JPEGTestPicture picture;
-    char kind = 0;
-    int head_bytes = 0;
-    if (std::sscanf(text.c_str(), "P%c %u %u 255%n", &kind, &picture.width, &picture.height,
-                    &head_bytes) != 3)
-        return std::nullopt;
-    picture.channels = kind == '5' ? 1 : 3;
-    picture.samples.assign(bytes.begin() + head_bytes + 1, bytes.end());
-    return picture;
-}
-
-inline std::uint32_t largest_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
-{
-    if (a.samples.size() != b.samples.size())
-        return 256;
-    int largest = 0;
-    for (std::size_t i = 0; i < a.samples.size(); ++i)
-        largest = std::max(largest, std::abs(int{a.samples[i]} - int{b.samples[i]}));
-    return static_cast<std::uint32_t>(largest);
-}
-
-// In decibels.
-inline double signal_to_noise(const JPEGTestPicture& a, const JPEGTestPicture& b)
-{
-    double sum = 0;
-    for (std::size_t i = 0; i < a.samples.size(); ++i) {
-        const double difference = double{1.0} * a.samples[i] - b.samples.at(i);
-        sum += difference * difference;
-    }
-    return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.samples.size()) / sum);
-}
 
 } // namespace nuv

@@ -1,13 +1,15 @@
 #include "core/jpeg/nuv_readjpeg.h"
 
+#include "core/decodetoraw/nuv_decodetoraw.h"
 #include "core/jfif/nuv_readjfif.h"
+#include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpegadobe/nuv_convertycck.h"
 #include "core/jpegadobe/nuv_readjpegadobe.h"
 #include "core/readraster/nuv_readraster.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
-#include "framework/utility/nuv_endian.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/support/nuv_readerharness.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
@@ -44,7 +46,8 @@ NUV_Engine* read_raster(NUV_Manager& manager, NUV_InputStorage* storage)
     return NUV_ReadRasterEx(manager).engine(storage, 0);
 }
 
-Outcome read(const Bytes& stored, const Reader& reader = read_raster)
+Outcome read(const Bytes& stored, const Reader& reader = read_raster,
+             const NUV_Cpu& cpu = NUV_Cpu::current())
 {
     Outcome outcome;
     {
@@ -54,7 +57,7 @@ Outcome read(const Bytes& stored, const Reader& reader = read_raster)
             NUV_ReadRasterEx(chain.manager()).format_info(image.storage(), 0));
         outcome.format = info ? info->format_name() : "";
     }
-    NUV_TestChain chain;
+    NUV_TestChain chain(cpu);
     const NUV_TestStored image(chain.manager(), stored);
     NUV_Engine* engine = reader(chain.manager(), image.storage());
     outcome.has_engine = engine != nullptr;
@@ -105,76 +108,52 @@ TEST(ReadJPEG, GivesTheSamplesOfTheReferenceUnderTheColorOfTheFormat)
     for (const Fixture& stored : lossy_fixtures) {
         const auto expected = decode_by_reference(fixture(stored.file));
         ASSERT_TRUE(expected) << stored.file;
-        const Outcome outcome = read(fixture(stored.file));
-        ASSERT_TRUE(outcome.has_engine) << stored.file << ": " << outcome.method;
-        EXPECT_EQ(outcome.format, stored.format) << stored.file;
-        EXPECT_EQ(outcome.color, stored.color) << stored.file;
-        EXPECT_EQ(outcome.bytes, expected->samples) << stored.file;
-        EXPECT_EQ(outcome.code, NUV_STATUS_OK) << stored.file << ": " << outcome.method;
-    }
-}
-
-// The samples of an anymap, in host order.
-Bytes anymap_samples(const std::string& name, std::size_t samples, std::size_t sample_bytes)
-{
-    const Bytes file = fixture(name);
-    Bytes bytes(file.end() - static_cast<std::ptrdiff_t>(samples * sample_bytes), file.end());
-    for (std::size_t i = 0; sample_bytes == 2 && i < bytes.size(); i += 2) {
-        const std::uint16_t sample = load_be16(&bytes[i]);
-        std::memcpy(&bytes[i], &sample, sizeof(sample));
-    }
-    return bytes;
-}
-
-TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
-{
-    for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{12}, std::uint16_t{16}}) {
-        const std::string base = "lossless_" + std::to_string(bits);
-        const std::size_t sample_bytes = bits > 8 ? 2 : 1;
-        const Bytes expected = anymap_samples(base + ".pgm", std::size_t{19} * 13, sample_bytes);
-        for (int predictor = 1; predictor <= 7; ++predictor) {
-            const std::string name =
-                base + (predictor > 1 ? "_" + std::to_string(predictor) : "") + ".jpg";
-            const Outcome outcome = read(fixture(name));
-            ASSERT_TRUE(outcome.has_engine) << name << ": " << outcome.method;
-            EXPECT_EQ(outcome.format, "jpeg") << name;
-            EXPECT_EQ(outcome.bits, 8 * sample_bytes) << name;
-            EXPECT_EQ(outcome.bytes, expected) << name;
-            EXPECT_EQ(outcome.code, NUV_STATUS_OK) << name << ": " << outcome.method;
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            const Outcome outcome = read(fixture(stored.file), read_raster, level.cpu);
+            ASSERT_TRUE(outcome.has_engine) << stored.file << ": " << outcome.method;
+            EXPECT_EQ(outcome.format, stored.format) << stored.file;
+            EXPECT_EQ(outcome.color, stored.color) << stored.file;
+            EXPECT_EQ(outcome.bytes, expected->samples) << stored.file << level.name;
+            EXPECT_EQ(outcome.code, NUV_STATUS_OK) << stored.file << ": " << outcome.method;
         }
     }
-    const Outcome color = read(fixture("lossless_rgb.jpg"));
-    EXPECT_EQ(color.bytes, anymap_samples("lossless_rgb.ppm", std::size_t{33} * 17 * 3, 1))
-        << color.method;
-
-    Bytes rounded = anymap_samples("lossless_16.pgm", std::size_t{19} * 13, 2);
-    for (std::size_t i = 0; i < rounded.size(); i += 2)
-        rounded[i] &= 0xF8U;
-    EXPECT_EQ(read(fixture("lossless_16_point_transform.jpg")).bytes, rounded);
 }
 
-// Only the extended reader takes deep samples, and only from the first page.
-TEST(ReadLosslessJPEG, RescuesDeepSamplesForTheExtendedReaderAlone)
+// Of the tools of dcmtk.
+TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
 {
-    const Bytes deep = fixture("lossless_12.jpg");
-    const Outcome plain = read(deep, [](NUV_Manager& manager, NUV_InputStorage* storage) {
-        return NUV_ReadRaster(manager).engine(storage, 0);
-    });
-    EXPECT_FALSE(plain.has_engine);
-    const Outcome second = read(deep, [](NUV_Manager& manager, NUV_InputStorage* storage) {
-        return NUV_ReadRasterEx(manager).engine(storage, 1);
-    });
-    EXPECT_FALSE(second.has_engine);
-    EXPECT_EQ(second.code, NUV_ERR_UNSUPPORTED);
-    EXPECT_EQ(second.method, "NUV_ReadRaster::engine()");
-    EXPECT_EQ(second.position, 0);
-
-    const Outcome lossy =
-        read(fixture("420.jpg"), [](NUV_Manager& manager, NUV_InputStorage* storage) {
-            return NUV_ReadLosslessJPEG(manager).engine(storage);
-        });
-    EXPECT_EQ(lossy.code, NUV_ERR_UNSUPPORTED);
-    EXPECT_EQ(lossy.method, "NUV_ReadLosslessJPEG::engine()");
+    struct Case {
+        std::string file;
+        std::string judge;
+        std::uint32_t precision;
+        std::size_t samples = std::size_t{19} * 13;
+        std::uint8_t kept = 0xFF; // bits of the low bytes
+    };
+    std::vector<Case> cases = {
+        {"lossless_rgb", "lossless_rgb.ppm", 8, std::size_t{33} * 17 * 3},
+        {"lossless_16_point_transform", "lossless_16.pgm", 16, std::size_t{19} * 13, 0xF8},
+    };
+    for (const std::uint32_t precision : {8U, 12U, 16U}) {
+        const std::string base = "lossless_" + std::to_string(precision);
+        for (const char* predictor : {"", "_2", "_3", "_4", "_5", "_6", "_7"})
+            cases.push_back({base + predictor, base + ".pgm", precision});
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        const Bytes stored = fixture(c.file + ".jpg");
+        EXPECT_EQ(JPEGTestSegments(stored).payload(0xC3)[0], c.precision);
+        const std::uint16_t bits = c.precision > 8 ? 16 : 8;
+        Bytes expected = anymap_samples(("jpeg/" + c.judge).c_str(), c.samples * bits / 8, bits);
+        for (std::size_t i = 0; i < expected.size(); i += 2)
+            expected[i] &= c.kept;
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            const Outcome outcome = read(stored, read_raster, level.cpu);
+            EXPECT_EQ(outcome.format, "jpeg");
+            EXPECT_EQ(outcome.bits, bits);
+            EXPECT_EQ(outcome.bytes, expected) << level.name;
+            EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
+        }
+    }
 }
 
 JPEGTestPicture small_picture(std::uint32_t channels)
@@ -223,7 +202,7 @@ Bytes with_segment(Bytes stream, int id, const std::string& payload)
     return stream;
 }
 
-TEST(ReadRaster, TellsTheJPEGFormatsApartByTheirSegments)
+TEST(ReadJPEG, TellsTheFormatsApartByTheirSegments)
 {
     const Bytes plain = encode_by_reference(small_picture(3), {});
     const Bytes four = encode_by_reference(small_picture(4), {.key = 0x11111111});
@@ -237,26 +216,19 @@ TEST(ReadRaster, TellsTheJPEGFormatsApartByTheirSegments)
     const Case cases[] = {
         {plain, "jpeg", NUV_ColorType::ycbcr},
         {four, "jpeg", NUV_ColorType::cmyk}, // and not turned
-        {with_segment(plain, 0xE0, jfif), "jfif", NUV_ColorType::ycbcr},
         {with_segment(plain, 0xE0, jfif.substr(0, 5)), "jfif", NUV_ColorType::ycbcr},
         {with_segment(plain, 0xE0, jfif.substr(0, 4)), "jpeg", NUV_ColorType::ycbcr},
         {with_segment(plain, 0xE1, jfif), "jpeg", NUV_ColorType::ycbcr},
         {with_segment(plain, 0xEE, adobe), "jpeg_adobe", NUV_ColorType::ycbcr},
         {with_segment(plain, 0xEE, adobe.substr(0, 11)), "jpeg", NUV_ColorType::ycbcr},
-        {with_segment(with_segment(plain, 0xE0, jfif), 0xEE, adobe), "jpeg_adobe",
-         NUV_ColorType::ycbcr},
     };
-    const auto reference = decode_by_reference(plain);
     for (const Case& stored : cases) {
         const Outcome outcome = read(stored.stream);
         EXPECT_EQ(outcome.format, stored.format);
         EXPECT_EQ(outcome.color, stored.color);
         EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
-        if (outcome.channels == 3) {
-            EXPECT_EQ(outcome.bytes, reference->samples);
-        } else {
-            EXPECT_EQ(outcome.bytes, decode_by_reference(four)->samples);
-        }
+        EXPECT_EQ(outcome.bytes,
+                  decode_by_reference(outcome.channels == 3 ? plain : four)->samples);
     }
 
     NUV_TestChain chain;
@@ -353,6 +325,9 @@ std::vector<Refusal> refusals()
         {"3 x 1", fixture("refused_3x1.jpg"), read_raster, NUV_ERR_UNSUPPORTED, engine},
         {"CMYK, chroma by 2", fixture("refused_cmyk_2x2.jpg"), read_raster, NUV_ERR_UNSUPPORTED,
          engine},
+        {"lossy, to the lossless reader", fixture("420.jpg"),
+         [](NUV_Manager& m, NUV_InputStorage* s) { return NUV_ReadLosslessJPEG(m).engine(s); },
+         NUV_ERR_UNSUPPORTED, "NUV_ReadLosslessJPEG::engine()"},
         {"scale 0", gray, at_scale(0), NUV_ERR_UNSUPPORTED, engine},
         {"scale 100", gray, at_scale(100), NUV_ERR_UNSUPPORTED, engine},
         {"a scale above 1", gray, at_scale(512), NUV_ERR_UNSUPPORTED, engine},
@@ -474,6 +449,117 @@ TEST(ReadJPEG, SurvivesEveryPrefixAndEveryChangedByteOfEveryFixture)
             }
         }
     }
+}
+
+// A stream taken apart into its tables and the rest.
+struct Abbreviated {
+    Bytes tables = {0xFF, 0xD8};
+    Bytes image = {0xFF, 0xD8};
+};
+
+Abbreviated abbreviate(const Bytes& stream)
+{
+    Abbreviated parts;
+    const JPEGTestSegments segments(stream);
+    for (const auto& segment : segments.segments) {
+        const bool is_table = segment.id == 0xDB || segment.id == 0xC4;
+        Bytes& part = is_table ? parts.tables : parts.image;
+        part.insert(part.end(), stream.begin() + static_cast<std::ptrdiff_t>(segment.position) - 4,
+                    stream.begin() +
+                        static_cast<std::ptrdiff_t>(segment.position + segment.payload.size()));
+    }
+    parts.image.insert(parts.image.end(),
+                       stream.begin() + static_cast<std::ptrdiff_t>(segments.scan_position),
+                       stream.end());
+    return parts;
+}
+
+const NUV_TestImage coded_image = {.width = 21,
+                                   .height = 18,
+                                   .channels = 3,
+                                   .encode_type = NUV_EncodeType::jpeg,
+                                   .color_type = NUV_ColorType::ycbcr};
+
+TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
+{
+    const Bytes whole = encode_by_reference(small_picture(3), {.key = 0x211111});
+    const Abbreviated parts = abbreviate(whole);
+    Bytes with_end = parts.tables;
+    with_end.insert(with_end.end(), {0xFF, 0xD9});
+    for (const Bytes& tables : {parts.tables, with_end}) {
+        NUV_TestChain chain;
+        NUV_JPEGTableInfo info(chain.manager());
+        {
+            const NUV_TestStored stored(chain.manager(), tables);
+            ASSERT_TRUE(info.load(stored.storage()));
+        }
+        const NUV_DecodeJPEGOption option(info, 0, 256);
+        chain.source_bytes(coded_image, parts.image);
+        ASSERT_TRUE(chain.append<NUV_DecodeJPEG>(&option)) << chain.status().method;
+        EXPECT_EQ(chain.run_bytes(), decode_by_reference(whole)->samples);
+        EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+    }
+
+    struct Case {
+        Bytes tables;
+        NUV_StatusCode code;
+    };
+    const Case cases[] = {
+        {{'B', 'M', 0, 0}, NUV_ERR_BROKEN_DATA},
+        {{0xFF, 0xD8}, NUV_ERR_BROKEN_DATA},
+        {{parts.tables.begin(), parts.tables.end() - 1}, NUV_ERR_BROKEN_DATA},
+        {{0xFF, 0xD8, 0xFF, 0xDB, 0, 2}, NUV_ERR_INVALID_DATA},
+    };
+    for (const Case& bad : cases) {
+        NUV_TestChain chain;
+        NUV_JPEGTableInfo info(chain.manager());
+        const NUV_TestStored stored(chain.manager(), bad.tables);
+        EXPECT_FALSE(info.load(stored.storage()));
+        EXPECT_EQ(chain.status().code, bad.code);
+        EXPECT_STREQ(chain.status().method, "NUV_JPEGTableInfoInternal::initiate()");
+    }
+}
+
+TEST(DecodeToRaw, DecodesTheJPEGStreamOfAnEngine)
+{
+    const Bytes stream =
+        encode_by_reference(small_picture(3), {.key = 0x221111, .is_progressive = true});
+    NUV_TestChain chain;
+    chain.source_bytes(coded_image, stream, 7);
+    ASSERT_TRUE(chain.append<NUV_DecodeToRaw>());
+    EXPECT_EQ(chain.run_bytes(), decode_by_reference(stream)->samples);
+
+    NUV_TestChain raw;
+    raw.blank_source({.width = 2, .height = 2});
+    NUV_Engine* const before = raw.last();
+    EXPECT_TRUE(raw.append<NUV_DecodeJPEG>());
+    EXPECT_EQ(raw.last(), before);
+
+    NUV_TestChain none;
+    EXPECT_FALSE(none.append<NUV_DecodeJPEG>());
+    EXPECT_EQ(none.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(none.status().method, "NUV_DecodeJPEG::engine()");
+
+    NUV_TestChain foreign;
+    foreign.source_bytes(coded_image, {1, 2, 3, 4});
+    EXPECT_FALSE(foreign.append<NUV_DecodeJPEG>());
+    EXPECT_EQ(foreign.status().code, NUV_ERR_FORMAT);
+}
+
+// The colour that an info is asked for.
+TEST(JPEGInfo, DeliversTheColorItIsAskedFor)
+{
+    const Bytes stream = encode_by_reference(small_picture(3), {});
+    NUV_TestChain chain;
+    const NUV_TestStored image(chain.manager(), stream);
+    NUV_JPEGInfo info(chain.manager());
+    ASSERT_TRUE(info.load(image.storage(), NUV_ColorType::s_rgb, nullptr, 0));
+    EXPECT_EQ(info.color_type(), NUV_ColorType::s_rgb);
+    EXPECT_EQ(info.color_code(), 1U);
+    chain.last(NUV_ReadJPEG(chain.manager()).engine(image.storage(), &info, 256));
+    const Bytes rgb = chain.run_bytes();
+    ASSERT_EQ(rgb.size(), 21U * 18 * 3);
+    EXPECT_NE(rgb, decode_by_reference(stream)->samples);
 }
 
 } // namespace

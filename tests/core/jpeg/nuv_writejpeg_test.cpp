@@ -2,15 +2,15 @@
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
 #include "core/jpeg/source/nuv_writejpegengine.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
-#include "framework/io/nuv_fileoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
-#include "tests/core/jpeg/nuv_jpegwritetest.h"
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace nuv {
@@ -21,6 +21,23 @@ using Color = NUV_JPEGEncoder::SourceColor;
 
 constexpr std::uint32_t no_restarts = 0xFFFFFFFF;
 
+// Appends a writer to a chain.
+using Append = std::function<bool(NUV_TestChain&, NUV_OutputStorage*)>;
+
+Append lossy(NUV_EncodeJPEGAttributes* option = nullptr)
+{
+    return [=](NUV_TestChain& chain, NUV_OutputStorage* storage) {
+        return chain.append<NUV_WriteJPEG>(storage, option);
+    };
+}
+
+Append lossless(NUV_WriteLosslessJPEGOption* option = nullptr)
+{
+    return [=](NUV_TestChain& chain, NUV_OutputStorage* storage) {
+        return chain.append<NUV_WriteLosslessJPEG>(storage, option);
+    };
+}
+
 NUV_TestImage image_of(const JPEGTestPicture& picture, const NUV_ColorType* color)
 {
     return {.width = picture.width,
@@ -29,35 +46,39 @@ NUV_TestImage image_of(const JPEGTestPicture& picture, const NUV_ColorType* colo
             .color_type = color};
 }
 
-// The picture through a whole chain into `capacity` bytes; of its lines only the first `lines`
-// arrive.
-Bytes write_picture(NUV_TestChain& chain, const JPEGTestPicture& picture,
-                    const NUV_ColorType* color, NUV_EncodeJPEGAttributes* option,
-                    std::size_t capacity = 1 << 20, std::uint32_t lines = 0xFFFFFFFF)
+// Steps the writer to its end and lets go of it.
+void run_writer(NUV_TestChain& chain)
 {
-    Bytes samples = picture.samples;
-    samples.resize(std::min(picture.height, lines) * picture.line_bytes());
-    return write_lines<NUV_WriteJPEG>(chain, image_of(picture, color), samples, option, capacity);
+    if (NUV_Engine* const writer = chain.last()) {
+        while (writer->execute()) {
+        }
+        writer->end();
+        chain.last(nullptr);
+    }
 }
 
-TEST(WriteJPEGOption, CutsQualityAtAHundred)
+// The image through a whole chain into `capacity` bytes, behind which nothing may change; of its
+// lines only those come that `samples` has.
+Bytes write(NUV_TestChain& chain, const NUV_TestImage& image, const Bytes& samples,
+            const Append& append, std::size_t capacity = 1 << 16)
 {
-    NUV_WriteJPEGOption option(101, jpeg_sampling_420, 7);
-    EXPECT_EQ(option.quality(), 100U);
-    option.set_quality(30);
-    EXPECT_EQ(option.quality(), 30U);
-    option.set_quality(0xFFFFFFFF);
-    EXPECT_EQ(option.quality(), 100U);
+    constexpr std::uint8_t untouched = 0xA5;
+    Bytes memory(capacity + 16, untouched);
+    const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
+        chain.manager(), memory.data(), static_cast<std::int32_t>(capacity));
+    chain.source_bytes(image, samples);
+    append(chain, storage.get());
+    run_writer(chain);
+    EXPECT_EQ(Bytes(memory.end() - 16, memory.end()), Bytes(16, untouched));
+    memory.resize(static_cast<std::size_t>(storage ? storage->size() : 0));
+    return memory;
 }
 
-TEST(WriteJPEG, TakesQuality75AndHalfWidthChromaWithoutAnOption)
+Bytes first_lines(const JPEGTestPicture& picture, std::uint32_t lines)
 {
-    const JPEGTestPicture picture = busy_picture(40, 30, 3);
-    NUV_TestChain chain;
-    EXPECT_EQ(write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr),
-              encode_test_picture(picture,
-                                  {.key = jpeg_sampling_422, .quality = 75, .color = Color::rgb}));
-    EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+    return {picture.samples.begin(),
+            picture.samples.begin() + static_cast<std::ptrdiff_t>(std::min(lines, picture.height) *
+                                                                  picture.line_bytes())};
 }
 
 TEST(WriteJPEG, TreatsEachColorAsItsKindAsks)
@@ -67,9 +88,8 @@ TEST(WriteJPEG, TreatsEachColorAsItsKindAsks)
         std::uint32_t channels;
         std::uint32_t asked;
         std::uint32_t written;
-        Color color;
+        Color color = Color::components;
     };
-    constexpr Color plain = Color::components;
     const Case cases[] = {
         {NUV_ColorType::s_rgb, 3, 0x111111, 0x111111, Color::rgb},
         {NUV_ColorType::s_rgb, 3, 0x221111, 0x221111, Color::rgb},
@@ -77,98 +97,108 @@ TEST(WriteJPEG, TreatsEachColorAsItsKindAsks)
         {NUV_ColorType::s_rgb, 3, 0x121111, 0x111111, Color::rgb},
         {NUV_ColorType::s_rgb, 3, 0, 0x111111, Color::rgb},
         {NUV_ColorType::adobe_rgb, 3, 0x211111, 0x211111, Color::rgb},
-        {NUV_ColorType::ycbcr, 3, 0x221111, 0x221111, plain},
-        {NUV_ColorType::ycbcr, 3, 0x411111, 0x411111, plain},
-        {NUV_ColorType::itu_lab, 3, 0x221111, 0x111111, plain},
-        {NUV_ColorType::icc_lab, 3, 0x211111, 0x111111, plain},
-        {NUV_ColorType::cmy, 3, 0x411111, 0x111111, plain},
-        {NUV_ColorType::gray, 1, 0x221111, 0x111111, plain},
-        {NUV_ColorType::gray_reverse, 1, 0x211111, 0x111111, plain},
-        {NUV_ColorType::lstar, 1, 0x111111, 0x111111, plain},
+        {NUV_ColorType::ycbcr, 3, 0x221111, 0x221111},
+        {NUV_ColorType::ycbcr, 3, 0x411111, 0x411111},
+        {NUV_ColorType::itu_lab, 3, 0x221111, 0x111111},
+        {NUV_ColorType::icc_lab, 3, 0x211111, 0x111111},
+        {NUV_ColorType::cmy, 3, 0x411111, 0x111111},
+        {NUV_ColorType::gray, 1, 0x221111, 0x111111},
+        {NUV_ColorType::gray_reverse, 1, 0x211111, 0x111111},
+        {NUV_ColorType::lstar, 1, 0x111111, 0x111111},
     };
+    Bytes lossless_streams[4];
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         const JPEGTestPicture picture = busy_picture(35, 20, c.channels);
         NUV_WriteJPEGOption option(60, c.asked, no_restarts);
         NUV_TestChain chain;
-        EXPECT_EQ(write_picture(chain, picture, c.type, &option),
+        NUV_TestImage image = image_of(picture, c.type);
+        EXPECT_EQ(write(chain, image, picture.samples, lossy(&option)),
                   encode_test_picture(picture, {.key = c.written,
                                                 .quality = 60,
                                                 .color = c.color,
                                                 .restart_interval = no_restarts}));
+        // Lossless, the bits are what counts, whatever they mean.
+        for (const NUV_DataType* type : {NUV_DataType::u_integer, NUV_DataType::s_integer}) {
+            NUV_TestChain exact;
+            image.data_type = type;
+            const Bytes stream = write(exact, image, picture.samples, lossless());
+            Bytes& first = lossless_streams[c.channels];
+            first = first.empty() ? stream : first;
+            EXPECT_EQ(stream, first);
+            EXPECT_EQ(JPEGTestSegments(stream).payload(0xC0), Bytes());
+        }
     }
 }
 
-TEST(WriteJPEG, WritesTheSameToEveryKindOfStorage)
+TEST(WriteJPEG, TakesQuality75HalfWidthChromaAndARestartEachRowWithoutAnOption)
+{
+    const JPEGTestPicture picture = busy_picture(40, 30, 3);
+    NUV_TestChain chain;
+    EXPECT_EQ(write(chain, image_of(picture, NUV_ColorType::s_rgb), picture.samples, lossy()),
+              encode_test_picture(picture,
+                                  {.key = jpeg_sampling_422, .quality = 75, .color = Color::rgb}));
+    EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+
+    NUV_WriteJPEGOption option(101, jpeg_sampling_420, 7);
+    EXPECT_EQ(option.quality(), 100U);
+    option.set_quality(30);
+    EXPECT_EQ(option.quality(), 30U);
+    option.set_quality(0xFFFFFFFF);
+    EXPECT_EQ(option.quality(), 100U);
+}
+
+TEST(WriteLosslessJPEG, PassesItsOptionsOn)
+{
+    const JPEGTestPicture picture = busy_picture(10, 20, 1);
+    const NUV_TestImage image = image_of(picture, NUV_ColorType::gray);
+    Bytes streams[2];
+    for (const bool optimise : {false, true}) {
+        NUV_WriteLosslessJPEGOption option(optimise, 30);
+        NUV_TestChain chain;
+        streams[optimise ? 1 : 0] = write(chain, image, picture.samples, lossless(&option));
+        EXPECT_EQ(JPEGTestSegments(streams[optimise ? 1 : 0]).payload(0xDD), (Bytes{0, 30}));
+    }
+    EXPECT_LT(streams[1].size(), streams[0].size());
+
+    NUV_WriteLosslessJPEGOption part_of_a_line(false, 15);
+    NUV_TestChain chain;
+    EXPECT_EQ(write(chain, image, picture.samples, lossless(&part_of_a_line)), Bytes());
+    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    EXPECT_STREQ(chain.status().method, "NUV_WriteJPEGEngine::initiate()");
+}
+
+// Behind what is in the storage, whole, or broken off with a height to correct.
+TEST(WriteJPEG, WritesTheSameToEveryKindOfStorageFromWhereItStands)
 {
     const JPEGTestPicture picture = busy_picture(200, 50, 3);
     NUV_WriteJPEGOption option(95, jpeg_sampling_420, 0);
-    const Bytes expected = encode_test_picture(
-        picture, {.key = jpeg_sampling_420, .quality = 95, .color = Color::rgb});
-    ASSERT_GT(expected.size(), 4096U);
-
-    for (const std::uint32_t lines : {50U, 20U}) { // whole, and cut short with a height to correct
+    for (const std::uint32_t lines : {50U, 20U, 1U, 0U}) {
         const Bytes stream = encode_test_picture(
             picture,
             {.key = jpeg_sampling_420, .quality = 95, .color = Color::rgb, .lines = lines});
-        const JPEGTestFile file;
+        EXPECT_EQ(JPEGTestSegments(stream).payload(0xC0)[2], lines == 0 ? 50 : lines);
         NUV_TestChain chain;
-        auto to_file = make_initiated<NUV_FileOutputStorage>(chain.manager(), file.path().c_str());
-        const auto to_memory = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 1000);
-        ASSERT_TRUE(to_file);
-        ASSERT_TRUE(to_memory);
-        JPEGTestPicture part = picture;
-        part.samples.resize(lines * picture.line_bytes());
-        for (NUV_OutputStorage* storage : {static_cast<NUV_OutputStorage*>(to_file.get()),
-                                           static_cast<NUV_OutputStorage*>(to_memory.get())}) {
-            chain.source_bytes(image_of(picture, NUV_ColorType::s_rgb), part.samples);
-            ASSERT_TRUE(chain.append<NUV_WriteJPEG>(storage, &option));
+        Bytes memory(1 << 16);
+        const auto to_bytes = make_initiated<NUV_ByteArrayOutputStorage>(
+            chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
+        const auto to_blocks = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 1000);
+        for (NUV_OutputStorage* storage : {static_cast<NUV_OutputStorage*>(to_bytes.get()),
+                                           static_cast<NUV_OutputStorage*>(to_blocks.get())}) {
+            ASSERT_EQ(storage->write("before", 6), 6);
+            chain.source_bytes(image_of(picture, NUV_ColorType::s_rgb),
+                               first_lines(picture, lines));
+            ASSERT_TRUE(lossy(&option)(chain, storage));
             run_writer(chain);
-            EXPECT_EQ(storage->size(), static_cast<std::int32_t>(stream.size()));
+            EXPECT_EQ(storage->position(), static_cast<std::int32_t>(6 + stream.size()));
         }
-        EXPECT_EQ(file.bytes(), stream);
-        auto* reader = to_memory->create_input_storage();
-        Bytes read(stream.size());
+        const NUV_Held<NUV_InputStorage> reader(to_blocks->create_input_storage());
+        Bytes read(6 + stream.size());
         EXPECT_EQ(reader->read(read.data(), static_cast<std::int32_t>(read.size())),
                   static_cast<std::int32_t>(read.size()));
-        EXPECT_EQ(read, stream);
-        reader->end();
-    }
-}
-
-// What is before the stream in the storage stays, also when the height is corrected.
-TEST(WriteJPEG, StartsWhereTheStorageStands)
-{
-    const JPEGTestPicture picture = busy_picture(16, 16, 1);
-    const Bytes stream = encode_test_picture(picture, {.lines = 3});
-    NUV_TestChain chain;
-    Bytes memory(4096);
-    const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-        chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
-    ASSERT_EQ(storage->write("before", 6), 6);
-    JPEGTestPicture part = picture;
-    part.samples.resize(3 * picture.line_bytes());
-    chain.source_bytes(image_of(picture, NUV_ColorType::gray), part.samples);
-    ASSERT_TRUE(chain.append<NUV_WriteJPEG>(storage.get()));
-    run_writer(chain);
-    EXPECT_EQ(storage->position(), static_cast<std::int32_t>(6 + stream.size()));
-    EXPECT_EQ(Bytes(memory.begin(), memory.begin() + 6), (Bytes{'b', 'e', 'f', 'o', 'r', 'e'}));
-    EXPECT_EQ(
-        Bytes(memory.begin() + 6, memory.begin() + 6 + static_cast<std::ptrdiff_t>(stream.size())),
-        stream);
-}
-
-TEST(WriteJPEG, ClosesAChainThatBreaksOff)
-{
-    const JPEGTestPicture picture = busy_picture(30, 40, 3);
-    for (const std::uint32_t lines : {0U, 1U, 8U, 9U, 39U}) {
-        NUV_TestChain chain;
-        const Bytes stream =
-            write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr, 1 << 16, lines);
-        EXPECT_EQ(stream,
-                  encode_test_picture(
-                      picture, {.key = jpeg_sampling_422, .color = Color::rgb, .lines = lines}));
-        EXPECT_EQ(JPEGTestSegments(stream).payload(0xC0)[2], lines == 0 ? 40 : lines);
+        EXPECT_EQ(Bytes(read.begin() + 6, read.end()), stream);
+        memory.resize(read.size());
+        EXPECT_EQ(memory, read);
     }
 }
 
@@ -183,7 +213,7 @@ TEST(WriteJPEG, ClosesTheStreamWhenTheManagerGoes)
         const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
             chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
         chain.source_bytes(image_of(picture, NUV_ColorType::gray), picture.samples);
-        ASSERT_TRUE(chain.append<NUV_WriteJPEG>(storage.get()));
+        ASSERT_TRUE(lossy()(chain, storage.get()));
         for (int line = 0; line < 10; ++line)
             ASSERT_TRUE(chain.last()->execute());
         chain.manager().clear();
@@ -197,62 +227,72 @@ TEST(WriteJPEG, ClosesTheStreamWhenTheManagerGoes)
 // What fitted stands, of a stream that was cut short with the height it began with.
 TEST(WriteJPEG, FailsWhereverTheDestinationEnds)
 {
+    NUV_WriteLosslessJPEGOption standard(false, 34);
+    NUV_WriteLosslessJPEGOption optimal(true, 34);
     const JPEGTestPicture picture = busy_picture(17, 20, 3);
-    for (const std::uint32_t lines : {20U, 11U}) {
-        const Bytes whole = encode_test_picture(
-            picture, {.key = jpeg_sampling_422, .color = Color::rgb, .lines = lines});
-        const std::size_t height_position = JPEGTestSegments(whole).segments[3].position + 2;
-        for (std::size_t capacity = 1; capacity <= whole.size(); ++capacity) {
-            NUV_TestChain chain;
-            const Bytes got =
-                write_picture(chain, picture, NUV_ColorType::s_rgb, nullptr, capacity, lines);
-            Bytes expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(capacity));
-            if (capacity < whole.size() && capacity > height_position)
-                expected[height_position] = 20;
-            EXPECT_EQ(got, expected) << capacity;
-            EXPECT_EQ(chain.status().code, capacity < whole.size() ? NUV_ERR_IO : NUV_STATUS_OK)
-                << capacity;
+    const NUV_TestImage image = image_of(picture, NUV_ColorType::s_rgb);
+    struct Writer {
+        Append append;
+        std::uint8_t frame;
+        bool corrects_height; // and does not know it when the header is written
+    };
+    for (const Writer& writer : {Writer{lossy(), 0xC0, true},
+                                 {lossless(&standard), 0xC3, true},
+                                 {lossless(&optimal), 0xC3, false}}) {
+        for (const std::uint32_t lines : {20U, 11U}) {
+            const auto write_into = [&](NUV_TestChain& chain, std::size_t capacity) {
+                return write(chain, image, first_lines(picture, lines), writer.append, capacity);
+            };
+            NUV_TestChain enough;
+            const Bytes whole = write_into(enough, 1 << 16);
+            const std::size_t height = JPEGTestSegments(whole).position(writer.frame) + 2;
+            for (std::size_t capacity = 1; capacity <= whole.size(); ++capacity) {
+                NUV_TestChain chain;
+                const Bytes got = write_into(chain, capacity);
+                Bytes expected(whole.begin(),
+                               whole.begin() + static_cast<std::ptrdiff_t>(capacity));
+                if (writer.corrects_height && capacity < whole.size() && capacity > height)
+                    expected[height] = 20;
+                ASSERT_EQ(got, expected) << capacity;
+                ASSERT_EQ(chain.status().code,
+                          capacity < whole.size() ? NUV_ERR_IO : NUV_STATUS_OK);
+            }
         }
     }
 }
 
-TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
+TEST(WriteJPEG, LeavesNothingBehindWhenMemoryRunsOut)
 {
-    constexpr auto in_creator = "NUV_WriteJPEG::engine()";
-    constexpr auto in_engine = "NUV_WriteJPEGEngine::initiate()";
-    constexpr auto in_storage = "NUV_StorageOutputEngine::initiate()";
+    NUV_WriteLosslessJPEGOption optimal(true, no_restarts);
+    const JPEGTestPicture picture = busy_picture(20, 10, 3);
+    for (const Append& append : {lossy(), lossless(), lossless(&optimal)}) {
+        expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+            const auto storage = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 1000);
+            chain.source_bytes(image_of(picture, NUV_ColorType::s_rgb), picture.samples);
+            append(chain, storage.get());
+            run_writer(chain);
+        });
+    }
+}
 
+TEST(WriteJPEG, SaysWhyItRefusesAndLeavesNothingBehind)
+{
     NUV_WriteLosslessJPEGOption other(false, no_restarts);
+    const NUV_ColorType* const gray = NUV_ColorType::gray;
     enum Storage { open, closed, none };
-    enum Writers { both, baseline };
     struct Case {
         const char* what;
         NUV_TestImage image;
-        NUV_StatusCode code = NUV_ERR_UNSUPPORTED;
+        bool is_written_lossless = false;
         Storage storage = open;
-        const char* method = in_engine;
         NUV_EncodeJPEGAttributes* attributes = nullptr;
-        Writers writers = both;
     };
-    const NUV_ColorType* gray = NUV_ColorType::gray;
     const Case cases[] = {
         {"coded", {.encode_type = NUV_EncodeType::flate, .color_type = gray}},
         {"bilevel", {.bits = 1, .color_type = gray}},
-        {"16 bits",
-         {.bits = 16, .color_type = gray},
-         NUV_ERR_UNSUPPORTED,
-         open,
-         in_engine,
-         nullptr,
-         baseline},
+        {"16 bits", {.bits = 16, .color_type = gray}, true},
         {"32 bits", {.bits = 32, .color_type = gray}},
-        {"signed",
-         {.data_type = NUV_DataType::s_integer, .color_type = gray},
-         NUV_ERR_UNSUPPORTED,
-         open,
-         in_engine,
-         nullptr,
-         baseline},
+        {"signed", {.data_type = NUV_DataType::s_integer, .color_type = gray}, true},
         {"floating", {.bits = 32, .data_type = NUV_DataType::floating, .color_type = gray}},
         {"two channels", {.channels = 2, .color_type = NUV_ColorType::unknown}},
         {"four channels", {.channels = 4, .color_type = NUV_ColorType::cmyk}},
@@ -263,58 +303,39 @@ TEST(WriteJPEGRefusal, SaysWhyAndLeavesNothingBehind)
         {"unknown colour", {.color_type = NUV_ColorType::unknown}},
         {"hsl", {.channels = 3, .color_type = NUV_ColorType::hsl}},
         {"xyz", {.channels = 3, .color_type = NUV_ColorType::xyz}},
-        {"no storage", {.color_type = gray}, NUV_ERR_ARGUMENT, none, in_storage},
-        {"closed storage", {.color_type = gray}, NUV_ERR_ARGUMENT, closed, in_storage},
-        {"attributes of the other kind",
-         {.color_type = gray},
-         NUV_ERR_ARGUMENT,
-         open,
-         in_engine,
-         &other,
-         baseline},
+        {"no storage", {.color_type = gray}, false, none},
+        {"closed storage", {.color_type = gray}, false, closed},
+        {"attributes of the other kind", {.color_type = gray}, true, open, &other},
     };
     for (const Case& c : cases) {
-        for (const bool lossless : {false, true}) {
-            if (lossless && c.writers == baseline)
+        for (const bool is_lossless : {false, true}) {
+            if (is_lossless && c.is_written_lossless)
                 continue;
-            SCOPED_TRACE(testing::Message() << c.what << ", lossless " << lossless);
+            SCOPED_TRACE(testing::Message() << c.what << ", lossless " << is_lossless);
             NUV_TestChain chain;
             Bytes memory(4096);
-            const auto open_storage = make_initiated<NUV_ByteArrayOutputStorage>(
+            const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
                 chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
             chain.blank_source(c.image);
             if (c.storage == closed)
-                open_storage->close();
-            NUV_OutputStorage* const storage = c.storage == none ? nullptr : open_storage.get();
-            EXPECT_FALSE(lossless ? chain.append<NUV_WriteLosslessJPEG>(storage, nullptr)
-                                  : chain.append<NUV_WriteJPEG>(storage, c.attributes));
-            EXPECT_EQ(chain.status().code, c.code);
-            EXPECT_STREQ(chain.status().method, c.method);
+                storage->close();
+            const Append append = is_lossless ? lossless() : lossy(c.attributes);
+            EXPECT_FALSE(append(chain, c.storage == none ? nullptr : storage.get()));
+            const bool is_argument = c.storage != open || c.attributes;
+            EXPECT_EQ(chain.status().code, is_argument ? NUV_ERR_ARGUMENT : NUV_ERR_UNSUPPORTED);
+            EXPECT_STREQ(chain.status().method, c.storage == open
+                                                    ? "NUV_WriteJPEGEngine::initiate()"
+                                                    : "NUV_StorageOutputEngine::initiate()");
             EXPECT_EQ(chain.live_objects_behind_source(), 0U);
         }
     }
-
-    NUV_TestChain chain;
-    EXPECT_FALSE(chain.append<NUV_WriteJPEG>(nullptr));
-    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(chain.status().method, in_creator);
-    NUV_TestChain other_chain;
-    EXPECT_FALSE(other_chain.append<NUV_WriteLosslessJPEG>(nullptr, nullptr));
-    EXPECT_EQ(other_chain.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(other_chain.status().method, "NUV_WriteLosslessJPEG::engine()");
-}
-
-TEST(WriteJPEGRefusal, SurvivesEveryFailedAllocation)
-{
-    const JPEGTestPicture picture = busy_picture(20, 10, 3);
-    const JPEGTestFile file;
-    expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
-        const auto storage =
-            make_initiated<NUV_FileOutputStorage>(chain.manager(), file.path().c_str());
-        chain.source_bytes(image_of(picture, NUV_ColorType::s_rgb), picture.samples);
-        chain.append<NUV_WriteJPEG>(storage.get());
-        run_writer(chain);
-    });
+    for (const bool is_lossless : {false, true}) {
+        NUV_TestChain chain;
+        EXPECT_FALSE((is_lossless ? lossless() : lossy())(chain, nullptr));
+        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chain.status().method,
+                     is_lossless ? "NUV_WriteLosslessJPEG::engine()" : "NUV_WriteJPEG::engine()");
+    }
 }
 
 // A derived engine that puts a comment into the header.
@@ -346,13 +367,11 @@ TEST(WriteJPEGEngine, LetsADerivedOneAddMarkers)
     const JPEGTestPicture picture = busy_picture(5, 4, 1);
     const NUV_WriteJPEGOption option(75, jpeg_sampling_444, 0);
     NUV_TestChain chain;
-    Bytes memory(4096);
-    const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-        chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
-    chain.source_bytes(image_of(picture, NUV_ColorType::gray), picture.samples);
-    ASSERT_TRUE(chain.append<WriteCommented>(storage.get(), &option));
-    run_writer(chain);
-    const JPEGTestSegments parts(memory);
+    const Bytes stream = write(chain, image_of(picture, NUV_ColorType::gray), picture.samples,
+                               [&](NUV_TestChain& to, NUV_OutputStorage* storage) {
+                                   return to.append<WriteCommented>(storage, &option);
+                               });
+    const JPEGTestSegments parts(stream);
     EXPECT_EQ(parts.segments[0].id, jpeg_marker_com);
     EXPECT_EQ(parts.segments[0].payload, Bytes(5, 'c'));
 }
