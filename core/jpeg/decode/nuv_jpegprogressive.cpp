@@ -120,7 +120,7 @@ NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
         } else if (zeros != 15) {
             std::uint32_t blocks = 0;
             const NUV_JPEGResult ended = read_run(bits, zeros, blocks);
-            if (ended == NUV_JPEGResult::good)
+            if (is_good(ended))
                 run = blocks - 1;
             return ended;
         }
@@ -149,12 +149,11 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
     while (run == 0 && walk.k <= walk.last) {
         NUV_JPEGCoefficient coefficient;
         std::uint32_t unused = 0;
-        NUV_JPEGResult result = read_coefficient(bits, table, unused, coefficient);
+        constexpr std::uint32_t sign_alone = 1; // bits of a value
+        NUV_JPEGResult result = read_coefficient<sign_alone>(bits, table, unused, coefficient);
         if (!is_good(result))
             return give_up(result);
         const std::uint32_t zeros = coefficient.symbol >> 4;
-        if ((coefficient.symbol & 15U) > 1)
-            return give_up(NUV_JPEGResult::run_past_block);
         if (coefficient.value == 0 && zeros != 15) {
             result = read_run(bits, zeros, run);
             if (!is_good(result))

@@ -44,15 +44,17 @@ struct NUV_JPEGCoefficient {
     return NUV_JPEGResult::good;
 }
 
-// Reads one symbol and its value for coefficient `k`, which is moved to the value's place.
-template <class Table>
+// Reads one symbol and its value for coefficient `k`, which is moved to the value's place. A value
+// of more than `MostBits` bits is refused before its bits are read, as is a run out of the block.
+template <std::uint32_t MostBits = 15, class Table>
 [[nodiscard]] inline NUV_JPEGResult read_coefficient(NUV_JPEGBitReader& reader, const Table& table,
                                                      std::uint32_t& k,
                                                      NUV_JPEGCoefficient& out) noexcept
 {
-    const auto run_ends_in_block = [&] {
+    const auto has_meaning = [&] {
         k += out.symbol >> 4;
-        return (out.symbol & 15U) == 0 || k <= jpeg_last_coefficient;
+        const std::uint32_t count = out.symbol & 15U;
+        return count == 0 || (k <= jpeg_last_coefficient && count <= MostBits);
     };
     if constexpr (std::is_same_v<Table, NUV_JPEGWideTable>) {
         if (reader.holds(jpeg_most_bits_of_value)) [[likely]] {
@@ -62,7 +64,7 @@ template <class Table>
                 reader.skip(length);
                 out.symbol = entry >> 8 & 0xFFU;
                 out.value = static_cast<std::int16_t>(entry >> 16);
-                if (!run_ends_in_block())
+                if (!has_meaning())
                     return NUV_JPEGResult::run_past_block;
                 return out.value != 0 ? NUV_JPEGResult::good : read_value(reader, out);
             }
@@ -72,7 +74,7 @@ template <class Table>
     const NUV_JPEGResult read = reader.read_symbol(plain_table(table), out.symbol);
     if (!is_good(read))
         return read;
-    return run_ends_in_block() ? read_value(reader, out) : NUV_JPEGResult::run_past_block;
+    return has_meaning() ? read_value(reader, out) : NUV_JPEGResult::run_past_block;
 }
 
 // T.81, F.2.2.1 and F.2.2.2. `reached` is the number of coefficients that the block has.
