@@ -10,8 +10,9 @@ namespace nuv {
 // Reads a JPEG stream: baseline and progressive ones of 8 bits, lossless ones of 8 and 16, of 1, 3
 // or 4 components. Samples come as they are coded, without any conversion of colours but the one
 // that the info asks for. Where data is missing, lines show the ones above or gray, with
-// NUV_WARN_BROKEN_DATA; data that means nothing ends the image with NUV_ERR_BROKEN_DATA, but counts
-// as missing in a lossless one.
+// NUV_WARN_BROKEN_DATA. Data that means nothing ends the image with NUV_ERR_BROKEN_DATA, but counts
+// as missing in a lossless one. In one that is progressive or comes in several scans it ends its
+// scan; then, and when a component is missing, every line carries the warning.
 class NUV_ReadJPEG final : public NUV_EngineCreator {
 public:
     using NUV_EngineCreator::NUV_EngineCreator;

@@ -150,7 +150,7 @@ NUV_JPEGCode NUV_JPEGDecoder::start_decode() noexcept
 NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
 {
     if (path_ == Path::lossless)
-        return lossless_.open(allocator_, header_, input_, first_, delivered_, cpu_);
+        return lossless_.open(allocator_, header_, input_, first_, delivered_, restart_rows_, cpu_);
     const NUV_JPEGCode code = open_band();
     if (!is_good(code))
         return code;

@@ -90,6 +90,11 @@ public:
     // The next line, width() x components() samples. NUV_JPEGCode::damaged_lines when something of
     // it is missing: it then shows the row above, or gray. NUV_JPEGCode::wrong_state before
     // start_decode and behind the last line. A failure is the end of the picture.
+    //
+    // A code that means nothing ends its restart interval where fewer than 16 bits are left in
+    // front of the marker, and anyhow in a lossless picture. Elsewhere it is
+    // NUV_JPEGCode::read_failed in a picture of one scan; where scans are stored first, it ends the
+    // scan, see NUV_JPEGScans, and every line of the picture is damaged.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* line) noexcept;
 
     // Gives back all that start_decode has taken.

@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint8_t lost_byte = 0x80;
 constexpr std::uint16_t lost_word = 0x8080;
-constexpr std::uint32_t most_scans = 1000;
 constexpr std::uint32_t piece_columns = 64;
 
 // Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
@@ -31,16 +30,15 @@ void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift, s
 NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
                                            NUV_JPEGHeader& header, NUV_JPEGInput& input,
                                            std::size_t first, std::size_t delivered,
-                                           const NUV_Cpu& cpu) noexcept
+                                           std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept
 {
     header_ = &header;
-    input_ = &input;
     primitives_ = &jpeg_primitives(cpu);
     first_ = first;
     delivered_ = delivered;
     line_ = 0;
-    is_damaged_ = false;
-    scan_.emplace(input);
+    restart_rows_ = restart_rows;
+    scans_.open(header, input);
 
     const NUV_JPEGFrame& frame = header.frame();
     const std::size_t width = frame.width;
@@ -81,6 +79,12 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
 {
     const NUV_JPEGFrame& frame = header_->frame();
     scan_header_ = header_->scan();
+    NUV_JPEGScanReader& reader = scans_.reader();
+    interval_seen_ = reader.intervals();
+    if (frame.restart_interval != 0)
+        reader.begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
+    else
+        reader.begin(restart_rows_, NUV_JPEGScanReader::Restarts::optional);
     const NUV_JPEGCode code =
         tables_.build(header_->tables(), scan_header_, NUV_JPEGScanTables::Kinds::dc);
     if (!is_good(code))
@@ -89,8 +93,7 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
         return NUV_JPEGCode::bad_segment;
     for (std::size_t i = 0; i < scan_header_.components; ++i)
         row_tables_[i] = &tables_.dc(scan_header_.component[i].dc_table);
-    interval_seen_ = scan_->intervals();
-    scan_->begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
+    scans_.note_planes(scan_header_);
     return NUV_JPEGCode::good;
 }
 
@@ -112,7 +115,7 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
         return NUV_JPEGCode::good;
     }
     if (line_ == 0) {
-        const NUV_JPEGCode code = decode_all();
+        const NUV_JPEGCode code = scans_.decode([this] { return decode_scan_to_planes(); });
         if (!is_good(code))
             return code;
     }
@@ -120,39 +123,21 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
         rows[i] = plane_line(i, line_);
     ++line_;
     deliver(rows, 0, out);
-    return is_damaged_ ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
-}
-
-NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_all() noexcept
-{
-    for (std::uint32_t scans = 1;; ++scans) {
-        NUV_JPEGCode code = begin_scan();
-        if (is_good(code))
-            code = decode_scan_to_planes();
-        if (!is_good(code))
-            return code;
-        is_damaged_ = is_damaged_ || scan_->is_damaged();
-        NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
-        code = header_->next_scan(*input_, scan_->marker(), stop);
-        if (is_failure(code))
-            return code;
-        if (stop == NUV_JPEGHeader::Stop::end)
-            return NUV_JPEGCode::good;
-        if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
-            is_damaged_ = true;
-            return NUV_JPEGCode::good;
-        }
-    }
+    return scans_.is_damaged() ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_scan_to_planes() noexcept
 {
+    const NUV_JPEGCode begun = begin_scan();
+    if (!is_good(begun))
+        return begun;
+    scans_.note_stored();
     for (std::uint32_t line = 0; line < header_->frame().height; ++line) {
         const NUV_JPEGCode code = decode_row();
+        if (is_failure(code))
+            return code;
         if (is_good(code))
             keep_in_planes(line);
-        else if (code != NUV_JPEGCode::damaged_lines)
-            return code;
     }
     return NUV_JPEGCode::good;
 }
@@ -179,16 +164,17 @@ void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line) noexcept
 // one, after which nothing more of its interval comes: no row is predicted from it.
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row() noexcept
 {
-    NUV_JPEGCode code = NUV_JPEGCode::good;
-    const NUV_JPEGScanReader::Run run = scan_->next_run(1, code);
-    if (!is_good(code))
-        return code;
-    if (run.mode != NUV_JPEGScanReader::Mode::decode)
+    const auto decode = [this](auto...) {
+        const NUV_JPEGCode code = decode_row_differences();
+        if (code != NUV_JPEGCode::read_failed)
+            return code;
+        scans_.reader().data_broken(0);
         return NUV_JPEGCode::damaged_lines;
-    code = decode_row_differences();
+    };
+    const NUV_JPEGCode code = walk_units(scans_.reader(), 1, decode, [](auto...) {});
     if (is_good(code))
         reconstruct();
-    return code == NUV_JPEGCode::scan_ended ? NUV_JPEGCode::damaged_lines : code;
+    return code;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row_differences() noexcept
@@ -201,30 +187,25 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row_differences() noexcept
     const std::uint32_t width = header_->frame().width;
     std::uint32_t done = 0;
     const std::uint32_t pieces = (width + piece_columns - 1) / piece_columns;
-    const NUV_JPEGCode code = decode_run(
-        *scan_, pieces, most_bytes_of_piece, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-            const std::uint32_t end = std::min(column + piece_columns, width);
-            const NUV_JPEGResult result = decode_differences(bits, row_tables_.data(), rows_.data(),
-                                                             scan_header_.components, column, end);
-            if (!is_good(result))
-                return result;
-            column = end;
-            ++i;
-            return NUV_JPEGResult::good;
-        });
-    if (code == NUV_JPEGCode::scan_ended)
-        scan_->data_ended(0);
-    if (code != NUV_JPEGCode::read_failed)
-        return code;
-    scan_->data_broken(0);
-    return NUV_JPEGCode::scan_ended;
+    return decode_run(scans_.reader(), pieces, most_bytes_of_piece, done,
+                      [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+                          const std::uint32_t end = std::min(column + piece_columns, width);
+                          const NUV_JPEGResult result =
+                              decode_differences(bits, row_tables_.data(), rows_.data(),
+                                                 scan_header_.components, column, end);
+                          if (!is_good(result))
+                              return result;
+                          column = end;
+                          ++i;
+                          return NUV_JPEGResult::good;
+                      });
 }
 
 void NUV_JPEGLosslessDecoder::reconstruct() noexcept
 {
     const auto width = static_cast<std::int32_t>(header_->frame().width);
-    const bool is_first = interval_seen_ != scan_->intervals();
-    interval_seen_ = scan_->intervals();
+    const bool is_first = interval_seen_ != scans_.reader().intervals();
+    interval_seen_ = scans_.reader().intervals();
     for (std::size_t i = 0; i < scan_header_.components; ++i) {
         if (is_first) {
             static_cast<void>(primitives_->lossless_first_row(

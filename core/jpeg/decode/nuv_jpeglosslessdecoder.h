@@ -1,12 +1,11 @@
 #pragma once
 
-#include "core/jpeg/decode/nuv_jpegscan.h"
+#include "core/jpeg/decode/nuv_jpegscans.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace nuv {
 
@@ -16,18 +15,20 @@ class NUV_JPEGLosslessDecoder {
 public:
     // The header stands behind the SOS of its first scan, and is read on where there are more. All
     // memory is taken here. `delivered` of the components from `first` on make up the lines.
+    // `restart_rows` counts lines, see NUV_JPEGDecoder.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                     NUV_JPEGInput& input, std::size_t first, std::size_t delivered,
-                                    const NUV_Cpu& cpu) noexcept;
+                                    std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
-    // The next line: interleaved samples of 8 bits, or of 16 in host order when the precision is
-    // above 8. NUV_JPEGCode::damaged_lines for one that is lost; its bytes are 0x80.
+    // The next line: interleaved samples of 8 bits, or of 16 in
+    // host order when the precision is above 8.
+    // NUV_JPEGCode::damaged_lines for one that is lost; its bytes
+    // are 0x80.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* out) noexcept;
 
 private:
     [[nodiscard]] NUV_JPEGCode begin_scan() noexcept;
-    [[nodiscard]] NUV_JPEGCode decode_all() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan_to_planes() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_row_differences() noexcept;
@@ -38,20 +39,20 @@ private:
                  std::uint32_t shift, std::uint8_t* out) const noexcept;
 
     NUV_JPEGHeader* header_ = nullptr;
-    NUV_JPEGInput* input_ = nullptr;
     const NUV_JPEGPrimitives* primitives_ = nullptr;
     std::size_t first_ = 0;
     std::size_t delivered_ = 0;
+    std::uint32_t restart_rows_ = 0;
     std::uint32_t line_ = 0;
     bool is_streamed_ = true;
-    bool is_damaged_ = false;         // of several scans, any
     std::uint32_t interval_seen_ = 0; // that the last row belonged to
     NUV_JPEGScanHeader scan_header_;
     NUV_JPEGScanTables tables_;
     std::array<const NUV_JPEGWideTable*, jpeg_most_components>
         row_tables_{}; // by place in the scan
-    std::optional<NUV_JPEGScanReader> scan_;
-    // By component: the row that is being made (first its differences), and the one above it.
+    NUV_JPEGScans scans_;
+    // By component: the row that is being made (first its
+    // differences), and the one above it.
     std::array<std::uint16_t*, jpeg_most_components> rows_{};
     std::array<std::uint16_t*, jpeg_most_components> previous_{};
     NUV_JPEGMemory<std::uint16_t> row_memory_;

@@ -68,7 +68,9 @@ inline constexpr std::int32_t jpeg_most_bytes_of_block = 512;
 // repeated with more of them, from the same bits, predictions and end-of-band run.
 //
 // NUV_JPEGCode::scan_ended when the data ended inside a unit, which counts as done; the caller has
-// to tell the scan. NUV_JPEGCode::read_failed for data that means nothing.
+// to tell the scan. NUV_JPEGCode::read_failed for data that means nothing. A code that no table has
+// counts as the end of the data where fewer than 16 bits, those of the longest code, stand in front
+// of a marker, and as data that means nothing elsewhere; how much is read ahead does not matter.
 template <class Unit>
 [[nodiscard]] NUV_JPEGCode decode_run(NUV_JPEGScanReader& scan, std::uint32_t units,
                                       std::int32_t margin, std::uint32_t& done,
@@ -100,8 +102,7 @@ template <class Unit>
         bits.store(input.position(), scan.state());
         if (is_good(result))
             continue;
-        // What no code matches shows only with as many bits as the longest code has; with fewer, it
-        // was the marker that kept more of them away.
+        // With fewer bits than the longest code has, it was the marker that kept more of them away.
         const bool no_more =
             result == NUV_JPEGResult::out_of_data ||
             (result == NUV_JPEGResult::no_code && scan.marker() != 0 && bits.held() < 16);
@@ -116,6 +117,37 @@ template <class Unit>
             return code;
     }
     return NUV_JPEGCode::good;
+}
+
+// Walks over `units` units of a scan beside each other: decode(first, count, done) for those whose
+// data is there, as decode_run does; lost(mode, first, count) for the others.
+// NUV_JPEGCode::damaged_lines when not all of them could be decoded.
+template <class Decode, class Lost>
+[[nodiscard]] NUV_JPEGCode walk_units(NUV_JPEGScanReader& scan, std::uint32_t units,
+                                      Decode&& decode, Lost&& lost) noexcept
+{
+    NUV_JPEGCode row = NUV_JPEGCode::good;
+    for (std::uint32_t unit = 0; unit < units;) {
+        NUV_JPEGCode code = NUV_JPEGCode::good;
+        const NUV_JPEGScanReader::Run run = scan.next_run(units - unit, code);
+        if (!is_good(code))
+            return code;
+        std::uint32_t done = run.units;
+        if (run.mode == NUV_JPEGScanReader::Mode::decode) {
+            code = decode(unit, run.units, done);
+        } else {
+            row = NUV_JPEGCode::damaged_lines;
+            lost(run.mode, unit, run.units);
+        }
+        if (code == NUV_JPEGCode::scan_ended) {
+            scan.data_ended(run.units - done);
+            row = NUV_JPEGCode::damaged_lines;
+        } else if (!is_good(code)) {
+            return code;
+        }
+        unit += done;
+    }
+    return row;
 }
 
 } // namespace nuv

@@ -85,40 +85,22 @@ NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
 NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
 {
     const auto margin = static_cast<std::int32_t>(slot_count_) * jpeg_most_bytes_of_block;
-    NUV_JPEGCode row = NUV_JPEGCode::good;
-    std::uint32_t mcu = 0;
-    while (mcu < geometry_.mcus_across) {
-        NUV_JPEGCode code = NUV_JPEGCode::good;
-        const NUV_JPEGScanReader::Run run = scan_->next_run(geometry_.mcus_across - mcu, code);
-        if (!is_good(code))
-            return code;
-        if (run.mode != NUV_JPEGScanReader::Mode::decode) {
-            row = NUV_JPEGCode::damaged_lines;
-            const std::uint32_t end = mcu + run.units;
-            for (; run.mode == NUV_JPEGScanReader::Mode::blank && mcu < end; ++mcu)
-                put_blank_mcu(mcu);
-            mcu = end;
-            continue;
-        }
-        std::uint32_t done = 0;
-        code = decode_run(*scan_, run.units, margin, done,
+    const auto decode = [&](std::uint32_t first, std::uint32_t units, std::uint32_t& done) {
+        return decode_run(*scan_, units, margin, done,
                           [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                               const NUV_JPEGResult result = decode_mcu(bits);
                               if (!is_good(result))
                                   return result;
-                              put_mcu(mcu + i);
+                              put_mcu(first + i);
                               ++i;
                               return NUV_JPEGResult::good;
                           });
-        if (code == NUV_JPEGCode::scan_ended) {
-            scan_->data_ended(run.units - done);
-            row = NUV_JPEGCode::damaged_lines;
-        } else if (!is_good(code)) {
-            return code;
-        }
-        mcu += done;
-    }
-    return row;
+    };
+    const auto lost = [&](NUV_JPEGScanReader::Mode mode, std::uint32_t first, std::uint32_t units) {
+        for (std::uint32_t i = 0; mode == NUV_JPEGScanReader::Mode::blank && i < units; ++i)
+            put_blank_mcu(first + i);
+    };
+    return walk_units(*scan_, geometry_.mcus_across, decode, lost);
 }
 
 void NUV_JPEGSequential::put_mcu(std::size_t mcu) noexcept

@@ -7,12 +7,6 @@
 #include <cstring>
 
 namespace nuv {
-namespace {
-
-constexpr std::uint32_t most_scans = 1000;
-constexpr std::int8_t no_plane = -1;
-
-} // namespace
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                        const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
@@ -23,10 +17,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_J
     geometry_ = geometry;
     restart_rows_ = restart_rows;
     is_decoded_ = false;
-    is_damaged_ = false;
-    for (auto& planes : planes_)
-        planes.fill(no_plane);
-    scan_.emplace(input);
+    scans_.open(header, input);
     NUV_JPEGCode code = store_.open(allocator, geometry, input.remaining());
     if (is_good(code))
         code = tables_.open(allocator);
@@ -48,7 +39,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
 {
     if (!is_decoded_) {
         is_decoded_ = true;
-        const NUV_JPEGCode code = decode_all();
+        const NUV_JPEGCode code = scans_.decode([this] { return decode_scan(); });
         if (!is_good(code))
             return code;
     }
@@ -62,27 +53,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
                 band.put_block(i, x, down, block, factors_.of(i), jpeg_block_size);
         }
     }
-    return is_damaged_ ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
-}
-
-NUV_JPEGCode NUV_JPEGStoredScans::decode_all() noexcept
-{
-    for (std::uint32_t scans = 1;; ++scans) {
-        NUV_JPEGCode code = decode_scan();
-        if (!is_good(code))
-            return code;
-        is_damaged_ = is_damaged_ || scan_->is_damaged();
-        NUV_JPEGHeader::Stop stop = NUV_JPEGHeader::Stop::end;
-        code = header_->next_scan(*input_, scan_->marker(), stop);
-        if (is_failure(code))
-            return code;
-        if (stop == NUV_JPEGHeader::Stop::end)
-            return NUV_JPEGCode::good;
-        if (stop != NUV_JPEGHeader::Stop::scan || scans == most_scans) {
-            is_damaged_ = true;
-            return NUV_JPEGCode::good;
-        }
-    }
+    return scans_.is_damaged() ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGStoredScans::build_tables(const NUV_JPEGScanHeader& scan) noexcept
@@ -97,22 +68,6 @@ NUV_JPEGCode NUV_JPEGStoredScans::build_tables(const NUV_JPEGScanHeader& scan) n
     return tables_.build(header_->tables(), scan, Kinds::dc);
 }
 
-// A scan is to go on where the last one of its coefficients has left off.
-void NUV_JPEGStoredScans::note_planes(const NUV_JPEGScanHeader& scan) noexcept
-{
-    if (!is_progressive())
-        return;
-    for (std::size_t i = 0; i < scan.components; ++i) {
-        auto& planes = planes_[scan.component[i].index];
-        for (std::size_t k = scan.first; k <= scan.last; ++k) {
-            const std::int8_t expected =
-                scan.high == 0 ? no_plane : static_cast<std::int8_t>(scan.high);
-            is_damaged_ = is_damaged_ || planes[k] != expected;
-            planes[k] = static_cast<std::int8_t>(scan.low);
-        }
-    }
-}
-
 NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
 {
     Scan scan = {.header = header_->scan(),
@@ -125,45 +80,31 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
         scan.units_down = plane.scan_blocks_down;
         vertical = plane.vertical;
     }
+    scans_.reader().begin(header_->frame(), scan.units_across,
+                          geometry_.unit_rows_of(restart_rows_, vertical));
     NUV_JPEGCode code = build_tables(scan.header);
     if (is_good(code))
         code = factors_.take(*header_, scan.header);
     if (!is_good(code))
         return code;
-    note_planes(scan.header);
-    scan_->begin(header_->frame(), scan.units_across,
-                 geometry_.unit_rows_of(restart_rows_, vertical));
+    scans_.note_planes(scan.header);
     for (std::uint32_t row = 0; row < scan.units_down; ++row) {
         code = decode_scan_row(scan, row);
-        if (code == NUV_JPEGCode::scan_ended)
-            return NUV_JPEGCode::good;
-        if (!is_good(code))
+        if (is_failure(code))
             return code;
     }
     return NUV_JPEGCode::good;
 }
 
-// NUV_JPEGCode::scan_ended when nothing more is to come of the scan.
 NUV_JPEGCode NUV_JPEGStoredScans::decode_scan_row(const Scan& scan, std::uint32_t row) noexcept
 {
-    std::uint32_t unit = 0;
-    while (unit < scan.units_across) {
-        NUV_JPEGCode code = NUV_JPEGCode::good;
-        const NUV_JPEGScanReader::Run run = scan_->next_run(scan.units_across - unit, code);
-        if (!is_good(code))
-            return code;
-        if (run.mode == NUV_JPEGScanReader::Mode::ended)
-            return NUV_JPEGCode::scan_ended;
-        std::uint32_t done = run.units;
-        if (run.mode == NUV_JPEGScanReader::Mode::decode)
-            code = decode_units(scan, row, unit, run.units, done);
-        if (code == NUV_JPEGCode::scan_ended)
-            scan_->data_ended(run.units - done);
-        else if (!is_good(code))
-            return code;
-        unit += done;
-    }
-    return NUV_JPEGCode::good;
+    const auto decode = [&](std::uint32_t first, std::uint32_t units, std::uint32_t& done) {
+        const NUV_JPEGCode code = decode_units(scan, row, first, units, done);
+        if (done > 0)
+            scans_.note_stored();
+        return code;
+    };
+    return walk_units(scans_.reader(), scan.units_across, decode, [](auto...) {});
 }
 
 NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t row,
@@ -177,7 +118,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
 
     if (scan.header.components > 1) {
         return decode_run(
-            *scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+            scans_.reader(), units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                 const NUV_JPEGResult result = decode_mcu(bits, scan.header, first + i, row);
                 i += is_good(result) ? 1 : 0;
                 return result;
@@ -189,17 +130,18 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
         const BandRow band = {.blocks = blocks,
                               .occupied = store_.occupied(component.index, first, row),
                               .units = units};
-        return decode_run(*scan_, units, margin, done,
+        return decode_run(scans_.reader(), units, margin, done,
                           [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                               return decode_band(bits, scan.header, band, i);
                           });
     }
-    return decode_run(*scan_, units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-        const NUV_JPEGResult result =
-            decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
-        i += is_good(result) ? 1 : 0;
-        return result;
-    });
+    return decode_run(
+        scans_.reader(), units, margin, done, [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
+            const NUV_JPEGResult result =
+                decode_block(bits, scan.header, component, blocks + i * jpeg_block_size);
+            i += is_good(result) ? 1 : 0;
+            return result;
+        });
 }
 
 // One block of a band behind the first coefficient, or those of an end-of-band run that nothing is
@@ -209,7 +151,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
                                                 const NUV_JPEGScanHeader& scan, const BandRow& row,
                                                 std::uint32_t& i) noexcept
 {
-    std::uint32_t& run = scan_->end_of_band_run();
+    std::uint32_t& run = scans_.reader().end_of_band_run();
     const bool is_first = scan.high == 0;
     if (run > 0) {
         const std::uint32_t most = std::min(run, row.units - i);
@@ -260,7 +202,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_block(NUV_JPEGBitReader& bits,
                                                  const NUV_JPEGScanHeader::Component& component,
                                                  std::int16_t* block) noexcept
 {
-    std::int16_t& previous_dc = scan_->previous_dc()[component.index];
+    std::int16_t& previous_dc = scans_.reader().previous_dc()[component.index];
     if (!is_progressive()) {
         std::uint32_t reached = 0;
         return decode_coefficients(bits, block, previous_dc, tables_.dc(component.dc_table),

@@ -1,17 +1,17 @@
 #pragma once
 
-#include "core/jpeg/decode/nuv_jpegscan.h"
+#include "core/jpeg/decode/nuv_jpegscans.h"
 #include "core/jpeg/decode/nuv_jpegstore.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace nuv {
 
 // Decodes a picture whose components or bits come in several scans: all of them into a store, from
-// which the rows are then made.
+// which the rows are then made. What becomes of damage stands with NUV_JPEGScans. The block at
+// which a scan breaks off keeps what it has, also of that scan, but for a refinement of
+// coefficients behind the first, which leaves it as it was.
 class NUV_JPEGStoredScans {
 public:
     // The header stands behind the SOS of its first scan, and is read on. `restart_rows` counts
@@ -39,10 +39,8 @@ private:
         std::uint32_t units = 0;
     };
 
-    [[nodiscard]] NUV_JPEGCode decode_all() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan() noexcept;
     [[nodiscard]] NUV_JPEGCode build_tables(const NUV_JPEGScanHeader& scan) noexcept;
-    void note_planes(const NUV_JPEGScanHeader& scan) noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan_row(const Scan& scan, std::uint32_t row) noexcept;
     [[nodiscard]] NUV_JPEGCode decode_units(const Scan& scan, std::uint32_t row,
                                             std::uint32_t first, std::uint32_t units,
@@ -65,11 +63,8 @@ private:
     NUV_JPEGStore store_;
     NUV_JPEGScanTables tables_;
     NUV_JPEGScanFactors factors_;
-    std::optional<NUV_JPEGScanReader> scan_;
+    NUV_JPEGScans scans_;
     bool is_decoded_ = false;
-    bool is_damaged_ = false;
-    // By component and coefficient: the bit plane that the scans have come down to.
-    std::array<std::array<std::int8_t, 64>, jpeg_most_components> planes_{};
 };
 
 } // namespace nuv

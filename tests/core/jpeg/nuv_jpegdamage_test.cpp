@@ -1,0 +1,237 @@
+// Damaged pictures whose scans are stored before they are shown, and damage in front of markers.
+
+#include "tests/core/jpeg/nuv_jpegcraft.h"
+#include "tests/core/jpeg/nuv_jpegdecodetest.h"
+#include "tests/core/jpeg/nuv_jpegreference.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace nuv {
+namespace {
+
+using Stream = std::vector<std::uint8_t>;
+constexpr std::uint8_t sos = 0xDA;
+
+// Where the markers of this kind stand.
+std::vector<std::size_t> places_of(const Stream& stream, std::uint8_t marker)
+{
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i + 1 < stream.size(); ++i) {
+        if (stream[i] == 0xFF && stream[i + 1] == marker)
+            places.push_back(i);
+    }
+    return places;
+}
+
+Stream cut(const Stream& stream, std::size_t from, std::size_t to)
+{
+    Stream rest(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(from));
+    rest.insert(rest.end(), stream.begin() + static_cast<std::ptrdiff_t>(to), stream.end());
+    return rest;
+}
+
+// All lines came, and each with a warning or each without.
+bool is_shown(const JPEGDecoded& decoded, NUV_JPEGCode code)
+{
+    return decoded.codes.size() == decoded.picture.height &&
+           std::ranges::all_of(decoded.codes, [=](NUV_JPEGCode line) { return line == code; });
+}
+
+Stream progressive()
+{
+    return encode_by_reference(busy_picture(61, 45, 3), {.key = 0x221111, .is_progressive = true});
+}
+
+Stream in_three_scans()
+{
+    return encode_by_reference(busy_picture(61, 45, 3), {.scans = "0;1;2"});
+}
+
+Stream lossless_in_three_scans()
+{
+    JPEGLosslessPicture picture{21, 9, 3, 8, {}};
+    for (const std::uint8_t sample : busy_picture(21, 9, 3).samples)
+        picture.samples.push_back(sample);
+    return craft_lossless(picture, {.has_scan_each = true});
+}
+
+// Every bit of the last scan: what the scans before have stored is shown, with a warning or just
+// as the reference shows it.
+TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
+{
+    struct Case {
+        Stream stream;
+        double least_decibels; // against the whole picture: bits of the last plane may be wrong
+        std::size_t untouched; // components
+    };
+    const Case cases[] = {{progressive(), 24, 0}, {in_three_scans(), 0, 2}};
+    for (const Case& c : cases) {
+        const JPEGDecoded whole = decode_stream(c.stream);
+        ASSERT_TRUE(whole.is_clean());
+        const std::size_t start = places_of(c.stream, sos).back() + 10; // behind its header
+        std::size_t warned = 0;
+        for (std::size_t bit = 8 * start; bit < 8 * (c.stream.size() - 2); bit += 5) {
+            SCOPED_TRACE(bit);
+            Stream stream = c.stream;
+            stream[bit / 8] = static_cast<std::uint8_t>(stream[bit / 8] ^ 0x80U >> bit % 8);
+            const JPEGDecoded decoded = decode_stream(stream);
+            const bool is_clean = decoded.is_clean();
+            warned += is_clean ? 0 : 1;
+            ASSERT_TRUE(
+                is_shown(decoded, is_clean ? NUV_JPEGCode::good : NUV_JPEGCode::damaged_lines));
+            ASSERT_GT(signal_to_noise(decoded.picture, whole.picture), c.least_decibels);
+            for (std::size_t i = 0; i < whole.picture.samples.size(); ++i)
+                ASSERT_TRUE(i % 3 >= c.untouched ||
+                            decoded.picture.samples[i] == whole.picture.samples[i]);
+            // Refined coefficients stay in their range, outside of which everybody is free.
+            const auto reference = decode_by_reference(stream);
+            if (reference && is_clean && c.untouched == 0) {
+                ASSERT_EQ(decoded.picture.samples, reference->samples);
+            }
+        }
+        EXPECT_GT(warned, 50U);
+    }
+}
+
+// With and without the end of the image, and with the last scan or without.
+TEST(JPEGDamage, IsWhatNoScanBringsAndNotAMissingEnd)
+{
+    const Stream streams[] = {progressive(), in_three_scans(), lossless_in_three_scans()};
+    for (const Stream& stream : streams) {
+        SCOPED_TRACE(&stream - streams);
+        const std::size_t end = stream.size() - 2;
+        const std::size_t last_scan = places_of(stream, sos).back();
+        const JPEGDecoded whole = decode_stream(stream);
+        const JPEGDecoded open = decode_stream(cut(stream, end, stream.size()));
+        EXPECT_TRUE(open.is_clean());
+        EXPECT_EQ(open.picture.samples, whole.picture.samples);
+        EXPECT_TRUE(is_shown(decode_stream(cut(stream, last_scan, stream.size())),
+                             NUV_JPEGCode::damaged_lines));
+        // A progressive picture need not come down to the last bit.
+        const bool is_progressive = &stream == streams;
+        EXPECT_TRUE(is_shown(decode_stream(cut(stream, last_scan, end)),
+                             is_progressive ? NUV_JPEGCode::good : NUV_JPEGCode::damaged_lines));
+    }
+    // All scans of the third component left out: two of them, and the first has the first bits of
+    // all components, so that it alone is left whole.
+    const Stream stream = encode_by_reference(busy_picture(61, 45, 3), {.scans = "0 1;2"});
+    const JPEGDecoded decoded =
+        decode_stream(cut(stream, places_of(stream, sos)[1], stream.size()));
+    EXPECT_TRUE(is_shown(decoded, NUV_JPEGCode::damaged_lines));
+}
+
+// The second of three scans is of no use: the third one is.
+TEST(JPEGDamage, EndsAScanAndNotThoseBehindIt)
+{
+    for (const Stream& whole : {in_three_scans(), lossless_in_three_scans()}) {
+        const std::vector<std::uint8_t> expected = decode_stream(whole).picture.samples;
+        Stream no_table = whole;
+        no_table[places_of(whole, sos)[1] + 6] = 0x33;
+        Stream no_code = whole;
+        for (std::size_t i = 0; i < 8; ++i) // nothing but ones
+            no_code[places_of(whole, sos)[1] + 14 + i] = i % 2 == 0 ? 0xFF : 0;
+        for (const Stream& stream : {no_table, no_code}) {
+            const JPEGDecoded decoded = decode_stream(stream);
+            ASSERT_TRUE(is_shown(decoded, NUV_JPEGCode::damaged_lines));
+            for (std::size_t i = 0; i < expected.size(); ++i)
+                ASSERT_TRUE(i % 3 == 1 || decoded.picture.samples[i] == expected[i]) << i;
+        }
+    }
+}
+
+// Codes of 3 bits, and none for 111.
+JPEGCraft gray_blocks(std::size_t frame, int width)
+{
+    JPEGCraft craft;
+    craft.quantisers().symbols(0, {0, 1, 2, 3, 4, 5, 6}).symbols(0x10, {0, 1, 2, 0x10});
+    return std::move(craft.frame(frame, 8, width, 8, {17}));
+}
+
+// With nothing stored there is nothing to show.
+TEST(JPEGDamage, IsAFailureBeforeAnythingIsStored)
+{
+    const auto first_scan = [](std::uint32_t code) {
+        return gray_blocks(0xC2, 16).scan({1}, 0, 0, 0).bits(code, 3).bits(0x7FFFFFF, 27);
+    };
+    EXPECT_EQ(decode_stream(first_scan(7).end()).lines, NUV_JPEGCode::read_failed);
+    EXPECT_TRUE(is_shown(decode_stream(first_scan(0).end()), NUV_JPEGCode::damaged_lines));
+    // No DC table 3.
+    EXPECT_EQ(decode_stream(gray_blocks(0xC2, 16).scan({1}, 0, 0, 0, 0x30).end()).lines,
+              NUV_JPEGCode::bad_segment);
+}
+
+// What means nothing ends the picture; what the marker in front cuts short ends the interval. How
+// much is read ahead does not matter.
+TEST(JPEGDamage, EndsAnIntervalWithFewerBitsThanACodeHas)
+{
+    struct Case {
+        std::uint32_t bits;
+        std::uint32_t count;
+        NUV_JPEGCode code;
+    };
+    // A DC difference of category 1 and an end of block are 7 bits, 0 0 1 x 0 0 0.
+    const Case cases[] = {
+        {0b111, 3, NUV_JPEGCode::damaged_lines},
+        {0b111'11111'1111'1111, 16, NUV_JPEGCode::read_failed},
+        {0b0011000'1, 8, NUV_JPEGCode::damaged_lines},
+        {0b0011000'1'11111111, 16, NUV_JPEGCode::damaged_lines},
+        {0b0011000'1'11111111'11111111, 24, NUV_JPEGCode::read_failed},
+    };
+    for (const Case& c : cases) {
+        JPEGCraft craft = gray_blocks(0xC0, 32);
+        craft.segment(0xDD, {0, 2}).scan({1}).bits(c.bits, c.count).flush().marker(0xD0);
+        const Stream stream = craft.bits(0b001'1'000, 7).bits(0b001'1'000, 7).end();
+        for (const std::int32_t chunk : {1, 2, 3, 1 << 20}) {
+            const JPEGDecoded decoded = decode_stream(stream, chunk);
+            EXPECT_EQ(decoded.lines, c.code) << c.bits << ' ' << chunk;
+        }
+    }
+}
+
+// A new coefficient of a refinement has a sign and no more. Two blocks in intervals of their own:
+// the second one is refined unless the scan ends with the first.
+TEST(JPEGDamage, IsARefinementByMoreThanASign)
+{
+    const auto refined = [](std::uint32_t symbol) {
+        JPEGCraft craft = gray_blocks(0xC2, 16);
+        craft.segment(0xDD, {0, 1}).scan({1}, 0, 0, 0).bits(0, 3).flush().marker(0xD0);
+        craft.bits(0, 3).flush().scan({1}, 1, 63, 5).bits(0, 3).flush().marker(0xD0);
+        craft.bits(0, 3).flush().scan({1}, 1, 63, 0x54).bits(symbol << 5 | 31, 8).flush();
+        const JPEGDecoded decoded = decode_stream(craft.marker(0xD0).bits(0b001'1'000, 7).end());
+        EXPECT_TRUE(is_shown(decoded, NUV_JPEGCode::damaged_lines));
+        return sample_at(decoded.picture, 8, 0, 0) != 128;
+    };
+    EXPECT_TRUE(refined(7));  // cut short by the marker
+    EXPECT_FALSE(refined(2)); // a value of 2 bits, which the byte has not, either
+}
+
+// Old-style TIFF: intervals that no segment tells of, with markers between them or without.
+TEST(JPEGDamage, IsNotALosslessIntervalThatTheCallerTellsOf)
+{
+    JPEGLosslessPicture picture{21, 9, 3, 8, {}};
+    for (const std::uint8_t sample : busy_picture(21, 9, 3).samples)
+        picture.samples.push_back(sample);
+    for (const bool has_scan_each : {false, true}) {
+        const Stream whole =
+            craft_lossless(picture, {.restart_rows = 2, .has_scan_each = has_scan_each});
+        const std::size_t interval = places_of(whole, 0xDD).front();
+        const Stream untold = cut(whole, interval, interval + 6);
+        Stream unmarked = untold;
+        for (std::size_t i = unmarked.size() - 1; i-- > 0;) {
+            if (unmarked[i] == 0xFF && unmarked[i + 1] >> 3 == 0xD0 >> 3)
+                unmarked = cut(unmarked, i, i + 2);
+        }
+        for (const Stream& stream : {untold, unmarked}) {
+            const JPEGDecoded decoded = decode_stream(
+                stream, 1 << 20, [](NUV_JPEGDecoder& decoder) { decoder.set_restart_rows(2); });
+            EXPECT_TRUE(decoded.is_clean());
+            EXPECT_EQ(decoded.picture.samples, busy_picture(21, 9, 3).samples);
+        }
+    }
+}
+
+} // namespace
+} // namespace nuv
