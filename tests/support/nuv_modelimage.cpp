@@ -53,9 +53,10 @@ NUV_ModelImage NUV_ModelImage::draw(std::mt19937& random)
     constexpr std::uint16_t kinds[] = {1, 8, 8, 16, 16};
     NUV_ModelImage image;
     image.bits = kinds[random() % std::size(kinds)];
-    image.channels = static_cast<std::uint16_t>(image.bits == 1 ? 1 : 1 + random() % 5);
+    const bool is_mask = image.bits == 1 && random() % 4 > 0;
+    image.channels = static_cast<std::uint16_t>(is_mask ? 1 : 1 + random() % 5);
     draw_size(image, random);
-    if (image.bits == 1 && random() % 2 == 0)
+    if (is_mask && random() % 2 == 0)
         image.encode_type = NUV_EncodeType::qd_rle;
     if (image.bits > 1 && random() % 4 == 0)
         image.is_signed = true;

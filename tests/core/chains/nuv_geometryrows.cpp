@@ -23,6 +23,12 @@ bool is_raw(const Image& in)
     return in.is_raw();
 }
 
+// Of bits, pixels of one alone are turned.
+bool is_turned(const Image& in)
+{
+    return in.bits > 1 || in.channels == 1;
+}
+
 NUV_DrawnOperation mirror_x(const Image& in, std::mt19937&)
 {
     return {appending<NUV_MirrorX>(),
@@ -127,10 +133,11 @@ std::vector<NUV_OperationRow> geometry_rows()
 {
     const auto has_levels = [](const Image& in) { return in.bits > 1; };
     return {
-        {"mirror_x", "NUV_MirrorX::engine()", is_raw, mirror_x},
+        {"mirror_x", "NUV_MirrorX::engine()",
+         [](const Image& in) { return in.is_raw() && is_turned(in); }, mirror_x},
         {"mirror_y", "NUV_MirrorY::engine()", is_raw, mirror_y},
         {"crop", "NUV_Crop::engine()", any_image, crop},
-        {"rotate", "NUV_Rotate90::engine()", any_image, rotate},
+        {"rotate", "NUV_Rotate90::engine()", is_turned, rotate},
         {"decode_runs", "NUV_DecodeQDRLE::engine()", any_image, decode_runs},
         {"bytes_as_another_image", "", has_levels, bytes_as_another_image},
         {"one_of_two_branches", "", any_image, one_of_two_branches},

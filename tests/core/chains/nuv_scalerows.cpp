@@ -151,11 +151,11 @@ NUV_DrawnOperation area_told(const Image& in, std::mt19937& random)
 
 std::vector<NUV_OperationRow> scale_rows()
 {
-    const auto any_image = [](const Image&) { return true; };
+    const auto is_pointed = [](const Image& in) { return in.bits > 1 || in.channels == 1; };
     const auto is_unsigned = [](const Image& in) { return in.bits > 1 && !in.is_signed; };
     const auto by_bits_text = "NUV_ScaleUsingFixedReal::engine()";
     return {
-        {"nearest", "NUV_ScaleNN::engine()", any_image, nearest},
+        {"nearest", "NUV_ScaleNN::engine()", is_pointed, nearest},
         {"linear", by_bits_text, has_levels, linear},
         {"linear_told", "NUV_ScaleLI::engine()", has_levels, linear_told},
         {"cubic", by_bits_text, has_levels, cubic},
