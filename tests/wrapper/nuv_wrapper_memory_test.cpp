@@ -2,15 +2,11 @@
 // heap policy is replaced here, when the program is linked.
 
 #include "framework/manager/nuv_mallocmemorymanager.h"
-#include "wrapper/nuv_wrapper.h"
+#include "tests/wrapper/nuv_testjob.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <cstdlib>
-#include <functional>
 #include <limits>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -44,27 +40,17 @@ void NUV_MallocMemoryManager::deallocate(void* pointer)
 
 namespace {
 
-using Build = std::function<void(NuvWrapperClass&)>;
-
-const std::string ppm = "P6 9 5 255\n" + std::string(135, 'x');
+const Bytes ppm = text("P6 9 5 255\n") + Bytes(135, 'x');
 
 // What was written.
-std::string job(const Build& build, std::size_t room = 4096)
+Bytes job(const Call& build, std::size_t room = 4096)
 {
-    std::vector<unsigned char> out(room);
-    NuvWrapperClass wrapper;
-    wrapper.SetSrcMemory(reinterpret_cast<const unsigned char*>(ppm.data()),
-                         static_cast<int>(ppm.size()));
-    wrapper.SetDstMemory(out.data(), static_cast<int>(room));
-    build(wrapper);
-    const int result = wrapper.Execute();
-    EXPECT_TRUE(result == 0 || result == -1);
-    int size = 0;
-    wrapper.GetWrittenSize(&size);
-    return {out.begin(), out.begin() + size};
+    const JobResult result = run(ppm, build, room);
+    EXPECT_TRUE(result.answer == 0 || result.answer == -1);
+    return result.written;
 }
 
-const Build builds[] = {
+const Call builds[] = {
     [](NuvWrapperClass& w) {
         w.ReadRaster();
         w.MirrorX();
@@ -77,10 +63,7 @@ const Build builds[] = {
         w.WriteStoragePlanar(nullptr);
     },
     [](NuvWrapperClass& w) {
-        ImageParam param{};
-        param.width = 5;
-        param.height = 7;
-        param.bits = 8;
+        ImageParam param = raw_image(5, 7, 1, 8);
         w.ReadStoragePlanar(&param);
         w.WriteJPEG(nullptr);
     },
@@ -106,18 +89,18 @@ const Build builds[] = {
 // And what has been written is the beginning of the right result.
 TEST(WrapperMemory, NothingIsLeftWhicheverAllocationFails)
 {
-    for (const Build& build : builds) {
+    for (const Call& build : builds) {
         fail_at = never;
         allocations = 0;
-        const std::string whole = job(build);
+        const Bytes whole = job(build);
         ASSERT_EQ(live, 0);
         const std::size_t all = allocations;
         for (std::size_t k = 0; k < all; ++k) {
             fail_at = k;
             allocations = 0;
-            const std::string part = job(build);
+            const Bytes part = job(build);
             ASSERT_EQ(live, 0) << "allocation " << k;
-            ASSERT_EQ(part, whole.substr(0, part.size())) << "allocation " << k;
+            ASSERT_EQ(part, first(whole, part.size())) << "allocation " << k;
         }
         fail_at = never;
     }
@@ -126,7 +109,7 @@ TEST(WrapperMemory, NothingIsLeftWhicheverAllocationFails)
 // Destroyed after each call, and with a destination that is full too early.
 TEST(WrapperMemory, NothingIsLeftWhereverTheJobStops)
 {
-    for (const Build& build : builds) {
+    for (const Call& build : builds) {
         {
             NuvWrapperClass wrapper;
             wrapper.SetSrcMemory(reinterpret_cast<const unsigned char*>(ppm.data()),
@@ -144,11 +127,7 @@ TEST(WrapperMemory, AskedForIsNoMoreThanTheImageNeeds)
 {
     // Sizes from a record or a header cost nothing until data arrives.
     largest = 0;
-    ImageParam param{};
-    param.width = 0x1FFFFFFF;
-    param.height = 7;
-    param.bits = 8;
-    param.channels = 1;
+    ImageParam param = raw_image(0x1FFFFFFF, 7, 1, 8);
     const unsigned char byte = 0;
     NuvWrapperClass wrapper;
     wrapper.SetSrcMemory(&byte, 1);
