@@ -6,6 +6,7 @@ option(NUV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer"
 option(NUV_THREAD_SANITIZE "Build with ThreadSanitizer" OFF)
 option(NUV_COVERAGE "Build with coverage counters" OFF)
 option(NUV_FUZZ "Build the libFuzzer targets (clang only)" OFF)
+option(NUV_PROCESSOR_FORMS "Use what the processor has; OFF leaves the portable loops alone" ON)
 option(NUV_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(NUV_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(NUV_BUILD_TOOL "Build the command-line tool" ${PROJECT_IS_TOP_LEVEL})
@@ -42,6 +43,9 @@ target_compile_options(nuv_options INTERFACE
     -ffp-contract=off)
 if(NUV_WERROR)
     target_compile_options(nuv_options INTERFACE -Werror)
+endif()
+if(NOT NUV_PROCESSOR_FORMS)
+    target_compile_definitions(nuv_options INTERFACE NUV_X86=0)
 endif()
 if(NUV_SANITIZE)
     target_compile_options(nuv_options INTERFACE

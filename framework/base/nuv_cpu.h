@@ -1,11 +1,18 @@
 #pragma once
 
-#if defined(__x86_64__) || defined(__i386__)
-#    define NUV_X86 1
+// Whether the forms for x86 are there to choose from. The build may leave them out.
+#ifndef NUV_X86
+#    if defined(__x86_64__) || defined(__i386__)
+#        define NUV_X86 1
+#    else
+#        define NUV_X86 0
+#    endif
+#endif
+
 // Compiles one function for a processor feature that the rest of the file must not assume.
+#if NUV_X86
 #    define NUV_TARGET(features) __attribute__((target(features)))
 #else
-#    define NUV_X86 0
 #    define NUV_TARGET(features)
 #endif
 
