@@ -41,6 +41,11 @@ target_compile_options(nuv_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Woverloaded-virtual
     # Equal results on every processor are promised: no fused multiply-add behind our back.
     -ffp-contract=off)
+if(NOT NUV_COVERAGE) # which looks for the sources where they were
+    # What is shipped tells nothing of the machine that built it.
+    target_compile_options(nuv_options INTERFACE
+        -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+endif()
 if(NUV_WERROR)
     target_compile_options(nuv_options INTERFACE -Werror)
 endif()

@@ -8,6 +8,7 @@ set -euo pipefail
 cmake=$1 build=$2 compiler=$3
 read -r -a flags <<<"$4"
 client=$(cd "$(dirname "$0")" && pwd)
+source=${client%/tests/wrapper/client}
 work=$build/client
 prefix=$work/prefix
 
@@ -27,6 +28,12 @@ if [[ ${#headers[@]} -ne 1 || ${headers[0]} != "$prefix/include/nuv/nuv_wrapper.
 fi
 if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 || ${#pages[@]} -ne 1 ]]; then
     echo "library, nuv.pc or man page is missing below $prefix" >&2
+    exit 1
+fi
+
+# A sanitizer's or a counter's runtime wants to know where the sources are.
+if [[ -z $4 ]] && grep -rlF -e "$source" -e "$build" "$prefix"; then
+    echo "these name the folder that they were built in" >&2
     exit 1
 fi
 
