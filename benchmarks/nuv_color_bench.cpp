@@ -3,9 +3,9 @@
 
 #include "benchmarks/nuv_color_bench.h"
 
-#include "core/colormatrix/source/nuv_colormatrixkernels.h"
-#include "core/dlut/source/nuv_dlutkernels.h"
-#include "core/lut/source/nuv_lutkernels.h"
+#include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/dlut/source/nuv_dlut_kernels.h"
+#include "core/lut/source/nuv_lut_kernels.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,9 +2,9 @@
 // and their kernels in each form. Beside them a plain copy of the source.
 
 #include "core/qdrle/nuv_qdrlerun.h"
-#include "core/scale/kernels/nuv_linekernels.h"
-#include "core/scale/kernels/nuv_ppkernels.h"
-#include "core/scale/kernels/nuv_tapkernels.h"
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
+#include "core/scale/kernels/nuv_scalepp_kernels.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"

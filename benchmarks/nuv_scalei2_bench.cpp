@@ -1,7 +1,7 @@
 // The mask scalers on 6000 x 4000 pixels of RGB, from lines in memory to lines that are dropped,
 // and their kernels in each form. Beside them a plain copy of the source.
 
-#include "extension/scalei2utility/nuv_scalei2kernels.h"
+#include "extension/scalei2utility/nuv_scalei2_kernels.h"
 #include "extension/scalei2utility/nuv_scalei2smallutility.h"
 #include "extension/scalei2varex/nuv_scalei2varexby.h"
 

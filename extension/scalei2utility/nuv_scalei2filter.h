@@ -1,6 +1,6 @@
 #pragma once
 
-#include "extension/scalei2utility/nuv_scalei2kernels.h"
+#include "extension/scalei2utility/nuv_scalei2_kernels.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "core/scale/kernels/nuv_cubicweights.h"
-#include "core/scale/kernels/nuv_linekernels.h"
-#include "core/scale/kernels/nuv_ppkernels.h"
-#include "core/scale/kernels/nuv_tapkernels.h"
-#include "extension/scalei2utility/nuv_scalei2kernels.h"
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
+#include "core/scale/kernels/nuv_scalepp_kernels.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
+#include "extension/scalei2utility/nuv_scalei2_kernels.h"
 #include "tests/support/nuv_testforms.h"
 
 #include <gtest/gtest.h>

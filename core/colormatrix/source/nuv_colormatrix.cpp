@@ -1,6 +1,6 @@
 #include "core/colormatrix/nuv_colormatrix.h"
 
-#include "core/colormatrix/source/nuv_colormatrixkernels.h"
+#include "core/colormatrix/source/nuv_colormatrix_kernels.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"

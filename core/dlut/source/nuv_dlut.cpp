@@ -1,6 +1,6 @@
 #include "core/dlut/nuv_dlut.h"
 
-#include "core/dlut/source/nuv_dlutkernels.h"
+#include "core/dlut/source/nuv_dlut_kernels.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"

@@ -1,6 +1,6 @@
 #include "core/lut/nuv_lut.h"
 
-#include "core/lut/source/nuv_lutkernels.h"
+#include "core/lut/source/nuv_lut_kernels.h"
 #include "framework/base/nuv_version.h"
 #include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_processlinetolineengine.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scale/kernels/nuv_linekernels.h"
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
 
 #include <cmath>
 #include <concepts>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_tapkernels.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/source/nuv_padline.h"
 #include "framework/base/nuv_held.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/scale/kernels/nuv_tapkernels.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "framework/base/nuv_held.h"
 
 #include <cstddef>

@@ -1,5 +1,5 @@
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_linekernels.h"
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"

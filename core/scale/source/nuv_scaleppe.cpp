@@ -1,4 +1,4 @@
-#include "core/scale/kernels/nuv_linekernels.h"
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_linearrow.h"
 #include "core/scale/source/nuv_scaleppengine.h"

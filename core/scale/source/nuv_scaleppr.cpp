@@ -1,4 +1,4 @@
-#include "core/scale/kernels/nuv_ppkernels.h"
+#include "core/scale/kernels/nuv_scalepp_kernels.h"
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "framework/base/nuv_held.h"

@@ -1,5 +1,5 @@
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_shrinklikernels.h"
+#include "core/scale/kernels/nuv_scaleshrinkli_kernels.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"

@@ -1,6 +1,6 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/kernels/nuv_cubicweights.h"
-#include "core/scale/kernels/nuv_tapkernels.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"

@@ -1,6 +1,5 @@
-#include "extension/scalei2utility/nuv_scalei2kernels.h"
-
 #include "core/include/nuv_pixelpairs_avx2.h"
+#include "extension/scalei2utility/nuv_scalei2_kernels.h"
 
 #if NUV_X86
 

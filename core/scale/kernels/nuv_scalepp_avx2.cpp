@@ -1,4 +1,4 @@
-#include "core/scale/kernels/nuv_ppkernels.h"
+#include "core/scale/kernels/nuv_scalepp_kernels.h"
 
 #if NUV_X86
 

@@ -1,4 +1,4 @@
-#include "core/lut/source/nuv_lutkernels.h"
+#include "core/lut/source/nuv_lut_kernels.h"
 
 #if NUV_X86
 

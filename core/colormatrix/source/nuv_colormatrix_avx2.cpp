@@ -1,4 +1,4 @@
-#include "core/colormatrix/source/nuv_colormatrixkernels.h"
+#include "core/colormatrix/source/nuv_colormatrix_kernels.h"
 
 #if NUV_X86
 

@@ -1,4 +1,4 @@
-#include "core/dlut/source/nuv_dlutkernels.h"
+#include "core/dlut/source/nuv_dlut_kernels.h"
 
 #if NUV_X86
 

@@ -1,6 +1,5 @@
-#include "core/scale/kernels/nuv_tapkernels.h"
-
 #include "core/include/nuv_pixelpairs_avx2.h"
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
 
 #if NUV_X86
 
