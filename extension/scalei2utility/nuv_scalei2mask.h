@@ -20,14 +20,10 @@ inline constexpr std::uint32_t scale_i2_most_taps = 8;
     return taps >= scale_i2_least_taps && taps <= scale_i2_most_taps;
 }
 
-// Pixels left of the one at or before a position, and right of it.
+// Pixels left of the one at or before a position.
 [[nodiscard]] constexpr std::uint32_t scale_i2_taps_left(std::uint32_t taps) noexcept
 {
     return (taps - 1) / 2;
-}
-[[nodiscard]] constexpr std::uint32_t scale_i2_taps_right(std::uint32_t taps) noexcept
-{
-    return taps / 2;
 }
 
 // Below this ratio of destination to source size there is no mask.
