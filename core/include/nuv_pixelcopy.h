@@ -30,14 +30,15 @@ void gather_pixels(const std::uint8_t* in, const std::uint32_t* offsets, std::ui
         copy_pixel<PixelBytes>(out + k * size, in + offsets[k], size);
 }
 
-// out[k] is the pixel at in + k * step_bytes, k < pixels.
+// out[k] is the pixel at in + k * step_bytes, k < pixels. Lines upward and pixels from the right
+// have steps below 0.
 template <std::size_t PixelBytes>
-void stride_pixels(const std::uint8_t* in, std::size_t step_bytes, std::uint8_t* out,
+void stride_pixels(const std::uint8_t* in, std::ptrdiff_t step_bytes, std::uint8_t* out,
                    std::size_t pixels, std::size_t pixel_bytes) noexcept
 {
     const std::size_t size = PixelBytes != 0 ? PixelBytes : pixel_bytes;
-    for (std::size_t k = 0; k < pixels; ++k)
-        copy_pixel<PixelBytes>(out + k * size, in + k * step_bytes, size);
+    for (; pixels > 0; --pixels, in += step_bytes, out += size)
+        copy_pixel<PixelBytes>(out, in, size);
 }
 
 // Each of the `pixels` pixels of `in`, `factor` times.

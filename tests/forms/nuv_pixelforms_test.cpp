@@ -106,7 +106,7 @@ TEST(PixelForms, ColorMatrix)
 
 void expect_same_tiles(const char (&forms)[5], std::size_t bytes)
 {
-    const auto choose = [=](const NUV_Cpu& cpu) { return choose_rotate90tile(bytes, cpu); };
+    const auto choose = [=](const NUV_Cpu& cpu) { return choose_rotate90tile(cpu, bytes); };
     const auto draw_call = [=](NUV_FormDraw& draw, auto compare) {
         const std::size_t width = 1 + draw.length(49);
         const std::size_t rows = draw.number(1, 40);

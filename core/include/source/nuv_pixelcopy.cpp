@@ -1,4 +1,4 @@
-#include "core/scale/kernels/nuv_pixelcopy.h"
+#include "core/include/nuv_pixelcopy.h"
 
 namespace nuv {
 namespace {

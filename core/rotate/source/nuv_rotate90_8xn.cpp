@@ -1,4 +1,3 @@
-#include "core/include/nuv_pixelbytes.h"
 #include "core/rotate/nuv_rotate90.h"
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
@@ -12,10 +11,10 @@ namespace nuv {
 Rotate90Block::Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu)
     : angle_(angle),
       pixel_bytes_(pixel_bytes),
-      tile_form_(choose_rotate90tile(pixel_bytes, cpu))
+      tile_form_(choose_rotate90tile(cpu, pixel_bytes))
 {
-    half_turn_ =
-        visit_pixel_bytes(pixel_bytes, []<int Bytes>() { return &rotate90block_8xn_180<Bytes>; });
+    half_turn_ = visit_pixel_bytes(
+        pixel_bytes, []<std::size_t Bytes>() { return &rotate90block_8xn_180<Bytes>; });
 }
 
 void Rotate90Block::rotate(const NUV_Rotate90Band& band) const

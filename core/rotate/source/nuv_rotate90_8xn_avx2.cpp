@@ -56,8 +56,9 @@ void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes)
             out += side * size;
         }
         for (std::uint32_t i = 0; i < side; ++i) {
-            gather_pixels<3>(in + i * size, tile.in_step, out + std::ptrdiff_t{i} * tile.out_step,
-                             tile.rows - row, pixel_bytes, true);
+            stride_pixels_of_lines<3>(in + i * size, tile.in_step,
+                                      out + std::ptrdiff_t{i} * tile.out_step, tile.rows - row,
+                                      pixel_bytes, true);
         }
     }
     rotate90tile_from<3>(tile, x, pixel_bytes);

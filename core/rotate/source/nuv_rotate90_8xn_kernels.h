@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_pixelbytes.h"
+#include "core/include/nuv_pixelcopy.h"
 #include "core/rotate/source/nuv_rotate90plane.h"
 #include "framework/base/nuv_cpu.h"
 
@@ -10,11 +11,11 @@
 
 namespace nuv {
 
-// Copies `count` pixels that lie `in_step` bytes apart to a row without gaps. PixelBytes 0 stands
-// for `pixel_bytes`. `has_next` tells that a byte follows each pixel of the input, in its line.
-template <int PixelBytes>
-void gather_pixels(const std::uint8_t* in, std::ptrdiff_t in_step, std::uint8_t* out,
-                   std::size_t count, std::size_t pixel_bytes, [[maybe_unused]] bool has_next)
+// As stride_pixels(). `has_next` tells that a byte follows each pixel of the input, in its line.
+template <std::size_t PixelBytes>
+void stride_pixels_of_lines(const std::uint8_t* in, std::ptrdiff_t in_step, std::uint8_t* out,
+                            std::size_t count, std::size_t pixel_bytes,
+                            [[maybe_unused]] bool has_next)
 {
     if constexpr (PixelBytes == 3) {
         // A word at a time: the fourth byte is overwritten by the next pixel, and there is always a
@@ -27,13 +28,7 @@ void gather_pixels(const std::uint8_t* in, std::ptrdiff_t in_step, std::uint8_t*
             }
         }
     }
-    const std::size_t size = PixelBytes != 0 ? std::size_t{PixelBytes} : pixel_bytes;
-    for (; count > 0; --count, in += in_step, out += size) {
-        if constexpr (PixelBytes != 0)
-            std::memcpy(out, in, PixelBytes); // one or two moves
-        else
-            std::memcpy(out, in, pixel_bytes);
-    }
+    stride_pixels<PixelBytes>(in, in_step, out, count, pixel_bytes);
 }
 
 // Some source lines that are turned together. Lines of the tile count in the order in which they
@@ -52,29 +47,32 @@ struct Rotate90Tile {
 using Rotate90TileForm = void (*)(const Rotate90Tile& tile, std::size_t pixel_bytes);
 
 // Columns `from` and up.
-template <int PixelBytes>
+template <std::size_t PixelBytes>
 void rotate90tile_from(const Rotate90Tile& tile, std::uint32_t from, std::size_t pixel_bytes)
 {
-    const std::size_t size = PixelBytes != 0 ? std::size_t{PixelBytes} : pixel_bytes;
+    const std::size_t size = PixelBytes != 0 ? PixelBytes : pixel_bytes;
     const std::uint8_t* in = tile.in + from * size;
     for (std::uint32_t x = from; x < tile.width; ++x, in += size) {
-        gather_pixels<PixelBytes>(in, tile.in_step, tile.out + std::ptrdiff_t{x} * tile.out_step,
-                                  tile.rows, pixel_bytes, x + 1 < tile.width);
+        stride_pixels_of_lines<PixelBytes>(in, tile.in_step,
+                                           tile.out + std::ptrdiff_t{x} * tile.out_step, tile.rows,
+                                           pixel_bytes, x + 1 < tile.width);
     }
 }
 
-template <int PixelBytes>
+template <std::size_t PixelBytes>
 void rotate90tile(const Rotate90Tile& tile, std::size_t pixel_bytes)
 {
     rotate90tile_from<PixelBytes>(tile, 0, pixel_bytes);
 }
 
+#if NUV_X86
 void rotate90tile_1_sse2(const Rotate90Tile& tile, std::size_t pixel_bytes);
 void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
+#endif
 
 // The fastest form that `cpu` can run.
-[[nodiscard]] inline Rotate90TileForm choose_rotate90tile(std::size_t pixel_bytes,
-                                                          [[maybe_unused]] const NUV_Cpu& cpu)
+[[nodiscard]] inline Rotate90TileForm choose_rotate90tile([[maybe_unused]] const NUV_Cpu& cpu,
+                                                          std::size_t pixel_bytes) noexcept
 {
 #if NUV_X86
     if (pixel_bytes == 1 && cpu.has_sse2)
@@ -82,8 +80,8 @@ void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
     if (pixel_bytes == 3 && cpu.has_avx2)
         return rotate90tile_3_avx2;
 #endif
-    return visit_pixel_bytes(pixel_bytes,
-                             []<int Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
+    return visit_pixel_bytes(
+        pixel_bytes, []<std::size_t Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
 }
 
 // Copies bytes end for end.
@@ -100,10 +98,10 @@ inline void reverse_bytes(const std::uint8_t* in, std::uint8_t* out, std::size_t
         *out++ = in[count - 1];
 }
 
-template <int PixelBytes>
+template <std::size_t PixelBytes>
 void rotate90block_8xn_180(const NUV_Rotate90Band& band, std::size_t pixel_bytes)
 {
-    const std::size_t size = PixelBytes != 0 ? std::size_t{PixelBytes} : pixel_bytes;
+    const std::size_t size = PixelBytes != 0 ? PixelBytes : pixel_bytes;
     const std::size_t last = (std::size_t{band.width} - 1) * size;
     for (std::uint32_t row = 0; row < band.rows; ++row) {
         const std::uint8_t* in = band.src + row * band.src_step + last;
@@ -114,11 +112,11 @@ void rotate90block_8xn_180(const NUV_Rotate90Band& band, std::size_t pixel_bytes
             continue;
         }
         // No byte follows the last pixel of the line; one follows all others.
-        gather_pixels<PixelBytes>(in, 0, out, 1, pixel_bytes, false);
+        stride_pixels_of_lines<PixelBytes>(in, 0, out, 1, pixel_bytes, false);
         if (band.width == 1)
             continue;
-        gather_pixels<PixelBytes>(in - size, -static_cast<std::ptrdiff_t>(size), out + size,
-                                  band.width - 1, pixel_bytes, true);
+        stride_pixels_of_lines<PixelBytes>(in - size, -static_cast<std::ptrdiff_t>(size),
+                                           out + size, band.width - 1, pixel_bytes, true);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "core/scale/nuv_scaleiar.h"
 
+#include "core/include/nuv_pixelcopy.h"
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_version.h"
@@ -160,7 +160,8 @@ private:
             const std::size_t pixel_bytes = channels_ * sizeof(T);
             visit_pixel_bytes(pixel_bytes, [&]<std::size_t PixelBytes>() {
                 stride_pixels<PixelBytes>(reinterpret_cast<const std::uint8_t*>(pairs_.data()),
-                                          2 * pixel_bytes, out, destination_width_, pixel_bytes);
+                                          2 * static_cast<std::ptrdiff_t>(pixel_bytes), out,
+                                          destination_width_, pixel_bytes);
             });
             return;
         }

@@ -1,7 +1,7 @@
 #include "core/scale/nuv_scaleire.h"
 
+#include "core/include/nuv_pixelcopy.h"
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"

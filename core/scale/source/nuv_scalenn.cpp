@@ -1,7 +1,7 @@
 #include "core/scale/nuv_scalenn.h"
 
+#include "core/include/nuv_pixelcopy.h"
 #include "core/include/nuv_scaleframe.h"
-#include "core/scale/kernels/nuv_pixelcopy.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleire.h"
 #include "core/scale/nuv_scalennqdrle.h"

@@ -1,6 +1,6 @@
 #include "core/scale/nuv_scaless.h"
 
-#include "core/scale/kernels/nuv_pixelcopy.h"
+#include "core/include/nuv_pixelcopy.h"
 #include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
@@ -90,8 +90,8 @@ bool NUV_ScaleSSEngine::execute()
     }
     visit_pixel_bytes(pixel_bytes_, [&]<std::size_t PixelBytes>() {
         stride_pixels<PixelBytes>(in + subsampling_.offset_x * pixel_bytes_,
-                                  subsampling_.step_x * pixel_bytes_, out, header_.width(),
-                                  pixel_bytes_);
+                                  static_cast<std::ptrdiff_t>(subsampling_.step_x * pixel_bytes_),
+                                  out, header_.width(), pixel_bytes_);
     });
     ++line_;
     const bool released = src_buffer_->release();
