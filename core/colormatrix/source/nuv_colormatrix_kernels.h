@@ -61,9 +61,11 @@ void matrix_row_portable(const T* in, T* out, std::size_t pixels, const NUV_Matr
     }
 }
 
+#if NUV_X86
 // Three rows of one or three columns, or one row of three; the factors fit 16 bits.
 void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                      const NUV_MatrixView<std::int32_t>& matrix);
+#endif
 
 [[nodiscard]] inline bool factors_fit_16_bits(const NUV_MatrixView<std::int32_t>& matrix) noexcept
 {

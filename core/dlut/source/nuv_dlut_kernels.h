@@ -88,9 +88,11 @@ void dlut_row_portable(const T* in, T* out, std::size_t pixels, const NUV_DLutGr
     }
 }
 
+#if NUV_X86
 // Three inputs, and 1, 3 or 4 outputs; the table has fewer than 2^29 points.
 void dlut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                    const NUV_DLutGrid<std::uint8_t>& grid);
+#endif
 
 template <class T>
 [[nodiscard]] DLutRow<T> choose_dlut_row_portable(std::uint32_t inputs) noexcept

@@ -37,12 +37,14 @@ void lut_row_portable(const I* in, O* out, std::size_t pixels, std::size_t asked
     }
 }
 
+#if NUV_X86
 // One channel.
 void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                   std::size_t channels, const std::uint8_t* tables);
 // One to four channels.
 void lut_row_avx512vbmi(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                         std::size_t channels, const std::uint8_t* tables);
+#endif
 
 // The fastest form that `cpu` can run.
 template <class I, class O>

@@ -24,6 +24,8 @@ constexpr auto mirror_order = [] {
     return order;
 }();
 
+} // namespace
+
 template <std::size_t PixelBytes>
 NUV_TARGET("avx2")
 void mirror_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t width, std::size_t)
@@ -44,23 +46,10 @@ void mirror_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t widt
     mirror_row_portable<PixelBytes>(in, out, left / PixelBytes, PixelBytes);
 }
 
-} // namespace
-
-MirrorRow mirror_row_avx2(std::size_t pixel_bytes) noexcept
-{
-    switch (pixel_bytes) {
-    case 1:
-        return mirror_row_avx2<1>;
-    case 2:
-        return mirror_row_avx2<2>;
-    case 3:
-        return mirror_row_avx2<3>;
-    case 6:
-        return mirror_row_avx2<6>;
-    default:
-        return nullptr;
-    }
-}
+template void mirror_row_avx2<1>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
+template void mirror_row_avx2<2>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
+template void mirror_row_avx2<3>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
+template void mirror_row_avx2<6>(const std::uint8_t*, std::uint8_t*, std::size_t, std::size_t);
 
 } // namespace nuv
 

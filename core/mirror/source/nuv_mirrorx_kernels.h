@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/include/nuv_pixelcopy.h"
 #include "framework/base/nuv_cpu.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace nuv {
 
@@ -23,44 +23,31 @@ void mirror_row_portable(const std::uint8_t* in, std::uint8_t* out, std::size_t 
     const std::uint8_t* from = in + width * bytes;
     for (std::size_t i = 0; i < width; ++i) {
         from -= bytes;
-        std::memcpy(out + i * bytes, from, bytes);
+        copy_pixel<PixelBytes>(out + i * bytes, from, bytes);
     }
 }
 
-[[nodiscard]] constexpr MirrorRow mirror_row_portable(std::size_t pixel_bytes) noexcept
-{
-    switch (pixel_bytes) {
-    case 1:
-        return mirror_row_portable<1>;
-    case 2:
-        return mirror_row_portable<2>;
-    case 3:
-        return mirror_row_portable<3>;
-    case 4:
-        return mirror_row_portable<4>;
-    case 6:
-        return mirror_row_portable<6>;
-    case 8:
-        return mirror_row_portable<8>;
-    default:
-        return mirror_row_portable<0>;
-    }
-}
-
-// Null for pixels that have no such form, because the portable one is as fast.
-[[nodiscard]] MirrorRow mirror_row_avx2(std::size_t pixel_bytes) noexcept;
+#if NUV_X86
+// Pixels of 1, 2, 3 and 6 bytes; of other sizes the portable form is as fast.
+template <std::size_t PixelBytes>
+NUV_TARGET("avx2")
+void mirror_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t width,
+                     std::size_t pixel_bytes);
+#endif
 
 // The fastest form that `cpu` can run. Called once per engine, never per line.
 [[nodiscard]] inline MirrorRow choose_mirror_row([[maybe_unused]] const NUV_Cpu& cpu,
                                                  std::size_t pixel_bytes) noexcept
 {
+    return visit_pixel_bytes(pixel_bytes, [&]<std::size_t Bytes>() -> MirrorRow {
 #if NUV_X86
-    if (cpu.has_avx2) {
-        if (MirrorRow form = mirror_row_avx2(pixel_bytes))
-            return form;
-    }
+        if constexpr (Bytes == 1 || Bytes == 2 || Bytes == 3 || Bytes == 6) {
+            if (cpu.has_avx2)
+                return mirror_row_avx2<Bytes>;
+        }
 #endif
-    return mirror_row_portable(pixel_bytes);
+        return mirror_row_portable<Bytes>;
+    });
 }
 
 } // namespace nuv

@@ -40,8 +40,10 @@ using Rotate90Groups = void (*)(std::span<const Rotate90Group> groups, const Rot
 
 // All forms give the same bytes. Groups stand side by side, in ascending columns.
 void rotate90groups_portable(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
+#if NUV_X86
 void rotate90groups_sse2(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
 void rotate90groups_avx2(std::span<const Rotate90Group> groups, const Rotate90Lines& lines);
+#endif
 
 // The portable form for source columns `from` and up, a multiple of 8.
 void rotate90groups_from(std::span<const Rotate90Group> groups, const Rotate90Lines& lines,
