@@ -2,11 +2,6 @@
 
 #include "tests/support/nuv_model_scale.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <vector>
-
 // The mask scalers one sample at a time: weights come from the kernel's formula where they are
 // needed, and every coordinate is clamped where it is used.
 namespace nuv::model {
@@ -18,16 +13,14 @@ struct Mask {
 
 inline Mask mask_of(double s)
 {
-    constexpr double slack = 2.220446049250313e-16;
-    if (s >= 0.917 - slack)
+    const double hair = s + std::numeric_limits<double>::epsilon();
+    if (hair >= 0.917)
         return {4, 1.0};
-    if (s >= 0.771 - slack)
+    if (hair >= 0.771)
         return {5, 0.844};
-    if (s >= 0.648 - slack)
+    if (hair >= 0.648)
         return {6, 0.7095};
-    if (s >= 0.545 - slack)
-        return {7, 0.5965};
-    return {8, 0.5};
+    return hair >= 0.545 ? Mask{7, 0.5965} : Mask{8, 0.5};
 }
 
 // The cubic at a whole number of 1 / 4096 pixels, in single precision as its table holds it.
@@ -41,171 +34,141 @@ inline double spline(std::int64_t distance, float a)
     return 0;
 }
 
-// The taps of one result pixel: source coordinates, not yet clamped, and their shares.
+// The taps of each result pixel of an axis: source coordinates, not yet clamped, and their shares.
 struct MaskTaps {
     std::vector<std::int64_t> at;
     std::vector<double> share;
+    // In units of 1 / 1024, cut off.
+    [[nodiscard]] std::int64_t weight(std::size_t i) const
+    {
+        return static_cast<std::int64_t>(std::trunc(share[i] * 1024.0));
+    }
 };
 
-inline MaskTaps mask_taps(std::int64_t k, std::int64_t source, std::int64_t destination, double s,
-                          Mask mask, float a)
+inline std::vector<MaskTaps> mask_taps(std::uint32_t source, std::uint32_t destination, double s,
+                                       float a)
 {
-    const double middle = (static_cast<double>(source) - 1) * 0.5;
+    const Mask mask = mask_of(s);
     const double offset = destination % 2 == 0 ? 0.5 : 0.0;
-    const std::int64_t from_middle = k - destination / 2;
-    const auto u = static_cast<double>(from_middle);
-    const double x = (u + offset) * (1.0 / s) + middle;
-    const double t = x - std::floor(x);
-    MaskTaps result;
-    double sum = 0;
-    for (int j = -((mask.taps - 1) / 2); j <= mask.taps / 2; ++j) {
-        const double distance = j <= 0 ? t - j : j - t;
-        const auto steps = static_cast<std::int64_t>(distance * (mask.stretch * 4096.0));
-        result.at.push_back(static_cast<std::int64_t>(std::floor(x)) + j);
-        result.share.push_back(spline(steps, a));
-        sum += result.share.back();
+    std::vector<MaskTaps> axis(destination);
+    for (std::int64_t k = 0; k < destination; ++k) {
+        const double x =
+            (real(k - destination / 2) + offset) * (1.0 / s) + (real(source) - 1) * 0.5;
+        const double t = x - std::floor(x);
+        MaskTaps& taps = axis[static_cast<std::size_t>(k)];
+        double sum = 0;
+        for (int j = -((mask.taps - 1) / 2); j <= mask.taps / 2; ++j) {
+            const double distance = j <= 0 ? t - j : j - t;
+            const auto steps = static_cast<std::int64_t>(distance * (mask.stretch * 4096.0));
+            taps.at.push_back(static_cast<std::int64_t>(std::floor(x)) + j);
+            taps.share.push_back(spline(steps, a));
+            sum += taps.share.back();
+        }
+        if (std::abs(sum) <= std::numeric_limits<double>::epsilon())
+            sum = 1;
+        for (double& share : taps.share)
+            share *= 1.0 / sum;
     }
-    if (std::abs(sum) <= 2.220446049250313e-16)
-        sum = 1;
-    for (double& share : result.share)
-        share *= 1.0 / sum;
-    return result;
+    return axis;
 }
 
-inline std::int64_t weight_10_bits(double share)
+// Both passes, for 8 bits in whole numbers and for 16 bits in double precision; sx and sy say how
+// big one result is in its source.
+inline Picture mask_scaled(const Picture& in, std::uint32_t width, std::uint32_t height, double sx,
+                           double sy, float a, int bits)
 {
-    return static_cast<std::int64_t>(std::trunc(share * 1024.0));
-}
-
-// How big one result is in its source, for the two relatives: each axis by its own ratio, or both
-// by the larger one.
-struct MaskScale {
-    double x;
-    double y;
-};
-
-// Both passes, for 8 bits in whole numbers and for 16 bits in double precision.
-inline Picture mask_scaled(const Picture& in, std::int64_t width, std::int64_t height, bool fixed,
-                           float a, std::int64_t maximum, MaskScale scale)
-{
-    const auto samples = static_cast<std::size_t>(width * in.height * in.channels);
-    std::vector<std::int64_t> whole(samples);
-    std::vector<double> real(samples);
-    const auto index = [&](std::int64_t x, std::int64_t y, int c) {
-        return static_cast<std::size_t>((y * width + x) * in.channels + c);
-    };
-    for (std::int64_t x = 0; x < width; ++x) {
-        const MaskTaps taps = mask_taps(x, in.width, width, scale.x, mask_of(scale.x), a);
-        for (std::int64_t y = 0; y < in.height; ++y) {
-            for (int c = 0; c < in.channels; ++c) {
-                std::int64_t sum = 0;
-                double real_sum = 0;
-                for (std::size_t i = 0; i < taps.at.size(); ++i) {
-                    const std::int64_t sample = in.at(taps.at[i], y, c);
-                    sum += sample * weight_10_bits(taps.share[i]);
-                    real_sum += static_cast<double>(sample) * taps.share[i];
-                }
-                whole[index(x, y, c)] = (sum + 32) >> 6;
-                real[index(x, y, c)] = real_sum;
+    const auto columns = mask_taps(in.width, width, sx, a);
+    const auto rows = mask_taps(in.height, height, sy, a);
+    return in.with(width, height, in.channels, [&](auto x, auto y, auto c) {
+        const MaskTaps& column = columns[x];
+        const MaskTaps& row = rows[y];
+        std::int64_t sum = 0;
+        double real_sum = 0;
+        for (std::size_t j = 0; j < row.at.size(); ++j) {
+            std::int64_t across = 0;
+            double real_across = 0;
+            for (std::size_t i = 0; i < column.at.size(); ++i) {
+                const std::int64_t sample = in.at(column.at[i], row.at[j], c);
+                across += sample * column.weight(i);
+                real_across += real(sample) * column.share[i];
             }
+            sum += ((across + 32) >> 6) * row.weight(j);
+            real_sum += real_across * row.share[j];
         }
-    }
-    Picture out(width, height, in.channels);
-    for (std::int64_t y = 0; y < height; ++y) {
-        const MaskTaps taps = mask_taps(y, in.height, height, scale.y, mask_of(scale.y), a);
-        for (std::int64_t x = 0; x < width; ++x) {
-            for (int c = 0; c < in.channels; ++c) {
-                std::int64_t sum = 0;
-                double real_sum = 0;
-                for (std::size_t i = 0; i < taps.at.size(); ++i) {
-                    const auto row = std::clamp<std::int64_t>(taps.at[i], 0, in.height - 1);
-                    sum += whole[index(x, row, c)] * weight_10_bits(taps.share[i]);
-                    real_sum += real[index(x, row, c)] * taps.share[i];
-                }
-                const std::int64_t value =
-                    fixed ? (sum + 8192) >> 14
-                          : (real_sum < 0 ? 0
-                                          : static_cast<std::int64_t>(std::floor(real_sum + 0.5)));
-                out.set(x, y, c) = std::clamp<std::int64_t>(value, 0, maximum);
-            }
-        }
-    }
-    return out;
+        return limited(in, bits,
+                       in.bits == 8 ? (sum + 8192) >> 14 : floor_index(std::floor(real_sum + 0.5)));
+    });
 }
 
 // Each axis by its own ratio. An axis of 8 bits that keeps its size is only shifted, which its own
 // mask does not change either.
-inline Picture i2var(const Picture& in, std::int64_t width, std::int64_t height, bool fixed,
-                     std::int64_t maximum, float a = -0.75F)
+inline Picture mask_each(const Picture& in, std::uint32_t width, std::uint32_t height, int bits,
+                         float a = -0.75F)
 {
-    return mask_scaled(in, width, height, fixed, a, maximum,
-                       {ratio_of(width, in.width), ratio_of(height, in.height)});
+    return mask_scaled(in, width, height, ratio_of(width, in.width), ratio_of(height, in.height), a,
+                       bits);
 }
 
 // Where box k of `count` begins on an axis.
-inline std::int64_t box_begin(std::int64_t k, std::int64_t source, std::int64_t count, double s)
+inline std::int64_t box_begin(std::int64_t k, std::uint32_t source, std::uint32_t count, double s)
 {
-    const double edge = (static_cast<double>(k) - static_cast<double>(count) * 0.5) * (1.0 / s) +
-                        static_cast<double>(source) * 0.5;
-    return std::clamp<std::int64_t>(static_cast<std::int64_t>(std::max(edge + 0.5, 0.0)), 0,
-                                    source);
+    const double edge = (real(k) - real(count) * 0.5) * (1.0 / s) + real(source) * 0.5;
+    return std::clamp<std::int64_t>(floor_index(std::max(edge + 0.5, 0.0)), 0, source);
 }
 
-inline Picture box_means(const Picture& in, std::int64_t width, std::int64_t height, double s,
-                         std::int64_t maximum)
+inline Picture box_means(const Picture& in, std::uint32_t width, std::uint32_t height, double s,
+                         int bits)
 {
-    Picture out(width, height, in.channels);
-    for (std::int64_t y = 0; y < height; ++y) {
-        const std::int64_t top = box_begin(y, in.height, height, s);
-        const std::int64_t bottom = box_begin(y + 1, in.height, height, s);
-        for (std::int64_t x = 0; x < width; ++x) {
-            const std::int64_t left = box_begin(x, in.width, width, s);
-            const std::int64_t right = box_begin(x + 1, in.width, width, s);
-            const std::int64_t count = (bottom - top) * (right - left);
-            for (int c = 0; c < in.channels; ++c) {
-                std::int64_t sum = 0;
-                for (std::int64_t j = top; j < bottom; ++j)
-                    for (std::int64_t i = left; i < right; ++i)
-                        sum += in.at(i, j, c);
-                // Boxes of more than three pixels that lie inside: none is empty.
-                // NOLINTNEXTLINE(clang-analyzer-core.*)
-                out.set(x, y, c) = std::min((sum + count / 2) / count, maximum);
-            }
+    return in.with(width, height, in.channels, [&](auto x, auto y, auto c) {
+        std::int64_t sum = 0;
+        std::int64_t count = 0;
+        for (auto j = box_begin(y, in.height, height, s);
+             j < box_begin(y + 1, in.height, height, s); ++j) {
+            for (auto i = box_begin(x, in.width, width, s);
+                 i < box_begin(x + 1, in.width, width, s); ++i, ++count)
+                sum += in.at(i, j, c);
         }
-    }
-    return out;
+        return limited(in, bits, (sum + count / 2) / std::max<std::int64_t>(count, 1));
+    });
 }
 
 // One ratio for both axes, the larger one.
-inline Picture i2(const Picture& in, std::int64_t width, std::int64_t height, bool fixed,
-                  std::int64_t maximum, float a = -0.75F)
+inline Picture mask_both(const Picture& in, std::uint32_t width, std::uint32_t height, int bits,
+                         float a = -0.75F)
 {
     const double s = std::max(ratio_of(width, in.width), ratio_of(height, in.height));
-    if (s < 0.33 - 2.220446049250313e-16)
-        return box_means(in, width, height, s, maximum);
-    return mask_scaled(in, width, height, fixed, a, maximum, {s, s});
+    if (s < 0.33 - std::numeric_limits<double>::epsilon())
+        return box_means(in, width, height, s, bits);
+    return mask_scaled(in, width, height, s, s, a, bits);
 }
 
-// Cubic convolution whose axes are double precision where more than 8 bits shrink. The limit holds
-// for the pass that comes second, which it makes necessary.
-template <class T>
-Picture cubic_fast(const Picture& in, std::int64_t width, std::int64_t height, double a, int bits)
+// The way for each pair of ratios, and those to and from fewer than 8 pixels.
+inline Picture selected(const Picture& in, std::uint32_t width, std::uint32_t height, int bits)
 {
-    const bool deep = sizeof(T) > 1;
-    const bool height_first = height < in.height;
-    const bool limited = bits != 0 && bits < 8 * static_cast<int>(sizeof(T));
-    const auto wide = Arithmetic::of<T>(!(deep && width < in.width), height_first ? bits : 0);
-    const auto high = Arithmetic::of<T>(!(deep && height < in.height), height_first ? 0 : bits);
-    return two_passes(
-        in, height,
-        [&](const Picture& p) {
-            return cubic_axis(p, width, wide, a, false, limited && height_first);
-        },
-        [&](const Picture& p) {
-            return along_height(p, [&](const Picture& turned) {
-                return cubic_axis(turned, height, high, a, true, limited && !height_first);
-            });
+    const double sx = ratio_of(width, in.width);
+    const double sy = ratio_of(height, in.height);
+    const bool far_x = sx < 0.33;
+    const bool far_y = sy < 0.33;
+    const bool is_byte = in.bits == 8;
+    if (in.width < 8 || in.height < 8 || (width >= 8 && height >= 8 && sx >= 1 && sy >= 1))
+        return cubic_fast(in, width, height, -0.75, bits);
+    if ((width < 8 || height < 8) && !far_x && !far_y)
+        return linear(mask_each(in, std::max(width, 8U), std::max(height, 8U), bits), width, height,
+                      true);
+    if (width < 8 || height < 8) {
+        const Picture means = area(in, width, height, is_byte);
+        return means.with(width, height, in.channels, [&](auto x, auto y, auto c) {
+            return limited(in, bits, means.at(x, y, c));
         });
+    }
+    if (far_x && far_y && std::abs(sx - sy) <= std::numeric_limits<double>::epsilon())
+        return mask_both(in, width, height, bits);
+    const Picture twice =
+        area(in, far_x ? 2 * width : in.width, far_y ? 2 * height : in.height, is_byte);
+    if (sx < 1 && sy < 1)
+        return mask_each(twice, width, height, bits);
+    return cubic_fast(mask_each(twice, sx < 1 ? width : in.width, sy < 1 ? height : in.height, 0),
+                      width, height, -0.75, bits);
 }
 
 } // namespace nuv::model

@@ -135,6 +135,7 @@ NUV_TestChain::NUV_TestChain(std::size_t fail_at, const NUV_Cpu& cpu)
 NUV_TestChain::~NUV_TestChain()
 {
     manager_.memory().fail_at(NUV_FailingMemory::never);
+    headless_.reset();
     manager_.clear();
     EXPECT_EQ(manager_.memory().live(), live_at_start_) << "allocations are left";
     const auto* relation = dynamic_cast<const NUV_RelationForST*>(manager_.relation());
@@ -159,6 +160,12 @@ void NUV_TestChain::blank_source(const NUV_TestImage& image)
     constexpr std::size_t enough = 1 << 20; // for refusals of huge images, which are never run
     source_bytes(image, std::vector<std::uint8_t>(
                             bytes * image.height <= enough ? bytes * image.height : 0));
+}
+
+void NUV_TestChain::headless_source()
+{
+    headless_ = make_object<NUV_HeadlessEngine>(manager_);
+    last_ = headless_.get();
 }
 
 std::vector<std::uint8_t> NUV_TestChain::run_bytes()

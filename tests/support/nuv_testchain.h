@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_cpu.h"
 #include "framework/base/nuv_header.h"
+#include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_engine.h"
 #include "framework/manager/nuv_blockworkflow.h"
@@ -83,6 +84,8 @@ public:
                       std::uint32_t block_bytes = 64);
     // An image of zeros.
     void blank_source(const NUV_TestImage& image);
+    // An engine without an image.
+    void headless_source();
 
     // Appends Creator(manager).engine(last, args...). False when that gave null.
     template <class Creator, class... Args>
@@ -119,6 +122,7 @@ private:
     NUV_TestManager manager_;
     std::size_t live_at_start_;
     std::size_t live_with_source_ = 0;
+    NUV_Held<NUV_HeadlessEngine> headless_;
     NUV_Engine* last_ = nullptr;
 };
 

@@ -60,15 +60,35 @@ TEST_P(Operation, IsCleanAtEveryAllocation)
         draw().expect_clean_at_every_allocation();
 }
 
-TEST_P(Operation, RefusesNothingInFront)
+// The same for all: nothing or no image in front, an error that stands, an image without lines.
+TEST_P(Operation, RefusesWhatNoneCanTake)
 {
-    const NUV_ModelImage image = draw_image(row(), random_);
-    NUV_TestChain chain;
-    EXPECT_FALSE(row().draw(image, random_).append(chain));
     if (row().refusal.empty())
         return;
-    EXPECT_EQ(chain.status().method, row().refusal);
-    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    const NUV_ModelImage image = draw_image(row(), random_);
+    const NUV_Append append = row().draw(image, random_).append;
+    for (const bool is_headless : {false, true}) {
+        NUV_TestChain chain;
+        if (is_headless)
+            chain.headless_source();
+        EXPECT_FALSE(append(chain));
+        EXPECT_EQ(chain.status().method, row().refusal);
+        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+    }
+    for (const bool is_pending : {false, true}) {
+        NUV_TestImage source = image.description();
+        source.encode_type = is_pending ? source.encode_type : NUV_EncodeType::jpeg;
+        NUV_TestChain chain;
+        chain.blank_source(source);
+        NUV_Engine* const last = chain.last();
+        if (is_pending)
+            fail(chain.manager(), NUV_ERR_UNSUPPORTED, "pending");
+        if (append(chain))
+            EXPECT_EQ(chain.last(), last);
+        else
+            EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED) << chain.status().method;
+        EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+    }
 }
 
 // Chains of several operations, whose blocks, readers and ends have to go together.
