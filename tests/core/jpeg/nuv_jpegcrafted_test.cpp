@@ -1,5 +1,6 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegdecodetest.h"
+#include "tests/core/jpeg/nuv_jpegreference.h"
 
 #include <gtest/gtest.h>
 
@@ -137,7 +138,11 @@ std::vector<Refusal> header_refusals()
 std::vector<Refusal> later_refusals()
 {
     constexpr NUV_JPEGCode good = NUV_JPEGCode::good;
-    const std::vector<int> ones(15, 1);
+    const auto chain_of_ones = [](int last) {
+        std::vector<int> counts(16, 1);
+        counts[15] = last;
+        return counts;
+    };
     const auto with_table = [](const std::vector<int>& counts) {
         return gray_frame()
             .segment(0xC4, huffman_table(counts))
@@ -173,7 +178,10 @@ std::vector<Refusal> later_refusals()
          JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
          NUV_JPEGCode::bad_segment},
         {"a complete table", with_table({2})},
-        {"a table of 15 ones", with_table(ones)},
+        {"a code for all but 16 ones", with_table(chain_of_ones(1))},
+        {"a code of 16 ones", with_table(chain_of_ones(2)), good, NUV_JPEGCode::bad_segment},
+        {"a DNL before the scan",
+         gray_frame().segment(0xDC, {0, 9}).scan({1}).bits(0, 5).bits(0, 3).end()},
         {"three codes of 1 bit", with_table({3}), good, NUV_JPEGCode::bad_segment},
         {"a full table and one more", with_table({1, 2, 1}), good, NUV_JPEGCode::bad_segment},
         {"no code for anything", with_table({}), good, good, NUV_JPEGCode::read_failed},
@@ -290,6 +298,19 @@ TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
         EXPECT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     }
+}
+
+TEST(JPEGDecoder, EndsRunsOfEmptyBandsWithTheirInterval)
+{
+    JPEGCraft craft;
+    craft.quantisers().symbols(0x00, {3}).symbols(0x10, {0x00, 0x03, 0x40});
+    craft.frame(0xC2, 8, 32, 8, {0x11}).segment(0xDD, {0, 2}).scan({1}, 0, 0);
+    craft.bits(5, 6).bits(5, 6).flush().marker(0xD0).bits(6, 6).bits(5, 6).flush();
+    craft.scan({1}, 1, 63).bits(2, 3).bits(0, 4).flush().marker(0xD0); // 16 blocks
+    const Stream stream = craft.bits(1, 3).bits(6, 3).bits(0, 3).bits(0, 3).end();
+    const JPEGDecoded decoded = decode_stream(stream);
+    EXPECT_TRUE(decoded.is_clean());
+    EXPECT_EQ(decoded.picture.samples, decode_by_reference(stream)->samples);
 }
 
 // A later DQT and DHT change the scans behind them, and no component that has begun.
