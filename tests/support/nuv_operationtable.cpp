@@ -1,6 +1,7 @@
 #include "tests/support/nuv_operationtable.h"
 
 #include "framework/base/nuv_held.h"
+#include "tests/support/nuv_testforms.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ void NUV_TableChain::add(const NUV_OperationRow& row, std::mt19937& random)
 {
     NUV_DrawnOperation drawn = row.draw(result_, random);
     if (drawn.result.samples.empty()) {
-        NUV_TestChain chain;
+        NUV_TestChain chain(test_levels[0].cpu);
         chain.source_bytes(result_.description(), result_.bytes());
         ASSERT_TRUE(drawn.append(chain)) << row.name << ": " << chain.status().method;
         const auto bytes = chain.run_bytes();
@@ -65,18 +66,24 @@ bool NUV_TableChain::build(NUV_TestChain& chain, std::vector<std::uint8_t> bytes
 void NUV_TableChain::expect_whole() const
 {
     SCOPED_TRACE(text_);
-    NUV_TestChain chain;
-    ASSERT_TRUE(build(chain)) << chain.status().method;
-    EXPECT_EQ(chain.header().width(), result_.width);
-    EXPECT_EQ(chain.header().height(), result_.height);
-    EXPECT_EQ(chain.header().channels(), result_.channels);
-    EXPECT_EQ(chain.header().bits(), result_.bits);
-    EXPECT_EQ(chain.header().data_type(), result_.description().data_type);
-    EXPECT_STREQ(chain.header().color_type()->key(), result_.color_type->key());
-    EXPECT_STREQ(chain.header().encode_type()->key(), result_.encode_type->key());
-    const bool is_equal = chain.run_bytes() == result_.bytes();
-    EXPECT_TRUE(is_equal);
-    EXPECT_EQ(chain.status().code, NUV_STATUS_OK) << chain.status().method;
+    const auto wanted = result_.bytes();
+    for (const NUV_TestLevel& level : test_levels) {
+        if (!level.runs_here())
+            continue;
+        SCOPED_TRACE(level.name);
+        NUV_TestChain chain(level.cpu);
+        ASSERT_TRUE(build(chain)) << chain.status().method;
+        EXPECT_EQ(chain.header().width(), result_.width);
+        EXPECT_EQ(chain.header().height(), result_.height);
+        EXPECT_EQ(chain.header().channels(), result_.channels);
+        EXPECT_EQ(chain.header().bits(), result_.bits);
+        EXPECT_EQ(chain.header().data_type(), result_.description().data_type);
+        EXPECT_STREQ(chain.header().color_type()->key(), result_.color_type->key());
+        EXPECT_STREQ(chain.header().encode_type()->key(), result_.encode_type->key());
+        const bool is_equal = chain.run_bytes() == wanted;
+        EXPECT_TRUE(is_equal);
+        EXPECT_EQ(chain.status().code, NUV_STATUS_OK) << chain.status().method;
+    }
 }
 
 void NUV_TableChain::expect_cut(std::mt19937& random) const
