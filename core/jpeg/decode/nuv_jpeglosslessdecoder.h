@@ -21,10 +21,8 @@ public:
                                     std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
-    // The next line: interleaved samples of 8 bits, or of 16 in
-    // host order when the precision is above 8.
-    // NUV_JPEGCode::damaged_lines for one that is lost; its bytes
-    // are 0x80.
+    // The next line: interleaved samples of 8 bits, or of 16 in host order when the precision is
+    // above 8. NUV_JPEGCode::damaged_lines for one that is lost; its bytes are 0x80.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* out) noexcept;
 
 private:
@@ -51,8 +49,7 @@ private:
     std::array<const NUV_JPEGWideTable*, jpeg_most_components>
         row_tables_{}; // by place in the scan
     NUV_JPEGScans scans_;
-    // By component: the row that is being made (first its
-    // differences), and the one above it.
+    // By component: the row that is being made (first its differences), and the one above it.
     std::array<std::uint16_t*, jpeg_most_components> rows_{};
     std::array<std::uint16_t*, jpeg_most_components> previous_{};
     NUV_JPEGMemory<std::uint16_t> row_memory_;
