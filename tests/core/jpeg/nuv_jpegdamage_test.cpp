@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 namespace nuv {
@@ -31,6 +32,14 @@ Stream cut(const Stream& stream, std::size_t from, std::size_t to)
     Stream rest(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(from));
     rest.insert(rest.end(), stream.begin() + static_cast<std::ptrdiff_t>(to), stream.end());
     return rest;
+}
+
+double mean_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
+{
+    std::size_t sum = 0;
+    for (std::size_t i = 0; i < a.samples.size(); ++i)
+        sum += static_cast<std::size_t>(std::abs(a.samples[i] - b.samples[i]));
+    return static_cast<double>(sum) / static_cast<double>(a.samples.size());
 }
 
 // All lines came, and each with a warning or each without.
@@ -64,10 +73,10 @@ TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
 {
     struct Case {
         Stream stream;
-        double least_decibels; // against the whole picture: bits of the last plane may be wrong
+        double most_different; // from the whole picture: bits of the last plane may be wrong
         std::size_t untouched; // components
     };
-    const Case cases[] = {{progressive(), 24, 0}, {in_three_scans(), 0, 2}};
+    const Case cases[] = {{progressive(), 8, 0}, {in_three_scans(), 256, 2}};
     for (const Case& c : cases) {
         const JPEGDecoded whole = decode_stream(c.stream);
         ASSERT_TRUE(whole.is_clean());
@@ -82,7 +91,7 @@ TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
             warned += is_clean ? 0 : 1;
             ASSERT_TRUE(
                 is_shown(decoded, is_clean ? NUV_JPEGCode::good : NUV_JPEGCode::damaged_lines));
-            ASSERT_GT(signal_to_noise(decoded.picture, whole.picture), c.least_decibels);
+            ASSERT_LT(mean_difference(decoded.picture, whole.picture), c.most_different);
             for (std::size_t i = 0; i < whole.picture.samples.size(); ++i)
                 ASSERT_TRUE(i % 3 >= c.untouched ||
                             decoded.picture.samples[i] == whole.picture.samples[i]);
