@@ -64,18 +64,6 @@ NUV_JPEGGeometry NUV_JPEGGeometry::of(const NUV_JPEGFrame& frame, std::uint32_t 
     return geometry;
 }
 
-std::uint32_t jpeg_sampling_key(const NUV_JPEGFrame& frame) noexcept
-{
-    if (frame.components != 3 && frame.components != 4)
-        return jpeg_sampling_444;
-    std::uint32_t key = 0;
-    for (std::size_t i = 0; i < frame.components; ++i) {
-        const NUV_JPEGComponent& component = frame.component[i];
-        key = key << 8 | static_cast<std::uint32_t>(component.horizontal << 4 | component.vertical);
-    }
-    return key;
-}
-
 bool is_decoded_sampling(std::uint32_t key, bool is_progressive) noexcept
 {
     switch (key) {

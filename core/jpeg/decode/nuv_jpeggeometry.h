@@ -55,10 +55,6 @@ struct NUV_JPEGGeometry {
                                              std::uint32_t scale) noexcept;
 };
 
-// The factors of all components as one number, a byte for each; 0x111111 for one component, and
-// for any number other than 3 and 4.
-[[nodiscard]] std::uint32_t jpeg_sampling_key(const NUV_JPEGFrame& frame) noexcept;
-
 // Whether pictures of this sampling are decoded.
 [[nodiscard]] bool is_decoded_sampling(std::uint32_t key, bool is_progressive) noexcept;
 // Whether they are decoded at a reduced size.

@@ -1,24 +1,17 @@
 #pragma once
 
 #include "core/jpeg/encode/nuv_jpeglosslessencoder.h"
-#include "core/jpeg/kernels/nuv_jpeghuffman.h"
+#include "core/jpeg/encode/nuv_jpegsequentialencoder.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/stream/nuv_jpegcodes.h"
 #include "core/jpeg/stream/nuv_jpegframe.h"
 #include "core/jpeg/stream/nuv_jpegmarkers.h"
 #include "core/jpeg/stream/nuv_jpegoutput.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace nuv {
-
-// 64 quantisers in zig-zag order, at least 1: the standard table times 2 - quality / 50, so that
-// quality 0 doubles it, 50 keeps it and 100 makes it all ones. `base` is in natural order.
-[[nodiscard]] NUV_JPEGQuantisers jpeg_quantisers_of_quality(std::span<const std::uint8_t, 64> base,
-                                                            std::uint32_t quality) noexcept;
 
 // Writes one picture, line by line: baseline sequential with the standard Huffman tables, or
 // lossless. The calls in order: open_coder, create, set_format, set_lossless for that kind,
@@ -26,16 +19,11 @@ namespace nuv {
 // of a lossless picture, and its coded bytes; all memory is taken in start_encode.
 class NUV_JPEGEncoder {
 public:
-    // What the samples of three components are.
-    enum class SourceColor {
-        components, // coded as they come
-        rgb,        // converted to YCbCr, but for 4:1:1, which keeps and marks them as RGB
-    };
+    using SourceColor = NUV_JPEGSequentialEncoder::SourceColor;
 
     NUV_JPEGEncoder() = default;
     NUV_JPEGEncoder(const NUV_JPEGEncoder&) = delete;
     NUV_JPEGEncoder& operator=(const NUV_JPEGEncoder&) = delete;
-    ~NUV_JPEGEncoder() { free_memory(); }
 
     // The allocator must outlive the coder.
     [[nodiscard]] NUV_JPEGCode open_coder(const NUV_JPEGAllocator& allocator) noexcept;
@@ -81,89 +69,26 @@ public:
 private:
     enum class State : std::uint8_t { closed = 0, formatted = 1, encoding = 2 };
 
-    // A block of the MCU and what codes it.
-    struct BlockSlot {
-        std::int16_t* block;
-        const std::uint16_t* inverses;
-        const NUV_JPEGEncodeTable* dc_table;
-        const NUV_JPEGWideEncodeTable* ac_table;
-        std::int16_t* previous_dc;
-    };
-
-    static constexpr std::size_t most_blocks = 6; // of an MCU: 2 x 2, 1 and 1, or 4, 1 and 1
-    static constexpr std::size_t most_tables = 2; // luma and chroma
-
-    [[nodiscard]] bool is_lossless() const noexcept
-    {
-        return frame_.start_marker == jpeg_marker_sof3;
-    }
-    [[nodiscard]] NUV_JPEGCode start_lossless(std::uint32_t& restart_interval) noexcept;
-    [[nodiscard]] NUV_JPEGCode encode_lossless_line() noexcept;
-
-    void set_geometry() noexcept;
     void settle_restart_interval(std::uint32_t& restart_interval) noexcept;
-    void choose_conversion(std::uint32_t key) noexcept;
-    [[nodiscard]] bool allocate_memory() noexcept;
-    void free_memory() noexcept;
-    [[nodiscard]] bool build_tables() noexcept;
-    void lay_out_slots() noexcept;
-    [[nodiscard]] NUV_JPEGCode write_header() noexcept;
-    [[nodiscard]] NUV_JPEGCode write_stored_markers() noexcept;
-
-    void pad_line(std::uint8_t* line) const noexcept;
-    [[nodiscard]] NUV_JPEGCode encode_mcu_row() noexcept;
-    [[nodiscard]] NUV_JPEGCode encode_mcus(const std::uint8_t* pixels, std::size_t count) noexcept;
-    [[nodiscard]] NUV_JPEGCode put_restart() noexcept;
-    [[nodiscard]] NUV_JPEGCode flush_bits() noexcept;
-    void put_coded_marker(std::uint8_t id) noexcept;
-    [[nodiscard]] NUV_JPEGCode close_stream() noexcept;
-    [[nodiscard]] NUV_JPEGCode correct_height() noexcept;
-    [[nodiscard]] NUV_JPEGCode write(std::span<const std::uint8_t> bytes) noexcept;
-    [[nodiscard]] NUV_JPEGCode write_coded() noexcept;
+    [[nodiscard]] NUV_JPEGCode start_process() noexcept;
+    [[nodiscard]] NUV_JPEGCode correct_height(std::int32_t position) noexcept;
 
     NUV_JPEGAllocator allocator_;
     NUV_JPEGOutput output_;
     const NUV_JPEGPrimitives* primitives_ = nullptr;
     State state_ = State::closed;
     bool write_failed_ = false;
+    std::uint32_t lines_ = 0; // written so far
 
     NUV_JPEGFrame frame_;
     std::uint32_t quality_ = 0;
-    std::uint32_t sampling_ = jpeg_sampling_444;
     SourceColor source_color_ = SourceColor::components;
-    NUV_JPEGMarkerList markers_;
-    std::int32_t height_position_ = 0; // of the SOF's height, in the storage
-
     NUV_JPEGLosslessTable lossless_table_ = NUV_JPEGLosslessTable::standard;
+    NUV_JPEGMarkerList markers_;
+
+    NUV_JPEGSequentialEncoder sequential_;
     NUV_JPEGLosslessEncoder lossless_;
-
-    NUV_JPEGPrimitives::PixelsToBlocks pixels_to_blocks_ = nullptr;
-    std::size_t mcu_width_ = 0;  // pixels
-    std::size_t mcu_height_ = 0; // lines
-    std::size_t mcus_per_row_ = 0;
-    std::size_t line_bytes_ = 0; // without padding
-    std::size_t row_step_ = 0;   // bytes of a line padded to whole MCUs
-
-    void* memory_ = nullptr; // what the three that follow are parts of
-    std::int16_t* blocks_ = nullptr;
-    std::int16_t* second_block_ = nullptr; // the first one of the second component
-    std::int16_t* third_block_ = nullptr;
-    std::uint8_t* row_ = nullptr; // mcu_height_ lines
-    std::span<std::uint8_t> coded_;
-    std::int32_t coded_bytes_ = 0;
-
-    std::uint32_t lines_ = 0;    // written so far
-    std::size_t open_lines_ = 0; // of the MCU row
-    std::uint32_t mcus_to_restart_ = 0;
-    std::uint8_t restart_number_ = 0; // of the next RST
-
-    std::size_t slot_count_ = 0;
-    std::array<BlockSlot, most_blocks> slots_{};
-    std::array<std::array<std::uint16_t, jpeg_block_size>, most_tables> inverses_{};
-    std::array<NUV_JPEGQuantisers, most_tables> quantisers_{};
-    std::array<NUV_JPEGEncodeTable, most_tables> dc_tables_{};
-    std::array<NUV_JPEGWideEncodeTable, most_tables> ac_tables_{};
-    NUV_JPEGEncodeState bits_{};
+    NUV_JPEGEncodingProcess* process_ = nullptr; // the one of the two that is started
 };
 
 } // namespace nuv

@@ -87,6 +87,9 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::start(const NUV_JPEGFrame& frame, NUV_JPEG
                                             const NUV_JPEGOutput& output,
                                             const NUV_JPEGPrimitives& primitives) noexcept
 {
+    if ((frame.precision != 8 && frame.precision != 16) ||
+        frame.restart_interval % frame.width != 0) // T.81, H.1.1: an interval is whole lines
+        return NUV_JPEGCode::bad_parameter;
     frame_ = frame;
     table_ = table;
     output_ = output;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/jpeg/encode/nuv_jpegencodingprocess.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
-#include "core/jpeg/stream/nuv_jpegcodes.h"
 #include "core/jpeg/stream/nuv_jpegframe.h"
 #include "core/jpeg/stream/nuv_jpegmemory.h"
 #include "core/jpeg/stream/nuv_jpegoutput.h"
@@ -18,34 +18,27 @@ enum class NUV_JPEGLosslessTable : std::uint8_t {
     optimal,  // the best one for the picture, all differences of which are held until its end
 };
 
-// The lossless process (T.81, H.1) as the encoder runs it: predictor 1, no point transform, one
-// scan of all components under one table. It writes the whole stream. The calls in order: start;
-// for each line next_line and encode_line; close.
-class NUV_JPEGLosslessEncoder {
+// The lossless process (T.81, H.1): predictor 1, no point transform, one scan of all components
+// under one table.
+class NUV_JPEGLosslessEncoder final : public NUV_JPEGEncodingProcess {
 public:
     NUV_JPEGLosslessEncoder() = default;
-    NUV_JPEGLosslessEncoder(const NUV_JPEGLosslessEncoder&) = delete;
-    NUV_JPEGLosslessEncoder& operator=(const NUV_JPEGLosslessEncoder&) = delete;
 
-    // `frame` has 1 or 3 components, a precision of 8 or 16 bits, and a restart interval that is
-    // whole lines. All memory is taken here. The header is written here under the standard table.
-    // NUV_JPEGCode::no_memory, NUV_JPEGCode::io.
+    // `frame` has 1 or 3 components. All memory is taken here. The header is written here under the
+    // standard table. NUV_JPEGCode::bad_parameter for samples that are not of 8 or 16 bits and for
+    // a restart interval that is not whole lines, NUV_JPEGCode::no_memory, NUV_JPEGCode::io.
     [[nodiscard]] NUV_JPEGCode start(const NUV_JPEGFrame& frame, NUV_JPEGLosslessTable table,
                                      const NUV_JPEGAllocator& allocator,
                                      const NUV_JPEGOutput& output,
                                      const NUV_JPEGPrimitives& primitives) noexcept;
-    // Where the next line belongs: width x components samples of 1 or, in the order of the host,
-    // 2 bytes. Null after free_memory.
-    [[nodiscard]] std::uint8_t* next_line() noexcept;
-    // Takes the line that stands there; not more of them than the frame has.
-    [[nodiscard]] NUV_JPEGCode encode_line() noexcept;
-    // Ends the stream behind the lines that came, at least one.
-    [[nodiscard]] NUV_JPEGCode close() noexcept;
-    void free_memory() noexcept;
-
-    // Of the frame's height, in the storage; set once the header is written. Only the header of the
-    // standard table can have a height to be corrected.
-    [[nodiscard]] std::int32_t height_position() const noexcept { return height_position_; }
+    [[nodiscard]] std::uint8_t* next_line() noexcept override;
+    [[nodiscard]] NUV_JPEGCode encode_line() noexcept override;
+    [[nodiscard]] NUV_JPEGCode close() noexcept override;
+    void free_memory() noexcept override;
+    [[nodiscard]] std::int32_t height_position() const noexcept override
+    {
+        return table_ == NUV_JPEGLosslessTable::optimal ? height_is_true : height_position_;
+    }
 
 private:
     // What a category puts in front of the low bits of its differences (T.81, H.1.2.2).

@@ -80,4 +80,18 @@ struct NUV_JPEGFrame {
     }
 };
 
+// The factors of all components as one number, a byte for each; 0x111111 for one component, and
+// for any number other than 3 and 4.
+[[nodiscard]] inline std::uint32_t jpeg_sampling_key(const NUV_JPEGFrame& frame) noexcept
+{
+    if (frame.components != 3 && frame.components != 4)
+        return jpeg_sampling_444;
+    std::uint32_t key = 0;
+    for (std::size_t i = 0; i < frame.components; ++i) {
+        const NUV_JPEGComponent& component = frame.component[i];
+        key = key << 8 | static_cast<std::uint32_t>(component.horizontal << 4 | component.vertical);
+    }
+    return key;
+}
+
 } // namespace nuv

@@ -1,6 +1,6 @@
 // The tables of a baseline stream, and its header, which carries them.
 
-#include "core/jpeg/encode/nuv_jpegencoder.h"
+#include "core/jpeg/encode/nuv_jpegsequentialencoder.h"
 #include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "core/jpeg/stream/nuv_jpegtables.h"
 
@@ -40,11 +40,11 @@ NUV_JPEGQuantisers jpeg_quantisers_of_quality(std::span<const std::uint8_t, 64> 
     return quantisers;
 }
 
-bool NUV_JPEGEncoder::build_tables() noexcept
+bool NUV_JPEGSequentialEncoder::build_tables(std::uint32_t quality) noexcept
 {
     bool ok = true;
-    quantisers_[0] = jpeg_quantisers_of_quality(jpeg_standard_luminance_quantisers, quality_);
-    quantisers_[1] = jpeg_quantisers_of_quality(jpeg_standard_chrominance_quantisers, quality_);
+    quantisers_[0] = jpeg_quantisers_of_quality(jpeg_standard_luminance_quantisers, quality);
+    quantisers_[1] = jpeg_quantisers_of_quality(jpeg_standard_chrominance_quantisers, quality);
     for (std::size_t i = 0; i < most_tables; ++i) {
         const NUV_JPEGHuffmanSegment& dc = all_huffman_segments[i];
         const NUV_JPEGHuffmanSegment& ac = all_huffman_segments[most_tables + i];
@@ -57,9 +57,10 @@ bool NUV_JPEGEncoder::build_tables() noexcept
     return ok;
 }
 
-NUV_JPEGCode NUV_JPEGEncoder::write_stored_markers() noexcept
+NUV_JPEGCode NUV_JPEGSequentialEncoder::write_markers(
+    std::span<const NUV_JPEGMarker> markers) noexcept
 {
-    for (const NUV_JPEGMarker& marker : markers_.items()) {
+    for (const NUV_JPEGMarker& marker : markers) {
         std::uint8_t head[4];
         NUV_JPEGSegmentWriter(head).put_segment(marker.id, marker.payload.size());
         NUV_JPEGCode code = write(head);
@@ -71,14 +72,15 @@ NUV_JPEGCode NUV_JPEGEncoder::write_stored_markers() noexcept
     return NUV_JPEGCode::good;
 }
 
-NUV_JPEGCode NUV_JPEGEncoder::write_header() noexcept
+NUV_JPEGCode NUV_JPEGSequentialEncoder::write_header(
+    std::span<const NUV_JPEGMarker> markers) noexcept
 {
     std::array<std::uint8_t, 1024> header; // the segments take 623 bytes at most
     NUV_JPEGSegmentWriter start(header);
     start.put_marker(jpeg_marker_soi);
     NUV_JPEGCode code = write(std::span(header).first(start.position()));
     if (is_good(code))
-        code = write_stored_markers();
+        code = write_markers(markers);
     if (!is_good(code))
         return code;
 
