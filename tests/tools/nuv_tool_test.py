@@ -134,36 +134,55 @@ class Info(ToolTest):
 
 
 class Convert(ToolTest):
-    def test_mirrors_as_pamflip_does(self):
+    def test_gives_the_samples_that_netpbm_and_arithmetic_give(self):
         gray = peer("ppmtopgm", data=self.ppm)
-        pictures = {
-            "rgb": self.ppm,
-            "gray": gray,
-            "deep": peer("pamdepth", "65535", data=gray),
-            "deep_rgb": peer("pamdepth", "65535", data=self.ppm),
-            "bits": peer("pgmtopbm", "-threshold", data=gray),
-        }
-        for name, picture in pictures.items():
-            with self.subTest(name):
-                # Samples of 16 bits are read from the plain form alone.
-                plain = name.startswith("deep")
-                self.write("source", peer("pnmtoplainpnm", data=picture) if plain else picture)
-                self.convert("source", f"{name}.raw", "mirror-x", makes=[f"{name}.raw"])
-                expected = samples_of(peer("pamflip", "-lr", data=picture))
-                # netpbm says 1 for black, and so does the library.
-                self.assertEqual(self.read(f"{name}.raw"), expected)
-                self.convert("source", f"{name}.raw", "mirror-x", "mirror-x")
-                self.assertEqual(self.read(f"{name}.raw"), samples_of(picture))
+        bits = peer("pgmtopbm", "-threshold", data=gray)
+        deep = peer("pamdepth", "65535", data=self.ppm)
+        plain = peer("pnmtoplainpnm", data=deep)  # samples of 16 bits are read from it alone
+        samples = samples_of(self.ppm)
+        planes = samples[0::3] + samples[1::3] + samples[2::3]
+        inverse = bytes(range(255, -1, -1))
+        self.write("inverses", inverse * 3)
+        self.write("words", array.array("H", range(65535, -1, -1)).tobytes() * 3)
 
-    def test_turns_as_pamflip_does(self):
-        bits = peer("pgmtopbm", "-threshold", data=peer("ppmtopgm", data=self.ppm))
-        for name, picture in {"rgb": self.ppm, "bits": bits}.items():
-            self.write("source", picture)
-            for angle, flip in {"90": "-cw", "180": "-r180", "-90": "-ccw", "450": "-cw"}.items():
-                with self.subTest(name, angle=angle):
-                    self.convert("source", "out.raw", f"rotate={angle}", makes=["out.raw"])
-                    turned = samples_of(peer("pamflip", flip, data=picture))
-                    self.assertEqual(self.read("out.raw"), turned)
+        def flipped(picture, how):
+            return samples_of(peer("pamflip", how, data=picture))
+
+        def words(rule):
+            return array.array("H", (rule(257 * v) for v in samples)).tobytes()
+
+        raw = f"{WIDTH}x{HEIGHT}x3x8:rgb"
+        rows = [
+            (self.ppm, "mirror-x", flipped(self.ppm, "-lr")),
+            (self.ppm, "mirror-x mirror-x", samples),
+            (gray, "mirror-x", flipped(gray, "-lr")),
+            (bits, "mirror-x", flipped(bits, "-lr")),  # netpbm, too, says 1 for black
+            (plain, "mirror-x", flipped(deep, "-lr")),
+            (self.ppm, "rotate=90", flipped(self.ppm, "-cw")),
+            (bits, "rotate=180", flipped(bits, "-r180")),
+            (bits, "rotate=-90", flipped(bits, "-ccw")),
+            (self.ppm, "rotate=450", flipped(self.ppm, "-cw")),
+            (self.ppm, "lut=inverses:8", samples.translate(inverse)),
+            (self.ppm, "convert=-1:255:8", samples.translate(inverse)),
+            (self.ppm, "convert=0.5:0:8", bytes((v + 1) // 2 for v in samples)),
+            (plain, "lut=words:16", words(lambda v: 65535 - v)),
+            (plain, "convert=0.5:0:16", words(lambda v: (v + 1) // 2)),
+            (self.ppm, "--write planar", planes),
+            (planes, f"--input-raw {raw} --planar-input", samples),
+        ]
+        generator = random.Random(1)
+        for width, channels, depth in ((5, 3, 8), (13, 1, 1), (5, 4, 8), (5, 3, 16)):
+            line = (width * channels * depth + 7) // 8
+            padding = line * 8 - width * channels * depth
+            image = b"".join(
+                (generator.getrandbits(line * 8 - padding) << padding).to_bytes(line, "big")
+                for _ in range(7))
+            rows.append((image, f"--input-raw {width}x7x{channels}x{depth}", image))
+        for number, (source, arguments, wanted) in enumerate(rows):
+            with self.subTest(number, arguments=arguments):
+                self.write("source", source)
+                self.convert("source", f"{number}.raw", *arguments.split(), makes=[f"{number}.raw"])
+                self.assertEqual(self.read(f"{number}.raw"), wanted)
 
     def test_scales_to_the_size_asked_for(self):
         sizes = {"10x7": (10, 7), "20x": (20, round(20 * HEIGHT / WIDTH)),
@@ -186,24 +205,6 @@ class Convert(ToolTest):
                     self.convert("out.ljpg", "back.raw", makes=["back.raw"])
                     self.assertEqual(self.read("back.raw"), self.read("samples.raw"))
 
-    def test_changes_samples(self):
-        inverse = bytes(range(255, -1, -1))
-        self.write("inverses", inverse * 3)
-        samples = samples_of(self.ppm)
-        self.convert("in.ppm", "out.raw", "lut=inverses:8", makes=["out.raw"])
-        self.assertEqual(self.read("out.raw"), samples.translate(inverse))
-        self.convert("in.ppm", "out.raw", "convert=-1:255:8")
-        self.assertEqual(self.read("out.raw"), samples.translate(inverse))
-        self.convert("in.ppm", "out.raw", "convert=0.5:0:8")
-        self.assertEqual(self.read("out.raw"), bytes((v + 1) // 2 for v in samples))
-        self.write("deep.ppm", peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm)))
-        self.write("words", array.array("H", range(65535, -1, -1)).tobytes() * 3)
-        deep = {"lut=words:16": lambda v: 65535 - v, "convert=0.5:0:16": lambda v: (v + 1) // 2}
-        for operation, rule in deep.items():
-            self.convert("deep.ppm", "out.raw", operation)
-            wanted = array.array("H", (rule(257 * v) for v in samples))
-            self.assertEqual(self.read("out.raw"), wanted.tobytes(), operation)
-
     def test_changes_colours_as_netpbm_and_djpeg_do(self):
         def nearest(made, wanted, most):
             self.assertEqual(len(made), len(wanted))
@@ -221,17 +222,14 @@ class Convert(ToolTest):
         self.convert("in.jpg", "out.raw", "color=rgb")
         shown = samples_of(peer("djpeg", "-pnm", data=self.read("in.jpg")))
         nearest(self.read("out.raw"), shown, 1)
+        # A JPEG gets the colours that its samples stand for by then.
         best = ("--quality", "100", "--sampling", "444")
-        jobs = (("in.ppm", "color=ycbcr", samples, 5), ("in.jpg", "color=rgb", samples, 12),
-                ("in.ppm", "color=gray", gray, 2),
-                ("in.ppm", "convert=0.5:0:8", [(v + 1) // 2 for v in samples], 5),
-                ("deep.ppm", "convert=0.00389105058:0:8", samples, 5))
-        for number, (source, operation, wanted, most) in enumerate(jobs):
-            with self.subTest(source, operation=operation):
+        for number, (operation, wanted, most) in enumerate((("color=ycbcr", samples, 5),
+                                                            ("color=gray", gray, 2))):
+            with self.subTest(operation):
                 name = f"{number}.jpg"
-                self.convert(source, name, operation, *best, makes=[name])
-                shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read(name)))
-                nearest(shown, wanted, most)
+                self.convert("in.ppm", name, operation, *best, makes=[name])
+                nearest(samples_of(peer("djpeg", "-pnm", data=self.read(name))), wanted, most)
 
     def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
         factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
@@ -261,30 +259,6 @@ class Convert(ToolTest):
             sizes.append(len(self.read(name)))
         self.assertEqual(sizes, sorted(sizes))
         self.assertLess(sizes[0], sizes[-1])
-
-    def test_raw_samples_come_back_in_every_arrangement(self):
-        generator = random.Random(1)
-        for width, channels, bits in ((5, 3, 8), (5, 1, 8), (13, 1, 1), (5, 4, 8), (5, 3, 16)):
-            with self.subTest(width=width, channels=channels, bits=bits):
-                line = (width * channels * bits + 7) // 8
-                padding = line * 8 - width * channels * bits
-                samples = b"".join(
-                    (generator.getrandbits(line * 8 - padding) << padding).to_bytes(line, "big")
-                    for _ in range(7))
-                self.write("samples", samples)
-                shape = f"{width}x7x{channels}x{bits}"
-                self.convert("samples", "copy", "--input-raw", shape,
-                             makes=["copy"] if not (self.folder / "copy").exists() else [])
-                self.assertEqual(self.read("copy"), samples)
-
-    def test_planes_come_apart_and_together(self):
-        samples = samples_of(self.ppm)
-        planes = samples[0::3] + samples[1::3] + samples[2::3]
-        self.convert("in.ppm", "planes", "--write", "planar", makes=["planes"])
-        self.assertEqual(self.read("planes"), planes)
-        shape = f"{WIDTH}x{HEIGHT}x3x8:rgb"
-        self.convert("planes", "samples", "--input-raw", shape, "--planar-input", makes=["samples"])
-        self.assertEqual(self.read("samples"), samples)
 
     def test_the_kind_follows_the_word_before_the_ending(self):
         self.convert("in.ppm", "a.jpg", "--write", "raw", makes=["a.jpg"])

@@ -69,76 +69,40 @@ TEST_F(ReadWriteStorage, PlacesLinesByOffsetGapPadMaskAndByteOrder)
         std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});
         return bytes;
     }();
+    const auto image = [](std::uint32_t width, std::uint32_t height, std::uint16_t bits = 8) {
+        return NUV_TestImage{.width = width, .height = height, .bits = bits};
+    };
+    const NUV_TestImage rgb_bits = {.width = 3, .height = 1, .channels = 3, .bits = 1};
     struct Case {
         const char* what;
         NUV_TestImage image;
         Bytes stored;
-        Reading reading;
-        Writing writing;
+        Reading reading; // offset, gap, order
+        Writing writing; // offset, pad, gap, order
         Bytes written;
     };
     const Case cases[] = {
-        {"as it stands", {.width = 3, .height = 2}, count, {}, {}, {1, 2, 3, 4, 5, 6}},
-        {"offset and gap of the source",
-         {.width = 2, .height = 3},
-         count,
-         {.offset = 4, .line_gap = 3},
-         {},
-         {5, 6, 10, 11, 15, 16}},
-        {"back over the last line",
-         {.width = 2, .height = 2},
-         count,
-         {.line_gap = -1},
-         {},
-         {1, 2, 2, 3}},
-        {"offset, pad and gap of the output",
-         {.width = 2, .height = 2},
+        {"as it stands", image(3, 2), count, {}, {}, {1, 2, 3, 4, 5, 6}},
+        {"a place in the source", image(2, 3), count, {4, 3, 1}, {}, {5, 6, 10, 11, 15, 16}},
+        {"back over the last line", image(2, 2), count, {0, -1, 1}, {}, {1, 2, 2, 3}},
+        {"a place in the output",
+         image(2, 2),
          count,
          {},
-         {.offset = 3, .line_pad = 1, .line_gap = 2},
+         {3, 1, 2, 1},
          {0, 0, 0, 1, 2, 0, 0, 0, 3, 4, 0}},
-        {"lines over one another",
-         {.width = 3, .height = 2},
-         count,
-         {},
-         {.line_gap = -2},
-         {1, 4, 5, 6}},
+        {"lines over one another", image(3, 2), count, {}, {0, 0, -2, 1}, {1, 4, 5, 6}},
         {"12 bits of 2 bytes",
-         {.width = 12, .height = 2, .bits = 1},
+         image(12, 2, 1),
          {0xFF, 0xFF, 0x12, 0x34},
          {},
          {},
          {0xFF, 0xF0, 0x12, 0x30}},
-        {"3 channels of 3 bits",
-         {.width = 3, .height = 1, .channels = 3, .bits = 1},
-         {0xFF, 0xFF},
-         {},
-         {},
-         {0xFF, 0x80}},
-        {"16 bits, source swapped",
-         {.width = 2, .height = 1, .bits = 16},
-         count,
-         {.byte_order = 2},
-         {},
-         {2, 1, 4, 3}},
-        {"16 bits, output swapped",
-         {.width = 2, .height = 1, .bits = 16},
-         count,
-         {},
-         {.byte_order = 0},
-         {2, 1, 4, 3}},
-        {"32 bits, both swapped",
-         {.width = 1, .height = 1, .bits = 32},
-         count,
-         {.byte_order = 0},
-         {.byte_order = 0},
-         {1, 2, 3, 4}},
-        {"8 bits have no order",
-         {.width = 3, .height = 1},
-         count,
-         {.byte_order = 0},
-         {},
-         {1, 2, 3}},
+        {"3 channels of 3 bits", rgb_bits, {0xFF, 0xFF}, {}, {}, {0xFF, 0x80}},
+        {"16 bits, source swapped", image(2, 1, 16), count, {0, 0, 2}, {}, {2, 1, 4, 3}},
+        {"16 bits, output swapped", image(2, 1, 16), count, {}, {0, 0, 0, 0}, {2, 1, 4, 3}},
+        {"32 bits, both swapped", image(1, 1, 32), count, {0, 0, 0}, {0, 0, 0, 0}, {1, 2, 3, 4}},
+        {"8 bits have no order", image(3, 1), count, {0, 0, 0}, {}, {1, 2, 3}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -249,34 +213,34 @@ TEST_F(ReadWriteStorage, CopiesStreamsOfAnyLength)
 
 TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
 {
-    constexpr auto read_engine = "NUV_ReadStorageEngine::initiate()";
+    constexpr auto argument = NUV_ERR_ARGUMENT;
+    constexpr auto read_base = "NUV_ReadEngine::initiate()";
     constexpr auto write_engine = "NUV_WriteStorageEngine::initiate()";
     const Bytes stored = counted_bytes(12);
     NUV_Header header(manager_);
     describe(header, {.width = 2, .height = 2});
-
-    EXPECT_FALSE(reader({}, stored, {.offset = -1}));
-    expect_status(NUV_ERR_ARGUMENT, read_engine);
-    EXPECT_FALSE(NUV_ReadStorage(manager_).engine(nullptr, &header, 0, 0, 1));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_ReadEngine::initiate()");
     auto closed = make_object<NUV_ByteArrayInputStorage>(manager_);
-    EXPECT_FALSE(NUV_ReadStorage(manager_).engine(closed.get(), &header, 0, 0, 1));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_ReadEngine::initiate()");
     auto open = make<NUV_ByteArrayInputStorage>(stored.data(), 12);
-    EXPECT_FALSE(NUV_ReadStorage(manager_).engine(open.get(), nullptr, 0, 0, 1));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_BufferOutputEngine::initiate()");
-    EXPECT_FALSE(reader({.width = 0x20000001, .height = 1}, stored));
-    expect_status(NUV_ERR_UNSUPPORTED, "NUV_BufferOutputEngine::initiate()");
-
     auto output = make<NUV_MemoryOutputStorage>(16);
-    EXPECT_FALSE(write(nullptr, output.get()));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_WriteStorage::engine()");
-    EXPECT_FALSE(write(reader({}, stored), nullptr));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_StorageOutputEngine::initiate()");
-    EXPECT_FALSE(write(reader({}, stored), output.get(), {.offset = -1}));
-    expect_status(NUV_ERR_ARGUMENT, write_engine);
-    EXPECT_FALSE(write(reader({}, stored), output.get(), {.line_pad = -1}));
-    expect_status(NUV_ERR_ARGUMENT, write_engine);
+    const auto reads = [&](NUV_InputStorage* storage, const NUV_Header* image,
+                           std::int32_t offset) {
+        return [=, this] {
+            return NUV_ReadStorage(manager_).engine(storage, image, offset, 0, 1) != nullptr;
+        };
+    };
+    const auto writes = [&](NUV_OutputStorage* storage, const Writing& how) {
+        return [=, this, &stored] { return write(reader({}, stored), storage, how); };
+    };
+    expect_refusals({
+        {argument, "NUV_ReadStorageEngine::initiate()", reads(open.get(), &header, -1)},
+        {argument, read_base, reads(nullptr, &header, 0)},
+        {argument, read_base, reads(closed.get(), &header, 0)},
+        {argument, "NUV_BufferOutputEngine::initiate()", reads(open.get(), nullptr, 0)},
+        {argument, "NUV_WriteStorage::engine()", [&] { return write(nullptr, output.get()); }},
+        {argument, "NUV_StorageOutputEngine::initiate()", writes(nullptr, {})},
+        {argument, write_engine, writes(output.get(), {.offset = -1})},
+        {argument, write_engine, writes(output.get(), {.line_pad = -1})},
+    });
 }
 
 class DstEngineInput : public ReadWriteStorage {};
