@@ -1,0 +1,322 @@
+#include "core/channel/nuv_mergechannel.h"
+#include "core/channel/nuv_selectchannel.h"
+#include "core/colorspace/nuv_colorspace.h"
+#include "core/constantcolor/nuv_constantcolor.h"
+#include "core/convertdatatype/nuv_convertdatatype.h"
+#include "core/limitpixelvalue/nuv_limitpixelvalue.h"
+#include "core/operation/nuv_not.h"
+#include "core/shiftdata/nuv_shiftdata.h"
+#include "tests/support/nuv_model_runs.h"
+#include "tests/support/nuv_pixeltables.h"
+#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_testsamples.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+// Results that a reader can check by hand, and what the table of operations does not draw.
+
+namespace nuv {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+const NUV_DataType* const u = NUV_DataType::u_integer;
+const NUV_DataType* const s = NUV_DataType::s_integer;
+const NUV_DataType* const real = NUV_DataType::floating;
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+template <class O, class I>
+[[nodiscard]] std::vector<O> result(const std::vector<I>& line, const NUV_Append& append,
+                                    std::uint16_t channels = 1)
+{
+    NUV_TestChain chain;
+    chain.source<I>(
+        {.width = static_cast<std::uint32_t>(line.size() / channels), .channels = channels}, line);
+    EXPECT_TRUE(append(chain)) << chain.status().method;
+    return chain.run<O>();
+}
+
+template <class O>
+[[nodiscard]] std::vector<O> bits_result(const NUV_TestImage& image, const Bytes& bytes,
+                                         const NUV_Append& append)
+{
+    NUV_TestChain chain;
+    chain.source_bytes(image, bytes);
+    EXPECT_TRUE(append(chain)) << chain.status().method;
+    return chain.run<O>();
+}
+
+[[nodiscard]] NUV_Append converting(const NUV_DataType* type, std::uint16_t bits, double slope,
+                                    double offset)
+{
+    return appending<NUV_ConvertDataType>(type, bits, slope, offset);
+}
+
+TEST(PixelValues, OfConversions)
+{
+    const Bytes bytes{200, 3};
+    EXPECT_EQ(result<std::uint8_t>(bytes, converting(u, 8, 1.5, 0)), (Bytes{255, 5}));
+    EXPECT_EQ(result<std::int16_t>(bytes, converting(s, 16, 16, 0)),
+              (std::vector<std::int16_t>{3200, 48}));
+    const std::vector<std::int16_t> words{-3, -1, 1, 3};
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1.5, 0)),
+              (std::vector<std::int16_t>{-5, -2, 2, 5}))
+        << "halves go away from zero";
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 0.5, 0)),
+              (std::vector<std::int16_t>{-1, 0, 1, 2}))
+        << "or up, where bits are shifted";
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1, 0.7)),
+              (std::vector<std::int16_t>{-2, 0, 1, 3}))
+        << "and offsets are cut off";
+    const auto numbers = result<double>(words, converting(real, 64, infinity, 1));
+    EXPECT_EQ(numbers[0], std::numeric_limits<double>::lowest());
+    EXPECT_EQ(numbers[3], std::numeric_limits<double>::max());
+    EXPECT_TRUE(std::isnan(result<double>(words, converting(real, 64, nan, 1))[0]));
+    EXPECT_TRUE(std::isnan(result<float>(words, converting(real, 32, 2, nan))[0]));
+    EXPECT_EQ(result<std::uint8_t>(words, converting(u, 8, nan, 1)), Bytes(4));
+    EXPECT_EQ(result<std::uint8_t>(words, converting(u, 1, nan, 1)), Bytes{0});
+    EXPECT_EQ(result<std::uint8_t>(words, converting(u, 1, -1, -1)), Bytes{0xE0});
+    const double hair = 1e-16; // next to a unit, and counts as one
+    const auto expanding =
+        appending<NUV_ConvertDataTypeFrom1bit>(s, std::uint16_t{32}, 1 - hair, 1 - hair);
+    EXPECT_EQ(bits_result<std::int32_t>({.width = 2, .bits = 1}, {0x40}, expanding),
+              (std::vector<std::int32_t>{1, 2}));
+}
+
+TEST(PixelValues, OfShifts)
+{
+    const std::vector<std::int16_t> words{-9, -8, 200, 4087, 4072};
+    EXPECT_EQ(result<std::uint8_t>(words, appending<NUV_ShiftDataWL>(u, std::uint16_t{8}, -4)),
+              (Bytes{0, 0, 13, 255, 255}));
+    EXPECT_EQ(result<std::uint8_t>(words, appending<NUV_ShiftDataNL>(u, std::uint16_t{8}, -4)),
+              (Bytes{255, 0, 13, 255, 255}));
+}
+
+TEST(PixelValues, OfTables)
+{
+    const auto entries = random_samples<std::uint8_t>(256 * 8, 1);
+    NUV_TestChain chain;
+    chain.source<std::uint8_t>({.width = 2, .color_type = NUV_ColorType::gray}, {0, 255});
+    {
+        const auto table =
+            make_table(chain.manager(), 64, 1, real, entries); // whose entries are moved alone
+        ASSERT_TRUE(chain.append<NUV_Lut>(table.get(), NUV_ColorType::lstar));
+    } // the engine has a copy
+    EXPECT_EQ(chain.header().color_type(), NUV_ColorType::lstar);
+    EXPECT_EQ(chain.header().data_type(), real);
+    Bytes wanted(entries.begin(), entries.begin() + 8);
+    wanted.insert(wanted.end(), entries.end() - 8, entries.end());
+    EXPECT_EQ(chain.run_bytes(), wanted);
+}
+
+// The first two alike, and only then one of its own.
+TEST(PixelValues, OfTablesThatDifferInTheLastChannel)
+{
+    for (std::uint16_t channels = 2; channels <= 5; ++channels) {
+        Bytes entries(std::size_t{256} * channels);
+        std::fill(entries.end() - 256, entries.end(), std::uint8_t{9});
+        Bytes wanted(channels);
+        wanted.back() = 9;
+        EXPECT_EQ(result<std::uint8_t>(Bytes(channels, 77),
+                                       appending_table(8, channels, u, entries), channels),
+                  wanted);
+    }
+}
+
+TEST(PixelValues, OfMatrices)
+{
+    for (const bool fixed : {false, true}) {
+        // Exactly at the top, above it, below 0, half a step, almost half a step.
+        EXPECT_EQ(result<std::uint8_t>(
+                      Bytes{0, 1, 254, 255},
+                      appending_matrix(5, {1, 2, -1, 0.5, 0}, {0, 0, 0, 0, 0.499}, fixed)),
+                  (Bytes{0, 0, 0, 0, 0, 1, 2, 0, 1, 0, 254, 255, 0, 127, 0, 255, 255, 0, 128, 0}));
+        // What is no number is 0, in fixed point from the beginning.
+        EXPECT_EQ(result<std::uint8_t>(Bytes{7}, appending_matrix(4, {nan, infinity, -infinity, 1},
+                                                                  {0, 0, 0, nan}, fixed)),
+                  (Bytes{0, 255, 0, static_cast<std::uint8_t>(fixed ? 7 : 0)}));
+    }
+}
+
+// A table of the grid points themselves changes nothing but by rounding, and nothing at the ends.
+TEST(PixelValues, OfAGridThatIsTheIdentity)
+{
+    for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
+        Bytes samples(power(33, channels) * channels);
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const std::size_t steps = power(33, channels - 1U - i % channels);
+            samples[i] = static_cast<std::uint8_t>((i / channels / steps % 33 * 255 + 16) / 32);
+        }
+        auto line = random_samples<std::uint8_t>(std::size_t{99} * channels, 4);
+        for (std::size_t c = 0; c < channels; ++c) {
+            line[c] = 0;
+            line[channels + c] = 255;
+        }
+        const auto got = result<std::uint8_t>(
+            line, appending_grid(8, channels, channels, 33, samples), channels);
+        ASSERT_EQ(got.size(), line.size());
+        for (std::size_t i = 0; i < line.size(); ++i)
+            EXPECT_NEAR(got[i], line[i], i < std::size_t{2} * channels ? 0 : 1);
+    }
+}
+
+TEST(PixelValues, OfLimits)
+{
+    const std::vector<std::uint32_t> ends{0, 1, 0xFFFFFFFF};
+    EXPECT_EQ(result<std::uint32_t>(ends, appending<NUV_LimitPixelValue>(0xFFFFFFFF, 0U)), ends);
+    EXPECT_EQ(result<std::uint32_t>(ends, appending<NUV_LimitPixelValue>(50, 1)),
+              (std::vector<std::uint32_t>{1, 1, 50}));
+    EXPECT_EQ(result<std::int32_t>(std::vector<std::int32_t>{-9, 9},
+                                   appending<NUV_LimitPixelValue>(8, -8)),
+              (std::vector<std::int32_t>{-8, 8}));
+}
+
+TEST(PixelValues, OfInversion)
+{
+    EXPECT_EQ(bits_result<std::uint8_t>({.width = 3, .bits = 1}, {0xA0}, appending<NUV_Not>()),
+              Bytes{0x5F})
+        << "whole bytes";
+    EXPECT_EQ(bits_result<std::uint8_t>({.bits = 64, .data_type = real}, {0, 1, 2, 3, 4, 5, 6, 7},
+                                        appending<NUV_Not>()),
+              (Bytes{255, 254, 253, 252, 251, 250, 249, 248}));
+    // A line of runs without an end is white.
+    Bytes runs;
+    Bytes wanted;
+    append_record(runs, 0, 1);
+    append_record(runs, 0xFFFFFFFF, 0xFFFFFFFF);
+    append_record(runs, 0, 1);
+    append_record(wanted, 2, 4);
+    append_record(wanted, 0xFFFFFFFF, 0xFFFFFFFF);
+    append_record(wanted, 0, 4);
+    append_record(wanted, 0xFFFFFFFF, 0xFFFFFFFF);
+    EXPECT_EQ(bits_result<std::uint8_t>(run_description(5, 2), runs, appending<NUV_Not>()), wanted);
+}
+
+[[nodiscard]] NUV_Append constant(NUV_TestImage image, std::vector<double> color)
+{
+    return [=](NUV_TestChain& chain) {
+        NUV_Header header(chain.manager());
+        header.width(image.width);
+        header.height(image.height);
+        header.channels(image.channels);
+        header.bits(image.bits);
+        header.data_type(image.data_type);
+        chain.last(NUV_ConstantColor(chain.manager()).engine(&header, color));
+        return chain.last() != nullptr;
+    };
+}
+
+TEST(PixelValues, OfConstants)
+{
+    const auto made = []<class T>(const NUV_TestImage& image, std::vector<double> color) {
+        NUV_TestChain chain;
+        EXPECT_TRUE(constant(image, std::move(color))(chain));
+        return chain.run<T>();
+    };
+    EXPECT_EQ(made.operator()<double>({.bits = 64, .data_type = real}, {0.1}),
+              std::vector<double>{0.1});
+    EXPECT_EQ(made.operator()<std::int32_t>({.bits = 32, .data_type = s}, {-2147483648.0}),
+              std::vector<std::int32_t>{std::numeric_limits<std::int32_t>::min()});
+    EXPECT_EQ(made.operator()<std::uint8_t>({.width = 11, .height = 2, .bits = 1}, {1}),
+              (Bytes{0xFF, 0xE0, 0xFF, 0xE0}));
+    EXPECT_EQ(made.operator()<std::uint8_t>({.width = 3, .channels = 3, .bits = 1}, {1, 0, 0}),
+              (Bytes{0b10010010, 0}));
+}
+
+struct Merged {
+    NUV_TestChain chain;
+    std::vector<NUV_Engine*> engines;
+
+    void add(const NUV_TestImage& image, const Bytes& bytes)
+    {
+        chain.source_bytes(image, bytes);
+        engines.push_back(chain.last());
+    }
+    NUV_Engine* merge(const NUV_ColorType* color)
+    {
+        chain.last(NUV_MergeChannel(chain.manager()).engine(engines, color));
+        return chain.last();
+    }
+};
+
+TEST(PixelValues, OfMergedChannels)
+{
+    Merged colored;
+    for (std::uint8_t i = 0; i < 3; ++i)
+        colored.add({.data_type = s}, {i});
+    ASSERT_TRUE(colored.merge(NUV_ColorType::s_rgb));
+    EXPECT_EQ(colored.chain.header().data_type(), s);
+    EXPECT_EQ(colored.chain.header().color_type(), NUV_ColorType::s_rgb);
+    EXPECT_EQ(colored.chain.run_bytes(), (Bytes{0, 1, 2}));
+
+    Merged alone;
+    alone.add({.color_type = NUV_ColorType::gray}, {7});
+    EXPECT_EQ(alone.merge(nullptr), alone.engines[0]);
+
+    Merged cut; // ends with its shortest input, and says nothing
+    cut.add({.width = 2, .height = 3}, {1, 2, 3, 4, 5, 6});
+    cut.add({.width = 2, .height = 3}, {11, 12, 13, 14});
+    ASSERT_TRUE(cut.merge(NUV_ColorType::none));
+    EXPECT_EQ(cut.chain.run_bytes(), (Bytes{1, 11, 2, 12, 3, 13, 4, 14}));
+    EXPECT_EQ(cut.chain.status().code, NUV_STATUS_OK);
+}
+
+TEST(PixelValues, WithoutAPalette)
+{
+    NUV_TestChain chain;
+    chain.blank_source({.width = 3, .palette = true});
+    ASSERT_TRUE(chain.append<NUV_SelectChannel>(0U, NUV_ColorType::gray));
+    EXPECT_TRUE(chain.header().palette().is_empty());
+}
+
+TEST(PixelValues, StayWhereNothingChanges)
+{
+    const std::vector<double> identity{1, 0, 0, 0, 1 + 2e-16, 0, 0, -2e-16, 1};
+    const auto nearly = converting(nullptr, 8, 1 + 2e-16, -2e-16);
+    const NUV_Append calls[] = {nearly,
+                                appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, true),
+                                appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, false),
+                                appending_matrix(3, identity, {}, true),
+                                appending_matrix(3, identity, {}, true, NUV_ColorType::s_rgb),
+                                appending<NUV_ColorSpace>(NUV_ColorType::s_rgb)};
+    for (const NUV_Append& call : calls) {
+        NUV_TestChain chain;
+        chain.blank_source({.channels = 3, .color_type = NUV_ColorType::s_rgb});
+        const NUV_Engine* before = chain.last();
+        EXPECT_TRUE(call(chain));
+        EXPECT_EQ(chain.last(), before) << &call - calls;
+    }
+    const NUV_Append others[] = {
+        appending_matrix(3, identity, {}, true, NUV_ColorType::ycbcr),
+        appending_matrix(3, identity, {0, 0, 0}, true),
+        appending_matrix(3, {1, 0, 0, 0, 1, 0, 0, 0, 1 + 1e-15}, {}, true)};
+    for (const NUV_Append& call : others) {
+        NUV_TestChain chain;
+        chain.blank_source({.channels = 3, .color_type = NUV_ColorType::s_rgb});
+        const NUV_Engine* before = chain.last();
+        EXPECT_TRUE(call(chain));
+        EXPECT_NE(chain.last(), before) << &call - others;
+    }
+}
+
+// Sixteen signed entries go to the middle of the range, and zeros about them.
+TEST(PixelValues, OfAnExpandedTable)
+{
+    Bytes entries(16);
+    std::iota(entries.begin(), entries.end(), std::uint8_t{100});
+    const auto append = [&](NUV_TestChain& chain) {
+        const auto table = expand_lut(chain.manager(), &chain.header(), entries.data(), 16, 8);
+        return chain.append<NUV_Lut>(table.get());
+    };
+    EXPECT_EQ(result<std::uint8_t>(std::vector<std::int8_t>{-9, -8, 0, 7, 8}, append),
+              (Bytes{0, 100, 108, 115, 0}));
+}
+
+} // namespace
+} // namespace nuv
