@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace nuv {
 
@@ -91,6 +92,7 @@ public:
     [[nodiscard]] const NUV_JPEGMarkerList& markers() const noexcept { return markers_; }
 
 private:
+    using Payload = std::span<const std::uint8_t>;
     enum class Place { header, between_scans };
 
     [[nodiscard]] NUV_JPEGCode next_marker(NUV_JPEGInput& input, std::uint8_t& marker) noexcept;
@@ -98,17 +100,17 @@ private:
     [[nodiscard]] NUV_JPEGCode read_segment(NUV_JPEGInput& input, std::uint8_t marker,
                                             Place place) noexcept;
     [[nodiscard]] NUV_JPEGCode read_first_scan(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_frame(NUV_JPEGInput& input, std::uint8_t marker) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_frame_components(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_scan(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode check_band(const NUV_JPEGScanHeader& scan) const noexcept;
-    [[nodiscard]] NUV_JPEGCode read_quantisers(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_huffman_tables(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_restart_interval(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode read_line_count(NUV_JPEGInput& input) noexcept;
     [[nodiscard]] NUV_JPEGCode find_line_count(NUV_JPEGInput& input) noexcept;
-    [[nodiscard]] NUV_JPEGCode keep_segment(NUV_JPEGInput& input, std::uint8_t marker) noexcept;
-    [[nodiscard]] NUV_JPEGCode skip_segment(NUV_JPEGInput& input) noexcept;
+    // What a segment says, the whole of which is there.
+    [[nodiscard]] NUV_JPEGCode take_segment(std::uint8_t marker, Payload payload,
+                                            Place place) noexcept;
+    [[nodiscard]] NUV_JPEGCode take_frame(std::uint8_t marker, Payload payload) noexcept;
+    [[nodiscard]] NUV_JPEGCode take_scan(Payload payload) noexcept;
+    [[nodiscard]] NUV_JPEGCode check_band(const NUV_JPEGScanHeader& scan) const noexcept;
+    [[nodiscard]] NUV_JPEGCode take_quantisers(Payload payload) noexcept;
+    [[nodiscard]] NUV_JPEGCode take_huffman_tables(Payload payload) noexcept;
+    [[nodiscard]] NUV_JPEGCode take_restart_interval(Payload payload) noexcept;
+    [[nodiscard]] NUV_JPEGCode take_line_count(Payload payload) noexcept;
 
     NUV_JPEGFrame frame_;
     NUV_JPEGScanHeader scan_;

@@ -1,5 +1,7 @@
 #include "core/jpeg/stream/nuv_jpeginput.h"
 
+#include "framework/utility/nuv_endian.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -79,35 +81,27 @@ void NUV_JPEGInput::drop_fill_bytes() noexcept
     size_ = static_cast<std::int32_t>(end - buffer_.data());
 }
 
-NUV_JPEGCode NUV_JPEGInput::read(std::span<std::uint8_t> into) noexcept
+NUV_JPEGCode NUV_JPEGInput::read(std::int32_t bytes, std::span<const std::uint8_t>& read) noexcept
 {
-    while (!into.empty()) {
-        const NUV_JPEGCode more = want(1);
-        if (!is_good(more))
-            return more;
-        if (unread() == 0)
-            return NUV_JPEGCode::io;
-        const std::size_t count = std::min(into.size(), static_cast<std::size_t>(unread()));
-        std::memcpy(into.data(), buffer_.data() + position_, count);
-        position_ += static_cast<std::int32_t>(count);
-        into = into.subspan(count);
-    }
+    const NUV_JPEGCode code = want(bytes);
+    if (!is_good(code))
+        return code;
+    if (unread() < bytes)
+        return NUV_JPEGCode::io;
+    read = {buffer_.data() + position_, static_cast<std::size_t>(bytes)};
+    position_ += bytes;
     return NUV_JPEGCode::good;
 }
 
-NUV_JPEGCode NUV_JPEGInput::skip(std::uint32_t bytes) noexcept
+NUV_JPEGCode NUV_JPEGInput::read_payload(std::span<const std::uint8_t>& payload) noexcept
 {
-    while (bytes > 0) {
-        const NUV_JPEGCode more = want(1);
-        if (!is_good(more))
-            return more;
-        if (unread() == 0)
-            return NUV_JPEGCode::io;
-        const std::uint32_t count = std::min(bytes, static_cast<std::uint32_t>(unread()));
-        position_ += static_cast<std::int32_t>(count);
-        bytes -= count;
-    }
-    return NUV_JPEGCode::good;
+    constexpr std::int32_t length_bytes = 2;
+
+    const NUV_JPEGCode code = read(length_bytes, payload);
+    if (!is_good(code))
+        return code;
+    const std::int32_t length = load_be16(payload.data());
+    return length < length_bytes ? NUV_JPEGCode::bad_segment : read(length - length_bytes, payload);
 }
 
 NUV_JPEGCode NUV_JPEGInput::find_marker(std::uint8_t& marker) noexcept

@@ -33,21 +33,13 @@ public:
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGSource& source) noexcept;
 
-    // For headers: NUV_JPEGCode::io when the stream does not go on, or cannot be read.
-    [[nodiscard]] NUV_JPEGCode read_byte(std::uint8_t& byte) noexcept
-    {
-        if (position_ == size_) {
-            const NUV_JPEGCode more = want(1);
-            if (!is_good(more))
-                return more;
-            if (position_ == size_)
-                return NUV_JPEGCode::io;
-        }
-        byte = buffer_[static_cast<std::size_t>(position_++)];
-        return NUV_JPEGCode::good;
-    }
-    [[nodiscard]] NUV_JPEGCode read(std::span<std::uint8_t> into) noexcept;
-    [[nodiscard]] NUV_JPEGCode skip(std::uint32_t bytes) noexcept;
+    // For headers: the next `bytes` (up to buffer_bytes), there until the next call that reads.
+    // NUV_JPEGCode::io when the stream does not go on so far, or cannot be read.
+    [[nodiscard]] NUV_JPEGCode read(std::int32_t bytes,
+                                    std::span<const std::uint8_t>& read) noexcept;
+    // What follows the length field of a segment (T.81, B.1.1.4), in the same way.
+    // NUV_JPEGCode::bad_segment for a length that does not count itself.
+    [[nodiscard]] NUV_JPEGCode read_payload(std::span<const std::uint8_t>& payload) noexcept;
 
     // Passes over all bytes up to the next marker, and over the marker; `marker` is 0 at the end.
     // A 0xFF with a 0 or with more of its kind behind it is no marker.
