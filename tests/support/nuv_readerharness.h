@@ -36,6 +36,9 @@ struct NUV_ReaderRow {
     std::function<NUV_Engine*(NUV_Manager&, NUV_InputStorage*)> read;
     std::function<NUV_Engine*(NUV_Manager&, NUV_InputStorage*, const NUV_FormatInfo*)> read_as;
     std::vector<NUV_ReaderFixture> fixtures;
+    // No request for memory is larger, but for four times what is stored: the word of a header is
+    // not enough for more.
+    std::size_t work_memory = std::size_t{1} << 16;
 };
 
 template <class Info, class Reader>

@@ -330,26 +330,6 @@ TEST_F(Decorators, AReaderHoldsTheLockFromTheMoveInToTheMoveOut)
     EXPECT_EQ(watch->held(), 0);
 }
 
-TEST_F(Decorators, ReadersOnTwoThreadsEachGetTheirOwnBytes)
-{
-    auto inner = array();
-    auto mutex = make<NUV_MutexInputStorage>(inner.get());
-    auto first = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 0);
-    auto second = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 0);
-    const auto count_wrong = [this](NUV_InputStorage& reader, std::size_t& wrong) {
-        for (std::size_t i = 0; i < 20000; ++i) {
-            if (i % content_.size() == 0)
-                reader.to_begin();
-            wrong += reader.get() != content_[i % content_.size()];
-        }
-    };
-    std::size_t wrong[2] = {};
-    std::thread other([&] { count_wrong(*second, wrong[1]); });
-    count_wrong(*first, wrong[0]);
-    other.join();
-    EXPECT_EQ(wrong[0] + wrong[1], 0u);
-}
-
 TEST_F(Decorators, DataComesInTheOrderOfTheFile)
 {
     for (const bool is_big : {false, true}) {
