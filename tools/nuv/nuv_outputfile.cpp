@@ -29,11 +29,34 @@ extern "C" void remove_pending(int signal_number)
     std::raise(signal_number);
 }
 
+constexpr int ending_signals[] = {SIGHUP, SIGINT, SIGTERM};
+
+// Puts off the signals that end the program, as long as this lives: between the making of a file
+// and the word of it to the handler none may come.
+class SignalsHeld {
+public:
+    SignalsHeld()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int signal_number : ending_signals)
+            sigaddset(&held, signal_number);
+        sigprocmask(SIG_BLOCK, &held, &before_);
+    }
+    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
 void remove_on_signals(const std::string& path)
 {
+    pending_path.fill('\0');
     path.copy(pending_path.data(), pending_path.size() - 1);
     pending = 1;
-    for (const int signal_number : {SIGHUP, SIGINT, SIGTERM}) {
+    for (const int signal_number : ending_signals) {
         // A program started with one of them ignored goes on ignoring it.
         if (std::signal(signal_number, remove_pending) == SIG_IGN)
             std::signal(signal_number, SIG_IGN);
@@ -86,6 +109,7 @@ Problem OutputFile::create(const std::string& destination)
     std::string name = (target.parent_path() / ".nuv-XXXXXX").string();
     if (name.size() >= path_limit)
         return destination + ": " + reason(ENAMETOOLONG);
+    const SignalsHeld held;
     const int file = mkstemp(name.data());
     if (file < 0)
         return destination + ": " + reason(errno);
