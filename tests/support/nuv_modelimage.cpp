@@ -127,6 +127,17 @@ std::vector<std::uint8_t> NUV_ModelImage::bytes() const
     return out;
 }
 
+void NUV_ModelImage::pad(std::vector<std::uint8_t>& bytes, bool is_set) const
+{
+    if (!has_padding())
+        return;
+    const unsigned padding = 0xFFU >> std::uint64_t{width} * channels * bits % 8;
+    for (std::size_t last = line_bytes() - 1; last < bytes.size(); last += line_bytes()) {
+        bytes[last] =
+            static_cast<std::uint8_t>(is_set ? bytes[last] | padding : bytes[last] & ~padding);
+    }
+}
+
 void NUV_ModelImage::samples_of(const std::vector<std::uint8_t>& bytes)
 {
     const std::size_t line_samples = std::size_t{width} * channels;

@@ -67,6 +67,13 @@ struct NUV_ModelImage {
 
     // As the library has it: lines of packed samples, 16-bit ones in host order, or runs.
     [[nodiscard]] std::vector<std::uint8_t> bytes() const;
+    // Sets or clears the bits behind the last sample of each line of such bytes, where there are
+    // any.
+    void pad(std::vector<std::uint8_t>& bytes, bool is_set) const;
+    [[nodiscard]] bool has_padding() const
+    {
+        return is_raw() && std::uint64_t{width} * channels * bits % 8 != 0;
+    }
     // The samples of such bytes, which are of raw lines.
     void samples_of(const std::vector<std::uint8_t>& bytes);
     [[nodiscard]] std::size_t line_bytes() const
