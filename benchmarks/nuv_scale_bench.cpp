@@ -179,18 +179,11 @@ void convolve_row(benchmark::State& state)
         taps[k] = {offsets[k], {2048, 2048, 2048, 2048}};
     }
     std::vector<Byte> out(pixels * count);
-    const auto packed = choose_convolve_packed(form(state), count);
+    const auto kernel =
+        choose_convolve_row<Byte, NUV_CubicTaps<std::int32_t>>(form(state), count, true).convolve;
     for ([[maybe_unused]] auto _ : state) {
-        if (packed) {
-            packed(source<Byte>().data(), {offsets.data(), pairs.data(), pairs.data()}, out.data(),
-                   pixels, 255);
-        } else {
-            visit_channels(count, [&]<int Channels>() {
-                convolve_cubic_row<Channels, std::int32_t>(source<Byte>().data(), taps.data(),
-                                                           out.data(), pixels, count,
-                                                           NUV_SampleLimits<Byte>{});
-            });
-        }
+        kernel(source<Byte>().data(), {taps.data(), {offsets.data(), pairs.data(), pairs.data()}},
+               out.data(), pixels, count, {});
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));

@@ -101,7 +101,8 @@ TEST(ScaleForms, ConvolvePacked)
 {
     for (const std::uint32_t channels : {1U, 3U, 4U}) {
         const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_convolve_packed(cpu, channels);
+            return choose_convolve_row<U8, NUV_CubicTaps<std::int32_t>>(cpu, channels, true)
+                .convolve;
         };
         expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(40);
@@ -118,25 +119,20 @@ TEST(ScaleForms, ConvolvePacked)
                     pairs[i / 2].push_back((entry.weight[i] & 0xFFFF) |
                                            entry.weight[i + 1] * 65536);
             }
+            const NUV_PackedTaps packed{offsets.data(), pairs[0].data(), pairs[1].data()};
             compare(pixels * channels, [&](auto form, U8* out) {
-                if (form)
-                    return form(line, {offsets.data(), pairs[0].data(), pairs[1].data()}, out,
-                                pixels, maximum);
-                const NUV_SampleLimits<U8> limits{0, maximum};
-                convolve_cubic_row<0, std::int32_t>(line, taps.data(), out, pixels, channels,
-                                                    limits);
+                form(line, {taps.data(), packed}, out, pixels, channels, {0, maximum});
             });
         });
     }
 }
 
-// In double precision; portable(line, taps, out, pixels, channels) is the row without a form.
-template <class Taps, class Portable>
-void expect_same_real_rows(U16 maximum, Portable portable)
+template <class Taps>
+void expect_same_real_rows(U16 maximum)
 {
     for (const std::uint32_t channels : {3U, 4U}) {
         const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_convolve_real<Taps>(cpu, channels);
+            return choose_convolve_row<U16, Taps>(cpu, channels, true).convolve;
         };
         expect_same_forms<U16>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(20);
@@ -147,9 +143,7 @@ void expect_same_real_rows(U16 maximum, Portable portable)
                 entry.offset = draw_offset(draw, channels);
             }
             compare(pixels * channels, [&](auto form, U16* out) {
-                if (form)
-                    return form(line, taps.data(), out, pixels, maximum);
-                portable(line, taps.data(), out, pixels, channels);
+                form(line, {taps.data(), {}}, out, pixels, channels, {0, maximum});
             });
         });
     }
@@ -157,14 +151,10 @@ void expect_same_real_rows(U16 maximum, Portable portable)
 
 TEST(ScaleForms, ConvolveReal)
 {
-    expect_same_real_rows<NUV_CubicTaps<double>>(4095, [](auto... call) {
-        convolve_cubic_row<0, double>(call..., NUV_SampleLimits<U16>{0, 4095});
-    });
-    expect_same_real_rows<NUV_LinearTaps<double>>(
-        65535, [](auto... call) { convolve_linear_row<0>(call...); });
+    expect_same_real_rows<NUV_CubicTaps<double>>(4095);
+    expect_same_real_rows<NUV_LinearTaps<double>>(65535);
 }
 
-// The line ends with the last pixel.
 TEST(ScaleForms, ReduceAreaRow)
 {
     for (const std::uint32_t channels : {3U, 4U}) {

@@ -42,7 +42,7 @@ inline __m256i two_pixels(const std::uint8_t* line, const NUV_PackedTaps& taps, 
 
 template <int Channels>
 NUV_TARGET("avx2")
-inline void convolve(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+void convolve_packed(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
                      std::size_t pixels, std::uint8_t maximum) noexcept
 {
     const NUV_PairShuffles shuffles = pair_shuffles<Channels>();
@@ -68,6 +68,37 @@ inline void convolve(const std::uint8_t* line, const NUV_PackedTaps& taps, std::
     }
     const NUV_PackedTaps rest{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
     convolve_packed_row_portable<Channels>(line, rest, out + k * Channels, pixels - k, maximum);
+}
+
+template <>
+NUV_TARGET("avx2")
+void convolve_packed<1>(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+                        std::size_t pixels, std::uint8_t maximum) noexcept
+{
+    constexpr char none = -1;
+    const __m256i first_two = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, none, 1, none, 4, none, 5, none, 8, none, 9, none, 12, none, 13, none));
+    const __m256i last_two = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(2, none, 3, none, 6, none, 7, none, 10, none, 11, none, 14, none, 15, none));
+    const __m128i limit = _mm_set1_epi8(static_cast<char>(maximum));
+    std::size_t k = 0;
+    for (; k + 8 <= pixels; k += 8) {
+        // Four neighbours of one byte each are one 32-bit word.
+        const __m256i in = _mm256_i32gather_epi32(reinterpret_cast<const int*>(line),
+                                                  entries(taps.offsets + k), 1);
+        const __m256i first =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(in, first_two), entries(taps.first_pairs + k));
+        const __m256i second =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(in, last_two), entries(taps.second_pairs + k));
+        const __m256i sums = rounded(_mm256_add_epi32(first, second));
+        const __m256i words = _mm256_packs_epi32(sums, sums);
+        const __m256i bytes = _mm256_packus_epi16(words, words);
+        const __m128i eight =
+            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_min_epu8(eight, limit));
+    }
+    const NUV_PackedTaps rest{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
+    convolve_packed_row_portable<1>(line, rest, out + k, pixels - k, maximum);
 }
 
 // The samples of a pixel and, behind three of them, one of the next pixel.
@@ -100,30 +131,28 @@ inline __m256d weigh(const std::uint16_t* in, const NUV_LinearTaps<double>& taps
     return _mm256_add_pd(weighed(in, taps.first), weighed(in + Channels, taps.second));
 }
 
-template <int Channels>
-inline void convolve_one(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
-                         std::uint16_t* out, std::uint16_t maximum) noexcept
-{
-    convolve_cubic_row<Channels, double>(line, taps, out, 1, Channels,
-                                         NUV_SampleLimits<std::uint16_t>{0, maximum});
-}
+} // namespace
 
-template <int Channels>
-inline void convolve_one(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
-                         std::uint16_t* out, std::uint16_t) noexcept
+template <int Channels, class Taps>
+NUV_TARGET("avx2")
+void convolve_packed_avx2(const std::uint8_t* line, const NUV_TapTable<Taps>& table,
+                          std::uint8_t* out, std::size_t pixels, std::size_t,
+                          NUV_SampleLimits<std::uint8_t> limits)
 {
-    convolve_linear_row<Channels>(line, taps, out, 1, Channels);
+    convolve_packed<Channels>(line, table.packed, out, pixels, limits.maximum);
 }
 
 // A vector writes four samples; the fourth of three is written over by the next pixel, and the last
 // pixel is left to the portable form.
 template <int Channels, class Taps>
 NUV_TARGET("avx2")
-inline void convolve_real(const std::uint16_t* line, const Taps* taps, std::uint16_t* out,
-                          std::size_t pixels, std::uint16_t maximum) noexcept
+void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
+                        std::uint16_t* out, std::size_t pixels, std::size_t,
+                        NUV_SampleLimits<std::uint16_t> limits)
 {
+    const Taps* const taps = table.taps;
     const __m256d half = _mm256_set1_pd(0.5);
-    const __m256d most = _mm256_set1_pd(maximum);
+    const __m256d most = _mm256_set1_pd(limits.maximum);
     for (std::size_t k = 0; k + 1 < pixels; ++k) {
         __m256d sum = _mm256_add_pd(weigh<Channels>(line + taps[k].offset, taps[k]), half);
         sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), most);
@@ -133,83 +162,29 @@ inline void convolve_real(const std::uint16_t* line, const Taps* taps, std::uint
     }
     if (pixels != 0) {
         const std::size_t last = pixels - 1;
-        convolve_one<Channels>(line, taps + last, out + last * Channels, maximum);
+        convolve_row_body<Channels, double>(line, taps + last, out + last * Channels, 1, Channels,
+                                            limits);
     }
 }
 
-} // namespace
-
-NUV_TARGET("avx2")
-void convolve_real_3_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum)
-{
-    convolve_real<3>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_real_4_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum)
-{
-    convolve_real<4>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_real_3_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum)
-{
-    convolve_real<3>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_real_4_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum)
-{
-    convolve_real<4>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_packed_3_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum)
-{
-    convolve<3>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_packed_4_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum)
-{
-    convolve<4>(line, taps, out, pixels, maximum);
-}
-
-NUV_TARGET("avx2")
-void convolve_packed_1_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum)
-{
-    constexpr char none = -1;
-    const __m256i first_two = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(0, none, 1, none, 4, none, 5, none, 8, none, 9, none, 12, none, 13, none));
-    const __m256i last_two = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(2, none, 3, none, 6, none, 7, none, 10, none, 11, none, 14, none, 15, none));
-    const __m128i limit = _mm_set1_epi8(static_cast<char>(maximum));
-    std::size_t k = 0;
-    for (; k + 8 <= pixels; k += 8) {
-        // Four neighbours of one byte each are one 32-bit word.
-        const __m256i in = _mm256_i32gather_epi32(reinterpret_cast<const int*>(line),
-                                                  entries(taps.offsets + k), 1);
-        const __m256i first =
-            _mm256_madd_epi16(_mm256_shuffle_epi8(in, first_two), entries(taps.first_pairs + k));
-        const __m256i second =
-            _mm256_madd_epi16(_mm256_shuffle_epi8(in, last_two), entries(taps.second_pairs + k));
-        const __m256i sums = rounded(_mm256_add_epi32(first, second));
-        const __m256i words = _mm256_packs_epi32(sums, sums);
-        const __m256i bytes = _mm256_packus_epi16(words, words);
-        const __m128i eight =
-            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_min_epu8(eight, limit));
-    }
-    const NUV_PackedTaps rest{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
-    convolve_packed_row_portable<1>(line, rest, out + k, pixels - k, maximum);
-}
+#    define NUV_PACKED_FORM(channels, taps)                                                        \
+        template void convolve_packed_avx2<channels, taps<std::int32_t>>(                          \
+            const std::uint8_t*, const NUV_TapTable<taps<std::int32_t>>&, std::uint8_t*,           \
+            std::size_t, std::size_t, NUV_SampleLimits<std::uint8_t>)
+#    define NUV_REAL_FORM(channels, taps)                                                          \
+        template void convolve_real_avx2<channels, taps<double>>(                                  \
+            const std::uint16_t*, const NUV_TapTable<taps<double>>&, std::uint16_t*, std::size_t,  \
+            std::size_t, NUV_SampleLimits<std::uint16_t>)
+NUV_PACKED_FORM(1, NUV_CubicTaps);
+NUV_PACKED_FORM(3, NUV_CubicTaps);
+NUV_PACKED_FORM(4, NUV_CubicTaps);
+NUV_PACKED_FORM(1, NUV_LinearTaps);
+NUV_PACKED_FORM(3, NUV_LinearTaps);
+NUV_PACKED_FORM(4, NUV_LinearTaps);
+NUV_REAL_FORM(3, NUV_CubicTaps);
+NUV_REAL_FORM(4, NUV_CubicTaps);
+NUV_REAL_FORM(3, NUV_LinearTaps);
+NUV_REAL_FORM(4, NUV_LinearTaps);
 
 } // namespace nuv
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace nuv {
 
@@ -18,6 +19,40 @@ struct NUV_CubicTaps {
     std::size_t offset;
     Weight weight[4];
 };
+
+// One output pixel between two: the sample where they begin, and their weights. Where that of the
+// second one is 0 it is not looked at: it may lie outside the line.
+template <class Weight>
+struct NUV_LinearTaps {
+    std::size_t offset;
+    Weight first;
+    Weight second;
+};
+
+// A table laid out for vector loads. Weights fit 16 bits; each entry holds two of them, that of the
+// earlier pixel in the lower half.
+struct NUV_PackedTaps {
+    const std::uint32_t* offsets = nullptr;
+    const std::int32_t* first_pairs = nullptr;  // of pixels 0 and 1
+    const std::int32_t* second_pairs = nullptr; // of pixels 2 and 3
+};
+
+// Bytes behind the last pixel of a work line that the packed forms may read and ignore.
+inline constexpr std::size_t packed_taps_slack_bytes = 16;
+
+// A table in the layout that the form at hand reads; see NUV_ConvolveForm.
+template <class Taps>
+struct NUV_TapTable {
+    const Taps* taps = nullptr;
+    NUV_PackedTaps packed;
+};
+
+// Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing
+// leaves the range. Every form gives the same bytes. Those in double precision may read a sample
+// behind the pixels of an entry, the packed ones four pixels for each entry.
+template <IntegerSample T, class Taps>
+using ConvolveRow = void (*)(const T* line, const NUV_TapTable<Taps>& table, T* out,
+                             std::size_t pixels, std::size_t channels, NUV_SampleLimits<T> limits);
 
 // The weighted sum before it is rounded. Double precision adds in the order of the pixels.
 template <class Sum, IntegerSample T, class Weight>
@@ -42,9 +77,9 @@ template <IntegerSample T, std::signed_integral Sum>
 
 // `channels` counts when Channels is 0. Sum must hold the sums.
 template <int Channels, class Sum, IntegerSample T, class Weight>
-void convolve_cubic_row(const T* __restrict line, const NUV_CubicTaps<Weight>* __restrict taps,
-                        T* __restrict out, std::size_t pixels, std::size_t channels,
-                        NUV_SampleLimits<T> limits) noexcept
+void convolve_row_body(const T* __restrict line, const NUV_CubicTaps<Weight>* __restrict taps,
+                       T* __restrict out, std::size_t pixels, std::size_t channels,
+                       NUV_SampleLimits<T> limits) noexcept
 {
     const std::size_t step = Channels != 0 ? Channels : channels;
     for (std::size_t k = 0; k < pixels; ++k) {
@@ -54,18 +89,10 @@ void convolve_cubic_row(const T* __restrict line, const NUV_CubicTaps<Weight>* _
     }
 }
 
-// One output pixel between two: the sample where they begin, and their weights. Where that of the
-// second one is 0 it is not looked at: it may lie outside the line.
-template <class Weight>
-struct NUV_LinearTaps {
-    std::size_t offset;
-    Weight first;
-    Weight second;
-};
-
-template <int Channels, IntegerSample T, class Weight>
-void convolve_linear_row(const T* __restrict line, const NUV_LinearTaps<Weight>* __restrict taps,
-                         T* __restrict out, std::size_t pixels, std::size_t channels) noexcept
+template <int Channels, class Sum, IntegerSample T, class Weight>
+void convolve_row_body(const T* __restrict line, const NUV_LinearTaps<Weight>* __restrict taps,
+                       T* __restrict out, std::size_t pixels, std::size_t channels,
+                       NUV_SampleLimits<T>) noexcept
 {
     const std::size_t step = Channels != 0 ? Channels : channels;
     for (std::size_t k = 0; k < pixels; ++k) {
@@ -80,22 +107,15 @@ void convolve_linear_row(const T* __restrict line, const NUV_LinearTaps<Weight>*
     }
 }
 
-// The same table laid out for vector loads. Weights fit 16 bits; each entry holds two of them, that
-// of the earlier pixel in the lower half.
-struct NUV_PackedTaps {
-    const std::uint32_t* offsets;
-    const std::int32_t* first_pairs;  // of pixels 0 and 1
-    const std::int32_t* second_pairs; // of pixels 2 and 3
-};
+template <int Channels, class Sum, IntegerSample T, class Taps>
+void convolve_row_portable(const T* line, const NUV_TapTable<Taps>& table, T* out,
+                           std::size_t pixels, std::size_t channels,
+                           NUV_SampleLimits<T> limits) noexcept
+{
+    convolve_row_body<Channels, Sum>(line, table.taps, out, pixels, channels, limits);
+}
 
-// Bytes behind the last pixel of a work line that the packed forms may read and ignore.
-inline constexpr std::size_t packed_taps_slack_bytes = 16;
-
-// 8-bit unsigned samples; results above `maximum` become `maximum`. Gives the bytes of
-// convolve_cubic_row.
-using ConvolvePackedRow = void (*)(const std::uint8_t* line, const NUV_PackedTaps& taps,
-                                   std::uint8_t* out, std::size_t pixels, std::uint8_t maximum);
-
+// The pixels that a packed form leaves.
 template <int Channels>
 void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV_PackedTaps& taps,
                                   std::uint8_t* __restrict out, std::size_t pixels,
@@ -119,64 +139,58 @@ void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV
 }
 
 #if NUV_X86
-void convolve_packed_1_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum);
-void convolve_packed_3_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum);
-void convolve_packed_4_avx2(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                            std::size_t pixels, std::uint8_t maximum);
+// 8-bit samples and a packed table, of 1, 3 or 4 channels.
+template <int Channels, class Taps>
+NUV_TARGET("avx2")
+void convolve_packed_avx2(const std::uint8_t* line, const NUV_TapTable<Taps>& table,
+                          std::uint8_t* out, std::size_t pixels, std::size_t channels,
+                          NUV_SampleLimits<std::uint8_t> limits);
+// 16-bit samples in double precision, of 3 or 4 channels.
+template <int Channels, class Taps>
+NUV_TARGET("avx2")
+void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
+                        std::uint16_t* out, std::size_t pixels, std::size_t channels,
+                        NUV_SampleLimits<std::uint16_t> limits);
 #endif
 
-// Forms in double precision for 16-bit unsigned samples, which give the bytes of convolve_cubic_row
-// and convolve_linear_row. They may read a sample behind the pixels of an entry.
+// A form, and which layout of the table it reads.
+template <IntegerSample T, class Taps>
+struct NUV_ConvolveForm {
+    ConvolveRow<T, Taps> convolve = nullptr;
+    bool is_packed = false;
+};
+
+// True when weights of Taps are doubles.
 template <class Taps>
-using ConvolveRealRow = void (*)(const std::uint16_t* line, const Taps* taps, std::uint16_t* out,
-                                 std::size_t pixels, std::uint16_t maximum);
+inline constexpr bool has_real_weights =
+    std::is_same_v<Taps, NUV_CubicTaps<double>> || std::is_same_v<Taps, NUV_LinearTaps<double>>;
 
-#if NUV_X86
-void convolve_real_3_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
-void convolve_real_4_avx2(const std::uint16_t* line, const NUV_CubicTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
-void convolve_real_3_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
-void convolve_real_4_avx2(const std::uint16_t* line, const NUV_LinearTaps<double>* taps,
-                          std::uint16_t* out, std::size_t pixels, std::uint16_t maximum);
-#endif
-
-// The form for `channels` on `cpu`, or null where the portable row is to be used.
-template <class Taps>
-[[nodiscard]] ConvolveRealRow<Taps> choose_convolve_real(
-    [[maybe_unused]] const NUV_Cpu& cpu, [[maybe_unused]] std::uint32_t channels) noexcept
+// The fastest form that `cpu` can run. `narrow`: a packed table can hold offsets and weights, and
+// sums of fixed-point weights fit 32 bits. Called once per engine.
+template <IntegerSample T, class Taps>
+[[nodiscard]] NUV_ConvolveForm<T, Taps> choose_convolve_row([[maybe_unused]] const NUV_Cpu& cpu,
+                                                            std::uint32_t channels,
+                                                            [[maybe_unused]] bool narrow) noexcept
 {
+    constexpr bool is_linear = std::is_same_v<Taps, NUV_LinearTaps<std::int32_t>>;
+    return visit_channels(channels, [&]<int Channels>() -> NUV_ConvolveForm<T, Taps> {
 #if NUV_X86
-    if (cpu.has_avx2 && channels == 3)
-        return convolve_real_3_avx2;
-    if (cpu.has_avx2 && channels == 4)
-        return convolve_real_4_avx2;
-#endif
-    return nullptr;
-}
-
-// The packed form for `channels` on `cpu`, or null where the plain table is to be used.
-[[nodiscard]] inline ConvolvePackedRow choose_convolve_packed(
-    [[maybe_unused]] const NUV_Cpu& cpu, [[maybe_unused]] std::uint32_t channels) noexcept
-{
-#if NUV_X86
-    if (cpu.has_avx2) {
-        switch (channels) {
-        case 1:
-            return convolve_packed_1_avx2;
-        case 3:
-            return convolve_packed_3_avx2;
-        case 4:
-            return convolve_packed_4_avx2;
-        default:
-            break;
+        if constexpr (std::is_same_v<T, std::uint8_t> && !has_real_weights<Taps> && Channels != 0) {
+            if (cpu.has_avx2 && narrow)
+                return {convolve_packed_avx2<Channels, Taps>, true};
         }
-    }
+        if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels > 1) {
+            if (cpu.has_avx2)
+                return {convolve_real_avx2<Channels, Taps>};
+        }
 #endif
-    return nullptr;
+        if constexpr (has_real_weights<Taps>)
+            return {convolve_row_portable<Channels, double, T, Taps>};
+        else if (narrow || is_linear)
+            return {convolve_row_portable<Channels, std::int32_t, T, Taps>};
+        else
+            return {convolve_row_portable<Channels, std::int64_t, T, Taps>};
+    });
 }
 
 } // namespace nuv

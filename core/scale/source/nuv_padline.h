@@ -3,6 +3,7 @@
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "framework/base/nuv_held.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -72,7 +73,8 @@ public:
     }
 
     // Entry k: four weights that fit 16 bits each.
-    void set(std::size_t k, std::size_t offset, const std::int32_t* weights) const noexcept
+    void set(std::size_t k, std::size_t offset,
+             const std::array<std::int32_t, 4>& weights) const noexcept
     {
         offsets_[k] = static_cast<std::uint32_t>(offset);
         first_[k] = pair(weights[0], weights[1]);

@@ -1,7 +1,7 @@
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/nuv_scalepp.h"
-#include "core/scale/source/nuv_linearrow.h"
 #include "core/scale/source/nuv_scaleppengine.h"
+#include "core/scale/source/nuv_taprow.h"
 
 #include <cmath>
 #include <cstring>
@@ -51,7 +51,8 @@ public:
             return fail(this->manager(), NUV_ERR_ARGUMENT, method);
 
         const std::uint32_t channels = this->channels_;
-        if (!row_.allocate(this->manager(), source_width, channels, width))
+        if (!row_.allocate(this->manager(), source_width, channels, width,
+                           fits_packed_offsets(source_width, channels)))
             return false;
         this->work_line_ = row_.image_bytes();
         NUV_StretchWalk walk;
@@ -70,7 +71,7 @@ private:
         row_.convolve(reinterpret_cast<T*>(out));
     }
 
-    NUV_LinearRow<T, R, 0> row_;
+    NUV_TapRow<T, NUV_LinearTaps<ScaleWeight<R>>, 0> row_;
 };
 
 template <IntegerSample T, RealNumber R>

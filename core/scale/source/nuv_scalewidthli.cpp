@@ -2,8 +2,7 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
-#include "core/scale/source/nuv_linearrow.h"
-#include "core/scale/source/nuv_padline.h"
+#include "core/scale/source/nuv_taprow.h"
 #include "framework/base/nuv_version.h"
 
 #include <algorithm>
@@ -47,10 +46,11 @@ public:
             return false;
         if (!holds_samples_of<T>(*header))
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-        if (std::same_as<R, NUV_FixedReal> && !fits_packed_offsets(source_width_, channels_))
+        const bool narrow = fits_packed_offsets(source_width_, channels_);
+        if (std::same_as<R, NUV_FixedReal> && !narrow)
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);
 
-        if (!row_.allocate(manager(), source_width_, channels_, width))
+        if (!row_.allocate(manager(), source_width_, channels_, width, narrow))
             return false;
         work_line_ = row_.image_bytes();
         const double ratio = scale_ratio(source_width_, width);
@@ -69,7 +69,7 @@ private:
         row_.convolve(reinterpret_cast<T*>(out));
     }
 
-    NUV_LinearRow<T, R, 1> row_;
+    NUV_TapRow<T, NUV_LinearTaps<ScaleWeight<R>>, 1> row_;
 };
 
 } // namespace

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "core/scale/kernels/nuv_scaletaps_kernels.h"
+#include "core/scale/source/nuv_padline.h"
+#include "framework/base/nuv_held.h"
+#include "framework/base/nuv_manager.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace nuv {
+
+[[nodiscard]] constexpr std::array<std::int32_t, 4> weights_of(
+    const NUV_CubicTaps<std::int32_t>& taps) noexcept
+{
+    return {taps.weight[0], taps.weight[1], taps.weight[2], taps.weight[3]};
+}
+[[nodiscard]] constexpr std::array<std::int32_t, 4> weights_of(
+    const NUV_LinearTaps<std::int32_t>& taps) noexcept
+{
+    return {taps.first, taps.second, 0, 0};
+}
+
+// The work of a width engine whose output pixels are weighted sums: the work line with `Pads`
+// pixels on either side, the table, and the form of the kernel.
+template <IntegerSample T, class Taps, std::size_t Pads>
+class NUV_TapRow {
+public:
+    // `narrow` as for choose_convolve_row().
+    [[nodiscard]] bool allocate(NUV_Manager& manager, std::uint32_t width, std::uint32_t channels,
+                                std::uint32_t destination_width, bool narrow)
+    {
+        channels_ = channels;
+        pixels_ = destination_width;
+        form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels, narrow);
+        // The packed forms weigh four pixels, and the last one of a line may be the first of them.
+        const std::size_t slack_bytes =
+            std::size_t{3} * channels * sizeof(T) + packed_taps_slack_bytes;
+        return line_.initiate(manager, width, channels, slack_bytes) &&
+               taps_.allocate(manager, destination_width);
+    }
+
+    // To be filled behind allocate(), offsets counted from the left pad; then finish_table().
+    [[nodiscard]] std::span<Taps> table() const noexcept { return taps_.items(); }
+
+    [[nodiscard]] bool finish_table(NUV_Manager& manager)
+    {
+        if constexpr (!has_real_weights<Taps>) {
+            if (!form_.is_packed)
+                return true;
+            if (!packed_.allocate(manager, pixels_))
+                return false;
+            for (std::size_t k = 0; k < pixels_; ++k)
+                packed_.set(k, taps_[k].offset, weights_of(taps_[k]));
+            taps_.free();
+        }
+        return true;
+    }
+
+    // Where the source line is to be read to.
+    [[nodiscard]] std::uint8_t* image_bytes() const noexcept { return line_.image_bytes(); }
+
+    void convolve(T* out, NUV_SampleLimits<T> limits = {}) const noexcept
+    {
+        line_.fill_pads();
+        form_.convolve(line_.samples(), {taps_.data(), packed_.taps()}, out, pixels_, channels_,
+                       limits);
+    }
+
+private:
+    std::uint32_t channels_ = 0;
+    std::size_t pixels_ = 0;
+    NUV_ConvolveForm<T, Taps> form_;
+    NUV_PaddedLine<T, Pads> line_;
+    NUV_Scratch<Taps> taps_;    // one of the two is filled
+    NUV_PackedTapTable packed_; // in the end
+};
+
+} // namespace nuv
