@@ -22,9 +22,11 @@ std::uint32_t size(NUV_Numbers& numbers)
 }
 
 // What is scaled to has to be allocated, so it is no more than that.
-unsigned scaled(NUV_Numbers& numbers)
+template <int (NuvWrapperClass::*scale)(unsigned, unsigned)>
+void scaled(NuvWrapperClass& job, NUV_Numbers& numbers)
 {
-    return numbers.word() % 700;
+    const unsigned width = numbers.word() % 700;
+    (job.*scale)(width, numbers.word() % 700);
 }
 
 std::int32_t color(NUV_Numbers& numbers)
@@ -113,26 +115,11 @@ constexpr Call calls[] = {
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         job.Rotate90((static_cast<int>(numbers.byte()) - 128) * 45);
     },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        const unsigned width = scaled(numbers);
-        job.ScaleNN(width, scaled(numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        const unsigned width = scaled(numbers);
-        job.ScaleLI(width, scaled(numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        const unsigned width = scaled(numbers);
-        job.ScaleCC(width, scaled(numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        const unsigned width = scaled(numbers);
-        job.ScalePP(width, scaled(numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        const unsigned width = scaled(numbers);
-        job.ScaleI2VAREx(width, scaled(numbers));
-    },
+    scaled<&NuvWrapperClass::ScaleNN>,
+    scaled<&NuvWrapperClass::ScaleLI>,
+    scaled<&NuvWrapperClass::ScaleCC>,
+    scaled<&NuvWrapperClass::ScalePP>,
+    scaled<&NuvWrapperClass::ScaleI2VAREx>,
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         static std::array<unsigned char, 1 << 18> table; // 4 bytes for each of 2^16 entries
         LutParam param{table.data(), numbers.word(), depth(numbers), 0};

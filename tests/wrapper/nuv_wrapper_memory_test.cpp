@@ -51,14 +51,10 @@ Bytes job(const Call& build, std::size_t room = 4096)
 }
 
 const Call builds[] = {
+    in_turn(
+        read_any, [](NuvWrapperClass& w) { w.MirrorX(); }, write_raw),
     [](NuvWrapperClass& w) {
-        w.ReadRaster();
-        w.MirrorX();
-        w.WriteStorage(nullptr);
-    },
-    [](NuvWrapperClass& w) {
-        ImageParam param{};
-        param.color = ColorType::eYCbCr;
+        ImageParam param = raw_image(0, 0, 0, 0, ColorType::eYCbCr);
         w.ReadRaster(&param);
         w.WriteStoragePlanar(nullptr);
     },
@@ -68,13 +64,12 @@ const Call builds[] = {
         w.WriteJPEG(nullptr);
     },
     [](NuvWrapperClass& w) {
-        const std::vector<unsigned char> table(768, 7);
+        static const Bytes raw(135, 'x'); // no known format
+        const Bytes table(768, 7);
         LutParam lut{table.data(), 256, 8, 0};
         ConvertDataParam rule{2, 1, 16};
-        static const std::vector<unsigned char> raw(135, 'x'); // no known format
-        ImageParam param{9, 5, 8, 0, 3, Format::eRaw, ColorType::eRGB, 0, false};
         w.SetSrcMemory(raw.data(), static_cast<int>(raw.size()));
-        w.ReadStorage(&param);
+        read_raw(raw_image(9, 5, 3, 8, ColorType::eRGB))(w);
         w.LUT(&lut);
         w.ConvertDataType(&rule);
         w.ColorSpace(ColorType::eGrayReverse);
@@ -112,8 +107,7 @@ TEST(WrapperMemory, NothingIsLeftWhereverTheJobStops)
     for (const Call& build : builds) {
         {
             NuvWrapperClass wrapper;
-            wrapper.SetSrcMemory(reinterpret_cast<const unsigned char*>(ppm.data()),
-                                 static_cast<int>(ppm.size()));
+            wrapper.SetSrcMemory(ppm.data(), static_cast<int>(ppm.size()));
             build(wrapper);
         }
         EXPECT_EQ(live, 0);
@@ -127,12 +121,9 @@ TEST(WrapperMemory, AskedForIsNoMoreThanTheImageNeeds)
 {
     // Sizes from a record or a header cost nothing until data arrives.
     largest = 0;
-    ImageParam param = raw_image(0x1FFFFFFF, 7, 1, 8);
-    const unsigned char byte = 0;
     NuvWrapperClass wrapper;
-    wrapper.SetSrcMemory(&byte, 1);
-    wrapper.ReadStorage(&param);
-    wrapper.MirrorX();
+    wrapper.SetSrcMemory(ppm.data() + 1, 1);
+    in_turn(read_raw(raw_image(0x1FFFFFFF, 7, 1, 8)), [](auto& w) { w.MirrorX(); })(wrapper);
     EXPECT_LT(largest, std::size_t{1} << 17); // the probes have a buffer of their own
 }
 
