@@ -222,12 +222,9 @@ NUV_JPEGResult pixels_to_blocks(const std::uint8_t* source, std::int32_t row_ste
 
 void set_avx2_color_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.convert_rgb_ycc_444 = pixels_to_blocks<ConvertColor, 1, 1>;
-    primitives.convert_rgb_ycc_422 = pixels_to_blocks<ConvertColor, 2, 1>;
-    primitives.convert_rgb_ycc_420 = pixels_to_blocks<ConvertColor, 2, 2>;
-    primitives.split_444 = pixels_to_blocks<SplitColor, 1, 1>;
-    primitives.split_422 = pixels_to_blocks<SplitColor, 2, 1>;
-    primitives.split_420 = pixels_to_blocks<SplitColor, 2, 2>;
+    set_color_forms<ConvertColor, SplitColor>(primitives, []<class Color, int Across, int Down>() {
+        return pixels_to_blocks<Color, Across, Down>;
+    });
 }
 
 } // namespace nuv

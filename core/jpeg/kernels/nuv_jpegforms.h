@@ -1,13 +1,45 @@
 #pragma once
 
-// The forms that nuv_jpegprimitives.cpp puts into its tables. The contracts stand in
-// nuv_jpegprimitives.h; each set below overrides what it has of the set above it.
+// How sets of forms are put together, level by level, and what the sets of the primitives are. The
+// contracts stand in nuv_jpegprimitives.h and nuv_jpegsamples.h.
 
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 namespace nuv {
+
+// The forms for each level of the processor. Every level begins with what the one below it has, and
+// its setters override of that what they have.
+template <class Forms>
+class NUV_JPEGFormLevels {
+public:
+    using Setters = std::initializer_list<void (*)(Forms&) noexcept>;
+
+    NUV_JPEGFormLevels(Setters portable, Setters sse2, Setters avx2) noexcept
+    {
+        Forms forms{};
+        std::size_t level = 0;
+        for (const Setters& setters : {portable, sse2, avx2}) {
+            for (const auto set : setters)
+                set(forms);
+            levels_[level++] = forms;
+        }
+    }
+
+    [[nodiscard]] const Forms& of(const NUV_Cpu& cpu) const noexcept
+    {
+        if (!cpu.has_sse2)
+            return levels_[0];
+        return levels_[cpu.has_avx2 ? 2 : 1];
+    }
+
+private:
+    std::array<Forms, 3> levels_;
+};
 
 // The checks that all primitives on pixels begin with.
 [[nodiscard]] inline NUV_JPEGResult check_pixel_arguments(const std::uint8_t* source,
@@ -19,6 +51,19 @@ namespace nuv {
     if (source == nullptr || first == nullptr || second == nullptr || third == nullptr)
         return NUV_JPEGResult::null_pointer;
     return row_step < 1 ? NUV_JPEGResult::bad_row_step : NUV_JPEGResult::good;
+}
+
+// The six primitives on pixels, from forms.operator()<Color, Across, Down>(): that for an area of
+// 8 x Across by 8 x Down pixels, of one of two kinds of colour.
+template <class ConvertColor, class SplitColor, class Forms>
+void set_color_forms(NUV_JPEGPrimitives& primitives, Forms forms) noexcept
+{
+    primitives.convert_rgb_ycc_444 = forms.template operator()<ConvertColor, 1, 1>();
+    primitives.convert_rgb_ycc_422 = forms.template operator()<ConvertColor, 2, 1>();
+    primitives.convert_rgb_ycc_420 = forms.template operator()<ConvertColor, 2, 2>();
+    primitives.split_444 = forms.template operator()<SplitColor, 1, 1>();
+    primitives.split_422 = forms.template operator()<SplitColor, 2, 1>();
+    primitives.split_420 = forms.template operator()<SplitColor, 2, 2>();
 }
 
 void set_portable_color_forms(NUV_JPEGPrimitives& primitives) noexcept;

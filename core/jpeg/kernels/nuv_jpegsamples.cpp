@@ -1,6 +1,6 @@
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
 
-#include "core/jpeg/kernels/nuv_jpegprimitives.h"
+#include "core/jpeg/kernels/nuv_jpegforms.h"
 #include "core/jpeg/kernels/nuv_jpegtransform.h"
 
 #include <array>
@@ -37,25 +37,6 @@ void interleave(const std::uint8_t* const* in, std::uint8_t* out, std::size_t co
         for (std::size_t c = 0; c < Channels; ++c)
             out[Channels * i + c] = rows[c][i];
     }
-}
-
-enum class Level : std::size_t { portable, sse2, avx2 };
-
-std::array<NUV_JPEGSampleForms, 3> fill_levels() noexcept
-{
-    NUV_JPEGSampleForms forms = {.block_to_samples = block_to_samples,
-                                 .repeat_twice = repeat_twice,
-                                 .interleave_3 = interleave<3>,
-                                 .interleave_4 = interleave<4>};
-    std::array<NUV_JPEGSampleForms, 3> levels;
-    levels.fill(forms);
-#if NUV_X86
-    set_sse2_sample_forms(forms);
-    levels[static_cast<std::size_t>(Level::sse2)] = forms;
-    set_avx2_sample_forms(forms);
-    levels[static_cast<std::size_t>(Level::avx2)] = forms;
-#endif
-    return levels;
 }
 
 // Rows of the N-point inverse: C(u) / 2 x cos((2 x + 1) u pi / 2 N) in 13 bits.
@@ -125,12 +106,25 @@ void reduced_idct(const std::int16_t* coefficients, const std::int16_t* table, s
         transform_points<4>(four_points, in, samples);
 }
 
+void set_portable_sample_forms(NUV_JPEGSampleForms& forms) noexcept
+{
+    forms = {.block_to_samples = block_to_samples,
+             .repeat_twice = repeat_twice,
+             .interleave_3 = interleave<3>,
+             .interleave_4 = interleave<4>};
+}
+
 const NUV_JPEGSampleForms& jpeg_sample_forms(const NUV_Cpu& cpu) noexcept
 {
-    static const std::array<NUV_JPEGSampleForms, 3> levels = fill_levels();
-    if (!cpu.has_sse2)
-        return levels[static_cast<std::size_t>(Level::portable)];
-    return levels[static_cast<std::size_t>(cpu.has_avx2 ? Level::avx2 : Level::sse2)];
+    static const NUV_JPEGFormLevels<NUV_JPEGSampleForms> levels({set_portable_sample_forms},
+#if NUV_X86
+                                                                {set_sse2_sample_forms},
+                                                                {set_avx2_sample_forms}
+#else
+                                                                {}, {}
+#endif
+    );
+    return levels.of(cpu);
 }
 
 } // namespace nuv

@@ -9,8 +9,6 @@
 
 namespace nuv {
 
-struct NUV_JPEGPrimitives;
-
 // All forms give equal bytes. Pointers need no alignment.
 struct NUV_JPEGSampleForms {
     // Dequantises and transforms back (idct_dequant of the primitives), adds 128 and limits to
@@ -44,6 +42,7 @@ void put_samples(const std::int16_t* samples, std::size_t side, std::uint8_t* ou
 void reduced_idct(const std::int16_t* coefficients, const std::int16_t* table, std::size_t side,
                   std::int16_t* samples) noexcept;
 
+void set_portable_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 #if NUV_X86
 void set_sse2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 void set_avx2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
