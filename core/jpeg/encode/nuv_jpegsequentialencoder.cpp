@@ -42,10 +42,11 @@ NUV_JPEGResult split_411(const std::uint8_t* source, std::int32_t row_step, std:
     constexpr std::size_t cell = 4;        // pixels
     constexpr std::size_t pixel_bytes = 3; // and components
     for (std::size_t y = 0; y < block_side; ++y, source += row_step) {
-        for (std::size_t x = 0; x < cell * block_side; ++x) {
-            const std::size_t block = x / block_side;
-            first[(block * block_side + y) * block_side + x % block_side] =
-                level_shifted(source[x * pixel_bytes]);
+        for (std::size_t block = 0; block < cell; ++block) {
+            const std::uint8_t* const pixels = source + block * block_side * pixel_bytes;
+            std::int16_t* const row = first + (block * block_side + y) * block_side;
+            for (std::size_t x = 0; x < block_side; ++x)
+                row[x] = level_shifted(pixels[x * pixel_bytes]);
         }
         for (std::size_t x = 0; x < block_side; ++x) {
             const std::uint8_t* pixels = source + x * cell * pixel_bytes;
