@@ -110,14 +110,9 @@ TEST(WrapperPixels, AreRefused)
     const Case cases[] = {
         {"no table", plain, [](NuvWrapperClass& w) { w.LUT(nullptr); }},
         {"entries of nothing", plain, lut({}, 256, 8)},
-        {"entries of 12 bits", plain, lut(table, 128, 12)},
-        {"a table for bits", raw_image(4, 1, 1, 1, gray), lut(table, 2, 8)},
-        {"a table for 32 bits", raw_image(4, 1, 1, 32, gray), lut(table, 2, 8)},
         {"no conversion", plain, [](NuvWrapperClass& w) { w.ConvertDataType(nullptr); }},
-        {"to 12 bits", plain, convert(1, 0, 12)},
         {"to no colour", plain, color(0)},
         {"to a code of nothing", plain, color(0x12)},
-        {"from no colour", raw_image(1, 1, 3, 8, 0), color(rgb)},
         {"no whole quarters", plain, [](NuvWrapperClass& w) { w.Rotate90(45); }},
         {"to no width", plain, [](NuvWrapperClass& w) { w.ScaleNN(0, 1); }},
     };

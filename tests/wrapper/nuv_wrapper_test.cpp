@@ -273,23 +273,6 @@ TEST(Wrapper, WritesAJPEGWithItsDefaultsAndWithCodesItDoesNotKnow)
     }
 }
 
-// Of whole MCUs, and of colours that no coding error takes out of range: the coefficients that were
-// written are found again.
-TEST(Wrapper, WritesTheJPEGThatItReadsOnceMoreWithTheSameBytes)
-{
-    const ImageParam image = raw_image(96, 64, 3, 8, ColorType::eRGB);
-    Bytes samples = random_bytes(image.height * line_bytes(image), 5);
-    for (unsigned char& sample : samples)
-        sample = static_cast<unsigned char>(96 + sample / 4);
-    for (const std::int32_t sampling :
-         {WriteJPEGOption::eSampling444, WriteJPEGOption::eSampling422,
-          WriteJPEGOption::eSampling420}) {
-        const Call write = write_jpeg(75, sampling);
-        const Bytes stream = made(samples, in_turn(read_raw(image), write));
-        EXPECT_EQ(made(stream, in_turn(read_any, write)), stream) << sampling;
-    }
-}
-
 // Samples with few differences: their own table is much shorter than the fixed one.
 TEST(Wrapper, WritesALosslessJPEGWithATableForTheImageIfAsked)
 {

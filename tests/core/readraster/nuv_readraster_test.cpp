@@ -4,7 +4,7 @@
 #include "core/jpeg/nuv_jpeginfo.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
-#include "tests/support/nuv_model_runs.h"
+#include "tests/support/nuv_refusals.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_testsamples.h"
 #include "tests/support/nuv_teststored.h"
@@ -46,8 +46,6 @@ Bytes with_adobe(const Bytes& stream)
 }
 
 // 8 x 8 pixels of 3 channels that are all 128.
-constexpr std::size_t flat_bytes = std::size_t{8} * 8 * 3;
-
 Bytes flat_stream()
 {
     JPEGCraft craft;
@@ -188,8 +186,9 @@ TEST(ReadRaster, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
 TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
 {
     NUV_TestChain chain;
-    const NUV_TestStored closed(chain.manager(), anymap());
-    EXPECT_TRUE(closed.storage()->close());
+    const NUV_TestStored stored(chain.manager(), anymap());
+    EXPECT_TRUE(stored.storage()->close());
+    NUV_InputStorage* const closed = stored.storage();
     const auto expect_refusal = [&](const void* result, const char* method) {
         EXPECT_EQ(result, nullptr);
         EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
@@ -197,16 +196,12 @@ TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
         chain.manager().reset();
     };
     NUV_ReadRaster plain(chain.manager());
-    NUV_ReadRasterEx ex(chain.manager());
-    for (NUV_InputStorage* storage : {static_cast<NUV_InputStorage*>(nullptr), closed.storage()}) {
-        constexpr auto extended = "NUV_ReadRasterEx::engine()"; // for both
-        constexpr auto engine = "NUV_ReadRaster::engine()";
-        constexpr auto info = "NUV_ReadRaster::format_info()";
-        expect_refusal(plain.engine(storage, 0), engine);
-        expect_refusal(plain.format_info(storage, 0), info);
-        expect_refusal(ex.engine(storage, 0), storage ? engine : extended);
-        expect_refusal(ex.format_info(storage, 0), storage ? info : extended);
-    }
+    NUV_ReadRasterEx extended(chain.manager());
+    expect_refusal(plain.engine(nullptr, 0), "NUV_ReadRaster::engine()");
+    expect_refusal(plain.format_info(closed, 0), "NUV_ReadRaster::format_info()");
+    expect_refusal(extended.engine(closed, 0), "NUV_ReadRaster::engine()");
+    expect_refusal(extended.engine(nullptr, 0), "NUV_ReadRasterEx::engine()");
+    expect_refusal(extended.format_info(nullptr, 0), "NUV_ReadRasterEx::engine()");
 }
 
 // The first format that fits, and no other when its reader fails; but the extended reader takes
@@ -307,15 +302,6 @@ TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
     EXPECT_EQ(raw.live_objects_behind_source(), 0u);
     EXPECT_EQ(raw.run_bytes(), (Bytes{1, 2, 3}));
 
-    Bytes runs;
-    append_record(runs, 2, 9);
-    append_record(runs, 0xFFFFFFFF, 0xFFFFFFFF);
-    NUV_TestChain run_form;
-    run_form.source_bytes(run_description(11, 1), runs);
-    ASSERT_TRUE(run_form.append<NUV_DecodeToRaw>());
-    EXPECT_TRUE(run_form.header().is_raw());
-    EXPECT_EQ(run_form.run_bytes(), (Bytes{0x3F, 0xC0}));
-
     NUV_TestChain stream;
     stream.source_bytes({.width = 8,
                          .height = 8,
@@ -325,29 +311,26 @@ TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
                         with_jfif(flat_stream()), 5);
     ASSERT_TRUE(stream.append<NUV_DecodeToRaw>());
     EXPECT_TRUE(stream.header().is_raw());
-    EXPECT_EQ(stream.run_bytes(), Bytes(flat_bytes, 128));
+    EXPECT_EQ(stream.run_bytes(), Bytes(std::size_t{8} * 8 * 3, 128));
 }
 
 TEST(DecodeToRaw, RefusesWhatItCannotDecode)
 {
-    const auto expect_refusal = [](NUV_TestChain& chain, NUV_StatusCode code) {
-        EXPECT_FALSE(chain.append<NUV_DecodeToRaw>());
-        EXPECT_EQ(chain.status().code, code);
-        EXPECT_STREQ(chain.status().method, "NUV_DecodeToRaw::engine()");
+    constexpr auto method = "NUV_DecodeToRaw::engine()";
+    const auto of = [](const NUV_EncodeType* encoding) {
+        return NUV_TestImage{.encode_type = encoding};
     };
-    for (const NUV_EncodeType* encoding :
-         {NUV_EncodeType::jpeg2000, NUV_EncodeType::base64, NUV_EncodeType::unknown}) {
-        NUV_TestChain chain;
-        chain.blank_source({.encode_type = encoding});
-        expect_refusal(chain, NUV_ERR_UNSUPPORTED);
-        EXPECT_EQ(chain.live_objects_behind_source(), 0u);
-    }
-    NUV_TestChain none;
-    expect_refusal(none, NUV_ERR_ARGUMENT);
+    const auto decode = appending<NUV_DecodeToRaw>();
+    expect_refusals(
+        {{"JPEG 2000", of(NUV_EncodeType::jpeg2000), decode, NUV_ERR_UNSUPPORTED, method},
+         {"base 64", of(NUV_EncodeType::base64), decode, NUV_ERR_UNSUPPORTED, method},
+         {"unknown", of(NUV_EncodeType::unknown), decode, NUV_ERR_UNSUPPORTED, method},
+         {"nothing", {[](NUV_TestChain&) {}}, decode, NUV_ERR_ARGUMENT, method}});
     NUV_TestChain headless;
     const NUV_Held<NUV_Engine> engine = make_object<NUV_HeadlessEngine>(headless.manager());
     headless.last(engine.get());
-    expect_refusal(headless, NUV_ERR_ARGUMENT);
+    EXPECT_FALSE(headless.append<NUV_DecodeToRaw>());
+    EXPECT_EQ(headless.status().code, NUV_ERR_ARGUMENT);
 }
 
 } // namespace
