@@ -1,11 +1,15 @@
+#include "core/jpeg/kernels/nuv_jpegsamples.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegdecodetest.h"
 #include "tests/core/jpeg/nuv_jpegreference.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <numbers>
 #include <random>
 #include <sstream>
 #include <string>
@@ -346,6 +350,46 @@ TEST(JPEGDecoder, DeliversOneComponentAlone)
             for (std::size_t i = 0; i < one.picture.samples.size(); ++i)
                 ASSERT_EQ(one.picture.samples[i],
                           all.picture.samples[3 * i + static_cast<std::size_t>(component % 3)]);
+        }
+    }
+}
+
+// The inverse transform of `side` points, by its formula.
+double reduced_sample(const std::array<std::int16_t, 64>& coefficients, std::size_t side,
+                      std::size_t x, std::size_t y)
+{
+    const auto basis = [&](std::size_t place, std::size_t frequency) {
+        const double angle = static_cast<double>((2 * place + 1) * frequency) * std::numbers::pi;
+        return (frequency == 0 ? std::numbers::sqrt2 / 4 : 0.5) *
+               std::cos(angle / static_cast<double>(2 * side));
+    };
+    double sum = 0;
+    for (std::size_t i = 0; i < side * side; ++i)
+        sum += coefficients[i / side * 8 + i % side] * basis(x, i % side) * basis(y, i / side);
+    return std::clamp(std::round(sum) + 128, 0.0, 255.0);
+}
+
+TEST(JPEGDecoder, ReducesByTransformsOfFewerPoints)
+{
+    std::mt19937 random(7);
+    const std::array<std::int16_t, 64> twos = [] {
+        std::array<std::int16_t, 64> table{};
+        table.fill(2);
+        return table;
+    }();
+    for (int round = 0; round < 300; ++round) {
+        std::array<std::int16_t, 64> block{};
+        std::array<std::int16_t, 64> doubled{};
+        for (std::size_t i = 0; i < 64; ++i) {
+            block[i] = static_cast<std::int16_t>(static_cast<int>(random() % 61) - 30);
+            doubled[i] = static_cast<std::int16_t>(2 * block[i]);
+        }
+        for (const std::size_t side : {1U, 2U, 4U}) {
+            std::array<std::int16_t, 16> samples{};
+            reduced_idct(block.data(), twos.data(), side, samples.data());
+            for (std::size_t i = 0; i < side * side; ++i)
+                ASSERT_NEAR(deliver_sample(samples[i]),
+                            reduced_sample(doubled, side, i % side, i / side), 1);
         }
     }
 }
