@@ -121,6 +121,36 @@ TEST(Geometry, GivesTheseResults)
     }
 }
 
+// Lines that are made anew have nothing behind their last pixel, whatever the source has there.
+TEST(Geometry, LeavesThePaddingClear)
+{
+    std::mt19937 random(1);
+    for (std::uint32_t width = 2; width <= 300; width += 1 + width / 16) {
+        const NUV_Append operations[] = {appending<NUV_MirrorX>(),
+                                         appending<NUV_Rotate90>(90),
+                                         appending<NUV_Rotate90>(180),
+                                         appending<NUV_Rotate90>(270),
+                                         appending<NUV_CropWidth>(0U, width - 1),
+                                         appending<NUV_CropWidth>(1U, width - 1),
+                                         appending<NUV_ScaleNN>(width + 1, 9U),
+                                         appending<NUV_ScaleNN>(width - 1, 3U)};
+        for (const NUV_Append& append : operations) {
+            NUV_ModelImage image{width, 5, 1, 1};
+            image.fill(random);
+            Bytes bytes = image.bytes();
+            image.pad(bytes, true);
+            NUV_TestChain chain;
+            chain.source_bytes(image.description(), bytes);
+            ASSERT_TRUE(append(chain));
+            const NUV_ModelImage result{chain.header().width(), chain.header().height(), 1, 1};
+            const Bytes got = chain.run_bytes();
+            Bytes clear = got;
+            result.pad(clear, false);
+            ASSERT_EQ(got, clear) << width;
+        }
+    }
+}
+
 // A warning that stands is no reason to stop.
 TEST(Geometry, GoesOnBehindAWarning)
 {
