@@ -1,3 +1,4 @@
+#include "core/include/nuv_pixelvectors_avx2.h"
 #include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
 
 #if NUV_X86
@@ -23,8 +24,7 @@ inline __m128i load_pixels(const std::uint8_t* from)
 NUV_TARGET("avx2")
 inline void store_pixels(std::uint8_t* to, __m128i pixels)
 {
-    const __m128i pack = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(pixels, pack));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), without_fourths(pixels));
 }
 
 } // namespace

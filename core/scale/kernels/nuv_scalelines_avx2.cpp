@@ -1,4 +1,4 @@
-#include "core/include/nuv_pixelpairs_avx2.h"
+#include "core/include/nuv_pixelvectors_avx2.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 
 #if NUV_X86

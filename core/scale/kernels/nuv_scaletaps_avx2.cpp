@@ -1,4 +1,4 @@
-#include "core/include/nuv_pixelpairs_avx2.h"
+#include "core/include/nuv_pixelvectors_avx2.h"
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 
 #if NUV_X86
@@ -59,8 +59,7 @@ void convolve_packed(const std::uint8_t* line, const NUV_PackedTaps& taps, std::
         if constexpr (Channels == 4) {
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), four);
         } else {
-            four = _mm_shuffle_epi8(
-                four, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+            four = without_fourths(four);
             _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * k), four);
             const std::int32_t last = _mm_extract_epi32(four, 2);
             std::memcpy(out + 3 * k + 8, &last, sizeof(last));
@@ -102,15 +101,9 @@ void convolve_packed<1>(const std::uint8_t* line, const NUV_PackedTaps& taps, st
 }
 
 // The samples of a pixel and, behind three of them, one of the next pixel.
-NUV_TARGET("avx2") inline __m256d load_pixel(const std::uint16_t* from) noexcept
-{
-    const __m128i words = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
-    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(words));
-}
-
 NUV_TARGET("avx2") inline __m256d weighed(const std::uint16_t* in, double weight) noexcept
 {
-    return _mm256_mul_pd(load_pixel(in), _mm256_set1_pd(weight));
+    return _mm256_mul_pd(four_numbers(in), _mm256_set1_pd(weight));
 }
 
 template <int Channels>

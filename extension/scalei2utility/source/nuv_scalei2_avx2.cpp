@@ -1,4 +1,4 @@
-#include "core/include/nuv_pixelpairs_avx2.h"
+#include "core/include/nuv_pixelvectors_avx2.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
 
 #if NUV_X86
@@ -101,12 +101,6 @@ inline std::size_t filter_grays(const std::uint8_t* line, const Table& table, st
     return k;
 }
 
-// Four samples as numbers, from the lower half of `samples`.
-NUV_TARGET("avx2") inline __m256d four_numbers(__m128i samples) noexcept
-{
-    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(samples));
-}
-
 // A pixel a vector, in which the fourth sum of three channels is of no use: it goes where the next
 // pixel comes, and the last one of the range is left.
 template <int Taps, int Channels>
@@ -119,8 +113,7 @@ inline std::size_t filter_colors(const std::uint16_t* line, const RealTable& tab
         const double* weights = table.weights + k * stride;
         __m256d sum = _mm256_setzero_pd();
         for (std::size_t i = 0; i < Taps; ++i) {
-            const auto* from = reinterpret_cast<const __m128i*>(in + i * Channels);
-            const __m256d samples = four_numbers(_mm_loadl_epi64(from));
+            const __m256d samples = four_numbers(in + i * Channels);
             sum = _mm256_add_pd(sum, _mm256_mul_pd(samples, _mm256_broadcast_sd(weights + i)));
         }
         _mm256_storeu_pd(out + k * Channels, sum);

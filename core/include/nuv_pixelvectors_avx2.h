@@ -53,6 +53,23 @@ NUV_TARGET("avx2") inline __m256i weight_pairs(std::int32_t first, std::int32_t 
     return _mm256_set1_epi32(static_cast<std::int32_t>(low | high << 16));
 }
 
+// Four pixels of three bytes, packed from pixels of four; four bytes of 0 behind them.
+NUV_TARGET("avx2") inline __m128i without_fourths(__m128i four_pixels) noexcept
+{
+    return _mm_shuffle_epi8(four_pixels,
+                            _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+}
+
+// Four samples of 16 bits as numbers, from the lower half of `samples`.
+NUV_TARGET("avx2") inline __m256d four_numbers(__m128i samples) noexcept
+{
+    return _mm256_cvtepi32_pd(_mm_cvtepu16_epi32(samples));
+}
+NUV_TARGET("avx2") inline __m256d four_numbers(const std::uint16_t* from) noexcept
+{
+    return four_numbers(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+}
+
 } // namespace nuv
 
 #endif // NUV_X86
