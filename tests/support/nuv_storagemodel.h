@@ -73,6 +73,12 @@ protected:
         EXPECT_STREQ(manager_.status().method, method);
         manager_.reset();
     }
+    // Whether a storage stands that is made of these.
+    template <class T, class... Args>
+    [[nodiscard]] std::function<bool()> making(Args... args)
+    {
+        return [=, this] { return make<T>(args...) != nullptr; };
+    }
     struct Refusal {
         NUV_StatusCode code;
         const char* method;

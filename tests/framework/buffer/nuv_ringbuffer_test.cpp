@@ -1,7 +1,7 @@
 #include "framework/buffer/nuv_ringbuffer.h"
 
 #include "framework/base/nuv_held.h"
-#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_refusals.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
@@ -61,29 +61,24 @@ TEST(RingBuffer, SurroundsTheImageWithItsNearestPixels)
 
 TEST(RingBuffer, RefusesKernelsWithoutAnOriginAndSamplesThatAreNoBytes)
 {
-    struct Case {
-        const char* what;
-        NUV_TestImage image;
-        NUV_KernelAttr kernel;
-        NUV_StatusCode code;
+    constexpr auto method = "NUV_RingBuffer::initiate()";
+    constexpr auto unsupported = NUV_ERR_UNSUPPORTED;
+    const auto ring = [](const NUV_KernelAttr& kernel) -> NUV_Append {
+        return [kernel](NUV_TestChain& chain) {
+            NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
+            auto made = make_object<NUV_RingBufferOutlineCopy>(chain.manager());
+            return made->initiate(reader.get(), chain.last()->header(), kernel);
+        };
     };
-    const Case cases[] = {
-        {"no width", {}, {0, 1, 0, 0}, NUV_ERR_ARGUMENT},
-        {"origin beside it", {}, {3, 3, 3, 1}, NUV_ERR_ARGUMENT},
-        {"bits", {.bits = 1}, {3, 3, 1, 1}, NUV_ERR_UNSUPPORTED},
-        {"pixels above 64 KiB", {.channels = 65535, .bits = 16}, {1, 1, 0, 0}, NUV_ERR_UNSUPPORTED},
-        {"memory above 2 GiB", {.width = 1 << 16}, {1, 1 << 15, 0, 0}, NUV_ERR_UNSUPPORTED},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        chain.blank_source(c.image);
-        NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
-        auto ring = make_object<NUV_RingBufferOutlineCopy>(chain.manager());
-        EXPECT_FALSE(ring->initiate(reader.get(), chain.last()->header(), c.kernel));
-        EXPECT_EQ(chain.status().code, c.code);
-        EXPECT_STREQ(chain.status().method, "NUV_RingBuffer::initiate()");
-    }
+    const NUV_TestImage pixel;
+    const NUV_TestImage bit = {.bits = 1};
+    const NUV_TestImage pixels_above_64k = {.channels = 65535, .bits = 16};
+    const NUV_TestImage wide = {.width = 1 << 16}; // with so high a kernel, above 2 GiB
+    expect_refusals({{"no width", pixel, ring({0, 1, 0, 0}), NUV_ERR_ARGUMENT, method},
+                     {"origin beside", pixel, ring({3, 3, 3, 1}), NUV_ERR_ARGUMENT, method},
+                     {"bits", bit, ring({3, 3, 1, 1}), unsupported, method},
+                     {"pixels", pixels_above_64k, ring({1, 1, 0, 0}), unsupported, method},
+                     {"memory", wide, ring({1, 1 << 15, 0, 0}), unsupported, method}});
 }
 
 } // namespace

@@ -144,18 +144,18 @@ TEST_F(Decorators, RefuseNothingToDecorate)
     auto memory = make<NUV_MemoryOutputStorage>(8);
     auto inner = array();
     expect_refusals({
-        {argument, input, [&] { return make<NUV_InputStorageDecorator>(none) != nullptr; }},
-        {argument, input, [&] { return make<NUV_MoveInMoveOutInputStorage>(none) != nullptr; }},
-        {argument, input, [&] { return make<NUV_InputStorageBound>(none, 0, 0) != nullptr; }},
+        {argument, input, making<NUV_InputStorageDecorator>(none)},
+        {argument, input, making<NUV_MoveInMoveOutInputStorage>(none)},
+        {argument, input, making<NUV_InputStorageBound>(none, 0, 0)},
         {argument, input, [&] { return strips_of(none, {}, {}) != nullptr; }},
-        {argument, output, [&] { return make<NUV_OutputStorageDecorator>(no_output) != nullptr; }},
-        {argument, output, [&] { return make<NUV_BufferedOutput>(closed.get()) != nullptr; }},
+        {argument, output, making<NUV_OutputStorageDecorator>(no_output)},
+        {argument, output, making<NUV_BufferedOutput>(closed.get())},
         {argument, "NUV_StreamBuffer::initial_allocate()",
-         [&] { return make<NUV_OutputStorageBuffer>(memory.get(), 0) != nullptr; }},
+         making<NUV_OutputStorageBuffer>(memory.get(), 0)},
         {argument, "NUV_MoveInMoveOutMovableInputStream::initiate()",
-         [&] { return make<NUV_MoveInMoveOutInputStorage>(inner.get(), -1) != nullptr; }},
+         making<NUV_MoveInMoveOutInputStorage>(inner.get(), -1)},
         {argument, "NUV_InputStreamBound::initiate()",
-         [&] { return make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), -1) != nullptr; }},
+         making<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), -1)},
         // Without a word.
         {NUV_STATUS_OK, "", [&] { return strips_of(inner.get(), {}, {}) != nullptr; }},
         {NUV_STATUS_OK, "",

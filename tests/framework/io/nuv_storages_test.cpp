@@ -24,12 +24,8 @@ class Storages : public StorageTest {};
 TEST_F(Storages, OnlyRegularFilesBelowTwoGibibytesOpenForReading)
 {
     constexpr auto open = "NUV_PosixStorage::open()";
-    const auto opens = [this](const char* file) {
-        return [this, file] { return make<NUV_FileInputStorage>(file) != nullptr; };
-    };
-    const auto creates = [this](const char* file) {
-        return [this, file] { return make<NUV_FileOutputStorage>(file) != nullptr; };
-    };
+    const auto opens = [this](const char* file) { return making<NUV_FileInputStorage>(file); };
+    const auto creates = [this](const char* file) { return making<NUV_FileOutputStorage>(file); };
     expect_refusals({{NUV_ERR_IO, open, opens(path())}, // missing
                      {NUV_ERR_IO, open, opens("/")},
                      {NUV_ERR_IO, open, opens("")},
@@ -71,9 +67,8 @@ TEST_F(Storages, AdoptsARegularDescriptorWhereItStands)
     EXPECT_TRUE(make<NUV_FileInputStorage>(0)->is_closed());
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    expect_refusals(
-        {{NUV_ERR_ARGUMENT, initiate, [&] { return make<NUV_FileInputStorage>(-1) != nullptr; }},
-         {NUV_ERR_IO, initiate, [&] { return make<NUV_FileInputStorage>(ends[0]) != nullptr; }}});
+    expect_refusals({{NUV_ERR_ARGUMENT, initiate, making<NUV_FileInputStorage>(-1)},
+                     {NUV_ERR_IO, initiate, making<NUV_FileInputStorage>(ends[0])}});
     EXPECT_EQ(close(ends[0]), 0); // still ours
     close(ends[1]);
 
@@ -137,23 +132,17 @@ TEST_F(Storages, RefusesEmptyMemoryAndBlocks)
     std::uint8_t byte = 0;
     const std::uint8_t* source = &byte;
     constexpr auto input = "NUV_ByteArrayInputStorage::initiate()";
-    std::vector<Refusal> refusals = {
-        {NUV_ERR_ARGUMENT, input,
-         [&] { return make<NUV_ByteArrayInputStorage>(source, source) != nullptr; }},
-        {NUV_ERR_ARGUMENT, "NUV_MemoryInputStorage::initiate()",
-         [&] { return make<NUV_MemoryInputStorage>(NUV_MemoryContents()) != nullptr; }}};
+    constexpr auto argument = NUV_ERR_ARGUMENT;
+    expect_refusals({{argument, input, making<NUV_ByteArrayInputStorage>(source, source)},
+                     {argument, "NUV_MemoryInputStorage::initiate()",
+                      making<NUV_MemoryInputStorage>(NUV_MemoryContents())}});
     for (const std::int32_t bytes : {0, -1}) {
-        refusals.push_back({NUV_ERR_ARGUMENT, input, [=, this] {
-                                return make<NUV_ByteArrayInputStorage>(source, bytes) != nullptr;
-                            }});
-        refusals.push_back(
-            {NUV_ERR_ARGUMENT, "NUV_ByteArrayOutputStorage::initiate()", [=, this, &byte] {
-                 return make<NUV_ByteArrayOutputStorage>(&byte, bytes) != nullptr;
-             }});
-        refusals.push_back({NUV_ERR_ARGUMENT, "NUV_MemoryOutputStorage::initiate()",
-                            [=, this] { return make<NUV_MemoryOutputStorage>(bytes) != nullptr; }});
+        expect_refusals({{argument, input, making<NUV_ByteArrayInputStorage>(source, bytes)},
+                         {argument, "NUV_ByteArrayOutputStorage::initiate()",
+                          making<NUV_ByteArrayOutputStorage>(&byte, bytes)},
+                         {argument, "NUV_MemoryOutputStorage::initiate()",
+                          making<NUV_MemoryOutputStorage>(bytes)}});
     }
-    expect_refusals(refusals);
     EXPECT_TRUE(make<NUV_ByteArrayInputStorage>(source, source + 1));
 }
 
