@@ -1,3 +1,7 @@
+#include "core/channel/nuv_mergechannel.h"
+#include "core/channel/nuv_reversechannel.h"
+#include "core/channel/nuv_selectchannel.h"
+#include "core/convert1to8xnbits/nuv_convert1to8xnbits.h"
 #include "core/convertdatatype/nuv_convertdatatype.h"
 #include "core/lut/nuv_lut.h"
 #include "core/shiftdata/nuv_shiftdata.h"
@@ -222,6 +226,31 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
     return sum.value();
 }
 
+// Channels of bits, from lines whose unused bits are anything.
+[[nodiscard]] std::uint64_t sum_of_bit_channels()
+{
+    NUV_Checksum sum;
+    for (std::uint16_t channels = 2; channels <= 5; ++channels) {
+        for (std::uint32_t width = 1; width <= 20; ++width) {
+            const NUV_TestImage image{.width = width, .height = 2, .channels = channels, .bits = 1};
+            const Bytes bytes = random_samples<std::uint8_t>((channels * width + 7) / 8 * 2, width);
+            add_result(sum, image, bytes, appending<NUV_ReverseChannel>());
+            add_result(sum, image, bytes, appending<NUV_Convert1To8xNBits>(u, types[0].bits, 9, 7));
+            for (std::uint32_t first = 0; first < channels; ++first)
+                add_result(sum, image, bytes,
+                           appending<NUV_SelectChannel>(first, (channels - first + 1U) / 2,
+                                                        NUV_ColorType::none));
+            add_result(sum, image, bytes, [](NUV_TestChain& chain) {
+                auto branches = chain.last()->branch(2);
+                NUV_Engine* const both[] = {branches[0], branches[1]};
+                chain.last(NUV_MergeChannel(chain.manager()).engine(both, NUV_ColorType::none));
+                return chain.last() != nullptr;
+            });
+        }
+    }
+    return sum.value();
+}
+
 TEST(PixelSums, OfShifts)
 {
     constexpr std::uint64_t wanted[] = {0xE701FEA1F8029F65, 0x69E1E3AC24C85702, 0x1D80C0FE2477E548,
@@ -237,6 +266,7 @@ TEST(PixelSums, OfConversions)
                                         0x53198876E4DEF74B, 0xA44BB8FBD0F2DE83};
     for (std::size_t i = 0; i < std::size(wanted); ++i)
         EXPECT_EQ(sum_of_conversions(types[i]), wanted[i]) << i;
+    EXPECT_EQ(sum_of_bit_channels(), 0x89B14340B5F304D9);
     EXPECT_EQ(sum_of_bits(), 0xDA4A2907D2F81A7D);
 }
 
