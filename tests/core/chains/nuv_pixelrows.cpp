@@ -200,10 +200,12 @@ NUV_DrawnOperation threshold(const Image& in, std::mt19937& random)
             })};
 }
 
+// What follows has no model: sums of its results stand in a test of their own.
+
 // One table for all channels, or one for each; of those some are the same.
 NUV_DrawnOperation table(const Image& in, std::mt19937& random)
 {
-    Image out = of_other_type(in, random);
+    const Image out = of_other_type(in, random);
     const std::uint16_t channels = random() % 3 == 0 ? 1 : in.channels;
     const std::size_t table_bytes = (std::size_t{1} << in.bits) * out.bits / 8;
     std::vector<std::uint8_t> bytes;
@@ -211,48 +213,27 @@ NUV_DrawnOperation table(const Image& in, std::mt19937& random)
         const auto entries = random_samples<std::uint8_t>(table_bytes, random() % 3);
         bytes.insert(bytes.end(), entries.begin(), entries.end());
     }
-    for (std::size_t i = 0; i < in.samples.size(); ++i) {
-        const std::size_t c = channels == 1 ? 0 : i % channels;
-        const auto entry = static_cast<std::size_t>(in.samples[i] - in.minimum());
-        std::uint16_t value = 0;
-        std::memcpy(&value, &bytes[c * table_bytes + entry * out.bits / 8], out.bits / 8U);
-        const auto above = out.is_signed && value > out.maximum();
-        out.samples.push_back(above ? value - (1 << out.bits) : value);
-    }
     return {appending_table(out.bits, channels, out.description().data_type, bytes), out};
-}
-
-double draw_factor(std::mt19937& random, double largest)
-{
-    return (static_cast<double>(random() % 65536) / 32768 - 1) * largest;
 }
 
 // Small factors, some that no 16 bits hold, and some whose sums no 32 bits hold.
 NUV_DrawnOperation matrix(const Image& in, std::mt19937& random)
 {
-    const double largest = std::vector<double>{1, 1, 20, 60000}[random() % 4];
+    constexpr double largest[] = {1, 1, 20, 60000};
+    const double range = largest[random() % std::size(largest)];
     const std::uint32_t rows = up_to(random, 4);
-    const bool use_fixed = random() % 2 == 0;
     std::vector<double> factors(rows * in.channels);
     std::vector<double> offsets(rows);
-    for (double& factor : factors)
-        factor = draw_factor(random, largest);
-    for (double& offset : offsets)
-        offset = draw_factor(random, 100 * std::min(largest, 20.0));
-    const auto unit = [&](double number) { return use_fixed ? std::round(number * 4096) : number; };
-    Image out = in.with(in.width, in.height, rows, [&](auto x, auto y, auto row) {
-        double sum = unit(offsets[row]);
-        for (std::uint32_t c = 0; c < in.channels; ++c)
-            sum += static_cast<double>(in.at(x, y, c)) * unit(factors[row * in.channels + c]);
-        const double value = use_fixed ? sum / 4096 : sum;
-        return std::clamp(static_cast<std::int64_t>(std::floor(value + 0.5)), std::int64_t{0},
-                          in.maximum());
-    });
+    for (auto* numbers : {&factors, &offsets}) {
+        for (double& number : *numbers)
+            number = (static_cast<double>(random() % 65536) / 32768 - 1) * range;
+    }
+    Image out = in.without_samples();
+    out.channels = static_cast<std::uint16_t>(rows);
     out.color_type = Color::none;
-    return {appending_matrix(rows, factors, offsets, use_fixed, Color::none), out};
+    return {appending_matrix(rows, factors, offsets, random() % 2 == 0, Color::none), out};
 }
 
-// Any table of small integers, without a model; the sums of its results stand in a test of values.
 NUV_DrawnOperation grid(const Image& in, std::mt19937& random)
 {
     Image out = in.without_samples();
@@ -264,7 +245,7 @@ NUV_DrawnOperation grid(const Image& in, std::mt19937& random)
     return {appending_grid(in.bits, in.channels, out.channels, points, bytes), out};
 }
 
-// The ways that need no grid of three axes, without a model as well.
+// The ways that need no grid of three axes.
 NUV_DrawnOperation color_space(const Image& in, std::mt19937& random)
 {
     const Color* const bilevel[] = {Color::gray, Color::gray_reverse, Color::lstar};
