@@ -14,14 +14,15 @@ namespace nuv {
 namespace {
 
 using Stream = std::vector<std::uint8_t>;
+using Code = NUV_JPEGCode;
 
 // A stream and what the three steps answer to it.
 struct Refusal {
     const char* name;
     Stream stream;
-    NUV_JPEGCode header = NUV_JPEGCode::good;
-    NUV_JPEGCode start = NUV_JPEGCode::good;
-    NUV_JPEGCode lines = NUV_JPEGCode::good;
+    Code header = Code::good;
+    Code start = Code::good;
+    Code lines = Code::good;
 };
 
 JPEGCraft gray_frame()
@@ -71,25 +72,24 @@ std::vector<Refusal> header_refusals()
     std::vector<int> wide_table(129, 1);
     wide_table[0] = 0x10;
     const std::vector<int> too_many(16, 255);
-    constexpr NUV_JPEGCode segment = NUV_JPEGCode::bad_segment;
-    constexpr NUV_JPEGCode marker = NUV_JPEGCode::bad_marker;
-    constexpr NUV_JPEGCode unsupported = NUV_JPEGCode::unsupported;
+    constexpr Code segment = Code::bad_segment;
+    constexpr Code marker = Code::bad_marker;
+    constexpr Code unsupported = Code::unsupported;
     return {
-        {"nothing", {}, NUV_JPEGCode::io},
-        {"other bytes", {'B', 'M', 1, 2}, NUV_JPEGCode::no_jpeg},
-        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, NUV_JPEGCode::no_jpeg},
-        {"TEM", JPEGCraft().marker(1).end(), NUV_JPEGCode::segment_trouble},
+        {"nothing", {}, Code::io},
+        {"other bytes", {'B', 'M', 1, 2}, Code::no_jpeg},
+        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, Code::no_jpeg},
+        {"TEM", JPEGCraft().marker(1).end(), Code::segment_trouble},
         {"a second SOI", JPEGCraft().marker(0xD8).end(), marker},
         {"a restart marker", JPEGCraft().marker(0xD3).end(), marker},
         {"JPG", JPEGCraft().segment(0xC8, {1}).end(), unsupported},
         {"DAC", JPEGCraft().segment(0xCC, {0, 1}).end(), unsupported},
         {"DHP", JPEGCraft().segment(0xDE, {0, 1}).end(), unsupported},
         {"EXP", JPEGCraft().segment(0xDF, {0, 1}).end(), unsupported},
-        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(),
-         NUV_JPEGCode::io},
+        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(), Code::io},
         {"a length of 1", JPEGCraft().segment(0xE1, {1, 2}, 1).end(), segment},
         {"a reserved segment that ends early", JPEGCraft().segment(0x55, {1, 2}, 90).end(),
-         NUV_JPEGCode::segment_trouble},
+         Code::segment_trouble},
         {"quantisers of 16 bits", JPEGCraft().segment(0xDB, wide_table).end(), marker},
         {"quantiser selector 4", JPEGCraft().quantisers(4).end(), segment},
         {"no quantisers in DQT", JPEGCraft().segment(0xDB, {}).end(), segment},
@@ -131,30 +131,26 @@ std::vector<Refusal> header_refusals()
         {"predictor 8", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 8, 0).end(), segment},
         {"point transform of all bits",
          tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0, 8).end(), segment},
-        {"no scan", gray_frame().end(), NUV_JPEGCode::good, NUV_JPEGCode::wrong_state},
+        {"no scan", gray_frame().end(), Code::good, Code::wrong_state},
     };
 }
 
 std::vector<Refusal> later_refusals()
 {
-    constexpr NUV_JPEGCode good = NUV_JPEGCode::good;
+    constexpr Code good = Code::good;
     const auto chain_of_ones = [](int last) {
         std::vector<int> counts(16, 1);
         counts[15] = last;
         return counts;
     };
     const auto with_table = [](const std::vector<int>& counts) {
-        return gray_frame()
-            .segment(0xC4, huffman_table(counts))
-            .scan({1})
-            .bits(0, 30)
-            .bits(0, 30)
-            .end();
+        JPEGCraft craft = gray_frame();
+        return craft.segment(0xC4, huffman_table(counts)).scan({1}).bits(0, 30).bits(0, 30).end();
     };
     const auto frame = [](std::size_t id, int precision, const std::vector<int>& factors) {
         return tables_only().frame(id, precision, 8, 8, factors);
     };
-    constexpr NUV_JPEGCode unsupported = NUV_JPEGCode::unsupported;
+    constexpr Code unsupported = Code::unsupported;
     return {
         {"extended sequential", frame(0xC1, 8, {17}).scan({1}).end(), good, unsupported},
         {"12 bits progressive", frame(0xC2, 12, {17}).scan({1}, 0, 0).end(), good, unsupported},
@@ -170,51 +166,42 @@ std::vector<Refusal> later_refusals()
          good, unsupported},
         {"no quantisers",
          JPEGCraft().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, NUV_JPEGCode::bad_segment},
+         good, Code::bad_segment},
         {"no DC table",
          JPEGCraft().quantisers().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, NUV_JPEGCode::bad_segment},
+         good, Code::bad_segment},
         {"no AC table",
          JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
-         NUV_JPEGCode::bad_segment},
+         Code::bad_segment},
         {"a complete table", with_table({2})},
         {"a code for all but 16 ones", with_table(chain_of_ones(1))},
-        {"a code of 16 ones", with_table(chain_of_ones(2)), good, NUV_JPEGCode::bad_segment},
+        {"a code of 16 ones", with_table(chain_of_ones(2)), good, Code::bad_segment},
         {"a DNL before the scan",
          gray_frame().segment(0xDC, {0, 9}).scan({1}).bits(0, 5).bits(0, 3).end()},
-        {"three codes of 1 bit", with_table({3}), good, NUV_JPEGCode::bad_segment},
-        {"a full table and one more", with_table({1, 2, 1}), good, NUV_JPEGCode::bad_segment},
-        {"no code for anything", with_table({}), good, good, NUV_JPEGCode::read_failed},
+        {"three codes of 1 bit", with_table({3}), good, Code::bad_segment},
+        {"a full table and one more", with_table({1, 2, 1}), good, Code::bad_segment},
+        {"no code for anything", with_table({}), good, good, Code::read_failed},
         {"coefficient 63 behind a run", run_behind_48_zeros(0xE1)},
-        {"coefficient 64 behind a run", run_behind_48_zeros(0xF1), good, good,
-         NUV_JPEGCode::read_failed},
+        {"coefficient 64 behind a run", run_behind_48_zeros(0xF1), good, good, Code::read_failed},
         {"zeros past the end", run_behind_48_zeros(0xF0)},
         {"lossless restarts within rows",
-         frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good,
-         NUV_JPEGCode::bad_segment},
+         frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good, Code::bad_segment},
         {"a progressive picture beyond 32 bits",
          tables_only().frame(0xC2, 8, 65535, 65535, {17, 17}).scan({1}, 0, 0).end(), good,
          unsupported},
         {"a progressive picture beyond its data",
          tables_only().frame(0xC2, 8, 40000, 40000, {17}).scan({1}, 0, 0).end(), good,
-         NUV_JPEGCode::read_failed},
+         Code::read_failed},
         {"lossless planes beyond their data",
          tables_only().frame(0xC3, 8, 30000, 30000, {17, 17, 17}).scan({1}, 1, 0).end(), good,
-         NUV_JPEGCode::read_failed},
+         Code::read_failed},
         {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good,
-         good, NUV_JPEGCode::read_failed},
+         good, Code::read_failed},
         {"lossless differences of category 16", lossless_of_category(16)},
-        {"a lossless category above 16", lossless_of_category(17), good, good,
-         NUV_JPEGCode::damaged_lines},
+        {"a lossless category above 16", lossless_of_category(17), good, good, Code::damaged_lines},
         {"a refinement of more than one bit",
-         JPEGCraft()
-             .quantisers()
-             .symbols(0x10, {0x02})
-             .frame(0xC2, 8, 8, 8, {17})
-             .scan({1}, 1, 63, 0x10)
-             .bits(0, 24)
-             .end(),
-         good, good, NUV_JPEGCode::read_failed},
+         frame(0xC2, 8, {17}).symbols(0x10, {0x02}).scan({1}, 1, 63, 0x10).bits(0, 24).end(), good,
+         good, Code::read_failed},
     };
 }
 
@@ -257,16 +244,10 @@ TEST(JPEGDecoder, DecodesMCUsOf24Blocks)
     }
     const JPEGDecoded decoded = decode_stream(craft.end());
     ASSERT_TRUE(decoded.is_clean());
-    for (std::size_t y = 0; y < 32; ++y) {
-        for (std::size_t x = 0; x < 32; ++x) {
-            const std::uint8_t* pixel = decoded.picture.line(static_cast<std::uint32_t>(y)) + 3 * x;
-            const std::size_t luma = y / 8 * 4 + x / 8;
-            const std::size_t chroma = y / 16 * 2 + x / 16;
-            ASSERT_EQ(pixel[0], 120 + 2 * luma);
-            ASSERT_EQ(pixel[1], 120 + 2 * chroma);
-            ASSERT_EQ(pixel[2], 120 + 2 * chroma);
-        }
-    }
+    const auto expected = make_test_picture(32, 32, 3, [](auto x, auto y, auto c) {
+        return 120 + 2 * (c == 0 ? y / 8 * 4 + x / 8 : y / 16 * 2 + x / 16);
+    });
+    EXPECT_EQ(decoded.picture.samples, expected.samples);
 }
 
 // Few bytes that claim much: what nothing is coded for costs nothing, scan by scan.
@@ -293,9 +274,9 @@ TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
     for (const Stream& stream : streams) {
         const auto begin = std::chrono::steady_clock::now();
         const JPEGDecoded decoded = decode_stream(stream);
-        EXPECT_EQ(decoded.start, NUV_JPEGCode::good);
+        EXPECT_EQ(decoded.start, Code::good);
         EXPECT_EQ(decoded.codes.size(), 2500U);
-        EXPECT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines);
+        EXPECT_EQ(decoded.lines, Code::damaged_lines);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     }
 }
@@ -338,12 +319,12 @@ TEST(JPEGDecoder, WarnsOfScansThatAreNotAsTheyShouldBe)
     struct Case {
         const char* name;
         Stream stream;
-        NUV_JPEGCode code = NUV_JPEGCode::damaged_lines;
+        Code code = Code::damaged_lines;
     };
     const Case cases[] = {
-        {"nothing more", first_scan().end(), NUV_JPEGCode::good},
+        {"nothing more", first_scan().end(), Code::good},
         {"stray restarts and a DNL",
-         first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), NUV_JPEGCode::good},
+         first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), Code::good},
         {"a bit plane skipped", first_scan().scan({1}, 0, 0, 0x21).bits(1, 1).end()},
         {"a bit plane once more", first_scan().scan({1}, 0, 0, 3).difference(4).end()},
         {"no end", first_scan().stream()},

@@ -18,6 +18,7 @@ namespace nuv {
 namespace {
 
 using Stream = std::vector<std::uint8_t>;
+using Code = NUV_JPEGCode;
 
 constexpr std::int32_t whole = std::numeric_limits<std::int32_t>::max();
 
@@ -265,9 +266,9 @@ TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
         EXPECT_TRUE(decoded.is_clean());
         EXPECT_EQ(decoded.picture.samples, expected.picture.samples);
     }
-    EXPECT_EQ(decode_stream({open.begin(), open.end() - 5}).header, NUV_JPEGCode::bad_segment);
+    EXPECT_EQ(decode_stream({open.begin(), open.end() - 5}).header, Code::bad_segment);
     open[open.size() - 3] = 0;
-    EXPECT_EQ(decode_stream(open).header, NUV_JPEGCode::bad_segment);
+    EXPECT_EQ(decode_stream(open).header, Code::bad_segment);
 }
 
 // Lost intervals are gray; where one breaks off, the row above shows. What is behind is in place.
@@ -292,8 +293,7 @@ TEST(JPEGDecoder, GoesOnBehindLostIntervalsAndRepeatsTheRowAboveInBrokenOnes)
         ASSERT_EQ(decoded.picture.samples.size(), intact.picture.samples.size());
         for (std::size_t y = 0; y < 64; ++y) {
             const bool is_hurt = y / 8 >= c.first / 10 && y / 8 <= (c.end - 1) / 10;
-            EXPECT_EQ(decoded.codes[y], is_hurt ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good)
-                << y;
+            EXPECT_EQ(decoded.codes[y], is_hurt ? Code::damaged_lines : Code::good) << y;
             for (std::size_t i = 0; i < std::size_t{80} * 3; ++i) {
                 const std::size_t mcu = y / 8 * 10 + i / 24;
                 const bool is_missing = mcu >= c.first && mcu < c.end;
@@ -438,7 +438,7 @@ TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         const Stream stream = encode_by_reference(busy_picture(16, 16, 3), c.stream);
-        EXPECT_EQ(decode_stream(stream, whole, c.set).start, NUV_JPEGCode::bad_parameter);
+        EXPECT_EQ(decode_stream(stream, whole, c.set).start, Code::bad_parameter);
     }
 }
 

@@ -15,6 +15,7 @@ namespace nuv {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using Code = NUV_JPEGCode;
 using Picture = JPEGLosslessPicture;
 using Table = NUV_JPEGLosslessTable;
 
@@ -109,8 +110,7 @@ TEST(JPEGLosslessDecoder, FillsLostRowsAndGoesOnAtTheNextInterval)
         Bytes expected = lines_of(picture);
         for (std::uint32_t y = 0; y < picture.height; ++y) {
             const bool is_lost = damaged == &last ? y == 12 : y == 2 || y == 3;
-            ASSERT_EQ(decoded.codes[y], is_lost ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good)
-                << y;
+            ASSERT_EQ(decoded.codes[y], is_lost ? Code::damaged_lines : Code::good) << y;
             if (is_lost)
                 std::fill_n(expected.begin() + y * 38, 38, std::uint8_t{0x80});
         }
@@ -129,7 +129,7 @@ TEST(JPEGLosslessDecoder, GivesTheFullHeightOfWhatBreaksOff)
             const JPEGDecoded decoded =
                 decode_stream({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size)});
             ASSERT_EQ(decoded.codes.size(), picture.height) << size;
-            ASSERT_EQ(decoded.lines, NUV_JPEGCode::damaged_lines) << size;
+            ASSERT_EQ(decoded.lines, Code::damaged_lines) << size;
         }
     }
 }
@@ -146,14 +146,13 @@ Bytes encode(const Picture& picture, const Settings& settings)
     JPEGTestCoder test(settings.cpu);
     EXPECT_EQ(test.coder.set_format(picture.width, picture.height, picture.channels,
                                     picture.precision, jpeg_sampling_444, 75),
-              NUV_JPEGCode::good);
-    EXPECT_EQ(test.coder.set_lossless(settings.table), NUV_JPEGCode::good);
-    EXPECT_EQ(test.start(settings.restart_interval), NUV_JPEGCode::good);
+              Code::good);
+    EXPECT_EQ(test.coder.set_lossless(settings.table), Code::good);
+    EXPECT_EQ(test.start(settings.restart_interval), Code::good);
     const Bytes lines = lines_of(picture);
     for (std::size_t y = 0; y < std::min(picture.height, settings.lines); ++y)
-        EXPECT_EQ(test.coder.write_line(&lines[y * lines.size() / picture.height]),
-                  NUV_JPEGCode::good);
-    EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
+        EXPECT_EQ(test.coder.write_line(&lines[y * lines.size() / picture.height]), Code::good);
+    EXPECT_EQ(test.coder.finish(), Code::good);
     EXPECT_EQ(test.memory.live, 0U);
     return test.sink.bytes;
 }
@@ -286,10 +285,9 @@ TEST(JPEGLosslessEncoder, RestartsAfterWholeLinesOnly)
             SCOPED_TRACE(c.asked);
             if (c.written == refused) {
                 JPEGTestCoder test;
-                EXPECT_EQ(test.coder.set_format(10, 20, 1, 8, jpeg_sampling_444, 75),
-                          NUV_JPEGCode::good);
-                EXPECT_EQ(test.coder.set_lossless(table), NUV_JPEGCode::good);
-                EXPECT_EQ(test.start(c.asked), NUV_JPEGCode::bad_parameter);
+                EXPECT_EQ(test.coder.set_format(10, 20, 1, 8, jpeg_sampling_444, 75), Code::good);
+                EXPECT_EQ(test.coder.set_lossless(table), Code::good);
+                EXPECT_EQ(test.start(c.asked), Code::bad_parameter);
                 EXPECT_TRUE(test.sink.bytes.empty());
                 continue;
             }
@@ -312,25 +310,25 @@ TEST(JPEGLosslessEncoder, KeepsTheOrderOfItsCalls)
     JPEGTestCoder test;
     NUV_JPEGEncoder& coder = test.coder;
     const auto start = [&](std::uint32_t bits, Table table) {
-        EXPECT_EQ(coder.set_format(4, 2, 1, bits, jpeg_sampling_444, 75), NUV_JPEGCode::good);
-        EXPECT_EQ(coder.set_lossless(table), NUV_JPEGCode::good);
+        EXPECT_EQ(coder.set_format(4, 2, 1, bits, jpeg_sampling_444, 75), Code::good);
+        EXPECT_EQ(coder.set_lossless(table), Code::good);
         return test.start(no_restarts);
     };
-    EXPECT_EQ(coder.set_lossless(Table::standard), NUV_JPEGCode::wrong_state);
-    EXPECT_EQ(start(12, Table::standard), NUV_JPEGCode::bad_parameter);
+    EXPECT_EQ(coder.set_lossless(Table::standard), Code::wrong_state);
+    EXPECT_EQ(start(12, Table::standard), Code::bad_parameter);
     test.memory.refuses = true;
-    EXPECT_EQ(start(8, Table::optimal), NUV_JPEGCode::no_memory);
+    EXPECT_EQ(start(8, Table::optimal), Code::no_memory);
     test.memory.refuses = false;
-    ASSERT_EQ(start(8, Table::standard), NUV_JPEGCode::good);
-    EXPECT_EQ(coder.set_lossless(Table::optimal), NUV_JPEGCode::wrong_state);
+    ASSERT_EQ(start(8, Table::standard), Code::good);
+    EXPECT_EQ(coder.set_lossless(Table::optimal), Code::wrong_state);
     // Nothing more is written behind a write that failed.
     test.sink.capacity = test.sink.bytes.size();
-    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::io);
+    EXPECT_EQ(coder.write_line(line.data()), Code::io);
     const Bytes cut = test.sink.bytes;
     test.sink.capacity += 100;
-    EXPECT_EQ(coder.write_line(line.data()), NUV_JPEGCode::io);
-    EXPECT_EQ(coder.finish(), NUV_JPEGCode::good);
-    EXPECT_EQ(coder.finish(), NUV_JPEGCode::good);
+    EXPECT_EQ(coder.write_line(line.data()), Code::io);
+    EXPECT_EQ(coder.finish(), Code::good);
+    EXPECT_EQ(coder.finish(), Code::good);
     EXPECT_EQ(test.sink.bytes, cut);
     EXPECT_EQ(test.memory.live, 0U);
 }
@@ -344,15 +342,15 @@ TEST(JPEGLosslessEncoder, WritesAtTheEndAndInOneGoWhenOptimising)
         JPEGTestCoder test;
         NUV_JPEGOutput output = test.sink.output();
         output.to = [](void*, std::int32_t) { return false; };
-        ASSERT_EQ(test.coder.create(output, NUV_Cpu::current()), NUV_JPEGCode::good);
-        ASSERT_EQ(test.coder.set_format(50, 3, 3, 16, jpeg_sampling_444, 75), NUV_JPEGCode::good);
-        ASSERT_EQ(test.coder.set_lossless(Table::optimal), NUV_JPEGCode::good);
-        ASSERT_EQ(test.start(no_restarts), NUV_JPEGCode::good);
+        ASSERT_EQ(test.coder.create(output, NUV_Cpu::current()), Code::good);
+        ASSERT_EQ(test.coder.set_format(50, 3, 3, 16, jpeg_sampling_444, 75), Code::good);
+        ASSERT_EQ(test.coder.set_lossless(Table::optimal), Code::good);
+        ASSERT_EQ(test.start(no_restarts), Code::good);
         for (std::size_t y = 0; y < lines; ++y) {
             EXPECT_EQ(test.sink.writes, 0);
-            EXPECT_EQ(test.coder.write_line(&bytes[y * 300]), NUV_JPEGCode::good);
+            EXPECT_EQ(test.coder.write_line(&bytes[y * 300]), Code::good);
         }
-        EXPECT_EQ(test.coder.finish(), NUV_JPEGCode::good);
+        EXPECT_EQ(test.coder.finish(), Code::good);
         EXPECT_EQ(test.sink.bytes,
                   lines == 0 ? Bytes()
                              : encode(first_lines(picture, lines), {.table = Table::optimal}));

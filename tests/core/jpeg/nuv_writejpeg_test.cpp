@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -206,22 +207,17 @@ TEST(WriteJPEG, WritesTheSameToEveryKindOfStorageFromWhereItStands)
 TEST(WriteJPEG, ClosesTheStreamWhenTheManagerGoes)
 {
     const JPEGTestPicture picture = busy_picture(30, 40, 1);
-    Bytes memory(1 << 14);
-    std::int32_t written = 0;
-    {
-        NUV_TestChain chain;
-        const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-            chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
-        chain.source_bytes(image_of(picture, NUV_ColorType::gray), picture.samples);
-        ASSERT_TRUE(lossy()(chain, storage.get()));
-        for (int line = 0; line < 10; ++line)
-            ASSERT_TRUE(chain.last()->execute());
-        chain.manager().clear();
-        chain.last(nullptr);
-        written = storage->size();
-    }
-    memory.resize(static_cast<std::size_t>(written));
-    EXPECT_EQ(memory, encode_test_picture(picture, {.lines = 10}));
+    NUV_TestChain chain;
+    EXPECT_EQ(write(chain, image_of(picture, NUV_ColorType::gray), picture.samples,
+                    [](NUV_TestChain& broken, NUV_OutputStorage* storage) {
+                        EXPECT_TRUE(lossy()(broken, storage));
+                        for (int line = 0; line < 10; ++line)
+                            EXPECT_TRUE(broken.last()->execute());
+                        broken.manager().clear();
+                        broken.last(nullptr);
+                        return true;
+                    }),
+              encode_test_picture(picture, {.lines = 10}));
 }
 
 // What fitted stands, of a stream that was cut short with the height it began with.
@@ -366,23 +362,19 @@ TEST(WriteJPEGEngine, LetsADerivedOneAddMarkers)
 {
     const JPEGTestPicture picture = busy_picture(5, 4, 1);
     const NUV_WriteJPEGOption option(75, jpeg_sampling_444, 0);
+    const Append append = [&](NUV_TestChain& chain, NUV_OutputStorage* storage) {
+        return chain.append<WriteCommented>(storage, &option);
+    };
     NUV_TestChain chain;
-    const Bytes stream = write(chain, image_of(picture, NUV_ColorType::gray), picture.samples,
-                               [&](NUV_TestChain& to, NUV_OutputStorage* storage) {
-                                   return to.append<WriteCommented>(storage, &option);
-                               });
-    const JPEGTestSegments parts(stream);
+    const JPEGTestSegments parts(
+        write(chain, image_of(picture, NUV_ColorType::gray), picture.samples, append));
     EXPECT_EQ(parts.segments[0].id, jpeg_marker_com);
     EXPECT_EQ(parts.segments[0].payload, Bytes(5, 'c'));
 }
 
 TEST(JPEGRegistStatus, TurnsEachCodeIntoItsStatus)
 {
-    struct Case {
-        int code;
-        NUV_StatusCode status;
-    };
-    const Case cases[] = {
+    const std::pair<int, NUV_StatusCode> cases[] = {
         {1, NUV_STATUS_OK},
         {-1, NUV_STATUS_OK},
         {-12, NUV_STATUS_OK},
@@ -395,18 +387,18 @@ TEST(JPEGRegistStatus, TurnsEachCodeIntoItsStatus)
         {-50, NUV_ERR_UNSUPPORTED},
         {3, NUV_WARN_BROKEN_DATA},
         {14, NUV_WARN_UNSUPPORTED},
-        {100, NUV_WARN_INVALID_DATA | 0x10},
         {-9997, NUV_ERROR},
         {-9998, NUV_ERROR},
         {-64, NUV_ERROR},
         {0, NUV_ERROR},
+        {100, NUV_WARN_INVALID_DATA | 0x10},
     };
-    for (const Case& c : cases) {
+    for (const auto& [value, status] : cases) {
         NUV_TestChain chain;
-        const auto code = static_cast<NUV_JPEGCode>(c.code);
-        EXPECT_EQ(nuv_jpegregiststatus(chain.manager(), code, "NUV_X::y()"), c.code > 0);
-        EXPECT_EQ(chain.status().code, c.status) << c.code;
-        EXPECT_STREQ(chain.status().method, c.status == NUV_STATUS_OK ? "" : "NUV_X::y()");
+        const auto code = static_cast<NUV_JPEGCode>(value);
+        EXPECT_EQ(nuv_jpegregiststatus(chain.manager(), code, "NUV_X::y()"), value > 0);
+        EXPECT_EQ(chain.status().code, status) << value;
+        EXPECT_STREQ(chain.status().method, status == NUV_STATUS_OK ? "" : "NUV_X::y()");
     }
 }
 
