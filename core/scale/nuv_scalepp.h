@@ -11,16 +11,36 @@ namespace nuv {
 // an axis of one pixel is repeated. `use_fixed_real` makes a difference to enlarging alone;
 // reducing always calculates in double precision.
 
-// What scaling one axis from `source` to `destination` pixels asks for.
-enum class NUV_ScalePPRoute {
-    unchanged,
-    nearest, // a single source pixel
-    enlarge,
-    average, // by a whole factor
-    reduce,
+// Base of the creators that scale one axis by whatever its two sizes ask for: a single source pixel
+// is repeated, a whole factor makes means, and the rest is enlarged or reduced.
+class NUV_ScalePPAxis : public NUV_ScaleAxis {
+public:
+    using NUV_ScaleAxis::NUV_ScaleAxis;
+
+protected:
+    // What enlarge() or reduce() gives, where that is what is asked for. `method` is the text of
+    // what accepts() refuses.
+    template <class Enlarge, class Reduce>
+    [[nodiscard]] NUV_Engine* route(NUV_Engine* previous, Axis axis, std::uint32_t size,
+                                    const char* method, Enlarge&& enlarge, Reduce&& reduce)
+    {
+        if (!accepts(previous, size, method))
+            return nullptr;
+        const NUV_Header& header = *previous->header();
+        const std::uint32_t source = axis == Axis::width ? header.width() : header.height();
+        if (size == source)
+            return previous;
+        if (source == 1)
+            return repeat(previous, axis, size);
+        if (source < size)
+            return enlarge();
+        return source % size == 0 ? average(previous, axis, size) : reduce();
+    }
+
+private:
+    [[nodiscard]] NUV_Engine* repeat(NUV_Engine* previous, Axis axis, std::uint32_t size);
+    [[nodiscard]] NUV_Engine* average(NUV_Engine* previous, Axis axis, std::uint32_t size);
 };
-[[nodiscard]] NUV_ScalePPRoute scale_pp_route(std::uint32_t source,
-                                              std::uint32_t destination) noexcept;
 
 class NUV_ScalePP final : public NUV_ScaleUsingFixedReal {
 public:
@@ -31,17 +51,17 @@ public:
                                      std::uint32_t height, bool use_fixed_real) override;
 };
 
-class NUV_ScaleWidthPP final : public NUV_ScaleAxis {
+class NUV_ScaleWidthPP final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleAxis::NUV_ScaleAxis;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t width,
                                      bool use_fixed_real);
 };
 
-class NUV_ScaleHeightPP final : public NUV_ScaleAxis {
+class NUV_ScaleHeightPP final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleAxis::NUV_ScaleAxis;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t height,
                                      bool use_fixed_real);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/scale/nuv_scaleiar.h"
-#include "core/scale/nuv_scalenn.h"
 #include "core/scale/nuv_scalepp.h"
 #include "framework/utility/nuv_fixedreal.h"
 
@@ -60,82 +58,31 @@ public:
     }
 };
 
-// One axis by whatever its two sizes ask for.
-template <class Enlarge, class Reduce>
-class NUV_ScaleWidthPPWith : public NUV_ScaleAxis {
-public:
-    using NUV_ScaleAxis::NUV_ScaleAxis;
-
-protected:
-    [[nodiscard]] NUV_Engine* route(NUV_Engine* previous, std::uint32_t width, const char* method)
-    {
-        if (!accepts(previous, width, method))
-            return nullptr;
-        switch (scale_pp_route(previous->header()->width(), width)) {
-        case NUV_ScalePPRoute::nearest:
-            return NUV_ScaleWidthNN(manager()).engine(previous, width);
-        case NUV_ScalePPRoute::enlarge:
-            return Enlarge(manager()).engine(previous, width);
-        case NUV_ScalePPRoute::average:
-            return NUV_ScaleWidthIAR(manager()).engine(previous, width);
-        case NUV_ScalePPRoute::reduce:
-            return Reduce(manager()).engine(previous, width);
-        case NUV_ScalePPRoute::unchanged:
-            break;
-        }
-        return previous;
-    }
-};
-
-template <class Enlarge, class Reduce>
-class NUV_ScaleHeightPPWith : public NUV_ScaleAxis {
-public:
-    using NUV_ScaleAxis::NUV_ScaleAxis;
-
-protected:
-    [[nodiscard]] NUV_Engine* route(NUV_Engine* previous, std::uint32_t height, const char* method)
-    {
-        if (!accepts(previous, height, method))
-            return nullptr;
-        switch (scale_pp_route(previous->header()->height(), height)) {
-        case NUV_ScalePPRoute::nearest:
-            return NUV_ScaleHeightNN(manager()).engine(previous, height);
-        case NUV_ScalePPRoute::enlarge:
-            return Enlarge(manager()).engine(previous, height);
-        case NUV_ScalePPRoute::average:
-            return NUV_ScaleHeightIAR(manager()).engine(previous, height);
-        case NUV_ScalePPRoute::reduce:
-            return Reduce(manager()).engine(previous, height);
-        case NUV_ScalePPRoute::unchanged:
-            break;
-        }
-        return previous;
-    }
-};
-
 template <RealNumber R>
-class NUV_ScaleWidthPPBy final
-    : public NUV_ScaleWidthPPWith<NUV_ScaleWidthPPEBy<R>, NUV_ScaleWidthPPRBy<R>> {
+class NUV_ScaleWidthPPBy final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleWidthPPWith<NUV_ScaleWidthPPEBy<R>,
-                               NUV_ScaleWidthPPRBy<R>>::NUV_ScaleWidthPPWith;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t width)
     {
-        return this->route(previous, width, "NUV_ScaleWidthPPBy::engine()");
+        return this->route(
+            previous, Axis::width, width, "NUV_ScaleWidthPPBy::engine()",
+            [&] { return NUV_ScaleWidthPPEBy<R>(this->manager()).engine(previous, width); },
+            [&] { return NUV_ScaleWidthPPRBy<R>(this->manager()).engine(previous, width); });
     }
 };
 
 template <RealNumber R>
-class NUV_ScaleHeightPPBy final
-    : public NUV_ScaleHeightPPWith<NUV_ScaleHeightPPEBy<R>, NUV_ScaleHeightPPRBy<R>> {
+class NUV_ScaleHeightPPBy final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleHeightPPWith<NUV_ScaleHeightPPEBy<R>,
-                                NUV_ScaleHeightPPRBy<R>>::NUV_ScaleHeightPPWith;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t height)
     {
-        return this->route(previous, height, "NUV_ScaleHeightPPBy::engine()");
+        return this->route(
+            previous, Axis::height, height, "NUV_ScaleHeightPPBy::engine()",
+            [&] { return NUV_ScaleHeightPPEBy<R>(this->manager()).engine(previous, height); },
+            [&] { return NUV_ScaleHeightPPRBy<R>(this->manager()).engine(previous, height); });
     }
 };
 

@@ -32,28 +32,30 @@ public:
 };
 
 template <RealNumber R>
-class NUV_ScaleWidthPPFastBy final
-    : public NUV_ScaleWidthPPWith<NUV_ScaleWidthPPEBy<R>, NUV_ScaleWidthPPFastRBy<R>> {
+class NUV_ScaleWidthPPFastBy final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleWidthPPWith<NUV_ScaleWidthPPEBy<R>,
-                               NUV_ScaleWidthPPFastRBy<R>>::NUV_ScaleWidthPPWith;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t width)
     {
-        return this->route(previous, width, "NUV_ScaleWidthPPFastBy::engine()");
+        return this->route(
+            previous, Axis::width, width, "NUV_ScaleWidthPPFastBy::engine()",
+            [&] { return NUV_ScaleWidthPPEBy<R>(this->manager()).engine(previous, width); },
+            [&] { return NUV_ScaleWidthPPFastRBy<R>(this->manager()).engine(previous, width); });
     }
 };
 
 template <RealNumber R>
-class NUV_ScaleHeightPPFastBy final
-    : public NUV_ScaleHeightPPWith<NUV_ScaleHeightPPEBy<R>, NUV_ScaleHeightPPFastRBy<R>> {
+class NUV_ScaleHeightPPFastBy final : public NUV_ScalePPAxis {
 public:
-    using NUV_ScaleHeightPPWith<NUV_ScaleHeightPPEBy<R>,
-                                NUV_ScaleHeightPPFastRBy<R>>::NUV_ScaleHeightPPWith;
+    using NUV_ScalePPAxis::NUV_ScalePPAxis;
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t height)
     {
-        return this->route(previous, height, "NUV_ScaleHeightPPFastBy::engine()");
+        return this->route(
+            previous, Axis::height, height, "NUV_ScaleHeightPPFastBy::engine()",
+            [&] { return NUV_ScaleHeightPPEBy<R>(this->manager()).engine(previous, height); },
+            [&] { return NUV_ScaleHeightPPFastRBy<R>(this->manager()).engine(previous, height); });
     }
 };
 

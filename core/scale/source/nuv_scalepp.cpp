@@ -5,15 +5,16 @@
 
 namespace nuv {
 
-NUV_ScalePPRoute scale_pp_route(std::uint32_t source, std::uint32_t destination) noexcept
+NUV_Engine* NUV_ScalePPAxis::repeat(NUV_Engine* previous, Axis axis, std::uint32_t size)
 {
-    if (source == destination)
-        return NUV_ScalePPRoute::unchanged;
-    if (source == 1)
-        return NUV_ScalePPRoute::nearest;
-    if (source < destination)
-        return NUV_ScalePPRoute::enlarge;
-    return source % destination == 0 ? NUV_ScalePPRoute::average : NUV_ScalePPRoute::reduce;
+    return axis == Axis::width ? NUV_ScaleWidthNN(manager()).engine(previous, size)
+                               : NUV_ScaleHeightNN(manager()).engine(previous, size);
+}
+
+NUV_Engine* NUV_ScalePPAxis::average(NUV_Engine* previous, Axis axis, std::uint32_t size)
+{
+    return axis == Axis::width ? NUV_ScaleWidthIAR(manager()).engine(previous, size)
+                               : NUV_ScaleHeightIAR(manager()).engine(previous, size);
 }
 
 NUV_Engine* NUV_ScalePP::engine(NUV_Engine* previous, std::uint32_t width, std::uint32_t height,
@@ -33,41 +34,19 @@ NUV_Engine* NUV_ScalePP::engine(NUV_Engine* previous, std::uint32_t width, std::
 
 NUV_Engine* NUV_ScaleWidthPP::engine(NUV_Engine* previous, std::uint32_t width, bool use_fixed_real)
 {
-    if (!accepts(previous, width, "NUV_ScaleWidthPP::engine()"))
-        return nullptr;
-    switch (scale_pp_route(previous->header()->width(), width)) {
-    case NUV_ScalePPRoute::nearest:
-        return NUV_ScaleWidthNN(manager()).engine(previous, width);
-    case NUV_ScalePPRoute::enlarge:
-        return NUV_ScaleWidthPPE(manager()).engine(previous, width, use_fixed_real);
-    case NUV_ScalePPRoute::average:
-        return NUV_ScaleWidthIAR(manager()).engine(previous, width);
-    case NUV_ScalePPRoute::reduce:
-        return NUV_ScaleWidthPPR(manager()).engine(previous, width, use_fixed_real);
-    case NUV_ScalePPRoute::unchanged:
-        break;
-    }
-    return previous;
+    return route(
+        previous, Axis::width, width, "NUV_ScaleWidthPP::engine()",
+        [&] { return NUV_ScaleWidthPPE(manager()).engine(previous, width, use_fixed_real); },
+        [&] { return NUV_ScaleWidthPPR(manager()).engine(previous, width, use_fixed_real); });
 }
 
 NUV_Engine* NUV_ScaleHeightPP::engine(NUV_Engine* previous, std::uint32_t height,
                                       bool use_fixed_real)
 {
-    if (!accepts(previous, height, "NUV_ScaleHeightPP::engine()"))
-        return nullptr;
-    switch (scale_pp_route(previous->header()->height(), height)) {
-    case NUV_ScalePPRoute::nearest:
-        return NUV_ScaleHeightNN(manager()).engine(previous, height);
-    case NUV_ScalePPRoute::enlarge:
-        return NUV_ScaleHeightPPE(manager()).engine(previous, height, use_fixed_real);
-    case NUV_ScalePPRoute::average:
-        return NUV_ScaleHeightIAR(manager()).engine(previous, height);
-    case NUV_ScalePPRoute::reduce:
-        return NUV_ScaleHeightPPR(manager()).engine(previous, height, use_fixed_real);
-    case NUV_ScalePPRoute::unchanged:
-        break;
-    }
-    return previous;
+    return route(
+        previous, Axis::height, height, "NUV_ScaleHeightPP::engine()",
+        [&] { return NUV_ScaleHeightPPE(manager()).engine(previous, height, use_fixed_real); },
+        [&] { return NUV_ScaleHeightPPR(manager()).engine(previous, height, use_fixed_real); });
 }
 
 } // namespace nuv
