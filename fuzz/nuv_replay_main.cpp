@@ -1,6 +1,8 @@
 // Runs a fuzz target in place of libFuzzer, with any compiler: over files, so that what was once
-// found stays found, and over as many inputs of chance as an argument that is a number says.
+// found stays found, and over copies of them with bytes changed, left out and put in, as many of
+// each as an argument that is a number says.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -19,41 +21,46 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void replay(const fs::path& path)
+using Bytes = std::vector<std::uint8_t>;
+
+void run(const Bytes& bytes)
+{
+    // Just as many bytes as there are, so that a sanitizer sees a read beyond the last one.
+    const auto exact = std::make_unique<std::uint8_t[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), exact.get());
+    LLVMFuzzerTestOneInput(exact.get(), bytes.size());
+}
+
+void change(Bytes& bytes, std::mt19937& random)
+{
+    for (auto changes = 1 + random() % 4; changes > 0 && !bytes.empty(); --changes) {
+        const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
+        const auto value = static_cast<std::uint8_t>(random() >> (random() % 2 == 0 ? 24 : 28));
+        switch (random() % 4) {
+        case 0:
+            bytes.erase(at);
+            break;
+        case 1:
+            bytes.insert(at, value);
+            break;
+        default:
+            *at = value;
+        }
+    }
+}
+
+void replay(const fs::path& path, int copies)
 {
     std::printf("%s\n", path.c_str());
     std::fflush(stdout); // the last line names the file that ends the program
     std::ifstream file(path, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>{file}, {}};
-    // Just as many bytes as there are, so that a sanitizer sees a read beyond the last one.
-    const auto exact = std::make_unique<std::uint8_t[]>(bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        exact[i] = static_cast<std::uint8_t>(bytes[i]);
-    LLVMFuzzerTestOneInput(exact.get(), bytes.size());
-}
-
-void run_chances(int count)
-{
-    for (int seed = 0; seed < count; ++seed) {
-        std::printf("input %d\n", seed);
-        std::fflush(stdout);
+    const Bytes bytes{std::istreambuf_iterator<char>{file}, {}};
+    run(bytes);
+    for (int seed = 0; seed < copies; ++seed) {
         std::mt19937 random(static_cast<unsigned>(seed));
-        std::vector<std::uint8_t> bytes(random() % 100);
-        for (std::uint8_t& byte : bytes)
-            byte = static_cast<std::uint8_t>(random() % (random() % 2 == 0 ? 32 : 256));
-        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-    }
-}
-
-void run(const std::string& argument)
-{
-    if (!fs::is_directory(argument)) {
-        run_chances(std::stoi(argument));
-        return;
-    }
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator{argument}) {
-        if (entry.is_regular_file())
-            replay(entry.path());
+        Bytes changed = bytes;
+        change(changed, random);
+        run(changed);
     }
 }
 
@@ -62,8 +69,17 @@ void run(const std::string& argument)
 int main(int count, char** arguments)
 {
     try {
-        for (int i = 1; i < count; ++i)
-            run(arguments[i]);
+        int copies = 0;
+        for (const std::string argument : std::vector(arguments + 1, arguments + count)) {
+            if (!fs::is_directory(argument)) {
+                copies = std::stoi(argument);
+                continue;
+            }
+            for (const fs::directory_entry& entry : fs::recursive_directory_iterator{argument}) {
+                if (entry.is_regular_file())
+                    replay(entry.path(), copies);
+            }
+        }
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
