@@ -10,7 +10,6 @@ folder. PLACEHOLDER is what documents call an operation that is still to be writ
 """
 
 import re
-import subprocess
 import sys
 from pathlib import Path
 
@@ -26,10 +25,11 @@ ABOUT = {"docs/jpeg.md": "core/jpeg", "docs/adding_an_operation.md": "core/mirro
          "docs/style.md": "core/mirror"}
 
 
-def tracked():
-    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
-                            cwd=ROOT, check=True, capture_output=True, text=True).stdout
-    return [path for path in listed.splitlines() if (ROOT / path).is_file()]
+def files():
+    """All files of the tree, from the root, without what was built."""
+    tops = [top for top in ROOT.iterdir() if top.name != "build" and not top.name.startswith(".")]
+    paths = [path for top in tops for path in ([top] if top.is_file() else top.rglob("*"))]
+    return sorted(path.relative_to(ROOT).as_posix() for path in paths if path.is_file())
 
 
 def missing_in(document, base_names, code):
@@ -52,7 +52,7 @@ def missing_in(document, base_names, code):
 
 
 def main():
-    paths = tracked()
+    paths = files()
     base_names = {Path(path).name for path in paths}
     code = "".join((ROOT / path).read_text(encoding="utf-8", errors="replace") for path in paths
                    if Path(path).suffix in {".cmake", ".cpp", ".h", ".json", ".py", ".sh", ".txt"})
