@@ -95,6 +95,14 @@ void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::u
     }
 }
 
+std::vector<std::uint8_t> records_of(const NUV_ModelRuns& runs)
+{
+    std::vector<std::uint8_t> bytes;
+    for (const auto& [start, end] : runs)
+        append_record(bytes, start, end);
+    return bytes;
+}
+
 std::vector<std::uint8_t> NUV_ModelImage::bytes() const
 {
     const std::size_t line_samples = std::size_t{width} * channels;

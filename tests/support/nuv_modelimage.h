@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -86,5 +87,12 @@ struct NUV_ModelImage {
 
 // One run of a line, or its end, as stored.
 void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::uint32_t end);
+using NUV_ModelRuns = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+[[nodiscard]] std::vector<std::uint8_t> records_of(const NUV_ModelRuns& runs);
+
+[[nodiscard]] inline NUV_TestImage run_description(std::uint32_t width, std::uint32_t height)
+{
+    return {.width = width, .height = height, .bits = 1, .encode_type = NUV_EncodeType::qd_rle};
+}
 
 } // namespace nuv

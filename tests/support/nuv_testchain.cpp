@@ -181,6 +181,18 @@ std::vector<std::uint8_t> NUV_TestChain::run_bytes()
     return collected;
 }
 
+void expect_result(const char* what, const NUV_TestImage& image,
+                   const std::vector<std::uint8_t>& source, const NUV_Append& append,
+                   const std::vector<std::uint8_t>& wanted, NUV_StatusCode code)
+{
+    SCOPED_TRACE(what);
+    NUV_TestChain chain;
+    chain.source_bytes(image, source);
+    ASSERT_TRUE(append(chain)) << chain.status().method;
+    EXPECT_EQ(chain.run_bytes(), wanted);
+    EXPECT_EQ(chain.status().code, code) << chain.status().method;
+}
+
 void expect_clean_at_every_allocation(const std::function<void(NUV_TestChain&)>& build_and_run)
 {
     std::size_t allocations = 0;

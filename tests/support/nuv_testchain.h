@@ -136,6 +136,11 @@ template <class Creator, class... Args>
     return [=](NUV_TestChain& chain) { return chain.append<Creator>(args...); };
 }
 
+// What comes out of the call behind that source.
+void expect_result(const char* what, const NUV_TestImage& image,
+                   const std::vector<std::uint8_t>& source, const NUV_Append& append,
+                   const std::vector<std::uint8_t>& wanted, NUV_StatusCode code = NUV_STATUS_OK);
+
 // Runs `build_and_run` once, and then once for each of its allocations with that one failing. The
 // chain complains if anything is left behind.
 void expect_clean_at_every_allocation(const std::function<void(NUV_TestChain&)>& build_and_run);

@@ -6,7 +6,7 @@
 #include "core/limitpixelvalue/nuv_limitpixelvalue.h"
 #include "core/operation/nuv_not.h"
 #include "core/shiftdata/nuv_shiftdata.h"
-#include "tests/support/nuv_model_runs.h"
+#include "tests/support/nuv_modelimage.h"
 #include "tests/support/nuv_pixeltables.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_testsamples.h"

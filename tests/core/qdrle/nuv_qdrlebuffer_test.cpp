@@ -1,18 +1,14 @@
 #include "core/qdrle/nuv_qdrlebuffer.h"
 
 #include "core/qdrle/nuv_qdrleline.h"
-#include "tests/support/nuv_model_runs.h"
-#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_modelimage.h"
 
 #include <gtest/gtest.h>
-
-#include <random>
-#include <utility>
 
 namespace nuv {
 namespace {
 
-using Runs = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+using Runs = NUV_ModelRuns;
 constexpr std::uint32_t stop = 0xFFFFFFFF;
 
 // A reader over given records, and one of the two classes above it.
@@ -22,30 +18,17 @@ public:
     Read(std::uint32_t width, std::uint32_t height, const Runs& records, std::size_t odd_bytes = 0,
          std::uint32_t block_bytes = 8)
     {
-        std::vector<std::uint8_t> bytes;
-        for (const auto& [start, end] : records)
-            append_record(bytes, start, end);
+        auto bytes = records_of(records);
         bytes.resize(bytes.size() + odd_bytes);
-        open(run_description(width, height), std::move(bytes), block_bytes);
-    }
-    Read(const NUV_ModelImage& image, std::uint32_t block_bytes)
-    {
-        open(run_description(image.width, image.height), model_run_bytes(image), block_bytes);
-    }
-
-    Reader* operator->() { return reader_.get(); }
-    [[nodiscard]] const NUV_Status& status() const { return chain_.status(); }
-    [[nodiscard]] NUV_Manager& manager() { return chain_.manager(); }
-
-private:
-    void open(const NUV_TestImage& image, std::vector<std::uint8_t> bytes,
-              std::uint32_t block_bytes)
-    {
-        chain_.source_bytes(image, std::move(bytes), block_bytes);
+        chain_.source_bytes(run_description(width, height), std::move(bytes), block_bytes);
         source_.reset(chain_.last()->src_buffer());
         reader_ = make_initiated<Reader>(chain_.manager(), source_.get(), chain_.last()->header());
     }
 
+    Reader* operator->() { return reader_.get(); }
+    [[nodiscard]] const NUV_Status& status() const { return chain_.status(); }
+
+private:
     NUV_TestChain chain_;
     NUV_Held<NUV_SrcBuffer> source_;
     NUV_Held<Reader> reader_; // goes before the source
@@ -62,21 +45,18 @@ private:
 
 TEST(QDRLEBuffer, GivesLinesInAnyOrder)
 {
-    std::mt19937 random(3);
+    const Runs lines[] = {{{0, 0}, {2, 9}}, {}, {{4, 4}, {6, 6}, {8, 8}}, {{1, 7}}};
+    Runs records;
+    for (const Runs& line : lines) {
+        records.insert(records.end(), line.begin(), line.end());
+        records.emplace_back(stop, stop);
+    }
     for (const std::uint32_t block_bytes : {8U, 24U, 4096U}) {
-        const NUV_ModelImage image = random_bilevel(33, 12, random);
-        Read<NUV_QDRLEBuffer> buffer(image, block_bytes);
-        for (const std::uint32_t row : {7U, 0U, 11U, 7U, 3U}) {
-            std::vector<std::int64_t> line(33);
-            for (const auto& [start, end] : walk(*buffer.operator->(), row)) {
-                for (std::uint32_t x = start; x <= end; ++x)
-                    line[x] = 1;
-            }
-            const auto wanted = image.samples.begin() + std::ptrdiff_t{33} * row;
-            EXPECT_EQ(line, std::vector<std::int64_t>(wanted, wanted + 33));
-        }
-        EXPECT_TRUE(buffer->line_begin(12) == buffer->line_end(12));
-        EXPECT_EQ(buffer->line_begin(12).count(), 0U);
+        Read<NUV_QDRLEBuffer> buffer(10, 4, records, 0, block_bytes);
+        for (const std::uint32_t row : {2U, 0U, 3U, 2U, 1U})
+            EXPECT_EQ(walk(*buffer.operator->(), row), lines[row]);
+        EXPECT_TRUE(buffer->line_begin(4) == buffer->line_end(4));
+        EXPECT_EQ(buffer->line_begin(4).count(), 0U);
     }
 }
 
@@ -181,42 +161,36 @@ TEST(QDRLELineReader, RefusesOddBlocksAndLinesWithoutEnd)
     EXPECT_STREQ(endless.status().method, "NUV_QDRLELineBase::get_next_line()");
 }
 
+// The answer to a reader over that image, or over none.
+template <class Reader>
+void expect_reader_refused(const NUV_TestImage* image, NUV_StatusCode code, const char* text)
+{
+    NUV_TestChain chain;
+    NUV_Held<NUV_SrcBuffer> source;
+    if (image) {
+        chain.blank_source(*image);
+        source.reset(chain.last()->src_buffer());
+    }
+    EXPECT_FALSE(make_initiated<Reader>(chain.manager(), source.get(),
+                                        image ? chain.last()->header() : nullptr));
+    EXPECT_EQ(chain.status().code, code);
+    EXPECT_STREQ(chain.status().method, text);
+}
+
 TEST(RunReaderRefusal, SaysWhy)
 {
-    struct Case {
-        const char* what;
-        NUV_TestImage image;
-    };
-    const NUV_EncodeType* runs = NUV_EncodeType::qd_rle;
-    const Case cases[] = {
-        {"raw", {.bits = 1}},
-        {"two channels", {.channels = 2, .bits = 1, .encode_type = runs}},
-        {"8 bits", {.encode_type = runs}},
-        {"too wide", {.width = 0x0FFFFFFF, .bits = 1, .encode_type = runs}},
-    };
-    const auto refuse = [](auto reader, const NUV_TestImage* image, NUV_StatusCode code,
-                           const char* method) {
-        NUV_TestChain chain;
-        NUV_Held<NUV_SrcBuffer> source;
-        if (image) {
-            chain.blank_source(*image);
-            source.reset(chain.last()->src_buffer());
-        }
-        auto made = make_initiated<typename decltype(reader)::type>(
-            chain.manager(), source.get(), image ? chain.last()->header() : nullptr);
-        EXPECT_FALSE(made);
-        EXPECT_EQ(chain.status().code, code);
-        EXPECT_STREQ(chain.status().method, method);
-    };
-    constexpr auto in_line = "NUV_QDRLELineBase::initiate()";
-    constexpr auto in_buffer = "NUV_QDRLEBufferBase::initiate()";
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        refuse(std::type_identity<NUV_QDRLELine>{}, &c.image, NUV_ERR_UNSUPPORTED, in_line);
-        refuse(std::type_identity<NUV_QDRLEBuffer>{}, &c.image, NUV_ERR_UNSUPPORTED, in_buffer);
+    NUV_TestImage pairs = run_description(1, 1);
+    pairs.channels = 2;
+    NUV_TestImage bytes = run_description(1, 1);
+    bytes.bits = 8;
+    const NUV_TestImage raw{.bits = 1};
+    const NUV_TestImage wide = run_description(0x0FFFFFFF, 1);
+    const NUV_TestImage* const images[] = {&pairs, &bytes, &raw, &wide, nullptr};
+    for (const NUV_TestImage* image : images) {
+        const auto code = image ? NUV_ERR_UNSUPPORTED : NUV_ERR_ARGUMENT;
+        expect_reader_refused<NUV_QDRLELine>(image, code, "NUV_QDRLELineBase::initiate()");
+        expect_reader_refused<NUV_QDRLEBuffer>(image, code, "NUV_QDRLEBufferBase::initiate()");
     }
-    refuse(std::type_identity<NUV_QDRLELine>{}, nullptr, NUV_ERR_ARGUMENT, in_line);
-    refuse(std::type_identity<NUV_QDRLEBuffer>{}, nullptr, NUV_ERR_ARGUMENT, in_buffer);
 }
 
 } // namespace

@@ -56,14 +56,12 @@ TEST(QDRLEDecoder, GoesOnWithTheNextLineBehindATerminator)
 {
     Words stream({0, 0, stop, stop, stop, stop, 9, 9, stop, 0});
     QDRLEDecoder decoder(&stream, 10);
-    unsigned char line[2];
-    const unsigned char wanted[][2] = {{0x80, 0}, {0, 0}, {0, 0x40}};
-    for (const auto& bytes : wanted) {
-        ASSERT_TRUE(decoder.decode(line));
-        EXPECT_EQ(line[0], bytes[0]);
-        EXPECT_EQ(line[1], bytes[1]);
+    std::vector<unsigned char> line(2);
+    for (const auto& wanted : {std::vector<unsigned char>{0x80, 0}, {0, 0}, {0, 0x40}}) {
+        ASSERT_TRUE(decoder.decode(line.data()));
+        EXPECT_EQ(line, wanted);
     }
-    EXPECT_FALSE(decoder.decode(line));
+    EXPECT_FALSE(decoder.decode(line.data()));
     EXPECT_EQ(decoder.status(), QDRLEStatus::cut_short);
 }
 
