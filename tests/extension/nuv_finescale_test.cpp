@@ -1,6 +1,7 @@
 #include "core/include/nuv_interpolationtable.h"
 #include "core/limitpixelvalue/nuv_limitpixelvalue.h"
 #include "core/scale/nuv_scalepp.h"
+#include "extension/scalefast/nuv_scaleppfastby.h"
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2utility/nuv_scalei2axis.h"
 #include "extension/scalei2utility/nuv_scalei2mask.h"
@@ -9,7 +10,7 @@
 #include "extension/scalei2varex/nuv_scaleccfastby.h"
 #include "extension/scalei2varex/nuv_scalei2varexby.h"
 #include "extension/scalei2varex/nuv_scalelifastby.h"
-#include "tests/support/nuv_testchain.h"
+#include "tests/support/nuv_refusals.h"
 #include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
@@ -269,6 +270,220 @@ TEST(FineScale, AppendsNothingForTheSameSizeAndNoLimit)
         EXPECT_TRUE(append(chain));
         EXPECT_EQ(chain.last(), source);
     }
+}
+
+constexpr auto bad = NUV_ERR_ARGUMENT;
+constexpr auto no = NUV_ERR_UNSUPPORTED;
+constexpr float a = -0.75F;
+
+const NUV_TestImage gray{.width = 100, .height = 100};
+const NUV_TestImage words{.width = 7, .height = 7, .bits = 16};
+const NUV_TestImage bits{.width = 9, .height = 9, .bits = 1};
+const NUV_TestImage pairs{.width = 9, .height = 9, .channels = 2};
+const NUV_TestImage narrow{.width = 7, .height = 9};
+const NUV_TestImage low{.width = 9, .height = 7};
+const NUV_TestImage palette{.width = 9, .height = 9, .palette = true};
+const NUV_TestImage deep{.width = 9, .height = 9, .bits = 32};
+const NUV_TestImage negative{.width = 9, .height = 9, .data_type = NUV_DataType::s_integer};
+const NUV_TestImage broad{.width = 9, .height = 9, .channels = 4};
+
+TEST(FineScaleRefusal, OfTheScalers)
+{
+    constexpr auto each = "NUV_ScaleI2VAR::engine()";
+    constexpr auto both = "NUV_ScaleI2::engine()";
+    constexpr auto selected = "NUV_ScaleI2VARExBy::engine()";
+    const auto by_each = [](std::uint32_t w, std::uint32_t h) {
+        return appending<NUV_ScaleI2VAR>(w, h);
+    };
+    const auto by_both = [](std::uint32_t w, std::uint32_t h) {
+        return appending<NUV_ScaleI2>(w, h, a, unlimited);
+    };
+    const auto by_selection = [](std::uint32_t w, std::uint32_t h) {
+        return appending<NUV_ScaleI2VARExBy<Fixed>>(w, h);
+    };
+    expect_refusals({
+        {"no width", gray, by_each(0, 50), bad, each},
+        {"7 columns", gray, by_each(7, 50), bad, each},
+        {"7 lines", gray, by_each(50, 7), bad, each},
+        {"shrinks too far", gray, by_each(32, 50), bad, each},
+        {"shrinks too far", gray, by_each(50, 32), bad, each},
+        {"from 7 columns", narrow, by_each(9, 9), no, each},
+        {"from 7 lines", low, by_each(9, 9), no, each},
+        {"2 channels", pairs, by_each(8, 8), no, each},
+        {"signed", negative, by_each(8, 8), no, each},
+        {"32 bits", deep, by_each(8, 8), no, each},
+        {"palette", palette, by_each(8, 8), no, each},
+        {"factor", gray, appending<NUV_ScaleI2VAR>(-1.0, 1.0, a), bad,
+         "NUV_ScaleI2VAR::ratio_to_size_mine()"},
+        {"7 columns", gray, by_both(7, 20), bad, both},
+        {"no lines", gray, by_both(20, 0), bad, both},
+        {"from 7 columns", narrow, by_both(9, 9), no, both},
+        {"2 channels", pairs, by_both(8, 8), no, both},
+        {"palette", palette, by_both(8, 8), no, both},
+        {"bits", bits, by_both(8, 8), no, both},
+        {"no width", gray, by_selection(0, 5), bad, selected},
+        {"no height", gray, by_selection(5, 0), bad, selected},
+        {"2 channels", pairs, by_selection(8, 8), no, selected},
+        {"bits", bits, by_selection(8, 8), no, selected},
+        {"signed", negative, by_selection(8, 8), no, selected},
+        {"palette", palette, by_selection(8, 8), no, selected},
+        {"line too long", broad, by_selection(0x40000000, 20), no,
+         "NUV_ScaleWidthCCEngine::initiate()"},
+        {"factor", gray, appending<NUV_ScaleCCFastBy<Fixed>>(0.0, 1.0, -1.0, unlimited), bad,
+         "NUV_Scale::ratio_to_size()"},
+    });
+}
+
+TEST(FineScaleRefusal, OfFactorsWithoutAnImage)
+{
+    const NUV_RefusalSource headless([](NUV_TestChain& chain) { chain.headless_source(); });
+    expect_refusals({
+        {"", headless, appending<NUV_ScaleCCFastBy<Fixed>>(0.5, 0.5, -1.0, unlimited), bad,
+         "NUV_ScaleCCFastBy::engine()"},
+        {"", headless, appending<NUV_ScaleI2VARExBy<Fixed>>(0.5, 0.5, -1.0, unlimited), bad,
+         "NUV_ScaleI2VARExBy::engine()"},
+        {"", headless, appending<NUV_ScaleI2VAR>(0.5, 0.5, a), bad, "NUV_ScaleI2VAR::engine()"},
+    });
+}
+
+TEST(FineScaleRefusal, OfOneAxisInTheNameOfItsCreator)
+{
+    expect_refusals({
+        {"0", gray, appending<NUV_ScaleWidthPPBy<Fixed>>(0U), bad, "NUV_ScaleWidthPPBy::engine()"},
+        {"0", gray, appending<NUV_ScaleHeightPPBy<Fixed>>(0U), bad,
+         "NUV_ScaleHeightPPBy::engine()"},
+        {"0", gray, appending<NUV_ScaleWidthPPFastBy<Fixed>>(0U), bad,
+         "NUV_ScaleWidthPPFastBy::engine()"},
+        {"0", gray, appending<NUV_ScaleHeightPPFastBy<Fixed>>(0U), bad,
+         "NUV_ScaleHeightPPFastBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleWidthPPBy<double>>(12U), no,
+         "NUV_ScaleWidthPPEBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleHeightPPBy<double>>(12U), no,
+         "NUV_ScaleHeightPPEBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleWidthPPBy<double>>(5U), no,
+         "NUV_ScaleWidthPPRBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleHeightPPBy<double>>(5U), no,
+         "NUV_ScaleHeightPPRBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleWidthPPFastBy<double>>(5U), no,
+         "NUV_ScaleWidthPPFastRBy::engine()"},
+        {"signed", negative, appending<NUV_ScaleHeightPPFastBy<double>>(5U), no,
+         "NUV_ScaleHeightPPFastRBy::engine()"},
+        {"0", gray, appending<NUV_ScaleWidthCCWithClampingBy<Fixed>>(0U, -1.0, unlimited), bad,
+         "NUV_ScaleWidthCCWithClampingBy::engine()"},
+        {"bits", bits, appending<NUV_ScaleHeightCCWithClampingBy<double>>(5U, -1.0, unlimited), no,
+         "NUV_ScaleHeightCCWithClampingBy::engine()"},
+        {"0", gray, appending<NUV_ScaleShrinkLIBy<Fixed>>(0U, 9U), bad,
+         "NUV_ScaleShrinkLIBy::engine()"},
+        {"bits", bits, appending<NUV_ScaleLIBy<Fixed>>(5U, 5U), no,
+         "NUV_ScaleShrinkLIBy::engine()"},
+        {"bits", bits, appending<NUV_ScaleLIBy<Fixed>>(12U, 9U), no,
+         "NUV_ScaleWidthLIBy::engine()"},
+        {"bits", bits, appending<NUV_ScaleLIBy<double>>(9U, 5U), no,
+         "NUV_ScaleHeightLIBy::engine()"},
+    });
+}
+
+// A call with a kernel of that stretch, which is gone when it returns.
+template <class Creator, class... Args>
+NUV_Append with_kernel(double stretch, Args... args)
+{
+    return [=](NUV_TestChain& chain) {
+        NUV_CubicSplineTable table(chain.manager());
+        if (!table.allocate())
+            return false;
+        table.fill(a);
+        table.stretch(stretch, stretch);
+        const NUV_CubicSplineTable* kernel = &table;
+        const auto pointer = [&](auto value) {
+            if constexpr (std::is_null_pointer_v<decltype(value)>)
+                return kernel;
+            else
+                return value;
+        };
+        return chain.append<Creator>(pointer(args)...);
+    };
+}
+constexpr std::nullptr_t kernel = nullptr; // stands for it among the arguments
+
+TEST(FineScaleRefusal, OfAPassOrItsMask)
+{
+    using WidthFixed = NUV_ScaleI2VARWidthFixedReal;
+    using HeightFixed = NUV_ScaleI2VARHeightFixedReal;
+    using WidthFloat = NUV_ScaleI2VARWidthFloat;
+    using HeightFloat = NUV_ScaleI2VARHeightFloat;
+    const NUV_TestImage byte{.width = 7, .height = 7};
+    const NUV_TestImage middle{
+        .width = 7, .height = 7, .bits = 16, .data_type = NUV_DataType::s_integer};
+    const NUV_TestImage real{
+        .width = 7, .height = 7, .bits = 64, .data_type = NUV_DataType::floating};
+    const NUV_TestImage wide{.width = 8, .height = 8, .channels = 4, .bits = 16};
+    const NUV_CubicSplineTable* none = nullptr;
+    expect_refusals({
+        {"null", byte, appending<WidthFixed>(9U, none, 4U), bad,
+         "NUV_ScaleI2VARWidthFixedReal::engine()"},
+        {"0", byte, with_kernel<WidthFixed>(1, 0U, kernel, 4U), bad,
+         "NUV_ScaleI2VARWidthFixedReal::engine()"},
+        {"3 taps", byte, with_kernel<WidthFixed>(1, 9U, kernel, 3U), bad,
+         "NUV_ScaleI2VARWidthFixedReal::engine()"},
+        {"9 taps", middle, with_kernel<HeightFixed>(1, 9U, unlimited, kernel, 9U), bad,
+         "NUV_ScaleI2VARHeightFixedReal::engine()"},
+        {"3 taps", words, with_kernel<WidthFloat>(1, 9U, kernel, 3U), bad,
+         "NUV_ScaleI2VARWidthFloat::engine()"},
+        {"0 taps", real, with_kernel<HeightFloat>(1, 9U, unlimited, kernel, 0U), bad,
+         "NUV_ScaleI2VARHeightFloat::engine()"},
+        {"words", words, with_kernel<WidthFixed>(1, 9U, kernel, 4U), no,
+         "NUV_ScaleI2VARWidthEngine::initiate()"},
+        {"bytes", byte, with_kernel<WidthFloat>(1, 9U, kernel, 4U), no,
+         "NUV_ScaleI2VARWidthEngine::initiate()"},
+        {"line too long", wide, with_kernel<WidthFloat>(1, 0x10000000U, kernel, 4U), no,
+         "NUV_ScaleI2VARWidthEngine::initiate()"},
+        {"words", words, with_kernel<HeightFixed>(1, 9U, unlimited, kernel, 4U), no,
+         "NUV_ScaleI2VARHeightEngine::initiate()"},
+        {"whole", middle, with_kernel<HeightFloat>(1, 9U, unlimited, kernel, 4U), no,
+         "NUV_ScaleI2VARHeightFloatEngine::initiate()"},
+        {"8 taps", byte, with_kernel<WidthFixed>(0.5, 9U, kernel, 8U), no,
+         "NUV_ScaleI2VARWidthFixedReal8MaskEngine::initiate()"},
+        {"8 taps", middle, with_kernel<HeightFixed>(0.5, 9U, unlimited, kernel, 8U), no,
+         "NUV_ScaleI2VARHeightFixedReal8MaskEngine::initiate()"},
+        {"7 taps", words, with_kernel<WidthFloat>(0.5, 6U, kernel, 7U), bad,
+         "NUV_ScaleI2VARWidthFloat7MaskEngine::initiate()"},
+        {"6 taps", real, with_kernel<HeightFloat>(0.5, 5U, unlimited, kernel, 6U), bad,
+         "NUV_ScaleI2VARHeightFloat6MaskEngine::initiate()"},
+        {"stretch", byte, with_kernel<WidthFixed>(2, 9U, kernel, 5U), bad,
+         "NUV_ScaleI2VARWidthFixedReal5MaskEngine::initiate()"},
+        {"stretch", real, with_kernel<HeightFloat>(0, 9U, unlimited, kernel, 4U), bad,
+         "NUV_ScaleI2VARHeightFloat4MaskEngine::initiate()"},
+    });
+
+    const NUV_TestImage bytes{.width = 20, .height = 20};
+    const NUV_TestImage deeper{.width = 20, .height = 20, .bits = 16};
+    const auto both = [](auto creator, std::uint32_t w, std::uint32_t h, std::uint32_t taps,
+                         double stretch) {
+        return with_kernel<typename decltype(creator)::type>(stretch, w, h, unlimited, kernel,
+                                                             taps);
+    };
+    constexpr std::type_identity<NUV_ScaleI2FixedReal> fixed;
+    constexpr std::type_identity<NUV_ScaleI2Float> floating;
+    constexpr std::type_identity<NUV_ScaleI2FixedRealSmall> fixed_small;
+    constexpr std::type_identity<NUV_ScaleI2FloatSmall> floating_small;
+    expect_refusals({
+        {"3 taps", bytes, both(fixed, 15, 15, 3, 1), bad, "NUV_ScaleI2FixedReal::engine()"},
+        {"9 taps", deeper, both(floating, 15, 15, 9, 1), bad, "NUV_ScaleI2Float::engine()"},
+        {"no lines", deeper, both(floating_small, 5, 0, 8, 0.5), bad,
+         "NUV_ScaleI2FloatSmall::engine()"},
+        {"words", deeper, both(fixed, 15, 15, 4, 1), no, "NUV_ScaleI2Engine::initiate()"},
+        {"bytes", bytes, both(floating_small, 15, 15, 4, 1), no, "NUV_ScaleI2Engine::initiate()"},
+        {"3 lines", bytes, both(fixed, 15, 3, 4, 1), bad,
+         "NUV_ScaleI2FixedRealCore4x4Engine::initiate()"},
+        {"7 lines", bytes, both(fixed, 15, 7, 8, 0.5), bad,
+         "NUV_ScaleI2FixedRealCore8x8Engine::initiate()"},
+        {"stretch", deeper, both(floating, 15, 15, 5, 2), bad,
+         "NUV_ScaleI2FloatCore5x5Engine::initiate()"},
+        {"grows", bytes, both(fixed_small, 21, 5, 8, 0.5), bad,
+         "NUV_ScaleI2FixedRealSmallEngine::initiate()"},
+        {"grows", deeper, both(floating_small, 5, 21, 8, 0.5), bad,
+         "NUV_ScaleI2FloatSmallEngine::initiate()"},
+    });
 }
 
 } // namespace

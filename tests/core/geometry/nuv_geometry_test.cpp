@@ -1,11 +1,13 @@
 #include "core/crop/nuv_crop.h"
 #include "core/mirror/nuv_mirrorx.h"
 #include "core/mirror/nuv_mirrory.h"
+#include "core/qdrle/nuv_decodeqdrle.h"
 #include "core/rotate/nuv_rotate90.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
 #include "extension/scalei2var/nuv_scalei2var.h"
 #include "tests/support/nuv_modelimage.h"
+#include "tests/support/nuv_refusals.h"
 
 #include <gtest/gtest.h>
 
@@ -16,109 +18,50 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t stop = 0xFFFFFFFF;
 
-Bytes records(std::initializer_list<std::pair<std::uint32_t, std::uint32_t>> runs)
-{
-    Bytes bytes;
-    for (const auto& [start, end] : runs)
-        append_record(bytes, start, end);
-    return bytes;
-}
-
-Bytes tens(std::size_t count)
-{
-    return Bytes(count, 10);
-}
-
 // Small pictures turned by hand, and pictures that break off: what was not read is not made up, and
 // what can be made of the rest comes out. The padding of bits is set in the source and clear in the
 // result.
 TEST(Geometry, GivesTheseResults)
 {
     const NUV_TestImage six{.width = 2, .height = 3};
-    const NUV_TestImage run_image{
-        .width = 6, .height = 2, .bits = 1, .encode_type = NUV_EncodeType::qd_rle};
-    const NUV_TestImage eleven_bits{.width = 11, .height = 2, .bits = 1};
-    struct Case {
-        const char* what;
-        NUV_TestImage image;
-        Bytes source;
-        NUV_Append append;
-        Bytes wanted;
-    };
-    const Case cases[] = {
-        {"mirror x", six, {1, 2, 3, 4, 5, 6}, appending<NUV_MirrorX>(), {2, 1, 4, 3, 6, 5}},
-        {"mirror x, cut", six, {1, 2, 3, 4, 5}, appending<NUV_MirrorX>(), {2, 1, 4, 3}},
-        {"mirror x of bits",
-         eleven_bits,
-         {0xC0, 0x1F, 0x01, 0x9F},
-         appending<NUV_MirrorX>(),
-         {0x00, 0x60, 0x30, 0x00}},
-        {"mirror y, cut", six, {1, 2, 3, 4}, appending<NUV_MirrorY>(), {}},
-        {"mirror y of 4 bits",
-         {.width = 3, .height = 2, .bits = 4},
-         {0x12, 0x30, 0x45, 0x60},
-         appending<NUV_MirrorY>(),
-         {0x45, 0x60, 0x12, 0x30}},
-        {"mirror y of reals",
-         {.height = 2, .bits = 32, .data_type = NUV_DataType::floating},
-         {1, 2, 3, 4, 5, 6, 7, 8},
-         appending<NUV_MirrorY>(),
-         {5, 6, 7, 8, 1, 2, 3, 4}},
-        {"a quarter", six, {1, 2, 3, 4, 5, 6}, appending<NUV_Rotate90>(90), {5, 3, 1, 6, 4, 2}},
-        {"a half", six, {1, 2, 3, 4, 5, 6}, appending<NUV_Rotate90>(180), {6, 5, 4, 3, 2, 1}},
-        {"a quarter back",
-         six,
-         {1, 2, 3, 4, 5, 6},
-         appending<NUV_Rotate90>(-90),
-         {2, 4, 6, 1, 3, 5}},
-        {"a quarter, cut", six, {1, 2, 3, 4}, appending<NUV_Rotate90>(90), {}},
-        {"a quarter over bands, cut",
-         {.width = 8, .height = 230, .bits = 1},
-         tens(229),
-         appending<NUV_Rotate90>(90),
-         {}},
-        {"a half of bits",
-         eleven_bits,
-         {0xC0, 0x1F, 0x01, 0x9F},
-         appending<NUV_Rotate90>(180),
-         {0x30, 0x00, 0x00, 0x60}},
-        {"columns of bits",
-         eleven_bits,
-         {0xC0, 0x3F, 0x01, 0x9F},
-         appending<NUV_CropWidth>(7U, 4U),
-         {0x10, 0xC0}},
-        {"a corner beyond all numbers",
-         six,
-         {1, 2, 3, 4, 5, 6},
-         appending<NUV_Crop>(1U, 2U, stop, stop),
-         {6}},
-        {"lines, cut", six, {1, 2, 3, 4, 5}, appending<NUV_CropHeight>(1U, 2U), {3, 4}},
-        {"runs, cut: a line that is missing is white", run_image, records({{3, 5}, {stop, stop}}),
-         appending<NUV_Crop>(4U, 0U, 2U, 2U), records({{0, 1}, {stop, stop}, {stop, stop}})},
-        {"nearest, cut",
-         {.width = 4, .height = 6},
-         tens(14),
-         appending<NUV_ScaleNN>(8U, 12U),
-         tens(8 * 6)},
-        {"linear, cut: line 6 needs the fourth",
-         {.width = 4, .height = 6},
-         tens(14),
-         appending<NUV_ScaleLI>(4U, 12U),
-         tens(4 * 5)},
-        {"mask, cut: line 15 needs the tenth",
-         {.width = 10, .height = 20},
-         tens(95),
-         appending<NUV_ScaleI2VAR>(10U, 40U),
-         tens(150)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
-        chain.source_bytes(c.image, c.source);
-        ASSERT_TRUE(c.append(chain)) << chain.status().method;
-        EXPECT_EQ(chain.run_bytes(), c.wanted);
-        EXPECT_FALSE(chain.status().has_error());
-    }
+    const NUV_TestImage bits{.width = 11, .height = 2, .bits = 1};
+    const NUV_TestImage nibbles{.width = 3, .height = 2, .bits = 4};
+    const NUV_TestImage reals{.height = 2, .bits = 32, .data_type = NUV_DataType::floating};
+    const Bytes all{1, 2, 3, 4, 5, 6};
+    const auto some = [&](std::ptrdiff_t count) { return Bytes(all.begin(), all.begin() + count); };
+    const auto tens = [](std::size_t count) { return Bytes(count, 10); };
+
+    expect_result("mirror x", six, all, appending<NUV_MirrorX>(), {2, 1, 4, 3, 6, 5});
+    expect_result("mirror x, cut", six, some(5), appending<NUV_MirrorX>(), {2, 1, 4, 3});
+    expect_result("mirror x of bits", bits, {0xC0, 0x1F, 0x01, 0x9F}, appending<NUV_MirrorX>(),
+                  {0x00, 0x60, 0x30, 0x00});
+    expect_result("mirror y, cut", six, some(4), appending<NUV_MirrorY>(), {});
+    expect_result("mirror y of 4 bits", nibbles, {0x12, 0x30, 0x45, 0x60}, appending<NUV_MirrorY>(),
+                  {0x45, 0x60, 0x12, 0x30});
+    expect_result("mirror y of reals", reals, {1, 2, 3, 4, 5, 6, 7, 8}, appending<NUV_MirrorY>(),
+                  {5, 6, 7, 8, 1, 2, 3, 4});
+    expect_result("a quarter", six, all, appending<NUV_Rotate90>(90), {5, 3, 1, 6, 4, 2});
+    expect_result("a half", six, all, appending<NUV_Rotate90>(180), {6, 5, 4, 3, 2, 1});
+    expect_result("a quarter back", six, all, appending<NUV_Rotate90>(-90), {2, 4, 6, 1, 3, 5});
+    expect_result("a quarter, cut", six, some(4), appending<NUV_Rotate90>(90), {});
+    expect_result("a quarter over bands, cut", {.width = 8, .height = 230, .bits = 1}, tens(229),
+                  appending<NUV_Rotate90>(90), {});
+    expect_result("a half of bits", bits, {0xC0, 0x1F, 0x01, 0x9F}, appending<NUV_Rotate90>(180),
+                  {0x30, 0x00, 0x00, 0x60});
+    expect_result("columns of bits", bits, {0xC0, 0x3F, 0x01, 0x9F},
+                  appending<NUV_CropWidth>(7U, 4U), {0x10, 0xC0});
+    expect_result("a corner beyond all numbers", six, all, appending<NUV_Crop>(1U, 2U, stop, stop),
+                  {6});
+    expect_result("lines, cut", six, some(5), appending<NUV_CropHeight>(1U, 2U), {3, 4});
+    expect_result("runs, cut: a line that is missing is white", run_description(6, 2),
+                  records_of({{3, 5}, {stop, stop}}), appending<NUV_Crop>(4U, 0U, 2U, 2U),
+                  records_of({{0, 1}, {stop, stop}, {stop, stop}}));
+    expect_result("nearest, cut", {.width = 4, .height = 6}, tens(14),
+                  appending<NUV_ScaleNN>(8U, 12U), tens(8 * 6));
+    expect_result("linear, cut: line 6 needs the fourth", {.width = 4, .height = 6}, tens(14),
+                  appending<NUV_ScaleLI>(4U, 12U), tens(4 * 5));
+    expect_result("mask, cut: line 15 needs the tenth", {.width = 10, .height = 20}, tens(95),
+                  appending<NUV_ScaleI2VAR>(10U, 40U), tens(150));
 }
 
 // Lines that are made anew have nothing behind their last pixel, whatever the source has there.
@@ -191,6 +134,136 @@ TEST(Geometry, AppendsNothingForTheWholeImageAndWholeTurns)
             EXPECT_TRUE(chain.append<NUV_Rotate90>(angle));
         EXPECT_EQ(chain.last(), source);
     }
+}
+
+constexpr auto bad = NUV_ERR_ARGUMENT;
+constexpr auto no = NUV_ERR_UNSUPPORTED;
+
+// 9 x 5, and what is not that.
+NUV_TestImage image(std::uint16_t bits, std::uint16_t channels = 1,
+                    const NUV_EncodeType* encode_type = NUV_EncodeType::raw)
+{
+    return {
+        .width = 9, .height = 5, .channels = channels, .bits = bits, .encode_type = encode_type};
+}
+
+NUV_TestImage runs(std::uint16_t bits = 1, std::uint16_t channels = 1)
+{
+    return image(bits, channels, NUV_EncodeType::qd_rle);
+}
+
+const NUV_RefusalSource nothing([](NUV_TestChain&) {});
+const NUV_TestImage typeless_bits{.bits = 1, .data_type = NUV_DataType::unknown};
+const NUV_TestImage typeless_runs{
+    .bits = 1, .data_type = NUV_DataType::unknown, .encode_type = NUV_EncodeType::qd_rle};
+const NUV_TestImage floats{.bits = 32, .data_type = NUV_DataType::floating};
+
+TEST(GeometryRefusal, OfMirroring)
+{
+    constexpr auto bytes = "NUV_MirrorX8xNBitsEngine::initiate()";
+    constexpr auto bits = "NUV_MirrorX1BitEngine::initiate()";
+    expect_refusals({
+        {"2 bits", image(2), appending<NUV_MirrorX>(), no, bytes},
+        {"4 bits", image(4), appending<NUV_MirrorX>(), no, bytes},
+        {"32 bits", image(32), appending<NUV_MirrorX>(), no, bytes},
+        {"colours of bits", image(1, 3), appending<NUV_MirrorX>(), no, bits},
+        {"no known type", typeless_bits, appending<NUV_MirrorX>(), no, bits},
+        {"coded", image(8, 1, NUV_EncodeType::jpeg), appending<NUV_MirrorX>(), no,
+         "NUV_ProcessLineToLineEngine::initiate()"},
+        {"coded", image(8, 1, NUV_EncodeType::jpeg), appending<NUV_MirrorY>(), no,
+         "NUV_ProcessPlaneToLineEngine::initiate()"},
+        {"a bit", image(1), appending<NUV_MirrorX8xNBits>(), no, bytes},
+        {"bytes", image(8), appending<NUV_MirrorX1Bit>(), no, bits},
+        {"nothing", nothing, appending<NUV_MirrorX8xNBits>(), bad, "NUV_MirrorX8xNBits::engine()"},
+        {"nothing", nothing, appending<NUV_MirrorX1Bit>(), bad, "NUV_MirrorX1Bit::engine()"},
+    });
+}
+
+TEST(GeometryRefusal, OfCropping)
+{
+    constexpr auto lines = "NUV_CropHeightEngine::initiate()";
+    constexpr auto columns = "NUV_CropWidthEngine::initiate()";
+    constexpr auto in_runs = "NUV_CropQDRLEEngine::initiate()";
+    const auto crop = [](std::uint32_t x, std::uint32_t y, std::uint32_t w, std::uint32_t h) {
+        return appending<NUV_Crop>(x, y, w, h);
+    };
+    expect_refusals({
+        {"below", image(8), crop(0, 5, 1, 1), bad, lines},
+        {"no lines", image(8), crop(0, 0, 1, 0), bad, lines},
+        {"right", image(8), crop(9, 0, 1, 5), bad, columns},
+        {"far right", image(8), crop(0xFFFFFFFF, 0, 2, 5), bad, columns},
+        {"no columns", image(8), crop(0, 0, 0, 5), bad, columns},
+        {"4 bits", image(4), crop(0, 1, 9, 1), no, lines},
+        {"4 bits", image(4), crop(2, 0, 2, 5), no, "NUV_CropWidth8xNBitsEngine::initiate()"},
+        {"coded", image(8, 1, NUV_EncodeType::jpeg), crop(0, 1, 9, 1), no, lines},
+        {"coded", image(8, 1, NUV_EncodeType::jpeg), crop(1, 0, 1, 5), no,
+         "NUV_ProcessLineToLineEngine::initiate()"},
+        {"right", runs(), crop(9, 0, 1, 1), bad, in_runs},
+        {"below", runs(), crop(0, 5, 1, 1), bad, in_runs},
+        {"no columns", runs(), crop(0, 0, 0, 1), bad, in_runs},
+        {"no lines", runs(), crop(0, 0, 1, 0), bad, in_runs},
+        {"two channels", runs(1, 2), crop(0, 0, 1, 1), no, in_runs},
+        {"too wide", run_description(0x0FFFFFFF, 1), crop(1, 0, 1, 1), no, in_runs},
+        {"inside a byte", image(1), appending<NUV_CropWidth1BitBS>(3U, 4U), no,
+         "NUV_CropWidth1BitBSEngine::initiate()"},
+        {"on a byte", image(1), appending<NUV_CropWidth1BitIS>(8U, 1U), no,
+         "NUV_CropWidth1BitISEngine::initiate()"},
+        {"bits", image(1), appending<NUV_CropWidth8xNBits>(8U, 1U), no,
+         "NUV_CropWidth8xNBitsEngine::initiate()"},
+        {"nothing", nothing, appending<NUV_CropQDRLE>(0U, 0U, 1U, 1U), bad,
+         "NUV_CropQDRLE::engine()"},
+        {"nothing", nothing, appending<NUV_CropWidth8xNBits>(0U, 1U), bad,
+         "NUV_CropWidth8xNBits::engine()"},
+        {"nothing", nothing, appending<NUV_CropWidth1BitBS>(0U, 1U), bad,
+         "NUV_CropWidth1BitBS::engine()"},
+        {"nothing", nothing, appending<NUV_CropWidth1BitIS>(0U, 1U), bad,
+         "NUV_CropWidth1BitIS::engine()"},
+    });
+}
+
+TEST(GeometryRefusal, OfRotation)
+{
+    constexpr auto bits = "NUV_Rotate90_1Engine::initiate()";
+    constexpr auto bytes = "NUV_Rotate90_8xNEngine::initiate()";
+    constexpr auto in_runs = "NUV_Rotate90QDRLEEngine::initiate()";
+    const NUV_TestImage hundred{.width = 5, .height = 100, .bits = 1};
+    const NUV_TestImage padded{.width = 0x60000000, .height = 17, .bits = 1};
+    expect_refusals({
+        {"45 degrees", image(1), appending<NUV_Rotate90>(45), bad, bits},
+        {"-1 degree", image(8), appending<NUV_Rotate90>(-1), bad, bytes},
+        {"91 degrees", runs(), appending<NUV_Rotate90>(91), bad, in_runs},
+        {"two channels", image(1, 2), appending<NUV_Rotate90>(90), no, bits},
+        {"two channels", runs(1, 2), appending<NUV_Rotate90>(90), no, in_runs},
+        {"4 bits", image(4), appending<NUV_Rotate90>(90), no, "NUV_Rotate90_8xN::engine()"},
+        {"reals", floats, appending<NUV_Rotate90>(90), no, "NUV_Rotate90_8xN::engine()"},
+        {"coded", image(8, 1, NUV_EncodeType::jpeg), appending<NUV_Rotate90>(90), no, bytes},
+        {"coded", image(1, 1, NUV_EncodeType::mmr), appending<NUV_Rotate90>(90), no,
+         "NUV_Rotate90::engine()"},
+        {"too wide", run_description(0x0FFFFFFF, 1), appending<NUV_Rotate90>(90), no, in_runs},
+        {"too high", run_description(1, 0x0FFFFFFF), appending<NUV_Rotate90>(90), no, in_runs},
+        {"grows by its padding", padded, appending<NUV_Rotate90>(90), no, bits},
+        {"no band", hundred, appending<NUV_Rotate90_1>(90, 0U), bad, bits},
+        {"parts of bytes", hundred, appending<NUV_Rotate90_1>(90, 4U), bad, bits},
+        {"parts of bytes", hundred, appending<NUV_Rotate90_1>(90, 63U), bad, bits},
+        {"beyond the image", hundred, appending<NUV_Rotate90_1>(90, 101U), bad, bits},
+        {"no band", image(8), appending<NUV_Rotate90_8xN>(90, 0U), bad, bytes},
+        {"nothing", nothing, appending<NUV_Rotate90QDRLE>(0), bad, "NUV_Rotate90QDRLE::engine()"},
+    });
+}
+
+TEST(GeometryRefusal, OfDecodingRuns)
+{
+    constexpr auto text = "NUV_DecodeQDRLEEngine::initiate()";
+    expect_refusals({
+        {"coded otherwise", image(1, 1, NUV_EncodeType::mh), appending<NUV_DecodeQDRLE>(), no,
+         text},
+        {"the other byte order", image(1, 1, NUV_EncodeType::qd_rle_be),
+         appending<NUV_DecodeQDRLE>(), no, text},
+        {"8 bits", runs(8), appending<NUV_DecodeQDRLE>(), no, text},
+        {"two channels", runs(1, 2), appending<NUV_DecodeQDRLE>(), no, text},
+        {"too wide", run_description(0x0FFFFFFF, 1), appending<NUV_DecodeQDRLE>(), no, text},
+        {"no known type", typeless_runs, appending<NUV_DecodeQDRLE>(), no, text},
+    });
 }
 
 } // namespace
