@@ -4,6 +4,7 @@
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "tests/core/jpeg/nuv_jpegteststream.h"
+#include "tests/support/nuv_refusals.h"
 #include "tests/support/nuv_testchain.h"
 
 #include <gtest/gtest.h>
@@ -273,15 +274,24 @@ TEST(WriteJPEG, LeavesNothingBehindWhenMemoryRunsOut)
 
 TEST(WriteJPEG, SaysWhyItRefusesAndLeavesNothingBehind)
 {
-    NUV_WriteLosslessJPEGOption other(false, no_restarts);
+    constexpr auto engine = "NUV_WriteJPEGEngine::initiate()";
+    constexpr auto storage = "NUV_StorageOutputEngine::initiate()";
+    enum Destination { open, closed, none };
+    const auto to = [](Destination destination, const Append& append) -> NUV_Append {
+        return [=](NUV_TestChain& chain) {
+            Bytes memory(4096);
+            const auto bytes = make_initiated<NUV_ByteArrayOutputStorage>(
+                chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
+            if (destination == closed)
+                bytes->close();
+            return append(chain, destination == none ? nullptr : bytes.get());
+        };
+    };
     const NUV_ColorType* const gray = NUV_ColorType::gray;
-    enum Storage { open, closed, none };
     struct Case {
         const char* what;
         NUV_TestImage image;
         bool is_written_lossless = false;
-        Storage storage = open;
-        NUV_EncodeJPEGAttributes* attributes = nullptr;
     };
     const Case cases[] = {
         {"coded", {.encode_type = NUV_EncodeType::flate, .color_type = gray}},
@@ -299,39 +309,25 @@ TEST(WriteJPEG, SaysWhyItRefusesAndLeavesNothingBehind)
         {"unknown colour", {.color_type = NUV_ColorType::unknown}},
         {"hsl", {.channels = 3, .color_type = NUV_ColorType::hsl}},
         {"xyz", {.channels = 3, .color_type = NUV_ColorType::xyz}},
-        {"no storage", {.color_type = gray}, false, none},
-        {"closed storage", {.color_type = gray}, false, closed},
-        {"attributes of the other kind", {.color_type = gray}, true, open, &other},
     };
     for (const Case& c : cases) {
-        for (const bool is_lossless : {false, true}) {
-            if (is_lossless && c.is_written_lossless)
-                continue;
-            SCOPED_TRACE(testing::Message() << c.what << ", lossless " << is_lossless);
-            NUV_TestChain chain;
-            Bytes memory(4096);
-            const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
-                chain.manager(), memory.data(), static_cast<std::int32_t>(memory.size()));
-            chain.blank_source(c.image);
-            if (c.storage == closed)
-                storage->close();
-            const Append append = is_lossless ? lossless() : lossy(c.attributes);
-            EXPECT_FALSE(append(chain, c.storage == none ? nullptr : storage.get()));
-            const bool is_argument = c.storage != open || c.attributes;
-            EXPECT_EQ(chain.status().code, is_argument ? NUV_ERR_ARGUMENT : NUV_ERR_UNSUPPORTED);
-            EXPECT_STREQ(chain.status().method, c.storage == open
-                                                    ? "NUV_WriteJPEGEngine::initiate()"
-                                                    : "NUV_StorageOutputEngine::initiate()");
-            EXPECT_EQ(chain.live_objects_behind_source(), 0U);
-        }
+        expect_refusals({{c.what, c.image, to(open, lossy()), NUV_ERR_UNSUPPORTED, engine}});
+        if (!c.is_written_lossless)
+            expect_refusals({{c.what, c.image, to(open, lossless()), NUV_ERR_UNSUPPORTED, engine}});
     }
-    for (const bool is_lossless : {false, true}) {
-        NUV_TestChain chain;
-        EXPECT_FALSE((is_lossless ? lossless() : lossy())(chain, nullptr));
-        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-        EXPECT_STREQ(chain.status().method,
-                     is_lossless ? "NUV_WriteLosslessJPEG::engine()" : "NUV_WriteJPEG::engine()");
-    }
+    NUV_WriteLosslessJPEGOption other(false, no_restarts);
+    const NUV_TestImage image = {.color_type = gray};
+    const NUV_RefusalSource nothing([](NUV_TestChain&) {});
+    constexpr auto argument = NUV_ERR_ARGUMENT;
+    expect_refusals({
+        {"no storage", image, to(none, lossy()), argument, storage},
+        {"no storage, lossless", image, to(none, lossless()), argument, storage},
+        {"closed", image, to(closed, lossy()), argument, storage},
+        {"closed, lossless", image, to(closed, lossless()), argument, storage},
+        {"attributes of the other kind", image, to(open, lossy(&other)), argument, engine},
+        {"nothing", nothing, to(none, lossy()), argument, "NUV_WriteJPEG::engine()"},
+        {"nothing", nothing, to(none, lossless()), argument, "NUV_WriteLosslessJPEG::engine()"},
+    });
 }
 
 // A derived engine that puts a comment into the header.
