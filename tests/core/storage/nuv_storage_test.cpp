@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
+#include <random>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -62,54 +63,115 @@ protected:
     }
 };
 
-TEST_F(ReadWriteStorage, PlacesLinesByOffsetGapPadMaskAndByteOrder)
+// Samples of a line the other way round; what is no whole sample stays.
+void turn_samples(Bytes& line, std::size_t sample_bytes, std::int32_t byte_order)
 {
-    const Bytes count = [] {
-        Bytes bytes(24);
-        std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});
-        return bytes;
-    }();
-    const auto image = [](std::uint32_t width, std::uint32_t height, std::uint16_t bits = 8) {
-        return NUV_TestImage{.width = width, .height = height, .bits = bits};
+    for (std::size_t i = 0; byte_order != 1 && i + sample_bytes <= line.size(); i += sample_bytes) {
+        const auto begin = line.begin() + static_cast<std::ptrdiff_t>(i);
+        std::reverse(begin, begin + static_cast<std::ptrdiff_t>(sample_bytes));
+    }
+}
+
+// What an output of `capacity` bytes holds after lines were written to it.
+struct Placed {
+    Bytes bytes;
+    bool is_full = false;
+
+    Placed(const std::vector<Bytes>& lines, const Writing& how, std::size_t capacity)
+    {
+        put(Bytes(static_cast<std::size_t>(how.offset)), capacity);
+        for (std::size_t i = 0; i < lines.size() && !is_full; ++i) {
+            const std::int64_t there = i > 0 ? std::int64_t(at_) + how.line_gap : std::int64_t(at_);
+            const std::int64_t behind = there - std::int64_t(bytes.size());
+            at_ =
+                std::min(static_cast<std::size_t>(std::max<std::int64_t>(there, 0)), bytes.size());
+            put(Bytes(static_cast<std::size_t>(std::max<std::int64_t>(behind, 0))), capacity);
+            put(lines[i], capacity);
+            put(Bytes(static_cast<std::size_t>(how.line_pad)), capacity);
+        }
+    }
+
+private:
+    void put(const Bytes& piece, std::size_t capacity)
+    {
+        if (is_full)
+            return;
+        const std::size_t count = std::min(piece.size(), capacity - at_);
+        bytes.resize(std::max(bytes.size(), at_ + count));
+        std::copy_n(piece.begin(), count, bytes.begin() + static_cast<std::ptrdiff_t>(at_));
+        at_ += count;
+        is_full = count < piece.size();
+    }
+
+    std::size_t at_ = 0;
+};
+
+// Offsets, gaps, pads, masks and byte orders at random, with sources that break off and outputs
+// that are full too early.
+TEST_F(ReadWriteStorage, PlaceTheLinesAsTheModelDoes)
+{
+    std::mt19937 random(1);
+    const auto any = [&random](int low, int high) {
+        return std::uniform_int_distribution<std::int32_t>(low, high)(random);
     };
-    const NUV_TestImage rgb_bits = {.width = 3, .height = 1, .channels = 3, .bits = 1};
-    struct Case {
-        const char* what;
-        NUV_TestImage image;
-        Bytes stored;
-        Reading reading; // offset, gap, order
-        Writing writing; // offset, pad, gap, order
-        Bytes written;
-    };
-    const Case cases[] = {
-        {"as it stands", image(3, 2), count, {}, {}, {1, 2, 3, 4, 5, 6}},
-        {"a place in the source", image(2, 3), count, {4, 3, 1}, {}, {5, 6, 10, 11, 15, 16}},
-        {"back over the last line", image(2, 2), count, {0, -1, 1}, {}, {1, 2, 2, 3}},
-        {"a place in the output",
-         image(2, 2),
-         count,
-         {},
-         {3, 1, 2, 1},
-         {0, 0, 0, 1, 2, 0, 0, 0, 3, 4, 0}},
-        {"lines over one another", image(3, 2), count, {}, {0, 0, -2, 1}, {1, 4, 5, 6}},
-        {"12 bits of 2 bytes",
-         image(12, 2, 1),
-         {0xFF, 0xFF, 0x12, 0x34},
-         {},
-         {},
-         {0xFF, 0xF0, 0x12, 0x30}},
-        {"3 channels of 3 bits", rgb_bits, {0xFF, 0xFF}, {}, {}, {0xFF, 0x80}},
-        {"16 bits, source swapped", image(2, 1, 16), count, {0, 0, 2}, {}, {2, 1, 4, 3}},
-        {"16 bits, output swapped", image(2, 1, 16), count, {}, {0, 0, 0, 0}, {2, 1, 4, 3}},
-        {"32 bits, both swapped", image(1, 1, 32), count, {0, 0, 0}, {0, 0, 0, 0}, {1, 2, 3, 4}},
-        {"8 bits have no order", image(3, 1), count, {0, 0, 0}, {}, {1, 2, 3}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        auto output = make<NUV_MemoryOutputStorage>(5);
-        EXPECT_TRUE(write(reader(c.image, c.stored, c.reading), output.get(), c.writing));
-        EXPECT_EQ(content_of(*output), c.written);
-        EXPECT_EQ(manager_.status().code, NUV_STATUS_OK) << manager_.status().method;
+    for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(round);
+        constexpr std::uint16_t depths[] = {1, 8, 16, 32};
+        const auto bits = depths[any(0, 3)];
+        const NUV_TestImage image = {.width = static_cast<std::uint32_t>(any(1, 20)),
+                                     .height = static_cast<std::uint32_t>(any(1, 6)),
+                                     .channels = static_cast<std::uint16_t>(any(1, 3)),
+                                     .bits = bits};
+        const std::size_t line_bits = std::size_t{image.width} * image.channels * bits;
+        const std::size_t line_bytes = (line_bits + 7) / 8;
+        const Bytes stored = counted_bytes(
+            static_cast<std::size_t>(any(1, static_cast<int>(line_bytes * image.height) + 20)));
+        const bool plain = any(0, 2) == 0;
+        const Reading reading = {plain ? 0 : any(0, static_cast<int>(stored.size())),
+                                 plain ? 0 : any(-5, 9), any(0, 2)};
+        const Writing writing = {any(0, 9), plain ? 0 : any(0, 2), plain ? 0 : any(-9, 9),
+                                 any(0, 2)};
+
+        std::vector<Bytes> lines;
+        std::int64_t at = reading.offset;
+        while (lines.size() < image.height && at >= 0 &&
+               at + std::int64_t(line_bytes) <= std::int64_t(stored.size())) {
+            Bytes line(stored.begin() + at,
+                       stored.begin() + at + static_cast<std::ptrdiff_t>(line_bytes));
+            at += std::int64_t(line_bytes) + reading.line_gap;
+            turn_samples(line, (bits + 7U) / 8, reading.byte_order);
+            if (bits == 1 && line_bits % 8 != 0)
+                line.back() &= static_cast<std::uint8_t>(0xFF00 >> line_bits % 8);
+            turn_samples(line, (bits + 7U) / 8, writing.byte_order);
+            lines.push_back(std::move(line));
+        }
+        const auto expect_written = [&](NUV_OutputStorage& output, const Placed& placed) {
+            EXPECT_TRUE(write(reader(image, stored, reading), &output, writing));
+            if (placed.is_full)
+                EXPECT_EQ(manager_.status().code, NUV_ERR_IO);
+            else if (lines.size() < image.height)
+                expect_status(NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
+            else
+                EXPECT_EQ(manager_.status().code, NUV_STATUS_OK) << manager_.status().method;
+            manager_.reset();
+        };
+        const Placed whole(lines, writing, 10000);
+        auto memory = make<NUV_MemoryOutputStorage>(5);
+        expect_written(*memory, whole);
+        EXPECT_EQ(content_of(*memory), whole.bytes);
+        auto file = make<NUV_FileOutputStorage>(path()); // gets several lines at a time
+        expect_written(*file, whole);
+        EXPECT_EQ(content_of(*file), whole.bytes);
+
+        const std::int32_t room = any(writing.offset + 1, writing.offset + 100);
+        Bytes target(static_cast<std::size_t>(room));
+        Placed part(lines, writing, target.size());
+        auto array = make<NUV_ByteArrayOutputStorage>(target.data(), room);
+        expect_written(*array, part);
+        part.bytes.resize(target.size());
+        EXPECT_EQ(target, part.bytes);
+        if (HasFailure())
+            break;
     }
 }
 
@@ -124,58 +186,6 @@ TEST_F(ReadWriteStorage, ReadingLeavesARestThatIsNoWholeSample)
     ASSERT_TRUE(source->get(line, nullptr));
     EXPECT_EQ(Bytes(line, line + 5), (Bytes{2, 1, 4, 3, 5}));
     EXPECT_TRUE(source->release());
-}
-
-TEST_F(ReadWriteStorage, DeliversTheLinesBeforeTheSourceBreaksOff)
-{
-    const NUV_TestImage image = {.width = 4, .height = 5};
-    const Bytes whole = counted_bytes(20);
-    for (std::size_t cut = 1; cut <= whole.size(); ++cut) {
-        SCOPED_TRACE(cut);
-        const Bytes stored(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(cut));
-        const Bytes lines(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(cut / 4 * 4));
-        auto memory = make<NUV_MemoryOutputStorage>(16);
-        auto file = make<NUV_FileOutputStorage>(path()); // gets several lines at a time
-        for (NUV_OutputStorage* output : {static_cast<NUV_OutputStorage*>(memory.get()),
-                                          static_cast<NUV_OutputStorage*>(file.get())}) {
-            EXPECT_TRUE(write(reader(image, stored), output));
-            EXPECT_EQ(content_of(*output), lines);
-            if (cut < whole.size())
-                expect_status(NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
-        }
-    }
-    auto output = make<NUV_MemoryOutputStorage>(16);
-    EXPECT_TRUE(write(reader(image, whole, {.line_gap = 17}), output.get()));
-    EXPECT_EQ(output->size(), 4);
-    expect_status(NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
-}
-
-TEST_F(ReadWriteStorage, StopsWhereTheDestinationIsFull)
-{
-    const NUV_TestImage image = {.width = 4, .height = 3};
-    const Bytes stored = counted_bytes(12);
-    struct Case {
-        std::int32_t capacity;
-        Writing how;
-        std::size_t lines; // that are there whole
-        const char* method;
-    };
-    const Case cases[] = {
-        {11, {}, 2, "NUV_WriteStorageEngine::execute()"},
-        {8, {}, 2, "NUV_ByteArrayOutputStorage::write()"},
-        {4, {.line_pad = 1}, 1, "NUV_ByteArrayOutputStorage::put()"},
-        {5, {.line_gap = 2}, 1, "NUV_WriteStorageEngine::execute()"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.capacity);
-        Bytes target(static_cast<std::size_t>(c.capacity), 0xEE);
-        auto output = make<NUV_ByteArrayOutputStorage>(target.data(), c.capacity);
-        EXPECT_TRUE(write(reader(image, stored), output.get(), c.how));
-        EXPECT_TRUE(std::equal(stored.begin(),
-                               stored.begin() + static_cast<std::ptrdiff_t>(4 * c.lines),
-                               target.begin()));
-        expect_status(NUV_ERR_IO, c.method);
-    }
 }
 
 TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)
