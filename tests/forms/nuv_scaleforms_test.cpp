@@ -76,83 +76,59 @@ TEST(ScaleForms, CombineLines)
     expect_chosen("PPAA", combine_lines_chosen<U16, double>(false));
 }
 
-// Where a pixel of a line of 300 samples begins, often one of the last ones.
-std::uint32_t draw_offset(NUV_FormDraw& draw, std::size_t channels)
+// The pixels of a row begin anywhere on a line of 300 samples, often at its end. Rows of bytes have
+// a packed table, too.
+template <class T, class Taps, class R>
+void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
 {
-    const std::size_t last = 300 / channels - 4;
-    return static_cast<std::uint32_t>(channels * draw.one_of({last, draw.number(0, last)}));
-}
-
-template <class Taps>
-void draw_weights(NUV_FormDraw& draw, Taps& taps)
-{
-    const double t = static_cast<double>(draw.number(0, 39)) / 40;
-    if constexpr (requires { taps.second; }) {
-        taps.first = 1 - t;
-        taps.second = t;
-    } else {
-        using Real = std::conditional_t<std::is_same_v<decltype(taps.weight[0] + 0), double>,
-                                        double, NUV_FixedReal>;
-        std::copy_n(cubic_weights<Real>(t, draw.one_of({-1, -4})).tap, 4, taps.weight);
-    }
-}
-
-TEST(ScaleForms, ConvolvePacked)
-{
-    for (const std::uint32_t channels : {1U, 3U, 4U}) {
-        const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_convolve_row<U8, NUV_CubicTaps<std::int32_t>>(cpu, channels, true)
-                .convolve;
+    constexpr bool packs = sizeof(T) == 1;
+    const auto weight_of = [](double t) {
+        return static_cast<ScaleWeight<R>>(packs ? std::round(t * 4096) : t);
+    };
+    for (const std::uint32_t channels : served) {
+        const auto choose = [=](bool narrow) {
+            return [=](const NUV_Cpu& cpu) {
+                return choose_convolve_row<T, Taps>(cpu, channels, narrow).convolve;
+            };
         };
-        expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
+        expect_chosen(packs ? "PPPP" : "PPAA", choose(false));
+        expect_same_forms<T>("PPAA", choose(true), [&](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(40);
-            const U8* line = draw.input<U8>(300 + packed_taps_slack_bytes);
-            const U8 maximum = draw.one_of<U8>({255, 63});
-            std::vector<NUV_CubicTaps<std::int32_t>> taps(pixels);
-            std::vector<std::uint32_t> offsets;
+            const T* line = draw.input<T>(300 + packed_taps_slack_bytes / sizeof(T));
+            std::vector<Taps> taps(pixels);
+            std::vector<std::uint32_t> offsets(pixels);
             std::vector<std::int32_t> pairs[2];
-            for (auto& entry : taps) {
-                draw_weights(draw, entry);
-                offsets.push_back(draw_offset(draw, channels));
-                entry.offset = offsets.back();
-                for (std::size_t i : {0, 2})
-                    pairs[i / 2].push_back((entry.weight[i] & 0xFFFF) |
-                                           entry.weight[i + 1] * 65536);
+            for (std::size_t k = 0; k < pixels; ++k) {
+                const std::size_t last = 300 / channels - 4;
+                taps[k].offset = channels * draw.one_of({last, draw.number(0, last)});
+                offsets[k] = static_cast<std::uint32_t>(taps[k].offset);
+                const double t = static_cast<double>(draw.number(0, 39)) / 40;
+                auto weights = cubic_weights<R>(t, draw.one_of({-1, -4}));
+                if constexpr (requires { taps[k].second; }) {
+                    weights = {{weight_of(1 - t), weight_of(t), 0, 0}};
+                    taps[k] = {taps[k].offset, weights.tap[0], weights.tap[1]};
+                } else {
+                    std::copy_n(weights.tap, 4, taps[k].weight);
+                }
+                for (std::size_t i = 0; packs && i < 4; i += 2)
+                    pairs[i / 2].push_back((static_cast<std::int32_t>(weights.tap[i]) & 0xFFFF) |
+                                           static_cast<std::int32_t>(weights.tap[i + 1]) * 65536);
             }
             const NUV_PackedTaps packed{offsets.data(), pairs[0].data(), pairs[1].data()};
-            compare(pixels * channels, [&](auto form, U8* out) {
+            compare(pixels * channels, [&](auto form, T* out) {
                 form(line, {taps.data(), packed}, out, pixels, channels, {0, maximum});
             });
         });
     }
 }
 
-template <class Taps>
-void expect_same_real_rows(U16 maximum)
+TEST(ScaleForms, ConvolveRow)
 {
-    for (const std::uint32_t channels : {3U, 4U}) {
-        const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_convolve_row<U16, Taps>(cpu, channels, true).convolve;
-        };
-        expect_same_forms<U16>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t pixels = draw.length(20);
-            const U16* line = draw.input<U16>(300 + packed_taps_slack_bytes / sizeof(U16));
-            std::vector<Taps> taps(pixels);
-            for (Taps& entry : taps) {
-                draw_weights(draw, entry);
-                entry.offset = draw_offset(draw, channels);
-            }
-            compare(pixels * channels, [&](auto form, U16* out) {
-                form(line, {taps.data(), {}}, out, pixels, channels, {0, maximum});
-            });
-        });
-    }
-}
-
-TEST(ScaleForms, ConvolveReal)
-{
-    expect_same_real_rows<NUV_CubicTaps<double>>(4095);
-    expect_same_real_rows<NUV_LinearTaps<double>>(65535);
+    using Fixed = NUV_FixedReal;
+    expect_same_rows<U8, NUV_CubicTaps<std::int32_t>, Fixed>({1, 3, 4}, 63);
+    expect_same_rows<U8, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 255);
+    expect_same_rows<U16, NUV_CubicTaps<double>, double>({3, 4}, 4095);
+    expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
 }
 
 TEST(ScaleForms, ReduceAreaRow)
