@@ -134,7 +134,7 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
     return sum.value();
 }
 
-// Every value of a sample, through one table for all channels and through one for each.
+// Samples over the whole range, through one table for all channels and through one for each.
 [[nodiscard]] std::uint64_t sum_of_tables(const Type& from)
 {
     NUV_Checksum sum;
