@@ -86,33 +86,6 @@ TEST(ScaleMaskAxis, CentresTheResultOnTheSource)
     EXPECT_LT(weights[0] + weights[1], 0);
 }
 
-// Fixed-point weights are cut off below a unit; those behind the mask are none.
-TEST(ScaleMaskAxis, CutsWeightsOffWithoutMakingUpForIt)
-{
-    Kernel kernel(-0.75F);
-    NUV_ScaleI2Axis<std::int16_t> fixed;
-    NUV_ScaleI2Axis<double> real;
-    const NUV_ScaleI2Sizes sizes{1000, 617, 0.617};
-    ASSERT_TRUE(fixed.initiate(kernel.chain.manager(), kernel.table, 0.5965, sizes, 7));
-    ASSERT_TRUE(real.initiate(kernel.chain.manager(), kernel.table, 0.5965, sizes, 7));
-    int least = 1024;
-    for (std::size_t k = 0; k < sizes.destination; ++k) {
-        int sum = 0;
-        double real_sum = 0;
-        for (std::size_t i = 0; i < 7; ++i) {
-            EXPECT_EQ(fixed.weights(k)[i], std::trunc(real.weights(k)[i] * 1024));
-            sum += fixed.weights(k)[i];
-            real_sum += real.weights(k)[i];
-        }
-        EXPECT_NEAR(real_sum, 1, 1e-12);
-        EXPECT_EQ(fixed.weights(k)[7], 0);
-        EXPECT_LE(sum, 1026);
-        least = std::min(least, sum);
-    }
-    EXPECT_LT(least, 1024);
-    EXPECT_GE(least, 1020);
-}
-
 // Kernels far from any sensible one: every weight is defined and fits.
 TEST(ScaleMaskAxis, DefinesTheWeightsOfAnyKernel)
 {

@@ -24,22 +24,12 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace nuv {
 namespace {
 
-using Append = std::function<bool(NUV_TestChain&)>;
-
-template <class Creator, class... Args>
-Append with(Args... args)
-{
-    return [=](NUV_TestChain& chain) { return chain.append<Creator>(args...); };
-}
-
 struct Operation {
     std::uint16_t bits;
-    Append append;
+    NUV_Append append;
 };
 
 // What takes pictures of the greatest sizes and gives some of nearly the same size.
@@ -49,43 +39,43 @@ std::vector<Operation> operations(std::uint32_t width, std::uint32_t height)
     const auto color = NUV_ColorType::gray;
     const std::uint32_t w = width;
     std::vector<Operation> all{
-        {8, with<NUV_ReverseChannel>()},
-        {8, with<NUV_SelectChannel>(0U, color)},
-        {1, with<NUV_SelectChannel>(0U, color)},
-        {1, with<NUV_Convert1To8xNBits>(type, std::uint16_t{8}, 1, 0)},
-        {8, with<NUV_ConvertDataType8xNbits>(type, std::uint16_t{8}, 2.0, 1.0)},
-        {8, with<NUV_ConvertDataTypeTo1bit>(1.0, 3.0)},
-        {1, with<NUV_ConvertDataTypeFrom1bit>(type, std::uint16_t{8}, 2.0, 1.0)},
-        {8, with<NUV_LimitPixelValue>(9, 1)},
-        {8, with<NUV_ShiftData>(type, std::uint16_t{8}, 1, true)},
-        {8, with<NUV_Not>()},
-        {8, with<NUV_MirrorX>()},
-        {1, with<NUV_MirrorX>()},
-        {8, with<NUV_MirrorY>()},
-        {8, with<NUV_CropHeight>(2U, height)},
-        {8, with<NUV_CropWidth>(1U, w)},
-        {1, with<NUV_CropWidth>(1U, w)},
-        {8, with<NUV_ScaleSS>(2U, 2U, 1U, 1U)},
-        {8, with<NUV_ScaleIRE>(2U, 2U)},
-        {1, with<NUV_ScaleIRE>(2U, 2U)},
-        {8, with<NUV_ScaleHeightIAR>(height / 3)},
-        {8, with<NUV_ScaleI2>(w, height - 9, -1.0F, std::uint16_t{0})},
-        {8, with<NUV_ScaleI2VAR>(w, 100U, -1.0F, std::uint16_t{0})},
-        {8, with<NUV_ScaleI2VARExBy<NUV_FixedReal>>(w, 100U)},
+        {8, appending<NUV_ReverseChannel>()},
+        {8, appending<NUV_SelectChannel>(0U, color)},
+        {1, appending<NUV_SelectChannel>(0U, color)},
+        {1, appending<NUV_Convert1To8xNBits>(type, std::uint16_t{8}, 1, 0)},
+        {8, appending<NUV_ConvertDataType8xNbits>(type, std::uint16_t{8}, 2.0, 1.0)},
+        {8, appending<NUV_ConvertDataTypeTo1bit>(1.0, 3.0)},
+        {1, appending<NUV_ConvertDataTypeFrom1bit>(type, std::uint16_t{8}, 2.0, 1.0)},
+        {8, appending<NUV_LimitPixelValue>(9, 1)},
+        {8, appending<NUV_ShiftData>(type, std::uint16_t{8}, 1, true)},
+        {8, appending<NUV_Not>()},
+        {8, appending<NUV_MirrorX>()},
+        {1, appending<NUV_MirrorX>()},
+        {8, appending<NUV_MirrorY>()},
+        {8, appending<NUV_CropHeight>(2U, height)},
+        {8, appending<NUV_CropWidth>(1U, w)},
+        {1, appending<NUV_CropWidth>(1U, w)},
+        {8, appending<NUV_ScaleSS>(2U, 2U, 1U, 1U)},
+        {8, appending<NUV_ScaleIRE>(2U, 2U)},
+        {1, appending<NUV_ScaleIRE>(2U, 2U)},
+        {8, appending<NUV_ScaleHeightIAR>(height / 3)},
+        {8, appending<NUV_ScaleI2>(w, height - 9, -1.0F, std::uint16_t{0})},
+        {8, appending<NUV_ScaleI2VAR>(w, 100U, -1.0F, std::uint16_t{0})},
+        {8, appending<NUV_ScaleI2VARExBy<NUV_FixedReal>>(w, 100U)},
     };
     for (const std::int32_t angle : {90, 180}) {
         for (const std::uint16_t bits : {std::uint16_t{1}, std::uint16_t{8}})
-            all.push_back({bits, with<NUV_Rotate90>(angle)});
+            all.push_back({bits, appending<NUV_Rotate90>(angle)});
     }
     // To few lines, to fewer by one, and to one more.
     for (const std::uint32_t to : {100U, height - 1, height + 1}) {
-        all.push_back({8, with<NUV_ScaleNN>(w, to)});
-        all.push_back({1, with<NUV_ScaleNN>(w, to)});
+        all.push_back({8, appending<NUV_ScaleNN>(w, to)});
+        all.push_back({1, appending<NUV_ScaleNN>(w, to)});
         for (const bool use_fixed_real : {true, false}) {
-            all.push_back({8, with<NUV_ScaleLI>(w, to, use_fixed_real)});
-            all.push_back({8, with<NUV_ScaleLI>(w - 1, to, use_fixed_real)});
-            all.push_back({8, with<NUV_ScaleCC>(w, to, use_fixed_real)});
-            all.push_back({8, with<NUV_ScalePP>(w, to, use_fixed_real)});
+            all.push_back({8, appending<NUV_ScaleLI>(w, to, use_fixed_real)});
+            all.push_back({8, appending<NUV_ScaleLI>(w - 1, to, use_fixed_real)});
+            all.push_back({8, appending<NUV_ScaleCC>(w, to, use_fixed_real)});
+            all.push_back({8, appending<NUV_ScalePP>(w, to, use_fixed_real)});
         }
     }
     return all;
