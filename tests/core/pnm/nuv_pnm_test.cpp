@@ -65,11 +65,11 @@ TEST(PNM, FindsThePixelsBehindOneWhitespace)
         {"no maximum", "P4 9 3 255", 9, 3, 1, 1, 7},
         {"the largest width", "P1 4294967295 1 ", 4294967295, 1, 1, 1, 16},
     };
+    NUV_TestChain chain;
+    NUV_PNMInfo info(chain.manager()); // each load forgets the one before
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        NUV_TestChain chain;
         const NUV_TestStored image(chain.manager(), bytes_of(c.stored));
-        NUV_PNMInfo info(chain.manager());
         ASSERT_TRUE(info.load(image.storage())) << chain.status().method;
         EXPECT_TRUE(info.loaded());
         EXPECT_EQ(info.magic(), static_cast<std::uint32_t>(c.stored[1]));
@@ -77,6 +77,7 @@ TEST(PNM, FindsThePixelsBehindOneWhitespace)
         EXPECT_EQ(info.height(), c.height);
         EXPECT_EQ(info.maximum(), c.maximum);
         EXPECT_EQ(info.bits(), c.bits);
+        EXPECT_EQ(info.channels(), c.stored[1] == '3' || c.stored[1] == '6' ? 3 : 1);
         EXPECT_EQ(image.position(), c.pixels);
     }
 }
@@ -90,61 +91,45 @@ TEST(PNM, HeadersAreRefused)
 
     constexpr auto broken = NUV_ERR_BROKEN_DATA;
     constexpr auto invalid = NUV_ERR_INVALID_DATA;
+    constexpr auto format = NUV_ERR_FORMAT;
+    constexpr auto engine = "NUV_ReadPNM::engine()";
+    const auto refused = [](const char* what, std::string_view stored, NUV_StatusCode code,
+                            const char* method) {
+        return NUV_ReaderCase{what, bytes_of(stored), {}, code, method};
+    };
     check_reader_cases(
-        pnm_row(),
-        {
-            {"another letter",
-             bytes_of("Q5 1 1 255 x"),
-             {},
-             NUV_ERR_FORMAT,
-             "NUV_ReadPNM::engine()"},
-            {"digit 0", bytes_of("P0 1 1 255 x"), {}, NUV_ERR_FORMAT, "NUV_ReadPNM::engine()"},
-            {"digit 7", bytes_of("P7 1 1 255 x"), {}, NUV_ERR_FORMAT, "NUV_ReadPNM::engine()"},
-            {"nothing", bytes_of(""), {}, broken, load},
-            {"one byte", bytes_of("P"), {}, broken, load},
-            {"nothing behind the magic", bytes_of("P5"), {}, broken, skip},
-            {"a comment without an end", bytes_of("P5 #"), {}, broken, skip},
-            {"a comment that ends with CR and the file", bytes_of("P5 #\r"), {}, broken, skip},
-            {"a letter for a number", bytes_of("P5 x"), {}, invalid, skip},
-            {"a sign", bytes_of("P5 -1 1 255 x"), {}, invalid, skip},
-            {"vertical tab is no whitespace", bytes_of("P5\v1 1 255 x"), {}, invalid, skip},
-            {"a number glued to the magic", bytes_of("P510 10 255 x"), {}, invalid, get},
-            {"a letter in a number", bytes_of("P5 1x 1 255 x"), {}, invalid, get},
-            {"a number at the end", bytes_of("P5 1 1 255"), {}, broken, get},
-            {"width 0", bytes_of("P5 0 10 255 x"), {}, invalid, get},
-            {"height 0", bytes_of("P4 10 000 x"), {}, invalid, get},
-            {"maximum 0", bytes_of("P5 10 10 0 x"), {}, invalid, get},
-            {"0 before a comment", bytes_of("P5 0#c\n 10 255 x"), {}, invalid, get},
-            {"22 digits", bytes_of("P5 1111111111111111111111 1 255 x"), {}, invalid, get},
-            {"21 digits", bytes_of("P5 111111111111111111111 1 255 x"), {}, invalid, value},
-            {"20 digits", bytes_of("P5 99999999999999999999 1 255 x"), {}, invalid, value},
-            {"2^64 + 1", bytes_of("P5 18446744073709551617 1 255 x"), {}, invalid, value},
-            {"2^32 + 1", bytes_of("P5 4294967297 1 255 x"), {}, invalid, value},
-            {"2^32", bytes_of("P5 4294967296 1 255 x"), {}, invalid, value},
-            {"a comment behind the maximum", bytes_of("P6 2 2 255#c\nx"), {}, invalid, load},
-            {"a comment behind the height", bytes_of("P4 2 2#c\nx"), {}, invalid, load},
-            {"more than 8 bits in P5", bytes_of("P5 1 1 256 x"), {}, invalid, load},
-            {"more than 8 bits in P6", bytes_of("P6 1 1 65535 x"), {}, invalid, load},
-            {"more than 16 bits in P2", bytes_of("P2 1 1 65536 1"), {}, invalid, load},
-            {"more than 16 bits in P3", bytes_of("P3 1 1 65536 1"), {}, invalid, load},
-        });
-}
-
-TEST(PNM, ALaterLoadForgetsTheEarlierOne)
-{
-    NUV_TestChain chain;
-    NUV_PNMInfo info(chain.manager());
-    const NUV_TestStored good(chain.manager(), bytes_of("P3 7 6 300 "));
-    const NUV_TestStored other(chain.manager(), bytes_of("P5 2 1 9 "));
-    const NUV_TestStored bad(chain.manager(), bytes_of("P5 2 1 0 "));
-    ASSERT_TRUE(info.load(good.storage()));
-    ASSERT_TRUE(info.load(other.storage()));
-    EXPECT_EQ(info.channels(), 1);
-    EXPECT_EQ(info.bits(), 8);
-    EXPECT_EQ(info.color_type(), NUV_ColorType::gray);
-    EXPECT_FALSE(info.load(bad.storage()));
-    EXPECT_FALSE(info.loaded());
-    EXPECT_FALSE(info.load(nullptr));
+        pnm_row(), {
+                       refused("another letter", "Q5 1 1 255 x", format, engine),
+                       refused("digit 0", "P0 1 1 255 x", format, engine),
+                       refused("digit 7", "P7 1 1 255 x", format, engine),
+                       refused("nothing", "", broken, load),
+                       refused("one byte", "P", broken, load),
+                       refused("nothing behind the magic", "P5", broken, skip),
+                       refused("a comment without an end", "P5 #", broken, skip),
+                       refused("a comment that ends with CR and the file", "P5 #\r", broken, skip),
+                       refused("a letter for a number", "P5 x", invalid, skip),
+                       refused("a sign", "P5 -1 1 255 x", invalid, skip),
+                       refused("vertical tab is no whitespace", "P5\v1 1 255 x", invalid, skip),
+                       refused("a number glued to the magic", "P510 10 255 x", invalid, get),
+                       refused("a letter in a number", "P5 1x 1 255 x", invalid, get),
+                       refused("a number at the end", "P5 1 1 255", broken, get),
+                       refused("width 0", "P5 0 10 255 x", invalid, get),
+                       refused("height 0", "P4 10 000 x", invalid, get),
+                       refused("maximum 0", "P5 10 10 0 x", invalid, get),
+                       refused("0 before a comment", "P5 0#c\n 10 255 x", invalid, get),
+                       refused("22 digits", "P5 1111111111111111111111 1 255 x", invalid, get),
+                       refused("21 digits", "P5 111111111111111111111 1 255 x", invalid, value),
+                       refused("20 digits", "P5 99999999999999999999 1 255 x", invalid, value),
+                       refused("2^64 + 1", "P5 18446744073709551617 1 255 x", invalid, value),
+                       refused("2^32 + 1", "P5 4294967297 1 255 x", invalid, value),
+                       refused("2^32", "P5 4294967296 1 255 x", invalid, value),
+                       refused("a comment behind the maximum", "P6 2 2 255#c\nx", invalid, load),
+                       refused("a comment behind the height", "P4 2 2#c\nx", invalid, load),
+                       refused("more than 8 bits in P5", "P5 1 1 256 x", invalid, load),
+                       refused("more than 8 bits in P6", "P6 1 1 65535 x", invalid, load),
+                       refused("more than 16 bits in P2", "P2 1 1 65536 1", invalid, load),
+                       refused("more than 16 bits in P3", "P3 1 1 65536 1", invalid, load),
+                   });
 }
 
 TEST(PNM, PlainTextIsReadToTheLetter)
