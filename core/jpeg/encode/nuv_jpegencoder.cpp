@@ -1,6 +1,9 @@
 #include "core/jpeg/encode/nuv_jpegencoder.h"
 
+#include "framework/utility/nuv_endian.h"
+
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace nuv {
@@ -164,11 +167,11 @@ NUV_JPEGCode NUV_JPEGEncoder::write_line(const void* line) noexcept
 NUV_JPEGCode NUV_JPEGEncoder::correct_height(std::int32_t position) noexcept
 {
     const std::int32_t end = output_.position(output_.storage);
-    const std::uint8_t height[] = {static_cast<std::uint8_t>(lines_ >> 8),
-                                   static_cast<std::uint8_t>(lines_)};
+    std::array<std::uint8_t, 2> height{};
+    store_be16(height.data(), lines_);
     if (!output_.to(output_.storage, position))
         return NUV_JPEGCode::io;
-    const bool written = output_.write(output_.storage, height, std::size(height));
+    const bool written = output_.write(output_.storage, height.data(), height.size());
     const bool back = output_.to(output_.storage, end);
     return written && back ? NUV_JPEGCode::good : NUV_JPEGCode::io;
 }
