@@ -74,9 +74,8 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
             .data_type = type.type};
 }
 
-[[nodiscard]] std::uint64_t sum_of_shifts(const Type& from)
+void add_shifts(NUV_Checksum& sum, const Type& from)
 {
-    NUV_Checksum sum;
     for (const Type& to : types) {
         for (int shift = -31; shift <= 31 && to.type != real; ++shift) {
             for (const bool limit : {false, true})
@@ -84,13 +83,11 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
                            appending<NUV_ShiftData>(to.type, to.bits, shift, limit));
         }
     }
-    return sum.value();
 }
 
 // By arithmetic alone, by whatever way is chosen, and by a table, which many samples choose.
-[[nodiscard]] std::uint64_t sum_of_conversions(const Type& from)
+void add_conversions(NUV_Checksum& sum, const Type& from)
 {
-    NUV_Checksum sum;
     NUV_TestImage many = line_of(from);
     many.height = 65536 / many.width + 1;
     Bytes all;
@@ -110,13 +107,11 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
                        appending<NUV_ConvertDataType>(u, std::uint16_t{1}, slope, offset));
         }
     }
-    return sum.value();
 }
 
 // 11 pixels of 3 channels: 33 bits, 7 of padding.
-[[nodiscard]] std::uint64_t sum_of_bits()
+void add_expanded_bits(NUV_Checksum& sum, std::uint16_t)
 {
-    NUV_Checksum sum;
     const NUV_TestImage image{.width = 11, .height = 2, .channels = 3, .bits = 1};
     const Bytes bytes{0xA5, 0x0F, 0x31, 0x80, 0xFF, 0x00, 0xFF, 0x12, 0x34, 0x00};
     for (const double slope : {-1.0, 0.0, 1.0, 255.0, 0.6, 0.5, 0.4, 3.0}) {
@@ -131,13 +126,11 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
                        appending<NUV_ConvertDataType>(u, std::uint16_t{1}, slope, offset));
         }
     }
-    return sum.value();
 }
 
 // Samples over the whole range, through one table for all channels and through one for each.
-[[nodiscard]] std::uint64_t sum_of_tables(const Type& from)
+void add_tables(NUV_Checksum& sum, const Type& from)
 {
-    NUV_Checksum sum;
     const std::size_t range = std::size_t{1} << from.bits;
     Bytes image(range * 3 * from.bits / 8);
     for (std::size_t i = 0; i < image.size(); ++i)
@@ -154,13 +147,11 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
                        image, appending_table(to.bits, channels, to.type, entries));
         }
     }
-    return sum.value();
 }
 
 // Too few entries, as many as there are samples, and too many, from tables of just their bytes.
-[[nodiscard]] std::uint64_t sum_of_expanded_tables(const Type& from)
+void add_expanded_tables(NUV_Checksum& sum, const Type& from)
 {
-    NUV_Checksum sum;
     for (const std::uint32_t entries : {0U, 1U, 16U, 17U, 100U, 256U, 300U, 1000U, 65536U}) {
         for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}, std::uint16_t{32}}) {
             for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{3}}) {
@@ -178,12 +169,10 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
             }
         }
     }
-    return sum.value();
 }
 
-[[nodiscard]] std::uint64_t sum_of_matrices(std::uint16_t bits)
+void add_matrices(NUV_Checksum& sum, std::uint16_t bits)
 {
-    NUV_Checksum sum;
     for (std::uint16_t columns = 1; columns <= 4; ++columns) {
         const NUV_TestImage image{.width = 83, .height = 2, .channels = columns, .bits = bits};
         const auto samples =
@@ -200,13 +189,11 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
                                         {end_of_factors, numbers.end()}, i % 8 < 4));
         }
     }
-    return sum.value();
 }
 
 // Pixels at random, at the ends of the axes, and on the diagonal.
-[[nodiscard]] std::uint64_t sum_of_grids(std::uint16_t bits)
+void add_grids(NUV_Checksum& sum, std::uint16_t bits)
 {
-    NUV_Checksum sum;
     for (std::uint16_t inputs = 1; inputs <= 4; ++inputs) {
         auto image = random_samples<std::uint8_t>(std::size_t{131} * 3 * inputs * bits / 8, 1);
         const std::size_t pixel = inputs * bits / 8U;
@@ -223,19 +210,17 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
             }
         }
     }
-    return sum.value();
 }
 
 // Channels of bits, from lines whose unused bits are anything.
-[[nodiscard]] std::uint64_t sum_of_bit_channels()
+void add_bit_channels(NUV_Checksum& sum, std::uint16_t bits)
 {
-    NUV_Checksum sum;
     for (std::uint16_t channels = 2; channels <= 5; ++channels) {
         for (std::uint32_t width = 1; width <= 20; ++width) {
             const NUV_TestImage image{.width = width, .height = 2, .channels = channels, .bits = 1};
             const Bytes bytes = random_samples<std::uint8_t>((channels * width + 7) / 8 * 2, width);
             add_result(sum, image, bytes, appending<NUV_ReverseChannel>());
-            add_result(sum, image, bytes, appending<NUV_Convert1To8xNBits>(u, types[0].bits, 9, 7));
+            add_result(sum, image, bytes, appending<NUV_Convert1To8xNBits>(u, bits, 9, 7));
             for (std::uint32_t first = 0; first < channels; ++first)
                 add_result(sum, image, bytes,
                            appending<NUV_SelectChannel>(first, (channels - first + 1U) / 2,
@@ -248,42 +233,41 @@ void add_result(NUV_Checksum& sum, NUV_TestImage image, const Bytes& bytes,
             });
         }
     }
-    return sum.value();
 }
 
-TEST(PixelSums, OfShifts)
+// Sums of what `add` adds for each of some cases, the first of them or all.
+template <class Case, std::size_t Count>
+void expect_sums(void (*add)(NUV_Checksum&, Case), const auto& cases,
+                 const std::uint64_t (&wanted)[Count])
 {
-    constexpr std::uint64_t wanted[] = {0xE701FEA1F8029F65, 0x69E1E3AC24C85702, 0x1D80C0FE2477E548,
-                                        0x3620455C1E6BF5B8, 0xAAD66305B663AD23, 0x8CA2A3737FB683A7};
-    for (std::size_t i = 0; i < std::size(wanted); ++i)
-        EXPECT_EQ(sum_of_shifts(types[i]), wanted[i]) << i;
+    for (std::size_t i = 0; i < Count; ++i) {
+        NUV_Checksum sum;
+        add(sum, cases[i]);
+        EXPECT_EQ(sum.value(), wanted[i]) << "case " << i;
+    }
 }
 
-TEST(PixelSums, OfConversions)
+TEST(PixelSums, OfTypes)
 {
-    constexpr std::uint64_t wanted[] = {0x5C04969A2EF42ECA, 0xDB7C1B6D9011489F, 0x11A777CF58D191D1,
-                                        0xDA5534471C06F3BF, 0x1F841B86FA53DCA8, 0x324DE00F6CD60C06,
-                                        0x53198876E4DEF74B, 0xA44BB8FBD0F2DE83};
-    for (std::size_t i = 0; i < std::size(wanted); ++i)
-        EXPECT_EQ(sum_of_conversions(types[i]), wanted[i]) << i;
-    EXPECT_EQ(sum_of_bit_channels(), 0x89B14340B5F304D9);
-    EXPECT_EQ(sum_of_bits(), 0xDA4A2907D2F81A7D);
+    expect_sums(add_shifts, types,
+                {0xE701FEA1F8029F65, 0x69E1E3AC24C85702, 0x1D80C0FE2477E548, 0x3620455C1E6BF5B8,
+                 0xAAD66305B663AD23, 0x8CA2A3737FB683A7});
+    expect_sums(add_conversions, types,
+                {0x5C04969A2EF42ECA, 0xDB7C1B6D9011489F, 0x11A777CF58D191D1, 0xDA5534471C06F3BF,
+                 0x1F841B86FA53DCA8, 0x324DE00F6CD60C06, 0x53198876E4DEF74B, 0xA44BB8FBD0F2DE83});
+    expect_sums(add_tables, types,
+                {0x9F9F8B2F8A60AA0E, 0x25B6A2B390737396, 0x9A7F580CAA71D09D, 0xFC2FECE8B25AEACD});
+    expect_sums(add_expanded_tables, types,
+                {0x0493BE72D74128D0, 0x58B1F3B5ACC5A178, 0xD5D9DF9680851D91, 0xB35FB275ABD1787E});
 }
 
-TEST(PixelSums, OfTables)
+TEST(PixelSums, OfBits)
 {
-    constexpr std::uint64_t wanted[] = {0x9F9F8B2F8A60AA0E, 0x25B6A2B390737396, 0x9A7F580CAA71D09D,
-                                        0xFC2FECE8B25AEACD};
-    for (std::size_t i = 0; i < std::size(wanted); ++i)
-        EXPECT_EQ(sum_of_tables(types[i]), wanted[i]) << i;
-    constexpr std::uint64_t expanded[] = {0x0493BE72D74128D0, 0x58B1F3B5ACC5A178,
-                                          0xD5D9DF9680851D91, 0xB35FB275ABD1787E};
-    for (std::size_t i = 0; i < std::size(expanded); ++i)
-        EXPECT_EQ(sum_of_expanded_tables(types[i]), expanded[i]) << i;
-    EXPECT_EQ(sum_of_matrices(8), 0xB77DB63E53E0033E);
-    EXPECT_EQ(sum_of_matrices(16), 0xFD577D2B98C3F453);
-    EXPECT_EQ(sum_of_grids(8), 0x21A6A0C9F64738D1);
-    EXPECT_EQ(sum_of_grids(16), 0x99AA83F5F3A38C11);
+    constexpr std::uint16_t bits[] = {8, 16};
+    expect_sums(add_matrices, bits, {0xB77DB63E53E0033E, 0xFD577D2B98C3F453});
+    expect_sums(add_grids, bits, {0x21A6A0C9F64738D1, 0x99AA83F5F3A38C11});
+    expect_sums(add_expanded_bits, bits, {0xDA4A2907D2F81A7D});
+    expect_sums(add_bit_channels, bits, {0x89B14340B5F304D9});
 }
 
 } // namespace
