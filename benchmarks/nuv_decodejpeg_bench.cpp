@@ -2,7 +2,6 @@
 // and libjpeg on the same stream with all that is left to taste switched off.
 
 #include "core/jpeg/decode/nuv_jpegdecoder.h"
-#include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,6 +14,8 @@
 #include <map>
 #include <utility>
 #include <vector>
+
+#include "benchmarks/nuv_photolike.h"
 
 namespace nuv {
 namespace {

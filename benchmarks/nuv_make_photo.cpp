@@ -1,11 +1,11 @@
 // nuv_make_photo WIDTH HEIGHT FILE: writes a photograph-like picture as a binary PPM.
 
-#include "tests/support/nuv_photolike.h"
-
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+
+#include "benchmarks/nuv_photolike.h"
 
 int main(int count, char** words)
 {

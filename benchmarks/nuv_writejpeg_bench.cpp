@@ -2,7 +2,6 @@
 // its forms, and libjpeg on the same pixels with the same settings.
 
 #include "core/jpeg/encode/nuv_jpegencoder.h"
-#include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +11,8 @@
 #include <cstdlib>
 #include <jpeglib.h>
 #include <vector>
+
+#include "benchmarks/nuv_photolike.h"
 
 namespace nuv {
 namespace {

@@ -1,7 +1,6 @@
 // Lossless coding of a photograph-like picture of six megapixels from memory to memory.
 
 #include "core/jpeg/encode/nuv_jpegencoder.h"
-#include "tests/support/nuv_photolike.h"
 
 #include <benchmark/benchmark.h>
 
@@ -10,6 +9,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
+
+#include "benchmarks/nuv_photolike.h"
 
 namespace nuv {
 namespace {
