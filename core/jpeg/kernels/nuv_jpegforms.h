@@ -66,6 +66,18 @@ void set_color_forms(NUV_JPEGPrimitives& primitives, Forms forms) noexcept
     primitives.split_420 = forms.template operator()<SplitColor, 2, 2>();
 }
 
+// The inverse transforms, for the forms of others that go on from their samples.
+NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* output,
+                            const std::int16_t* table);
+#if NUV_X86
+NUV_TARGET("sse2")
+NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t* output,
+                                 const std::int16_t* table);
+NUV_TARGET("avx2")
+NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t* output,
+                                 const std::int16_t* table);
+#endif
+
 void set_portable_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept;

@@ -13,7 +13,6 @@ constexpr std::size_t side_of_block = 8;
 void block_to_samples(const std::int16_t* coefficients, const std::int16_t* table,
                       std::uint8_t* out, std::size_t stride)
 {
-    static const auto idct_dequant = jpeg_primitives({}).idct_dequant;
     alignas(32) std::int16_t samples[jpeg_block_size];
     static_cast<void>(idct_dequant(coefficients, samples, table));
     put_samples(samples, side_of_block, out, stride);

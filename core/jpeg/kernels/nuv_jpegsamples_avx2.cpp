@@ -2,14 +2,12 @@
 
 #if NUV_X86
 
-#    include "core/jpeg/kernels/nuv_jpegprimitives.h"
+#    include "core/jpeg/kernels/nuv_jpegforms.h"
 
 #    include <immintrin.h>
 
 namespace nuv {
 namespace {
-
-constexpr NUV_Cpu cpu = {.has_sse2 = true, .has_avx2 = true};
 
 NUV_TARGET("avx2")
 inline void store_half(std::uint8_t* out, __m128i value)
@@ -22,9 +20,8 @@ NUV_TARGET("avx2")
 void block_to_samples_avx2(const std::int16_t* coefficients, const std::int16_t* table,
                            std::uint8_t* out, std::size_t stride)
 {
-    static const auto idct_dequant = jpeg_primitives(cpu).idct_dequant;
     alignas(32) std::int16_t samples[jpeg_block_size];
-    static_cast<void>(idct_dequant(coefficients, samples, table));
+    static_cast<void>(idct_dequant_avx2(coefficients, samples, table));
     const auto* in = reinterpret_cast<const __m128i*>(samples);
     for (std::size_t y = 0; y < 8; y += 2) {
         const __m128i packed = _mm_packs_epi16(_mm_load_si128(in + y), _mm_load_si128(in + y + 1));

@@ -2,14 +2,12 @@
 
 #if NUV_X86
 
-#    include "core/jpeg/kernels/nuv_jpegprimitives.h"
+#    include "core/jpeg/kernels/nuv_jpegforms.h"
 
 #    include <emmintrin.h>
 
 namespace nuv {
 namespace {
-
-constexpr NUV_Cpu cpu = {.has_sse2 = true, .has_avx2 = false};
 
 // Two rows of a block at a time. Packing limits to -128..127, which is 0..255 with the top bit
 // turned.
@@ -25,9 +23,8 @@ inline void put_two_rows(const std::int16_t* samples, std::uint8_t* out, std::si
 void block_to_samples_sse2(const std::int16_t* coefficients, const std::int16_t* table,
                            std::uint8_t* out, std::size_t stride)
 {
-    static const auto idct_dequant = jpeg_primitives(cpu).idct_dequant;
     alignas(32) std::int16_t samples[jpeg_block_size];
-    static_cast<void>(idct_dequant(coefficients, samples, table));
+    static_cast<void>(idct_dequant_sse2(coefficients, samples, table));
     for (std::size_t y = 0; y < 8; y += 2)
         put_two_rows(samples + 8 * y, out + stride * y, stride);
 }

@@ -54,28 +54,6 @@ void inverse_pass(std::int16_t* values) noexcept
     return all == 0;
 }
 
-NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* output,
-                            const std::int16_t* table)
-{
-    if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-
-    if (has_only_dc(coefficients)) {
-        // Both passes at once: 8192 / 2^11 in the first, 8192 / 2^18 in the second.
-        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
-        const std::int32_t first = saturate_to_16_bits(4 * dc);
-        std::fill_n(output, jpeg_block_size, static_cast<std::int16_t>((first + 16) >> 5));
-        return NUV_JPEGResult::good;
-    }
-    for (std::size_t i = 0; i < jpeg_block_size; ++i)
-        output[i] = saturate_to_16_bits(std::int32_t{coefficients[i]} * table[i]);
-    for (std::size_t x = 0; x < side; ++x)
-        inverse_pass<side, jpeg_dct_first_shift>(output + x);
-    for (std::size_t y = 0; y < side; ++y)
-        inverse_pass<1, jpeg_dct_second_shift>(output + y * side);
-    return NUV_JPEGResult::good;
-}
-
 template <std::size_t Stride, int Shift>
 void forward_pass(std::int16_t* values) noexcept
 {
@@ -139,6 +117,28 @@ NUV_JPEGResult quant_forward_init(const std::uint8_t* raw, std::uint16_t* table)
 }
 
 } // namespace
+
+NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* output,
+                            const std::int16_t* table)
+{
+    if (coefficients == nullptr || output == nullptr || table == nullptr)
+        return NUV_JPEGResult::null_pointer;
+
+    if (has_only_dc(coefficients)) {
+        // Both passes at once: 8192 / 2^11 in the first, 8192 / 2^18 in the second.
+        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
+        const std::int32_t first = saturate_to_16_bits(4 * dc);
+        std::fill_n(output, jpeg_block_size, static_cast<std::int16_t>((first + 16) >> 5));
+        return NUV_JPEGResult::good;
+    }
+    for (std::size_t i = 0; i < jpeg_block_size; ++i)
+        output[i] = saturate_to_16_bits(std::int32_t{coefficients[i]} * table[i]);
+    for (std::size_t x = 0; x < side; ++x)
+        inverse_pass<side, jpeg_dct_first_shift>(output + x);
+    for (std::size_t y = 0; y < side; ++y)
+        inverse_pass<1, jpeg_dct_second_shift>(output + y * side);
+    return NUV_JPEGResult::good;
+}
 
 void set_portable_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {

@@ -133,43 +133,6 @@ inline void fill_block(std::int16_t* output, std::int16_t value)
         store_16(output + 16 * i, all);
 }
 
-NUV_TARGET("avx2")
-NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t* output,
-                                 const std::int16_t* table)
-{
-    if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-
-    __m256i rows_01 = load_16(coefficients);
-    __m256i rows_23 = load_16(coefficients + 16);
-    __m256i rows_45 = load_16(coefficients + 32);
-    __m256i rows_67 = load_16(coefficients + 48);
-    const __m256i all_but_01 = _mm256_or_si256(rows_23, _mm256_or_si256(rows_45, rows_67));
-    const __m256i not_dc = _mm256_setr_epi32(-65536, -1, -1, -1, -1, -1, -1, -1);
-    const __m256i ac = _mm256_or_si256(all_but_01, _mm256_and_si256(rows_01, not_dc));
-    if (_mm256_testz_si256(ac, ac) != 0) {
-        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
-        fill_block(output, static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
-        return NUV_JPEGResult::good;
-    }
-
-    rows_01 = dequantise(rows_01, load_16(table));
-    rows_23 = dequantise(rows_23, load_16(table + 16));
-    rows_45 = dequantise(rows_45, load_16(table + 32));
-    rows_67 = dequantise(rows_67, load_16(table + 48));
-    const Quad columns = transpose(inverse_pass<jpeg_dct_first_shift>(
-        _mm256_unpacklo_epi16(rows_01, rows_45), _mm256_unpacklo_epi16(rows_23, rows_67),
-        _mm256_unpackhi_epi16(rows_01, rows_45), _mm256_unpackhi_epi16(rows_23, rows_67)));
-    const Quad done = transpose(inverse_pass<jpeg_dct_second_shift>(
-        pair_up(columns.a), pair_up(columns.b), pair_up(columns.c), pair_up(columns.d)));
-    // Transposed back, so that a holds columns 0 to 3 and c columns 4 to 7 of [r0 r1 | r4 r5].
-    store_rows(output, _mm256_unpacklo_epi64(done.a, done.c), 0, 4);
-    store_rows(output, _mm256_unpackhi_epi64(done.a, done.c), 1, 5);
-    store_rows(output, _mm256_unpacklo_epi64(done.b, done.d), 2, 6);
-    store_rows(output, _mm256_unpackhi_epi64(done.b, done.d), 3, 7);
-    return NUV_JPEGResult::good;
-}
-
 // Outputs 2 K and 2 K + 1 of the forward transform: [out_2K | out_2K+1] of 8 columns.
 // front_*: [s0 s1 | d0 d1], back_*: [s2 s3 | d2 d3] of four columns.
 template <int K, int Shift>
@@ -277,6 +240,43 @@ NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
 }
 
 } // namespace
+
+NUV_TARGET("avx2")
+NUV_JPEGResult idct_dequant_avx2(const std::int16_t* coefficients, std::int16_t* output,
+                                 const std::int16_t* table)
+{
+    if (coefficients == nullptr || output == nullptr || table == nullptr)
+        return NUV_JPEGResult::null_pointer;
+
+    __m256i rows_01 = load_16(coefficients);
+    __m256i rows_23 = load_16(coefficients + 16);
+    __m256i rows_45 = load_16(coefficients + 32);
+    __m256i rows_67 = load_16(coefficients + 48);
+    const __m256i all_but_01 = _mm256_or_si256(rows_23, _mm256_or_si256(rows_45, rows_67));
+    const __m256i not_dc = _mm256_setr_epi32(-65536, -1, -1, -1, -1, -1, -1, -1);
+    const __m256i ac = _mm256_or_si256(all_but_01, _mm256_and_si256(rows_01, not_dc));
+    if (_mm256_testz_si256(ac, ac) != 0) {
+        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
+        fill_block(output, static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
+        return NUV_JPEGResult::good;
+    }
+
+    rows_01 = dequantise(rows_01, load_16(table));
+    rows_23 = dequantise(rows_23, load_16(table + 16));
+    rows_45 = dequantise(rows_45, load_16(table + 32));
+    rows_67 = dequantise(rows_67, load_16(table + 48));
+    const Quad columns = transpose(inverse_pass<jpeg_dct_first_shift>(
+        _mm256_unpacklo_epi16(rows_01, rows_45), _mm256_unpacklo_epi16(rows_23, rows_67),
+        _mm256_unpackhi_epi16(rows_01, rows_45), _mm256_unpackhi_epi16(rows_23, rows_67)));
+    const Quad done = transpose(inverse_pass<jpeg_dct_second_shift>(
+        pair_up(columns.a), pair_up(columns.b), pair_up(columns.c), pair_up(columns.d)));
+    // Transposed back, so that a holds columns 0 to 3 and c columns 4 to 7 of [r0 r1 | r4 r5].
+    store_rows(output, _mm256_unpacklo_epi64(done.a, done.c), 0, 4);
+    store_rows(output, _mm256_unpackhi_epi64(done.a, done.c), 1, 5);
+    store_rows(output, _mm256_unpacklo_epi64(done.b, done.d), 2, 6);
+    store_rows(output, _mm256_unpackhi_epi64(done.b, done.d), 3, 7);
+    return NUV_JPEGResult::good;
+}
 
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {

@@ -117,39 +117,6 @@ inline __m128i dequantise(__m128i values, __m128i factors)
     return _mm_packs_epi32(products.low, products.high);
 }
 
-NUV_TARGET("sse2")
-NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t* output,
-                                 const std::int16_t* table)
-{
-    if (coefficients == nullptr || output == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-
-    __m128i rows[8];
-    for (std::size_t i = 0; i < 8; ++i)
-        rows[i] = load_8(coefficients + 8 * i);
-    __m128i ac = _mm_and_si128(rows[0], _mm_setr_epi32(-65536, -1, -1, -1));
-    for (std::size_t i = 1; i < 8; ++i)
-        ac = _mm_or_si128(ac, rows[i]);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi8(ac, _mm_setzero_si128())) == 0xFFFF) {
-        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
-        const __m128i all =
-            _mm_set1_epi16(static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
-        for (std::size_t i = 0; i < 8; ++i)
-            store_8(output + 8 * i, all);
-        return NUV_JPEGResult::good;
-    }
-
-    for (std::size_t i = 0; i < 8; ++i)
-        rows[i] = dequantise(rows[i], load_8(table + 8 * i));
-    inverse_pass<jpeg_dct_first_shift>(rows);
-    transpose(rows);
-    inverse_pass<jpeg_dct_second_shift>(rows);
-    transpose(rows);
-    for (std::size_t i = 0; i < 8; ++i)
-        store_8(output + 8 * i, rows[i]);
-    return NUV_JPEGResult::good;
-}
-
 // Output 2 K from the sums or 2 K + 1 from the differences.
 template <int Shift>
 NUV_TARGET("sse2")
@@ -215,6 +182,39 @@ NUV_JPEGResult fdct_quant_sse2(std::int16_t* block, const std::uint16_t* table)
 }
 
 } // namespace
+
+NUV_TARGET("sse2")
+NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t* output,
+                                 const std::int16_t* table)
+{
+    if (coefficients == nullptr || output == nullptr || table == nullptr)
+        return NUV_JPEGResult::null_pointer;
+
+    __m128i rows[8];
+    for (std::size_t i = 0; i < 8; ++i)
+        rows[i] = load_8(coefficients + 8 * i);
+    __m128i ac = _mm_and_si128(rows[0], _mm_setr_epi32(-65536, -1, -1, -1));
+    for (std::size_t i = 1; i < 8; ++i)
+        ac = _mm_or_si128(ac, rows[i]);
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(ac, _mm_setzero_si128())) == 0xFFFF) {
+        const std::int32_t dc = saturate_to_16_bits(std::int32_t{coefficients[0]} * table[0]);
+        const __m128i all =
+            _mm_set1_epi16(static_cast<std::int16_t>((saturate_to_16_bits(4 * dc) + 16) >> 5));
+        for (std::size_t i = 0; i < 8; ++i)
+            store_8(output + 8 * i, all);
+        return NUV_JPEGResult::good;
+    }
+
+    for (std::size_t i = 0; i < 8; ++i)
+        rows[i] = dequantise(rows[i], load_8(table + 8 * i));
+    inverse_pass<jpeg_dct_first_shift>(rows);
+    transpose(rows);
+    inverse_pass<jpeg_dct_second_shift>(rows);
+    transpose(rows);
+    for (std::size_t i = 0; i < 8; ++i)
+        store_8(output + 8 * i, rows[i]);
+    return NUV_JPEGResult::good;
+}
 
 void set_sse2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
