@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_object.h"
+#include "framework/base/nuv_version.h"
 #include "framework/buffer/nuv_srcbuffer.h"
 #include "framework/containers/nuv_vector.h"
 
@@ -14,6 +15,11 @@ namespace nuv {
 // false, end().
 class NUV_Engine : public NUV_Object {
 public:
+    // What a concrete engine calls itself when its initiate() refuses, and the interface that its
+    // module was written against. NUV_EngineCreator asks for both.
+    static constexpr auto initiate_method = "NUV_Engine::initiate()";
+    static constexpr std::uint32_t module_version = NUV_VERSION;
+
     using NUV_Object::NUV_Object;
 
     // Takes the engine out of the relation, if it ever got in, and lets go of it.

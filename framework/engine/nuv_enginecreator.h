@@ -4,6 +4,7 @@
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 #include "framework/base/nuv_utility.h"
+#include "framework/base/nuv_version.h"
 #include "framework/buffer/nuv_dstbuffer.h"
 #include "framework/buffer/nuv_srcbuffer.h"
 #include "framework/engine/nuv_engine.h"
@@ -20,8 +21,9 @@ class NUV_OutputStorage;
 // needs no engine, starting with nulls, and ends in one of the calls below.
 //
 // Each of them allocates one E, runs its initiate, and registers it; null on failure, after E has
-// raised the reason. Readers taken from previous engines and the proxy made for E have then been
-// ended, each exactly once; the previous engines stay as they were.
+// raised the reason, or NUV_ERR_VERSION for an E that was written against another interface.
+// Readers taken from previous engines and the proxy made for E have then been ended, each exactly
+// once; the previous engines stay as they were.
 class NUV_EngineCreator : public NUV_Utility {
 public:
     using NUV_Utility::NUV_Utility;
@@ -102,6 +104,10 @@ private:
     [[nodiscard]] NUV_Engine* make_enlisted(std::span<NUV_SrcBuffer* const> sources,
                                             NUV_DstBuffer* dst, Initiate initiate)
     {
+        if (!compatible_version(E::module_version)) {
+            fail(manager(), NUV_ERR_VERSION, E::initiate_method);
+            return abandon(sources, dst);
+        }
         NUV_Held<E> engine = make_object<E>(manager());
         if (!engine || !initiate(*engine)) {
             engine.reset(); // before the buffers, which it may still look at

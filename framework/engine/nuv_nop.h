@@ -8,6 +8,7 @@ namespace nuv {
 // Copies blocks through.
 class NUV_NopEngine : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_NopEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;

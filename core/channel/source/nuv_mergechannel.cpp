@@ -4,7 +4,6 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_multiinputprocessengine.h"
 
 #include <algorithm>
@@ -20,6 +19,7 @@ namespace {
 // Takes a line of every input and makes one output line of them.
 class NUV_MergeChannelEngine : public NUV_MultiInputProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MergeChannelEngine::initiate()";
     using NUV_MultiInputProcessEngine::NUV_MultiInputProcessEngine;
 
     [[nodiscard]] bool execute() final;
@@ -73,8 +73,6 @@ bool NUV_MergeChannelEngine::begin(std::span<const NUV_Header* const> headers,
                                    std::span<NUV_SrcBuffer* const> sources, NUV_DstBuffer* dst,
                                    const NUV_Header* output)
 {
-    constexpr auto method = "NUV_MergeChannelEngine::initiate()";
-
     if (!NUV_MultiInputProcessEngine::initiate(headers, sources, dst) || !check_inputs())
         return false;
     const NUV_Header& first = *headers_[0];
@@ -82,7 +80,7 @@ bool NUV_MergeChannelEngine::begin(std::span<const NUV_Header* const> headers,
     for (const NUV_Header* input : headers_.items())
         channels += input->channels();
     if (channels > std::numeric_limits<std::uint16_t>::max())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (!header_.copy(*output))
         return false;
     header_.width(first.width());
@@ -90,9 +88,9 @@ bool NUV_MergeChannelEngine::begin(std::span<const NUV_Header* const> headers,
     header_.bits(first.bits());
     header_.channels(static_cast<std::uint16_t>(channels));
     if (!header_.is_valid())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     if (!lines_.allocate(manager(), src_buffers_.size()))
         return false;
@@ -157,20 +155,17 @@ void interleave(const std::array<const T*, Inputs>& in, T* out, std::size_t widt
 template <class T>
 class NUV_MergeChannel8xNbitsEngine final : public NUV_MergeChannelEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MergeChannel8xNbitsEngine::initiate()";
     using NUV_MergeChannelEngine::NUV_MergeChannelEngine;
 
     [[nodiscard]] bool initiate(std::span<const NUV_Header* const> headers,
                                 std::span<NUV_SrcBuffer* const> sources, NUV_DstBuffer* dst,
                                 const NUV_Header* output)
     {
-        constexpr auto method = "NUV_MergeChannel8xNbitsEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!begin(headers, sources, dst, output))
             return false;
         if (header_.bits() != 8 * sizeof(T))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return true;
     }
 
@@ -212,20 +207,17 @@ constexpr auto spread_bits = [] {
 
 class NUV_MergeChannel1bitEngine final : public NUV_MergeChannelEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MergeChannel1bitEngine::initiate()";
     using NUV_MergeChannelEngine::NUV_MergeChannelEngine;
 
     [[nodiscard]] bool initiate(std::span<const NUV_Header* const> headers,
                                 std::span<NUV_SrcBuffer* const> sources, NUV_DstBuffer* dst,
                                 const NUV_Header* output)
     {
-        constexpr auto method = "NUV_MergeChannel1bitEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!begin(headers, sources, dst, output))
             return false;
         if (header_.bits() != 1)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return true;
     }
 

@@ -3,7 +3,6 @@
 #include "core/channel/source/nuv_linebits.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
@@ -58,18 +57,15 @@ template <class T>
 
 class NUV_ReverseChannel8xNbitsEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReverseChannel8xNbitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        constexpr auto method = "NUV_ReverseChannel8xNbitsEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         if (header->bits() != 8 && header->bits() != 16)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         reverse_row_ = header->bits() == 8 ? choose_reverse_row<std::uint8_t>(header->channels())
                                            : choose_reverse_row<std::uint16_t>(header->channels());
         return dst->block_bytes(header_.line_bytes());
@@ -87,18 +83,15 @@ private:
 
 class NUV_ReverseChannel1bitEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReverseChannel1bitEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        constexpr auto method = "NUV_ReverseChannel1bitEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         if (header->bits() != 1 || header->data_type() != NUV_DataType::u_integer)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return dst->block_bytes(header_.line_bytes());
     }
 

@@ -3,7 +3,6 @@
 #include "core/channel/source/nuv_linebits.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <cstddef>
@@ -69,15 +68,13 @@ protected:
 
 class NUV_SelectNChannel8xNbitsEngine : public NUV_SelectEngine {
 public:
+    static constexpr auto initiate_method = "NUV_SelectNChannel8xNbitsEngine::initiate()";
     using NUV_SelectEngine::NUV_SelectEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t first, std::uint32_t count,
                                 const NUV_ColorType* color)
     {
-        if (!compatible_version(NUV_VERSION)) {
-            return fail(manager(), NUV_ERR_VERSION, "NUV_SelectNChannel8xNbitsEngine::initiate()");
-        }
         if (!begin(header, src, dst, first, count, color))
             return false;
         const std::size_t sample_bytes = header_.bits() / 8U;
@@ -104,28 +101,25 @@ private:
 
 class NUV_Select1Channel8xNbitsEngine final : public NUV_SelectNChannel8xNbitsEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Select1Channel8xNbitsEngine::initiate()";
     using NUV_SelectNChannel8xNbitsEngine::NUV_SelectNChannel8xNbitsEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t first, const NUV_ColorType* color)
     {
-        if (!compatible_version(NUV_VERSION)) {
-            return fail(manager(), NUV_ERR_VERSION, "NUV_Select1Channel8xNbitsEngine::initiate()");
-        }
         return NUV_SelectNChannel8xNbitsEngine::initiate(header, src, dst, first, 1, color);
     }
 };
 
 class NUV_SelectNChannel1bitEngine : public NUV_SelectEngine {
 public:
+    static constexpr auto initiate_method = "NUV_SelectNChannel1bitEngine::initiate()";
     using NUV_SelectEngine::NUV_SelectEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t first, std::uint32_t count,
                                 const NUV_ColorType* color)
     {
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, "NUV_SelectNChannel1bitEngine::initiate()");
         return begin(header, src, dst, first, count, color);
     }
 
@@ -147,13 +141,12 @@ private:
 
 class NUV_Select1Channel1bitEngine final : public NUV_SelectNChannel1bitEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Select1Channel1bitEngine::initiate()";
     using NUV_SelectNChannel1bitEngine::NUV_SelectNChannel1bitEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t first, const NUV_ColorType* color)
     {
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, "NUV_Select1Channel1bitEngine::initiate()");
         return NUV_SelectNChannel1bitEngine::initiate(header, src, dst, first, 1, color);
     }
 };

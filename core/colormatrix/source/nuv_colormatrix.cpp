@@ -1,7 +1,6 @@
 #include "core/colormatrix/nuv_colormatrix.h"
 
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
@@ -97,8 +96,6 @@ bool NUV_ColorMatrixEngineBase<R, T>::initiate(const char* method, const NUV_Hea
                                                std::span<const double> offsets,
                                                const NUV_ColorType* target)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_samples_of<T>(*header))
@@ -157,6 +154,7 @@ bool NUV_ColorMatrixEngineBase<R, T>::process_line(const void* in, void* out)
 template <RealNumber R, class T>
 class NUV_ColorMatrix8xNbitsEngine final : public NUV_ColorMatrixEngineBase<R, T> {
 public:
+    static constexpr auto initiate_method = "NUV_ColorMatrix8xNbitsEngine::initiate()";
     using Base = NUV_ColorMatrixEngineBase<R, T>;
     using Base::Base;
 
@@ -164,14 +162,14 @@ public:
                                 const NUV_Matrix* matrix, std::span<const double> offsets,
                                 const NUV_ColorType* target)
     {
-        return Base::initiate("NUV_ColorMatrix8xNbitsEngine::initiate()", header, src, dst, matrix,
-                              offsets, target);
+        return Base::initiate(initiate_method, header, src, dst, matrix, offsets, target);
     }
 };
 
 template <RealNumber R, class T>
 class NUV_ColorMatrix3x3_8xNbitsEngine final : public NUV_ColorMatrixEngineBase<R, T> {
 public:
+    static constexpr auto initiate_method = "NUV_ColorMatrix3x3_8xNbitsEngine::initiate()";
     using Base = NUV_ColorMatrixEngineBase<R, T>;
     using Base::Base;
 
@@ -179,8 +177,7 @@ public:
                                 const NUV_Matrix* matrix, std::span<const double> offsets,
                                 const NUV_ColorType* target)
     {
-        return Base::initiate("NUV_ColorMatrix3x3_8xNbitsEngine::initiate()", header, src, dst,
-                              matrix, offsets, target);
+        return Base::initiate(initiate_method, header, src, dst, matrix, offsets, target);
     }
 };
 

@@ -6,7 +6,6 @@
 #include "core/dlut/nuv_dlut.h"
 #include "core/lut/nuv_lut.h"
 #include "core/operation/nuv_not.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_nop.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
@@ -17,6 +16,7 @@ namespace {
 template <class T>
 class NUV_ColorSpaceConverterPtoPEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ColorSpaceConverterPtoPEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -37,22 +37,18 @@ template <class T>
 bool NUV_ColorSpaceConverterPtoPEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                                     NUV_DstBuffer* dst, const NUV_ColorType* target)
 {
-    constexpr auto method = "NUV_ColorSpaceConverterPtoPEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_samples_of<T>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     converter_ = NUV_CsPointConverterFactory<T>(manager()).between(header->color_type(), target);
     if (!converter_) // a status that stands is the reason
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.channels(static_cast<std::uint16_t>(target->channels()));
     header_.color_type(target);
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     pixels_per_line_ = header->width();
     return dst->block_bytes(header_.line_bytes());
 }

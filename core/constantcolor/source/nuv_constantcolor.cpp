@@ -1,7 +1,6 @@
 #include "core/constantcolor/nuv_constantcolor.h"
 
 #include "framework/base/nuv_held.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_generateengine.h"
 #include "framework/utility/nuv_widesampletype.h"
 
@@ -64,6 +63,7 @@ template <class T>
 template <class T>
 class NUV_ConstantColorRaw8xNBitsEngine final : public NUV_RepeatLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConstantColorRaw8xNBitsEngine::initiate()";
     using NUV_RepeatLineEngine::NUV_RepeatLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
@@ -74,16 +74,12 @@ template <class T>
 bool NUV_ConstantColorRaw8xNBitsEngine<T>::initiate(const NUV_Header* header, NUV_DstBuffer* dst,
                                                     std::span<const double> color)
 {
-    constexpr auto method = "NUV_ConstantColorRaw8xNBitsEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_GenerateEngine::initiate(header, dst))
         return false;
     if (!header->is_raw() || header->bits() != 8 * sizeof(T))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (color.size() != header->channels() || !std::ranges::all_of(color, holds<T>))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!prepare())
         return false;
 
@@ -100,6 +96,7 @@ bool NUV_ConstantColorRaw8xNBitsEngine<T>::initiate(const NUV_Header* header, NU
 
 class NUV_ConstantColorRaw1Engine final : public NUV_RepeatLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConstantColorRaw1Engine::initiate()";
     using NUV_RepeatLineEngine::NUV_RepeatLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
@@ -109,17 +106,13 @@ public:
 bool NUV_ConstantColorRaw1Engine::initiate(const NUV_Header* header, NUV_DstBuffer* dst,
                                            std::span<const double> color)
 {
-    constexpr auto method = "NUV_ConstantColorRaw1Engine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_GenerateEngine::initiate(header, dst))
         return false;
     if (!header->is_raw() || header->bits() != 1)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     const auto is_bit = [](double value) { return value == 0 || value == 1; };
     if (color.size() != header->channels() || !std::ranges::all_of(color, is_bit))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!prepare())
         return false;
 

@@ -1,6 +1,5 @@
 #include "core/convert1to8xnbits/nuv_convert1to8xnbits.h"
 
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 #include "framework/utility/nuv_widesampletype.h"
@@ -16,6 +15,7 @@ namespace {
 template <IntegerSample T>
 class NUV_Convert1To8xNBitsEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Convert1To8xNBitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -33,22 +33,18 @@ bool NUV_Convert1To8xNBitsEngine<T>::initiate(const NUV_Header* header, NUV_SrcB
                                               NUV_DstBuffer* dst, const NUV_DataType* type,
                                               std::int32_t one, std::int32_t zero)
 {
-    constexpr auto method = "NUV_Convert1To8xNBitsEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (header->bits() != 1 || header->data_type() != NUV_DataType::u_integer ||
         !header->palette().is_empty())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (!std::in_range<T>(one) || !std::in_range<T>(zero))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     header_.data_type(type);
     header_.bits(static_cast<std::uint16_t>(8 * sizeof(T)));
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     for (std::size_t byte = 0; byte < samples_of_.size(); ++byte) {
         for (std::size_t bit = 0; bit < 8; ++bit)
             samples_of_[byte][bit] = static_cast<T>((byte << bit & 0x80) != 0 ? one : zero);

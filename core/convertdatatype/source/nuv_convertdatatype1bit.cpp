@@ -1,7 +1,6 @@
 #include "core/convertdatatype/nuv_convertdatatype.h"
 #include "core/convertdatatype/source/nuv_convertsample.h"
 #include "core/operation/nuv_not.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <algorithm>
@@ -37,6 +36,7 @@ template <class O>
 template <class O>
 class NUV_ConvertDataTypeFrom1bitEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConvertDataTypeFrom1bitEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -55,19 +55,15 @@ bool NUV_ConvertDataTypeFrom1bitEngine<O>::initiate(const NUV_Header* header, NU
                                                     NUV_DstBuffer* dst, const NUV_DataType* type,
                                                     const NUV_LinearRule& rule)
 {
-    constexpr auto method = "NUV_ConvertDataTypeFrom1bitEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_bits(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(type);
     header_.bits(static_cast<std::uint16_t>(8 * sizeof(O)));
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     values_ = {convert_one<O>(0, rule), convert_one<O>(1, rule)};
     whole_bytes_ = samples_of_line(*header) / 8;
     remaining_bits_ = samples_of_line(*header) % 8;
@@ -93,6 +89,7 @@ bool NUV_ConvertDataTypeFrom1bitEngine<O>::process_line(const void* in, void* ou
 template <class I>
 class NUV_ConvertDataTypeTo1bitEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConvertDataTypeTo1bitEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -114,14 +111,10 @@ bool NUV_ConvertDataTypeTo1bitEngine<I>::initiate(const NUV_Header* header, NUV_
                                                   NUV_DstBuffer* dst, double slope,
                                                   double threshold)
 {
-    constexpr auto method = "NUV_ConvertDataTypeTo1bitEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_any_samples_of<I>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(NUV_DataType::u_integer);
     header_.bits(1);
@@ -158,18 +151,16 @@ bool NUV_ConvertDataTypeTo1bitEngine<I>::process_line(const void* in, void* out)
 // One value throughout; the padding bits are 0.
 class NUV_ConvertDataType1bitEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConvertDataType1bitEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 bool is_set)
     {
-        constexpr auto method = "NUV_ConvertDataType1bitEngine::initiate()";
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         if (!holds_bits(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         fill_ = is_set ? 0xFF : 0;
         const std::size_t unused = 8 * std::size_t{header->line_bytes()} - samples_of_line(*header);
         last_ = static_cast<std::uint8_t>(fill_ << unused);

@@ -1,6 +1,5 @@
 #include "core/convertdatatype/nuv_convertdatatype.h"
 #include "core/convertdatatype/source/nuv_convertsample.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 namespace nuv {
@@ -9,6 +8,7 @@ namespace {
 template <class I, class O>
 class NUV_ConvertDataType8xNbitsEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConvertDataType8xNbitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -32,19 +32,15 @@ bool NUV_ConvertDataType8xNbitsEngine<I, O>::initiate(const NUV_Header* header, 
                                                       NUV_DstBuffer* dst, const NUV_DataType* type,
                                                       const NUV_LinearRule& rule)
 {
-    constexpr auto method = "NUV_ConvertDataType8xNbitsEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_any_samples_of<I>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(type);
     header_.bits(static_cast<std::uint16_t>(8 * sizeof(O)));
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     rule_ = rule;
     samples_per_line_ = std::size_t{header->width()} * header->channels();
     return dst->block_bytes(header_.line_bytes());

@@ -1,5 +1,4 @@
 #include "core/crop/nuv_crop.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <algorithm>
@@ -9,6 +8,7 @@ namespace {
 
 class NUV_CropHeightEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_CropHeightEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
@@ -37,16 +37,12 @@ private:
 bool NUV_CropHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                     NUV_DstBuffer* dst, std::uint32_t y, std::uint32_t h)
 {
-    constexpr auto method = "NUV_CropHeightEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!can_crop(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (y >= header->height() || h == 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     first_ = y;
     header_.height(std::min(h, header->height() - y));

@@ -1,6 +1,5 @@
 #include "core/crop/nuv_crop.h"
 #include "core/qdrle/nuv_qdrleline.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <algorithm>
@@ -10,6 +9,7 @@ namespace {
 
 class NUV_CropQDRLEEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_CropQDRLEEngine::initiate()";
     explicit NUV_CropQDRLEEngine(NUV_Manager& manager) noexcept
         : NUV_ProcessEngine(manager),
           kept_(manager)
@@ -44,16 +44,12 @@ bool NUV_CropQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                    std::uint32_t x, std::uint32_t y, std::uint32_t w,
                                    std::uint32_t h)
 {
-    constexpr auto method = "NUV_CropQDRLEEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (x >= header->width() || y >= header->height() || w == 0 || h == 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!holds_runs(*header) || !checked_run_line_bytes(header->width()))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.width(std::min(w, header->width() - x));
     header_.height(std::min(h, header->height() - y));

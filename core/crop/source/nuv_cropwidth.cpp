@@ -1,5 +1,4 @@
 #include "core/crop/nuv_crop.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <algorithm>
@@ -42,19 +41,16 @@ bool NUV_CropWidthEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
 // Samples of whole bytes.
 class NUV_CropWidth8xNBitsEngine final : public NUV_CropWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_CropWidth8xNBitsEngine::initiate()";
     using NUV_CropWidthEngine::NUV_CropWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t x, std::uint32_t w)
     {
-        constexpr auto method = "NUV_CropWidth8xNBitsEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_CropWidthEngine::initiate(header, src, dst, x, w))
             return false;
         if (header->bits() % 8 != 0)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return true;
     }
 
@@ -89,19 +85,16 @@ protected:
 // From a byte boundary.
 class NUV_CropWidth1BitBSEngine final : public NUV_CropWidth1BitEngine {
 public:
+    static constexpr auto initiate_method = "NUV_CropWidth1BitBSEngine::initiate()";
     using NUV_CropWidth1BitEngine::NUV_CropWidth1BitEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t x, std::uint32_t w)
     {
-        constexpr auto method = "NUV_CropWidth1BitBSEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_CropWidth1BitEngine::initiate(header, src, dst, x, w))
             return false;
         if (header->bits() != 1 || first_bit_ != 0)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return true;
     }
 
@@ -118,6 +111,7 @@ private:
 // From inside a byte.
 class NUV_CropWidth1BitISEngine final : public NUV_CropWidth1BitEngine {
 public:
+    static constexpr auto initiate_method = "NUV_CropWidth1BitISEngine::initiate()";
     using NUV_CropWidth1BitEngine::NUV_CropWidth1BitEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -134,14 +128,10 @@ private:
 bool NUV_CropWidth1BitISEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                          NUV_DstBuffer* dst, std::uint32_t x, std::uint32_t w)
 {
-    constexpr auto method = "NUV_CropWidth1BitISEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_CropWidth1BitEngine::initiate(header, src, dst, x, w))
         return false;
     if (header->bits() != 1 || first_bit_ == 0)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     line_bytes_ = header->line_bytes();
     left_shift_ = first_bit_;

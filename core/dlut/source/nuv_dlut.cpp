@@ -1,7 +1,6 @@
 #include "core/dlut/nuv_dlut.h"
 
 #include "core/dlut/source/nuv_dlut_kernels.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
@@ -40,8 +39,6 @@ bool NUV_DLutEngine<T>::initiate(const char* method, const NUV_Header* header, N
                                  NUV_DstBuffer* dst, const NUV_DLutData* table,
                                  const NUV_ColorType* target)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_samples_of<T>(*header))
@@ -108,14 +105,14 @@ bool NUV_DLutEngine<T>::place_samples(std::uint32_t grid_points)
 template <class T>
 class NUV_DLutTetrahedronEngine final : public NUV_DLutEngine<T> {
 public:
+    static constexpr auto initiate_method = "NUV_DLutTetrahedronEngine::initiate()";
     using Base = NUV_DLutEngine<T>;
     using Base::Base;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const NUV_DLutData* table, const NUV_ColorType* target)
     {
-        constexpr auto method = "NUV_DLutTetrahedronEngine::initiate()";
-        if (!Base::initiate(method, header, src, dst, table, target))
+        if (!Base::initiate(initiate_method, header, src, dst, table, target))
             return false;
         const std::size_t points = table->samples<T>().size() / table->outputs();
         row_ = choose_dlut_row<T>(this->manager().cpu(), table->inputs(), table->outputs(), points);

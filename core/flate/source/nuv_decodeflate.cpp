@@ -2,7 +2,6 @@
 
 #include "core/include/nuv_codedinput.h"
 #include "framework/base/nuv_checkedsize.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <zlib.h>
@@ -14,6 +13,7 @@ namespace {
 
 class NUV_DecodeFlateEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_DecodeFlateEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     bool cleanup() override;
@@ -53,16 +53,12 @@ bool NUV_DecodeFlateEngine::cleanup()
 bool NUV_DecodeFlateEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                      NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_DecodeFlateEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (header->encode_type() != NUV_EncodeType::flate ||
         header->data_type() != NUV_DataType::u_integer ||
         (header->bits() != 1 && header->bits() != 8))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.encode_type(NUV_EncodeType::raw);
     line_bytes_ = header_.line_bytes();
     wanted_bytes_ = std::uint64_t{line_bytes_} * header_.height();
@@ -72,7 +68,7 @@ bool NUV_DecodeFlateEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* sr
     inflater_.opaque = &manager();
     started_ = inflateInit(&inflater_) == Z_OK;
     if (!started_)
-        return fail(manager(), NUV_ERROR, method);
+        return fail(manager(), NUV_ERROR, initiate_method);
     const bool source_set = src->block_bytes(line_bytes_);
     return source_set && dst->block_bytes(line_bytes_);
 }

@@ -2,12 +2,10 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 namespace nuv {
 namespace {
 
-constexpr auto initiate_method = "NUV_DecodeJPEGEngine::initiate()";
 constexpr std::int32_t full_scale = NUV_JPEGInfo::full_scale;
 
 bool is_scale(std::int32_t scale) noexcept
@@ -36,8 +34,6 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
                                     NUV_DstBuffer* dst, const NUV_JPEGInfo* info,
                                     std::int32_t scale)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, initiate_method);
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
     if (!info || !info->internal_reference())

@@ -11,6 +11,7 @@ namespace nuv {
 // Delivers the lines of a JPEG stream, one a step.
 class NUV_DecodeJPEGEngine final : public NUV_ReadEngine {
 public:
+    static constexpr auto initiate_method = "NUV_DecodeJPEGEngine::initiate()";
     using NUV_ReadEngine::NUV_ReadEngine;
 
     // `header` is what `info` says, but for lossless samples of 9 to 15 bits, which it calls 16.

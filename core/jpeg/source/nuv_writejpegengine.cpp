@@ -2,7 +2,6 @@
 
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
 #include "core/jpeg/source/nuv_jpegstorageaccess.h"
-#include "framework/base/nuv_version.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 
@@ -11,8 +10,6 @@
 
 namespace nuv {
 namespace {
-
-constexpr auto initiate_method = "NUV_WriteJPEGEngine::initiate()";
 
 // The colours that a JPEG can carry here.
 bool is_written(const NUV_ColorType* color) noexcept
@@ -68,8 +65,6 @@ bool NUV_WriteJPEGEngine::wrap(NUV_OutputStorage*& storage)
 bool NUV_WriteJPEGEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                    NUV_OutputStorage* storage)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, initiate_method);
     if (!wrap(storage) || !NUV_WriteEngine::initiate(header, src, storage))
         return false;
     if (!is_supported(*header))

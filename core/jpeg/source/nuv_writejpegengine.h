@@ -14,6 +14,7 @@ namespace nuv {
 // initiate that name what to write.
 class NUV_WriteJPEGEngine : public NUV_WriteEngine {
 public:
+    static constexpr auto initiate_method = "NUV_WriteJPEGEngine::initiate()";
     using NUV_WriteEngine::NUV_WriteEngine;
 
     // Closes a stream that is not complete, with the number of lines that it got.

@@ -2,7 +2,6 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <cstddef>
@@ -16,6 +15,7 @@ constexpr std::size_t channels_out = 3;
 
 class NUV_ConvertYCCKToYCbCrEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ConvertYCCKToYCbCrEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
@@ -27,16 +27,12 @@ private:
 bool NUV_ConvertYCCKToYCbCrEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                             NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_ConvertYCCKToYCbCrEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (header->bits() != 8 || header->channels() != channels_in ||
         header->data_type() != NUV_DataType::u_integer || !header->is_raw() ||
         !header->palette().is_empty())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.channels(channels_out);
     header_.color_type(NUV_ColorType::ycbcr);
     return dst->block_bytes(header_.line_bytes());

@@ -1,6 +1,5 @@
 #include "core/limitpixelvalue/nuv_limitpixelvalue.h"
 
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_widesampletype.h"
 
@@ -15,6 +14,7 @@ namespace {
 template <WideIntegerSample T>
 class NUV_LimitPixelValueEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_LimitPixelValueEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -33,16 +33,12 @@ bool NUV_LimitPixelValueEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuf
                                             NUV_DstBuffer* dst, std::int64_t maximum,
                                             std::int64_t minimum)
 {
-    constexpr auto method = "NUV_LimitPixelValueEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_wide_samples_of<T>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (minimum > maximum || !std::in_range<T>(minimum) || !std::in_range<T>(maximum))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     maximum_ = static_cast<T>(maximum);
     minimum_ = static_cast<T>(minimum);

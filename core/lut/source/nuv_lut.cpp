@@ -1,7 +1,6 @@
 #include "core/lut/nuv_lut.h"
 
 #include "core/lut/source/nuv_lut_kernels.h"
-#include "framework/base/nuv_version.h"
 #include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
@@ -17,6 +16,7 @@ namespace {
 template <class I, class O>
 class NUV_Lut8xNbitsEngine : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Lut8xNbitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
 protected:
@@ -59,27 +59,23 @@ bool NUV_Lut8xNbitsEngine<I, O>::initiate(const NUV_Header* header, NUV_SrcBuffe
                                           NUV_DstBuffer* dst, const NUV_LutData* table,
                                           const NUV_ColorType* target)
 {
-    constexpr auto method = "NUV_Lut8xNbitsEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (header->bits() != 8 * sizeof(I) || !header->palette().is_empty())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     const std::uint16_t channels = header->channels();
     if (!table || !table->is_valid() || (table->channels != 1 && table->channels != channels) ||
         table->bits != 8 * sizeof(O) || !entries_are_served(*table) || table->entries != range)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (target && !target->valid_channels(channels))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     header_.bits(table->bits);
     header_.data_type(table->data_type);
     if (target)
         header_.color_type(target);
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     tables_of_pixel_ = all_are_equal<O>(*table) ? 1 : channels;
     pixels_ = std::size_t{header->width()} * (channels / tables_of_pixel_);
@@ -108,6 +104,7 @@ bool NUV_Lut8xNbitsEngine<I, O>::process_line(const void* in, void* out)
 template <class I, class O>
 class NUV_LutU8xNbitsEngine final : public NUV_Lut8xNbitsEngine<I, O> {
 public:
+    static constexpr auto initiate_method = "NUV_LutU8xNbitsEngine::initiate()";
     using Base = NUV_Lut8xNbitsEngine<I, O>;
     using Base::Base;
 
@@ -118,13 +115,14 @@ public:
             return false;
         if (header->data_type() == NUV_DataType::u_integer)
             return true;
-        return fail(this->manager(), NUV_ERR_UNSUPPORTED, "NUV_LutU8xNbitsEngine::initiate()");
+        return fail(this->manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     }
 };
 
 template <class I, class O>
 class NUV_LutS8xNbitsEngine final : public NUV_Lut8xNbitsEngine<I, O> {
 public:
+    static constexpr auto initiate_method = "NUV_LutS8xNbitsEngine::initiate()";
     using Base = NUV_Lut8xNbitsEngine<I, O>;
     using Base::Base;
 
@@ -134,7 +132,7 @@ public:
         if (!Base::initiate(header, src, dst, table, target))
             return false;
         if (header->data_type() != NUV_DataType::s_integer)
-            return fail(this->manager(), NUV_ERR_UNSUPPORTED, "NUV_LutS8xNbitsEngine::initiate()");
+            return fail(this->manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         this->put_zero_first();
         return true;
     }

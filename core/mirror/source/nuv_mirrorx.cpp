@@ -3,7 +3,6 @@
 #include "core/mirror/source/nuv_mirrorx_kernels.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <array>
@@ -16,18 +15,15 @@ namespace {
 template <class T>
 class NUV_MirrorX8xNBitsEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MirrorX8xNBitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        constexpr auto method = "NUV_MirrorX8xNBitsEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         if (header->bits() != 8 * sizeof(T))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         pixel_bytes_ = header->channels() * sizeof(T);
         mirror_row_ = choose_mirror_row(manager().cpu(), pixel_bytes_);
         return dst->block_bytes(header_.line_bytes());
@@ -59,19 +55,16 @@ constexpr auto reversed_bits = [] {
 
 class NUV_MirrorX1BitEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MirrorX1BitEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        constexpr auto method = "NUV_MirrorX1BitEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         if (header->bits() != 1 || header->channels() != 1 ||
             header->data_type() != NUV_DataType::u_integer)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         tail_bits_ = header->width() & 7;
         line_bytes_ = header->line_bytes();
         return dst->block_bytes(line_bytes_);

@@ -2,7 +2,6 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processplanetolineengine.h"
 
 #include <cstddef>
@@ -14,12 +13,11 @@ namespace {
 
 class NUV_MirrorYEngine final : public NUV_ProcessPlaneToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_MirrorYEngine::initiate()";
     using NUV_ProcessPlaneToLineEngine::NUV_ProcessPlaneToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, "NUV_MirrorYEngine::initiate()");
         if (!NUV_ProcessPlaneToLineEngine::initiate(header, src, dst))
             return false;
         line_bytes_ = header->line_bytes();

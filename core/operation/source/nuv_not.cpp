@@ -1,6 +1,5 @@
 #include "core/operation/nuv_not.h"
 
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <cstddef>
@@ -11,12 +10,11 @@ namespace {
 
 class NUV_NotEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_NotEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
     {
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, "NUV_NotEngine::initiate()");
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         line_bytes_ = header->line_bytes();

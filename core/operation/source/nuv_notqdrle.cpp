@@ -1,6 +1,5 @@
 #include "core/operation/nuv_not.h"
 #include "core/qdrle/nuv_qdrleline.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <cstdint>
@@ -10,6 +9,7 @@ namespace {
 
 class NUV_NotQDRLEEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_NotQDRLEEngine::initiate()";
     explicit NUV_NotQDRLEEngine(NUV_Manager& manager) noexcept
         : NUV_ProcessEngine(manager),
           inverted_(manager)
@@ -34,15 +34,11 @@ private:
 
 bool NUV_NotQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_NotQDRLEEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     const auto block_bytes = checked_run_line_bytes(header->width());
     if (!holds_runs(*header) || !block_bytes)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     line_ = make_initiated<NUV_QDRLELine>(manager(), src, header);
     return line_ && dst->block_bytes(*block_bytes);
 }

@@ -1,7 +1,6 @@
 #include "core/packbits/nuv_decodepackbits.h"
 
 #include "core/packbits/nuv_packbitsdecoder.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <optional>
@@ -11,6 +10,7 @@ namespace {
 
 class NUV_DecodePackBitsEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_DecodePackBitsEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
@@ -27,15 +27,11 @@ private:
 bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                         NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_DecodePackBitsEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (header->encode_type() != NUV_EncodeType::pack_bits ||
         header->data_type() != NUV_DataType::u_integer)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.encode_type(NUV_EncodeType::raw);
     stream_.source(src);
     decoder_.emplace(stream_, header_.line_bytes());

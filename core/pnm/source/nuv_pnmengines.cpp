@@ -2,7 +2,6 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 #include <limits>
 
@@ -11,8 +10,6 @@ namespace nuv {
 bool NUV_ReadPNMBinaryEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                        NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_ReadPNMBinaryEngine::initiate()");
     return NUV_ReadLineEngine::initiate(storage, header, dst);
 }
 
@@ -28,8 +25,6 @@ bool NUV_ReadPNMBinaryEngine::read_line(std::uint8_t* out)
 bool NUV_ReadPBMAsciiEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                       NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_ReadPBMAsciiEngine::initiate()");
     if (!NUV_ReadLineEngine::initiate(storage, header, dst))
         return false;
     stream_ = NUV_ByteReader(*storage);
@@ -92,8 +87,6 @@ bool NUV_ReadPBMAsciiEngine::read_value(std::uint8_t& byte, unsigned mask)
 bool NUV_ReadPPMAsciiEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                       NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_ReadPPMAsciiEngine::initiate()");
     if (!NUV_ReadLineEngine::initiate(storage, header, dst))
         return false;
     stream_ = NUV_ByteReader(*storage);

@@ -11,6 +11,7 @@ namespace nuv {
 // P4, P5, P6: lines as they are in memory.
 class NUV_ReadPNMBinaryEngine final : public NUV_ReadLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReadPNMBinaryEngine::initiate()";
     using NUV_ReadLineEngine::NUV_ReadLineEngine;
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -24,6 +25,7 @@ private:
 // P1: a number for each pixel, of which "1" to "9" at its first or second place count as set.
 class NUV_ReadPBMAsciiEngine final : public NUV_ReadLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReadPBMAsciiEngine::initiate()";
     using NUV_ReadLineEngine::NUV_ReadLineEngine;
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -46,6 +48,7 @@ private:
 // P2, P3: a number for each sample.
 class NUV_ReadPPMAsciiEngine final : public NUV_ReadLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReadPPMAsciiEngine::initiate()";
     using NUV_ReadLineEngine::NUV_ReadLineEngine;
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,

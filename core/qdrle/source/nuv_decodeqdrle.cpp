@@ -2,7 +2,6 @@
 
 #include "core/qdrle/nuv_qdrlecodec.h"
 #include "core/qdrle/nuv_qdrlerun.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 #include "framework/utility/nuv_endian.h"
 
@@ -14,6 +13,7 @@ namespace {
 
 class NUV_DecodeQDRLEEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_DecodeQDRLEEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     bool cleanup() override;
@@ -89,15 +89,11 @@ bool NUV_DecodeQDRLEEngine::cleanup()
 bool NUV_DecodeQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                      NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_DecodeQDRLEEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!holds_runs(*header) || header->data_type() != NUV_DataType::u_integer ||
         !checked_run_line_bytes(header->width()))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     stream_ = make_initiated<DataInStream>(manager(), src);
     if (!stream_)
         return false;

@@ -2,7 +2,6 @@
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <array>
@@ -99,23 +98,20 @@ bool NUV_Rotate90_1Engine::cleanup()
 bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                     NUV_DstBuffer* dst, std::int32_t angle, std::uint32_t block)
 {
-    constexpr auto method = "NUV_Rotate90_1Engine::initiate()";
     const NUV_Angle wanted(angle);
 
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!header->is_raw() || header->data_type() != NUV_DataType::u_integer ||
         header->bits() != 1 || header->channels() != 1)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     const bool is_band = block != 0 && (block % group_rows == 0 || block == header->height());
     if (!is_band || !wanted.is_quarter_turn())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     angle_ = wanted.normalized();
     rotate_groups_ = choose_rotate90groups(manager().cpu());
-    if (!prepare(wanted, block, method) ||
+    if (!prepare(wanted, block, initiate_method) ||
         !blank_line_.allocate(manager(), std::max<std::size_t>(src_line_bytes_, 1)))
         return false;
     std::ranges::fill(blank_line_.items(), std::uint8_t{0});

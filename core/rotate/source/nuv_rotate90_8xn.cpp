@@ -2,7 +2,6 @@
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 
@@ -56,23 +55,20 @@ bool NUV_Rotate90_8xNEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuffer
                                          NUV_DstBuffer* dst, std::int32_t angle,
                                          std::uint32_t block)
 {
-    constexpr auto method = "NUV_Rotate90_8xNEngine::initiate()";
     const NUV_Angle wanted(angle);
 
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     const bool is_integer = header->data_type() == NUV_DataType::u_integer ||
                             header->data_type() == NUV_DataType::s_integer;
     if (!header->is_raw() || header->bits() != 8 * sizeof(T) || !is_integer)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (block == 0 || !wanted.is_quarter_turn())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     rotate_block_ =
         Rotate90Block(wanted.normalized(), sizeof(T) * header->channels(), manager().cpu());
-    return prepare(wanted, block, method);
+    return prepare(wanted, block, initiate_method);
 }
 
 NUV_Engine* NUV_Rotate90_8xN::engine(NUV_Engine* previous, std::int32_t angle, std::uint32_t block)

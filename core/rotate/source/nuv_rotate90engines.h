@@ -16,6 +16,7 @@ namespace nuv {
 // Packed bits.
 class NUV_Rotate90_1Engine final : public NUV_Rotate90PlaneEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Rotate90_1Engine::initiate()";
     using NUV_Rotate90PlaneEngine::NUV_Rotate90PlaneEngine;
 
     bool cleanup() override;
@@ -47,6 +48,7 @@ private:
 template <class T>
 class NUV_Rotate90_8xNEngine final : public NUV_Rotate90PlaneEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Rotate90_8xNEngine::initiate()";
     using NUV_Rotate90PlaneEngine::NUV_Rotate90PlaneEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -65,6 +67,7 @@ private:
 // Runs.
 class NUV_Rotate90QDRLEEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_Rotate90QDRLEEngine::initiate()";
     explicit NUV_Rotate90QDRLEEngine(NUV_Manager& manager) noexcept
         : NUV_ProcessEngine(manager),
           line_(manager)

@@ -2,7 +2,6 @@
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 namespace nuv {
 
@@ -17,17 +16,14 @@ bool NUV_Rotate90QDRLEEngine::cleanup()
 bool NUV_Rotate90QDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                        NUV_DstBuffer* dst, std::int32_t angle)
 {
-    constexpr auto method = "NUV_Rotate90QDRLEEngine::initiate()";
     const NUV_Angle wanted(angle);
 
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!holds_runs(*header) || !checked_run_line_bytes(header->width()))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (!wanted.is_quarter_turn())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     angle_ = wanted.normalized();
     if (wanted.exchanges_sides()) {
@@ -36,7 +32,7 @@ bool NUV_Rotate90QDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
     }
     const auto block_bytes = checked_run_line_bytes(header_.width());
     if (!block_bytes)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     buffer_ = make_initiated<NUV_QDRLEBuffer>(manager(), src, header);
     if (!buffer_)
         return false;

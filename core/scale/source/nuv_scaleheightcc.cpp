@@ -4,7 +4,6 @@
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
-#include "framework/base/nuv_version.h"
 
 #include <cstddef>
 
@@ -14,19 +13,16 @@ namespace {
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleHeightCCEngine final : public NUV_ScaleHeightEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightCCEngine::initiate()";
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height, double a, std::uint16_t bits)
     {
-        constexpr auto method = "NUV_ScaleHeightCCEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
         a_ = a;
         limits_ = NUV_SampleLimits<T>::of_bits(bits);

@@ -3,7 +3,6 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
-#include "framework/base/nuv_version.h"
 
 #include <cstddef>
 
@@ -13,19 +12,16 @@ namespace {
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleHeightLIEngine final : public NUV_ScaleHeightEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightLIEngine::initiate()";
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightLIEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
         samples_per_line_ = std::size_t{header->width()} * header->channels();
         blend_ = choose_blend_lines<T, Weight>(manager().cpu());

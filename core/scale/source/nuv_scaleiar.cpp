@@ -4,7 +4,6 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "framework/base/nuv_held.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -127,21 +126,18 @@ void add_samples(const T* __restrict in, Sum* __restrict sums, std::size_t sampl
 template <IntegerSample T>
 class NUV_ScaleWidthIAREngine final : public NUV_ScaleWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthIAREngine::initiate()";
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        constexpr auto method = "NUV_ScaleWidthIAREngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, method))
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, initiate_method))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         if (source_width_ % width != 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
+            return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
         factor_ = source_width_ / width;
         return !averages_pairs() ||
                pairs_.allocate(manager(), std::size_t{source_width_} * channels_);
@@ -178,21 +174,18 @@ private:
 template <IntegerSample T>
 class NUV_ScaleHeightIAREngine final : public NUV_ScaleHeightEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightIAREngine::initiate()";
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightIAREngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         if (source_height_ % height != 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
+            return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
         factor_ = source_height_ / height;
         samples_ = std::size_t{header->width()} * header->channels();
         if (factor_ == 2)

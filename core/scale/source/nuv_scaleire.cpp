@@ -3,7 +3,6 @@
 #include "core/include/nuv_pixelcopy.h"
 #include "core/include/nuv_scaleframe.h"
 #include "framework/base/nuv_checkedsize.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <cstddef>
@@ -24,29 +23,26 @@ bool widen(NUV_Header& header, std::uint32_t factor) noexcept
 
 class NUV_ScaleWidthIRE8xNBitsEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthIRE8xNBitsEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t factor)
     {
-        constexpr auto method = "NUV_ScaleWidthIRE8xNBitsEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
         const bool served = visit_integer_type(
             *header, []<class T>() { return true; }, [] { return false; });
         if (!served)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         if (factor == 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
+            return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
         factor_ = factor;
         source_width_ = header->width();
         pixel_bytes_ = std::size_t{header->channels()} * header->bits() / 8;
         if (!widen(header_, factor))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return dst->block_bytes(header_.line_bytes());
     }
 
@@ -67,6 +63,7 @@ private:
 
 class NUV_ScaleWidthIRE1BitEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthIRE1BitEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -86,23 +83,20 @@ private:
 bool NUV_ScaleWidthIRE1BitEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                            NUV_DstBuffer* dst, std::uint32_t factor)
 {
-    constexpr auto method = "NUV_ScaleWidthIRE1BitEngine::initiate()";
     constexpr std::size_t byte_values = 256;
 
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!header->is_raw() || header->data_type() != NUV_DataType::u_integer ||
         header->bits() != 1 || header->channels() != 1)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (factor == 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     factor_ = factor;
     source_width_ = header->width();
     if (!widen(header_, factor))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (!table_.allocate(manager(), byte_values * factor))
         return false;
     fill_table();
@@ -156,25 +150,22 @@ bool NUV_ScaleWidthIRE1BitEngine::execute()
 // Commits `factor` lines at once.
 class NUV_ScaleHeightIREEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightIREEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t factor)
     {
-        constexpr auto method = "NUV_ScaleHeightIREEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ProcessEngine::initiate(header, src, dst))
             return false;
         if (!header->is_raw())
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         if (factor == 0)
-            return fail(manager(), NUV_ERR_ARGUMENT, method);
+            return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
         const auto height = checked_product(header->height(), factor);
         const auto block_bytes = checked_product(header->line_bytes(), factor);
         if (!height || !block_bytes)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
         header_.height(*height);
         source_height_ = header->height();

@@ -7,7 +7,6 @@
 #include "core/scale/nuv_scalennqdrle.h"
 #include "core/scale/nuv_scaless.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -63,19 +62,16 @@ private:
 
 class NUV_ScaleWidthNNEngine final : public NUV_ScaleWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthNNEngine::initiate()";
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        constexpr auto method = "NUV_ScaleWidthNNEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, method))
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, initiate_method))
             return false;
         if (!has_movable_samples(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         return pixels_.initiate(manager(), *header, width);
     }
 
@@ -90,19 +86,16 @@ private:
 
 class NUV_ScaleHeightNNEngine final : public NUV_ScaleHeightEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightNNEngine::initiate()";
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightNNEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!has_movable_samples(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         position_ = ratio_ * 0.5;
         return true;
     }
@@ -160,19 +153,16 @@ bool NUV_ScaleHeightNNEngine::deliver(std::uint8_t* out, bool wanted_again)
 
 class NUV_ScaleShrinkNNEngine final : public NUV_ScaleShrinkEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleShrinkNNEngine::initiate()";
     using NUV_ScaleShrinkEngine::NUV_ScaleShrinkEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width, std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleShrinkNNEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleShrinkEngine::initiate(header, src, dst, width, height, method))
+        if (!NUV_ScaleShrinkEngine::initiate(header, src, dst, width, height, initiate_method))
             return false;
         if (!has_movable_samples(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         position_y_ = ratio_y_ * 0.5;
         return pixels_.initiate(manager(), *header, width);
     }

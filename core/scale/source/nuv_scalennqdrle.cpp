@@ -2,7 +2,6 @@
 
 #include "core/include/nuv_scaleframe.h"
 #include "core/qdrle/nuv_qdrlebuffer.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <algorithm>
@@ -131,14 +130,6 @@ public:
     [[nodiscard]] bool execute() override;
 
 protected:
-    // The base, and the header's kind; `method` is told of one that is not an image of runs.
-    [[nodiscard]] bool begin(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                             const char* method)
-    {
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        return NUV_ProcessEngine::initiate(header, src, dst);
-    }
     [[nodiscard]] bool open_source(const NUV_Header* header, std::uint32_t width,
                                    std::uint32_t height);
 
@@ -219,12 +210,13 @@ bool NUV_ScaleQDRLEEngine::write_repeated(std::uint32_t row)
 
 class NUV_ScaleWidthNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
 public:
+    static constexpr auto initiate_method = width_method;
     using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        if (!begin(header, src, dst, width_method))
+        if (!NUV_ProcessEngine::initiate(header, src, dst))
             return false;
         if (width == 0)
             return fail(manager(), NUV_ERR_ARGUMENT, width_method);
@@ -236,12 +228,13 @@ public:
 
 class NUV_ScaleHeightNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
 public:
+    static constexpr auto initiate_method = height_method;
     using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        if (!begin(header, src, dst, height_method))
+        if (!NUV_ProcessEngine::initiate(header, src, dst))
             return false;
         if (height == 0)
             return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleHeightQDRLEEngine::initiate()");
@@ -254,12 +247,13 @@ public:
 // Both sizes at once; refuses like the engine of the pass that comes first.
 class NUV_ScaleNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {
 public:
+    static constexpr auto initiate_method = height_method;
     using NUV_ScaleQDRLEEngine::NUV_ScaleQDRLEEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width, std::uint32_t height)
     {
-        if (!begin(header, src, dst, height_method))
+        if (!NUV_ProcessEngine::initiate(header, src, dst))
             return false;
         if (!is_run_image(*header)) {
             const bool height_first = height < header->height();

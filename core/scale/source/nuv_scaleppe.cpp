@@ -37,18 +37,17 @@ public:
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleWidthPPEEngine final : public NUV_ScaleWidthPPEngine<T> {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthPPEEngine::initiate()";
     using NUV_ScaleWidthPPEngine<T>::NUV_ScaleWidthPPEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        constexpr auto method = "NUV_ScaleWidthPPEEngine::initiate()";
-
-        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width, method))
+        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width, initiate_method))
             return false;
         const std::uint32_t source_width = this->source_width_;
         if (width < source_width)
-            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+            return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
 
         const std::uint32_t channels = this->channels_;
         if (!row_.allocate(this->manager(), source_width, channels, width,
@@ -77,17 +76,16 @@ private:
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleHeightPPEEngine final : public NUV_ScaleHeightPPEngine<T> {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightPPEEngine::initiate()";
     using NUV_ScaleHeightPPEngine<T>::NUV_ScaleHeightPPEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightPPEEngine::initiate()";
-
         if (!NUV_ScaleHeightPPEngine<T>::initiate(header, src, dst, height))
             return false;
         if (height < this->source_height_)
-            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+            return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
         blend_ = choose_blend_lines<T, Weight>(this->manager().cpu());
         walk_.initiate(this->source_height_, height);
         lines_.initiate(src, this->source_height_);

@@ -3,7 +3,6 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "framework/base/nuv_failure.h"
-#include "framework/base/nuv_version.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,19 +31,16 @@ protected:
 template <IntegerSample T>
 class NUV_ScaleWidthPPEngine : public NUV_ScaleWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthPPEngine::initiate()";
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width, const char* derived_method)
     {
-        constexpr auto method = "NUV_ScaleWidthPPEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, derived_method))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         ratio_ = scale_ratio(source_width_, width);
         return true;
     }
@@ -56,19 +52,16 @@ protected:
 template <IntegerSample T>
 class NUV_ScaleHeightPPEngine : public NUV_ScaleHeightEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightPPEngine::initiate()";
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightPPEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         samples_per_line_ = std::size_t{header->width()} * header->channels();
         return true;
     }

@@ -55,18 +55,17 @@ bool sums_are_small(double ratio) noexcept
 template <IntegerSample T>
 class NUV_ScaleWidthPPREngine final : public NUV_ScaleWidthPPEngine<T> {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthPPREngine::initiate()";
     using NUV_ScaleWidthPPEngine<T>::NUV_ScaleWidthPPEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        constexpr auto method = "NUV_ScaleWidthPPREngine::initiate()";
-
-        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width, method))
+        if (!NUV_ScaleWidthPPEngine<T>::initiate(header, src, dst, width, initiate_method))
             return false;
         const std::uint32_t source_width = this->source_width_;
         if (width >= source_width)
-            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+            return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
 
         if (!taps_.allocate(this->manager(), std::size_t{width} + 1))
             return false;
@@ -96,17 +95,16 @@ private:
 template <IntegerSample T, class Sum>
 class NUV_ScaleHeightPPREngine final : public NUV_ScaleHeightPPEngine<T> {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleHeightPPREngine::initiate()";
     using NUV_ScaleHeightPPEngine<T>::NUV_ScaleHeightPPEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
     {
-        constexpr auto method = "NUV_ScaleHeightPPREngine::initiate()";
-
         if (!NUV_ScaleHeightPPEngine<T>::initiate(header, src, dst, height))
             return false;
         if (height >= this->source_height_)
-            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+            return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
         walk_.initiate(this->source_height_, height);
         reduce_ = choose_reduce_area_lines<T, Sum>(this->manager().cpu());
         return first_.allocate(this->manager(), this->samples_per_line_) &&

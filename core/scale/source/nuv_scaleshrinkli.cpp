@@ -4,7 +4,6 @@
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
 #include "framework/base/nuv_held.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +15,7 @@ namespace {
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleShrinkLIEngine final : public NUV_ScaleShrinkEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleShrinkLIEngine::initiate()";
     using NUV_ScaleShrinkEngine::NUV_ScaleShrinkEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -51,14 +51,10 @@ bool NUV_ScaleShrinkLIEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBu
                                              NUV_DstBuffer* dst, std::uint32_t width,
                                              std::uint32_t height)
 {
-    constexpr auto method = "NUV_ScaleShrinkLIEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
-    if (!NUV_ScaleShrinkEngine::initiate(header, src, dst, width, height, method))
+    if (!NUV_ScaleShrinkEngine::initiate(header, src, dst, width, height, initiate_method))
         return false;
     if (!holds_samples_of<T>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     position_y_ = ratio_y_ * 0.5 - 0.5;
     lines_.initiate(src, source_height_);

@@ -1,7 +1,6 @@
 #include "core/scale/nuv_scaless.h"
 
 #include "core/include/nuv_pixelcopy.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <cstddef>
@@ -35,6 +34,7 @@ std::uint32_t kept(std::uint32_t size, std::uint32_t step, std::uint32_t offset)
 
 class NUV_ScaleSSEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleSSEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -51,17 +51,13 @@ private:
 bool NUV_ScaleSSEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                  const NUV_Subsampling& subsampling)
 {
-    constexpr auto method = "NUV_ScaleSSEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (subsampling.step_x == 0 || subsampling.step_y == 0 ||
         subsampling.offset_x >= header->width() || subsampling.offset_y >= header->height())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!header->is_raw() || !has_whole_byte_samples(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     subsampling_ = subsampling;
     pixel_bytes_ = std::size_t{header->channels()} * header->bits() / 8;

@@ -4,7 +4,6 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
 #include "core/scale/source/nuv_taprow.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -15,6 +14,7 @@ namespace {
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleWidthCCEngine final : public NUV_ScaleWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthCCEngine::initiate()";
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -38,16 +38,12 @@ bool NUV_ScaleWidthCCEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBuf
                                             NUV_DstBuffer* dst, std::uint32_t width, double a,
                                             std::uint16_t bits)
 {
-    constexpr auto method = "NUV_ScaleWidthCCEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
-    if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, method))
+    if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, initiate_method))
         return false;
     if (!holds_samples_of<T>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (std::same_as<R, NUV_FixedReal> && !fits_packed_offsets(source_width_, channels_))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     limits_ = NUV_SampleLimits<T>::of_bits(bits);
     if (!row_.allocate(manager(), source_width_, channels_, width, has_narrow_weights(a)))

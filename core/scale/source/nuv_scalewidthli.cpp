@@ -3,7 +3,6 @@
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
 #include "core/scale/source/nuv_taprow.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -33,22 +32,19 @@ NUV_LinearTaps<ScaleWeight<R>> linear_taps(double position, std::uint32_t i,
 template <IntegerSample T, RealNumber R>
 class NUV_ScaleWidthLIEngine final : public NUV_ScaleWidthEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleWidthLIEngine::initiate()";
     using NUV_ScaleWidthEngine::NUV_ScaleWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width)
     {
-        constexpr auto method = "NUV_ScaleWidthLIEngine::initiate()";
-
-        if (!compatible_version(NUV_VERSION))
-            return fail(manager(), NUV_ERR_VERSION, method);
-        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, method))
+        if (!NUV_ScaleWidthEngine::initiate(header, src, dst, width, initiate_method))
             return false;
         if (!holds_samples_of<T>(*header))
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         const bool narrow = fits_packed_offsets(source_width_, channels_);
         if (std::same_as<R, NUV_FixedReal> && !narrow)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
         if (!row_.allocate(manager(), source_width_, channels_, width, narrow))
             return false;

@@ -1,7 +1,6 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 
 #include "core/shiftdata/source/nuv_shiftdata_kernels.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <cstdlib>
@@ -14,6 +13,8 @@ constexpr std::int32_t most_shift = 31;
 template <WideIntegerSample I, WideIntegerSample O, bool Limit>
 class NUV_ShiftDataEngine final : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method =
+        Limit ? "NUV_ShiftDataWLEngine::initiate()" : "NUV_ShiftDataNLEngine::initiate()";
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -41,20 +42,15 @@ bool NUV_ShiftDataEngine<I, O, Limit>::initiate(const NUV_Header* header, NUV_Sr
                                                 NUV_DstBuffer* dst, const NUV_DataType* type,
                                                 std::int32_t shift)
 {
-    constexpr auto method =
-        Limit ? "NUV_ShiftDataWLEngine::initiate()" : "NUV_ShiftDataNLEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!holds_wide_samples_of<I>(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(type);
     header_.bits(static_cast<std::uint16_t>(8 * sizeof(O)));
     if (!header_.checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     samples_per_line_ = std::size_t{header->width()} * header->channels();
     shift_ = static_cast<unsigned>(std::abs(shift));
     shift_row_ = choose_shift_row<I, O, Limit>(shift);

@@ -1,7 +1,6 @@
 #include "core/storage/nuv_readstorage.h"
 
 #include "core/storage/source/nuv_sampleorder.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_readengine.h"
 
 namespace nuv {
@@ -9,6 +8,7 @@ namespace {
 
 class NUV_ReadStorageEngine final : public NUV_ReadEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReadStorageEngine::initiate()";
     using NUV_ReadEngine::NUV_ReadEngine;
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -30,20 +30,16 @@ bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header
                                      NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
                                      std::int32_t byte_order)
 {
-    constexpr auto method = "NUV_ReadStorageEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
     if (offset < 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     line_gap_ = line_gap;
     byte_order_ = byte_order;
     sample_bytes_ = (header_.bits() + 7U) / 8U;
     raw_ = header_.is_raw();
     if (!storage->to(offset))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method);
     return dst->block_bytes(raw_ ? header_.line_bytes() : manager().default_block_bytes());
 }
 

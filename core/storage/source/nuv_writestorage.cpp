@@ -1,7 +1,6 @@
 #include "core/storage/nuv_writestorage.h"
 
 #include "core/storage/source/nuv_sampleorder.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_writeengine.h"
 #include "framework/io/nuv_fileoutputstorage.h"
 
@@ -14,6 +13,7 @@ constexpr auto execute_method = "NUV_WriteStorageEngine::execute()";
 
 class NUV_WriteStorageEngine final : public NUV_WriteEngine {
 public:
+    static constexpr auto initiate_method = "NUV_WriteStorageEngine::initiate()";
     using NUV_WriteEngine::NUV_WriteEngine;
 
     bool cleanup() override;
@@ -69,14 +69,10 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
                                       std::int32_t line_pad, std::int32_t line_gap,
                                       std::int32_t byte_order)
 {
-    constexpr auto method = "NUV_WriteStorageEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_WriteEngine::initiate(header, src, storage))
         return false;
     if (offset < 0 || line_pad < 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     line_pad_ = line_pad;
     line_gap_ = line_gap;
     byte_order_ = byte_order;
@@ -85,7 +81,7 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     sample_bytes_ = static_cast<std::uint16_t>((header->bits() + 7) / 8);
     last_byte_mask_ = last_byte_mask(*header);
     if (!go_to(offset))
-        return fail(manager(), NUV_ERR_IO, method);
+        return fail(manager(), NUV_ERR_IO, initiate_method);
     const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
     if (line_pad == 0 && line_gap == 0)
         most_held_lines_ = lines_at_a_time(*storage, *header);

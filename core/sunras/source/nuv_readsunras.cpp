@@ -4,7 +4,6 @@
 #include "core/include/nuv_readlineengine.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 namespace nuv {
 namespace {
@@ -12,6 +11,7 @@ namespace {
 // Lines are stored as they are in memory, padded to an even number of bytes.
 class NUV_ReadSunrasEngine final : public NUV_ReadLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ReadSunrasEngine::initiate()";
     using NUV_ReadLineEngine::NUV_ReadLineEngine;
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -30,8 +30,6 @@ private:
 bool NUV_ReadSunrasEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                     NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_ReadSunrasEngine::initiate()");
     if (!NUV_ReadLineEngine::initiate(storage, header, dst))
         return false;
     pad_bytes_ = line_bytes_ & 1;

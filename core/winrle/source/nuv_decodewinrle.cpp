@@ -1,7 +1,6 @@
 #include "core/winrle/nuv_decodewinrle.h"
 
 #include "core/winrle/nuv_winrledecoder.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <optional>
@@ -11,6 +10,7 @@ namespace {
 
 class NUV_DecodeWinRLEEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_DecodeWinRLEEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
@@ -36,14 +36,10 @@ bool is_supported(const NUV_Header& header) noexcept
 bool NUV_DecodeWinRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                       NUV_DstBuffer* dst)
 {
-    constexpr auto method = "NUV_DecodeWinRLEEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!is_supported(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     stream_.source(src);
     if (header->encode_type() == NUV_EncodeType::win_rle8)
         decoder_ = &decoder8_.emplace(stream_, header->width());

@@ -3,7 +3,6 @@
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2/source/nuv_scalei2engine.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
-#include "framework/base/nuv_version.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -13,9 +12,23 @@ namespace {
 
 // Source lines are filtered as they come into a ring of as many lines as the mask has taps; a line
 // of the result is made down these.
+// By taps.
+constexpr const char* fixed_methods[] = {"NUV_ScaleI2FixedRealCore4x4Engine::initiate()",
+                                         "NUV_ScaleI2FixedRealCore5x5Engine::initiate()",
+                                         "NUV_ScaleI2FixedRealCore6x6Engine::initiate()",
+                                         "NUV_ScaleI2FixedRealCore7x7Engine::initiate()",
+                                         "NUV_ScaleI2FixedRealCore8x8Engine::initiate()"};
+constexpr const char* real_methods[] = {
+    "NUV_ScaleI2FloatCore4x4Engine::initiate()", "NUV_ScaleI2FloatCore5x5Engine::initiate()",
+    "NUV_ScaleI2FloatCore6x6Engine::initiate()", "NUV_ScaleI2FloatCore7x7Engine::initiate()",
+    "NUV_ScaleI2FloatCore8x8Engine::initiate()"};
+
 template <class A, int Taps>
 class NUV_ScaleI2CoreEngine final : public NUV_ScaleI2Engine {
 public:
+    static constexpr auto initiate_method =
+        (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed_methods
+                                                       : real_methods)[Taps - scale_i2_least_taps];
     using NUV_ScaleI2Engine::NUV_ScaleI2Engine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -46,25 +59,11 @@ template <class A, int Taps>
 bool NUV_ScaleI2CoreEngine<A, Taps>::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                               NUV_DstBuffer* dst, const NUV_ScaleI2Order& order)
 {
-    constexpr const char* fixed[] = {"NUV_ScaleI2FixedRealCore4x4Engine::initiate()",
-                                     "NUV_ScaleI2FixedRealCore5x5Engine::initiate()",
-                                     "NUV_ScaleI2FixedRealCore6x6Engine::initiate()",
-                                     "NUV_ScaleI2FixedRealCore7x7Engine::initiate()",
-                                     "NUV_ScaleI2FixedRealCore8x8Engine::initiate()"};
-    constexpr const char* real[] = {
-        "NUV_ScaleI2FloatCore4x4Engine::initiate()", "NUV_ScaleI2FloatCore5x5Engine::initiate()",
-        "NUV_ScaleI2FloatCore6x6Engine::initiate()", "NUV_ScaleI2FloatCore7x7Engine::initiate()",
-        "NUV_ScaleI2FloatCore8x8Engine::initiate()"};
-    constexpr const char* method =
-        (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed : real)[Taps - scale_i2_least_taps];
-
-    if (!compatible_version(NUV_EXTENSION_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ScaleI2Engine::initiate(header, src, dst, order, 8 * sizeof(Sample)))
         return false;
     const double stretch = order.table->stretch_x();
     if (order.width < Taps || order.height < Taps || !table_reaches(stretch, Taps))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     const NUV_ScaleI2Sizes widths{source_width_, order.width, ratio_};
     const NUV_ScaleI2Sizes heights{source_height_, order.height, ratio_};

@@ -16,19 +16,17 @@ double scale_i2_ratio(const NUV_Header& source, std::uint32_t width, std::uint32
 bool NUV_ScaleI2Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                  const NUV_ScaleI2Order& order, std::uint16_t sample_bits)
 {
-    constexpr auto method = "NUV_ScaleI2Engine::initiate()";
-
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!takes_scale_i2(*header) || header->bits() != sample_bits)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (order.width == 0 || order.height == 0)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     header_.width(order.width);
     header_.height(order.height);
     const auto line_bytes = header_.checked_line_bytes();
     if (!line_bytes)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     ratio_ = scale_i2_ratio(*header, order.width, order.height);
     source_width_ = header->width();

@@ -24,6 +24,9 @@ struct NUV_ScaleI2Order {
 // Both axes in one engine, by one ratio.
 class NUV_ScaleI2Engine : public NUV_ProcessEngine {
 public:
+    static constexpr std::uint32_t module_version = NUV_EXTENSION_VERSION;
+
+    static constexpr auto initiate_method = "NUV_ScaleI2Engine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
 protected:

@@ -2,7 +2,6 @@
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2/source/nuv_scalei2engine.h"
 #include "extension/scalei2utility/nuv_scalei2smallutility.h"
-#include "framework/base/nuv_version.h"
 
 #include <type_traits>
 
@@ -13,6 +12,9 @@ namespace {
 template <class T>
 class NUV_ScaleI2SmallEngine final : public NUV_ScaleI2Engine {
 public:
+    static constexpr auto initiate_method = std::is_same_v<T, std::uint8_t>
+                                                ? "NUV_ScaleI2FixedRealSmallEngine::initiate()"
+                                                : "NUV_ScaleI2FloatSmallEngine::initiate()";
     using NUV_ScaleI2Engine::NUV_ScaleI2Engine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -30,16 +32,10 @@ template <class T>
 bool NUV_ScaleI2SmallEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                          NUV_DstBuffer* dst, const NUV_ScaleI2Order& order)
 {
-    constexpr auto method = std::is_same_v<T, std::uint8_t>
-                                ? "NUV_ScaleI2FixedRealSmallEngine::initiate()"
-                                : "NUV_ScaleI2FloatSmallEngine::initiate()";
-
-    if (!compatible_version(NUV_EXTENSION_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_ScaleI2Engine::initiate(header, src, dst, order, 8 * sizeof(T)))
         return false;
     if (ratio_ > 1) // boxes without a pixel
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
     maximum_ = NUV_SampleLimits<T>::of_bits(order.bits).maximum;
     return columns_.initiate(manager(), source_width_, order.width, ratio_) &&

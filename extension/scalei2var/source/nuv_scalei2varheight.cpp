@@ -2,7 +2,6 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
 #include "extension/scalei2var/nuv_scalei2var.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <type_traits>
@@ -14,6 +13,8 @@ namespace {
 template <class A>
 class NUV_ScaleI2VARHeightEngine : public NUV_ProcessEngine {
 public:
+    static constexpr std::uint32_t module_version = NUV_EXTENSION_VERSION;
+
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
 protected:
@@ -66,33 +67,32 @@ bool NUV_ScaleI2VARHeightEngine<A>::initiate(const NUV_Header* header, NUV_SrcBu
            src->block_bytes(header->line_bytes()) && dst->block_bytes(header_.line_bytes());
 }
 
+// By taps.
+constexpr const char* fixed_methods[] = {"NUV_ScaleI2VARHeightFixedReal4MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARHeightFixedReal5MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARHeightFixedReal6MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARHeightFixedReal7MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARHeightFixedReal8MaskEngine::initiate()"};
+constexpr const char* real_methods[] = {"NUV_ScaleI2VARHeightFloat4MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARHeightFloat5MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARHeightFloat6MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARHeightFloat7MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARHeightFloat8MaskEngine::initiate()"};
+
 template <class A, int Taps>
 class NUV_ScaleI2VARHeightMaskEngine final : public NUV_ScaleI2VARHeightEngine<A> {
 public:
+    static constexpr auto initiate_method =
+        (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed_methods
+                                                       : real_methods)[Taps - scale_i2_least_taps];
     using NUV_ScaleI2VARHeightEngine<A>::NUV_ScaleI2VARHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height, std::uint16_t bits,
                                 const NUV_CubicSplineTable* table)
     {
-        constexpr const char* fixed[] = {"NUV_ScaleI2VARHeightFixedReal4MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARHeightFixedReal5MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARHeightFixedReal6MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARHeightFixedReal7MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARHeightFixedReal8MaskEngine::initiate()"};
-        constexpr const char* real[] = {"NUV_ScaleI2VARHeightFloat4MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARHeightFloat5MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARHeightFloat6MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARHeightFloat7MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARHeightFloat8MaskEngine::initiate()"};
-        constexpr const char* method =
-            (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed
-                                                           : real)[Taps - scale_i2_least_taps];
-
-        if (!compatible_version(NUV_EXTENSION_VERSION))
-            return fail(this->manager(), NUV_ERR_VERSION, method);
         if (!NUV_ScaleI2VARHeightEngine<A>::initiate(header, src, dst, height, bits, *table, Taps,
-                                                     method))
+                                                     initiate_method))
             return false;
         lines_.initiate(src, header->height());
         return true;

@@ -1,7 +1,6 @@
 #include "core/include/nuv_interpolationtable.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
 #include "extension/scalei2var/nuv_scalei2var.h"
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 
 #include <type_traits>
@@ -13,6 +12,9 @@ namespace {
 template <class A>
 class NUV_ScaleI2VARWidthEngine : public NUV_ProcessLineToLineEngine {
 public:
+    static constexpr auto initiate_method = "NUV_ScaleI2VARWidthEngine::initiate()";
+    static constexpr std::uint32_t module_version = NUV_EXTENSION_VERSION;
+
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
 protected:
@@ -38,12 +40,10 @@ bool NUV_ScaleI2VARWidthEngine<A>::initiate(const NUV_Header* header, NUV_SrcBuf
                                             const NUV_CubicSplineTable& table, std::uint32_t taps,
                                             const char* member)
 {
-    constexpr auto method = "NUV_ScaleI2VARWidthEngine::initiate()";
-
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
     if (!has_scale_i2_samples(*header) || header->bits() != 8 * sizeof(typename A::Sample))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (header->width() < taps)
         return fail(manager(), NUV_ERR_UNSUPPORTED, member);
     if (width < taps || !table_reaches(table.stretch_x(), taps))
@@ -55,39 +55,38 @@ bool NUV_ScaleI2VARWidthEngine<A>::initiate(const NUV_Header* header, NUV_SrcBuf
     header_.bits(8 * sizeof(typename A::Middle));
     const auto line_bytes = header_.checked_line_bytes();
     if (!line_bytes)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     const NUV_ScaleI2Sizes sizes{header->width(), width,
                                  static_cast<double>(width) / header->width()};
     return filter_.initiate(manager(), table, table.stretch_x(), sizes, taps, header->channels()) &&
            dst->block_bytes(*line_bytes);
 }
 
+// By taps.
+constexpr const char* fixed_methods[] = {"NUV_ScaleI2VARWidthFixedReal4MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARWidthFixedReal5MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARWidthFixedReal6MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARWidthFixedReal7MaskEngine::initiate()",
+                                         "NUV_ScaleI2VARWidthFixedReal8MaskEngine::initiate()"};
+constexpr const char* real_methods[] = {"NUV_ScaleI2VARWidthFloat4MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARWidthFloat5MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARWidthFloat6MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARWidthFloat7MaskEngine::initiate()",
+                                        "NUV_ScaleI2VARWidthFloat8MaskEngine::initiate()"};
+
 template <class A, int Taps>
 class NUV_ScaleI2VARWidthMaskEngine final : public NUV_ScaleI2VARWidthEngine<A> {
 public:
+    static constexpr auto initiate_method =
+        (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed_methods
+                                                       : real_methods)[Taps - scale_i2_least_taps];
     using NUV_ScaleI2VARWidthEngine<A>::NUV_ScaleI2VARWidthEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width, const NUV_CubicSplineTable* table)
     {
-        constexpr const char* fixed[] = {"NUV_ScaleI2VARWidthFixedReal4MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARWidthFixedReal5MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARWidthFixedReal6MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARWidthFixedReal7MaskEngine::initiate()",
-                                         "NUV_ScaleI2VARWidthFixedReal8MaskEngine::initiate()"};
-        constexpr const char* real[] = {"NUV_ScaleI2VARWidthFloat4MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARWidthFloat5MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARWidthFloat6MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARWidthFloat7MaskEngine::initiate()",
-                                        "NUV_ScaleI2VARWidthFloat8MaskEngine::initiate()"};
-        constexpr const char* method =
-            (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed
-                                                           : real)[Taps - scale_i2_least_taps];
-
-        if (!compatible_version(NUV_EXTENSION_VERSION))
-            return fail(this->manager(), NUV_ERR_VERSION, method);
         return NUV_ScaleI2VARWidthEngine<A>::initiate(header, src, dst, width, *table, Taps,
-                                                      method);
+                                                      initiate_method);
     }
 };
 

@@ -1,6 +1,5 @@
 #include "framework/engine/nuv_bitreverse.h"
 
-#include "framework/base/nuv_version.h"
 #include "framework/engine/nuv_processengine.h"
 
 #include <array>
@@ -23,6 +22,7 @@ constexpr std::array<std::uint8_t, 256> mirrored_bytes = [] {
 
 class NUV_BitReverseEngine final : public NUV_ProcessEngine {
 public:
+    static constexpr auto initiate_method = "NUV_BitReverseEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
@@ -33,8 +33,6 @@ public:
 bool NUV_BitReverseEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                     NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_BitReverseEngine::initiate()");
     return NUV_ProcessEngine::initiate(header, src, dst) && dst->block_bytes(src->block_bytes());
 }
 

@@ -2,13 +2,13 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/base/nuv_version.h"
 
 namespace nuv {
 namespace {
 
 class NUV_RewriteHeaderEngine final : public NUV_NopEngine {
 public:
+    static constexpr auto initiate_method = "NUV_RewriteHeaderEngine::initiate()";
     using NUV_NopEngine::NUV_NopEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
@@ -18,16 +18,12 @@ public:
 bool NUV_RewriteHeaderEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                        NUV_DstBuffer* dst, const NUV_Header* new_header)
 {
-    constexpr auto method = "NUV_RewriteHeaderEngine::initiate()";
-
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, method);
     if (!NUV_NopEngine::initiate(header, src, dst))
         return false;
     if (!new_header)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!new_header->checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (new_header->is_raw()) {
         const std::uint32_t line = new_header->line_bytes();
         const bool source_set = src->block_bytes(line);
@@ -42,8 +38,6 @@ bool NUV_RewriteHeaderEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
 
 bool NUV_NopEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst)
 {
-    if (!compatible_version(NUV_VERSION))
-        return fail(manager(), NUV_ERR_VERSION, "NUV_NopEngine::initiate()");
     return NUV_ProcessEngine::initiate(header, src, dst) && dst->block_bytes(src->block_bytes());
 }
 

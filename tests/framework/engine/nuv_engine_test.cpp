@@ -351,5 +351,31 @@ TEST(NoOutputEngine, IsTheEndOfAChain)
 static_assert(compatible_version(NUV_VERSION) && compatible_version(NUV_EXTENSION_VERSION));
 static_assert(!compatible_version(0x01050000) && !compatible_version(0x01040201));
 
+class NUV_LaterEngine final : public NUV_NopEngine {
+public:
+    static constexpr auto initiate_method = "NUV_LaterEngine::initiate()";
+    static constexpr std::uint32_t module_version = 0x01050000;
+    using NUV_NopEngine::NUV_NopEngine;
+};
+
+class NUV_Later final : public NUV_EngineCreator {
+public:
+    using NUV_EngineCreator::NUV_EngineCreator;
+    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous)
+    {
+        return append_new<NUV_LaterEngine>(*previous);
+    }
+};
+
+TEST(EngineCreator, RefusesAnEngineOfALaterInterfaceUnderItsOwnName)
+{
+    NUV_TestChain chain;
+    chain.blank_source({});
+    EXPECT_FALSE(chain.append<NUV_Later>());
+    EXPECT_EQ(chain.status().code, NUV_ERR_VERSION);
+    EXPECT_STREQ(chain.status().method, "NUV_LaterEngine::initiate()");
+    EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+}
+
 } // namespace
 } // namespace nuv
