@@ -15,8 +15,9 @@ namespace nuv {
 
 // Writes one picture, line by line: baseline sequential with the standard Huffman tables, or
 // lossless. The calls in order: open_coder, create, set_format, set_lossless for that kind,
-// start_encode, write_line for each line, finish. It holds one MCU row of pixels, which is a line
-// of a lossless picture, and its coded bytes; all memory is taken in start_encode.
+// start_encode, write_line for each line, finish. The coding is that of one of two processes. It
+// holds one MCU row of pixels, which is a line of a lossless picture, and its coded bytes; all
+// memory is taken in start_encode.
 class NUV_JPEGEncoder {
 public:
     using SourceColor = NUV_JPEGSequentialEncoder::SourceColor;
