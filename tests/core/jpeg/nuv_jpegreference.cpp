@@ -59,7 +59,7 @@ void set_up(jpeg_compress_struct& coder, const JPEGTestPicture& picture,
     jpeg_set_defaults(&coder);
     jpeg_set_colorspace(&coder, coder.in_color_space);
     jpeg_set_quality(&coder, settings.quality, TRUE);
-    coder.write_JFIF_header = settings.writes_jfif ? TRUE : FALSE;
+    coder.write_JFIF_header = FALSE;
     coder.write_Adobe_marker = FALSE;
     coder.optimize_coding = settings.optimises ? TRUE : FALSE;
     coder.dct_method = JDCT_ISLOW;

@@ -24,7 +24,6 @@ struct JPEGReferenceSettings {
     // The components of each scan, as "0 1;2", and of a progressive one its band and its bits
     // behind a colon, as "0: 1 63 0 2". Empty for one scan, or the reference's own progression.
     std::string scans = {};
-    bool writes_jfif = false;
     int adobe_transform = -1; // below 0 for no Adobe segment
 };
 
