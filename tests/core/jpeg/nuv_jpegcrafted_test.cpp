@@ -64,7 +64,7 @@ Stream run_behind_48_zeros(int symbol)
     JPEGCraft craft;
     craft.quantisers().categories().symbols(0x10, {0x00, 0xF0, symbol});
     craft.frame(0xC0, 8, 8, 8, {0x11}).scan({1});
-    return craft.bits(0, 5).bits(0b001'001'001'010, 12).bits(1, 1).bits(0, 60).end();
+    return craft.bits(0, 5).bits(0b001'001'001'010, 12).bits(1, 1).bits(0, 30).bits(0, 30).end();
 }
 
 std::vector<Refusal> header_refusals()
