@@ -60,20 +60,15 @@ template <class O>
 
 TEST(PixelValues, OfConversions)
 {
+    using Words = std::vector<std::int16_t>;
     const Bytes bytes{200, 3};
     EXPECT_EQ(result<std::uint8_t>(bytes, converting(u, 8, 1.5, 0)), (Bytes{255, 5}));
-    EXPECT_EQ(result<std::int16_t>(bytes, converting(s, 16, 16, 0)),
-              (std::vector<std::int16_t>{3200, 48}));
-    const std::vector<std::int16_t> words{-3, -1, 1, 3};
-    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1.5, 0)),
-              (std::vector<std::int16_t>{-5, -2, 2, 5}))
-        << "halves go away from zero";
-    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 0.5, 0)),
-              (std::vector<std::int16_t>{-1, 0, 1, 2}))
-        << "or up, where bits are shifted";
-    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1, 0.7)),
-              (std::vector<std::int16_t>{-2, 0, 1, 3}))
-        << "and offsets are cut off";
+    EXPECT_EQ(result<std::int16_t>(bytes, converting(s, 16, 16, 0)), (Words{3200, 48}));
+    // Halves go away from zero, or up where bits are shifted; offsets are cut off.
+    const Words words{-3, -1, 1, 3};
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1.5, 0)), (Words{-5, -2, 2, 5}));
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 0.5, 0)), (Words{-1, 0, 1, 2}));
+    EXPECT_EQ(result<std::int16_t>(words, converting(s, 16, 1, 0.7)), (Words{-2, 0, 1, 3}));
     const auto numbers = result<double>(words, converting(real, 64, infinity, 1));
     EXPECT_EQ(numbers[0], std::numeric_limits<double>::lowest());
     EXPECT_EQ(numbers[3], std::numeric_limits<double>::max());
@@ -167,25 +162,12 @@ TEST(PixelValues, OfInversion)
     EXPECT_EQ(bits_result<std::uint8_t>(run_description(5, 2), runs, appending<NUV_Not>()), wanted);
 }
 
-[[nodiscard]] NUV_Append constant(NUV_TestImage image, std::vector<double> color)
-{
-    return [=](NUV_TestChain& chain) {
-        NUV_Header header(chain.manager());
-        header.width(image.width);
-        header.height(image.height);
-        header.channels(image.channels);
-        header.bits(image.bits);
-        header.data_type(image.data_type);
-        chain.last(NUV_ConstantColor(chain.manager()).engine(&header, color));
-        return chain.last() != nullptr;
-    };
-}
-
 TEST(PixelValues, OfConstants)
 {
-    const auto made = []<class T>(const NUV_TestImage& image, std::vector<double> color) {
+    const auto made = []<class T>(const NUV_TestImage& image, const std::vector<double>& color) {
         NUV_TestChain chain;
-        EXPECT_TRUE(constant(image, std::move(color))(chain));
+        chain.blank_source(image); // whose header it is
+        chain.last(NUV_ConstantColor(chain.manager()).engine(&chain.header(), color));
         return chain.run<T>();
     };
     EXPECT_EQ(made.operator()<double>({.bits = 64, .data_type = real}, {0.1}),
