@@ -1,5 +1,6 @@
 #include "core/scale/nuv_scaleengine.h"
 
+#include "core/include/nuv_scaleframe.h"
 #include "framework/base/nuv_failure.h"
 
 namespace nuv {
@@ -59,7 +60,7 @@ bool NUV_ScaleHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* sr
     source_height_ = header->height();
     destination_height_ = height;
     line_bytes_ = header->line_bytes();
-    ratio_ = static_cast<double>(source_height_) / height;
+    ratio_ = scale_ratio(source_height_, height);
     return src->block_bytes(line_bytes_) && dst->block_bytes(line_bytes_);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_scaleframe.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/engine/nuv_processengine.h"
 
@@ -26,8 +27,8 @@ public:
         destination_width_ = width;
         destination_height_ = height;
         channels_ = header->channels();
-        ratio_x_ = static_cast<double>(source_width_) / width;
-        ratio_y_ = static_cast<double>(source_height_) / height;
+        ratio_x_ = scale_ratio(source_width_, width);
+        ratio_y_ = scale_ratio(source_height_, height);
         header_.width(width);
         header_.height(height);
         return src->block_bytes(header->line_bytes()) && dst->block_bytes(header_.line_bytes());
