@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(Table, Operation, ::testing::Range(std::size_t{0}, rows
 
 TEST_P(Operation, DeliversWhatItsModelGives)
 {
-    for (int i = 0; i < 300 && !HasFailure(); ++i)
+    for (int i = 0; i < 200 && !HasFailure(); ++i)
         draw().expect_whole();
 }
 
@@ -95,7 +95,7 @@ TEST_P(Operation, RefusesWhatNoneCanTake)
 TEST(Chains, DeliverWhatTheOperationsGiveOnTheWholeImage)
 {
     std::mt19937 random(2);
-    for (int i = 0; i < 2000 && !::testing::Test::HasFailure(); ++i)
+    for (int i = 0; i < 1000 && !::testing::Test::HasFailure(); ++i)
         NUV_TableChain::draw(rows(), 5, random).expect_whole();
 }
 
