@@ -131,7 +131,9 @@ NUV_DrawnOperation invert(const Image& in, std::mt19937&)
 
 NUV_DrawnOperation limit(const Image& in, std::mt19937& random)
 {
-    const auto draw = [&] { return in.minimum() + std::int64_t(random() % (in.maximum() + 1)); };
+    const auto draw = [&] {
+        return in.minimum() + static_cast<std::int64_t>(random()) % (in.maximum() + 1);
+    };
     const auto [least, most] = std::minmax({draw(), draw()});
     return {appending<NUV_LimitPixelValue>(most, least),
             changed(in, in.without_samples(), [least = least, most = most](std::int64_t sample) {
@@ -143,7 +145,8 @@ NUV_DrawnOperation expand_bits(const Image& in, std::mt19937& random)
 {
     const Image out = of_other_type(in, random);
     const auto draw = [&] {
-        return static_cast<std::int32_t>(out.minimum() + std::int64_t(random() % out.maximum()));
+        return static_cast<std::int32_t>(out.minimum() +
+                                         static_cast<std::int64_t>(random()) % out.maximum());
     };
     const std::int32_t one = draw();
     const std::int32_t zero = draw();
