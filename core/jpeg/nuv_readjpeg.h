@@ -7,6 +7,8 @@
 
 namespace nuv {
 
+class NUV_DecodeJPEGOption;
+
 // Reads a JPEG stream: baseline and progressive ones of 8 bits, lossless ones of 8 and 16, of 1, 3
 // or 4 components. Samples come as they are coded, without any conversion of colours but the one
 // that the info asks for. Where data is missing, lines show the ones above or gray, with
@@ -26,6 +28,11 @@ public:
     // NUV_ERR_BROKEN_DATA for one whose tables are missing or which cannot be what it says.
     [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
                                      std::int32_t scale);
+    // For one of many streams that are read one behind the other: what the engine holds between
+    // its making and its first line, and behind its last, is little. The info was loaded from the
+    // begin of the storage with the option, and is loaded anew for the first line.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
+                                     const NUV_DecodeJPEGOption& option);
 };
 
 // Reads a lossless JPEG stream of 8 to 16 bits. Samples of more than 8 bits come in 16, in their

@@ -32,7 +32,7 @@ bool NUV_DecodeJPEGEngine::is_supported(const NUV_JPEGInfo& info, std::int32_t s
 
 bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                     NUV_DstBuffer* dst, const NUV_JPEGInfo* info,
-                                    std::int32_t scale)
+                                    std::int32_t scale, const NUV_DecodeJPEGOption* reopening)
 {
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
@@ -41,13 +41,20 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     if (!is_supported(*info, scale))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     reference_ = info->internal_reference();
-    return start(scale) && dst->block_bytes(line_bytes_);
+    divisor_ = static_cast<std::uint32_t>(full_scale / scale);
+    if (!start())
+        return false;
+    if (reopening) {
+        reopening_.emplace(*reopening);
+        reference_.reset();
+    }
+    header_.encode_type(NUV_EncodeType::raw);
+    return dst->block_bytes(line_bytes_);
 }
 
-bool NUV_DecodeJPEGEngine::start(std::int32_t scale)
+bool NUV_DecodeJPEGEngine::start()
 {
-    const NUV_JPEGCode code =
-        internal().start_decode(static_cast<std::uint32_t>(full_scale / scale));
+    const NUV_JPEGCode code = internal().start_decode(divisor_);
     if (!internal().raise(code, "initiate()"))
         return false;
     const NUV_JPEGDecoder& decoder = internal().decoder();
@@ -55,11 +62,23 @@ bool NUV_DecodeJPEGEngine::start(std::int32_t scale)
         decoder.components() == header_.channels() && decoder.sample_bytes() * 8 == header_.bits();
     if (!fits) // a header that does not tell of this stream
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
-    header_.encode_type(NUV_EncodeType::raw);
     header_.width(decoder.width());
     header_.height(decoder.height());
     line_bytes_ = header_.line_bytes();
     return true;
+}
+
+bool NUV_DecodeJPEGEngine::reopen()
+{
+    auto opened = storage_->to_begin()
+                      ? make_initiated<NUV_JPEGInfoInternal>(
+                            manager(), storage_, NUV_ColorType::unknown,
+                            reopening_->tables().internal(), reopening_->restart_rows())
+                      : NUV_Held<NUV_JPEGInfoInternal>();
+    if (!opened)
+        return false;
+    reference_ = NUV_JPEGReference(opened.release());
+    return start();
 }
 
 bool NUV_DecodeJPEGEngine::cleanup()
@@ -72,7 +91,7 @@ bool NUV_DecodeJPEGEngine::execute()
 {
     constexpr auto method = "NUV_DecodeJPEGEngine::execute()";
 
-    if (line_ >= header_.height())
+    if (line_ >= header_.height() || (!reference_ && !reopen()))
         return false;
     ++line_;
     void* out = dst_buffer_->get();
@@ -86,6 +105,8 @@ bool NUV_DecodeJPEGEngine::execute()
     }
     if (is_warning(code))
         warn(manager(), NUV_WARN_BROKEN_DATA, method);
+    if (reopening_ && line_ == header_.height())
+        reference_.reset();
     return dst_buffer_->release(line_bytes_);
 }
 

@@ -19,7 +19,15 @@ NUV_Engine* NUV_ReadJPEG::engine(NUV_InputStorage* storage, const NUV_JPEGInfo* 
 {
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
-    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, scale);
+    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, scale, nullptr);
+}
+
+NUV_Engine* NUV_ReadJPEG::engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
+                                 const NUV_DecodeJPEGOption& option)
+{
+    if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
+    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, option.scale(), &option);
 }
 
 NUV_Engine* NUV_ReadLosslessJPEG::engine(NUV_InputStorage* storage)
@@ -43,7 +51,8 @@ NUV_Engine* NUV_ReadLosslessJPEG::engine(NUV_InputStorage* storage, const NUV_JP
         return nullptr;
     if (header.bits() > 8)
         header.bits(16);
-    return append_reader<NUV_DecodeJPEGEngine>(storage, &header, info, NUV_JPEGInfo::full_scale);
+    return append_reader<NUV_DecodeJPEGEngine>(storage, &header, info, NUV_JPEGInfo::full_scale,
+                                               nullptr);
 }
 
 } // namespace nuv
