@@ -47,6 +47,7 @@ ALLOWED_TOPS = {
 ROOM_RANK = {
     "core/jpeg": {"stream": 0, "kernels": 1, "decode": 2, "encode": 2, "source": 3},
     "core/scale": {"kernels": 0, "source": 1},
+    "core/tiff": {"structure": 0, "source": 1},
 }
 PUBLIC_HEADER = "wrapper/nuv_wrapper.h"
 

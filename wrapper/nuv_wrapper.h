@@ -69,6 +69,8 @@ class DataType {};
 
 // What an image is: reported by GetSrcImgInfo() and GetImgInfo(), stated by the caller for
 // ReadRaster(param), ReadStorage() and ReadStoragePlanar().
+// The description of a stored picture is that of its samples as they are stored: samples of a TIFF
+// picture of 4 bits come out as 8, and its extra samples, which are counted here, do not come out.
 struct ImageParam {
     std::uint32_t width;     // pixels
     std::uint32_t height;    // lines

@@ -43,8 +43,9 @@ private:
     NUV_InputStorage* storage_ = nullptr;
     std::uint32_t page_ = 0;
     std::int32_t start_ = 0;
-    NUV_Status entry_; // what stood before the search
-    NUV_Status kept_;  // that, and what refusing probes have raised
+    bool is_over_ = false; // the format is known, and its reader has failed
+    NUV_Status entry_;     // what stood before the search
+    NUV_Status kept_;      // that, and what refusing probes have raised
 };
 
 } // namespace nuv

@@ -3,9 +3,11 @@
 #include "tools/nuv/nuv_outputfile.h"
 #include "tools/nuv/nuv_source.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace nuv_tool {
 
@@ -74,6 +76,25 @@ Problem read_raw(const ConvertRequest& request, NuvWrapperClass& job, ImageParam
     return {};
 }
 
+// Extra samples of a pixel are described but not delivered, and only reading tells how many there
+// are: one pixel of the picture, in bytes.
+void find_delivered_channels(const std::string& path, ImageParam& picture)
+{
+    constexpr std::size_t most_bytes = std::size_t{65535} * 4;
+    std::vector<unsigned char> pixel(most_bytes);
+    NuvWrapperClass trial;
+    trial.SetSrcFile(path.c_str());
+    trial.SetDstMemory(pixel.data(), static_cast<int>(pixel.size()));
+    trial.ReadRaster();
+    trial.ScaleNN(1, 1);
+    trial.WriteStorage(nullptr);
+    trial.Execute();
+    int written = 0;
+    const int sample_bytes = picture.bits / 8;
+    if (trial.GetWrittenSize(&written) == 0 && written > 0 && written % sample_bytes == 0)
+        picture.channels = static_cast<std::uint16_t>(written / sample_bytes);
+}
+
 Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImageParam& picture)
 {
     if (request.planar_input)
@@ -81,11 +102,18 @@ Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImagePa
     if (Problem problem = describe_source(request.source, picture))
         return problem;
     job.SetSrcFile(request.source.c_str());
-    if (const int result = job.ReadRaster(); result != 0)
-        return request.source + ": " + std::string{reading_problem(result)};
-    // Samples of 9 to 15 bits come as 16.
-    if (picture.bits > 8 && picture.bits < 16)
-        picture.bits = 16;
+    if (const int result = job.ReadRaster(); result != 0) {
+        // It could be described.
+        const bool is_unserved = static_cast<std::uint32_t>(result) == 0x81000000;
+        return request.source + ": " +
+               std::string{is_unserved ? "is stored in a way that is not read"
+                                       : reading_problem(result)};
+    }
+    // Samples of 2 to 7 bits come as 8, those of 9 to 15 as 16.
+    if (picture.bits > 1 && picture.bits < 16)
+        picture.bits = picture.bits > 8 ? 16 : 8;
+    if (picture.color == ColorType::eUnknown && picture.channels > 1 && picture.bits > 1)
+        find_delivered_channels(request.source, picture);
     return {};
 }
 

@@ -48,6 +48,8 @@ std::int32_t format_code(const NUV_EncodeType* tag) noexcept
 {
     if (tag == NUV_EncodeType::raw)
         return Format::eRaw;
+    if (tag == NUV_EncodeType::jpeg)
+        return Format::eJPEG;
     if (tag == NUV_EncodeType::jpeg2000)
         return Format::eJPEG2000;
     return Format::eOther;

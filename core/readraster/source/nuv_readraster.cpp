@@ -1,7 +1,10 @@
 #include "core/readraster/nuv_readraster.h"
 
 #include "core/readraster/source/nuv_formatlist.h"
+#include "core/tiff/nuv_readtiff.h"
+#include "core/tiff/nuv_tiffinfo.h"
 #include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_held.h"
 
 namespace nuv {
 namespace {
@@ -30,8 +33,10 @@ NUV_Engine* NUV_ReadRaster::engine(NUV_InputStorage* storage, std::uint32_t page
         if (NUV_Engine* found = engine_single_image(storage))
             return found;
     }
-    if (NUV_Engine* found = engine_tiff(storage, page))
-        return found;
+    if (!is_over_) {
+        if (NUV_Engine* found = engine_tiff(storage, page))
+            return found;
+    }
     end_search(method);
     return nullptr;
 }
@@ -81,14 +86,28 @@ NUV_FormatInfo* NUV_ReadRaster::format_info_single_image(NUV_InputStorage* stora
 }
 
 // The format with several images to a file is tried behind all others, and alone for a page above
-// 0. This build has none.
-NUV_Engine* NUV_ReadRaster::engine_tiff(NUV_InputStorage*, std::uint32_t)
+// 0.
+NUV_Engine* NUV_ReadRaster::engine_tiff(NUV_InputStorage* storage, std::uint32_t page)
 {
-    return nullptr;
+    begin_probe();
+    NUV_TIFFInfo info(manager());
+    if (!info.load(storage, page)) {
+        keep_refusal();
+        return nullptr;
+    }
+    NUV_Engine* engine = NUV_ReadTIFF(manager()).engine(storage, &info, /*to_qdrle=*/false);
+    if (!engine)
+        keep_reader_failure();
+    return engine;
 }
 
-NUV_FormatInfo* NUV_ReadRaster::format_info_tiff(NUV_InputStorage*, std::uint32_t)
+NUV_FormatInfo* NUV_ReadRaster::format_info_tiff(NUV_InputStorage* storage, std::uint32_t page)
 {
+    begin_probe();
+    NUV_Held<NUV_TIFFInfo> info = make_object<NUV_TIFFInfo>(manager());
+    if (info && info->load(storage, page))
+        return info.release();
+    keep_refusal();
     return nullptr;
 }
 
@@ -108,6 +127,7 @@ void NUV_ReadRaster::begin_search(NUV_InputStorage* storage, std::uint32_t page)
     storage_ = storage;
     page_ = page;
     start_ = storage->position();
+    is_over_ = false;
     entry_ = manager().status();
     kept_ = entry_;
 }
@@ -134,6 +154,7 @@ void NUV_ReadRaster::keep_refusal()
 void NUV_ReadRaster::keep_reader_failure()
 {
     kept_ = manager().status();
+    is_over_ = true;
     static_cast<void>(storage_->to(start_));
 }
 

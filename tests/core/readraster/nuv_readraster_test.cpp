@@ -99,7 +99,7 @@ TEST(ReadRaster, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
         {"no signature", Bytes(99, 1), 0, 0, unsupported, search},
         {"nonsense behind one", bytes_of("P5 0 1 255\n"), 0, 0, NUV_ERR_INVALID_DATA, last_probe},
         {"page 1 of one", anymap(), 1, 0, unsupported, search},
-        {"page 1 of nothing", {}, 1, 0, unsupported, search},
+        {"page 1 of nothing", {}, 1, 0, NUV_ERR_BROKEN_DATA, "NUV_TIFFImageFileHeaderload()"},
         {"page 1 of a deep lossless stream", lossless_stream(12), 1, 0, unsupported, search},
         {"after a warning", Bytes(9, 1), 0, NUV_WARN_BROKEN_DATA, unsupported, search},
         {"after an error", {}, 0, NUV_ERR_IO, NUV_ERR_IO, "before"},

@@ -1,0 +1,401 @@
+#include "core/tiff/nuv_readtiff.h"
+
+#include "core/align/nuv_aligny.h"
+#include "core/channel/nuv_mergechannel.h"
+#include "core/channel/nuv_selectchannel.h"
+#include "core/lut/nuv_lut.h"
+#include "core/lut/nuv_lutdata.h"
+#include "core/packbits/nuv_decodepackbits.h"
+#include "core/scale/nuv_scaleire.h"
+#include "core/storage/nuv_readstorage.h"
+#include "core/tiff/nuv_convertbits4to8.h"
+#include "core/tiff/nuv_readtiffcode.h"
+#include "core/tiff/nuv_upsamplechroma.h"
+#include "core/tiff/source/nuv_tiffjpegstrips.h"
+#include "core/tiff/source/nuv_tiffstrips.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_held.h"
+#include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_bitreverse.h"
+#include "framework/engine/nuv_nop.h"
+#include "framework/io/nuv_stripcombineinputstorage.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace nuv {
+namespace {
+
+using Compression = NUV_TIFFAttributes::Compression;
+using Photometric = NUV_TIFFAttributes::PhotometricInterpretation;
+
+constexpr auto engine_method = "NUV_ReadTIFF::engine()";
+
+// A coding other than raw samples and JPEG, and the decoder of its strips.
+struct DecoderRow {
+    const NUV_EncodeType* const* encode_type;
+    NUV_Engine* (*append)(NUV_Manager& manager, NUV_Engine* engine);
+};
+
+constexpr DecoderRow decoders[] = {
+    {&NUV_EncodeType::pack_bits,
+     [](NUV_Manager& manager, NUV_Engine* engine) {
+         return NUV_DecodePackBits(manager).engine(engine);
+     }},
+};
+
+bool is_ccitt(const NUV_TIFFInfo& info) noexcept
+{
+    return info.compression == Compression::ccitt_1d || info.compression == Compression::t4 ||
+           info.compression == Compression::t6;
+}
+
+bool has_factors(const NUV_TIFFInfo& info, std::uint32_t across, std::uint32_t down) noexcept
+{
+    return info.ycbcr_subsampling[0] == across && info.ycbcr_subsampling[1] == down;
+}
+
+bool is_read_subsampling(const NUV_TIFFInfo& info) noexcept
+{
+    if (!info.is_subsampled())
+        return true;
+    if (info.compression != Compression::none && info.encode_type() != NUV_EncodeType::jpeg)
+        return false;
+    // The chroma of a plane stands for whole lines.
+    if (info.is_planar() && info.image_length % info.ycbcr_subsampling[1] != 0)
+        return false;
+    return has_factors(info, 2, 1) || has_factors(info, 2, 2) || has_factors(info, 4, 1);
+}
+
+bool is_read_color(const NUV_TIFFInfo& info) noexcept
+{
+    const auto number = static_cast<int>(info.photometric_interpretation);
+    return (number >= 0 && number <= 6) || (number >= 8 && number <= 10);
+}
+
+bool are_read_samples(const NUV_TIFFInfo& info) noexcept
+{
+    const std::uint16_t bits = info.bits_per_sample[0];
+    const bool is_read_depth = bits == 1 || bits == 4 || bits == 8 || bits == 16;
+    return is_read_depth &&
+           std::ranges::all_of(info.bits_per_sample.items(),
+                               [bits](std::uint16_t each) { return each == bits; });
+}
+
+bool is_read_jpeg(const NUV_TIFFInfo& info) noexcept
+{
+    if (info.encode_type() != NUV_EncodeType::jpeg)
+        return true;
+    // The old style has forms without a whole stream, whose tables stand in tags of their own.
+    if (info.compression == Compression::old_jpeg && info.jpeg_interchange_format == 0)
+        return false;
+    return info.channels() == 1 || info.channels() == 3 || info.channels() == 4;
+}
+
+// Strips that make one stream, so that thousands of them need one reader and one decoder.
+bool is_one_stream(const NUV_TIFFInfo& info)
+{
+    const bool can_be = info.compression == Compression::none || is_ccitt(info) ||
+                        info.compression == Compression::pack_bits;
+    return can_be && !info.is_subsampled() &&
+           info.planar_configuration != NUV_TIFFAttributes::PlanarConfiguration::planar &&
+           std::ranges::find(info.strip_byte_counts.items(), 0U) ==
+               info.strip_byte_counts.items().end();
+}
+
+// Channels that the colour has, without extra samples.
+std::uint32_t color_channels(const NUV_TIFFInfo& info) noexcept
+{
+    return info.photometric_interpretation == Photometric::palette
+               ? 1
+               : info.photometric_color()->channels();
+}
+
+} // namespace
+
+bool NUV_ReadTIFF::is_compression_supported(const NUV_TIFFInfo& info) const
+{
+    return info.compression == Compression::none || is_ccitt(info) ||
+           info.compression == Compression::old_jpeg || info.compression == Compression::jpeg ||
+           info.compression == Compression::pack_bits;
+}
+
+NUV_Engine* NUV_ReadTIFF::decode_other(NUV_Engine* engine, const NUV_TIFFInfo&)
+{
+    return engine;
+}
+
+NUV_Engine* NUV_ReadTIFF::engine(NUV_InputStorage* storage, std::uint32_t page,
+                                 NUV_Vector<NUV_Engine*>* extras, bool to_qdrle)
+{
+    NUV_TIFFInfo info(manager());
+    if (info.load(storage, page))
+        return engine(storage, &info, extras, to_qdrle);
+    if (extras)
+        extras->clear();
+    return fail(manager(), NUV_ERR_FORMAT, engine_method);
+}
+
+NUV_Engine* NUV_ReadTIFF::engine(NUV_InputStorage* storage, const NUV_TIFFInfo* info,
+                                 NUV_Vector<NUV_Engine*>* extras, bool to_qdrle)
+{
+    if (extras)
+        extras->clear();
+    if (!check(storage, info))
+        return nullptr;
+    NUV_Vector<NUV_Engine*> engines(manager());
+    NUV_Engine* result =
+        read(storage, *info, engines, to_qdrle) ? arrange(engines, *info, extras) : nullptr;
+    if (!result) {
+        end_engines(engines);
+        if (extras)
+            end_engines(*extras);
+    }
+    return result;
+}
+
+bool NUV_ReadTIFF::check(NUV_InputStorage* storage, const NUV_TIFFInfo* info)
+{
+    constexpr auto method = "NUV_ReadTIFF::check()";
+
+    if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
+        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!check_src_condition(*info))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    return true;
+}
+
+bool NUV_ReadTIFF::check_src_condition(const NUV_TIFFInfo& info)
+{
+    const bool is_laid_out = check_tiff_layout(
+        manager(), info,
+        "NUV_ReadTIFF::check_src_condition()- plane-order but samples-per-pixel == 1.",
+        "NUV_ReadTIFF::check_src_condition() - SubIFD(child images) is not supported. In this "
+        "cace, you can get only primary image.");
+    const bool is_plainly_coded = (info.compression != Compression::t4 ||
+                                   !info.has(NUV_TIFFAttributes::T4Options::uncompressed)) &&
+                                  (info.compression != Compression::t6 ||
+                                   !info.has(NUV_TIFFAttributes::T6Options::uncompressed));
+    // Samples of two bytes would come out the wrong way round.
+    const bool is_in_order = info.byte_order() == NUV_TIFFByteOrder::little_endian ||
+                             info.bits_per_sample[0] <= 8 ||
+                             info.compression != Compression::pack_bits;
+    return is_laid_out && is_compression_supported(info) && is_plainly_coded && is_in_order &&
+           is_read_color(info) && are_read_samples(info) && is_read_subsampling(info) &&
+           is_read_jpeg(info);
+}
+
+// The engines of the strips, of which each delivers raw lines as they are to be joined.
+bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                        NUV_Vector<NUV_Engine*>& engines, bool to_qdrle)
+{
+    if (info.encode_type() == NUV_EncodeType::jpeg)
+        return read_tiff_jpeg_strips(manager(), storage, info, engines);
+    if (is_one_stream(info)) {
+        NUV_Engine* engine = read_combined(storage, info);
+        if (!engine || !engines.push_back(engine))
+            return false;
+    } else {
+        auto strips = NUV_ReadTIFFCode(manager()).engine(storage, &info);
+        engines.swap(strips);
+    }
+    for (std::size_t i = 0; i < engines.size(); ++i) {
+        engines[i] = decode(engines[i], info, to_qdrle);
+        engines[i] = engines[i] ? widen_bits(engines[i], info) : nullptr;
+        engines[i] = engines[i] ? upsample(engines[i], info, i, engines.size()) : nullptr;
+        if (!engines[i])
+            return false;
+    }
+    return !engines.empty();
+}
+
+NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info)
+{
+    const NUV_TIFFStrips strips(info);
+    // Strips behind the image count only where a run may go on from one to the next.
+    const std::size_t count =
+        info.compression == Compression::none ? strips.size() : info.strip_offsets.size();
+    NUV_Vector<std::uint32_t> offsets(manager());
+    NUV_Vector<std::uint32_t> bytes(manager());
+    if (!offsets.copy(info.strip_offsets) || !bytes.copy(info.strip_byte_counts) ||
+        !offsets.resize(count) || !bytes.resize(count))
+        return nullptr;
+    for (std::size_t i = 0; i < count && info.compression == Compression::none; ++i)
+        bytes[i] = strips[i].bytes;
+    const auto stream =
+        make_initiated<NUV_StripCombineInputStorage>(manager(), storage, offsets, bytes);
+    if (!stream)
+        return nullptr;
+    NUV_Engine* engine =
+        NUV_ReadStorage(manager()).engine(stream.get(), &info, 0, 0, tiff_byte_order(info));
+    const bool reverses = info.fill_order == NUV_TIFFAttributes::FillOrder::low_bit_first;
+    return engine && reverses ? NUV_BitReverse(manager()).engine(engine) : engine;
+}
+
+NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool /*to_qdrle*/)
+{
+    if (info.encode_type() == NUV_EncodeType::raw)
+        return engine;
+    for (const DecoderRow& decoder : decoders) {
+        if (info.encode_type() == *decoder.encode_type)
+            return decoder.append(manager(), engine);
+    }
+    if (is_ccitt(info)) {
+        engine->end();
+        return fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
+    }
+    return decode_other(engine, info);
+}
+
+NUV_Engine* NUV_ReadTIFF::widen_bits(NUV_Engine* engine, const NUV_TIFFInfo& info)
+{
+    return info.bits_per_sample[0] == 4 ? NUV_ConvertBits4To8(manager()).engine(engine) : engine;
+}
+
+NUV_Engine* NUV_ReadTIFF::upsample(NUV_Engine* engine, const NUV_TIFFInfo& info, std::size_t index,
+                                   std::size_t strips)
+{
+    if (!info.is_subsampled())
+        return engine;
+    if (!info.is_planar()) {
+        std::uint32_t units = NUV_UpsampleChroma::no_units;
+        if (has_factors(info, 2, 1))
+            units = NUV_UpsampleChroma::units_2x1;
+        else if (has_factors(info, 2, 2))
+            units = NUV_UpsampleChroma::units_2x2;
+        else if (has_factors(info, 4, 1))
+            units = NUV_UpsampleChroma::units_4x1;
+        return NUV_UpsampleChroma(manager()).engine(engine, units);
+    }
+    if (index < strips / info.samples_per_pixel)
+        return engine;
+    NUV_Engine* wide = NUV_ScaleWidthIRE(manager()).engine(engine, info.ycbcr_subsampling[0]);
+    return wide ? NUV_ScaleHeightIRE(manager()).engine(wide, info.ycbcr_subsampling[1]) : nullptr;
+}
+
+// CIE L*a*b* stores a and b with a sign (TIFF 6.0, section 23); our Lab has none.
+NUV_Engine* NUV_ReadTIFF::correct_lab(NUV_Engine* engine, const NUV_TIFFInfo& info)
+{
+    const NUV_Header& header = *engine->header();
+    const std::uint16_t bits = header.bits();
+    if (info.photometric_interpretation != Photometric::cie_lab || info.samples_per_pixel != 3 ||
+        header.channels() != 3 || (bits != 8 && bits != 16))
+        return engine;
+
+    const std::uint32_t entries = std::uint32_t{1} << bits;
+    const std::uint32_t sample_bytes = bits / 8U;
+    const std::uint32_t table_bytes = 3 * entries * sample_bytes;
+    NUV_Scratch<std::uint8_t> table;
+    const auto data = make_object<NUV_LutData>(manager());
+    if (!data || !table.allocate(manager(), table_bytes))
+        return nullptr;
+    for (std::uint32_t i = 0; i < 3 * entries; ++i) {
+        const std::uint32_t shift = i < entries ? 0 : entries / 2;
+        const auto value = static_cast<std::uint16_t>((i + shift) % entries);
+        const auto byte = static_cast<std::uint8_t>(value);
+        std::memcpy(table.data() + std::size_t{i} * sample_bytes,
+                    bits == 8 ? static_cast<const void*>(&byte) : &value, sample_bytes);
+    }
+    data->bits = bits;
+    data->channels = 3;
+    data->entries = entries;
+    return data->value(table.data(), table_bytes) ? NUV_Lut(manager()).engine(engine, data.get())
+                                                  : nullptr;
+}
+
+NUV_Engine* NUV_ReadTIFF::align(std::span<NUV_Engine* const> engines)
+{
+    if (engines[0]->header()->encode_type() == NUV_EncodeType::qd_rle)
+        return NUV_AlignYQDRLE(manager()).engine(engines);
+    return NUV_AlignY(manager()).engine(engines);
+}
+
+// Joins strips and planes, and parts off extra samples. Engines that the answer does not stand upon
+// stay in `engines`.
+NUV_Engine* NUV_ReadTIFF::arrange(NUV_Vector<NUV_Engine*>& engines, const NUV_TIFFInfo& info,
+                                  NUV_Vector<NUV_Engine*>* extras)
+{
+    NUV_Engine* result = nullptr;
+    if (info.is_planar()) {
+        result = arrange_planes(engines, info, extras);
+    } else {
+        result = align(engines.items());
+        if (!result)
+            return nullptr;
+        engines.clear();
+        if (!info.extra_samples.empty())
+            result = part_extras(result, info, extras);
+    }
+    result = result ? correct_lab(result, info) : nullptr;
+    if (!result || info.palette().is_empty() || !result->header()->palette().is_empty())
+        return result;
+    // The strips have done without.
+    NUV_Header header(manager());
+    if (!header.copy(*result->header()) || !header.palette().copy(info.palette()))
+        return nullptr;
+    header.color_type(info.color_type());
+    return NUV_RewriteHeader(manager()).engine(result, &header);
+}
+
+NUV_Engine* NUV_ReadTIFF::arrange_planes(NUV_Vector<NUV_Engine*>& engines, const NUV_TIFFInfo& info,
+                                         NUV_Vector<NUV_Engine*>* extras)
+{
+    const std::size_t strips = info.strips_per_plane();
+    const std::size_t colors = color_channels(info);
+    NUV_Vector<NUV_Engine*> planes(manager());
+    bool good = true;
+    for (std::size_t i = 0; good && i < info.channels(); ++i) {
+        const auto plane = engines.items().subspan(i * strips, strips);
+        if (i >= colors && !extras) {
+            for (NUV_Engine* strip : plane)
+                strip->end();
+        } else {
+            NUV_Engine* joined = align(plane);
+            good = joined && (i < colors ? planes : *extras).push_back(joined);
+        }
+        if (good)
+            std::ranges::fill(plane, nullptr);
+    }
+    if (good)
+        engines.clear();
+    NUV_Engine* merged =
+        good ? NUV_MergeChannel(manager()).engine(planes.items(), info.photometric_color())
+             : nullptr;
+    if (!merged)
+        end_engines(planes);
+    return merged ? recolor(merged, info.photometric_color()) : nullptr;
+}
+
+NUV_Engine* NUV_ReadTIFF::part_extras(NUV_Engine* engine, const NUV_TIFFInfo& info,
+                                      NUV_Vector<NUV_Engine*>* extras)
+{
+    const std::uint32_t colors = color_channels(info);
+    const NUV_ColorType* color = info.photometric_color();
+    if (!extras)
+        return NUV_SelectChannel(manager()).engine(engine, 0, colors, color);
+
+    const auto count = static_cast<std::uint32_t>(info.extra_samples.size());
+    auto branches = engine->branch(1 + count);
+    if (branches.empty())
+        return nullptr;
+    bool good = true;
+    for (std::uint32_t i = 0; good && i < count; ++i) {
+        NUV_Engine* extra = NUV_SelectChannel(manager()).engine(branches[1 + i], colors + i,
+                                                                NUV_ColorType::unknown);
+        good = extra && extras->push_back(extra);
+    }
+    return good ? NUV_SelectChannel(manager()).engine(branches[0], 0, colors, color) : nullptr;
+}
+
+NUV_Engine* NUV_ReadTIFF::recolor(NUV_Engine* engine, const NUV_ColorType* color)
+{
+    if (engine->header()->color_type() == color)
+        return engine;
+    NUV_Header header(manager());
+    if (!header.copy(*engine->header()))
+        return nullptr;
+    header.color_type(color);
+    return NUV_RewriteHeader(manager()).engine(engine, &header);
+}
+
+} // namespace nuv

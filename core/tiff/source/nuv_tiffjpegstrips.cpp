@@ -1,0 +1,114 @@
+#include "core/tiff/source/nuv_tiffjpegstrips.h"
+
+#include "core/jpeg/nuv_decodejpeg.h"
+#include "core/jpeg/nuv_readjpeg.h"
+#include "core/storage/nuv_dstengineinputstorage.h"
+#include "core/storage/nuv_readstorage.h"
+#include "core/tiff/nuv_readtiffcode.h"
+#include "core/tiff/source/nuv_tiffstrips.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_bitreverse.h"
+#include "framework/io/nuv_bytearrayinputstorage.h"
+
+namespace nuv {
+namespace {
+
+using Compression = NUV_TIFFAttributes::Compression;
+
+// Builds the engines, all with the same tables.
+class JPEGStrips {
+public:
+    JPEGStrips(NUV_Manager& manager, const NUV_TIFFInfo& info) noexcept
+        : manager_(manager),
+          info_(info),
+          tables_(manager)
+    {}
+
+    [[nodiscard]] bool load_tables();
+    [[nodiscard]] NUV_Engine* read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip);
+
+private:
+    [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage,
+                                                  const NUV_TIFFStrip& strip);
+    [[nodiscard]] std::uint32_t restart_rows() const noexcept;
+
+    NUV_Manager& manager_;
+    const NUV_TIFFInfo& info_;
+    NUV_JPEGTableInfo tables_;
+};
+
+// TIFF Technical Note 2: what the strips have in common.
+bool JPEGStrips::load_tables()
+{
+    if (info_.compression != Compression::jpeg || info_.jpeg_tables.empty())
+        return true;
+    const auto bytes = make_initiated<NUV_ByteArrayInputStorage>(
+        manager_, info_.jpeg_tables.data(), static_cast<std::int32_t>(info_.jpeg_tables.size()));
+    return bytes && tables_.load(bytes.get());
+}
+
+// Old-style streams that are cut into strips begin anew with each of them, and may not say so.
+std::uint32_t JPEGStrips::restart_rows() const noexcept
+{
+    const std::uint64_t end =
+        std::uint64_t{info_.jpeg_interchange_format} + info_.jpeg_interchange_format_length;
+    return info_.compression == Compression::old_jpeg && end < info_.strip_offsets[0]
+               ? info_.rows_per_strip
+               : 0;
+}
+
+NUV_Held<NUV_InputStorage> JPEGStrips::open(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)
+{
+    NUV_Held<NUV_InputStorage> bytes = open_tiff_strip(manager_, storage, strip);
+    if (!bytes || !is_reversed_tiff_strip(info_, *bytes))
+        return bytes;
+    NUV_Header header(manager_);
+    if (!describe_tiff_strip(header, info_))
+        return {};
+    header.width(strip.width);
+    header.height(strip.height);
+    NUV_Engine* stored = NUV_ReadStorage(manager_).engine(bytes.get(), &header, 0, 0, 1);
+    NUV_Engine* turned = stored ? NUV_BitReverse(manager_).engine(stored) : nullptr;
+    if (!turned)
+        return {};
+    return make_initiated<NUV_DstEngineInputStorage>(manager_, turned);
+}
+
+NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)
+{
+    const auto stream = open(storage, strip);
+    if (!stream)
+        return nullptr;
+    NUV_JPEGInfo jpeg(manager_);
+    const NUV_DecodeJPEGOption option(tables_, restart_rows(), NUV_JPEGInfo::full_scale);
+    if (!jpeg.load(stream.get(), NUV_ColorType::unknown, &tables_, option.restart_rows()))
+        return fail(manager_, NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
+    if (jpeg.channels() != info_.channels() || jpeg.bits() != info_.bits())
+        return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()");
+    // A strip cannot tell its colour itself.
+    if (info_.compression == Compression::jpeg)
+        jpeg.color_type(info_.color_type());
+    return NUV_ReadJPEG(manager_).engine(stream.get(), &jpeg, option);
+}
+
+} // namespace
+
+bool read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
+                           const NUV_TIFFInfo& info, NUV_Vector<NUV_Engine*>& engines)
+{
+    const NUV_TIFFStrips strips(info);
+    if (strips.size() > NUV_ReadTIFFCode::most_strips)
+        return fail(manager, NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()");
+    JPEGStrips jpeg(manager, info);
+    if (!jpeg.load_tables())
+        return false;
+    for (std::size_t i = 0; i < strips.size(); ++i) {
+        NUV_Engine* engine = jpeg.read(storage, strips[i]);
+        if (!engine || !engines.push_back(engine))
+            return false;
+    }
+    return true;
+}
+
+} // namespace nuv

@@ -1,0 +1,172 @@
+#include "core/tiff/source/nuv_tiffstrips.h"
+
+#include "framework/base/nuv_checkedsize.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_engine.h"
+#include "framework/io/nuv_checkedstream.h"
+#include "framework/io/nuv_inputstoragebound.h"
+#include "framework/io/nuv_moveinmoveoutinputstorage.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+namespace nuv {
+namespace {
+
+using Compression = NUV_TIFFAttributes::Compression;
+
+constexpr std::uint64_t last_position = std::numeric_limits<std::int32_t>::max();
+
+// A stored strip begins with the marker of a JPEG stream. Leaves the storage where it was.
+bool begins_as_jpeg(NUV_InputStorage& strip)
+{
+    std::uint8_t begin[2] = {};
+    const bool is_jpeg = read_exactly(strip, begin, 2) && begin[0] == 0xFF && begin[1] == 0xD8;
+    strip.to_begin();
+    return is_jpeg;
+}
+
+} // namespace
+
+NUV_TIFFStrips::NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept
+    : info_(info),
+      is_one_stream_(info.compression == Compression::old_jpeg),
+      planes_(info.is_planar() ? info.samples_per_pixel : 1),
+      per_plane_(is_one_stream_ ? 1 : info.strips_per_plane())
+{}
+
+NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
+{
+    if (is_one_stream_)
+        return jpeg_stream();
+    const std::size_t plane = index / per_plane_;
+    const std::size_t in_plane = index % per_plane_;
+    const auto lines_above = static_cast<std::uint32_t>(in_plane * info_.rows_per_strip);
+    NUV_TIFFStrip strip = {
+        .offset = info_.strip_offsets[index],
+        .bytes = info_.strip_byte_counts[index],
+        .width = info_.image_width,
+        .height = std::min(info_.rows_per_strip, info_.image_length - lines_above),
+    };
+    if (info_.is_subsampled() && plane > 0) {
+        strip.width /= info_.ycbcr_subsampling[0];
+        strip.height /= info_.ycbcr_subsampling[1];
+    }
+    // What a raw strip has is known: many counts are too small, or count what fills up the strip.
+    if (info_.compression == Compression::none && strip.bytes > 0)
+        strip.bytes = raw_bytes(strip);
+    return strip;
+}
+
+// TIFF 6.0, section 22: the stream of JPEGInterchangeFormat, which some writers end in front of its
+// coded data.
+NUV_TIFFStrip NUV_TIFFStrips::jpeg_stream() const noexcept
+{
+    const std::uint64_t begin = info_.jpeg_interchange_format;
+    std::uint64_t end = begin + info_.jpeg_interchange_format_length;
+    const std::size_t last = info_.strip_offsets.size() - 1;
+    end = std::max(end, std::uint64_t{info_.strip_offsets[last]} + info_.strip_byte_counts[last]);
+    return {.offset = info_.jpeg_interchange_format,
+            .bytes = static_cast<std::uint32_t>(std::min(end - begin, last_position)),
+            .width = info_.image_width,
+            .height = info_.image_length};
+}
+
+std::uint32_t NUV_TIFFStrips::raw_bytes(const NUV_TIFFStrip& strip) const noexcept
+{
+    const std::uint32_t samples = info_.is_planar() ? 1 : info_.samples_per_pixel;
+    std::uint64_t bytes = 0;
+    if (info_.is_subsampled() && !info_.is_planar()) {
+        // Whole units: their luma, one Cb and one Cr.
+        const std::uint64_t across = info_.ycbcr_subsampling[0];
+        const std::uint64_t down = info_.ycbcr_subsampling[1];
+        const std::uint64_t units_across = (strip.width + across - 1) / across;
+        const std::uint64_t units_down = (strip.height + down - 1) / down;
+        const std::uint64_t units = units_across * units_down;
+        bytes = units > last_position ? units : units * (across * down + 2);
+    } else {
+        const auto line = checked_line_bytes(samples, info_.bits_per_sample[0], strip.width);
+        bytes =
+            line.value_or(static_cast<std::uint32_t>(last_position)) * std::uint64_t{strip.height};
+    }
+    return static_cast<std::uint32_t>(std::min(bytes, last_position));
+}
+
+NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager, NUV_InputStorage* storage,
+                                           const NUV_TIFFStrip& strip)
+{
+    const auto size = static_cast<std::uint32_t>(std::max(storage->size(), 0));
+    if (strip.offset > size) {
+        fail(manager, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
+        return {};
+    }
+    // A strip that the storage does not hold whole is as long as it can be: its lines are read
+    // until they end.
+    const std::uint32_t there = size - strip.offset;
+    const std::uint32_t bytes = strip.bytes == 0 ? there : std::min(strip.bytes, there);
+    const auto own = make_initiated<NUV_MoveInMoveOutInputStorage>(
+        manager, storage, static_cast<std::int32_t>(strip.offset));
+    if (!own)
+        return {};
+    return make_initiated<NUV_InputStorageBound>(manager, own.get(),
+                                                 static_cast<std::int32_t>(strip.offset),
+                                                 static_cast<std::int32_t>(bytes));
+}
+
+std::int32_t tiff_byte_order(const NUV_TIFFInfo& info) noexcept
+{
+    const bool is_host_order = (std::endian::native == std::endian::little) ==
+                               (info.byte_order() == NUV_TIFFByteOrder::little_endian);
+    return is_host_order ? 1 : 0;
+}
+
+bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
+{
+    if (info.fill_order != NUV_TIFFAttributes::FillOrder::low_bit_first)
+        return false;
+    // JPEG strips are stored plainly by most writers, whatever the tag says.
+    return info.encode_type() != NUV_EncodeType::jpeg || !begins_as_jpeg(strip);
+}
+
+bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info)
+{
+    // A palette a strip would be much memory. Only what widens samples of 4 bits looks at it, and
+    // what is smaller still stays too.
+    constexpr std::uint16_t most_palette_bits = 4;
+    const bool keeps_palette = info.palette().is_empty() || info.bits() <= most_palette_bits;
+    if (keeps_palette && !header.palette().copy(info.palette()))
+        return false;
+    header.bits(info.bits());
+    header.data_type(info.data_type());
+    header.encode_type(info.encode_type());
+    header.channels(info.is_planar() ? std::uint16_t{1} : info.channels());
+    header.color_type(info.is_planar() || !keeps_palette ? NUV_ColorType::unknown
+                                                         : info.color_type());
+    if (!info.is_planar() && info.is_subsampled() && header.is_raw())
+        header.encode_type(NUV_EncodeType::unknown);
+    return true;
+}
+
+bool check_tiff_layout(NUV_Manager& manager, const NUV_TIFFInfo& info, const char* no_planes,
+                       const char* child_images)
+{
+    if (info.planar_configuration == NUV_TIFFAttributes::PlanarConfiguration::planar &&
+        info.samples_per_pixel == 1)
+        warn(manager, NUV_WARN_INVALID_DATA, no_planes);
+    if (!info.sub_ifds.empty())
+        warn(manager, NUV_WARN_UNSUPPORTED, child_images);
+    return info.tile_width == 0;
+}
+
+void end_engines(NUV_Vector<NUV_Engine*>& engines)
+{
+    for (NUV_Engine* engine : engines.items()) {
+        if (engine)
+            engine->end();
+    }
+    engines.clear();
+}
+
+} // namespace nuv

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/tiff/nuv_tiffinfo.h"
+#include "framework/base/nuv_held.h"
+#include "framework/io/nuv_inputstorage.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace nuv {
+
+// A strip: where it is stored, and the pixels that it holds.
+struct NUV_TIFFStrip {
+    std::uint32_t offset = 0;
+    std::uint32_t bytes = 0; // 0: to the end of the storage
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+// The strips of an image, those of one plane behind those of the other. An image of old-style JPEG
+// is one strip, the stream.
+class NUV_TIFFStrips {
+public:
+    // The info is loaded and lives as long.
+    explicit NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept;
+
+    [[nodiscard]] std::size_t size() const noexcept { return planes_ * per_plane_; }
+    [[nodiscard]] std::size_t per_plane() const noexcept { return per_plane_; }
+    [[nodiscard]] NUV_TIFFStrip operator[](std::size_t index) const noexcept;
+
+private:
+    [[nodiscard]] NUV_TIFFStrip jpeg_stream() const noexcept;
+    // Bytes of the pixels of a raw strip.
+    [[nodiscard]] std::uint32_t raw_bytes(const NUV_TIFFStrip& strip) const noexcept;
+
+    const NUV_TIFFInfo& info_;
+    bool is_one_stream_;
+    std::size_t planes_;
+    std::size_t per_plane_;
+};
+
+// The bytes of a strip as a storage of their own, over a storage that others read from, too.
+// Empty after NUV_ERR_IO for an offset that the storage does not have.
+[[nodiscard]] NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager,
+                                                         NUV_InputStorage* storage,
+                                                         const NUV_TIFFStrip& strip);
+
+// What all strips of an image have in common, but for their sizes: one channel of no colour for a
+// plane, `unknown` for the coding of raw units of luma and chroma, and no palette where the stages
+// behind do without.
+[[nodiscard]] bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info);
+
+// For NUV_ReadStorage: whether samples of the file stand in host order.
+[[nodiscard]] std::int32_t tiff_byte_order(const NUV_TIFFInfo& info) noexcept;
+// The bits of the strip's bytes are stored the other way round. The storage stays at its begin.
+[[nodiscard]] bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip);
+
+// What the two creators look at alike, under their own names: a plane-order without planes and
+// child images, each with a warning, and tiles, which are not read.
+[[nodiscard]] bool check_tiff_layout(NUV_Manager& manager, const NUV_TIFFInfo& info,
+                                     const char* no_planes, const char* child_images);
+
+// Ends engines, and empties the vector.
+void end_engines(NUV_Vector<NUV_Engine*>& engines);
+
+} // namespace nuv
