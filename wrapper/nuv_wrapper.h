@@ -157,8 +157,9 @@ public:
 
     // --- Looking at the source.
 
-    // Fills `param` without reading the pixels and without disturbing a chain that stands. 0, or -1
-    // for null, no source, and data of no known format (`param` is then unchanged).
+    // Fills `param` without reading the pixels. 0, or -1 for null, no source, and data of no known
+    // format (`param` is then unchanged). A chain that stands is not disturbed by data of a known
+    // format; other data leaves an error behind, which stops the chain.
     int GetSrcImgInfo(ImageParam* param);
 
     // --- Reading: the beginning of a chain. What a wrapper had built before is dropped.
@@ -170,7 +171,8 @@ public:
     int ReadRaster();
     // The same, with another meaning given to its channels: param->color 0x10 or 0x11 for one
     // channel, 0x100 or 0x1000 for three; other codes leave the image as its file has it. Of a JFIF
-    // file the colour is not changed, and param->color becomes 0x1000.
+    // file the colour is not changed, and param->color becomes 0x1000. A palette stays with its
+    // image: what follows refuses the picture when the new meaning cannot have one.
     int ReadRaster(ImageParam* param);
     // A stored image if it is recognised, and otherwise raw bytes that `param` describes by width,
     // height, bits, channels, color and format (0 raw; 1 and 2 a JPEG stream). Raw lines start on

@@ -9,17 +9,16 @@
 
 namespace nuv {
 
-// A regular file of less than 2 GiB. Every read is one call of the system: whoever takes single
-// bytes of a large stretch reads it in blocks.
+// A regular file of less than 2 GiB, read ahead in large pieces.
 class NUV_FileInputStorage final : public NUV_InputStorage,
                                    public NUV_NamableImpl<NUV_BasicString<char>>,
-                                   private NUV_PosixStorage<NUV_PosixLowLevelFile> {
+                                   private NUV_PosixStorage<NUV_PosixReadFile> {
 public:
     explicit NUV_FileInputStorage(NUV_Manager& manager) noexcept;
 
     // Null is true and leaves a closed storage. NUV_ERR_IO for a file that is missing, is not
     // regular, is too large, or may not be read.
-    [[nodiscard]] bool initiate(const char* path);
+    [[nodiscard]] bool initiate(const char* path, NUV_ReadAhead ahead = NUV_ReadAhead::yes);
     // Takes over a descriptor, which is closed with the storage. 0 is true and does nothing;
     // NUV_ERR_ARGUMENT for a negative one, NUV_ERR_IO for one that is no regular file of less than
     // 2 GiB. It stays the caller's unless the answer is true.

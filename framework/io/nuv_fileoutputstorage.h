@@ -27,10 +27,12 @@ public:
     [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes) override;
     // What lies between reads as zeros.
     std::int32_t fill(std::int32_t bytes) override;
-    // A file input on the same name.
+    // A file input on the same name, which sees whatever is written later.
     [[nodiscard]] NUV_InputStorage* create_input_storage() override;
     std::int32_t move(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t position() const override;
+    // Each write is a call of the system.
+    [[nodiscard]] std::int32_t worthwhile_bytes() const override { return 16384; }
     [[nodiscard]] std::int32_t size() override;
     bool to_begin() override;
     bool to_end() override;

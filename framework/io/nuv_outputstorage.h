@@ -39,6 +39,9 @@ public:
     [[nodiscard]] virtual bool to(std::int32_t offset);
     [[nodiscard]] virtual bool to_from_end(std::int32_t bytes);
     [[nodiscard]] virtual std::int32_t position() const = 0;
+    // How many bytes are worth a write of their own: smaller ones cost as much as one of so many.
+    // 1 where a call costs nothing beside its bytes.
+    [[nodiscard]] virtual std::int32_t worthwhile_bytes() const { return 1; }
     // Bytes written so far, the high-water mark.
     [[nodiscard]] virtual std::int32_t size() = 0;
     virtual bool to_begin() = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_held.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_streamposition.h"
@@ -10,12 +11,13 @@
 namespace nuv {
 
 enum class NUV_FileUse { reading, writing };
+// `no` is for a file that is written meanwhile: what stands there at a read is what it gives.
+enum class NUV_ReadAhead { no, yes };
 enum class NUV_SeekOrigin { begin, current, end };
 
-// One file of the system. What is written goes out at once; small reads one behind the other are
-// served from one large one, so that a picture of short lines does not cost a call of the system a
-// line. Its positions end at 2^31 - 1. Failures raise NUV_ERR_IO unless an operation says
-// otherwise; a closed file answers -1, 0 or false.
+// One file of the system, each read and write a call of the system. Its positions end at 2^31 - 1.
+// Failures raise NUV_ERR_IO unless an operation says otherwise; a closed file answers -1, 0 or
+// false.
 class NUV_PosixLowLevelFile {
 public:
     explicit NUV_PosixLowLevelFile(NUV_Manager& manager) noexcept : manager_(&manager) {}
@@ -35,6 +37,8 @@ public:
 
     // The bytes that came, fewer than asked for at the end; -1 for a failure before the first one.
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes);
+    // As many as the system gives at once: 0 at the end, -1 for a failure. `bytes` is above 0.
+    [[nodiscard]] std::int32_t read_some(void* into, std::int32_t bytes);
     // The bytes that went out before the end or a failure.
     [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes);
     // The new position, or -1.
@@ -44,18 +48,43 @@ public:
     [[nodiscard]] std::int32_t size() const noexcept;
 
 private:
-    // Up to `bytes` bytes as the system gives them; 0 at the end, below 0 for a failure.
+    NUV_Manager* manager_;
+    std::int32_t descriptor_ = -1;
+    std::int32_t position_ = 0;
+};
+
+// One file for reading. Small reads one behind the other are served from one large one, so that a
+// picture of short lines does not cost a call of the system a line.
+class NUV_PosixReadFile {
+public:
+    explicit NUV_PosixReadFile(NUV_Manager& manager) noexcept : file_(manager), manager_(&manager)
+    {}
+
+    // As those of NUV_PosixLowLevelFile.
+    [[nodiscard]] bool open(const char* name, NUV_FileUse use);
+    [[nodiscard]] bool adopt(std::int32_t descriptor);
+    [[nodiscard]] bool is_closed() const noexcept { return file_.is_closed(); }
+    bool close();
+    [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes);
+    std::int32_t seek(std::int32_t offset, NUV_SeekOrigin origin);
+    [[nodiscard]] std::int32_t position() const noexcept { return file_.position() - held(); }
+    [[nodiscard]] std::int32_t size() const noexcept { return file_.size(); }
+
+    void read_ahead(NUV_ReadAhead ahead) noexcept { reads_ahead_ = ahead == NUV_ReadAhead::yes; }
+
+private:
+    [[nodiscard]] std::int32_t held() const noexcept { return end_ - begin_; }
     [[nodiscard]] std::int32_t read_some(std::uint8_t* to, std::int32_t bytes);
 
     static constexpr std::int32_t ahead_bytes = 16384;
 
+    NUV_PosixLowLevelFile file_;
     NUV_Manager* manager_;
-    std::int32_t descriptor_ = -1;
-    std::int32_t position_ = 0;
-    // What was read already and not asked for yet: the system stands behind it.
-    std::int32_t ahead_begin_ = 0;
-    std::int32_t ahead_end_ = 0;
-    std::uint8_t ahead_[ahead_bytes];
+    bool reads_ahead_ = true;
+    // What was read already and not asked for yet: the file stands behind it.
+    NUV_Scratch<std::uint8_t> ahead_;
+    std::int32_t begin_ = 0;
+    std::int32_t end_ = 0;
 };
 
 // What file storages share.

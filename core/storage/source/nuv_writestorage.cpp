@@ -2,9 +2,9 @@
 
 #include "core/storage/source/nuv_sampleorder.h"
 #include "framework/engine/nuv_writeengine.h"
-#include "framework/io/nuv_fileoutputstorage.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace nuv {
 namespace {
@@ -26,6 +26,7 @@ public:
 private:
     [[nodiscard]] bool go_to(std::int32_t offset);
     [[nodiscard]] bool take_block();
+    [[nodiscard]] bool take_first(std::uint32_t& got);
     [[nodiscard]] bool leave_gap();
     [[nodiscard]] bool write_held();
     [[nodiscard]] bool write_pad();
@@ -51,16 +52,14 @@ private:
     return static_cast<std::uint8_t>(0xFF << (8 - used));
 }
 
-// Each write to a file is a call of the system, so short lines go out several at a time. Storages
-// in memory get every line at once, and so do lines with something between them.
+// Where a write costs more than its bytes, short lines go out several at a time.
 [[nodiscard]] std::uint32_t lines_at_a_time(const NUV_OutputStorage& storage,
                                             const NUV_Header& header)
 {
-    constexpr std::uint32_t usual_bytes = 16384;
-
-    if (!header.is_raw() || dynamic_cast<const NUV_FileOutputStorage*>(&storage) == nullptr)
+    if (!header.is_raw())
         return 1;
-    const std::uint32_t lines = usual_bytes / std::max(header.line_bytes(), std::uint32_t{1});
+    const auto worthwhile = static_cast<std::uint32_t>(storage.worthwhile_bytes());
+    const std::uint32_t lines = worthwhile / std::max(header.line_bytes(), std::uint32_t{1});
     return std::clamp(lines, std::uint32_t{1}, std::max(header.height(), std::uint32_t{1}));
 }
 
@@ -83,10 +82,9 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     if (!go_to(offset))
         return fail(manager(), NUV_ERR_IO, initiate_method);
     const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
-    if (line_pad == 0 && line_gap == 0)
+    if (line_pad == 0 && line_gap == 0) // nothing goes between the lines
         most_held_lines_ = lines_at_a_time(*storage, *header);
-    return src->block_bytes(bytes) &&
-           block_.allocate(manager(), std::size_t{most_held_lines_} * bytes);
+    return src->block_bytes(bytes);
 }
 
 // Beyond the end nothing can be reached: what is missing there is filled up.
@@ -123,10 +121,12 @@ bool NUV_WriteStorageEngine::execute()
 
 bool NUV_WriteStorageEngine::take_block()
 {
-    std::uint8_t* const block = block_.data() + held_bytes_;
     std::uint32_t got = 0;
-    if (!src_buffer_->get(block, &got) || (got == 0 && !raw_))
+    const bool arrived =
+        block_.size() == 0 ? take_first(got) : src_buffer_->get(block_.data() + held_bytes_, &got);
+    if (!arrived || (got == 0 && !raw_))
         return false;
+    std::uint8_t* const block = block_.data() + held_bytes_;
     if (!leave_gap())
         return fail(manager(), NUV_ERR_IO, execute_method);
     if (raw_) {
@@ -137,6 +137,20 @@ bool NUV_WriteStorageEngine::take_block()
             reverse_samples(block, got, sample_bytes_);
     }
     held_bytes_ += got;
+    return true;
+}
+
+// A header alone may state any size: memory is asked for when there is a line to put into it.
+bool NUV_WriteStorageEngine::take_first(std::uint32_t& got)
+{
+    const void* line = src_buffer_->get(&got);
+    if (!line)
+        return false;
+    if (!block_.allocate(manager(), std::size_t{most_held_lines_} * src_buffer_->block_bytes())) {
+        static_cast<void>(src_buffer_->release());
+        return false;
+    }
+    std::memcpy(block_.data(), line, got);
     return true;
 }
 

@@ -8,7 +8,7 @@ NUV_FileInputStorage::NUV_FileInputStorage(NUV_Manager& manager) noexcept
       NUV_PosixStorage(manager)
 {}
 
-bool NUV_FileInputStorage::initiate(const char* path)
+bool NUV_FileInputStorage::initiate(const char* path, NUV_ReadAhead ahead)
 {
     if (!path)
         return true;
@@ -16,6 +16,7 @@ bool NUV_FileInputStorage::initiate(const char* path)
         take_stamp();
     if (!name_.assign(path) || !(name_ == path))
         return false;
+    file_.read_ahead(ahead);
     return open(path, NUV_FileUse::reading);
 }
 

@@ -60,7 +60,7 @@ std::int32_t NUV_FileOutputStorage::fill(std::int32_t bytes)
 
 NUV_InputStorage* NUV_FileOutputStorage::create_input_storage()
 {
-    return make_initiated<NUV_FileInputStorage>(manager(), name()).release();
+    return make_initiated<NUV_FileInputStorage>(manager(), name(), NUV_ReadAhead::no).release();
 }
 
 std::int32_t NUV_FileOutputStorage::move(std::int32_t bytes)

@@ -86,6 +86,8 @@ std::int32_t NUV_MoveInMoveOutMovableInputStream::read(void* into, std::int32_t 
 
 std::int32_t NUV_MoveInMoveOutMovableInputStream::move(std::int32_t bytes)
 {
+    if (bytes == 0 || is_closed())
+        return 0;
     const std::int32_t before = position_;
     position_ = clamped_position(std::int64_t{position_} + bytes, size());
     return position_ - before;

@@ -30,6 +30,22 @@ template <class Call>
            about.st_size <= last_stream_position;
 }
 
+// Piece by piece until all is there, the end or a failure; -1 for a failure before the first byte.
+template <class ReadSome>
+[[nodiscard]] std::int32_t read_all(std::uint8_t* to, std::int32_t bytes, ReadSome read_some)
+{
+    std::int32_t done = 0;
+    while (to && done < bytes) {
+        const std::int32_t got = read_some(to + done, bytes - done);
+        if (got < 0)
+            return done > 0 ? done : -1;
+        if (got == 0)
+            break;
+        done += got;
+    }
+    return done;
+}
+
 } // namespace
 
 bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
@@ -72,54 +88,34 @@ bool NUV_PosixLowLevelFile::close()
     if (is_closed())
         return true;
     position_ = 0;
-    ahead_begin_ = ahead_end_ = 0;
     // Whatever the answer, the descriptor is gone; closing it again could hit someone else's.
     if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR)
         return fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::close()");
     return true;
 }
 
-std::int32_t NUV_PosixLowLevelFile::read_some(std::uint8_t* to, std::int32_t bytes)
+std::int32_t NUV_PosixLowLevelFile::read_some(void* into, std::int32_t bytes)
 {
-    const auto from_system = [this](std::uint8_t* place, std::int32_t count) {
-        return static_cast<std::int32_t>(uninterrupted(
-            [&] { return ::read(descriptor_, place, static_cast<std::size_t>(count)); }));
-    };
-    if (ahead_begin_ == ahead_end_) {
-        if (bytes > ahead_bytes / 2)
-            return from_system(to, bytes);
-        const std::int32_t got = from_system(ahead_, ahead_bytes);
-        if (got < 1)
-            return got;
-        ahead_begin_ = 0;
-        ahead_end_ = got;
+    if (is_closed() || !into)
+        return 0;
+    // A file may have grown past what can be told.
+    const std::int32_t room = std::min(bytes, last_stream_position - position_);
+    if (room < 1)
+        return 0;
+    const ssize_t got =
+        uninterrupted([&] { return ::read(descriptor_, into, static_cast<std::size_t>(room)); });
+    if (got < 0) {
+        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
+        return -1;
     }
-    const std::int32_t taken = std::min(bytes, ahead_end_ - ahead_begin_);
-    std::memcpy(to, ahead_ + ahead_begin_, static_cast<std::size_t>(taken));
-    ahead_begin_ += taken;
-    return taken;
+    position_ += static_cast<std::int32_t>(got);
+    return static_cast<std::int32_t>(got);
 }
 
 std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
 {
-    if (is_closed() || !into)
-        return 0;
-    auto* to = static_cast<std::uint8_t*>(into);
-    // A file may have grown past what can be told.
-    const std::int32_t room = std::min(bytes, last_stream_position - position_);
-    std::int32_t done = 0;
-    while (done < room) {
-        const std::int32_t got = read_some(to + done, room - done);
-        if (got < 0) {
-            fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
-            return done > 0 ? done : -1;
-        }
-        if (got == 0)
-            break;
-        done += got;
-        position_ += got;
-    }
-    return done;
+    return read_all(static_cast<std::uint8_t*>(into), bytes,
+                    [this](std::uint8_t* to, std::int32_t left) { return read_some(to, left); });
 }
 
 std::int32_t NUV_PosixLowLevelFile::write(const void* from, std::int32_t bytes)
@@ -158,10 +154,9 @@ std::int32_t NUV_PosixLowLevelFile::seek(std::int32_t offset, NUV_SeekOrigin ori
     }
     if (at > last_stream_position) {
         fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::position()");
-        lseek(descriptor_, position_ + (ahead_end_ - ahead_begin_), SEEK_SET);
+        lseek(descriptor_, position_, SEEK_SET);
         return -1;
     }
-    ahead_begin_ = ahead_end_ = 0;
     position_ = static_cast<std::int32_t>(at);
     return position_;
 }
@@ -172,6 +167,62 @@ std::int32_t NUV_PosixLowLevelFile::size() const noexcept
     if (is_closed() || fstat(descriptor_, &about) != 0)
         return 0;
     return static_cast<std::int32_t>(std::min<off_t>(about.st_size, last_stream_position));
+}
+
+bool NUV_PosixReadFile::open(const char* name, NUV_FileUse use)
+{
+    begin_ = end_ = 0;
+    return file_.open(name, use);
+}
+
+bool NUV_PosixReadFile::adopt(std::int32_t descriptor)
+{
+    if (!file_.adopt(descriptor))
+        return false;
+    begin_ = end_ = 0;
+    return true;
+}
+
+bool NUV_PosixReadFile::close()
+{
+    begin_ = end_ = 0;
+    return file_.close();
+}
+
+std::int32_t NUV_PosixReadFile::read_some(std::uint8_t* to, std::int32_t bytes)
+{
+    if (held() == 0) {
+        if (!reads_ahead_ || bytes > ahead_bytes / 2)
+            return file_.read_some(to, bytes);
+        if (ahead_.size() == 0 && !ahead_.allocate(*manager_, ahead_bytes))
+            return -1;
+        const std::int32_t got = file_.read_some(ahead_.data(), ahead_bytes);
+        if (got < 1)
+            return got;
+        begin_ = 0;
+        end_ = got;
+    }
+    const std::int32_t taken = std::min(bytes, held());
+    std::memcpy(to, ahead_.data() + begin_, static_cast<std::size_t>(taken));
+    begin_ += taken;
+    return taken;
+}
+
+std::int32_t NUV_PosixReadFile::read(void* into, std::int32_t bytes)
+{
+    return read_all(static_cast<std::uint8_t*>(into), bytes,
+                    [this](std::uint8_t* to, std::int32_t left) { return read_some(to, left); });
+}
+
+// The place that the system knows is behind what is held, so a distance is told from here.
+std::int32_t NUV_PosixReadFile::seek(std::int32_t offset, NUV_SeekOrigin origin)
+{
+    if (origin == NUV_SeekOrigin::current)
+        offset -= held();
+    const std::int32_t at = file_.seek(offset, origin);
+    if (at >= 0)
+        begin_ = end_ = 0;
+    return at;
 }
 
 } // namespace nuv

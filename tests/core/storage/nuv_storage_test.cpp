@@ -221,6 +221,17 @@ TEST_F(ReadWriteStorage, CopiesStreamsOfAnyLength)
     }
 }
 
+TEST_F(ReadWriteStorage, AHeaderWithoutDataTakesNoMemory)
+{
+    NUV_TestChain chain;
+    chain.source_bytes({.width = 1U << 28}, {});
+    auto output = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 16);
+    chain.last(NUV_WriteStorage(chain.manager()).engine(chain.last(), output.get(), 0, 0, 0, 1));
+    ASSERT_NE(chain.last(), nullptr);
+    EXPECT_FALSE(chain.last()->execute());
+    EXPECT_LT(chain.manager().memory().largest(), 1U << 20);
+}
+
 TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
 {
     constexpr auto argument = NUV_ERR_ARGUMENT;

@@ -272,7 +272,10 @@ TEST_F(Decorators, TwoReadersOfOneStorageInterleave)
     std::uint8_t byte = 0;
     EXPECT_EQ(behind->read(&byte, 1), 0);
     EXPECT_EQ(behind->get(), -1);
+    EXPECT_EQ(behind->move(0), 0);
     EXPECT_EQ(inner->position(), 7);
+    behind->close();
+    EXPECT_EQ(behind->move(-1), 0);
     EXPECT_TRUE(mutex->try_lock()); // and unlocked; again and again by its owner
     EXPECT_TRUE(mutex->try_lock());
     bool other = true;

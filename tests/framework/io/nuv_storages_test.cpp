@@ -94,6 +94,19 @@ TEST_F(Storages, AReopenedFileHasANewStamp)
     EXPECT_EQ(read_rest(*storage), Bytes{3});
 }
 
+TEST_F(Storages, AnInputOfAnOutputSeesWhatIsOverwritten)
+{
+    auto output = make<NUV_FileOutputStorage>(path());
+    ASSERT_EQ(output->write("abcd", 4), 4);
+    const NUV_Held<NUV_InputStorage> input(output->create_input_storage());
+    ASSERT_TRUE(input);
+    EXPECT_EQ(input->get(), 'a');
+    ASSERT_TRUE(output->to_begin());
+    ASSERT_EQ(output->write("ABCD", 4), 4);
+    EXPECT_EQ(read_rest(*input), (Bytes{'B', 'C', 'D'}));
+    EXPECT_LT(sizeof(NUV_FileOutputStorage), 1024U);
+}
+
 TEST_F(Storages, AFullDestinationSaysHowMuchItTook)
 {
     std::uint8_t target[4] = {};
