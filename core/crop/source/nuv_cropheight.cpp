@@ -1,5 +1,6 @@
 #include "core/crop/nuv_crop.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 
@@ -68,15 +69,14 @@ bool NUV_CropHeightEngine::skip_line()
 // Straight into the output block, which is so filled by whoever writes the source.
 bool NUV_CropHeightEngine::copy_line()
 {
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    if (!src_buffer_->get(out, nullptr)) {
-        static_cast<void>(dst_buffer_->release(0));
+    NUV_InputBlock in(*src_buffer_, out.data());
+    if (!in)
         return false;
-    }
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool released = in.release();
+    const bool committed = out.commit(header_.line_bytes());
     ++read_;
     return released && committed;
 }

@@ -1,5 +1,7 @@
 #include "core/include/nuv_readlineengine.h"
 
+#include "framework/engine/nuv_stepblocks.h"
+
 namespace nuv {
 
 bool NUV_ReadLineEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -30,11 +32,11 @@ bool NUV_ReadLineEngine::execute()
         return false;
     if (line_ == 0 && !begin())
         return false;
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    const bool done = read_line(static_cast<std::uint8_t*>(out));
-    const bool committed = dst_buffer_->release(done ? line_bytes_ : 0);
+    const bool done = read_line(out.as<std::uint8_t>());
+    const bool committed = out.commit(done ? line_bytes_ : 0);
     ++line_;
     return done && committed;
 }

@@ -2,6 +2,7 @@
 
 #include "core/include/nuv_scaleframe.h"
 #include "framework/base/nuv_failure.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 
@@ -29,21 +30,15 @@ bool NUV_ScaleWidthEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    const std::uint8_t* in = work_line_;
-    if (!in)
-        in = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
-    else if (!src_buffer_->get(work_line_, nullptr))
-        return false;
+    NUV_InputBlock in(*src_buffer_, work_line_);
     if (!in)
         return false;
-    void* out = dst_buffer_->get();
-    if (!out) {
-        static_cast<void>(src_buffer_->release());
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
-    }
-    process_line(in, static_cast<std::uint8_t*>(out));
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(destination_line_bytes_);
+    process_line(in.as<std::uint8_t>(), out.as<std::uint8_t>());
+    const bool released = in.release();
+    const bool committed = out.commit(destination_line_bytes_);
     ++line_;
     return released && committed;
 }

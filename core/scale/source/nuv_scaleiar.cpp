@@ -4,6 +4,7 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "framework/base/nuv_held.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -210,16 +211,21 @@ public:
 private:
     [[nodiscard]] bool average_two_lines()
     {
-        const auto* upper = static_cast<const T*>(src_buffer_->get(nullptr));
-        const auto* lower = static_cast<const T*>(upper ? src_buffer_->get(nullptr) : nullptr);
-        auto* out = static_cast<T*>(lower ? dst_buffer_->get() : nullptr);
+        NUV_InputBlock upper(*src_buffer_);
+        if (!upper)
+            return false;
+        NUV_InputBlock lower(*src_buffer_);
+        if (!lower)
+            return false;
+        NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
-        average_pairs(upper, lower, out, samples_);
+        average_pairs(upper.template as<T>(), lower.template as<T>(), out.template as<T>(),
+                      samples_);
         ++line_;
-        const bool released_upper = src_buffer_->release();
-        const bool released_lower = src_buffer_->release();
-        const bool committed = dst_buffer_->release(line_bytes_);
+        const bool released_upper = upper.release();
+        const bool released_lower = lower.release();
+        const bool committed = out.commit(line_bytes_);
         return released_upper && released_lower && committed;
     }
 

@@ -4,6 +4,7 @@
 #include "core/include/nuv_scaleframe.h"
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 #include <cstring>
@@ -132,18 +133,16 @@ bool NUV_ScaleWidthIRE1BitEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    const auto* in = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
+    NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
-    if (!out) {
-        static_cast<void>(src_buffer_->release());
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
-    }
-    expand(in, out);
+    expand(in.as<std::uint8_t>(), out.as<std::uint8_t>());
     ++line_;
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool released = in.release();
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 
@@ -177,20 +176,19 @@ public:
     {
         if (source_line_ >= source_height_)
             return false;
-        auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
-        if (!out)
+        NUV_OutputBlock block(*dst_buffer_);
+        if (!block)
             return false;
-        if (!src_buffer_->get(out, nullptr)) {
-            static_cast<void>(dst_buffer_->release(0));
+        auto* out = block.as<std::uint8_t>();
+        NUV_InputBlock in(*src_buffer_, out);
+        if (!in)
             return false;
-        }
         const std::size_t line_bytes = header_.line_bytes();
         for (std::size_t i = 1; i < factor_; ++i)
             std::memcpy(out + i * line_bytes, out, line_bytes);
         ++source_line_;
-        const bool released = src_buffer_->release();
-        const bool committed =
-            dst_buffer_->release(static_cast<std::uint32_t>(line_bytes * factor_));
+        const bool released = in.release();
+        const bool committed = block.commit(static_cast<std::uint32_t>(line_bytes * factor_));
         return released && committed;
     }
 

@@ -7,6 +7,7 @@
 #include "core/scale/nuv_scalennqdrle.h"
 #include "core/scale/nuv_scaless.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -122,11 +123,11 @@ bool NUV_ScaleHeightNNEngine::execute()
             return false;
         ++lines_consumed_;
     }
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    const bool delivered = deliver(out, wanted_again);
-    const bool committed = dst_buffer_->release(delivered ? line_bytes_ : 0);
+    const bool delivered = deliver(out.as<std::uint8_t>(), wanted_again);
+    const bool committed = out.commit(delivered ? line_bytes_ : 0);
     ++line_;
     position_ += ratio_;
     return delivered && committed;
@@ -184,20 +185,18 @@ bool NUV_ScaleShrinkNNEngine::execute()
         if (!src_buffer_->get(nullptr) || !src_buffer_->release())
             return false;
     }
-    const auto* in = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
+    NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;
     ++lines_consumed_;
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
-    if (!out) {
-        static_cast<void>(src_buffer_->release());
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
-    }
-    pixels_.copy_line(in, out);
+    pixels_.copy_line(in.as<std::uint8_t>(), out.as<std::uint8_t>());
     ++line_;
     position_y_ += ratio_y_;
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool released = in.release();
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 

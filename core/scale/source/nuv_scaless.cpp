@@ -2,6 +2,7 @@
 
 #include "core/include/nuv_pixelcopy.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 
@@ -75,23 +76,21 @@ bool NUV_ScaleSSEngine::execute()
         if (!src_buffer_->get(nullptr) || !src_buffer_->release())
             return false;
     }
-    const auto* in = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
+    NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;
     ++lines_consumed_;
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
-    if (!out) {
-        static_cast<void>(src_buffer_->release());
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
-    }
     visit_pixel_bytes(pixel_bytes_, [&]<std::size_t PixelBytes>() {
-        stride_pixels<PixelBytes>(in + subsampling_.offset_x * pixel_bytes_,
+        stride_pixels<PixelBytes>(in.as<std::uint8_t>() + subsampling_.offset_x * pixel_bytes_,
                                   static_cast<std::ptrdiff_t>(subsampling_.step_x * pixel_bytes_),
-                                  out, header_.width(), pixel_bytes_);
+                                  out.as<std::uint8_t>(), header_.width(), pixel_bytes_);
     });
     ++line_;
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool released = in.release();
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 

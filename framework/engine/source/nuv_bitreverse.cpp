@@ -1,6 +1,7 @@
 #include "framework/engine/nuv_bitreverse.h"
 
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <array>
 #include <cstddef>
@@ -38,17 +39,19 @@ bool NUV_BitReverseEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
 
 bool NUV_BitReverseEngine::execute()
 {
-    auto* block = static_cast<std::uint8_t*>(dst_buffer_->get());
-    if (!block)
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
     std::uint32_t count = 0;
-    if (!src_buffer_->get(block, &count) || count == 0)
+    NUV_InputBlock in(*src_buffer_, out.data(), &count);
+    if (!in || count == 0)
         return false;
     // The source first: its buffer may hold our block as its own.
-    const bool released = src_buffer_->release();
+    const bool released = in.release();
+    auto* block = out.as<std::uint8_t>();
     for (std::uint32_t i = 0; i < count; ++i)
         block[i] = mirrored_bytes[block[i]];
-    const bool committed = dst_buffer_->release(count);
+    const bool committed = out.commit(count);
     return released && committed;
 }
 

@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 namespace {
@@ -43,15 +44,16 @@ bool NUV_NopEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_D
 
 bool NUV_NopEngine::execute()
 {
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
     std::uint32_t count = 0;
-    if (!src_buffer_->get(out, &count))
+    NUV_InputBlock in(*src_buffer_, out.data(), &count);
+    if (!in)
         return false;
     // The source first: its buffer may hold our block as its own.
-    const bool released = src_buffer_->release();
-    const bool committed = dst_buffer_->release(count);
+    const bool released = in.release();
+    const bool committed = out.commit(count);
     return released && committed;
 }
 

@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 
@@ -19,17 +20,15 @@ bool NUV_ProcessLineToLineEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    const void* in = src_buffer_->get(nullptr);
+    NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;
-    void* out = dst_buffer_->get();
-    if (!out) {
-        static_cast<void>(src_buffer_->release());
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
         return false;
-    }
-    const bool done = process_line(in, out);
-    const bool committed = dst_buffer_->release(done ? header_.line_bytes() : 0);
-    const bool released = src_buffer_->release();
+    const bool done = process_line(in.data(), out.data());
+    const bool committed = out.commit(done ? header_.line_bytes() : 0);
+    const bool released = in.release();
     ++line_;
     return done && committed && released;
 }

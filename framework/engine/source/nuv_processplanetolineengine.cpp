@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 
@@ -24,14 +25,14 @@ bool NUV_ProcessPlaneToLineEngine::execute()
         plane_ = src_buffer_->get(nullptr);
     if (!plane_)
         return false;
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out) {
         static_cast<void>(src_buffer_->release());
         plane_ = nullptr;
         return false;
     }
-    const bool done = process_line(plane_, out);
-    const bool committed = dst_buffer_->release(done ? header_.line_bytes() : 0);
+    const bool done = process_line(plane_, out.data());
+    const bool committed = out.commit(done ? header_.line_bytes() : 0);
     ++line_;
     return done && committed;
 }
