@@ -18,4 +18,15 @@ void expect_refusals(std::initializer_list<NUV_Refusal> refusals)
     }
 }
 
+void expect_nothing_appended(const NUV_TestImage& image, std::initializer_list<NUV_Append> calls)
+{
+    NUV_TestChain chain;
+    chain.blank_source(image);
+    NUV_Engine* const source = chain.last();
+    for (const NUV_Append& append : calls) {
+        EXPECT_TRUE(append(chain));
+        EXPECT_EQ(chain.last(), source);
+    }
+}
+
 } // namespace nuv

@@ -31,4 +31,7 @@ struct NUV_Refusal {
 // Each call is refused with its code and its text, and has left nothing behind.
 void expect_refusals(std::initializer_list<NUV_Refusal> refusals);
 
+// Each call answers with the engine in front, which has nothing to do.
+void expect_nothing_appended(const NUV_TestImage& image, std::initializer_list<NUV_Append> calls);
+
 } // namespace nuv

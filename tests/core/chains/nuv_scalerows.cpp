@@ -233,7 +233,10 @@ NUV_DrawnOperation select_by_ratios(const Image& in, std::mt19937& random)
     if (random() % 4 == 0)
         return {appending<NUV_ScaleI2VARExBy<Fixed>>(width, height),
                 model::selected(in, width, height, 0)};
-    return {appending<NUV_ScaleI2VARExBy<Fixed>>(width, height, -0.75, bits),
+    const double factors[] = {model::ratio_of(width, in.width), model::ratio_of(height, in.height)};
+    return {random() % 2 == 0
+                ? appending<NUV_ScaleI2VARExBy<Fixed>>(width, height, -0.75, bits)
+                : appending<NUV_ScaleI2VARExBy<Fixed>>(factors[0], factors[1], -0.75, bits),
             model::selected(in, width, height, bits)};
 }
 
