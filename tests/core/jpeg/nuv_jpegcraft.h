@@ -2,11 +2,11 @@
 
 // Streams made by hand, for what no coder here writes.
 
-#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <initializer_list>
+#include <random>
 #include <vector>
 
 namespace nuv {
@@ -87,18 +87,18 @@ public:
     {
         for (std::uint32_t i = count; i-- > 0;) {
             held_ = held_ << 1 | (value >> i & 1U);
-            if (++held_bits_ == 8)
-                put_held();
+            if (++held_bits_ % 8 == 0)
+                byte(held_);
+            if (held_bits_ % 8 == 0 && (held_ & 0xFFU) == 0xFF)
+                byte(0);
         }
         return *this;
     }
     // A difference under the table of categories(), or with 3 code bits under symbols().
     JPEGCraft& difference(std::int32_t value, std::uint32_t code_bits = 5)
     {
-        std::uint32_t category = 0;
-        for (std::uint32_t rest = static_cast<std::uint32_t>(std::abs(value)); rest != 0;
-             rest >>= 1)
-            ++category;
+        const auto category =
+            static_cast<std::uint32_t>(std::bit_width(static_cast<std::uint32_t>(std::abs(value))));
         bits(category, code_bits);
         if (category == 16)
             return *this;
@@ -108,28 +108,13 @@ public:
     }
     JPEGCraft& flush()
     {
-        while (held_bits_ != 0)
-            bits(1, 1);
-        return *this;
+        const std::uint32_t count = (8 - held_bits_ % 8) % 8;
+        return bits((1U << count) - 1, count);
     }
-    [[nodiscard]] std::vector<std::uint8_t> end()
-    {
-        flush();
-        marker(0xD9);
-        return stream_;
-    }
+    [[nodiscard]] std::vector<std::uint8_t> end() { return flush().marker(0xD9).stream_; }
     [[nodiscard]] const std::vector<std::uint8_t>& stream() const { return stream_; }
 
 private:
-    void put_held()
-    {
-        byte(held_);
-        if (held_ == 0xFF)
-            byte(0);
-        held_ = 0;
-        held_bits_ = 0;
-    }
-
     std::vector<std::uint8_t> stream_;
     std::uint32_t held_ = 0;
     std::uint32_t held_bits_ = 0;
@@ -143,11 +128,40 @@ struct JPEGLosslessPicture {
     std::uint32_t precision = 0;
     std::vector<std::uint16_t> samples;
 
-    [[nodiscard]] std::uint16_t at(std::size_t x, std::size_t y, std::size_t c) const
+    // As the lines of an image, less the bits below the point transform.
+    [[nodiscard]] std::vector<std::uint8_t> lines(std::uint32_t point_transform = 0) const
     {
-        return samples[(y * width + x) * channels + c];
+        std::vector<std::uint8_t> bytes;
+        for (const std::uint32_t sample : samples) {
+            const std::uint32_t kept = sample >> point_transform << point_transform;
+            const std::uint8_t halves[] = {static_cast<std::uint8_t>(kept),
+                                           static_cast<std::uint8_t>(kept >> 8)};
+            bytes.insert(bytes.end(), halves, halves + (precision > 8 ? 2 : 1));
+        }
+        return bytes;
     }
 };
+
+// Noise, flat, smooth, or extremes: differences of 32767 and 32768, whose coded bits are nearly all
+// ones.
+inline JPEGLosslessPicture make_lossless_picture(std::uint32_t width, std::uint32_t height,
+                                                 std::uint32_t channels, std::uint32_t precision,
+                                                 std::uint32_t content)
+{
+    JPEGLosslessPicture picture{width, height, channels, precision, {}};
+    const std::uint32_t largest = (1U << precision) - 1U;
+    std::mt19937 random(width * 31 + height);
+    for (std::uint32_t i = 0; i < width * height * channels; ++i) {
+        const std::uint32_t x = i / channels % width;
+        const std::uint32_t y = i / channels / width;
+        const auto noise = static_cast<std::uint32_t>(random());
+        const std::uint32_t contents[] = {noise, (largest + 1) / 2,
+                                          largest / 3 + x + y + (noise & 3U),
+                                          (largest / 2 + 1) + (x + 1) * (largest / 2) + y % 2};
+        picture.samples.push_back(static_cast<std::uint16_t>(contents[content] & largest));
+    }
+    return picture;
+}
 
 struct JPEGLosslessSettings {
     int predictor = 1;
@@ -157,28 +171,6 @@ struct JPEGLosslessSettings {
     bool has_table_each = false;
 };
 
-// T.81, table H.1, straight from its text.
-inline std::int32_t predict_as_written(int predictor, std::int32_t a, std::int32_t b,
-                                       std::int32_t c)
-{
-    switch (predictor) {
-    case 1:
-        return a;
-    case 2:
-        return b;
-    case 3:
-        return c;
-    case 4:
-        return a + b - c;
-    case 5:
-        return a + ((b - c) >> 1);
-    case 6:
-        return b + ((a - c) >> 1);
-    default:
-        return (a + b) >> 1;
-    }
-}
-
 // T.81, H.1: the scan of the components from `first` up to `end`.
 inline void craft_lossless_scan(JPEGCraft& craft, const JPEGLosslessPicture& picture,
                                 const JPEGLosslessSettings& settings, std::uint32_t first,
@@ -186,7 +178,13 @@ inline void craft_lossless_scan(JPEGCraft& craft, const JPEGLosslessPicture& pic
 {
     const std::uint32_t shift = settings.point_transform;
     const auto sample = [&](std::uint32_t x, std::uint32_t y, std::uint32_t c) -> std::int32_t {
-        return picture.at(x, y, c) >> shift;
+        return picture.samples[(y * picture.width + x) * picture.channels + c] >> shift;
+    };
+    // Table H.1, straight from its text.
+    const auto predict = [&](std::int32_t a, std::int32_t b, std::int32_t c) {
+        const std::int32_t predictions[] = {
+            a, b, c, a + b - c, a + ((b - c) >> 1), b + ((a - c) >> 1), (a + b) >> 1};
+        return predictions[settings.predictor - 1];
     };
     std::uint32_t restarts = 0;
     for (std::uint32_t y = 0; y < picture.height; ++y) {
@@ -203,11 +201,10 @@ inline void craft_lossless_scan(JPEGCraft& craft, const JPEGLosslessPicture& pic
                 else if (!is_first && x == 0)
                     prediction = sample(x, y - 1, c);
                 else if (!is_first)
-                    prediction = predict_as_written(settings.predictor, sample(x - 1, y, c),
-                                                    sample(x, y - 1, c), sample(x - 1, y - 1, c));
-                const std::uint32_t wrapped =
-                    static_cast<std::uint32_t>(sample(x, y, c) - prediction) & 0xFFFFU;
-                const auto difference = static_cast<std::int32_t>(wrapped);
+                    prediction =
+                        predict(sample(x - 1, y, c), sample(x, y - 1, c), sample(x - 1, y - 1, c));
+                const auto difference = static_cast<std::int32_t>(
+                    static_cast<std::uint32_t>(sample(x, y, c) - prediction) & 0xFFFFU);
                 craft.difference(difference > 32768 ? difference - 65536 : difference);
             }
         }

@@ -1,19 +1,13 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
-#include "tests/core/jpeg/nuv_jpegdecodetest.h"
-#include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <chrono>
-#include <cstddef>
-#include <functional>
 #include <numeric>
 
 namespace nuv {
 namespace {
 
-using Stream = std::vector<std::uint8_t>;
+using Stream = JPEGBytes;
 using Code = NUV_JPEGCode;
 
 // A stream and what the three steps answer to it.
@@ -361,8 +355,8 @@ TEST(JPEGDecoder, BeginsAnewAfterTheRowsItIsToldOf)
         });
         ASSERT_TRUE(decoded.is_clean()) << scale;
         for (std::uint32_t y = 0; y < 24 / scale; ++y) {
-            EXPECT_EQ(decoded.picture.line(y)[0], 128 + y * scale / 8 + 1);
-            EXPECT_EQ(decoded.picture.line(y)[16 / scale - 1], 128 + y * scale / 8 + 11);
+            EXPECT_EQ(decoded.picture.at(0, y, 0), 128 + y * scale / 8 + 1);
+            EXPECT_EQ(decoded.picture.at(16 / scale - 1, y, 0), 128 + y * scale / 8 + 11);
         }
     }
 

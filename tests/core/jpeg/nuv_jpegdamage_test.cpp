@@ -1,19 +1,15 @@
 // Damaged pictures whose scans are stored before they are shown, and damage in front of markers.
 
 #include "tests/core/jpeg/nuv_jpegcraft.h"
-#include "tests/core/jpeg/nuv_jpegdecodetest.h"
-#include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <string>
+#include <random>
 
 namespace nuv {
 namespace {
 
-using Stream = std::vector<std::uint8_t>;
+using Stream = JPEGBytes;
+using Code = NUV_JPEGCode;
 constexpr std::uint8_t sos = 0xDA;
 
 // Where the markers of this kind stand.
@@ -42,13 +38,6 @@ double mean_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
     return static_cast<double>(sum) / static_cast<double>(a.samples.size());
 }
 
-// All lines came, and each with a warning or each without.
-bool is_shown(const JPEGDecoded& decoded, NUV_JPEGCode code)
-{
-    return decoded.codes.size() == decoded.picture.height &&
-           std::ranges::all_of(decoded.codes, [=](NUV_JPEGCode line) { return line == code; });
-}
-
 Stream progressive()
 {
     return encode_by_reference(busy_picture(61, 45, 3), {.key = 0x221111, .is_progressive = true});
@@ -61,10 +50,7 @@ Stream in_three_scans()
 
 Stream lossless_in_three_scans()
 {
-    JPEGLosslessPicture picture{21, 9, 3, 8, {}};
-    for (const std::uint8_t sample : busy_picture(21, 9, 3).samples)
-        picture.samples.push_back(sample);
-    return craft_lossless(picture, {.has_scan_each = true});
+    return craft_lossless(make_lossless_picture(21, 9, 3, 8, 0), {.has_scan_each = true});
 }
 
 // Every bit of the last scan: what the scans before have stored is shown, with a warning or just
@@ -89,8 +75,7 @@ TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
             const JPEGDecoded decoded = decode_stream(stream);
             const bool is_clean = decoded.is_clean();
             warned += is_clean ? 0 : 1;
-            ASSERT_TRUE(
-                is_shown(decoded, is_clean ? NUV_JPEGCode::good : NUV_JPEGCode::damaged_lines));
+            ASSERT_TRUE(decoded.is_shown(is_clean ? Code::good : Code::damaged_lines));
             ASSERT_LT(mean_difference(decoded.picture, whole.picture), c.most_different);
             for (std::size_t i = 0; i < whole.picture.samples.size(); ++i)
                 ASSERT_TRUE(i % 3 >= c.untouched ||
@@ -117,19 +102,19 @@ TEST(JPEGDamage, IsWhatNoScanBringsAndNotAMissingEnd)
         const JPEGDecoded open = decode_stream(cut(stream, end, stream.size()));
         EXPECT_TRUE(open.is_clean());
         EXPECT_EQ(open.picture.samples, whole.picture.samples);
-        EXPECT_TRUE(is_shown(decode_stream(cut(stream, last_scan, stream.size())),
-                             NUV_JPEGCode::damaged_lines));
+        const JPEGDecoded less = decode_stream(cut(stream, last_scan, stream.size()));
+        EXPECT_TRUE(less.is_shown(Code::damaged_lines));
         // A progressive picture need not come down to the last bit.
         const bool is_progressive = &stream == streams;
-        EXPECT_TRUE(is_shown(decode_stream(cut(stream, last_scan, end)),
-                             is_progressive ? NUV_JPEGCode::good : NUV_JPEGCode::damaged_lines));
+        EXPECT_TRUE(decode_stream(cut(stream, last_scan, end))
+                        .is_shown(is_progressive ? Code::good : Code::damaged_lines));
     }
     // All scans of the third component left out: two of them, and the first has the first bits of
     // all components, so that it alone is left whole.
     const Stream stream = encode_by_reference(busy_picture(61, 45, 3), {.scans = "0 1;2"});
     const JPEGDecoded decoded =
         decode_stream(cut(stream, places_of(stream, sos)[1], stream.size()));
-    EXPECT_TRUE(is_shown(decoded, NUV_JPEGCode::damaged_lines));
+    EXPECT_TRUE(decoded.is_shown(Code::damaged_lines));
 }
 
 // The second of three scans is of no use: the third one is.
@@ -144,7 +129,7 @@ TEST(JPEGDamage, EndsAScanAndNotThoseBehindIt)
             no_code[places_of(whole, sos)[1] + 14 + i] = i % 2 == 0 ? 0xFF : 0;
         for (const Stream& stream : {no_table, no_code}) {
             const JPEGDecoded decoded = decode_stream(stream);
-            ASSERT_TRUE(is_shown(decoded, NUV_JPEGCode::damaged_lines));
+            ASSERT_TRUE(decoded.is_shown(Code::damaged_lines));
             for (std::size_t i = 0; i < expected.size(); ++i)
                 ASSERT_TRUE(i % 3 == 1 || decoded.picture.samples[i] == expected[i]) << i;
         }
@@ -165,11 +150,11 @@ TEST(JPEGDamage, IsAFailureBeforeAnythingIsStored)
     const auto first_scan = [](std::uint32_t code) {
         return gray_blocks(0xC2, 16).scan({1}, 0, 0, 0).bits(code, 3).bits(0x7FFFFFF, 27);
     };
-    EXPECT_EQ(decode_stream(first_scan(7).end()).lines, NUV_JPEGCode::read_failed);
-    EXPECT_TRUE(is_shown(decode_stream(first_scan(0).end()), NUV_JPEGCode::damaged_lines));
+    EXPECT_EQ(decode_stream(first_scan(7).end()).lines, Code::read_failed);
+    EXPECT_TRUE(decode_stream(first_scan(0).end()).is_shown(Code::damaged_lines));
     // No DC table 3.
     EXPECT_EQ(decode_stream(gray_blocks(0xC2, 16).scan({1}, 0, 0, 0, 0x30).end()).lines,
-              NUV_JPEGCode::bad_segment);
+              Code::bad_segment);
 }
 
 // What means nothing ends the picture; what the marker in front cuts short ends the interval. How
@@ -183,11 +168,11 @@ TEST(JPEGDamage, EndsAnIntervalWithFewerBitsThanACodeHas)
     };
     // A DC difference of category 1 and an end of block are 7 bits, 0 0 1 x 0 0 0.
     const Case cases[] = {
-        {0b111, 3, NUV_JPEGCode::damaged_lines},
-        {0b111'11111'1111'1111, 16, NUV_JPEGCode::read_failed},
-        {0b0011000'1, 8, NUV_JPEGCode::damaged_lines},
-        {0b0011000'1'11111111, 16, NUV_JPEGCode::damaged_lines},
-        {0b0011000'1'11111111'11111111, 24, NUV_JPEGCode::read_failed},
+        {0b111, 3, Code::damaged_lines},
+        {0b111'11111'1111'1111, 16, Code::read_failed},
+        {0b0011000'1, 8, Code::damaged_lines},
+        {0b0011000'1'11111111, 16, Code::damaged_lines},
+        {0b0011000'1'11111111'11111111, 24, Code::read_failed},
     };
     for (const Case& c : cases) {
         JPEGCraft craft = gray_blocks(0xC0, 32);
@@ -210,9 +195,9 @@ TEST(JPEGDamage, IsARefinementByMoreThanASign)
         craft.bits(0, 3).flush().scan({1}, 1, 63, 5).bits(0, 3).flush().marker(0xD0);
         craft.bits(0, 3).flush().scan({1}, 1, 63, 0x54).bits(symbol << 5 | 31, 8).flush();
         const JPEGDecoded decoded = decode_stream(craft.marker(0xD0).bits(0b001'1'000, 7).end());
-        const bool all_came = is_shown(decoded, NUV_JPEGCode::damaged_lines);
+        const bool all_came = decoded.is_shown(Code::damaged_lines);
         EXPECT_TRUE(all_came);
-        return all_came && sample_at(decoded.picture, 8, 0, 0) != 128;
+        return all_came && decoded.picture.at(8, 0, 0) != 128;
     };
     EXPECT_TRUE(refined(7));  // cut short by the marker
     EXPECT_FALSE(refined(2)); // a value of 2 bits, which the byte has not, either
@@ -221,25 +206,79 @@ TEST(JPEGDamage, IsARefinementByMoreThanASign)
 // Old-style TIFF: intervals that no segment tells of, with markers between them or without.
 TEST(JPEGDamage, IsNotALosslessIntervalThatTheCallerTellsOf)
 {
-    JPEGLosslessPicture picture{21, 9, 3, 8, {}};
-    for (const std::uint8_t sample : busy_picture(21, 9, 3).samples)
-        picture.samples.push_back(sample);
+    const JPEGLosslessPicture picture = make_lossless_picture(21, 9, 3, 8, 0);
     for (const bool has_scan_each : {false, true}) {
-        const Stream whole =
+        Stream stream =
             craft_lossless(picture, {.restart_rows = 2, .has_scan_each = has_scan_each});
-        const std::size_t interval = places_of(whole, 0xDD).front();
-        const Stream untold = cut(whole, interval, interval + 6);
-        Stream unmarked = untold;
-        for (std::size_t i = unmarked.size() - 1; i-- > 0;) {
-            if (unmarked[i] == 0xFF && unmarked[i + 1] >> 3 == 0xD0 >> 3)
-                unmarked = cut(unmarked, i, i + 2);
-        }
-        for (const Stream& stream : {untold, unmarked}) {
+        const std::size_t interval = places_of(stream, 0xDD).front();
+        stream = cut(stream, interval, interval + 6);
+        for (const bool has_markers : {true, false}) {
+            for (std::size_t i = stream.size() - 1; !has_markers && i-- > 0;) {
+                if (stream[i] == 0xFF && stream[i + 1] >> 3 == 0xD0 >> 3)
+                    stream = cut(stream, i, i + 2);
+            }
             const JPEGDecoded decoded = decode_stream(
-                stream, 1 << 20, [](NUV_JPEGDecoder& decoder) { decoder.set_restart_rows(2); });
+                stream, whole, [](NUV_JPEGDecoder& decoder) { decoder.set_restart_rows(2); });
             EXPECT_TRUE(decoded.is_clean());
-            EXPECT_EQ(decoded.picture.samples, busy_picture(21, 9, 3).samples);
+            EXPECT_EQ(decoded.picture.samples, picture.lines());
         }
+    }
+}
+
+TEST(JPEGLosslessDecoder, GivesExactSamplesForEveryPredictorPrecisionAndForm)
+{
+    std::mt19937 random(1);
+    const auto draw = [&](std::uint32_t below) {
+        return static_cast<std::uint32_t>(random() % below);
+    };
+    for (std::uint32_t round = 0; round < 840; ++round) {
+        const std::uint32_t precisions[] = {2, 8, 9, 12, 16};
+        const std::uint32_t channels[] = {1, 3, 4};
+        const JPEGLosslessPicture picture =
+            make_lossless_picture(1 + draw(round % 9 == 0 ? 150 : 20), 9, channels[round % 3],
+                                  precisions[round % 5], draw(4));
+        const JPEGLosslessSettings settings = {.predictor = static_cast<int>(1 + round % 7),
+                                               .point_transform = draw(2),
+                                               .restart_rows = draw(4),
+                                               .has_scan_each = draw(3) == 0,
+                                               .has_table_each = draw(3) == 0};
+        SCOPED_TRACE(round);
+        const Stream stream = craft_lossless(picture, settings);
+        for (const NUV_TestLevel& level : jpeg_levels()) {
+            const JPEGDecoded decoded =
+                decode_stream(stream, round % 2 == 0 ? whole : 3, as_it_is, level.cpu);
+            ASSERT_TRUE(decoded.is_clean()) << level.name;
+            ASSERT_EQ(decoded.picture.samples, picture.lines(settings.point_transform))
+                << level.name;
+        }
+    }
+}
+
+// A lost interval is rows of 0x80 bytes, and the rows behind it are as they were. Without another
+// interval nothing more comes.
+TEST(JPEGLosslessDecoder, FillsLostRowsAndGoesOnAtTheNextInterval)
+{
+    const auto picture = make_lossless_picture(19, 13, 1, 16, 0);
+    const Stream stream = craft_lossless(picture, {.predictor = 4, .restart_rows = 2});
+    const auto places = JPEGTestSegments(stream).scan_markers; // with the end of the image
+    Stream nonsense = stream;                                  // codes that mean nothing
+    std::fill_n(&nonsense[places[0] + 2], places[1] - places[0] - 2, std::uint8_t{0xFE});
+    const Stream damaged[] = {
+        cut(stream, places[5] + 4, places[6]), // the last row
+        cut(stream, places[0], places[1]),     // rows 2 and 3, with their marker
+        cut(stream, places[0] + 2, places[1]), // the same rows without it
+        nonsense,
+    };
+    for (const Stream& changed : damaged) {
+        const JPEGDecoded decoded = decode_stream(changed);
+        Stream expected = picture.lines();
+        for (std::uint32_t y = 0; y < picture.height; ++y) {
+            const bool is_lost = &changed == damaged ? y == 12 : y == 2 || y == 3;
+            ASSERT_EQ(decoded.codes[y], is_lost ? Code::damaged_lines : Code::good) << y;
+            if (is_lost)
+                std::fill_n(expected.begin() + y * 38, 38, std::uint8_t{0x80});
+        }
+        ASSERT_EQ(decoded.picture.samples, expected);
     }
 }
 

@@ -1,25 +1,14 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
-#include "tests/core/jpeg/nuv_jpegdecodetest.h"
-#include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstddef>
-#include <numbers>
 #include <random>
 #include <sstream>
-#include <string>
 
 namespace nuv {
 namespace {
 
-using Stream = std::vector<std::uint8_t>;
+using Stream = JPEGBytes;
 using Code = NUV_JPEGCode;
-
-constexpr std::int32_t whole = std::numeric_limits<std::int32_t>::max();
 
 struct Layout {
     std::uint32_t channels;
@@ -208,12 +197,11 @@ TEST(JPEGDecoder, SetsBitsOfCoefficientsWhateverTheOrderOfTheRefinements)
 std::vector<std::size_t> marker_places(const Stream& stream)
 {
     std::vector<std::size_t> places;
-    for (const auto& segment : JPEGTestSegments(stream).segments)
+    const JPEGTestSegments parts(stream);
+    for (const auto& segment : parts.segments)
         places.push_back(segment.position - 3);
-    for (std::size_t at = JPEGTestSegments(stream).scan_position; at + 1 < stream.size(); ++at) {
-        if (stream[at] == 0xFF && stream[at + 1] != 0)
-            places.push_back(at + 1);
-    }
+    for (const std::size_t place : parts.scan_markers)
+        places.push_back(place + 1);
     return places;
 }
 
@@ -254,7 +242,7 @@ TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
     const JPEGDecoded expected = decode_stream(stream);
     const auto places = marker_places(stream);
     Stream open = stream;
-    const std::size_t height = JPEGTestSegments(stream).position(0xC0) + 2;
+    const std::size_t height = JPEGTestSegments(stream).find(0xC0).position + 2;
     open[height] = 0;
     insert(open, open.size() - 2, {0xFF, 0xDC, 0, 4, 0, 43});
     // Another one in front of a restart says nothing new, whatever its number looks like.
@@ -265,7 +253,7 @@ TEST(JPEGDecoder, FindsTheHeightBehindTheScan)
         EXPECT_TRUE(decoded.is_clean());
         EXPECT_EQ(decoded.picture.samples, expected.picture.samples);
     }
-    EXPECT_EQ(decode_stream({open.begin(), open.end() - 5}).header, Code::bad_segment);
+    EXPECT_EQ(decode_stream(first_bytes(open, open.size() - 5)).header, Code::bad_segment);
     open[open.size() - 3] = 0;
     EXPECT_EQ(decode_stream(open).header, Code::bad_segment);
 }
@@ -357,14 +345,10 @@ TEST(JPEGDecoder, DeliversOneComponentAlone)
 double reduced_sample(const std::array<std::int32_t, 64>& coefficients, std::size_t side,
                       std::size_t x, std::size_t y)
 {
-    const auto basis = [&](std::size_t place, std::size_t frequency) {
-        const double angle = static_cast<double>((2 * place + 1) * frequency) * std::numbers::pi;
-        return (frequency == 0 ? std::numbers::sqrt2 / 4 : 0.5) *
-               std::cos(angle / static_cast<double>(2 * side));
-    };
     double sum = 0;
     for (std::size_t i = 0; i < side * side; ++i)
-        sum += coefficients[i / side * 8 + i % side] * basis(x, i % side) * basis(y, i / side);
+        sum += coefficients[i / side * 8 + i % side] * jpeg_cosine(i % side, x, side) *
+               jpeg_cosine(i / side, y, side);
     return std::clamp(std::round(sum) + 128, 0.0, 255.0);
 }
 
@@ -389,10 +373,10 @@ TEST(JPEGDecoder, ReducesByTransformsOfFewerPoints)
                 for (std::uint32_t x = 0; x < decoded.picture.width; ++x) {
                     const auto& block =
                         planes[0].blocks[y / side * planes[0].blocks_across + x / side];
-                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 0),
+                    ASSERT_NEAR(decoded.picture.at(x, y, 0),
                                 reduced_sample(block, side, x % side, y % side), 1);
-                    ASSERT_NEAR(sample_at(decoded.picture, x, y, 2),
-                                std::min(60 + x * scale / 2.0, 105.0), 9);
+                    ASSERT_NEAR(decoded.picture.at(x, y, 2), std::min(60 + x * scale / 2.0, 105.0),
+                                9);
                 }
             }
         }

@@ -1,7 +1,5 @@
-#include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <algorithm>
-#include <array>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
@@ -80,7 +78,7 @@ void set_up(jpeg_compress_struct& coder, const JPEGTestPicture& picture,
 
 // Calls `work` with a decoder behind the header. False when there was anything to complain of.
 template <class Work>
-bool with_decoder(const std::vector<std::uint8_t>& stream, const Work& work)
+bool with_decoder(const JPEGBytes& stream, const Work& work)
 {
     jpeg_decompress_struct coder{};
     Errors errors{};
@@ -100,8 +98,7 @@ bool with_decoder(const std::vector<std::uint8_t>& stream, const Work& work)
 
 } // namespace
 
-std::vector<std::uint8_t> encode_by_reference(const JPEGTestPicture& picture,
-                                              const JPEGReferenceSettings& settings)
+JPEGBytes encode_by_reference(const JPEGTestPicture& picture, const JPEGReferenceSettings& settings)
 {
     const std::vector<jpeg_scan_info> scans = parse_scans(settings.scans);
     jpeg_compress_struct coder{};
@@ -125,17 +122,17 @@ std::vector<std::uint8_t> encode_by_reference(const JPEGTestPicture& picture,
         jpeg_write_marker(&coder, JPEG_APP0 + 14, adobe.data(), adobe.size());
     }
     for (std::uint32_t y = 0; y < picture.height; ++y) {
-        auto* line = const_cast<JSAMPLE*>(picture.line(y));
+        auto* line = const_cast<JSAMPLE*>(&picture.samples[y * picture.line_bytes()]);
         jpeg_write_scanlines(&coder, &line, 1);
     }
     jpeg_finish_compress(&coder);
-    std::vector<std::uint8_t> stream(memory, memory + bytes);
+    JPEGBytes stream(memory, memory + bytes);
     jpeg_destroy_compress(&coder);
     std::free(memory);
     return stream;
 }
 
-std::optional<JPEGTestPicture> decode_by_reference(const std::vector<std::uint8_t>& stream)
+std::optional<JPEGTestPicture> decode_by_reference(const JPEGBytes& stream)
 {
     JPEGTestPicture picture;
     const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {
@@ -156,7 +153,7 @@ std::optional<JPEGTestPicture> decode_by_reference(const std::vector<std::uint8_
     return is_clean ? std::optional(picture) : std::nullopt;
 }
 
-std::vector<JPEGReferencePlane> coefficients_by_reference(const std::vector<std::uint8_t>& stream)
+std::vector<JPEGReferencePlane> coefficients_by_reference(const JPEGBytes& stream)
 {
     std::vector<JPEGReferencePlane> planes;
     const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {

@@ -6,7 +6,7 @@
 #include "core/jpegadobe/nuv_readjpegadobe.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
-#include "tests/core/jpeg/nuv_jpegreference.h"
+#include "tests/core/jpeg/nuv_jpegstreams.h"
 #include "tests/support/nuv_readerharness.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
@@ -21,7 +21,7 @@
 namespace nuv {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = JPEGBytes;
 
 // What comes out of a stored stream, and what the manager says afterwards.
 struct Outcome {
