@@ -1,4 +1,6 @@
 #include "core/include/nuv_interpolationtable.h"
+#include "core/scale/nuv_scaleiar.h"
+#include "core/scale/nuv_scalenn.h"
 #include "extension/scalefast/nuv_scaleppfastby.h"
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2utility/nuv_scalei2axis.h"
@@ -95,6 +97,33 @@ TEST(FineScale, AppendsNothingForTheSameSizeAndNoLimit)
                              appending<NUV_ScaleI2VAR>(20U, 9U),
                              appending<NUV_ScaleI2VAR>(20U, 9U, -0.75F, std::uint16_t{8}),
                              appending<NUV_ScaleI2VARExBy<Fixed>>(20U, 9U)});
+}
+
+TEST(AnyScale, InventsNothingAtTheLargestSizes)
+{
+    struct Case {
+        NUV_TestImage source;
+        std::uint32_t w, h;
+    };
+    for (const std::uint32_t size : {0xFFFFFFFFU, 0xFFFFFFFEU}) {
+        const NUV_TestImage high{.width = 8, .height = size};
+        const NUV_TestImage small{.width = 8, .height = 20};
+        for (const auto& [source, w, h] : {Case{high, 8, 100},
+                                           {high, 8, size - 1},
+                                           {high, 8, size + 1},
+                                           {small, size, 20},
+                                           {small, size, 8},
+                                           {small, 8, size}}) {
+            for (const NUV_Append& append :
+                 {appending<NUV_ScaleNN>(w, h), appending<NUV_ScaleLI>(w, h, true),
+                  appending<NUV_ScaleLI>(w, h, false), appending<NUV_ScaleCC>(w, h, true),
+                  appending<NUV_ScaleCC>(w, h, false), appending<NUV_ScalePP>(w, h, true),
+                  appending<NUV_ScalePP>(w, h, false), appending<NUV_ScaleHeightIAR>(h),
+                  appending<NUV_ScaleI2>(w, h, -1.0F, unlimited), appending<NUV_ScaleI2VAR>(w, h),
+                  appending<NUV_ScaleI2VARExBy<Fixed>>(w, h)})
+                expect_nothing_invented(source, source.height == size ? 5 : 0, append);
+        }
+    }
 }
 
 constexpr auto bad = NUV_ERR_ARGUMENT;

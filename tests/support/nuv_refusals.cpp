@@ -29,4 +29,16 @@ void expect_nothing_appended(const NUV_TestImage& image, std::initializer_list<N
     }
 }
 
+void expect_nothing_invented(const NUV_TestImage& image, std::size_t lines,
+                             const NUV_Append& append)
+{
+    NUV_TestChain chain;
+    const std::size_t bits = std::size_t{image.width} * image.channels * image.bits;
+    chain.source_bytes(image, std::vector<std::uint8_t>(lines * ((bits + 7) / 8)));
+    if (chain.last() && append(chain))
+        EXPECT_LE(chain.run_bytes().size(), lines * chain.header().line_bytes());
+    else
+        EXPECT_TRUE(chain.status().has_error());
+}
+
 } // namespace nuv

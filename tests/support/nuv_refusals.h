@@ -34,4 +34,9 @@ void expect_refusals(std::initializer_list<NUV_Refusal> refusals);
 // Each call answers with the engine in front, which has nothing to do.
 void expect_nothing_appended(const NUV_TestImage& image, std::initializer_list<NUV_Append> calls);
 
+// Behind an image of zeros that breaks off behind `lines` lines the call refuses, or gives no more
+// lines than there are.
+void expect_nothing_invented(const NUV_TestImage& image, std::size_t lines,
+                             const NUV_Append& append);
+
 } // namespace nuv

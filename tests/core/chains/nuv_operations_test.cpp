@@ -1,4 +1,5 @@
 #include "tests/core/chains/nuv_operationrows.h"
+#include "tests/support/nuv_refusals.h"
 
 #include <gtest/gtest.h>
 
@@ -88,6 +89,19 @@ TEST_P(Operation, RefusesWhatNoneCanTake)
         else
             EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED) << chain.status().method;
         EXPECT_EQ(chain.live_objects_behind_source(), 0U);
+    }
+}
+
+TEST_P(Operation, InventsNothingAtTheLargestSizes)
+{
+    for (const std::uint32_t size : {0xFFFFFFFFU, 0xFFFFFFFEU}) {
+        const NUV_ModelImage image = draw_image(row(), random_);
+        const NUV_Append append = row().draw(image, random_).append;
+        NUV_TestImage high = image.description();
+        NUV_TestImage wide = high;
+        high.height = wide.width = size;
+        expect_nothing_invented(high, image.is_raw() ? 5 : 0, append);
+        expect_nothing_invented(wide, 0, append);
     }
 }
 
