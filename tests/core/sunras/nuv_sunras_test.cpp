@@ -23,12 +23,11 @@ struct Stored {
     std::uint32_t map_length = 0;
 };
 
-[[nodiscard]] Bytes file_of(const Stored& header, const Bytes& behind)
+[[nodiscard]] Bytes file_of(const Stored& h, const Bytes& behind)
 {
     Bytes bytes;
     for (const std::uint32_t field :
-         {0x59A66A95U, header.width, header.height, header.depth, header.length, header.type,
-          header.map_type, header.map_length}) {
+         {0x59A66A95U, h.width, h.height, h.depth, h.length, h.type, h.map_type, h.map_length}) {
         for (int shift = 24; shift >= 0; shift -= 8)
             bytes.push_back(static_cast<std::uint8_t>(field >> shift));
     }
@@ -39,8 +38,7 @@ struct Stored {
 [[nodiscard]] NUV_TestImage image(std::uint32_t width, std::uint32_t height, std::uint16_t channels,
                                   std::uint16_t bits, const NUV_ColorType* color)
 {
-    return {
-        .width = width, .height = height, .channels = channels, .bits = bits, .color_type = color};
+    return {width, height, channels, bits, NUV_DataType::u_integer, NUV_EncodeType::raw, color};
 }
 
 [[nodiscard]] NUV_ReaderRow sunras_row()
@@ -51,12 +49,13 @@ struct Stored {
     return reader_row<NUV_SunrasInfo, NUV_ReadSunras>(
         "sunras", "NUV_SunrasInfo::load()", "NUV_ReadSunras::engine()",
         {
-            {"sunras/bilevel.ras", "pnm/bilevel_24.pbm",
-             image(24, 5, 1, 1, NUV_ColorType::gray_reverse), 32, 4},
+            // clang-format off
+            {"sunras/bilevel.ras", "pnm/bilevel_24.pbm", image(24, 5, 1, 1, NUV_ColorType::gray_reverse), 32, 4},
             {"sunras/many_colours.ras", "pnm/many_colours.ppm", image(19, 15, 3, 8, rgb), 32, 58},
             {"sunras/colour_im.sun", "pnm/colour.ppm", image(13, 5, 3, 8, rgb), 32, 40},
             {"sunras/seven_colours.ras", "pnm/seven_colours.ppm", indices, 800, 14},
             {"sunras/gray_map.ras", "pnm/gray.pgm", indices, 800, 14},
+            // clang-format on
         });
 }
 
@@ -68,66 +67,24 @@ TEST(Sunras, ReadsWhatOtherProgramsWroteAndStandsDamage)
 // Lines have an even number of bytes in the file, and colours lie blue first but in type 3.
 TEST(Sunras, TurnsColorsAroundUnlessTheyAreStoredRedFirst)
 {
+    constexpr auto ok = NUV_STATUS_OK;
     const auto gray = NUV_ColorType::gray;
-    const auto rgb = NUV_ColorType::s_rgb;
-    check_reader_cases(
-        sunras_row(),
-        {
-            {"gray, padded",
-             file_of({.height = 2}, {1, 2, 3, 99, 4, 5, 6, 99}),
-             {1, 2, 3, 4, 5, 6},
-             NUV_STATUS_OK,
-             "",
-             image(3, 2, 1, 8, gray)},
-            {"1 bit, padded",
-             file_of({.width = 9, .height = 2, .depth = 1}, {0xFF, 0x80, 0x0F, 0x00}),
-             {0xFF, 0x80, 0x0F, 0x00},
-             NUV_STATUS_OK,
-             "",
-             image(9, 2, 1, 1, NUV_ColorType::gray_reverse)},
-            {"1 bit, 1 byte",
-             file_of({.width = 8, .height = 2, .depth = 1}, {0xFF, 99, 0x0F, 99}),
-             {0xFF, 0x0F},
-             NUV_STATUS_OK,
-             "",
-             image(8, 2, 1, 1, NUV_ColorType::gray_reverse)},
-            {"old",
-             file_of({.width = 1, .depth = 24, .type = 0}, {1, 2, 3, 0}),
-             {3, 2, 1},
-             NUV_STATUS_OK,
-             "",
-             image(1, 1, 3, 8, rgb)},
-            {"standard",
-             file_of({.width = 1, .depth = 24}, {1, 2, 3, 0}),
-             {3, 2, 1},
-             NUV_STATUS_OK,
-             "",
-             image(1, 1, 3, 8, rgb)},
-            {"red first",
-             file_of({.width = 1, .depth = 24, .type = 3}, {1, 2, 3, 0}),
-             {1, 2, 3},
-             NUV_STATUS_OK,
-             "",
-             image(1, 1, 3, 8, rgb)},
-            {"four channels",
-             file_of({.width = 2, .depth = 32}, {1, 2, 3, 4, 5, 6, 7, 8}),
-             {4, 3, 2, 1, 8, 7, 6, 5},
-             NUV_STATUS_OK,
-             "",
-             image(2, 1, 4, 8, NUV_ColorType::cmyk)},
-            {"bytes behind no map",
-             file_of({.width = 2, .map_type = 0, .map_length = 3}, {9, 9, 9, 1, 2}),
-             {1, 2},
-             NUV_STATUS_OK,
-             "",
-             image(2, 1, 1, 8, gray)},
-            {"a map that no pixel uses",
-             file_of({.width = 1, .depth = 24, .map_type = 1, .map_length = 2}, {9, 9, 1, 2, 3, 0}),
-             {3, 2, 1},
-             NUV_STATUS_OK,
-             "",
-             image(1, 1, 3, 8, rgb)},
-        });
+    const auto ink = NUV_ColorType::gray_reverse;
+    const auto pixel = image(1, 1, 3, 8, NUV_ColorType::s_rgb);
+    const auto inks = image(2, 1, 4, 8, NUV_ColorType::cmyk);
+    // clang-format off
+    check_reader_cases(sunras_row(), {
+        {"gray, padded", file_of({.height = 2}, {1, 2, 3, 99, 4, 5, 6, 99}), {1, 2, 3, 4, 5, 6}, ok, "", image(3, 2, 1, 8, gray)},
+        {"1 bit, padded", file_of({9, 2, 1}, {0xFF, 0x80, 0x0F, 0x00}), {0xFF, 0x80, 0x0F, 0x00}, ok, "", image(9, 2, 1, 1, ink)},
+        {"1 bit, 1 byte", file_of({8, 2, 1}, {0xFF, 99, 0x0F, 99}), {0xFF, 0x0F}, ok, "", image(8, 2, 1, 1, ink)},
+        {"old", file_of({1, 1, 24, 0, 0}, {1, 2, 3, 0}), {3, 2, 1}, ok, "", pixel},
+        {"standard", file_of({1, 1, 24, 0, 1}, {1, 2, 3, 0}), {3, 2, 1}, ok, "", pixel},
+        {"red first", file_of({1, 1, 24, 0, 3}, {1, 2, 3, 0}), {1, 2, 3}, ok, "", pixel},
+        {"four channels", file_of({2, 1, 32}, {1, 2, 3, 4, 5, 6, 7, 8}), {4, 3, 2, 1, 8, 7, 6, 5}, ok, "", inks},
+        {"bytes behind no map", file_of({2, 1, 8, 0, 1, 0, 3}, {9, 9, 9, 1, 2}), {1, 2}, ok, "", image(2, 1, 1, 8, gray)},
+        {"a map that no pixel uses", file_of({1, 1, 24, 0, 1, 1, 2}, {9, 9, 1, 2, 3, 0}), {3, 2, 1}, ok, "", pixel},
+    });
+    // clang-format on
 }
 
 TEST(Sunras, ForgetsTheMapWithTheNextLoad)
@@ -150,64 +107,33 @@ TEST(Sunras, RefusesWhatItsHeaderMayNotSay)
     constexpr auto broken = NUV_ERR_BROKEN_DATA;
     const Bytes map(9, 7);
     const Bytes much(std::size_t{3} * 65537, 1);
-    check_reader_cases(
-        sunras_row(),
-        {
-            {"width 0", file_of({.width = 0}, map), {}, invalid, load},
-            {"height 0", file_of({.height = 0}, map), {}, invalid, load},
-            {"depth 16", file_of({.depth = 16}, map), {}, invalid, load},
-            {"depth 0", file_of({.depth = 0}, map), {}, invalid, load},
-            {"type 4", file_of({.type = 4}, map), {}, invalid, load},
-            {"type 0xFFFF", file_of({.type = 0xFFFF}, map), {}, invalid, load},
-            {"map type 2", file_of({.map_type = 2}, map), {}, invalid, load},
-            {"an empty colour map", file_of({.map_type = 1}, map), {}, invalid, load},
-            {"a map of 4 bytes", file_of({.map_type = 1, .map_length = 4}, map), {}, invalid, load},
-            {"a short map", file_of({.map_type = 1, .map_length = 12}, map), {}, broken, load},
-            {"a short skip", file_of({.map_length = 10}, map), {}, broken, load},
-            {"a short skip of an unused map",
-             file_of({.depth = 1, .map_type = 1, .map_length = 10}, map),
-             {},
-             broken,
-             load},
-            {"2 GiB of map",
-             file_of({.map_type = 1, .map_length = 0x80000001}, map),
-             {},
-             broken,
-             load},
-            {"4 GiB of map",
-             file_of({.map_type = 1, .map_length = 0xFFFFFFFF}, map),
-             {},
-             broken,
-             load},
-            {"4 GiB to skip", file_of({.map_length = 0xFFFFFFFF}, map), {}, broken, load},
-
-            {"run-length data",
-             test_data("sunras/run_length.ras"),
-             {},
-             NUV_ERR_UNSUPPORTED,
-             engine},
-            {"257 colours",
-             file_of({.map_type = 1, .map_length = 771}, much),
-             {},
-             NUV_ERR_ARGUMENT,
-             engine},
-            {"more colours than any map has",
-             file_of({.map_type = 1, .map_length = 3 * 65537}, much),
-             {},
-             NUV_ERR_ARGUMENT,
-             engine},
-            {"lines beyond 32 bits",
-             file_of({.width = 0x20000001, .depth = 24}, map),
-             {},
-             NUV_ERR_UNSUPPORTED,
-             "NUV_BufferOutputEngine::initiate()"},
-            // Which takes no memory for lines that are not there.
-            {"512 MiB of line",
-             file_of({.width = 0x1FFFFFFF, .height = 7}, {1, 2, 3}),
-             {},
-             broken,
-             "NUV_ReadSunrasEngine::execute()"},
-        });
+    constexpr auto argument = NUV_ERR_ARGUMENT;
+    constexpr auto unsupported = NUV_ERR_UNSUPPORTED;
+    const Bytes coded = test_data("sunras/run_length.ras");
+    // clang-format off
+    check_reader_cases(sunras_row(), {
+        {"width 0", file_of({.width = 0}, map), {}, invalid, load},
+        {"height 0", file_of({.height = 0}, map), {}, invalid, load},
+        {"depth 16", file_of({.depth = 16}, map), {}, invalid, load},
+        {"depth 0", file_of({.depth = 0}, map), {}, invalid, load},
+        {"type 4", file_of({.type = 4}, map), {}, invalid, load},
+        {"map type 2", file_of({.map_type = 2}, map), {}, invalid, load},
+        {"an empty colour map", file_of({.map_type = 1}, map), {}, invalid, load},
+        {"a map of 4 bytes", file_of({.map_type = 1, .map_length = 4}, map), {}, invalid, load},
+        {"a short map", file_of({.map_type = 1, .map_length = 12}, map), {}, broken, load},
+        {"a short skip", file_of({.map_length = 10}, map), {}, broken, load},
+        {"a short skip of an unused map", file_of({.depth = 1, .map_type = 1, .map_length = 10}, map), {}, broken, load},
+        {"2 GiB of map", file_of({.map_type = 1, .map_length = 0x80000001}, map), {}, broken, load},
+        {"4 GiB of map", file_of({.map_type = 1, .map_length = 0xFFFFFFFF}, map), {}, broken, load},
+        {"4 GiB to skip", file_of({.map_length = 0xFFFFFFFF}, map), {}, broken, load},
+        {"run-length data", coded, {}, unsupported, engine},
+        {"257 colours", file_of({.map_type = 1, .map_length = 771}, much), {}, argument, engine},
+        {"more colours than any map has", file_of({.map_type = 1, .map_length = 3 * 65537}, much), {}, argument, engine},
+        {"lines beyond 32 bits", file_of({.width = 0x20000001, .depth = 24}, map), {}, unsupported, "NUV_BufferOutputEngine::initiate()"},
+        // Which takes no memory for lines that are not there.
+        {"512 MiB of line", file_of({.width = 0x1FFFFFFF, .height = 7}, map), {}, broken, "NUV_ReadSunrasEngine::execute()"},
+    });
+    // clang-format on
 }
 
 } // namespace
