@@ -109,196 +109,139 @@ private:
             .string();
 };
 
-// Draws, and what both models need.
-class StorageScript {
-public:
-    explicit StorageScript(unsigned seed) : random_(seed) {}
-
-protected:
+// What a storage holds and where it stands, for random calls on both.
+struct StorageModel {
     [[nodiscard]] std::int32_t any(int low, int high)
     {
-        return std::uniform_int_distribution<std::int32_t>(low, high)(random_);
+        return std::uniform_int_distribution<std::int32_t>(low, high)(random);
     }
-    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(content_.size()); }
+    [[nodiscard]] std::int64_t size() const { return static_cast<std::int64_t>(content.size()); }
     std::int64_t go(std::int64_t target)
     {
-        const std::int64_t before = position_;
-        position_ = std::clamp<std::int64_t>(target, 0, size());
-        return position_ - before;
+        const std::int64_t before = position;
+        position = std::clamp<std::int64_t>(target, 0, size());
+        return position - before;
     }
-
-    Bytes content_;
-    std::int64_t position_ = 0;
-
-private:
-    std::mt19937 random_;
-};
-
-// Drives an input by random calls. `from_end_clamps`: to_from_end() with a positive distance is
-// true.
-class InputScript : public StorageScript {
-public:
-    InputScript(NUV_InputStorage& storage, Bytes content, bool from_end_clamps = true)
-        : StorageScript(1),
-          storage_(storage),
-          from_end_clamps_(from_end_clamps)
+    void expect_at(bool is_right, std::int64_t target)
     {
-        content_ = std::move(content);
-        position_ = storage.position();
-    }
-
-    void run(int steps)
-    {
-        for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
-            SCOPED_TRACE(i);
-            step();
-            EXPECT_EQ(storage_.position(), position_);
-            EXPECT_EQ(storage_.is_end(), position_ == size());
-            EXPECT_EQ(storage_.size(), size());
-        }
-    }
-
-private:
-    void step()
-    {
-        // Mostly near the stream, sometimes as far as numbers go.
-        constexpr std::int32_t far[] = {std::numeric_limits<std::int32_t>::min(),
-                                        std::numeric_limits<std::int32_t>::max()};
-        const auto reach = static_cast<std::int32_t>(size() + 5);
-        const std::int32_t n = any(0, 15) == 0 ? far[any(0, 1)] : any(-reach, reach);
-        switch (any(0, 7)) {
-        case 0:
-            if (position_ < size()) {
-                EXPECT_EQ(storage_.get(), content_[static_cast<std::size_t>(position_++)]);
-            }
-            break;
-        case 1:
-        case 2:
-            read(std::min(n, reach));
-            break;
-        case 3:
-            EXPECT_EQ(storage_.move(n), go(position_ + n));
-            break;
-        case 4:
-            EXPECT_EQ(storage_.ignore(n), go(position_ + n));
-            break;
-        case 5:
-            EXPECT_EQ(storage_.to(n), n >= 0);
-            go(n >= 0 ? n : position_);
-            break;
-        case 6:
-            EXPECT_EQ(storage_.to_from_end(n), n <= 0 || from_end_clamps_);
-            go(size() + n);
-            break;
-        default:
-            EXPECT_TRUE(n < 0 ? storage_.to_begin() : storage_.to_end());
-            go(n < 0 ? 0 : size());
-        }
-    }
-    void read(std::int32_t n)
-    {
-        Bytes into(static_cast<std::size_t>(std::max(n, 0)) + 1, 0xEE);
-        const std::int64_t expected = std::clamp<std::int64_t>(n, 0, size() - position_);
-        EXPECT_EQ(storage_.read(into.data(), n), expected);
-        EXPECT_TRUE(
-            std::equal(into.begin(), into.begin() + expected, content_.begin() + position_));
-        EXPECT_EQ(into[static_cast<std::size_t>(expected)], 0xEE);
-        position_ += expected;
-    }
-
-    NUV_InputStorage& storage_;
-    bool from_end_clamps_;
-};
-
-// The same for an output. Some zero the last of the bytes that fill() passes, others keep all.
-class OutputScript : public StorageScript {
-public:
-    OutputScript(NUV_OutputStorage& storage, unsigned seed, bool fill_zeroes_last,
-                 std::int64_t capacity = std::numeric_limits<std::int32_t>::max())
-        : StorageScript(seed),
-          storage_(storage),
-          fill_zeroes_last_(fill_zeroes_last),
-          capacity_(capacity)
-    {}
-
-    // What was written in the end.
-    [[nodiscard]] Bytes run(int steps)
-    {
-        for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
-            SCOPED_TRACE(i);
-            step();
-            EXPECT_EQ(storage_.position(), position_);
-            if (any(0, 3) == 0) {
-                EXPECT_EQ(storage_.size(), size());
-            }
-            EXPECT_EQ(storage_.position(), position_);
-        }
-        return content_;
-    }
-
-private:
-    void step()
-    {
-        const std::int32_t n = any(-30, 30);
-        switch (any(0, 7)) {
-        case 0:
-            if (position_ < capacity_) {
-                EXPECT_EQ(storage_.put(0x5A), 0x5A);
-                overwrite({0x5A});
-            }
-            break;
-        case 1:
-        case 2:
-        case 3: {
-            Bytes bytes(static_cast<std::size_t>(std::max(n, 0)));
-            for (std::uint8_t& byte : bytes)
-                byte = static_cast<std::uint8_t>(any(1, 255));
-            EXPECT_EQ(storage_.write(bytes.data(), n), fitting(n));
-            bytes.resize(static_cast<std::size_t>(fitting(n)));
-            overwrite(bytes);
-            break;
-        }
-        case 4:
-            fill(n);
-            break;
-        case 5:
-            EXPECT_EQ(storage_.move(n), go(position_ + n));
-            break;
-        case 6:
-            EXPECT_EQ(storage_.to(n), n < 1 || size() > 0);
-            go(n);
-            break;
-        default:
-            EXPECT_EQ(storage_.to_from_end(n), n >= 0 || size() > 0);
-            go(size() + n);
-        }
-    }
-    [[nodiscard]] std::int64_t fitting(std::int32_t n) const
-    {
-        return std::clamp<std::int64_t>(n, 0, capacity_ - position_);
+        EXPECT_TRUE(is_right);
+        go(target);
     }
     void overwrite(const Bytes& bytes)
     {
-        const auto at = static_cast<std::size_t>(position_);
-        content_.resize(std::max(content_.size(), at + bytes.size()));
-        std::copy(bytes.begin(), bytes.end(), content_.begin() + position_);
-        position_ += static_cast<std::int64_t>(bytes.size());
-    }
-    // Fresh bytes are zeros everywhere: the caller's memory is, too, at the beginning.
-    void fill(std::int32_t n)
-    {
-        const std::int64_t fits = fitting(n);
-        EXPECT_EQ(storage_.fill(n), fits);
-        position_ += fits;
-        if (position_ > size())
-            content_.resize(static_cast<std::size_t>(position_));
-        if (fits > 0 && fill_zeroes_last_)
-            content_[static_cast<std::size_t>(position_ - 1)] = 0;
+        content.resize(std::max(content.size(), static_cast<std::size_t>(position) + bytes.size()));
+        std::copy(bytes.begin(), bytes.end(), content.begin() + position);
+        position += static_cast<std::int64_t>(bytes.size());
     }
 
-    NUV_OutputStorage& storage_;
-    bool fill_zeroes_last_;
-    std::int64_t capacity_;
+    Bytes content;
+    std::int64_t position = 0;
+    std::mt19937 random;
 };
+
+// `from_end_clamps`: to_from_end() with a positive distance is true.
+inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, int steps,
+                              bool from_end_clamps = true)
+{
+    StorageModel model{content, storage.position(), std::mt19937(1)};
+    const std::int64_t size = model.size();
+    const auto read = [&](std::int32_t n) {
+        Bytes into(static_cast<std::size_t>(std::max(n, 0)) + 1, 0xEE);
+        const std::int64_t expected = std::clamp<std::int64_t>(n, 0, size - model.position);
+        EXPECT_EQ(storage.read(into.data(), n), expected);
+        EXPECT_TRUE(
+            std::equal(into.begin(), into.begin() + expected, content.begin() + model.position));
+        EXPECT_EQ(into[static_cast<std::size_t>(expected)], 0xEE);
+        model.position += expected;
+    };
+    for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
+        SCOPED_TRACE(i);
+        // Mostly near the stream, sometimes as far as numbers go.
+        constexpr std::int32_t far[] = {std::numeric_limits<std::int32_t>::min(),
+                                        std::numeric_limits<std::int32_t>::max()};
+        const auto reach = static_cast<std::int32_t>(size + 5);
+        const std::int32_t n =
+            model.any(0, 15) == 0 ? far[model.any(0, 1)] : model.any(-reach, reach);
+        const std::int64_t at = model.position;
+        const auto get = [&] {
+            if (at < size)
+                model.expect_at(storage.get() == content[static_cast<std::size_t>(at)], at + 1);
+        };
+        const std::function<void()> calls[] = {
+            get,
+            [&] { read(std::min(n, reach)); },
+            [&] { read(std::min(n, reach)); },
+            [&] { EXPECT_EQ(storage.move(n), model.go(at + n)); },
+            [&] { EXPECT_EQ(storage.ignore(n), model.go(at + n)); },
+            [&] { model.expect_at(storage.to(n) == (n >= 0), n >= 0 ? n : at); },
+            [&] {
+                model.expect_at(storage.to_from_end(n) == (n <= 0 || from_end_clamps), size + n);
+            },
+            [&] {
+                model.expect_at(n < 0 ? storage.to_begin() : storage.to_end(), n < 0 ? 0 : size);
+            },
+        };
+        calls[model.any(0, 7)]();
+        EXPECT_EQ(storage.position(), model.position);
+        EXPECT_EQ(storage.is_end(), model.position == size);
+        EXPECT_EQ(storage.size(), size);
+    }
+}
+
+// The same for an output, with what was written in the end. Some outputs zero the last of the bytes
+// that fill() passes, others keep all; fresh ones are zeros everywhere.
+[[nodiscard]] inline Bytes written_like_model(
+    NUV_OutputStorage& storage, unsigned seed, bool fill_zeroes_last,
+    std::int64_t capacity = std::numeric_limits<std::int32_t>::max())
+{
+    StorageModel model{{}, 0, std::mt19937(seed)};
+    for (int i = 0; i < 100 && !::testing::Test::HasFailure(); ++i) {
+        SCOPED_TRACE(i);
+        const std::int32_t n = model.any(-30, 30);
+        const std::int64_t at = model.position;
+        const std::int64_t fits = std::clamp<std::int64_t>(n, 0, capacity - at);
+        const auto write = [&] {
+            Bytes bytes(static_cast<std::size_t>(std::max(n, 0)));
+            for (std::uint8_t& byte : bytes)
+                byte = static_cast<std::uint8_t>(model.any(1, 255));
+            EXPECT_EQ(storage.write(bytes.data(), n), fits);
+            bytes.resize(static_cast<std::size_t>(fits));
+            model.overwrite(bytes);
+        };
+        const auto fill = [&] {
+            EXPECT_EQ(storage.fill(n), fits);
+            model.position += fits;
+            model.content.resize(static_cast<std::size_t>(std::max(model.position, model.size())));
+            if (fits > 0 && fill_zeroes_last)
+                model.content[static_cast<std::size_t>(model.position - 1)] = 0;
+        };
+        const auto put = [&] {
+            if (at == capacity)
+                return;
+            EXPECT_EQ(storage.put(0x5A), 0x5A);
+            model.overwrite({0x5A});
+        };
+        const std::function<void()> calls[] = {
+            put,
+            write,
+            write,
+            write,
+            fill,
+            [&] { EXPECT_EQ(storage.move(n), model.go(at + n)); },
+            [&] { model.expect_at(storage.to(n) == (n < 1 || model.size() > 0), n); },
+            [&] {
+                model.expect_at(storage.to_from_end(n) == (n >= 0 || model.size() > 0),
+                                model.size() + n);
+            },
+        };
+        calls[model.any(0, 7)]();
+        EXPECT_EQ(storage.position(), model.position);
+        if (model.any(0, 3) == 0) {
+            EXPECT_EQ(storage.size(), model.size());
+            EXPECT_EQ(storage.position(), model.position);
+        }
+    }
+    return model.content;
+}
 
 } // namespace nuv

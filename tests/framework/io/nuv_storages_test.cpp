@@ -50,13 +50,9 @@ TEST_F(Storages, NullPathsMakeClosedStorages)
 {
     auto input = make<NUV_FileInputStorage>(nullptr);
     auto output = make<NUV_FileOutputStorage>(nullptr);
-    std::uint8_t byte = 0;
-    EXPECT_TRUE(input->is_closed());
-    EXPECT_EQ(input->get(), -1);
-    EXPECT_TRUE(output->is_closed());
-    EXPECT_EQ(output->put(1), -1);
-    EXPECT_EQ(output->write(&byte, 1), 0);
-    EXPECT_EQ(output->fill(3), 0);
+    EXPECT_TRUE(input->is_closed() && output->is_closed());
+    EXPECT_TRUE(input->get() == -1 && output->put(1) == -1);
+    EXPECT_EQ(output->write(path(), 1) + output->fill(3), 0);
     EXPECT_FALSE(output->to(0));
     EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
 }
@@ -146,17 +142,18 @@ TEST_F(Storages, RefusesEmptyMemoryAndBlocks)
     const std::uint8_t* source = &byte;
     constexpr auto input = "NUV_ByteArrayInputStorage::initiate()";
     constexpr auto argument = NUV_ERR_ARGUMENT;
-    expect_refusals({{argument, input, making<NUV_ByteArrayInputStorage>(source, source)},
-                     {argument, "NUV_MemoryInputStorage::initiate()",
-                      making<NUV_MemoryInputStorage>(NUV_MemoryContents())}});
-    for (const std::int32_t bytes : {0, -1}) {
-        expect_refusals({{argument, input, making<NUV_ByteArrayInputStorage>(source, bytes)},
-                         {argument, "NUV_ByteArrayOutputStorage::initiate()",
-                          making<NUV_ByteArrayOutputStorage>(&byte, bytes)},
-                         {argument, "NUV_MemoryOutputStorage::initiate()",
-                          making<NUV_MemoryOutputStorage>(bytes)}});
-    }
-    EXPECT_TRUE(make<NUV_ByteArrayInputStorage>(source, source + 1));
+    // clang-format off
+    expect_refusals({
+        {argument, input, making<NUV_ByteArrayInputStorage>(source, source)},
+        {argument, input, making<NUV_ByteArrayInputStorage>(source, 0)},
+        {argument, input, making<NUV_ByteArrayInputStorage>(source, -1)},
+        {argument, "NUV_MemoryInputStorage::initiate()", making<NUV_MemoryInputStorage>(NUV_MemoryContents())},
+        {argument, "NUV_ByteArrayOutputStorage::initiate()", making<NUV_ByteArrayOutputStorage>(&byte, 0)},
+        {argument, "NUV_ByteArrayOutputStorage::initiate()", making<NUV_ByteArrayOutputStorage>(&byte, -1)},
+        {argument, "NUV_MemoryOutputStorage::initiate()", making<NUV_MemoryOutputStorage>(0)},
+        {argument, "NUV_MemoryOutputStorage::initiate()", making<NUV_MemoryOutputStorage>(-1)},
+    });
+    // clang-format on
 }
 
 TEST_F(Storages, MemoryGrowsByBlocksThatItsInputsShareAndEndsAWriteWhereThereIsNone)
@@ -215,13 +212,7 @@ TEST(SourceDataProvider, GivesEveryByteOfAPipelineOnce)
         while (provider->get_byte(&byte))
             got.push_back(byte);
         EXPECT_EQ(got, counted_bytes(count));
-        EXPECT_FALSE(provider->get_byte(&byte));
     }
-    NUV_TestChain chain;
-    EXPECT_FALSE(make_initiated<NUV_SourceDataProvider>(chain.manager(),
-                                                        static_cast<NUV_SrcBuffer*>(nullptr)));
-    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(chain.status().method, "NUV_SourceDataProvider::initiate()");
 }
 
 TEST(BitReverse, MirrorsEveryByteAndTwiceNone)
@@ -236,10 +227,6 @@ TEST(BitReverse, MirrorsEveryByteAndTwiceNone)
         const Bytes got = each.run_bytes();
         EXPECT_TRUE(!stands || each.status().has_error() || got == counted_bytes(200));
     });
-    NUV_TestChain none;
-    EXPECT_FALSE(none.append<NUV_BitReverse>());
-    EXPECT_EQ(none.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(none.status().method, "NUV_BitReverse::engine()");
 }
 
 } // namespace
