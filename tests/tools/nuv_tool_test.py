@@ -7,7 +7,6 @@
 import array
 import math
 import os
-import random
 import resource
 import signal
 import stat
@@ -22,9 +21,9 @@ TOOL = sys.argv.pop(1)
 WIDTH, HEIGHT = 37, 23
 
 
-def peer(*command, data=None):
+def peer(*command, data=None, cwd=None):
     """What another program makes of `data`, or of nothing."""
-    return subprocess.run(command, input=data, capture_output=True, check=True).stdout
+    return subprocess.run(command, input=data, cwd=cwd, capture_output=True, check=True).stdout
 
 
 def smooth_picture(width=WIDTH, height=HEIGHT):
@@ -143,41 +142,24 @@ class Convert(ToolTest):
         planes = samples[0::3] + samples[1::3] + samples[2::3]
         inverse = bytes(range(255, -1, -1))
         self.write("inverses", inverse * 3)
-        self.write("words", array.array("H", range(65535, -1, -1)).tobytes() * 3)
 
         def flipped(picture, how):
             return samples_of(peer("pamflip", how, data=picture))
 
-        def words(rule):
-            return array.array("H", (rule(257 * v) for v in samples)).tobytes()
-
         raw = f"{WIDTH}x{HEIGHT}x3x8:rgb"
+        halves = array.array("H", ((257 * v + 1) // 2 for v in samples)).tobytes()
         rows = [
-            (self.ppm, "mirror-x", flipped(self.ppm, "-lr")),
-            (self.ppm, "mirror-x mirror-x", samples),
-            (gray, "mirror-x", flipped(gray, "-lr")),
             (bits, "mirror-x", flipped(bits, "-lr")),  # netpbm, too, says 1 for black
             (plain, "mirror-x", flipped(deep, "-lr")),
-            (self.ppm, "rotate=90", flipped(self.ppm, "-cw")),
-            (bits, "rotate=180", flipped(bits, "-r180")),
+            (self.ppm, "mirror-x mirror-x rotate=450", flipped(self.ppm, "-cw")),
             (bits, "rotate=-90", flipped(bits, "-ccw")),
-            (self.ppm, "rotate=450", flipped(self.ppm, "-cw")),
             (self.ppm, "lut=inverses:8", samples.translate(inverse)),
             (self.ppm, "convert=-1:255:8", samples.translate(inverse)),
-            (self.ppm, "convert=0.5:0:8", bytes((v + 1) // 2 for v in samples)),
-            (plain, "lut=words:16", words(lambda v: 65535 - v)),
-            (plain, "convert=0.5:0:16", words(lambda v: (v + 1) // 2)),
+            (plain, "convert=0.5:0:16", halves),
             (self.ppm, "--write planar", planes),
             (planes, f"--input-raw {raw} --planar-input", samples),
+            (b"\xAB\xC8" * 7, "--input-raw 13x7x1x1", b"\xAB\xC8" * 7),
         ]
-        generator = random.Random(1)
-        for width, channels, depth in ((5, 3, 8), (13, 1, 1), (5, 4, 8), (5, 3, 16)):
-            line = (width * channels * depth + 7) // 8
-            padding = line * 8 - width * channels * depth
-            image = b"".join(
-                (generator.getrandbits(line * 8 - padding) << padding).to_bytes(line, "big")
-                for _ in range(7))
-            rows.append((image, f"--input-raw {width}x7x{channels}x{depth}", image))
         for number, (source, arguments, wanted) in enumerate(rows):
             with self.subTest(number, arguments=arguments):
                 self.write("source", source)
@@ -185,51 +167,40 @@ class Convert(ToolTest):
                 self.assertEqual(self.read(f"{number}.raw"), wanted)
 
     def test_scales_to_the_size_asked_for(self):
-        sizes = {"10x7": (10, 7), "20x": (20, round(20 * HEIGHT / WIDTH)),
-                 "x9": (round(9 * WIDTH / HEIGHT), 9), "1x1": (1, 1),
-                 "200%": (2 * WIDTH, 2 * HEIGHT), "0.1%": (1, 1)}
-        for word in ("nearest", "linear", "cubic", "area", "fine"):
-            for size, (width, height) in sizes.items():
-                with self.subTest(word, size=size):
-                    self.convert("in.ppm", "out.jpg", f"{word}={size}", makes=["out.jpg"])
-                    self.assertEqual(frame_header(self.read("out.jpg"))[:2], (height, width))
+        height_of_20, width_of_9 = round(20 * HEIGHT / WIDTH), round(9 * WIDTH / HEIGHT)
+        for operation, size in (("nearest=10x7", (7, 10)), ("linear=20x", (height_of_20, 20)),
+                                ("cubic=x9", (9, width_of_9)), ("area=0.1%", (1, 1)),
+                                ("fine=200%", (2 * HEIGHT, 2 * WIDTH))):
+            with self.subTest(operation):
+                self.convert("in.ppm", "out.jpg", operation, makes=["out.jpg"])
+                self.assertEqual(frame_header(self.read("out.jpg"))[:2], size)
 
     def test_writes_lossless_jpegs_that_read_back_the_same(self):
         deep = peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm))
-        for name, picture in {"rgb": self.ppm, "deep": deep}.items():
+        for picture, options in ((self.ppm, ()), (deep, ("--optimise",))):
             self.write("source", picture)
-            self.convert("source", "samples.raw", makes=["samples.raw"])
-            for options in ((), ("--optimise",)):
-                with self.subTest(name, options=options):
-                    self.convert("source", "out.ljpg", *options, makes=["out.ljpg"])
-                    self.convert("out.ljpg", "back.raw", makes=["back.raw"])
-                    self.assertEqual(self.read("back.raw"), self.read("samples.raw"))
+            for source, made, *rest in (("source", "samples.raw"), ("source", "out.ljpg", *options),
+                                        ("out.ljpg", "back.raw")):
+                self.convert(source, made, *rest, makes=[made])
+            self.assertEqual(self.read("back.raw"), self.read("samples.raw"))
 
     def test_changes_colours_as_netpbm_and_djpeg_do(self):
         def nearest(made, wanted, most):
             self.assertEqual(len(made), len(wanted))
             self.assertLessEqual(max(abs(a - b) for a, b in zip(made, wanted)), most)
 
-        samples = samples_of(self.ppm)
         gray = samples_of(peer("ppmtopgm", data=self.ppm))
         self.convert("in.ppm", "out.raw", "color=gray", makes=["out.raw"])
         nearest(self.read("out.raw"), gray, 1)
-        self.write("deep.ppm", peer("pnmtoplainpnm", data=peer("pamdepth", "65535", data=self.ppm)))
-        self.convert("deep.ppm", "out.raw", "color=gray", "convert=0.00389105058:0:8")
-        nearest(self.read("out.raw"), gray, 1)
-
         self.write("in.jpg", peer("cjpeg", "-quality", "95", "-sample", "1x1", data=self.ppm))
         self.convert("in.jpg", "out.raw", "color=rgb")
-        shown = samples_of(peer("djpeg", "-pnm", data=self.read("in.jpg")))
-        nearest(self.read("out.raw"), shown, 1)
+        nearest(self.read("out.raw"), samples_of(peer("djpeg", "-pnm", "in.jpg", cwd=self.folder)), 1)
         # A JPEG gets the colours that its samples stand for by then.
         best = ("--quality", "100", "--sampling", "444")
-        for number, (operation, wanted, most) in enumerate((("color=ycbcr", samples, 5),
-                                                            ("color=gray", gray, 2))):
-            with self.subTest(operation):
-                name = f"{number}.jpg"
-                self.convert("in.ppm", name, operation, *best, makes=[name])
-                nearest(samples_of(peer("djpeg", "-pnm", data=self.read(name))), wanted, most)
+        for operation, wanted, most in (("color=ycbcr", samples_of(self.ppm), 5),
+                                        ("color=gray", gray, 2)):
+            self.convert("in.ppm", "out.jpg", operation, *best, makes=["out.jpg"])
+            nearest(samples_of(peer("djpeg", "-pnm", "out.jpg", cwd=self.folder)), wanted, most)
 
     def test_writes_jpegs_that_djpeg_reads_without_a_warning(self):
         factors = {"444": 0x11, "422": 0x21, "420": 0x22, "411": 0x41}
@@ -245,25 +216,13 @@ class Convert(ToolTest):
                 self.assertGreater(psnr(samples_of(done.stdout), samples_of(self.ppm)), 26)
         self.convert("in.ppm", "plain.jpeg", makes=["plain.jpeg"])
         self.assertEqual(self.read("plain.jpeg"), self.read("out1.jpg"))
-        self.write("gray.pgm", peer("ppmtopgm", data=self.ppm))
-        self.convert("gray.pgm", "gray.JPG", "mirror-x", "--quality", "95", makes=["gray.JPG"])
-        mirrored = samples_of(peer("pamflip", "-lr", data=self.read("gray.pgm")))
-        shown = samples_of(peer("djpeg", "-strict", "-pnm", data=self.read("gray.JPG")))
-        self.assertGreater(psnr(shown, mirrored), 38)
 
-    def test_quality_sets_the_size(self):
+    def test_options_set_the_size_and_the_kind(self):
         sizes = []
-        for quality in (10, 50, 75, 95, 100):
-            name = f"q{quality}.jpg"
-            self.convert("in.ppm", name, "--quality", quality, makes=[name])
-            sizes.append(len(self.read(name)))
-        self.assertEqual(sizes, sorted(sizes))
-        self.assertLess(sizes[0], sizes[-1])
-
-    def test_the_kind_follows_the_word_before_the_ending(self):
-        self.convert("in.ppm", "a.jpg", "--write", "raw", makes=["a.jpg"])
-        self.assertEqual(self.read("a.jpg"), samples_of(self.ppm))
-        self.convert("in.ppm", "a.raw", "--write", "jpeg", makes=["a.raw"])
+        for quality in (10, 50, 95):
+            self.convert("in.ppm", "a.raw", "--write", "jpeg", "--quality", quality, makes=["a.raw"])
+            sizes.append(len(self.read("a.raw")))
+        self.assertTrue(sizes[0] < sizes[1] < sizes[2])
         self.assertEqual(self.read("a.raw")[:2], b"\xff\xd8")
 
 
@@ -294,9 +253,8 @@ class Destination(ToolTest):
                     self.refuse("cut.ppm: ", "cut.ppm", "old", "--write", kind)
                     self.assertEqual(self.read("old"), b"old")
 
-    def test_a_full_destination_is_a_failure(self):
-        for kind in ("raw", "jpeg", "planar"):
-            for limit in (0, 100, 400):
+        for kind in ("raw", "jpeg", "planar"):  # and so does a disk that is full
+            for limit in (0, 400):
                 with self.subTest(kind=kind, limit=limit):
                     self.run_tool("convert", "in.ppm", "out", "--write", kind, code=1, limit=limit)
 
@@ -308,12 +266,6 @@ class Destination(ToolTest):
         self.refuse("/dev/null: is not a regular file", "in.ppm", "/dev/null")
         self.refuse("No such file or directory", "in.ppm", "nowhere/out.raw")
         self.refuse("Not a directory", "in.ppm", "in.ppm/out.raw")
-
-    @unittest.skipIf(os.geteuid() == 0, "root may write everywhere")
-    def test_rights_are_respected(self):
-        self.write("fixed", b"old")
-        os.chmod(self.folder / "fixed", 0o444)
-        self.refuse("Permission denied", "in.ppm", "fixed")
 
     def test_a_signal_leaves_nothing_behind(self):
         with open(self.folder / "large", "wb") as file:
@@ -337,34 +289,26 @@ class Refusals(ToolTest):
         self.write("indices.ras", peer("pnmtorast", "-standard", data=few))
         raw = ("--input-raw", "2x2x4x8")
         for text, *arguments in (
-                ("'-' cannot stand", "-", "out.raw"),
                 ("'-' cannot stand", "in.ppm", "-"),
                 ("missing: No such file", "missing", "out.raw"),
                 ("text: is not a picture", "text", "out.raw"),
                 ("unknown operation 'mirror'", "in.ppm", "out.raw", "mirror"),
                 ("multiple of 90 degrees, not '91'", "in.ppm", "out.raw", "mirror-x", "rotate=91"),
-                ("multiple of 90 degrees, not '90x'", "in.ppm", "out.raw", "rotate=90x"),
                 ("'0x5' is not a size", "in.ppm", "out.raw", "cubic=0x5"),
-                ("'x' is not a size", "in.ppm", "out.raw", "area=x"),
                 ("'-50%' is not a size", "in.ppm", "out.raw", "nearest=-50%"),
                 ("'nan%' is not a size", "in.ppm", "out.raw", "nearest=nan%"),
                 ("'blue' is not gray", "in.ppm", "out.raw", "color=blue"),
-                ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text"),
                 ("is not FILE:BITS", "in.ppm", "out.raw", "lut=text:9"),
                 ("missing: No such file", "in.ppm", "out.raw", "lut=missing:8"),
                 ("four: does not hold a table", "in.ppm", "out.raw", "lut=four:8"),
                 ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:nan:8"),
-                ("is not SLOPE:OFFSET:BITS", "in.ppm", "out.raw", "convert=1:0"),
                 ("too large", "in.ppm", "out.raw", "nearest=1x4294967295", "nearest=x4294967295",
                  "nearest=1000000%"),
                 ("no colour tables", "indices.ras", "out.raw", "linear=50%"),
-                ("no colour tables", "bits.pbm", "out.raw", "linear=50%"),
                 ("'mirror-x=1' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x=1"),
-                ("'mirror-x=' is not of the form mirror-x", "in.ppm", "out.raw", "mirror-x="),
                 ("--write png: not one of", "in.ppm", "out.raw", "--write", "png"),
                 ("a lossless JPEG has 1 or 3", "bits.pbm", "out.ljpg"),
                 ("serves lossless JPEG files alone", "in.ppm", "out.jpg", "--optimise"),
-                ("a JPEG has 1 or 3 channels of 8 bits", "bits.pbm", "out.jpg"),
                 ("a JPEG has 1 or 3 channels of 8 bits", "four", "out.jpg", *raw),
                 ("no colour table", "indices.ras", "out.jpg"),
                 ("--quality", "in.ppm", "out.jpg", "--quality", "101"),
@@ -374,10 +318,8 @@ class Refusals(ToolTest):
                 ("1 and 3 channels", "four", "out.raw", "--planar-input", *raw),
                 ("fewer than --input-raw", "four", "out.raw", "--input-raw", "17x1x1x8"),
                 ("is a stored picture", "in.ppm", "out.raw", "--input-raw", "2x2x1x8"),
-                ("not of the form", "four", "out.raw", "--input-raw", "2x2x4"),
                 ("not of the form", "four", "out.raw", "--input-raw", "0x2x4x8"),
                 ("not of the form", "four", "out.raw", "--input-raw", "4294967296x2x4x8"),
-                ("not of the form", "four", "out.raw", "--input-raw", "-2x2x4x8"),
                 ("does not end in", "four", "out.raw", "--input-raw", "2x2x4x8:cmyk"),
                 ("this colour has 3 channels", "four", "out.raw", "--input-raw", "4x4x1x8:rgb"),
                 ("fewer than --input-raw", "four", "out.raw", "--input-raw",
@@ -391,12 +333,6 @@ class Refusals(ToolTest):
         for arguments in ((), ("convart",), ("info",), ("info", "--quality", "3", "in.ppm")):
             with self.subTest(arguments=arguments):
                 self.run_tool(*arguments, code=1)
-
-    def test_help_shows_examples_and_every_operation(self):
-        self.assertIn("nuv convert scan.ppm scan.jpg", self.run_tool("--help").stdout)
-        shown = self.run_tool("convert", "--help").stdout
-        for word in ("mirror-x", "--write", "jpeg|lossless|raw|planar", "--input-raw", "--planar-input"):
-            self.assertIn(word, shown)
 
 
 if __name__ == "__main__":
