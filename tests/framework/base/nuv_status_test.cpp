@@ -25,18 +25,14 @@ TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
         NUV_StatusCode code;
         const char* method;
     };
+    // clang-format off
     const Case cases[] = {
         {"nothing", {{0, "a"}, {NUV_ERR_IO, ""}, {NUV_ERR_IO, nullptr}}, 0, ""},
-        {"warnings",
-         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_WARN_INVALID_DATA, "b"}},
-         NUV_WARN_BROKEN_DATA,
-         "a"},
-        {"warning, error, error",
-         {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_ERR_IO, "b"}, {NUV_ERR_MEMORY, "c"}},
-         NUV_ERR_IO,
-         "b"},
+        {"warnings", {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_WARN_INVALID_DATA, "b"}}, NUV_WARN_BROKEN_DATA, "a"},
+        {"warning, error, error", {{NUV_WARN_BROKEN_DATA, "a"}, {NUV_ERR_IO, "b"}, {NUV_ERR_MEMORY, "c"}}, NUV_ERR_IO, "b"},
         {"error, warning", {{NUV_ERR_IO, "a"}, {NUV_WARN_BROKEN_DATA, "b"}}, NUV_ERR_IO, "a"},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         NUV_TestChain chain;

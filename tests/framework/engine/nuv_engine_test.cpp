@@ -73,7 +73,6 @@ private:
 class BlockEngine final : public NUV_ProcessEngine {
 public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
-
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t block_bytes)
     {
@@ -154,41 +153,19 @@ TEST(Engine, RefusesWhatIsBeyondItsArithmeticAndItsStream)
     constexpr auto unsupported = NUV_ERR_UNSUPPORTED;
     constexpr auto output = "NUV_BufferOutputEngine::initiate()";
     constexpr auto block_bytes = "NUV_DstBufferBase::block_bytes()";
+    // clang-format off
     expect_refusals({
         {"line", {{.width = 0x20000001}}, lines, unsupported, output},
-        {"coded line",
-         {{.width = 0x20000001, .encode_type = NUV_EncodeType::jpeg}},
-         lines,
-         unsupported,
-         output},
-        {"plane",
-         {{.width = 65536, .height = 65536, .channels = 3}},
-         lines,
-         unsupported,
-         "NUV_BlockWorkflow::create_dst_buffer()"},
+        {"coded line", {{.width = 0x20000001, .encode_type = NUV_EncodeType::jpeg}}, lines, unsupported, output},
+        {"plane", {{.width = 65536, .height = 65536, .channels = 3}}, lines, unsupported, "NUV_BlockWorkflow::create_dst_buffer()"},
         {"lines of a stream", coded, lines, unsupported, "NUV_ProcessLineToLineEngine::initiate()"},
-        {"as many bytes, but no samples that there are",
-         {[](NUV_TestChain& chain) {
-             chain.blank_source({.width = 3});
-             NUV_Header header(chain.manager());
-             header.width(8);
-             header.height(1);
-             header.channels(1);
-             header.bits(3);
-             ASSERT_TRUE(chain.append<NUV_RewriteHeader>(&header));
-         }},
-         appending<Append<FlipEngine>>(),
-         NUV_ERR_ARGUMENT,
-         "NUV_BufferInputEngine::initiate()"},
+        {"as many bytes, but no samples that there are", {[](NUV_TestChain& chain) {chain.blank_source({.width = 3}); NUV_Header header(chain.manager()); header.width(8); header.height(1); header.channels(1); header.bits(3); ASSERT_TRUE(chain.append<NUV_RewriteHeader>(&header)); }}, appending<Append<FlipEngine>>(), NUV_ERR_ARGUMENT, "NUV_BufferInputEngine::initiate()"},
         {"no block", raw, block(0), NUV_ERR_ARGUMENT, block_bytes},
         {"a block above the image", raw, block(13), NUV_ERR_ARGUMENT, block_bytes},
         {"a block above 2^30", coded, block(0x40000001), NUV_ERR_ARGUMENT, block_bytes},
-        {"no source",
-         {[](NUV_TestChain&) {}},
-         appending<NUV_RewriteHeader>(nullptr),
-         NUV_ERR_ARGUMENT,
-         "NUV_RewriteHeader::engine()"},
+        {"no source", {[](NUV_TestChain&) {}}, appending<NUV_RewriteHeader>(nullptr), NUV_ERR_ARGUMENT, "NUV_RewriteHeader::engine()"},
     });
+    // clang-format on
     const std::pair<NUV_TestImage, std::uint32_t> largest[] = {
         {raw, 12},
         {coded, 0x40000000},
