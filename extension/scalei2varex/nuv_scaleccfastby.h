@@ -76,8 +76,8 @@ public:
     [[nodiscard]] virtual NUV_Engine* engine(NUV_Engine* previous, double ratio_x, double ratio_y,
                                              double a, std::uint16_t bits)
     {
-        if (!previous || !previous->header())
-            return fail(this->manager(), NUV_ERR_ARGUMENT, method);
+        if (!this->accepts_image(previous, method))
+            return nullptr;
         std::uint32_t width = 0;
         std::uint32_t height = 0;
         if (!this->ratio_to_size(previous->header(), ratio_x, ratio_y, width, height))

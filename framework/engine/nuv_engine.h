@@ -41,4 +41,10 @@ public:
     [[nodiscard]] bool initiate();
 };
 
+// True for an engine that is there and delivers an image.
+[[nodiscard]] inline bool has_image(const NUV_Engine* engine)
+{
+    return engine && engine->header();
+}
+
 } // namespace nuv

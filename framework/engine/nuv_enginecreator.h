@@ -29,6 +29,10 @@ public:
     using NUV_Utility::NUV_Utility;
 
 protected:
+    // False after NUV_ERR_ARGUMENT with the text `method`: no engine, or one without an image.
+    [[nodiscard]] bool accepts_image(const NUV_Engine* previous, const char* method,
+                                     NUV_Here here = NUV_Here::now());
+
     // E::initiate(header, src, dst, args...), behind one engine.
     template <class E, class... Args>
     [[nodiscard]] NUV_Engine* append_new(NUV_Engine& previous, const Args&... args)

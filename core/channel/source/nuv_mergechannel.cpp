@@ -270,9 +270,7 @@ private:
 
 [[nodiscard]] bool is_complete(std::span<NUV_Engine* const> engines)
 {
-    return !engines.empty() && std::ranges::all_of(engines, [](const NUV_Engine* engine) {
-        return engine && engine->header();
-    });
+    return !engines.empty() && std::ranges::all_of(engines, has_image);
 }
 
 // What the output takes from the creator: everything but size and channels.

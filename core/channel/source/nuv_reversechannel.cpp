@@ -154,8 +154,8 @@ NUV_Engine* NUV_ReverseChannel::engine(NUV_Engine* previous)
 {
     constexpr auto method = "NUV_ReverseChannel::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     if (header.channels() == 1)
         return previous;
@@ -168,15 +168,15 @@ NUV_Engine* NUV_ReverseChannel::engine(NUV_Engine* previous)
 
 NUV_Engine* NUV_ReverseChannel8xNbits::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReverseChannel8xNbits::engine()");
+    if (!accepts_image(previous, "NUV_ReverseChannel8xNbits::engine()"))
+        return nullptr;
     return append_new<NUV_ReverseChannel8xNbitsEngine>(*previous);
 }
 
 NUV_Engine* NUV_ReverseChannel1bit::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReverseChannel1bit::engine()");
+    if (!accepts_image(previous, "NUV_ReverseChannel1bit::engine()"))
+        return nullptr;
     return append_new<NUV_ReverseChannel1bitEngine>(*previous);
 }
 

@@ -183,7 +183,7 @@ public:
 
 [[nodiscard]] bool matches(const NUV_Engine* previous, const NUV_Matrix* matrix)
 {
-    return previous && previous->header() && matrix && !matrix->is_empty() &&
+    return has_image(previous) && matrix && !matrix->is_empty() &&
            matrix->columns() == previous->header()->channels();
 }
 

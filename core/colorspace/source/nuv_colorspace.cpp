@@ -21,7 +21,7 @@ NUV_Engine* NUV_ColorSpace::engine(NUV_Engine* previous, const NUV_ColorType* ta
 {
     constexpr auto method = "NUV_ColorSpace::engine()";
 
-    if (!previous || !previous->header() || !target)
+    if (!has_image(previous) || !target)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_Header& header = *previous->header();
     if (header.color_type() == target)

@@ -59,7 +59,7 @@ NUV_Engine* NUV_ColorSpaceConverterPtoP::engine(NUV_Engine* previous, const NUV_
 {
     constexpr auto method = "NUV_ColorSpaceConverterPtoP::engine()";
 
-    if (!previous || !previous->header() || !target)
+    if (!has_image(previous) || !target)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_Header& header = *previous->header();
     if (target == header.color_type())
@@ -82,7 +82,7 @@ NUV_Engine* NUV_ColorSpaceConverter::append_matrix(NUV_Engine* previous,
                                                    const NUV_ColorType* target,
                                                    const NUV_CsUtility& plan)
 {
-    const bool use_fixed_real = previous && previous->header() && previous->header()->bits() <= 8;
+    const bool use_fixed_real = has_image(previous) && previous->header()->bits() <= 8;
     return NUV_ColorMatrix(manager()).engine(previous, &plan.matrix,
                                              std::span(plan.offsets).first(plan.offset_count),
                                              target, use_fixed_real);
@@ -102,7 +102,7 @@ NUV_Engine* NUV_ColorSpaceConverter::append_label(NUV_Engine* previous, const NU
 NUV_Engine* NUV_ColorSpaceConverter::engine(NUV_Engine* previous, const NUV_ColorType* target,
                                             const NUV_CsUtility* plan)
 {
-    if (!previous || !previous->header() || !target || !plan)
+    if (!has_image(previous) || !target || !plan)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ColorSpaceConverter::engine()");
 
     NUV_ColorSpaceConverterPtoP points(manager());

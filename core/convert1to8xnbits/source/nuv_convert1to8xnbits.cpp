@@ -73,7 +73,7 @@ NUV_Engine* NUV_Convert1To8xNBits::engine(NUV_Engine* previous, const NUV_DataTy
 {
     constexpr auto method = "NUV_Convert1To8xNBits::engine()";
 
-    if (!previous || !previous->header() || !type)
+    if (!has_image(previous) || !type)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const auto refuse = [&]() -> NUV_Engine* {
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);

@@ -115,8 +115,8 @@ NUV_Engine* NUV_ConvertDataType::engine(NUV_Engine* previous, const NUV_DataType
 {
     constexpr auto method = "NUV_ConvertDataType::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     const Samples target{type ? type : header.data_type(), bits};
     const bool is_same = target.type == header.data_type() && bits == header.bits();

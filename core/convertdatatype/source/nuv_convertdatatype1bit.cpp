@@ -187,8 +187,8 @@ NUV_Engine* NUV_ConvertDataType1bit::engine(NUV_Engine* previous, double slope, 
 {
     constexpr auto method = "NUV_ConvertDataType1bit::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     if (!holds_bits(*previous->header()))
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     const NUV_LinearRule rule(slope, offset);
@@ -204,8 +204,8 @@ NUV_Engine* NUV_ConvertDataTypeFrom1bit::engine(NUV_Engine* previous, const NUV_
 {
     constexpr auto method = "NUV_ConvertDataTypeFrom1bit::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_DataType* to = type ? type : previous->header()->data_type();
     return visit_any_sample_type(
         to, bits,
@@ -220,8 +220,8 @@ NUV_Engine* NUV_ConvertDataTypeTo1bit::engine(NUV_Engine* previous, double slope
 {
     constexpr auto method = "NUV_ConvertDataTypeTo1bit::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     return visit_any_sample_type(
         header.data_type(), header.bits(),

@@ -53,8 +53,8 @@ NUV_Engine* NUV_ConvertDataType8xNbits::engine(NUV_Engine* previous, const NUV_D
 {
     constexpr auto method = "NUV_ConvertDataType8xNbits::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     const NUV_DataType* to = type ? type : header.data_type();
     const NUV_LinearRule rule(slope, offset);

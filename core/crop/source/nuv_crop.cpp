@@ -5,8 +5,8 @@ namespace nuv {
 NUV_Engine* NUV_Crop::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t y,
                              std::uint32_t w, std::uint32_t h)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Crop::engine()");
+    if (!accepts_image(previous, "NUV_Crop::engine()"))
+        return nullptr;
     if (previous->header()->encode_type() == NUV_EncodeType::qd_rle)
         return NUV_CropQDRLE(manager()).engine(previous, x, y, w, h);
     NUV_Engine* lines = NUV_CropHeight(manager()).engine(previous, y, h);

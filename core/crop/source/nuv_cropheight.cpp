@@ -85,8 +85,8 @@ bool NUV_CropHeightEngine::copy_line()
 
 NUV_Engine* NUV_CropHeight::engine(NUV_Engine* previous, std::uint32_t y, std::uint32_t h)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropHeight::engine()");
+    if (!accepts_image(previous, "NUV_CropHeight::engine()"))
+        return nullptr;
     if (y == 0 && h >= previous->header()->height())
         return previous;
     return append_new<NUV_CropHeightEngine>(*previous, y, h);

@@ -99,8 +99,8 @@ bool NUV_CropQDRLEEngine::keep_columns()
 NUV_Engine* NUV_CropQDRLE::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t y,
                                   std::uint32_t w, std::uint32_t h)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropQDRLE::engine()");
+    if (!accepts_image(previous, "NUV_CropQDRLE::engine()"))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     if (x == 0 && y == 0 && w >= header.width() && h >= header.height())
         return previous;

@@ -160,8 +160,8 @@ bool NUV_CropWidth1BitISEngine::process_line(const void* in, void* out)
 
 NUV_Engine* NUV_CropWidth::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth::engine()");
+    if (!accepts_image(previous, "NUV_CropWidth::engine()"))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     if (x == 0 && w >= header.width())
         return previous;
@@ -174,22 +174,22 @@ NUV_Engine* NUV_CropWidth::engine(NUV_Engine* previous, std::uint32_t x, std::ui
 
 NUV_Engine* NUV_CropWidth8xNBits::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth8xNBits::engine()");
+    if (!accepts_image(previous, "NUV_CropWidth8xNBits::engine()"))
+        return nullptr;
     return append_new<NUV_CropWidth8xNBitsEngine>(*previous, x, w);
 }
 
 NUV_Engine* NUV_CropWidth1BitBS::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth1BitBS::engine()");
+    if (!accepts_image(previous, "NUV_CropWidth1BitBS::engine()"))
+        return nullptr;
     return append_new<NUV_CropWidth1BitBSEngine>(*previous, x, w);
 }
 
 NUV_Engine* NUV_CropWidth1BitIS::engine(NUV_Engine* previous, std::uint32_t x, std::uint32_t w)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_CropWidth1BitIS::engine()");
+    if (!accepts_image(previous, "NUV_CropWidth1BitIS::engine()"))
+        return nullptr;
     return append_new<NUV_CropWidth1BitISEngine>(*previous, x, w);
 }
 

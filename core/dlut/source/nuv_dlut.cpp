@@ -136,8 +136,8 @@ NUV_Engine* NUV_DLutTetrahedron::engine(NUV_Engine* previous, const NUV_DLutData
 {
     constexpr auto method = "NUV_DLutTetrahedron::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     if (header.data_type() == NUV_DataType::u_integer && header.bits() == 8)
         return append_new<NUV_DLutTetrahedronEngine<std::uint8_t>>(*previous, table, target);

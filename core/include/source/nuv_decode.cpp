@@ -7,8 +7,8 @@ namespace nuv {
 
 NUV_Engine* NUV_Decode::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method_);
+    if (!accepts_image(previous, method_))
+        return nullptr;
     return previous->header()->is_raw() ? previous : append_decoder(*previous);
 }
 

@@ -29,8 +29,8 @@ NUV_Engine* NUV_WriteJPEG::engine(NUV_Engine* previous, NUV_OutputStorage* stora
     constexpr std::uint32_t usual_quality = 75;
     constexpr std::uint32_t usual_sampling = 0x211111;
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_WriteJPEG::engine()");
+    if (!accepts_image(previous, "NUV_WriteJPEG::engine()"))
+        return nullptr;
     NUV_WriteJPEGOption usual(usual_quality, usual_sampling, /*restart_interval=*/0);
     const NUV_EncodeJPEGAttributes* chosen = attributes ? attributes : &usual;
     return append_writer<NUV_WriteJPEGEngine>(*previous, storage, chosen);
@@ -41,8 +41,8 @@ NUV_Engine* NUV_WriteLosslessJPEG::engine(NUV_Engine* previous, NUV_OutputStorag
 {
     constexpr std::uint32_t no_restarts = 0xFFFFFFFF;
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_WriteLosslessJPEG::engine()");
+    if (!accepts_image(previous, "NUV_WriteLosslessJPEG::engine()"))
+        return nullptr;
     const NUV_WriteLosslessJPEGOption usual(/*optimise=*/false, no_restarts);
     const NUV_WriteLosslessJPEGOption* chosen = option ? option : &usual;
     return append_writer<NUV_WriteJPEGEngine>(*previous, storage, chosen);

@@ -57,8 +57,8 @@ bool NUV_ConvertYCCKToYCbCrEngine::process_line(const void* in, void* out)
 
 NUV_Engine* NUV_ConvertYCCKToYCbCr::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ConvertYCCKToYCbCr::engine()");
+    if (!accepts_image(previous, "NUV_ConvertYCCKToYCbCr::engine()"))
+        return nullptr;
     return append_new<NUV_ConvertYCCKToYCbCrEngine>(*previous);
 }
 

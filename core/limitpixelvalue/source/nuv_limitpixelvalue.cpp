@@ -73,8 +73,8 @@ NUV_Engine* NUV_LimitPixelValue::engine(NUV_Engine* previous, std::int64_t maxim
 {
     constexpr auto method = "NUV_LimitPixelValue::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     const NUV_Header& header = *previous->header();
     return visit_wide_sample_type(
         header.data_type(), header.bits(),

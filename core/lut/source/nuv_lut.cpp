@@ -171,8 +171,8 @@ NUV_Engine* visit_sample_and_entry(const NUV_Header& header, const NUV_LutData* 
 NUV_Engine* NUV_LutU8xNbits::engine(NUV_Engine* previous, const NUV_LutData* table,
                                     const NUV_ColorType* target)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_LutU8xNbits::engine()");
+    if (!accepts_image(previous, "NUV_LutU8xNbits::engine()"))
+        return nullptr;
     return visit_sample_and_entry(*previous->header(), table, [&]<class I, class O>() {
         return append_new<NUV_LutU8xNbitsEngine<I, O>>(*previous, table, target);
     });
@@ -181,8 +181,8 @@ NUV_Engine* NUV_LutU8xNbits::engine(NUV_Engine* previous, const NUV_LutData* tab
 NUV_Engine* NUV_LutS8xNbits::engine(NUV_Engine* previous, const NUV_LutData* table,
                                     const NUV_ColorType* target)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_LutS8xNbits::engine()");
+    if (!accepts_image(previous, "NUV_LutS8xNbits::engine()"))
+        return nullptr;
     return visit_sample_and_entry(*previous->header(), table, [&]<class I, class O>() {
         return append_new<NUV_LutS8xNbitsEngine<I, O>>(*previous, table, target);
     });
@@ -191,8 +191,8 @@ NUV_Engine* NUV_LutS8xNbits::engine(NUV_Engine* previous, const NUV_LutData* tab
 NUV_Engine* NUV_Lut::engine(NUV_Engine* previous, const NUV_LutData* table,
                             const NUV_ColorType* target)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Lut::engine()");
+    if (!accepts_image(previous, "NUV_Lut::engine()"))
+        return nullptr;
     if (previous->header()->data_type() == NUV_DataType::u_integer)
         return NUV_LutU8xNbits(manager()).engine(previous, table, target);
     return NUV_LutS8xNbits(manager()).engine(previous, table, target);

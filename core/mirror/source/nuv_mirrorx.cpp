@@ -101,8 +101,8 @@ bool NUV_MirrorX1BitEngine::process_line(const void* in, void* out)
 
 NUV_Engine* NUV_MirrorX::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX::engine()");
+    if (!accepts_image(previous, "NUV_MirrorX::engine()"))
+        return nullptr;
     if (previous->header()->bits() == 1)
         return NUV_MirrorX1Bit(manager()).engine(previous);
     return NUV_MirrorX8xNBits(manager()).engine(previous);
@@ -110,8 +110,8 @@ NUV_Engine* NUV_MirrorX::engine(NUV_Engine* previous)
 
 NUV_Engine* NUV_MirrorX8xNBits::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX8xNBits::engine()");
+    if (!accepts_image(previous, "NUV_MirrorX8xNBits::engine()"))
+        return nullptr;
     if (previous->header()->bits() == 16)
         return append_new<NUV_MirrorX8xNBitsEngine<std::uint16_t>>(*previous);
     return append_new<NUV_MirrorX8xNBitsEngine<std::uint8_t>>(*previous);
@@ -119,8 +119,8 @@ NUV_Engine* NUV_MirrorX8xNBits::engine(NUV_Engine* previous)
 
 NUV_Engine* NUV_MirrorX1Bit::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorX1Bit::engine()");
+    if (!accepts_image(previous, "NUV_MirrorX1Bit::engine()"))
+        return nullptr;
     return append_new<NUV_MirrorX1BitEngine>(*previous);
 }
 

@@ -40,8 +40,8 @@ private:
 
 NUV_Engine* NUV_MirrorY::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_MirrorY::engine()");
+    if (!accepts_image(previous, "NUV_MirrorY::engine()"))
+        return nullptr;
     return append_new<NUV_MirrorYEngine>(*previous);
 }
 

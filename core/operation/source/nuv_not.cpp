@@ -39,8 +39,8 @@ private:
 
 NUV_Engine* NUV_Not::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Not::engine()");
+    if (!accepts_image(previous, "NUV_Not::engine()"))
+        return nullptr;
     if (previous->header()->encode_type() == NUV_EncodeType::qd_rle)
         return NUV_NotQDRLE(manager()).engine(previous);
     return append_new<NUV_NotEngine>(*previous);

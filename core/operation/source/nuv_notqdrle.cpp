@@ -72,8 +72,8 @@ bool NUV_NotQDRLEEngine::invert()
 
 NUV_Engine* NUV_NotQDRLE::engine(NUV_Engine* previous)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_NotQDRLE::engine()");
+    if (!accepts_image(previous, "NUV_NotQDRLE::engine()"))
+        return nullptr;
     return append_new<NUV_NotQDRLEEngine>(*previous);
 }
 

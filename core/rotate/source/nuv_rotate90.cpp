@@ -10,8 +10,8 @@ NUV_Engine* NUV_Rotate90::engine(NUV_Engine* previous, std::int32_t angle)
     constexpr std::uint32_t lines_of_bytes = 200; // of a band
     constexpr std::uint32_t lines_of_bits = 64;
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     if (NUV_Angle(angle).is_whole_turn())
         return previous;
     const NUV_Header& header = *previous->header();

@@ -191,8 +191,8 @@ void NUV_Rotate90_1Engine::quarter_turn(Bands bands) const
 
 NUV_Engine* NUV_Rotate90_1::engine(NUV_Engine* previous, std::int32_t angle, std::uint32_t block)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Rotate90_1::engine()");
+    if (!accepts_image(previous, "NUV_Rotate90_1::engine()"))
+        return nullptr;
     if (NUV_Angle(angle).is_whole_turn())
         return previous;
     return append_new<NUV_Rotate90_1Engine>(*previous, angle, block);

@@ -75,8 +75,8 @@ NUV_Engine* NUV_Rotate90_8xN::engine(NUV_Engine* previous, std::int32_t angle, s
 {
     constexpr auto method = "NUV_Rotate90_8xN::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     if (NUV_Angle(angle).is_whole_turn())
         return previous;
     switch (previous->header()->bits()) {

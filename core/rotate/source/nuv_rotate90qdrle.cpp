@@ -101,8 +101,8 @@ bool NUV_Rotate90QDRLEEngine::execute()
 
 NUV_Engine* NUV_Rotate90QDRLE::engine(NUV_Engine* previous, std::int32_t angle)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_Rotate90QDRLE::engine()");
+    if (!accepts_image(previous, "NUV_Rotate90QDRLE::engine()"))
+        return nullptr;
     if (NUV_Angle(angle).is_whole_turn())
         return previous;
     return append_new<NUV_Rotate90QDRLEEngine>(*previous, angle);

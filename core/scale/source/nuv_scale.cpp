@@ -17,11 +17,6 @@ std::optional<std::uint32_t> scaled_size(std::uint32_t size, double ratio) noexc
     return whole == 0 ? 1 : whole;
 }
 
-bool has_image(const NUV_Engine* engine) noexcept
-{
-    return engine && engine->header();
-}
-
 } // namespace
 
 bool NUV_ScaleAxis::accepts(const NUV_Engine* previous, std::uint32_t size, const char* method)

@@ -244,7 +244,7 @@ NUV_Engine* NUV_ScaleHeightIRE::engine(NUV_Engine* previous, std::uint32_t facto
 NUV_Engine* NUV_ScaleIRE::engine(NUV_Engine* previous, std::uint32_t factor_x,
                                  std::uint32_t factor_y)
 {
-    if (!previous || !previous->header() || factor_x == 0 || factor_y == 0)
+    if (!has_image(previous) || factor_x == 0 || factor_y == 0)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleIRE::engine()");
     NUV_Engine* widened = NUV_ScaleWidthIRE(manager()).engine(previous, factor_x);
     return widened ? NUV_ScaleHeightIRE(manager()).engine(widened, factor_y) : nullptr;

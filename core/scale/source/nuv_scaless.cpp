@@ -101,8 +101,8 @@ NUV_Engine* NUV_ScaleSS::engine(NUV_Engine* previous, std::uint32_t step_x, std:
 {
     constexpr auto method = "NUV_ScaleSS::engine()";
 
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+    if (!accepts_image(previous, method))
+        return nullptr;
     if (!has_whole_byte_samples(*previous->header()))
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     return append_new<NUV_ScaleSSEngine>(*previous,

@@ -63,7 +63,7 @@ enum class Verdict { append, pass_on, bad_argument };
 [[nodiscard]] Verdict judge(const NUV_Engine* previous, const NUV_DataType* type,
                             std::uint16_t bits, std::int32_t shift)
 {
-    if (!previous || !previous->header() || !type || shift < -most_shift || shift > most_shift)
+    if (!has_image(previous) || !type || shift < -most_shift || shift > most_shift)
         return Verdict::bad_argument;
     const NUV_Header& header = *previous->header();
     const bool is_same = type == header.data_type() && bits == header.bits();

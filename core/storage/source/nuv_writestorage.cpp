@@ -186,8 +186,8 @@ NUV_Engine* NUV_WriteStorage::engine(NUV_Engine* previous, NUV_OutputStorage* st
                                      std::int32_t offset, std::int32_t line_pad,
                                      std::int32_t line_gap, std::int32_t byte_order)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_WriteStorage::engine()");
+    if (!accepts_image(previous, "NUV_WriteStorage::engine()"))
+        return nullptr;
     return append_writer<NUV_WriteStorageEngine>(*previous, storage, offset, line_pad, line_gap,
                                                  byte_order);
 }

@@ -55,8 +55,8 @@ bool NUV_ConvertBits4To8Engine::process_line(const void* in, void* out)
 
 NUV_Engine* NUV_ConvertBits4To8::engine(NUV_Engine* source)
 {
-    if (!source || !source->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ConvertBits4To8::engine()");
+    if (!accepts_image(source, "NUV_ConvertBits4To8::engine()"))
+        return nullptr;
     return append_new<NUV_ConvertBits4To8Engine>(*source);
 }
 

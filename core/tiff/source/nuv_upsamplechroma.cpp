@@ -110,8 +110,8 @@ using NUV_UpsampleChroma411Engine = NUV_UpsampleChromaEngine<ChromaUnits<4, 1>>;
 
 NUV_Engine* NUV_UpsampleChroma::engine(NUV_Engine* source, std::uint32_t mode)
 {
-    if (!source || !source->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_UpsampleChroma::engine()");
+    if (!accepts_image(source, "NUV_UpsampleChroma::engine()"))
+        return nullptr;
     return mode == no_units ? source : create_engine(*source, mode);
 }
 

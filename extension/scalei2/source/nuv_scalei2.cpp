@@ -12,8 +12,7 @@ NUV_Engine* NUV_ScaleI2::engine(NUV_Engine* previous, std::uint32_t width, std::
 {
     constexpr auto method = "NUV_ScaleI2::engine()";
 
-    if (!previous || !previous->header() || width < scale_i2_least_size ||
-        height < scale_i2_least_size)
+    if (!has_image(previous) || width < scale_i2_least_size || height < scale_i2_least_size)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const NUV_Header& source = *previous->header();
     if (!limits_bits(source, bits) && width == source.width() && height == source.height())

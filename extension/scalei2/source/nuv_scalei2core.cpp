@@ -135,7 +135,7 @@ template <class Append>
                                        const NUV_ScaleI2Order& order, const char* method,
                                        Append&& append)
 {
-    const bool is_complete = previous && previous->header() && order.table;
+    const bool is_complete = has_image(previous) && order.table;
     if (!is_complete || order.width == 0 || order.height == 0)
         return fail(manager, NUV_ERR_ARGUMENT, method);
     if (only_cuts(*previous->header(), order.width, order.height))

@@ -72,7 +72,7 @@ NUV_Engine* NUV_ScaleI2FloatSmall::engine(NUV_Engine* previous, std::uint32_t wi
                                           std::uint32_t height, std::uint16_t bits,
                                           const NUV_CubicSplineTable* table, std::uint32_t taps)
 {
-    if (!previous || !previous->header() || width == 0 || height == 0)
+    if (!has_image(previous) || width == 0 || height == 0)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2FloatSmall::engine()");
     const NUV_ScaleI2Order order{width, height, bits, table, taps};
     return append_new<NUV_ScaleI2SmallEngine<std::uint16_t>>(*previous, order);
@@ -82,7 +82,7 @@ NUV_Engine* NUV_ScaleI2FixedRealSmall::engine(NUV_Engine* previous, std::uint32_
                                               std::uint32_t height, std::uint16_t bits,
                                               const NUV_CubicSplineTable* table, std::uint32_t taps)
 {
-    if (!previous || !previous->header() || width == 0 || height == 0)
+    if (!has_image(previous) || width == 0 || height == 0)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2FixedRealSmall::engine()");
     const NUV_ScaleI2Order order{width, height, bits, table, taps};
     return append_new<NUV_ScaleI2SmallEngine<std::uint8_t>>(*previous, order);

@@ -14,8 +14,8 @@ NUV_Engine* NUV_ScaleI2VAR::engine(NUV_Engine* previous, std::uint32_t width, st
 
 NUV_Engine* NUV_ScaleI2VAR::engine(NUV_Engine* previous, double ratio_x, double ratio_y, float a)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2VAR::engine()");
+    if (!accepts_image(previous, "NUV_ScaleI2VAR::engine()"))
+        return nullptr;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     if (!ratio_to_size_mine(previous->header(), ratio_x, ratio_y, width, height))

@@ -45,8 +45,8 @@ template <RealNumber R>
 NUV_Engine* NUV_ScaleI2VARExBy<R>::engine(NUV_Engine* previous, double ratio_x, double ratio_y,
                                           double a, std::uint16_t bits)
 {
-    if (!previous || !previous->header())
-        return fail(this->manager(), NUV_ERR_ARGUMENT, "NUV_ScaleI2VARExBy::engine()");
+    if (!this->accepts_image(previous, "NUV_ScaleI2VARExBy::engine()"))
+        return nullptr;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     if (!this->ratio_to_size(previous->header(), ratio_x, ratio_y, width, height))

@@ -59,8 +59,8 @@ bool NUV_BitReverseEngine::execute()
 
 NUV_Engine* NUV_BitReverse::engine(NUV_Engine* source)
 {
-    if (!source || !source->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_BitReverse::engine()");
+    if (!accepts_image(source, "NUV_BitReverse::engine()"))
+        return nullptr;
     return append_new<NUV_BitReverseEngine>(*source);
 }
 

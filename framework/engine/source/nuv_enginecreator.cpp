@@ -2,6 +2,11 @@
 
 namespace nuv {
 
+bool NUV_EngineCreator::accepts_image(const NUV_Engine* previous, const char* method, NUV_Here here)
+{
+    return has_image(previous) || fail(manager(), NUV_ERR_ARGUMENT, method, here);
+}
+
 NUV_Engine* NUV_EngineCreator::enlist(NUV_Engine* engine, NUV_DstBuffer* dst)
 {
     if (manager().add(engine, dst))

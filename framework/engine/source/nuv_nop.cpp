@@ -64,8 +64,8 @@ NUV_Engine* NUV_Nop::engine(const NUV_Header* header, NUV_SrcBuffer* src)
 
 NUV_Engine* NUV_RewriteHeader::engine(NUV_Engine* previous, const NUV_Header* header)
 {
-    if (!previous || !previous->header())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_RewriteHeader::engine()");
+    if (!accepts_image(previous, "NUV_RewriteHeader::engine()"))
+        return nullptr;
     return append_new<NUV_RewriteHeaderEngine>(*previous, header);
 }
 
