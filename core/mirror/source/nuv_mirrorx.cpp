@@ -4,8 +4,8 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
+#include "framework/utility/nuv_mirroredbytes.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -41,18 +41,6 @@ private:
     std::size_t pixel_bytes_ = 0;
 };
 
-// Each byte with its bits in the opposite order.
-constexpr auto reversed_bits = [] {
-    std::array<std::uint8_t, 256> table{};
-    for (unsigned byte = 0; byte < table.size(); ++byte) {
-        unsigned turned = 0;
-        for (unsigned bit = 0; bit < 8; ++bit)
-            turned |= (byte >> bit & 1U) << (7 - bit);
-        table[byte] = static_cast<std::uint8_t>(turned);
-    }
-    return table;
-}();
-
 class NUV_MirrorX1BitEngine final : public NUV_ProcessLineToLineEngine {
 public:
     static constexpr auto initiate_method = "NUV_MirrorX1BitEngine::initiate()";
@@ -84,16 +72,16 @@ bool NUV_MirrorX1BitEngine::process_line(const void* in, void* out)
     const std::size_t last = line_bytes_ - 1;
     if (tail_bits_ == 0) {
         for (std::size_t i = 0; i <= last; ++i)
-            to[i] = reversed_bits[from[last - i]];
+            to[i] = mirrored_bytes[from[last - i]];
         return true;
     }
     // Eight pixels that end at the last one stand across two bytes.
     const unsigned right = 8 - tail_bits_;
     for (std::size_t i = 0; i < last; ++i) {
         const std::uint8_t* at = from + last - i;
-        to[i] = reversed_bits[(at[0] >> right | at[-1] << tail_bits_) & 0xFF];
+        to[i] = mirrored_bytes[(at[0] >> right | at[-1] << tail_bits_) & 0xFF];
     }
-    to[last] = reversed_bits[from[0] >> right];
+    to[last] = mirrored_bytes[from[0] >> right];
     return true;
 }
 

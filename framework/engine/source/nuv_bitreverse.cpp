@@ -2,24 +2,12 @@
 
 #include "framework/engine/nuv_processengine.h"
 #include "framework/engine/nuv_stepblocks.h"
+#include "framework/utility/nuv_mirroredbytes.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 namespace nuv {
 namespace {
-
-constexpr std::array<std::uint8_t, 256> mirrored_bytes = [] {
-    std::array<std::uint8_t, 256> table{};
-    for (unsigned byte = 0; byte < table.size(); ++byte) {
-        unsigned mirrored = 0;
-        for (unsigned bit = 0; bit < 8; ++bit)
-            mirrored |= (byte >> bit & 1U) << (7 - bit);
-        table[byte] = static_cast<std::uint8_t>(mirrored);
-    }
-    return table;
-}();
 
 class NUV_BitReverseEngine final : public NUV_ProcessEngine {
 public:
