@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/include/nuv_decode.h"
 #include "core/jpeg/nuv_jpeginfo.h"
-#include "framework/engine/nuv_enginecreator.h"
 
 #include <cstdint>
 
@@ -41,15 +41,25 @@ private:
 };
 
 // Decodes the JPEG stream that an engine delivers. A raw image is passed on as it is.
-class NUV_DecodeJPEG final : public NUV_EngineCreator {
+class NUV_DecodeJPEG final : public NUV_Decode {
 public:
-    using NUV_EngineCreator::NUV_EngineCreator;
+    explicit NUV_DecodeJPEG(NUV_Manager& manager) noexcept;
 
     // NUV_ERR_ARGUMENT without a previous engine or its header, NUV_ERR_UNSUPPORTED for another
     // coding, NUV_ERR_FORMAT when the data is no JPEG stream; the others are those of NUV_ReadJPEG.
-    [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous);
+    using NUV_Decode::engine;
     // `option` may be null; it is read before the call returns.
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, const NUV_DecodeJPEGOption* option);
+
+    [[nodiscard]] const NUV_EncodeType* encode_type() const noexcept override
+    {
+        return NUV_EncodeType::jpeg;
+    }
+
+private:
+    [[nodiscard]] NUV_Engine* append_decoder(NUV_Engine& previous) override;
+
+    const NUV_DecodeJPEGOption* option_ = nullptr; // of the call that is under way
 };
 
 } // namespace nuv

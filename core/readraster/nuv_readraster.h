@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
-#include "core/include/nuv_libloader.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_enginecreator.h"
 #include "framework/io/nuv_inputstorage.h"
@@ -15,7 +14,7 @@ namespace nuv {
 //
 // A probe that refuses leaves no trace, unless nothing accepts the data: then the first error that
 // a probe raised stands, or NUV_ERR_UNSUPPORTED.
-class NUV_ReadRaster final : public NUV_EngineCreator, private NUV_LibLoader {
+class NUV_ReadRaster final : public NUV_EngineCreator {
 public:
     explicit NUV_ReadRaster(NUV_Manager& manager) noexcept;
 
@@ -27,21 +26,18 @@ public:
     [[nodiscard]] NUV_FormatInfo* format_info(NUV_InputStorage* storage, std::uint32_t page);
 
 private:
-    [[nodiscard]] NUV_Engine* load_engine() override;
-
     [[nodiscard]] NUV_Engine* engine_single_image(NUV_InputStorage* storage);
     [[nodiscard]] NUV_Engine* engine_tiff(NUV_InputStorage* storage, std::uint32_t page);
     [[nodiscard]] NUV_FormatInfo* format_info_single_image(NUV_InputStorage* storage);
     [[nodiscard]] NUV_FormatInfo* format_info_tiff(NUV_InputStorage* storage, std::uint32_t page);
 
-    void begin_search(NUV_InputStorage* storage, std::uint32_t page);
+    void begin_search(NUV_InputStorage* storage);
     void begin_probe();
     void keep_refusal();
     void keep_reader_failure();
     void end_search(const char* method);
 
     NUV_InputStorage* storage_ = nullptr;
-    std::uint32_t page_ = 0;
     std::int32_t start_ = 0;
     bool is_over_ = false; // the format is known, and its reader has failed
     NUV_Status entry_;     // what stood before the search

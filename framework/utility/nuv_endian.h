@@ -13,11 +13,6 @@ namespace nuv {
     return static_cast<std::uint16_t>(from[0] << 8 | from[1]);
 }
 
-[[nodiscard]] constexpr std::uint16_t load_le16(const std::uint8_t* from) noexcept
-{
-    return static_cast<std::uint16_t>(from[1] << 8 | from[0]);
-}
-
 [[nodiscard]] constexpr std::uint32_t load_be32(const std::uint8_t* from) noexcept
 {
     return std::uint32_t{from[0]} << 24 | std::uint32_t{from[1]} << 16 |

@@ -8,28 +8,25 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
+#include <optional>
+
 namespace nuv {
 namespace {
 
-struct DecoderRow {
-    const NUV_EncodeType* const* encode_type;
-    NUV_Engine* (*append)(NUV_Manager& manager, NUV_Engine* previous);
-};
-
+// What Decoder appends; nothing when the coding is not the one that it takes.
 template <class Decoder>
-NUV_Engine* append_decoder(NUV_Manager& manager, NUV_Engine* previous)
+std::optional<NUV_Engine*> try_decoder(NUV_Manager& manager, NUV_Engine& previous)
 {
-    return Decoder(manager).engine(previous);
+    Decoder decoder(manager);
+    if (decoder.encode_type() != previous.header()->encode_type())
+        return std::nullopt;
+    return decoder.engine(&previous);
 }
 
-// All encodings that can be decoded.
-constexpr DecoderRow decoders[] = {
-    {&NUV_EncodeType::qd_rle, append_decoder<NUV_DecodeQDRLE>},
-    {&NUV_EncodeType::win_rle8, append_decoder<NUV_DecodeWinRLE8>},
-    {&NUV_EncodeType::win_rle4, append_decoder<NUV_DecodeWinRLE4>},
-    {&NUV_EncodeType::jpeg, append_decoder<NUV_DecodeJPEG>},
-    {&NUV_EncodeType::flate, append_decoder<NUV_DecodeFlate>},
-    {&NUV_EncodeType::pack_bits, append_decoder<NUV_DecodePackBits>},
+// All codings that can be decoded.
+constexpr std::optional<NUV_Engine*> (*decoders[])(NUV_Manager&, NUV_Engine&) = {
+    try_decoder<NUV_DecodeQDRLE>, try_decoder<NUV_DecodeWinRLE8>, try_decoder<NUV_DecodeWinRLE4>,
+    try_decoder<NUV_DecodeJPEG>,  try_decoder<NUV_DecodeFlate>,   try_decoder<NUV_DecodePackBits>,
 };
 
 } // namespace
@@ -38,23 +35,15 @@ NUV_Engine* NUV_DecodeToRaw::engine(NUV_Engine* previous)
 {
     constexpr auto method = "NUV_DecodeToRaw::engine()";
 
-    previous_ = previous;
-    const NUV_Header* header = previous ? previous->header() : nullptr;
-    if (!header)
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
-    if (header->is_raw())
+    if (!accepts_image(previous, method))
+        return nullptr;
+    if (previous->header()->is_raw())
         return previous;
-    for (const DecoderRow& decoder : decoders) {
-        if (header->encode_type() == *decoder.encode_type)
-            return decoder.append(manager(), previous);
+    for (const auto try_to_decode : decoders) {
+        if (const std::optional<NUV_Engine*> decoder = try_to_decode(manager(), *previous))
+            return *decoder;
     }
     return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-}
-
-NUV_Engine* NUV_DecodeToRaw::load_engine()
-{
-    auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_Engine*)>("LoadDecodeEngine");
-    return load ? load(manager(), previous_) : nullptr;
 }
 
 } // namespace nuv

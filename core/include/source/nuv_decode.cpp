@@ -1,8 +1,5 @@
 #include "core/include/nuv_decode.h"
 
-#include "framework/base/nuv_failure.h"
-#include "framework/base/nuv_status.h"
-
 namespace nuv {
 
 NUV_Engine* NUV_Decode::engine(NUV_Engine* previous)

@@ -1,7 +1,5 @@
 #include "core/mirror/nuv_mirrory.h"
 
-#include "framework/base/nuv_failure.h"
-#include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processplanetolineengine.h"
 
 #include <cstddef>

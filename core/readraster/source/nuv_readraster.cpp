@@ -28,7 +28,7 @@ NUV_Engine* NUV_ReadRaster::engine(NUV_InputStorage* storage, std::uint32_t page
 
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
-    begin_search(storage, page);
+    begin_search(storage);
     if (page == 0) {
         if (NUV_Engine* found = engine_single_image(storage))
             return found;
@@ -47,7 +47,7 @@ NUV_FormatInfo* NUV_ReadRaster::format_info(NUV_InputStorage* storage, std::uint
 
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
-    begin_search(storage, page);
+    begin_search(storage);
     if (page == 0) {
         if (NUV_FormatInfo* found = format_info_single_image(storage))
             return found;
@@ -111,21 +111,9 @@ NUV_FormatInfo* NUV_ReadRaster::format_info_tiff(NUV_InputStorage* storage, std:
     return nullptr;
 }
 
-NUV_Engine* NUV_ReadRaster::load_engine()
-{
-    if (page_ > 0) {
-        auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_InputStorage*, std::uint32_t)>(
-            "LoadReadEngineWithPage");
-        return load ? load(manager(), storage_, page_) : nullptr;
-    }
-    auto* load = find_entry_point<NUV_Engine*(NUV_Manager&, NUV_InputStorage*)>("LoadReadEngine");
-    return load ? load(manager(), storage_) : nullptr;
-}
-
-void NUV_ReadRaster::begin_search(NUV_InputStorage* storage, std::uint32_t page)
+void NUV_ReadRaster::begin_search(NUV_InputStorage* storage)
 {
     storage_ = storage;
-    page_ = page;
     start_ = storage->position();
     is_over_ = false;
     entry_ = manager().status();
