@@ -1,6 +1,7 @@
 #include "framework/base/nuv_tags.h"
 
 #include <cstddef>
+#include <string_view>
 
 namespace nuv {
 namespace {
@@ -8,55 +9,51 @@ namespace {
 // The objects are constant-initialised, and each exists in this file alone, so that an address says
 // which tag it is, in every part of the process and at any time.
 
-class DataTag final : public NUV_DataType {
+template <class Family>
+class Tag : public Family {
+public:
+    constexpr Tag(const char* key, std::int32_t id) : key_(key), id_(id) {}
+    constexpr ~Tag() override {} // g++ 12 defines a defaulted one too late for a constant
+    constexpr const char* key() const noexcept override { return key_; }
+    std::int32_t id() const noexcept override { return id_; }
+
+private:
+    const char* key_;
+    std::int32_t id_;
+};
+
+class DataTag final : public Tag<NUV_DataType> {
 public:
     using Accepts = bool (*)(std::uint32_t bits);
 
     constexpr DataTag(const char* key, std::int32_t id, Accepts accepts)
-        : key_(key),
-          id_(id),
+        : Tag(key, id),
           accepts_(accepts)
     {}
+    constexpr ~DataTag() override {}
     bool valid_bits(std::uint32_t bits) const noexcept override { return accepts_(bits); }
-    const char* key() const noexcept override { return key_; }
-    std::int32_t id() const noexcept override { return id_; }
 
 private:
-    const char* key_;
-    std::int32_t id_;
     Accepts accepts_;
 };
 
-class EncodeTag final : public NUV_EncodeType {
-public:
-    constexpr EncodeTag(const char* key, std::int32_t id) : key_(key), id_(id) {}
-    const char* key() const noexcept override { return key_; }
-    std::int32_t id() const noexcept override { return id_; }
+using EncodeTag = Tag<NUV_EncodeType>;
 
-private:
-    const char* key_;
-    std::int32_t id_;
-};
-
-class ColorTag final : public NUV_ColorType {
+class ColorTag final : public Tag<NUV_ColorType> {
 public:
     // `channels` 0: the colour says nothing about their number.
     constexpr ColorTag(const char* key, std::int32_t id, std::uint32_t channels)
-        : key_(key),
-          id_(id),
+        : Tag(key, id),
           channels_(channels)
     {}
+    constexpr ~ColorTag() override {}
     std::uint32_t channels() const noexcept override { return channels_; }
     bool valid_channels(std::uint32_t count) const noexcept override
     {
         return channels_ != 0 ? count == channels_ : count != 0;
     }
-    const char* key() const noexcept override { return key_; }
-    std::int32_t id() const noexcept override { return id_; }
 
 private:
-    const char* key_;
-    std::int32_t id_;
     std::uint32_t channels_;
 };
 
@@ -76,7 +73,16 @@ const Family* find_id(const Tag (&family)[Count], std::int32_t id) noexcept
     return &family[Count - 1];
 }
 
-constinit const DataTag data_types[] = {
+// The tag with that key. A key that none has runs past the end, and doesn't compile.
+template <class Tag>
+consteval const Tag* tag(const Tag* first, std::string_view key)
+{
+    while (first->key() != key)
+        ++first;
+    return first;
+}
+
+constexpr DataTag data_types[] = {
     {"u_integer", 0, [](std::uint32_t bits) { return is_power_of_two_to_32(bits); }},
     {"s_integer", 1, [](std::uint32_t bits) { return bits >= 8 && is_power_of_two_to_32(bits); }},
     {"floating", 2, [](std::uint32_t bits) { return bits == 32 || bits == 64; }},
@@ -84,7 +90,7 @@ constinit const DataTag data_types[] = {
 };
 
 // clang-format off
-constinit const EncodeTag encode_types[] = {
+constexpr EncodeTag encodings[] = {
     {"raw", 0}, {"mh", 100}, {"mr", 120}, {"mmr", 140},
     {"pack_bits", 200}, {"byte_encode", 220}, {"win_rle8", 300}, {"win_rle4", 310},
     {"qd_rle", 320}, {"qd_rle_be", 322}, {"qd_rlc", 330}, {"qd_rlc_be", 332},
@@ -94,7 +100,7 @@ constinit const EncodeTag encode_types[] = {
     {"asciihex", 10020}, {"base64", 10040}, {"unknown", -1},
 };
 
-constinit const ColorTag color_types[] = {
+constexpr ColorTag colors[] = {
     {"none", 0, 0}, {"gray", 100, 1}, {"gray_reverse", 102, 1},
     {"lstar", 110, 1}, {"s_rgb", 220, 3}, {"adobe_rgb", 240, 3},
     {"ycbcr", 300, 3}, {"hsl", 400, 3}, {"icc_lab", 520, 3},
@@ -106,53 +112,53 @@ constinit const ColorTag color_types[] = {
 } // namespace
 
 // clang-format off
-constinit const NUV_DataType* const NUV_DataType::u_integer = &data_types[0];
-constinit const NUV_DataType* const NUV_DataType::s_integer = &data_types[1];
-constinit const NUV_DataType* const NUV_DataType::floating = &data_types[2];
-constinit const NUV_DataType* const NUV_DataType::unknown = &data_types[3];
+constinit const NUV_DataType* const NUV_DataType::u_integer = tag(data_types, "u_integer");
+constinit const NUV_DataType* const NUV_DataType::s_integer = tag(data_types, "s_integer");
+constinit const NUV_DataType* const NUV_DataType::floating = tag(data_types, "floating");
+constinit const NUV_DataType* const NUV_DataType::unknown = tag(data_types, "unknown");
 
-constinit const NUV_EncodeType* const NUV_EncodeType::raw = &encode_types[0];
-constinit const NUV_EncodeType* const NUV_EncodeType::mh = &encode_types[1];
-constinit const NUV_EncodeType* const NUV_EncodeType::mr = &encode_types[2];
-constinit const NUV_EncodeType* const NUV_EncodeType::mmr = &encode_types[3];
-constinit const NUV_EncodeType* const NUV_EncodeType::pack_bits = &encode_types[4];
-constinit const NUV_EncodeType* const NUV_EncodeType::byte_encode = &encode_types[5];
-constinit const NUV_EncodeType* const NUV_EncodeType::win_rle8 = &encode_types[6];
-constinit const NUV_EncodeType* const NUV_EncodeType::win_rle4 = &encode_types[7];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rle = &encode_types[8];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rle_be = &encode_types[9];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlc = &encode_types[10];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlc_be = &encode_types[11];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlen = &encode_types[12];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlen_be = &encode_types[13];
-constinit const NUV_EncodeType* const NUV_EncodeType::lzw = &encode_types[14];
-constinit const NUV_EncodeType* const NUV_EncodeType::flate = &encode_types[15];
-constinit const NUV_EncodeType* const NUV_EncodeType::jbig = &encode_types[16];
-constinit const NUV_EncodeType* const NUV_EncodeType::jbig2 = &encode_types[17];
-constinit const NUV_EncodeType* const NUV_EncodeType::jbigcolor = &encode_types[18];
-constinit const NUV_EncodeType* const NUV_EncodeType::jpeg = &encode_types[19];
-constinit const NUV_EncodeType* const NUV_EncodeType::jpeg2000 = &encode_types[20];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_mrcs = &encode_types[21];
-constinit const NUV_EncodeType* const NUV_EncodeType::qd_mrct = &encode_types[22];
-constinit const NUV_EncodeType* const NUV_EncodeType::ascii85 = &encode_types[23];
-constinit const NUV_EncodeType* const NUV_EncodeType::asciihex = &encode_types[24];
-constinit const NUV_EncodeType* const NUV_EncodeType::base64 = &encode_types[25];
-constinit const NUV_EncodeType* const NUV_EncodeType::unknown = &encode_types[26];
+constinit const NUV_EncodeType* const NUV_EncodeType::raw = tag(encodings, "raw");
+constinit const NUV_EncodeType* const NUV_EncodeType::mh = tag(encodings, "mh");
+constinit const NUV_EncodeType* const NUV_EncodeType::mr = tag(encodings, "mr");
+constinit const NUV_EncodeType* const NUV_EncodeType::mmr = tag(encodings, "mmr");
+constinit const NUV_EncodeType* const NUV_EncodeType::pack_bits = tag(encodings, "pack_bits");
+constinit const NUV_EncodeType* const NUV_EncodeType::byte_encode = tag(encodings, "byte_encode");
+constinit const NUV_EncodeType* const NUV_EncodeType::win_rle8 = tag(encodings, "win_rle8");
+constinit const NUV_EncodeType* const NUV_EncodeType::win_rle4 = tag(encodings, "win_rle4");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rle = tag(encodings, "qd_rle");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rle_be = tag(encodings, "qd_rle_be");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlc = tag(encodings, "qd_rlc");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlc_be = tag(encodings, "qd_rlc_be");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlen = tag(encodings, "qd_rlen");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_rlen_be = tag(encodings, "qd_rlen_be");
+constinit const NUV_EncodeType* const NUV_EncodeType::lzw = tag(encodings, "lzw");
+constinit const NUV_EncodeType* const NUV_EncodeType::flate = tag(encodings, "flate");
+constinit const NUV_EncodeType* const NUV_EncodeType::jbig = tag(encodings, "jbig");
+constinit const NUV_EncodeType* const NUV_EncodeType::jbig2 = tag(encodings, "jbig2");
+constinit const NUV_EncodeType* const NUV_EncodeType::jbigcolor = tag(encodings, "jbigcolor");
+constinit const NUV_EncodeType* const NUV_EncodeType::jpeg = tag(encodings, "jpeg");
+constinit const NUV_EncodeType* const NUV_EncodeType::jpeg2000 = tag(encodings, "jpeg2000");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_mrcs = tag(encodings, "qd_mrcs");
+constinit const NUV_EncodeType* const NUV_EncodeType::qd_mrct = tag(encodings, "qd_mrct");
+constinit const NUV_EncodeType* const NUV_EncodeType::ascii85 = tag(encodings, "ascii85");
+constinit const NUV_EncodeType* const NUV_EncodeType::asciihex = tag(encodings, "asciihex");
+constinit const NUV_EncodeType* const NUV_EncodeType::base64 = tag(encodings, "base64");
+constinit const NUV_EncodeType* const NUV_EncodeType::unknown = tag(encodings, "unknown");
 
-constinit const NUV_ColorType* const NUV_ColorType::none = &color_types[0];
-constinit const NUV_ColorType* const NUV_ColorType::gray = &color_types[1];
-constinit const NUV_ColorType* const NUV_ColorType::gray_reverse = &color_types[2];
-constinit const NUV_ColorType* const NUV_ColorType::lstar = &color_types[3];
-constinit const NUV_ColorType* const NUV_ColorType::s_rgb = &color_types[4];
-constinit const NUV_ColorType* const NUV_ColorType::adobe_rgb = &color_types[5];
-constinit const NUV_ColorType* const NUV_ColorType::ycbcr = &color_types[6];
-constinit const NUV_ColorType* const NUV_ColorType::hsl = &color_types[7];
-constinit const NUV_ColorType* const NUV_ColorType::icc_lab = &color_types[8];
-constinit const NUV_ColorType* const NUV_ColorType::itu_lab = &color_types[9];
-constinit const NUV_ColorType* const NUV_ColorType::xyz = &color_types[10];
-constinit const NUV_ColorType* const NUV_ColorType::cmy = &color_types[11];
-constinit const NUV_ColorType* const NUV_ColorType::cmyk = &color_types[12];
-constinit const NUV_ColorType* const NUV_ColorType::unknown = &color_types[13];
+constinit const NUV_ColorType* const NUV_ColorType::none = tag(colors, "none");
+constinit const NUV_ColorType* const NUV_ColorType::gray = tag(colors, "gray");
+constinit const NUV_ColorType* const NUV_ColorType::gray_reverse = tag(colors, "gray_reverse");
+constinit const NUV_ColorType* const NUV_ColorType::lstar = tag(colors, "lstar");
+constinit const NUV_ColorType* const NUV_ColorType::s_rgb = tag(colors, "s_rgb");
+constinit const NUV_ColorType* const NUV_ColorType::adobe_rgb = tag(colors, "adobe_rgb");
+constinit const NUV_ColorType* const NUV_ColorType::ycbcr = tag(colors, "ycbcr");
+constinit const NUV_ColorType* const NUV_ColorType::hsl = tag(colors, "hsl");
+constinit const NUV_ColorType* const NUV_ColorType::icc_lab = tag(colors, "icc_lab");
+constinit const NUV_ColorType* const NUV_ColorType::itu_lab = tag(colors, "itu_lab");
+constinit const NUV_ColorType* const NUV_ColorType::xyz = tag(colors, "xyz");
+constinit const NUV_ColorType* const NUV_ColorType::cmy = tag(colors, "cmy");
+constinit const NUV_ColorType* const NUV_ColorType::cmyk = tag(colors, "cmyk");
+constinit const NUV_ColorType* const NUV_ColorType::unknown = tag(colors, "unknown");
 // clang-format on
 
 const NUV_DataType* NUV_DataType::by_id(std::int32_t id) noexcept
@@ -162,12 +168,12 @@ const NUV_DataType* NUV_DataType::by_id(std::int32_t id) noexcept
 
 const NUV_EncodeType* NUV_EncodeType::by_id(std::int32_t id) noexcept
 {
-    return find_id<NUV_EncodeType>(encode_types, id);
+    return find_id<NUV_EncodeType>(encodings, id);
 }
 
 const NUV_ColorType* NUV_ColorType::by_id(std::int32_t id) noexcept
 {
-    return find_id<NUV_ColorType>(color_types, id);
+    return find_id<NUV_ColorType>(colors, id);
 }
 
 } // namespace nuv
