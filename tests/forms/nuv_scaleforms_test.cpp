@@ -173,89 +173,26 @@ TEST(ScaleForms, ReduceAreaLines)
     });
 }
 
-template <class A>
-class ScaleI2Forms : public ::testing::Test {};
-using Fixed = NUV_ScaleI2FixedArithmetic;
-using Float = NUV_ScaleI2FloatArithmetic;
-using Arithmetics = ::testing::Types<Fixed, Float>;
-TYPED_TEST_SUITE(ScaleI2Forms, Arithmetics);
-
-// As large as a form takes.
-template <class A>
-auto* draw_mask(NUV_FormDraw& draw, std::size_t pixels, std::uint32_t taps)
+// What they give is compared with a model, at each level, among the operations.
+TEST(ScaleI2Forms, AreChosenByTheProcessor)
 {
-    auto* weights = draw.input<typename A::Weight>(pixels * 8);
-    for (std::size_t i = 0; i < pixels * 8; ++i) {
-        const auto weight =
-            static_cast<std::int16_t>(1026 - static_cast<int>(draw.number(0, 2052)));
-        weights[i] = i % 8 < taps ? weight : typename A::Weight{0};
-        if constexpr (std::is_same_v<A, Float>)
-            weights[i] /= 1024.7;
-    }
-    return weights;
-}
-
-// The taps jump about, often to where they end with the line.
-TYPED_TEST(ScaleI2Forms, FilterRow)
-{
-    using A = TypeParam;
-    for (std::uint32_t i = 0; i < 15; ++i) {
-        const std::uint32_t taps = 4 + i / 3;
-        const std::uint32_t channels = i % 3 == 0 ? 1 : i % 3 + 2;
-        const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_filter_row<A>(cpu, taps, channels, most_packed_row_weight).filter;
-        };
-        const std::uint32_t reach =
-            choose_filter_row<A>(NUV_Cpu::current(), taps, channels, 1500).reach;
-        const auto draw_call = [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t end = draw.length(37);
-            const std::size_t begin = draw.number(0, std::min<std::size_t>(end, 2));
-            const auto* line = draw.input<typename A::Sample>(std::size_t{60} * channels);
-            const auto* weights = draw_mask<A>(draw, end, taps);
-            const std::size_t last = (60 * channels - reach) / channels;
-            std::vector<std::int64_t> firsts(end);
-            for (std::int64_t& first : firsts)
-                first = static_cast<std::int64_t>(draw.one_of({last, draw.number(0, last)}));
-            compare(end * channels, [&](auto form, typename A::Middle* out) {
-                form(line, {firsts.data(), weights}, out, begin, end);
+    using Fixed = NUV_ScaleI2FixedArithmetic;
+    using Float = NUV_ScaleI2FloatArithmetic;
+    const auto expect = []<class A>(const char(&forms)[5], std::uint32_t taps, int above) {
+        for (const std::uint32_t channels : {1U, 3U, 4U}) {
+            expect_chosen(forms, [=](const NUV_Cpu& cpu) {
+                const int weight = most_packed_row_weight + above;
+                return choose_filter_row<A>(cpu, taps, channels, weight).filter;
             });
-        };
-        expect_same_forms<typename A::Middle>("PPAA", choose, draw_call, 400);
-    }
-    expect_chosen("PPPP", [](auto& cpu) {
-        return choose_filter_row<Fixed>(cpu, 8, 3, most_packed_row_weight + 1).filter;
-    });
-}
-
-// Lines beyond the range of a sample on both sides, and at the ends of their type.
-TYPED_TEST(ScaleI2Forms, CombineMiddles)
-{
-    using A = TypeParam;
-    using Middle = typename A::Middle;
-    using Sample = typename A::Sample;
+        }
+        expect_chosen(forms, [=](const NUV_Cpu& cpu) {
+            return choose_combine_middles<A>(cpu, taps, most_narrow_line_weight + above);
+        });
+    };
     for (const std::uint32_t taps : {4U, 5U, 6U, 7U, 8U}) {
-        const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_combine_middles<A>(cpu, taps, most_narrow_line_weight);
-        };
-        const auto draw_call = [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t count = draw.length(100);
-            const Middle* lines[8] = {};
-            for (std::size_t i = 0; i < taps; ++i) {
-                auto* line = draw.input<Middle>(count);
-                for (std::size_t x = 0; x < count; ++x) {
-                    const int value = 6553 - static_cast<int>(draw.number(0, 13107));
-                    line[x] = static_cast<std::int16_t>(draw.one_of({-32768, 32767, value}));
-                    if constexpr (std::is_same_v<A, Float>)
-                        line[x] = line[x] * 9.7 + 0.3;
-                }
-                lines[i] = line;
-            }
-            const auto* weights = draw_mask<A>(draw, 1, taps);
-            const auto maximum = draw.one_of<Sample>({std::numeric_limits<Sample>::max(), 63});
-            compare(count,
-                    [&](auto form, Sample* out) { form(lines, weights, out, count, maximum); });
-        };
-        expect_same_forms<Sample>("PPAA", choose, draw_call, 500);
+        expect.operator()<Fixed>("PPAA", taps, 0);
+        expect.operator()<Float>("PPAA", taps, 0);
+        expect.operator()<Fixed>("PPPP", taps, 1);
     }
 }
 
@@ -263,7 +200,8 @@ TYPED_TEST(ScaleI2Forms, CombineMiddles)
 TEST(ScaleI2Kernels, LargeWeightsAreCalculatedInFull)
 {
     const auto choose = [](const NUV_Cpu& cpu) {
-        return choose_combine_middles<Fixed>(cpu, 8, most_narrow_line_weight + 1);
+        return choose_combine_middles<NUV_ScaleI2FixedArithmetic>(cpu, 8,
+                                                                  most_narrow_line_weight + 1);
     };
     expect_chosen("PPPP", choose);
     const std::vector<std::int16_t> lowest(50, -32768);

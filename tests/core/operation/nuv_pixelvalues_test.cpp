@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 // Results that a reader can check by hand, and what the table of operations does not draw.
@@ -36,8 +37,8 @@ template <class O, class I>
                                     std::uint16_t channels = 1)
 {
     NUV_TestChain chain;
-    chain.source<I>(
-        {.width = static_cast<std::uint32_t>(line.size() / channels), .channels = channels}, line);
+    const auto width = static_cast<std::uint32_t>(line.size() / channels);
+    chain.source<I>({.width = width, .channels = channels}, line);
     EXPECT_TRUE(append(chain)) << chain.status().method;
     return chain.run<O>();
 }
@@ -134,88 +135,71 @@ TEST(PixelValues, OfLimits)
 {
     const std::vector<std::uint32_t> ends{0, 1, 0xFFFFFFFF};
     EXPECT_EQ(result<std::uint32_t>(ends, appending<NUV_LimitPixelValue>(0xFFFFFFFF, 0U)), ends);
-    EXPECT_EQ(result<std::uint32_t>(ends, appending<NUV_LimitPixelValue>(50, 1)),
-              (std::vector<std::uint32_t>{1, 1, 50}));
-    EXPECT_EQ(result<std::int32_t>(std::vector<std::int32_t>{-9, 9},
-                                   appending<NUV_LimitPixelValue>(8, -8)),
-              (std::vector<std::int32_t>{-8, 8}));
 }
 
 TEST(PixelValues, OfInversion)
 {
-    EXPECT_EQ(bits_result<std::uint8_t>({.width = 3, .bits = 1}, {0xA0}, appending<NUV_Not>()),
-              Bytes{0x5F})
-        << "whole bytes";
-    EXPECT_EQ(bits_result<std::uint8_t>({.bits = 64, .data_type = real}, {0, 1, 2, 3, 4, 5, 6, 7},
-                                        appending<NUV_Not>()),
-              (Bytes{255, 254, 253, 252, 251, 250, 249, 248}));
+    const auto inverted = [](const NUV_TestImage& image, const Bytes& bytes) {
+        return bits_result<std::uint8_t>(image, bytes, appending<NUV_Not>());
+    };
+    EXPECT_EQ(inverted({.width = 3, .bits = 1}, {0xA0}), Bytes{0x5F}) << "whole bytes";
+    EXPECT_EQ(inverted({.bits = 32, .data_type = real}, {0, 1, 2, 3}), (Bytes{255, 254, 253, 252}));
     // A line of runs without an end is white.
     Bytes runs;
     Bytes wanted;
-    append_record(runs, 0, 1);
-    append_record(runs, 0xFFFFFFFF, 0xFFFFFFFF);
-    append_record(runs, 0, 1);
-    append_record(wanted, 2, 4);
-    append_record(wanted, 0xFFFFFFFF, 0xFFFFFFFF);
-    append_record(wanted, 0, 4);
-    append_record(wanted, 0xFFFFFFFF, 0xFFFFFFFF);
-    EXPECT_EQ(bits_result<std::uint8_t>(run_description(5, 2), runs, appending<NUV_Not>()), wanted);
+    constexpr std::uint32_t end = 0xFFFFFFFF;
+    for (const auto& [first, last] : {std::pair{0U, 1U}, {end, end}, {0U, 1U}})
+        append_record(runs, first, last);
+    for (const auto& [first, last] : {std::pair{2U, 4U}, {end, end}, {0U, 4U}, {end, end}})
+        append_record(wanted, first, last);
+    EXPECT_EQ(inverted(run_description(5, 2), runs), wanted);
 }
 
 TEST(PixelValues, OfConstants)
 {
-    const auto made = []<class T>(const NUV_TestImage& image, const std::vector<double>& color) {
+    const auto made = [](const NUV_TestImage& image, const std::vector<double>& color) {
         NUV_TestChain chain;
         chain.blank_source(image); // whose header it is
         chain.last(NUV_ConstantColor(chain.manager()).engine(&chain.header(), color));
-        return chain.run<T>();
+        return chain.run_bytes();
     };
-    EXPECT_EQ(made.operator()<double>({.bits = 64, .data_type = real}, {0.1}),
-              std::vector<double>{0.1});
-    EXPECT_EQ(made.operator()<std::int32_t>({.bits = 32, .data_type = s}, {-2147483648.0}),
-              std::vector<std::int32_t>{std::numeric_limits<std::int32_t>::min()});
-    EXPECT_EQ(made.operator()<std::uint8_t>({.width = 11, .height = 2, .bits = 1}, {1}),
-              (Bytes{0xFF, 0xE0, 0xFF, 0xE0}));
-    EXPECT_EQ(made.operator()<std::uint8_t>({.width = 3, .channels = 3, .bits = 1}, {1, 0, 0}),
-              (Bytes{0b10010010, 0}));
+    EXPECT_EQ(made({.bits = 64, .data_type = real}, {-0.5}), (Bytes{0, 0, 0, 0, 0, 0, 0xE0, 0xBF}));
+    EXPECT_EQ(made({.bits = 32, .data_type = s}, {-2147483648.0}), (Bytes{0, 0, 0, 0x80}));
+    EXPECT_EQ(made({.width = 11, .height = 2, .bits = 1}, {1}), (Bytes{0xFF, 0xE0, 0xFF, 0xE0}));
+    EXPECT_EQ(made({.width = 3, .channels = 3, .bits = 1}, {1, 0, 0}), (Bytes{0b10010010, 0}));
 }
 
-struct Merged {
-    NUV_TestChain chain;
+// The sources side by side, each of these bytes.
+NUV_Engine* merge(NUV_TestChain& chain, const NUV_TestImage& image, const std::vector<Bytes>& bytes,
+                  const NUV_ColorType* color)
+{
     std::vector<NUV_Engine*> engines;
-
-    void add(const NUV_TestImage& image, const Bytes& bytes)
-    {
-        chain.source_bytes(image, bytes);
+    for (const Bytes& source : bytes) {
+        chain.source_bytes(image, source);
         engines.push_back(chain.last());
     }
-    NUV_Engine* merge(const NUV_ColorType* color)
-    {
-        chain.last(NUV_MergeChannel(chain.manager()).engine(engines, color));
-        return chain.last();
-    }
-};
+    chain.last(NUV_MergeChannel(chain.manager()).engine(engines, color));
+    return engines[0];
+}
 
 TEST(PixelValues, OfMergedChannels)
 {
-    Merged colored;
-    for (std::uint8_t i = 0; i < 3; ++i)
-        colored.add({.data_type = s}, {i});
-    ASSERT_TRUE(colored.merge(NUV_ColorType::s_rgb));
-    EXPECT_EQ(colored.chain.header().data_type(), s);
-    EXPECT_EQ(colored.chain.header().color_type(), NUV_ColorType::s_rgb);
-    EXPECT_EQ(colored.chain.run_bytes(), (Bytes{0, 1, 2}));
+    NUV_TestChain colored;
+    merge(colored, {.data_type = s}, {{0}, {1}, {2}}, NUV_ColorType::s_rgb);
+    ASSERT_TRUE(colored.last());
+    EXPECT_EQ(colored.header().data_type(), s);
+    EXPECT_EQ(colored.header().color_type(), NUV_ColorType::s_rgb);
+    EXPECT_EQ(colored.run_bytes(), (Bytes{0, 1, 2}));
 
-    Merged alone;
-    alone.add({.color_type = NUV_ColorType::gray}, {7});
-    EXPECT_EQ(alone.merge(nullptr), alone.engines[0]);
+    NUV_TestChain alone;
+    const NUV_Engine* only = merge(alone, {.color_type = NUV_ColorType::gray}, {{7}}, nullptr);
+    EXPECT_EQ(alone.last(), only);
 
-    Merged cut; // ends with its shortest input, and says nothing
-    cut.add({.width = 2, .height = 3}, {1, 2, 3, 4, 5, 6});
-    cut.add({.width = 2, .height = 3}, {11, 12, 13, 14});
-    ASSERT_TRUE(cut.merge(NUV_ColorType::none));
-    EXPECT_EQ(cut.chain.run_bytes(), (Bytes{1, 11, 2, 12, 3, 13, 4, 14}));
-    EXPECT_EQ(cut.chain.status().code, NUV_STATUS_OK);
+    NUV_TestChain cut; // ends with its shortest input, and says nothing
+    merge(cut, {.width = 2, .height = 3}, {{1, 2, 3, 4, 5, 6}, {11, 12, 13, 14}},
+          NUV_ColorType::none);
+    EXPECT_EQ(cut.run_bytes(), (Bytes{1, 11, 2, 12, 3, 13, 4, 14}));
+    EXPECT_EQ(cut.status().code, NUV_STATUS_OK);
 }
 
 TEST(PixelValues, WithoutAPalette)
@@ -229,28 +213,23 @@ TEST(PixelValues, WithoutAPalette)
 TEST(PixelValues, StayWhereNothingChanges)
 {
     const std::vector<double> identity{1, 0, 0, 0, 1 + 2e-16, 0, 0, -2e-16, 1};
-    const auto nearly = converting(nullptr, 8, 1 + 2e-16, -2e-16);
-    struct Call {
-        NUV_Append append;
-        bool changes = false;
-    };
-    const Call calls[] = {
-        {nearly},
-        {appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, true)},
-        {appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, false)},
-        {appending_matrix(3, identity, {}, true)},
-        {appending_matrix(3, identity, {}, true, NUV_ColorType::s_rgb)},
-        {appending<NUV_ColorSpace>(NUV_ColorType::s_rgb)},
+    const std::pair<NUV_Append, bool> calls[] = {
+        // and whether they change something
+        {converting(nullptr, 8, 1 + 2e-16, -2e-16), false},
+        {appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, true), false},
+        {appending<NUV_ShiftData>(u, std::uint16_t{8}, 0, false), false},
+        {appending_matrix(3, identity, {}, true, NUV_ColorType::s_rgb), false},
+        {appending<NUV_ColorSpace>(NUV_ColorType::s_rgb), false},
         {appending_matrix(3, identity, {}, true, NUV_ColorType::ycbcr), true},
         {appending_matrix(3, identity, {0, 0, 0}, true), true},
         {appending_matrix(3, {1, 0, 0, 0, 1, 0, 0, 0, 1 + 1e-15}, {}, true), true},
     };
-    for (const Call& call : calls) {
+    for (const auto& [append, changes] : calls) {
         NUV_TestChain chain;
         chain.blank_source({.channels = 3, .color_type = NUV_ColorType::s_rgb});
         const NUV_Engine* before = chain.last();
-        EXPECT_TRUE(call.append(chain));
-        EXPECT_EQ(chain.last() != before, call.changes) << &call - calls;
+        EXPECT_TRUE(append(chain));
+        EXPECT_EQ(chain.last() != before, changes);
     }
 }
 
