@@ -16,16 +16,11 @@ namespace nuv {
 namespace {
 
 struct Reading {
-    std::int32_t offset = 0;
-    std::int32_t line_gap = 0;
-    std::int32_t byte_order = 1;
+    std::int32_t offset = 0, line_gap = 0, byte_order = 1;
 };
 
 struct Writing {
-    std::int32_t offset = 0;
-    std::int32_t line_pad = 0;
-    std::int32_t line_gap = 0;
-    std::int32_t byte_order = 1;
+    std::int32_t offset = 0, line_pad = 0, line_gap = 0, byte_order = 1;
 };
 
 class ReadWriteStorage : public StorageTest {
@@ -72,39 +67,29 @@ void turn_samples(Bytes& line, std::size_t sample_bytes, std::int32_t byte_order
     }
 }
 
-// What an output of `capacity` bytes holds after lines were written to it.
-struct Placed {
+// What an output of `capacity` bytes holds after lines were written to it, and whether it is full.
+[[nodiscard]] std::pair<Bytes, bool> placed(const std::vector<Bytes>& lines, const Writing& how,
+                                            std::size_t capacity)
+{
     Bytes bytes;
-    bool is_full = false;
-
-    Placed(const std::vector<Bytes>& lines, const Writing& how, std::size_t capacity)
-    {
-        put(Bytes(static_cast<std::size_t>(how.offset)), capacity);
-        for (std::size_t i = 0; i < lines.size() && !is_full; ++i) {
-            const std::int64_t there = i > 0 ? std::int64_t(at_) + how.line_gap : std::int64_t(at_);
-            const std::int64_t behind = there - std::int64_t(bytes.size());
-            at_ =
-                std::min(static_cast<std::size_t>(std::max<std::int64_t>(there, 0)), bytes.size());
-            put(Bytes(static_cast<std::size_t>(std::max<std::int64_t>(behind, 0))), capacity);
-            put(lines[i], capacity);
-            put(Bytes(static_cast<std::size_t>(how.line_pad)), capacity);
-        }
+    std::size_t at = 0;
+    const auto put = [&](const Bytes& piece) {
+        const std::size_t count = std::min(piece.size(), capacity - at);
+        bytes.resize(std::max(bytes.size(), at + count));
+        std::copy_n(piece.begin(), count, bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        at += count;
+        return count == piece.size();
+    };
+    bool fits = put(Bytes(static_cast<std::size_t>(how.offset)));
+    for (std::size_t i = 0; i < lines.size() && fits; ++i) {
+        const auto there = std::max<std::int64_t>(std::int64_t(at) + (i > 0 ? how.line_gap : 0), 0);
+        const auto end = static_cast<std::int64_t>(bytes.size());
+        at = static_cast<std::size_t>(std::min(there, end));
+        fits = put(Bytes(static_cast<std::size_t>(std::max<std::int64_t>(there - end, 0)))) &&
+               put(lines[i]) && put(Bytes(static_cast<std::size_t>(how.line_pad)));
     }
-
-private:
-    void put(const Bytes& piece, std::size_t capacity)
-    {
-        if (is_full)
-            return;
-        const std::size_t count = std::min(piece.size(), capacity - at_);
-        bytes.resize(std::max(bytes.size(), at_ + count));
-        std::copy_n(piece.begin(), count, bytes.begin() + static_cast<std::ptrdiff_t>(at_));
-        at_ += count;
-        is_full = count < piece.size();
-    }
-
-    std::size_t at_ = 0;
-};
+    return {bytes, !fits};
+}
 
 // Offsets, gaps, pads, masks and byte orders at random, with sources that break off and outputs
 // that are full too early.
@@ -145,9 +130,9 @@ TEST_F(ReadWriteStorage, PlaceTheLinesAsTheModelDoes)
             turn_samples(line, (bits + 7U) / 8, writing.byte_order);
             lines.push_back(std::move(line));
         }
-        const auto expect_written = [&](NUV_OutputStorage& output, const Placed& placed) {
+        const auto expect_written = [&](NUV_OutputStorage& output, bool is_full) {
             EXPECT_TRUE(write(reader(image, stored, reading), &output, writing));
-            if (placed.is_full)
+            if (is_full)
                 EXPECT_EQ(manager_.status().code, NUV_ERR_IO);
             else if (lines.size() < image.height)
                 expect_status(NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
@@ -155,37 +140,24 @@ TEST_F(ReadWriteStorage, PlaceTheLinesAsTheModelDoes)
                 EXPECT_EQ(manager_.status().code, NUV_STATUS_OK) << manager_.status().method;
             manager_.reset();
         };
-        const Placed whole(lines, writing, 10000);
+        const Bytes whole = placed(lines, writing, 10000).first;
         auto memory = make<NUV_MemoryOutputStorage>(5);
-        expect_written(*memory, whole);
-        EXPECT_EQ(content_of(*memory), whole.bytes);
+        expect_written(*memory, false);
+        EXPECT_EQ(content_of(*memory), whole);
         auto file = make<NUV_FileOutputStorage>(path()); // gets several lines at a time
-        expect_written(*file, whole);
-        EXPECT_EQ(content_of(*file), whole.bytes);
+        expect_written(*file, false);
+        EXPECT_EQ(content_of(*file), whole);
 
         const std::int32_t room = any(writing.offset + 1, writing.offset + 100);
         Bytes target(static_cast<std::size_t>(room));
-        Placed part(lines, writing, target.size());
+        auto [part, is_full] = placed(lines, writing, target.size());
         auto array = make<NUV_ByteArrayOutputStorage>(target.data(), room);
-        expect_written(*array, part);
-        part.bytes.resize(target.size());
-        EXPECT_EQ(target, part.bytes);
+        expect_written(*array, is_full);
+        part.resize(target.size());
+        EXPECT_EQ(target, part);
         if (HasFailure())
             break;
     }
-}
-
-// 12 bits count as two bytes, and a line of them need not be whole samples.
-TEST_F(ReadWriteStorage, ReadingLeavesARestThatIsNoWholeSample)
-{
-    const Bytes stored = {1, 2, 3, 4, 5};
-    NUV_Engine* engine = reader({.width = 3, .height = 1, .bits = 12}, stored, {.byte_order = 0});
-    ASSERT_TRUE(engine);
-    NUV_Held<NUV_SrcBuffer> source(engine->src_buffer());
-    std::uint8_t line[5] = {};
-    ASSERT_TRUE(source->get(line, nullptr));
-    EXPECT_EQ(Bytes(line, line + 5), (Bytes{2, 1, 4, 3, 5}));
-    EXPECT_TRUE(source->release());
 }
 
 TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)
@@ -212,24 +184,12 @@ TEST_F(ReadWriteStorage, CopiesStreamsOfAnyLength)
 {
     const NUV_TestImage image = {.width = 3, .encode_type = NUV_EncodeType::unknown};
     for (const std::size_t count : {1U, 4095U, 4096U, 4097U, 20000U}) {
-        SCOPED_TRACE(count);
         const Bytes stored = counted_bytes(count);
         auto output = make<NUV_MemoryOutputStorage>(1000);
         EXPECT_TRUE(write(reader(image, stored), output.get()));
         EXPECT_EQ(content_of(*output), stored);
         EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
     }
-}
-
-TEST_F(ReadWriteStorage, AHeaderWithoutDataTakesNoMemory)
-{
-    NUV_TestChain chain;
-    chain.source_bytes({.width = 1U << 28}, {});
-    auto output = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 16);
-    chain.last(NUV_WriteStorage(chain.manager()).engine(chain.last(), output.get(), 0, 0, 0, 1));
-    ASSERT_NE(chain.last(), nullptr);
-    EXPECT_FALSE(chain.last()->execute());
-    EXPECT_LT(chain.manager().memory().largest(), 1U << 20);
 }
 
 TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
@@ -244,23 +204,23 @@ TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
     auto open = make<NUV_ByteArrayInputStorage>(stored.data(), 12);
     auto output = make<NUV_MemoryOutputStorage>(16);
     const auto reads = [&](NUV_InputStorage* storage, const NUV_Header* image,
-                           std::int32_t offset) {
-        return [=, this] {
-            return NUV_ReadStorage(manager_).engine(storage, image, offset, 0, 1) != nullptr;
-        };
+                           std::int32_t offset = 0) {
+        return [=, this] { return NUV_ReadStorage(manager_).engine(storage, image, offset, 0, 1); };
     };
     const auto writes = [&](NUV_OutputStorage* storage, const Writing& how) {
         return [=, this, &stored] { return write(reader({}, stored), storage, how); };
     };
     expect_refusals({
         {argument, "NUV_ReadStorageEngine::initiate()", reads(open.get(), &header, -1)},
-        {argument, read_base, reads(nullptr, &header, 0)},
-        {argument, read_base, reads(closed.get(), &header, 0)},
-        {argument, "NUV_BufferOutputEngine::initiate()", reads(open.get(), nullptr, 0)},
+        {argument, read_base, reads(nullptr, &header)},
+        {argument, read_base, reads(closed.get(), &header)},
+        {argument, "NUV_BufferOutputEngine::initiate()", reads(open.get(), nullptr)},
         {argument, "NUV_WriteStorage::engine()", [&] { return write(nullptr, output.get()); }},
         {argument, "NUV_StorageOutputEngine::initiate()", writes(nullptr, {})},
         {argument, write_engine, writes(output.get(), {.offset = -1})},
         {argument, write_engine, writes(output.get(), {.line_pad = -1})},
+        {argument, "NUV_DstEngineInputStorage::initiate()",
+         making<NUV_DstEngineInputStorage>(nullptr)},
     });
 }
 
@@ -332,9 +292,6 @@ TEST_F(DstEngineInput, IsCleanWhoeverGoesFirst)
 TEST_F(DstEngineInput, EndsWhereItsProducerFails)
 {
     const NUV_TestImage image = {.width = 10, .height = 12};
-    EXPECT_FALSE(make<NUV_DstEngineInputStorage>(nullptr));
-    expect_status(NUV_ERR_ARGUMENT, "NUV_DstEngineInputStorage::initiate()");
-
     const Bytes cut = counted_bytes(35);
     auto lazy = make<NUV_DstEngineInputStorage>(reader(image, cut));
     EXPECT_EQ(lazy->size(), 30);
