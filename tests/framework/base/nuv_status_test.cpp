@@ -9,19 +9,16 @@
 
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace nuv {
 namespace {
 
 TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
 {
-    struct Raise {
-        NUV_StatusCode code;
-        const char* method;
-    };
     struct Case {
         const char* what;
-        std::initializer_list<Raise> raised;
+        std::initializer_list<std::pair<NUV_StatusCode, const char*>> raised;
         NUV_StatusCode code;
         const char* method;
     };
@@ -36,8 +33,8 @@ TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         NUV_TestChain chain;
-        for (const Raise& r : c.raised)
-            chain.manager().raise(r.code, r.method, "x/y.cpp", 7);
+        for (const auto& [code, method] : c.raised)
+            chain.manager().raise(code, method, "x/y.cpp", 7);
         EXPECT_EQ(chain.status().code, c.code);
         EXPECT_STREQ(chain.status().method, c.method);
         EXPECT_STREQ(chain.status().file, c.code ? "y.cpp" : "");
@@ -73,20 +70,17 @@ public:
 
 TEST(Manager, FinishReportsWhatEndingAddsUnlessAnErrorStoodBefore)
 {
-    struct Case {
-        NUV_StatusCode before, after;
-    };
-    for (const Case c : {Case{0, NUV_ERR_IO},
-                         {NUV_WARN_BROKEN_DATA, NUV_ERR_IO},
-                         {NUV_ERR_MEMORY, NUV_ERR_MEMORY}}) {
+    const std::pair<NUV_StatusCode, NUV_StatusCode> cases[] = {
+        {0, NUV_ERR_IO}, {NUV_WARN_BROKEN_DATA, NUV_ERR_IO}, {NUV_ERR_MEMORY, NUV_ERR_MEMORY}};
+    for (const auto& [before, after] : cases) {
         NUV_TestChain chain;
         auto engine = make_object<FailsAtEnd>(chain.manager());
         engine->set_initiated();
         ASSERT_TRUE(chain.manager().add(engine.release(), nullptr));
-        chain.manager().raise(c.before, "before", "f", 1);
+        chain.manager().raise(before, "before", "f", 1);
         NUV_Status out(chain.manager());
         EXPECT_FALSE(chain.manager().finish(out));
-        EXPECT_EQ(out.code, c.after);
+        EXPECT_EQ(out.code, after);
         EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
     }
     NUV_TestChain chain;
