@@ -29,16 +29,15 @@ void scaled(NuvWrapperClass& job, NUV_Numbers& numbers)
     (job.*scale)(width, numbers.word() % 700);
 }
 
-std::int32_t color(NUV_Numbers& numbers)
-{
-    constexpr std::int32_t colors[] = {0, 0x10, 0x11, 0x100, 0x1000, -1};
-    return colors[numbers.byte() % std::size(colors)];
-}
+constexpr std::int32_t colors[] = {0, 0x10, 0x11, 0x100, 0x1000, -1};
+constexpr std::uint16_t depths[] = {1, 2, 4, 8, 16, 32, 64, 3, 65535};
+constexpr double factors[] = {1, -1, 0.5, 257, 1 / 257.0, 0, 1e300, -1e-300};
+constexpr const char* paths[] = {nullptr, "", "/dev/null", "no/such/folder/file"};
 
-std::uint16_t depth(NUV_Numbers& numbers)
+template <class T, std::size_t count>
+T one_of(const T (&values)[count], NUV_Numbers& numbers)
 {
-    constexpr std::uint16_t depths[] = {1, 2, 4, 8, 16, 32, 64, 3, 65535};
-    return depths[numbers.byte() % std::size(depths)];
+    return values[numbers.byte() % count];
 }
 
 ImageParam image(NUV_Numbers& numbers)
@@ -47,16 +46,10 @@ ImageParam image(NUV_Numbers& numbers)
     param.width = size(numbers);
     param.height = size(numbers);
     param.channels = static_cast<std::uint16_t>(size(numbers));
-    param.bits = depth(numbers);
-    param.color = color(numbers);
+    param.bits = one_of(depths, numbers);
+    param.color = one_of(colors, numbers);
     param.format = static_cast<std::int32_t>(numbers.byte() % 8);
     return param;
-}
-
-const char* path(NUV_Numbers& numbers)
-{
-    constexpr const char* paths[] = {nullptr, "", "/dev/null", "no/such/folder/file"};
-    return paths[numbers.byte() % std::size(paths)];
 }
 
 // Null as often as not, which every record may be.
@@ -64,6 +57,19 @@ template <class T>
 T* or_null(T& record, NUV_Numbers& numbers)
 {
     return numbers.byte() % 2 == 0 ? &record : nullptr;
+}
+
+template <int (NuvWrapperClass::*read)(ImageParam*)>
+void with_image(NuvWrapperClass& job, NUV_Numbers& numbers)
+{
+    ImageParam param = image(numbers);
+    (job.*read)(or_null(param, numbers));
+}
+
+template <int (NuvWrapperClass::*call)()>
+void alone(NuvWrapperClass& job, NUV_Numbers&)
+{
+    (job.*call)();
 }
 
 using Call = void (*)(NuvWrapperClass& job, NUV_Numbers& numbers);
@@ -84,20 +90,11 @@ constexpr Call calls[] = {
         ImageParam param{};
         job.GetSrcImgInfo(or_null(param, numbers));
     },
-    [](NuvWrapperClass& job, NUV_Numbers&) { job.ReadRaster(); },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        ImageParam param = image(numbers);
-        job.ReadRaster(or_null(param, numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        ImageParam param = image(numbers);
-        job.ReadStorage(or_null(param, numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        ImageParam param = image(numbers);
-        job.ReadStoragePlanar(or_null(param, numbers));
-    },
-    [](NuvWrapperClass& job, NUV_Numbers&) { job.MirrorX(); },
+    alone<&NuvWrapperClass::ReadRaster>,
+    with_image<&NuvWrapperClass::ReadRaster>,
+    with_image<&NuvWrapperClass::ReadStorage>,
+    with_image<&NuvWrapperClass::ReadStoragePlanar>,
+    alone<&NuvWrapperClass::MirrorX>,
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         WriteJPEGOption option{static_cast<std::int32_t>(numbers.byte()),
                                static_cast<std::int32_t>(0x1000 + numbers.byte() % 18)};
@@ -105,9 +102,9 @@ constexpr Call calls[] = {
     },
     [](NuvWrapperClass& job, NUV_Numbers&) { job.WriteStorage(nullptr); },
     [](NuvWrapperClass& job, NUV_Numbers&) { job.WriteStoragePlanar(nullptr); },
-    [](NuvWrapperClass& job, NUV_Numbers&) { job.Execute(); },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetSrcFile(path(numbers)); },
-    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetDstFile(path(numbers)); },
+    alone<&NuvWrapperClass::Execute>,
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetSrcFile(one_of(paths, numbers)); },
+    [](NuvWrapperClass& job, NUV_Numbers& numbers) { job.SetDstFile(one_of(paths, numbers)); },
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         int bytes = 0;
         job.GetWrittenSize(or_null(bytes, numbers));
@@ -122,22 +119,21 @@ constexpr Call calls[] = {
     scaled<&NuvWrapperClass::ScaleI2VAREx>,
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         static std::array<unsigned char, 1 << 18> table; // 4 bytes for each of 2^16 entries
-        LutParam param{table.data(), numbers.word(), depth(numbers), 0};
+        LutParam param{table.data(), numbers.word(), one_of(depths, numbers), 0};
         const std::uint32_t seed = numbers.byte();
         for (std::size_t i = 0; i < table.size(); ++i)
             table[i] = static_cast<unsigned char>(i * seed);
         job.LUT(or_null(param, numbers));
     },
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        constexpr double factors[] = {1, -1, 0.5, 257, 1 / 257.0, 0, 1e300, -1e-300};
         ConvertDataParam param{};
-        param.slope = factors[numbers.byte() % std::size(factors)];
-        param.offset = factors[numbers.byte() % std::size(factors)];
-        param.bits = depth(numbers);
+        param.slope = one_of(factors, numbers);
+        param.offset = one_of(factors, numbers);
+        param.bits = one_of(depths, numbers);
         job.ConvertDataType(or_null(param, numbers));
     },
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
-        job.ColorSpace(static_cast<ColorType::eColorType>(color(numbers) & 0x1111));
+        job.ColorSpace(static_cast<ColorType::eColorType>(one_of(colors, numbers) & 0x1111));
     },
     [](NuvWrapperClass& job, NUV_Numbers& numbers) {
         WriteLosslessJPEGOption option{static_cast<std::uint8_t>(numbers.byte() % 2)};

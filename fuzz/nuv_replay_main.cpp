@@ -23,9 +23,9 @@ namespace fs = std::filesystem;
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Just as many bytes as there are, so that a sanitizer sees a read beyond the last one.
 void run(const Bytes& bytes)
 {
-    // Just as many bytes as there are, so that a sanitizer sees a read beyond the last one.
     const auto exact = std::make_unique<std::uint8_t[]>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), exact.get());
     LLVMFuzzerTestOneInput(exact.get(), bytes.size());
@@ -36,16 +36,13 @@ void change(Bytes& bytes, std::mt19937& random)
     for (auto changes = 1 + random() % 4; changes > 0 && !bytes.empty(); --changes) {
         const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
         const auto value = static_cast<std::uint8_t>(random() >> (random() % 2 == 0 ? 24 : 28));
-        switch (random() % 4) {
-        case 0:
+        const auto kind = random() % 4;
+        if (kind == 0)
             bytes.erase(at);
-            break;
-        case 1:
+        else if (kind == 1)
             bytes.insert(at, value);
-            break;
-        default:
+        else
             *at = value;
-        }
     }
 }
 

@@ -76,20 +76,20 @@ private:
     // Mostly a run a little behind the last one and in some lines before it, in two bytes.
     void append_record(NUV_Numbers& numbers)
     {
+        const auto number = [&] {
+            const std::uint32_t low = numbers.word();
+            return low | numbers.word() << 16;
+        };
         const std::uint32_t first = numbers.byte();
-        if (first == 0xFF) {
-            put(NUV_QDRLERun::terminator, NUV_QDRLERun::terminator);
-            next_ = 0;
-            return;
-        }
+        if (first == 0xFD)
+            return records.push_back(static_cast<std::uint8_t>(numbers.byte()));
         if (first == 0xFE) {
-            const std::uint32_t start = numbers.word() | numbers.word() << 16;
-            put(start, numbers.word() | numbers.word() << 16);
-            return;
+            const std::uint32_t start = number();
+            return put(start, number());
         }
-        if (first == 0xFD) {
-            records.push_back(static_cast<std::uint8_t>(numbers.byte()));
-            return;
+        if (first == 0xFF) {
+            next_ = 0;
+            return put(NUV_QDRLERun::terminator, NUV_QDRLERun::terminator);
         }
         next_ += first < 0xF0 ? first : first - 0x100;
         const std::uint32_t length = numbers.byte();
@@ -103,22 +103,14 @@ private:
 void append_operation(NUV_TestChain& chain, const Operation& operation)
 {
     const auto& numbers = operation.numbers;
-    switch (operation.kind) {
-    case 0:
+    if (operation.kind == 0)
         chain.append<NUV_Rotate90>(static_cast<int>(numbers[0] % 8) * 90);
-        break;
-    case 1:
+    else if (operation.kind == 1)
         chain.append<NUV_Crop>(numbers[0], numbers[1], numbers[2] * 2, numbers[3]);
-        break;
-    case 2:
+    else if (operation.kind == 2)
         chain.append<NUV_Not>();
-        break;
-    case 3:
+    else if (operation.kind == 3)
         chain.append<NUV_ScaleNN>(numbers[0] | (numbers[2] & 3) << 8, numbers[1]);
-        break;
-    default:
-        break;
-    }
 }
 
 // Without an error there is a whole image. What stands behind the width counts as zero.
