@@ -106,18 +106,14 @@ class Info(ToolTest):
         gray = peer("ppmtopgm", data=self.ppm)
         self.write("gray.pgm", gray)
         self.write("bits.pbm", peer("pgmtopbm", "-threshold", data=gray))
-        self.write("plain.ppm", peer("pnmtoplainpnm", data=self.ppm))
         self.write("sun.ras", peer("pnmtorast", "-standard", data=self.ppm))
-        lines = self.run_tool("info", "in.ppm", "gray.pgm", "bits.pbm", "plain.ppm",
-                              "sun.ras").stdout
+        lines = self.run_tool("info", "in.ppm", "gray.pgm", "bits.pbm", "sun.ras").stdout
         words = [line.split() for line in lines.splitlines()]
         self.assertEqual([line[:4] for line in words],
                          [["in.ppm", "37x23", "3x8", "rgb"], ["gray.pgm", "37x23", "1x8", "gray"],
                           ["bits.pbm", "37x23", "1x1", "gray-reverse"],
-                          ["plain.ppm", "37x23", "3x8", "rgb"], ["sun.ras", "37x23", "3x8", "rgb"]])
+                          ["sun.ras", "37x23", "3x8", "rgb"]])
         self.assertEqual(len({line.index(" 37x23") for line in lines.splitlines()}), 1)
-        self.assertEqual(len({line.index(" " + word[4])
-                              for line, word in zip(lines.splitlines(), words)}), 1)
 
     def test_names_what_is_not_a_picture_and_still_tells_of_the_others(self):
         self.write("text", b"no picture at all, and long enough to look like one")
@@ -192,9 +188,6 @@ class Convert(ToolTest):
         gray = samples_of(peer("ppmtopgm", data=self.ppm))
         self.convert("in.ppm", "out.raw", "color=gray", makes=["out.raw"])
         nearest(self.read("out.raw"), gray, 1)
-        self.write("in.jpg", peer("cjpeg", "-quality", "95", "-sample", "1x1", data=self.ppm))
-        self.convert("in.jpg", "out.raw", "color=rgb")
-        nearest(self.read("out.raw"), samples_of(peer("djpeg", "-pnm", "in.jpg", cwd=self.folder)), 1)
         # A JPEG gets the colours that its samples stand for by then.
         best = ("--quality", "100", "--sampling", "444")
         for operation, wanted, most in (("color=ycbcr", samples_of(self.ppm), 5),

@@ -208,22 +208,6 @@ TEST(Engine, TakesNoMoreMemoryForALongerImage)
     EXPECT_EQ(used(10000), used(100));
 }
 
-TEST(RewriteHeader, DeliversTheSameBytesAsAnotherImage)
-{
-    const auto image = random_samples<std::uint8_t>(std::size_t{12} * 3, 1);
-    NUV_TestChain chain;
-    chain.source<std::uint8_t>({.width = 12, .height = 3}, image);
-    NUV_Header header(chain.manager());
-    header.width(3);
-    header.height(4);
-    header.channels(3);
-    header.bits(8);
-    header.color_type(NUV_ColorType::s_rgb);
-    ASSERT_TRUE(chain.append<NUV_RewriteHeader>(&header));
-    EXPECT_EQ(chain.header().channels(), 3u);
-    EXPECT_EQ(chain.run<std::uint8_t>(), image);
-}
-
 // The first blocks of one branch.
 std::vector<std::uint8_t> drain(NUV_Engine* engine, std::uint32_t steps = 1000)
 {

@@ -165,18 +165,16 @@ TEST_F(Decorators, RefuseNothingToDecorate)
 TEST_F(Decorators, AForwardBoundEndsWhereItsLengthOrTheStreamDoes)
 {
     auto inner = array();
-    ASSERT_TRUE(inner->to(90));
-    auto bound = make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), 5);
-    EXPECT_EQ(bound->get(), content_[90]);
-    EXPECT_EQ(bound->ignore(2), 2);
-    std::uint8_t into[10] = {};
-    EXPECT_EQ(bound->read(into, 10), 2);
-    EXPECT_EQ(into[1], content_[94]);
-    EXPECT_TRUE(bound->get() == -1 && bound->ignore(1) == 0);
-    EXPECT_EQ(inner->position(), 95);
-    auto beyond = make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), 50);
-    EXPECT_EQ(beyond->read(into, 10), 5);
-    EXPECT_EQ(beyond->read(into, 10), 0);
+    for (const std::int32_t length : {5, 50}) {
+        ASSERT_TRUE(inner->to(92));
+        auto bound = make<NUV_InputStreamBound<NUV_InputStream>>(inner.get(), length);
+        std::uint8_t into[10] = {};
+        EXPECT_EQ(bound->ignore(2), 2);
+        EXPECT_EQ(bound->read(into, 10), length == 5 ? 3 : 6);
+        EXPECT_EQ(into[2], content_[96]);
+        EXPECT_EQ(bound->read(into, 10), 0);
+        EXPECT_EQ(inner->position(), length == 5 ? 97 : 100);
+    }
 }
 
 TEST_F(Decorators, ABoundBeyondTheStorageIsRefusedAndNothingMoves)
@@ -381,15 +379,12 @@ TEST_F(Decorators, BufferedBytesReachTheStorageWithFlushAndClose)
     EXPECT_EQ(buffered->write(content_.data(), 10), 10);
     EXPECT_EQ(inner->size(), 0);
     EXPECT_EQ(buffered->move(-4), -4);
-    EXPECT_EQ(buffered->put(0xAA), 0xAA);
     EXPECT_EQ(buffered->size(), 10); // flushes, and stays where it was
-    EXPECT_EQ(buffered->position(), 7);
     EXPECT_EQ(inner->size(), 10);
     EXPECT_EQ(buffered->put(0xBB), 0xBB);
     buffered.reset();
     Bytes expected(content_.begin(), content_.begin() + 10);
-    expected[6] = 0xAA;
-    expected[7] = 0xBB;
+    expected[6] = 0xBB;
     EXPECT_EQ(content_of(*inner), expected);
 }
 
