@@ -61,75 +61,7 @@ Stream run_behind_48_zeros(int symbol)
     return craft.bits(0, 5).bits(0b001'001'001'010, 12).bits(1, 1).bits(0, 30).bits(0, 30).end();
 }
 
-std::vector<Refusal> header_refusals()
-{
-    std::vector<int> wide_table(129, 1);
-    wide_table[0] = 0x10;
-    const std::vector<int> too_many(16, 255);
-    constexpr Code segment = Code::bad_segment;
-    constexpr Code marker = Code::bad_marker;
-    constexpr Code unsupported = Code::unsupported;
-    return {
-        {"nothing", {}, Code::io},
-        {"other bytes", {'B', 'M', 1, 2}, Code::no_jpeg},
-        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, Code::no_jpeg},
-        {"TEM", JPEGCraft().marker(1).end(), Code::segment_trouble},
-        {"a second SOI", JPEGCraft().marker(0xD8).end(), marker},
-        {"a restart marker", JPEGCraft().marker(0xD3).end(), marker},
-        {"JPG", JPEGCraft().segment(0xC8, {1}).end(), unsupported},
-        {"DAC", JPEGCraft().segment(0xCC, {0, 1}).end(), unsupported},
-        {"DHP", JPEGCraft().segment(0xDE, {0, 1}).end(), unsupported},
-        {"EXP", JPEGCraft().segment(0xDF, {0, 1}).end(), unsupported},
-        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(), Code::io},
-        {"a length of 1", JPEGCraft().segment(0xE1, {1, 2}, 1).end(), segment},
-        {"a reserved segment that ends early", JPEGCraft().segment(0x55, {1, 2}, 90).end(),
-         Code::segment_trouble},
-        {"quantisers of 16 bits", JPEGCraft().segment(0xDB, wide_table).end(), marker},
-        {"quantiser selector 4", JPEGCraft().quantisers(4).end(), segment},
-        {"no quantisers in DQT", JPEGCraft().segment(0xDB, {}).end(), segment},
-        {"half a quantiser table", JPEGCraft().segment(0xDB, std::vector<int>(40, 0)).end(),
-         segment},
-        {"Huffman class 2", JPEGCraft().categories(0x20).end(), segment},
-        {"Huffman selector 4", JPEGCraft().categories(0x04).end(), segment},
-        {"more than 256 codes", JPEGCraft().segment(0xC4, huffman_table(too_many)).end(), segment},
-        {"codes beyond the segment",
-         JPEGCraft().categories().segment(0xC4, huffman_table({2}), 18).end(), segment},
-        {"DRI of 3 bytes", JPEGCraft().segment(0xDD, {0, 1, 2}).end(), segment},
-        {"DNL of 3 bytes", JPEGCraft().segment(0xDC, {0, 1, 2}).end(), segment},
-        {"SOF0 of 12 bits", JPEGCraft().frame(0xC0, 12, 8, 8, {0x11}).end(), marker},
-        {"SOF2 of 9 bits", JPEGCraft().frame(0xC2, 9, 8, 8, {0x11}).end(), marker},
-        {"SOF3 of 17 bits", JPEGCraft().frame(0xC3, 17, 8, 8, {0x11}).end(), marker},
-        {"five components", JPEGCraft().frame(0xC0, 8, 8, 8, {17, 17, 17, 17, 17}).end(),
-         unsupported},
-        {"no components", JPEGCraft().frame(0xC0, 8, 8, 8, {}).end(), segment},
-        {"factor 0", JPEGCraft().frame(0xC0, 8, 8, 8, {0x10}).end(), segment},
-        {"factor 15", JPEGCraft().frame(0xC0, 8, 8, 8, {0xF1}).end(), segment},
-        {"frame length", JPEGCraft().segment(0xC0, {8, 0, 8, 0, 8, 1, 1, 17, 0, 0}).end(), segment},
-        {"a second frame", gray_frame().frame(0xC0, 8, 8, 8, {0x11}).end(), segment},
-        {"a scan before the frame", tables_only().scan({1}).end(), segment},
-        {"a scan of no components", gray_frame().scan({}).end(), segment},
-        {"more components than the frame has", gray_frame().scan({1, 1}).end(), segment},
-        {"an unknown component", gray_frame().scan({7}).end(), segment},
-        {"scan length", gray_frame().segment(0xDA, {1, 1, 0, 0, 63, 0, 0}).end(), segment},
-        {"table selector 4", gray_frame().scan({1}, 0, 63, 0, 0x40).end(), segment},
-        {"DC and AC in one band", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 5).end(),
-         segment},
-        {"band backwards", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 5, 4).end(), segment},
-        {"band past 63", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 1, 64).end(), segment},
-        {"AC of two components",
-         tables_only().frame(0xC2, 8, 8, 8, {17, 17, 17}).scan({1, 2}, 1, 5).end(), segment},
-        {"plane 14", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 14).end(), segment},
-        {"planes two apart", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 0x31).end(),
-         segment},
-        {"predictor 0", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 0, 0).end(), segment},
-        {"predictor 8", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 8, 0).end(), segment},
-        {"point transform of all bits",
-         tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0, 8).end(), segment},
-        {"no scan", gray_frame().end(), Code::good, Code::wrong_state},
-    };
-}
-
-std::vector<Refusal> later_refusals()
+std::vector<Refusal> refusals()
 {
     constexpr Code good = Code::good;
     const auto chain_of_ones = [](int last) {
@@ -144,67 +76,100 @@ std::vector<Refusal> later_refusals()
     const auto frame = [](std::size_t id, int precision, const std::vector<int>& factors) {
         return tables_only().frame(id, precision, 8, 8, factors);
     };
+    std::vector<int> wide_table(129, 1);
+    wide_table[0] = 0x10;
+    const std::vector<int> too_many(16, 255);
+    constexpr Code segment = Code::bad_segment;
+    constexpr Code marker = Code::bad_marker;
+    constexpr Code failed = Code::read_failed;
     constexpr Code unsupported = Code::unsupported;
+    // clang-format off
     return {
+        {"nothing", {}, Code::io},
+        {"other bytes", {'B', 'M', 1, 2}, Code::no_jpeg},
+        {"fill before SOI", {0xFF, 0xFF, 0xD8, 0xFF}, Code::no_jpeg},
+        {"TEM", JPEGCraft().marker(1).end(), Code::segment_trouble},
+        {"a second SOI", JPEGCraft().marker(0xD8).end(), marker},
+        {"a restart marker", JPEGCraft().marker(0xD3).end(), marker},
+        {"JPG", JPEGCraft().segment(0xC8, {1}).end(), unsupported},
+        {"DAC", JPEGCraft().segment(0xCC, {0, 1}).end(), unsupported},
+        {"DHP", JPEGCraft().segment(0xDE, {0, 1}).end(), unsupported},
+        {"EXP", JPEGCraft().segment(0xDF, {0, 1}).end(), unsupported},
+        {"a segment that ends early", JPEGCraft().segment(0xE1, {1, 2}, 90).end(), Code::io},
+        {"a length of 1", JPEGCraft().segment(0xE1, {1, 2}, 1).end(), segment},
+        {"a reserved segment that ends early", JPEGCraft().segment(0x55, {1, 2}, 90).end(), Code::segment_trouble},
+        {"quantisers of 16 bits", JPEGCraft().segment(0xDB, wide_table).end(), marker},
+        {"quantiser selector 4", JPEGCraft().quantisers(4).end(), segment},
+        {"no quantisers in DQT", JPEGCraft().segment(0xDB, {}).end(), segment},
+        {"half a quantiser table", JPEGCraft().segment(0xDB, std::vector<int>(40, 0)).end(), segment},
+        {"Huffman class 2", JPEGCraft().categories(0x20).end(), segment},
+        {"Huffman selector 4", JPEGCraft().categories(0x04).end(), segment},
+        {"more than 256 codes", JPEGCraft().segment(0xC4, huffman_table(too_many)).end(), segment},
+        {"codes beyond the segment", JPEGCraft().categories().segment(0xC4, huffman_table({2}), 18).end(), segment},
+        {"DRI of 3 bytes", JPEGCraft().segment(0xDD, {0, 1, 2}).end(), segment},
+        {"DNL of 3 bytes", JPEGCraft().segment(0xDC, {0, 1, 2}).end(), segment},
+        {"SOF0 of 12 bits", JPEGCraft().frame(0xC0, 12, 8, 8, {0x11}).end(), marker},
+        {"SOF2 of 9 bits", JPEGCraft().frame(0xC2, 9, 8, 8, {0x11}).end(), marker},
+        {"SOF3 of 17 bits", JPEGCraft().frame(0xC3, 17, 8, 8, {0x11}).end(), marker},
+        {"five components", JPEGCraft().frame(0xC0, 8, 8, 8, {17, 17, 17, 17, 17}).end(), unsupported},
+        {"no components", JPEGCraft().frame(0xC0, 8, 8, 8, {}).end(), segment},
+        {"factor 0", JPEGCraft().frame(0xC0, 8, 8, 8, {0x10}).end(), segment},
+        {"factor 15", JPEGCraft().frame(0xC0, 8, 8, 8, {0xF1}).end(), segment},
+        {"frame length", JPEGCraft().segment(0xC0, {8, 0, 8, 0, 8, 1, 1, 17, 0, 0}).end(), segment},
+        {"a second frame", gray_frame().frame(0xC0, 8, 8, 8, {0x11}).end(), segment},
+        {"a scan before the frame", tables_only().scan({1}).end(), segment},
+        {"a scan of no components", gray_frame().scan({}).end(), segment},
+        {"more components than the frame has", gray_frame().scan({1, 1}).end(), segment},
+        {"an unknown component", gray_frame().scan({7}).end(), segment},
+        {"scan length", gray_frame().segment(0xDA, {1, 1, 0, 0, 63, 0, 0}).end(), segment},
+        {"table selector 4", gray_frame().scan({1}, 0, 63, 0, 0x40).end(), segment},
+        {"DC and AC in one band", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 5).end(), segment},
+        {"band backwards", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 5, 4).end(), segment},
+        {"band past 63", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 1, 64).end(), segment},
+        {"AC of two components", tables_only().frame(0xC2, 8, 8, 8, {17, 17, 17}).scan({1, 2}, 1, 5).end(), segment},
+        {"plane 14", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 14).end(), segment},
+        {"planes two apart", tables_only().frame(0xC2, 8, 8, 8, {17}).scan({1}, 0, 0, 0x31).end(), segment},
+        {"predictor 0", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 0, 0).end(), segment},
+        {"predictor 8", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 8, 0).end(), segment},
+        {"point transform of all bits", tables_only().frame(0xC3, 8, 8, 8, {17}).scan({1}, 1, 0, 8).end(), segment},
+        {"no scan", gray_frame().end(), Code::good, Code::wrong_state},
         {"extended sequential", frame(0xC1, 8, {17}).scan({1}).end(), good, unsupported},
         {"12 bits progressive", frame(0xC2, 12, {17}).scan({1}, 0, 0).end(), good, unsupported},
         {"arithmetic", frame(0xC9, 8, {17}).scan({1}).end(), good, unsupported},
         {"hierarchical", frame(0xC5, 8, {17}).scan({1}).end(), good, unsupported},
         {"two components", frame(0xC0, 8, {17, 17}).scan({1, 2}).end(), good, unsupported},
         {"3 to 1 across", frame(0xC0, 8, {0x31, 17, 17}).scan({1, 2, 3}).end(), good, unsupported},
-        {"chroma finer than luma", frame(0xC0, 8, {17, 0x21, 17}).scan({1, 2, 3}).end(), good,
-         unsupported},
-        {"a progressive picture of the second list",
-         frame(0xC2, 8, {0x22, 0x21, 0x21}).scan({1, 2, 3}, 0, 0).end(), good, unsupported},
-        {"lossless and subsampled", frame(0xC3, 8, {0x21, 17, 17}).scan({1, 2, 3}, 1, 0).end(),
-         good, unsupported},
-        {"no quantisers",
-         JPEGCraft().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, Code::bad_segment},
-        {"no DC table",
-         JPEGCraft().quantisers().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(),
-         good, Code::bad_segment},
-        {"no AC table",
-         JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good,
-         Code::bad_segment},
+        {"chroma finer than luma", frame(0xC0, 8, {17, 0x21, 17}).scan({1, 2, 3}).end(), good, unsupported},
+        {"a progressive picture of the second list", frame(0xC2, 8, {0x22, 0x21, 0x21}).scan({1, 2, 3}, 0, 0).end(), good, unsupported},
+        {"lossless and subsampled", frame(0xC3, 8, {0x21, 17, 17}).scan({1, 2, 3}, 1, 0).end(), good, unsupported},
+        {"no quantisers", JPEGCraft().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good, segment},
+        {"no DC table", JPEGCraft().quantisers().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good, segment},
+        {"no AC table", JPEGCraft().quantisers().categories().frame(0xC0, 8, 8, 8, {17}).scan({1}).end(), good, segment},
         {"a complete table", with_table({2})},
         {"a code for all but 16 ones", with_table(chain_of_ones(1))},
-        {"a code of 16 ones", with_table(chain_of_ones(2)), good, Code::bad_segment},
-        {"a DNL before the scan",
-         gray_frame().segment(0xDC, {0, 9}).scan({1}).bits(0, 5).bits(0, 3).end()},
-        {"three codes of 1 bit", with_table({3}), good, Code::bad_segment},
-        {"a full table and one more", with_table({1, 2, 1}), good, Code::bad_segment},
-        {"no code for anything", with_table({}), good, good, Code::read_failed},
+        {"a code of 16 ones", with_table(chain_of_ones(2)), good, segment},
+        {"a DNL before the scan", gray_frame().segment(0xDC, {0, 9}).scan({1}).bits(0, 5).bits(0, 3).end()},
+        {"three codes of 1 bit", with_table({3}), good, segment},
+        {"a full table and one more", with_table({1, 2, 1}), good, segment},
+        {"no code for anything", with_table({}), good, good, failed},
         {"coefficient 63 behind a run", run_behind_48_zeros(0xE1)},
-        {"coefficient 64 behind a run", run_behind_48_zeros(0xF1), good, good, Code::read_failed},
+        {"coefficient 64 behind a run", run_behind_48_zeros(0xF1), good, good, failed},
         {"zeros past the end", run_behind_48_zeros(0xF0)},
-        {"lossless restarts within rows",
-         frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good, Code::bad_segment},
-        {"a progressive picture beyond 32 bits",
-         tables_only().frame(0xC2, 8, 65535, 65535, {17, 17}).scan({1}, 0, 0).end(), good,
-         unsupported},
-        {"a progressive picture beyond its data",
-         tables_only().frame(0xC2, 8, 40000, 40000, {17}).scan({1}, 0, 0).end(), good,
-         Code::read_failed},
-        {"lossless planes beyond their data",
-         tables_only().frame(0xC3, 8, 30000, 30000, {17, 17, 17}).scan({1}, 1, 0).end(), good,
-         Code::read_failed},
-        {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good,
-         good, Code::read_failed},
+        {"lossless restarts within rows", frame(0xC3, 8, {17}).segment(0xDD, {0, 5}).scan({1}, 1, 0).end(), good, segment},
+        {"progressive, beyond 32 bits", tables_only().frame(0xC2, 8, 65535, 65535, {17, 17}).scan({1}, 0, 0).end(), good, unsupported},
+        {"progressive, beyond its data", tables_only().frame(0xC2, 8, 40000, 40000, {17}).scan({1}, 0, 0).end(), good, failed},
+        {"lossless, beyond its data", tables_only().frame(0xC3, 8, 30000, 30000, {17, 17, 17}).scan({1}, 1, 0).end(), good, failed},
+        {"no such code", gray_frame().scan({1}).bits(31, 5).bits(0, 8).bits(0, 16).end(), good, good, failed},
         {"lossless differences of category 16", lossless_of_category(16)},
         {"a lossless category above 16", lossless_of_category(17), good, good, Code::damaged_lines},
-        {"a refinement of more than one bit",
-         frame(0xC2, 8, {17}).symbols(0x10, {0x02}).scan({1}, 1, 63, 0x10).bits(0, 24).end(), good,
-         good, Code::read_failed},
+        {"a refinement of 2 bits", frame(0xC2, 8, {17}).symbols(0x10, {0x02}).scan({1}, 1, 63, 0x10).bits(0, 24).end(), good, good, failed},
     };
+    // clang-format on
 }
 
 TEST(JPEGDecoder, RefusesWhatBreaksTheRulesWithTheCodeOfItsKind)
 {
-    std::vector<Refusal> refusals = header_refusals();
-    for (Refusal& refusal : later_refusals())
-        refusals.push_back(std::move(refusal));
-    for (const Refusal& refusal : refusals) {
+    for (const Refusal& refusal : refusals()) {
         const JPEGDecoded decoded = decode_stream(refusal.stream);
         EXPECT_EQ(decoded.header, refusal.header) << refusal.name;
         EXPECT_EQ(decoded.start, refusal.start) << refusal.name;
@@ -255,15 +220,14 @@ TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
             scan(craft, i);
         return craft.end();
     };
+    const auto runs = [](JPEGCraft& craft, int i) { // of 32767 blocks over all 97969
+        craft.scan({1}, 1, 63, i == 0 ? 0 : 0x10, 1).bits(0x3FFF, 17).bits(0x3FFF, 17);
+        craft.bits(0x3FFF, 17).flush();
+    };
     const Stream streams[] = {
         scans(0xC2, {17}, [](JPEGCraft& craft, int) { craft.scan({1}, 0, 0); }),
         scans(0xC3, {17, 17, 17}, [](JPEGCraft& craft, int i) { craft.scan({1 + i % 3}, 1, 0); }),
-        // End-of-band runs of 32767 blocks over all 97969.
-        scans(0xC2, {17},
-              [](JPEGCraft& craft, int i) {
-                  craft.scan({1}, 1, 63, i == 0 ? 0 : 0x10, 1).bits(0x3FFF, 17).bits(0x3FFF, 17);
-                  craft.bits(0x3FFF, 17).flush();
-              }),
+        scans(0xC2, {17}, runs),
     };
     for (const Stream& stream : streams) {
         const auto begin = std::chrono::steady_clock::now();
@@ -315,10 +279,10 @@ TEST(JPEGDecoder, WarnsOfScansThatAreNotAsTheyShouldBe)
         Stream stream;
         Code code = Code::damaged_lines;
     };
+    // clang-format off
     const Case cases[] = {
         {"nothing more", first_scan().end(), Code::good},
-        {"stray restarts and a DNL",
-         first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), Code::good},
+        {"stray restarts and a DNL", first_scan().marker(0xD3).segment(0xDC, {0, 9}).marker(1).end(), Code::good},
         {"a bit plane skipped", first_scan().scan({1}, 0, 0, 0x21).bits(1, 1).end()},
         {"a bit plane once more", first_scan().scan({1}, 0, 0, 3).difference(4).end()},
         {"no end", first_scan().stream()},
@@ -329,6 +293,7 @@ TEST(JPEGDecoder, WarnsOfScansThatAreNotAsTheyShouldBe)
         {"a bad segment", first_scan().segment(0xDD, {1}).end()},
         {"arithmetic coding", first_scan().segment(0xCC, {0, 1}).end()},
     };
+    // clang-format on
     for (const Case& c : cases) {
         const JPEGDecoded decoded = decode_stream(c.stream);
         EXPECT_EQ(decoded.lines, c.code) << c.name;

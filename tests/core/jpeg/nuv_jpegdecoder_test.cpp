@@ -141,21 +141,16 @@ TEST(JPEGDecoder, AnswersDamageAlikeHoweverItReads)
     }
 }
 
-// Five blocks of a progressive stream: their DC, then what they have behind it, at a bit plane.
-JPEGCraft craft_blocks(const std::array<std::vector<std::int32_t>, 5>& blocks, int plane)
+// A block of a progressive stream: no DC, then these coefficients at a bit plane.
+JPEGCraft craft_block(const std::vector<std::int32_t>& values, int plane)
 {
     JPEGCraft craft;
-    craft.quantisers().symbols(0x00, {0, 1, 2, 3, 4, 5, 6}).symbols(0x10, {0, 1, 2, 3, 4, 5, 6});
-    craft.frame(0xC2, 8, 40, 8, {0x11}).scan({1}, 0, 0);
-    for (const auto& block : blocks)
-        craft.difference(static_cast<std::int32_t>(block.size()), 3);
-    craft.flush().scan({1}, 1, 63, plane);
-    for (const auto& block : blocks) {
-        for (const std::int32_t value : block)
-            craft.difference(value / (1 << plane), 3);
-        craft.bits(0, 3);
-    }
-    return craft.flush();
+    craft.quantisers().symbols(0x00, {0}).symbols(0x10, {0, 1, 2, 3, 4, 5, 6});
+    craft.frame(0xC2, 8, 8, 8, {0x11}).scan({1}, 0, 0).bits(0, 3).flush();
+    craft.scan({1}, 1, 63, plane);
+    for (const std::int32_t value : values)
+        craft.difference(value / (1 << plane), 3);
+    return std::move(craft.bits(0, 3).flush());
 }
 
 // Refinements of any plane, in any order and again: a bit that is there is not added once more.
@@ -165,29 +160,23 @@ TEST(JPEGDecoder, SetsBitsOfCoefficientsWhateverTheOrderOfTheRefinements)
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         const auto plane = static_cast<int>(random() % 3);
-        std::array<std::vector<std::int32_t>, 5> blocks;
-        for (auto& block : blocks) {
-            block.resize(random() % 12);
-            for (std::int32_t& value : block)
-                value = static_cast<std::int32_t>(1 + random() % 7) << plane;
-            for (std::size_t i = 0; i < block.size(); i += 2)
-                block[i] = -block[i];
-        }
-        JPEGCraft craft = craft_blocks(blocks, plane);
+        std::vector<std::int32_t> values(1 + random() % 11);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] =
+                static_cast<std::int32_t>(1 + random() % 7) * (i % 2 == 0 ? -1 : 1) * (1 << plane);
+        JPEGCraft craft = craft_block(values, plane);
         for (auto scans = 1 + random() % 5; scans > 0; --scans) {
             const auto low = static_cast<int>(random() % 4);
-            craft.flush().scan({1}, 1, 63, (low + 1) << 4 | low);
-            for (auto& block : blocks) {
-                craft.bits(0, 3); // nothing new up to the end
-                for (std::int32_t& value : block) {
-                    const auto bit = static_cast<std::int32_t>(random() % 2);
-                    craft.bits(static_cast<std::uint32_t>(bit), 1);
-                    const std::int32_t magnitude = std::abs(value) | bit << low;
-                    value = value < 0 ? -magnitude : magnitude;
-                }
+            craft.flush().scan({1}, 1, 63, (low + 1) << 4 | low).bits(0, 3); // nothing new
+            for (std::int32_t& value : values) {
+                const auto bit = static_cast<std::uint32_t>(random() % 2);
+                craft.bits(bit, 1);
+                const std::int32_t magnitude = std::abs(value) | static_cast<std::int32_t>(bit)
+                                                                     << low;
+                value = value < 0 ? -magnitude : magnitude;
             }
         }
-        const auto expected = decode_by_reference(craft_blocks(blocks, 0).end());
+        const auto expected = decode_by_reference(craft_block(values, 0).end());
         ASSERT_TRUE(expected);
         ASSERT_EQ(decode_stream(craft.end()).picture.samples, expected->samples);
     }
@@ -385,25 +374,19 @@ TEST(JPEGDecoder, ReducesByTransformsOfFewerPoints)
 
 TEST(JPEGDecoder, RefusesSettingsThatItDoesNotHave)
 {
-    struct Case {
-        JPEGReferenceSettings stream;
-        void (*set)(NUV_JPEGDecoder&);
-    };
-    constexpr auto to_rgb = [](NUV_JPEGDecoder& d) { d.set_output_color(NUV_JPEGColor::s_rgb); };
-    constexpr auto to_half = [](NUV_JPEGDecoder& d) { d.set_scale(2); };
-    const Case cases[] = {
-        {{}, [](NUV_JPEGDecoder& d) { d.set_scale(3); }},
-        {{}, [](NUV_JPEGDecoder& d) { d.set_component_filter(3); }},
-        {{}, [](NUV_JPEGDecoder& d) { d.set_output_color(NUV_JPEGColor::gray); }},
-        {{.is_progressive = true}, to_half},
+    using Decoder = NUV_JPEGDecoder;
+    constexpr auto to_rgb = [](Decoder& d) { d.set_output_color(NUV_JPEGColor::s_rgb); };
+    const std::pair<JPEGReferenceSettings, void (*)(Decoder&)> cases[] = {
+        {{}, [](Decoder& d) { d.set_scale(3); }},
+        {{}, [](Decoder& d) { d.set_component_filter(3); }},
+        {{}, [](Decoder& d) { d.set_output_color(NUV_JPEGColor::gray); }},
         {{.is_progressive = true}, to_rgb},
         {{.key = 0x411111}, to_rgb},
         {{.scans = "0;1;2"}, to_rgb},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        const Stream stream = encode_by_reference(busy_picture(16, 16, 3), c.stream);
-        EXPECT_EQ(decode_stream(stream, whole, c.set).start, Code::bad_parameter);
+    for (const auto& [settings, set] : cases) {
+        const Stream stream = encode_by_reference(busy_picture(16, 16, 3), settings);
+        EXPECT_EQ(decode_stream(stream, whole, set).start, Code::bad_parameter);
     }
 }
 

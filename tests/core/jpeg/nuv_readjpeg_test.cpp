@@ -8,15 +8,7 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegstreams.h"
 #include "tests/support/nuv_readerharness.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_teststored.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <functional>
-#include <string>
+#include "tests/support/nuv_refusals.h"
 
 namespace nuv {
 namespace {
@@ -25,8 +17,7 @@ using Bytes = JPEGBytes;
 
 // What comes out of a stored stream, and what the manager says afterwards.
 struct Outcome {
-    bool has_engine = false;
-    NUV_TestImage image;
+    NUV_TestImage image = {.color_type = nullptr}; // without an engine
     Bytes bytes;
     NUV_StatusCode code = NUV_STATUS_OK;
     std::string method;
@@ -39,20 +30,17 @@ NUV_Engine* read_raster(NUV_Manager& manager, NUV_InputStorage* storage)
     return NUV_ReadRasterEx(manager).engine(storage, 0);
 }
 
-Outcome read(const Bytes& stored, const Reader& reader = read_raster,
-             const NUV_Cpu& cpu = NUV_Cpu::current())
+Outcome read(const Bytes& stored, const Reader& reader = read_raster)
 {
     Outcome outcome;
-    NUV_TestChain chain(cpu);
+    NUV_TestChain chain;
     const NUV_TestStored storage(chain.manager(), stored);
     if (NUV_Engine* const engine = reader(chain.manager(), storage.storage())) {
         const NUV_Header& header = *engine->header();
-        outcome.has_engine = true;
-        outcome.image = {.width = header.width(),
-                         .height = header.height(),
-                         .channels = header.channels(),
-                         .bits = header.bits(),
-                         .color_type = header.color_type()};
+        outcome.image.width = header.width();
+        outcome.image.height = header.height();
+        outcome.image.bits = header.bits();
+        outcome.image.color_type = header.color_type();
         // Whoever shares the storage may move it.
         EXPECT_TRUE(storage.storage()->to(3));
         chain.last(engine);
@@ -77,34 +65,24 @@ Bytes fixture(const std::string& name)
     return test_data("jpeg/" + name);
 }
 
-constexpr const char* lossy_fixtures[] = {"420",
-                                          "422_restarts",
-                                          "444",
-                                          "411",
-                                          "420_odd",
-                                          "progressive_restarts",
-                                          "two_scans",
-                                          "three_scans",
-                                          "gray",
-                                          "adobe_rgb",
-                                          "progressive_intervals"};
+// clang-format off
+constexpr const char* lossy_fixtures[] = {
+    "420", "422_restarts", "444", "411", "420_odd", "progressive_restarts", "two_scans", "three_scans", "gray", "adobe_rgb",
+    "progressive_intervals"};
+// clang-format on
 
-TEST(ReadJPEG, GivesTheSamplesOfTheReferenceAtEveryLevel)
+TEST(ReadJPEG, GivesTheSamplesOfTheReference)
 {
     for (const std::string name : lossy_fixtures) {
         SCOPED_TRACE(name);
         const Bytes stored = fixture(name + ".jpg");
-        const auto expected = decode_by_reference(stored);
-        ASSERT_TRUE(expected);
         EXPECT_EQ(format_of(stored), name == "adobe_rgb" ? "jpeg_adobe" : "jfif");
-        for (const NUV_TestLevel& level : jpeg_levels()) {
-            const Outcome outcome = read(stored, read_raster, level.cpu);
-            EXPECT_EQ(outcome.image.color_type, name == "gray"        ? NUV_ColorType::gray
-                                                : name == "adobe_rgb" ? NUV_ColorType::s_rgb
-                                                                      : NUV_ColorType::ycbcr);
-            EXPECT_EQ(outcome.bytes, expected->samples) << level.name;
-            EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
-        }
+        const Outcome outcome = read(stored);
+        EXPECT_EQ(outcome.image.color_type, name == "gray"        ? NUV_ColorType::gray
+                                            : name == "adobe_rgb" ? NUV_ColorType::s_rgb
+                                                                  : NUV_ColorType::ycbcr);
+        EXPECT_EQ(outcome.bytes, decode_by_reference(stored)->samples);
+        EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
     }
 }
 
@@ -136,13 +114,19 @@ TEST(ReadLosslessJPEG, GivesTheSamplesThatWereCodedWithEveryPredictor)
         for (std::size_t i = 0; i < expected.size(); i += 2)
             expected[i] &= c.kept;
         EXPECT_EQ(format_of(stored), "jpeg");
-        for (const NUV_TestLevel& level : jpeg_levels()) {
-            const Outcome outcome = read(stored, read_raster, level.cpu);
-            EXPECT_EQ(outcome.image.bits, bits);
-            EXPECT_EQ(outcome.bytes, expected) << level.name;
-            EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
-        }
+        const Outcome outcome = read(stored);
+        EXPECT_EQ(outcome.image.bits, bits);
+        EXPECT_EQ(outcome.bytes, expected);
+        EXPECT_EQ(outcome.code, NUV_STATUS_OK) << outcome.method;
     }
+}
+
+template <class Creator>
+Reader at_scale(std::int32_t scale)
+{
+    return [scale](NUV_Manager& manager, NUV_InputStorage* storage) {
+        return Creator(manager).engine(storage, scale);
+    };
 }
 
 Bytes small_stream(std::uint32_t channels, const JPEGReferenceSettings& settings = {})
@@ -177,13 +161,9 @@ TEST(ReadJPEGAdobe, TurnsCMYKAndFoldsYCCK)
 
     for (const NUV_TestImage& image :
          {NUV_TestImage{.channels = 3}, NUV_TestImage{.channels = 4, .bits = 16},
-          NUV_TestImage{.channels = 4, .data_type = NUV_DataType::s_integer}}) {
-        NUV_TestChain chain;
-        chain.blank_source(image);
-        EXPECT_FALSE(chain.append<NUV_ConvertYCCKToYCbCr>());
-        EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED);
-        EXPECT_STREQ(chain.status().method, "NUV_ConvertYCCKToYCbCrEngine::initiate()");
-    }
+          NUV_TestImage{.channels = 4, .data_type = NUV_DataType::s_integer}})
+        expect_refusals({{"no CMYK", image, appending<NUV_ConvertYCCKToYCbCr>(),
+                          NUV_ERR_UNSUPPORTED, "NUV_ConvertYCCKToYCbCrEngine::initiate()"}});
 }
 
 // A stream with one application segment behind SOI.
@@ -229,18 +209,12 @@ TEST(JPEGInfo, TellsTheFrameAndTheSegments)
     NUV_TestChain chain;
     const NUV_TestStored image(chain.manager(), stream);
     NUV_JPEGInfo info(chain.manager());
-    EXPECT_EQ(info.sampling(), 0U);
     ASSERT_TRUE(info.load(image.storage()));
     EXPECT_EQ(static_cast<std::size_t>(image.position()), JPEGTestSegments(stream).scan_position);
-    EXPECT_EQ(info.width(), 21U);
-    EXPECT_EQ(info.height(), 18U);
     EXPECT_EQ(info.sampling(), 0x221111U);
     EXPECT_EQ(info.frame_marker(), 194U);
-    EXPECT_TRUE(info.is_progressive());
-    EXPECT_EQ(info.precision(), 8U);
+    EXPECT_TRUE(info.is_progressive() && info.is_g3fax() && !info.is_exif());
     EXPECT_EQ(info.color_code(), 99999U);
-    EXPECT_TRUE(info.is_g3fax());
-    EXPECT_FALSE(info.is_exif());
     ASSERT_EQ(info.segment_count(), 1U);
     EXPECT_EQ(info.segment(0).marker, 225U);
     EXPECT_EQ(info.segment(0).payload.size(), 10U);
@@ -257,24 +231,14 @@ TEST(JPEGInfo, DeliversTheColorAndTheSizeItIsAskedFor)
     EXPECT_EQ(info.color_type(), NUV_ColorType::s_rgb);
     EXPECT_EQ(info.color_code(), 1U);
     chain.last(NUV_ReadJPEG(chain.manager()).engine(image.storage(), &info, 256));
-    const Bytes rgb = chain.run_bytes();
-    ASSERT_EQ(rgb.size(), 21U * 18 * 3);
-    EXPECT_NE(rgb, decode_by_reference(stream)->samples);
+    EXPECT_EQ(chain.run_bytes(), decode_stream(stream, whole, [](NUV_JPEGDecoder& decoder) {
+                                     decoder.set_output_color(NUV_JPEGColor::s_rgb);
+                                 }).picture.samples);
 
-    const Outcome quarter = read(stream, [](NUV_Manager& manager, NUV_InputStorage* storage) {
-        return NUV_ReadJPEG(manager).engine(storage, 64);
-    });
+    const auto quarter = read(stream, at_scale<NUV_ReadJPEG>(64));
     EXPECT_EQ(quarter.image.width, 6U);
     EXPECT_EQ(quarter.image.height, 5U);
     EXPECT_EQ(quarter.bytes.size(), 6U * 5 * 3);
-}
-
-template <class Creator>
-Reader at_scale(std::int32_t scale)
-{
-    return [scale](NUV_Manager& manager, NUV_InputStorage* storage) {
-        return Creator(manager).engine(storage, scale);
-    };
 }
 
 Bytes without_data(std::size_t frame, int precision, int width, const std::vector<int>& factors)
@@ -290,11 +254,20 @@ TEST(ReadJPEG, RefusesWithTheStatusOfItsKind)
     constexpr auto engine = "NUV_DecodeJPEGEngine::initiate()";
     constexpr auto header = "NUV_JPEGInfoInternal::get_jpeginfo()";
     constexpr auto internal = "NUV_JPEGInfoInternal::initiate()";
+    constexpr auto line = "NUV_JPEGInfoInternal::execute()";
     constexpr auto unsupported = NUV_ERR_UNSUPPORTED;
     constexpr auto invalid = NUV_ERR_INVALID_DATA;
     constexpr auto format = NUV_ERR_FORMAT;
     const Bytes gray = small_stream(1);
     const Reader to_half = at_scale<NUV_ReadJPEG>(128);
+    const auto as_lossless = [](NUV_Manager& manager, NUV_InputStorage* storage) {
+        return NUV_ReadLosslessJPEG(manager).engine(storage);
+    };
+    const auto from_nothing = [](NUV_Manager& manager, NUV_InputStorage*) {
+        return NUV_ReadJPEG(manager).engine(nullptr, nullptr, 256);
+    };
+    JPEGCraft nonsense;
+    nonsense.quantisers().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1});
     struct Refusal {
         const char* what;
         NUV_StatusCode code;
@@ -302,12 +275,12 @@ TEST(ReadJPEG, RefusesWithTheStatusOfItsKind)
         Bytes stream;
         Reader reader = read_raster;
     };
+    // clang-format off
     const Refusal refusals[] = {
         {"another format", format, "NUV_ReadJPEG::engine()", bytes_of("P5 1"), to_half},
         {"no JFIF", format, "NUV_ReadJFIF::engine()", gray, at_scale<NUV_ReadJFIF>(256)},
         {"no Adobe", format, "NUV_ReadJPEGAdobe::engine()", gray, at_scale<NUV_ReadJPEGAdobe>(256)},
-        {"lossy, to the lossless reader", unsupported, "NUV_ReadLosslessJPEG::engine()", gray,
-         [](NUV_Manager& m, NUV_InputStorage* s) { return NUV_ReadLosslessJPEG(m).engine(s); }},
+        {"lossy, to the lossless reader", unsupported, "NUV_ReadLosslessJPEG::engine()", gray, as_lossless},
         {"extended sequential", unsupported, internal, without_data(0xC1, 8, 8, {17})},
         {"missing tables", invalid, internal, without_data(0xC0, 8, 8, {17})},
         {"two components", invalid, "NUV_JPEGInfo::update()", without_data(0xC0, 8, 8, {17, 17})},
@@ -323,28 +296,19 @@ TEST(ReadJPEG, RefusesWithTheStatusOfItsKind)
         {"half, progressive", unsupported, engine, fixture("progressive_restarts.jpg"), to_half},
         {"half, lossless", unsupported, engine, fixture("lossless_8.jpg"), to_half},
         {"half, two scans", NUV_ERR_ARGUMENT, internal, fixture("two_scans.jpg"), to_half},
-        {"a header that ends", NUV_ERR_BROKEN_DATA, header, {gray.begin(), gray.begin() + 30}},
+        {"a header that ends", NUV_ERR_BROKEN_DATA, header, first_bytes(gray, 30)},
+        {"no such code", NUV_ERR_BROKEN_DATA, line, nonsense.bits(31, 5).bits(0, 30).bits(0, 30).end()},
+        {"nothing to read from", NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()", gray, from_nothing},
     };
+    // clang-format on
     for (const Refusal& refusal : refusals) {
         const Outcome outcome = read(refusal.stream, refusal.reader);
-        EXPECT_FALSE(outcome.has_engine) << refusal.what;
+        EXPECT_EQ(outcome.image.color_type != nullptr, refusal.method == std::string(line))
+            << refusal.what;
+        EXPECT_TRUE(outcome.bytes.empty()) << refusal.what;
         EXPECT_EQ(outcome.code, refusal.code) << refusal.what;
         EXPECT_EQ(outcome.method, refusal.method) << refusal.what;
     }
-    NUV_TestChain chain;
-    EXPECT_EQ(NUV_ReadJPEG(chain.manager()).engine(nullptr, nullptr, 256), nullptr);
-    EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(chain.status().method, "NUV_ReadJPEG::engine()");
-}
-
-TEST(ReadJPEG, FailsOnNonsense)
-{
-    JPEGCraft nonsense;
-    nonsense.quantisers().categories().symbols(0x10, {0}).frame(0xC0, 8, 8, 8, {17}).scan({1});
-    const Outcome failed = read(nonsense.bits(31, 5).bits(0, 30).bits(0, 30).end());
-    EXPECT_EQ(failed.code, NUV_ERR_BROKEN_DATA);
-    EXPECT_EQ(failed.method, "NUV_JPEGInfoInternal::execute()");
-    EXPECT_TRUE(failed.bytes.empty());
 }
 
 TEST(ReadJPEG, LeavesNothingBehindWhenMemoryRunsOut)
@@ -361,34 +325,24 @@ TEST(ReadJPEG, LeavesNothingBehindWhenMemoryRunsOut)
     }
 }
 
-// Every prefix: the header's status, or an image of full height with a warning. With a byte of its
-// data changed a lossless one has its height, too.
-TEST(ReadJPEG, SurvivesEveryPrefixAndEveryChangedByteOfEveryFixture)
+// The header's status, or an image of full height with a warning.
+TEST(ReadJPEG, SurvivesEveryPrefixOfEveryFixture)
 {
     std::vector<std::string> names = {"lossless_8_4", "lossless_12_2", "lossless_rgb",
                                       "lossless_16_point_transform"};
     names.insert(names.end(), std::begin(lossy_fixtures), std::end(lossy_fixtures));
     for (const std::string& name : names) {
-        const Bytes whole = fixture(name + ".jpg");
-        const std::size_t scan = JPEGTestSegments(whole).scan_position;
-        const std::size_t full_size = read(whole).bytes.size();
-        for (std::size_t at = 0; at < whole.size(); ++at) {
+        const Bytes stream = fixture(name + ".jpg");
+        const std::size_t scan = JPEGTestSegments(stream).scan_position;
+        const std::size_t full_size = read(stream).bytes.size();
+        for (std::size_t at = 0; at < stream.size(); ++at) {
             SCOPED_TRACE(testing::Message() << name << " at " << at);
-            const Outcome cut =
-                read({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)});
-            ASSERT_EQ(cut.has_engine, at >= scan);
+            const Outcome cut = read(first_bytes(stream, at));
+            ASSERT_EQ(cut.image.color_type != nullptr, at >= scan);
             ASSERT_EQ(cut.bytes.size(), at >= scan ? full_size : 0);
-            const bool is_clean = at + 4 > whole.size() && cut.code == NUV_STATUS_OK;
+            const bool is_clean = at + 4 > stream.size() && cut.code == NUV_STATUS_OK;
             ASSERT_TRUE(is_clean ||
                         cut.code == (at >= scan ? NUV_WARN_BROKEN_DATA : NUV_ERR_BROKEN_DATA));
-
-            Bytes changed = whole;
-            changed[at] ^= static_cast<std::uint8_t>(1U << at % 8);
-            const Outcome outcome = read(changed); // which looks for leaks
-            if (at >= scan && name.starts_with("lossless")) {
-                ASSERT_EQ(outcome.bytes.size(), full_size);
-                ASSERT_TRUE(outcome.code == NUV_STATUS_OK || outcome.code == NUV_WARN_BROKEN_DATA);
-            }
         }
     }
 }
@@ -400,10 +354,10 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
                                  .channels = 3,
                                  .encode_type = NUV_EncodeType::jpeg,
                                  .color_type = NUV_ColorType::ycbcr};
-    const Bytes whole = small_stream(3, {.key = 0x211111});
-    const JPEGTestSegments segments(whole);
+    const Bytes stream = small_stream(3, {.key = 0x211111});
+    const JPEGTestSegments segments(stream);
     const auto at = [&](std::size_t place) {
-        return whole.begin() + static_cast<std::ptrdiff_t>(place);
+        return stream.begin() + static_cast<std::ptrdiff_t>(place);
     };
     Bytes tables = {0xFF, 0xD8};
     Bytes image = tables;
@@ -412,13 +366,14 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
         part.insert(part.end(), at(segment.position - 4),
                     at(segment.position + segment.payload.size()));
     }
-    image.insert(image.end(), at(segments.scan_position), whole.end());
+    image.insert(image.end(), at(segments.scan_position), stream.end());
     Bytes with_end = tables;
     with_end.insert(with_end.end(), {0xFF, 0xD9});
     struct Case {
         Bytes tables;
         NUV_StatusCode code = NUV_STATUS_OK;
     };
+    // clang-format off
     const Case cases[] = {
         {tables},
         {with_end},
@@ -427,6 +382,7 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
         {{tables.begin(), tables.end() - 1}, NUV_ERR_BROKEN_DATA},
         {{0xFF, 0xD8, 0xFF, 0xDB, 0, 2}, NUV_ERR_INVALID_DATA},
     };
+    // clang-format on
     for (const Case& c : cases) {
         NUV_TestChain chain;
         NUV_JPEGTableInfo info(chain.manager());
@@ -440,7 +396,7 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
         const NUV_DecodeJPEGOption option(info, 0, 256);
         chain.source_bytes(coded, image);
         ASSERT_TRUE(chain.append<NUV_DecodeJPEG>(&option)) << chain.status().method;
-        EXPECT_EQ(chain.run_bytes(), decode_by_reference(whole)->samples);
+        EXPECT_EQ(chain.run_bytes(), decode_by_reference(stream)->samples);
     }
 
     NUV_TestChain raw;
@@ -448,10 +404,8 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
     NUV_Engine* const before = raw.last();
     EXPECT_TRUE(raw.append<NUV_DecodeJPEG>());
     EXPECT_EQ(raw.last(), before);
-    NUV_TestChain none;
-    EXPECT_FALSE(none.append<NUV_DecodeJPEG>());
-    EXPECT_EQ(none.status().code, NUV_ERR_ARGUMENT);
-    EXPECT_STREQ(none.status().method, "NUV_DecodeJPEG::engine()");
+    expect_refusals({{"no chain", NUV_RefusalSource([](NUV_TestChain&) {}),
+                      appending<NUV_DecodeJPEG>(), NUV_ERR_ARGUMENT, "NUV_DecodeJPEG::engine()"}});
     NUV_TestChain foreign;
     foreign.source_bytes(coded, {1, 2, 3, 4});
     EXPECT_FALSE(foreign.append<NUV_DecodeJPEG>());
