@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         nuv::image_of(codec, 1 + data[1] + (data[2] & 3U) * 256, 1U + data[3] % 64);
     const std::vector<std::uint8_t> stream(data + numbers, data + size);
     if (nuv::decode<nuv::NUV_DecodeToRaw>(stream, image, 1U + data[4]) !=
-        codec.plain(stream, image)) {
+        codec.plain(stream, image.width, image.height)) {
         std::fprintf(stderr, "%s differs from the plain decoder\n", codec.name);
         std::abort();
     }

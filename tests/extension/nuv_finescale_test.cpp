@@ -23,45 +23,18 @@ using Fixed = NUV_FixedReal;
 
 constexpr std::uint16_t unlimited = 0;
 
-// A kernel in memory of its own.
-struct Kernel {
-    explicit Kernel(float a)
-    {
-        EXPECT_TRUE(table.allocate());
-        table.fill(a);
-    }
-
-    NUV_TestChain chain;
-    NUV_CubicSplineTable table{chain.manager()};
-};
-
 // Kernels far from any sensible one: every weight is defined and fits.
 TEST(ScaleMaskAxis, DefinesTheWeightsOfAnyKernel)
 {
     for (const float a : {1e30F, -1e30F, std::numeric_limits<float>::infinity(), std::nanf("")}) {
-        Kernel kernel(a);
+        NUV_TestChain chain;
+        NUV_CubicSplineTable kernel(chain.manager());
+        ASSERT_TRUE(kernel.allocate());
+        kernel.fill(a);
         NUV_ScaleI2Axis<std::int16_t> axis;
-        ASSERT_TRUE(
-            axis.initiate(kernel.chain.manager(), kernel.table, 1.9, {40, 33, 33.0 / 40}, 5));
+        ASSERT_TRUE(axis.initiate(chain.manager(), kernel, 1.9, {40, 33, 33.0 / 40}, 5));
         EXPECT_LE(axis.most_weight(), 5 * 32768.0) << a;
     }
-}
-
-// One pass of one mask: a kernel whose `a` is 0 weighs the pixels around 3.5 half each.
-TEST(ScaleMaskPasses, HaveTheIntermediateFormBetweenThem)
-{
-    Kernel kernel(0.0F);
-    NUV_TestChain& chain = kernel.chain;
-    chain.source<std::uint8_t>({.width = 8}, {0, 0, 0, 0, 255, 255, 255, 255});
-    ASSERT_TRUE(chain.append<NUV_ScaleI2VARWidthFixedReal>(9U, &kernel.table, 4U));
-    EXPECT_EQ(chain.header().bits(), 16);
-    EXPECT_EQ(chain.header().data_type(), NUV_DataType::s_integer);
-    EXPECT_EQ(chain.run<std::int16_t>().at(4), 255 * 8); // 127.5 with four fractional bits
-
-    chain.blank_source({.width = 9, .height = 9, .bits = 16});
-    ASSERT_TRUE(chain.append<NUV_ScaleI2VARWidthFloat>(9U, &kernel.table, 4U));
-    EXPECT_EQ(chain.header().bits(), 64);
-    EXPECT_EQ(chain.header().data_type(), NUV_DataType::floating);
 }
 
 // Sums that pass 16 bits, and such that pass 32: boxes of white stay white.
@@ -147,14 +120,10 @@ TEST(FineScaleRefusal, OfTheScalers)
     constexpr auto each = "NUV_ScaleI2VAR::engine()";
     constexpr auto both = "NUV_ScaleI2::engine()";
     constexpr auto selected = "NUV_ScaleI2VARExBy::engine()";
-    const auto by_each = [](std::uint32_t w, std::uint32_t h) {
-        return appending<NUV_ScaleI2VAR>(w, h);
-    };
-    const auto by_both = [](std::uint32_t w, std::uint32_t h) {
+    const auto by_each = appending<NUV_ScaleI2VAR, unsigned, unsigned>;
+    const auto by_selection = appending<NUV_ScaleI2VARExBy<Fixed>, unsigned, unsigned>;
+    const auto by_both = [](unsigned w, unsigned h) {
         return appending<NUV_ScaleI2>(w, h, a, unlimited);
-    };
-    const auto by_selection = [](std::uint32_t w, std::uint32_t h) {
-        return appending<NUV_ScaleI2VARExBy<Fixed>>(w, h);
     };
     // clang-format off
     expect_refusals({
@@ -244,10 +213,9 @@ TEST(FineScaleRefusal, OfAPassOrItsMask)
     const NUV_CubicSplineTable* none = nullptr;
     const NUV_TestImage bytes{.width = 20, .height = 20};
     const NUV_TestImage deeper{.width = 20, .height = 20, .bits = 16};
-    const auto both = [](auto creator, std::uint32_t w, std::uint32_t h, std::uint32_t taps,
-                         double stretch) {
-        return with_kernel<typename decltype(creator)::type>(stretch, w, h, unlimited, kernel,
-                                                             taps);
+    const auto both = [](auto creator, unsigned w, unsigned h, unsigned taps, double stretch) {
+        using Creator = typename decltype(creator)::type;
+        return with_kernel<Creator>(stretch, w, h, unlimited, kernel, taps);
     };
     constexpr std::type_identity<NUV_ScaleI2FixedReal> fixed;
     constexpr std::type_identity<NUV_ScaleI2Float> floating;

@@ -22,11 +22,11 @@ struct Decoded {
 };
 
 // All runs are written out one behind the other; a run that the data does not hold whole ends it.
-inline Decoded pack_bits(std::span<const std::uint8_t> in, std::size_t line, std::size_t lines)
+inline Decoded pack_bits(std::span<const std::uint8_t> in, std::uint32_t line, std::uint32_t lines)
 {
     Decoded out;
     std::size_t at = 0;
-    while (out.bytes.size() < line * lines && at < in.size()) {
+    while (out.bytes.size() < std::size_t{line} * lines && at < in.size()) {
         const int control = static_cast<std::int8_t>(in[at++]);
         const auto count = static_cast<std::size_t>(control < 0 ? 1 - control : control + 1);
         const std::size_t taken = control < 0 ? 1 : count;
@@ -38,13 +38,14 @@ inline Decoded pack_bits(std::span<const std::uint8_t> in, std::size_t line, std
             out.bytes.push_back(in[at + (control < 0 ? 0 : i)]);
         at += taken;
     }
-    out.broken = out.bytes.size() < line * lines;
-    out.bytes.resize(std::min(out.bytes.size() / line, lines) * line);
+    out.broken = out.bytes.size() < std::size_t{line} * lines;
+    out.bytes.resize(std::min<std::size_t>(out.bytes.size() / line, lines) * line);
     return out;
 }
 
 // The run-length coding of Windows bitmaps, with pixels of 4 or 8 bits.
-inline Decoded win_rle(std::span<const std::uint8_t> in, int bits, unsigned width, unsigned lines)
+template <int bits>
+Decoded win_rle(std::span<const std::uint8_t> in, std::uint32_t width, std::uint32_t lines)
 {
     Decoded out;
     std::size_t at = 0;
@@ -117,10 +118,10 @@ inline Decoded win_rle(std::span<const std::uint8_t> in, int bits, unsigned widt
 
 // Line by line, and with as many coded bytes at a time: output that is still to come when the data
 // has ended does not count, and what is wrong behind the last line does where zlib has seen it.
-inline Decoded flate(std::span<const std::uint8_t> in, std::size_t line, std::size_t lines)
+inline Decoded flate(std::span<const std::uint8_t> in, std::uint32_t line, std::uint32_t lines)
 {
     Decoded out;
-    out.bytes.resize(line * lines);
+    out.bytes.resize(std::size_t{line} * lines);
     z_stream stream{};
     static_cast<void>(inflateInit(&stream));
     stream.next_in = const_cast<Bytef*>(in.data());
@@ -129,11 +130,11 @@ inline Decoded flate(std::span<const std::uint8_t> in, std::size_t line, std::si
     int result = Z_OK;
     std::size_t good = 0; // lines
     for (; good < lines && result == Z_OK; good += result == Z_OK ? 1 : 0) {
-        stream.avail_out = static_cast<uInt>(line);
+        stream.avail_out = line;
         while (stream.avail_out > 0 && result == Z_OK) {
             if (stream.avail_in == 0)
                 stream.avail_in = static_cast<uInt>(
-                    std::min(line, static_cast<std::size_t>(end - stream.next_in)));
+                    std::min<std::size_t>(line, static_cast<std::size_t>(end - stream.next_in)));
             result = stream.avail_in > 0 ? inflate(&stream, Z_SYNC_FLUSH) : Z_BUF_ERROR;
         }
     }

@@ -151,22 +151,16 @@ inline Picture cubic_axis(const Picture& in, std::uint32_t width, bool fixed, do
         const std::int64_t l[4] = {in.at(i - 3, y, c), in.at(i - 2, y, c), in.at(i - 1, y, c),
                                    in.at(i, y, c)};
         if (fixed) {
-            const std::int64_t centre =
-                4096 - (to_fixed(before) + to_fixed(after) + to_fixed(beyond));
-            return limited(in, bits,
-                           from_fixed(in, l[0] * to_fixed(before) + l[1] * centre +
-                                              l[2] * to_fixed(after) + l[3] * to_fixed(beyond)));
+            const std::int64_t w[] = {to_fixed(before), to_fixed(after), to_fixed(beyond)};
+            const std::int64_t centre = 4096 - (w[0] + w[1] + w[2]);
+            const std::int64_t sum = l[0] * w[0] + l[1] * centre + l[2] * w[1] + l[3] * w[2];
+            return limited(in, bits, from_fixed(in, sum));
         }
-        if (vertical) {
-            double sum = real(l[0] - l[1]) * before;
-            sum += real(l[2] - l[1]) * after;
-            sum += real(l[3] - l[1]) * beyond;
-            return limited(in, bits, from_real(in, sum + real(l[1])));
-        }
-        double sum = real(l[0]) * before;
-        sum += real(l[1]) * (1 - (before + after + beyond));
-        sum += real(l[2]) * after;
-        sum += real(l[3]) * beyond;
+        const double sum = vertical ? real(l[0] - l[1]) * before + real(l[2] - l[1]) * after +
+                                          real(l[3] - l[1]) * beyond + real(l[1])
+                                    : real(l[0]) * before +
+                                          real(l[1]) * (1 - (before + after + beyond)) +
+                                          real(l[2]) * after + real(l[3]) * beyond;
         return limited(in, bits, from_real(in, sum));
     });
 }

@@ -9,41 +9,22 @@ namespace {
 // Enough for every vector and band, little enough for thousands of images.
 void draw_size(NUV_ModelImage& image, std::mt19937& random)
 {
-    const auto up_to = [&](unsigned most) {
-        return static_cast<std::uint32_t>(1 + random() % most);
-    };
-    switch (random() % 8) {
-    case 0:
-        image.width = up_to(300);
-        image.height = up_to(6);
-        break;
-    case 1:
-        image.width = up_to(12);
-        image.height = up_to(420);
-        break;
-    default:
-        image.width = up_to(40);
-        image.height = up_to(20);
-    }
+    constexpr std::uint32_t most[][2] = {{300, 6}, {12, 420}, {40, 20}};
+    const auto& [width, height] = most[std::min<std::size_t>(random() % 8, 2)];
+    image.width = static_cast<std::uint32_t>(1 + random() % width);
+    image.height = static_cast<std::uint32_t>(1 + random() % height);
 }
 
 const NUV_ColorType* draw_color(std::uint16_t channels, std::mt19937& random)
 {
-    const NUV_ColorType* const one[] = {NUV_ColorType::none, NUV_ColorType::gray,
-                                        NUV_ColorType::gray_reverse};
-    const NUV_ColorType* const three[] = {NUV_ColorType::none, NUV_ColorType::s_rgb,
-                                          NUV_ColorType::ycbcr};
-    const NUV_ColorType* const four[] = {NUV_ColorType::none, NUV_ColorType::cmyk};
-    switch (channels) {
-    case 1:
-        return one[random() % std::size(one)];
-    case 3:
-        return three[random() % std::size(three)];
-    case 4:
-        return four[random() % std::size(four)];
-    default:
-        return NUV_ColorType::none;
-    }
+    using Color = NUV_ColorType;
+    const std::vector<const Color*> colors[] = {{Color::none, Color::gray, Color::gray_reverse},
+                                                {Color::none},
+                                                {Color::none, Color::s_rgb, Color::ycbcr},
+                                                {Color::none, Color::cmyk},
+                                                {Color::none}};
+    const auto& fitting = colors[channels - 1];
+    return fitting[random() % fitting.size()];
 }
 
 } // namespace

@@ -60,9 +60,6 @@ public:
     void expect_clean_at_every_allocation() const;
 
 private:
-    void expect_samples_whatever_the_padding(const NUV_Cpu& cpu,
-                                             const std::vector<std::uint8_t>& wanted) const;
-
     NUV_ModelImage source_;
     NUV_ModelImage result_;
     std::vector<std::uint8_t> source_bytes_;

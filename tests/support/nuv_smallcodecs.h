@@ -14,26 +14,15 @@ struct NUV_SmallCodec {
     const NUV_EncodeType* const* encode_type;
     std::uint16_t bits;
     bool palette;
-    model::Decoded (*plain)(const std::vector<std::uint8_t>& in, const NUV_TestImage& image);
+    model::Decoded (*plain)(std::span<const std::uint8_t> in, std::uint32_t width,
+                            std::uint32_t height);
 };
 
 inline const NUV_SmallCodec small_codecs[] = {
-    {"pack_bits", &NUV_EncodeType::pack_bits, 8, false,
-     [](const std::vector<std::uint8_t>& in, const NUV_TestImage& image) {
-         return model::pack_bits(in, image.width, image.height);
-     }},
-    {"win_rle8", &NUV_EncodeType::win_rle8, 8, true,
-     [](const std::vector<std::uint8_t>& in, const NUV_TestImage& image) {
-         return model::win_rle(in, 8, image.width, image.height);
-     }},
-    {"win_rle4", &NUV_EncodeType::win_rle4, 4, true,
-     [](const std::vector<std::uint8_t>& in, const NUV_TestImage& image) {
-         return model::win_rle(in, 4, image.width, image.height);
-     }},
-    {"flate", &NUV_EncodeType::flate, 8, false,
-     [](const std::vector<std::uint8_t>& in, const NUV_TestImage& image) {
-         return model::flate(in, image.width, image.height);
-     }},
+    {"pack_bits", &NUV_EncodeType::pack_bits, 8, false, model::pack_bits},
+    {"win_rle8", &NUV_EncodeType::win_rle8, 8, true, model::win_rle<8>},
+    {"win_rle4", &NUV_EncodeType::win_rle4, 4, true, model::win_rle<4>},
+    {"flate", &NUV_EncodeType::flate, 8, false, model::flate},
 };
 
 inline NUV_TestImage image_of(const NUV_SmallCodec& codec, std::uint32_t width,

@@ -46,18 +46,6 @@ private:
     std::size_t done_ = 0;
 };
 
-class NUV_TestSource final : public NUV_EngineCreator {
-public:
-    using NUV_EngineCreator::NUV_EngineCreator;
-
-    [[nodiscard]] NUV_Engine* engine(const NUV_Header* header,
-                                     const std::vector<std::uint8_t>& bytes,
-                                     std::uint32_t block_bytes)
-    {
-        return append_generator<NUV_TestSourceEngine>(header, &bytes, block_bytes);
-    }
-};
-
 // Collects all bytes, taking the writer's block size as its own.
 class NUV_TestSinkEngine final : public NUV_NoOutputEngine, public NUV_BufferInputEngine {
 public:
@@ -90,11 +78,17 @@ private:
     std::vector<std::uint8_t>* collected_ = nullptr;
 };
 
-class NUV_TestSink final : public NUV_EngineCreator {
+class NUV_TestEnds final : public NUV_EngineCreator {
 public:
     using NUV_EngineCreator::NUV_EngineCreator;
 
-    [[nodiscard]] NUV_Engine* engine(NUV_Engine& previous, std::vector<std::uint8_t>& collected)
+    [[nodiscard]] NUV_Engine* source(const NUV_Header* header,
+                                     const std::vector<std::uint8_t>& bytes,
+                                     std::uint32_t block_bytes)
+    {
+        return append_generator<NUV_TestSourceEngine>(header, &bytes, block_bytes);
+    }
+    [[nodiscard]] NUV_Engine* sink(NUV_Engine& previous, std::vector<std::uint8_t>& collected)
     {
         return append_writer<NUV_TestSinkEngine>(previous, nullptr, &collected);
     }
@@ -147,7 +141,7 @@ void NUV_TestChain::source_bytes(const NUV_TestImage& image, std::vector<std::ui
 {
     NUV_Header header(manager_);
     if (fill_header(header, image))
-        last_ = NUV_TestSource(manager_).engine(&header, bytes, block_bytes);
+        last_ = NUV_TestEnds(manager_).source(&header, bytes, block_bytes);
     live_with_source_ = manager_.memory().live();
     // The header above goes, and its palette with it.
     live_with_source_ -= header.palette().value() ? 1 : 0;
@@ -171,7 +165,7 @@ void NUV_TestChain::headless_source()
 std::vector<std::uint8_t> NUV_TestChain::run_bytes()
 {
     std::vector<std::uint8_t> collected;
-    NUV_Engine* sink = last_ ? NUV_TestSink(manager_).engine(*last_, collected) : nullptr;
+    NUV_Engine* sink = last_ ? NUV_TestEnds(manager_).sink(*last_, collected) : nullptr;
     last_ = nullptr;
     if (!sink)
         return collected;

@@ -13,22 +13,6 @@ namespace {
 
 using Image = NUV_ModelImage;
 
-bool any_image(const Image&)
-{
-    return true;
-}
-
-bool is_raw(const Image& in)
-{
-    return in.is_raw();
-}
-
-// Of bits, pixels of one alone are turned.
-bool is_turned(const Image& in)
-{
-    return in.bits > 1 || in.channels == 1;
-}
-
 NUV_DrawnOperation mirror_x(const Image& in, std::mt19937&)
 {
     return {appending<NUV_MirrorX>(),
@@ -174,17 +158,15 @@ NUV_DrawnOperation one_of_two_branches(const Image& in, std::mt19937&)
 
 std::vector<NUV_OperationRow> geometry_rows()
 {
-    const auto has_levels = [](const Image& in) { return in.bits > 1; };
-    const auto is_raw_and_turned = [](const Image& in) { return in.is_raw() && is_turned(in); };
-    const auto is_of_bits = [=](const Image& in) { return is_raw_and_turned(in) && in.bits == 1; };
+    const auto is_of_bits = [](const Image& in) { return has_raw_pixels(in) && in.bits == 1; };
     return {
-        {"mirror_x", "NUV_MirrorX::engine()", is_raw_and_turned, mirror_x},
+        {"mirror_x", "NUV_MirrorX::engine()", has_raw_pixels, mirror_x},
         {"mirror_y", "NUV_MirrorY::engine()", is_raw, mirror_y},
         {"crop", "NUV_Crop::engine()", any_image, crop},
         {"crop_lines", "NUV_CropHeight::engine()", is_raw, crop_lines},
         {"crop_columns", "NUV_CropWidth::engine()", is_raw, crop_columns},
         {"crop_columns_by_form", "", is_raw, crop_columns_by_form},
-        {"rotate", "NUV_Rotate90::engine()", is_turned, rotate},
+        {"rotate", "NUV_Rotate90::engine()", has_pixels, rotate},
         {"rotate_bits_in_bands", "NUV_Rotate90_1::engine()", is_of_bits,
          rotate_in_bands<NUV_Rotate90_1>},
         {"rotate_bytes_in_bands", "NUV_Rotate90_8xN::engine()", has_levels,

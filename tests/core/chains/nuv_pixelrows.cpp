@@ -22,21 +22,6 @@ namespace {
 using Image = NUV_ModelImage;
 using Color = NUV_ColorType;
 
-bool is_raw(const Image& in)
-{
-    return in.is_raw();
-}
-
-bool has_levels(const Image& in)
-{
-    return in.bits > 1;
-}
-
-bool has_unsigned_levels(const Image& in)
-{
-    return in.bits > 1 && !in.is_signed;
-}
-
 // Inversion of whole bytes sets the bits behind a line, too.
 bool fills_its_bytes(const Image& in)
 {

@@ -21,19 +21,9 @@ namespace {
 using Image = NUV_ModelImage;
 using Fixed = NUV_FixedReal;
 
-bool has_levels(const Image& in)
-{
-    return in.bits > 1;
-}
-
-bool is_unsigned(const Image& in)
-{
-    return in.bits > 1 && !in.is_signed;
-}
-
 bool suits_masks(const Image& in)
 {
-    return is_unsigned(in) && in.channels != 2 && in.channels != 5;
+    return has_unsigned_levels(in) && in.channels != 2 && in.channels != 5;
 }
 
 bool is_large_for_masks(const Image& in)
@@ -248,36 +238,29 @@ NUV_DrawnOperation select_by_ratios(const Image& in, std::mt19937& random)
 
 std::vector<NUV_OperationRow> scale_rows()
 {
-    // Of bits, pixels of one alone.
-    const auto is_pointed = [](const Image& in) { return in.bits > 1 || in.channels == 1; };
-    const auto is_raw = [=](const Image& in) { return in.is_raw() && is_pointed(in); };
     const auto text_by_bits = "NUV_ScaleUsingFixedReal::engine()";
+    // clang-format off
     return {
-        {"nearest", "NUV_ScaleNN::engine()", is_pointed, nearest},
-        {"repeat", "NUV_ScaleIRE::engine()", is_raw, repeat},
+        {"nearest", "NUV_ScaleNN::engine()", has_pixels, nearest},
+        {"repeat", "NUV_ScaleIRE::engine()", has_raw_pixels, repeat},
         {"subsample", "NUV_ScaleSS::engine()", has_levels, subsample},
-        {"means", "NUV_ScaleIAR::engine()", is_unsigned, means},
+        {"means", "NUV_ScaleIAR::engine()", has_unsigned_levels, means},
         {"linear", text_by_bits, has_levels, NUV_DRAW(by_bits, NUV_ScaleLI, model::linear)},
-        {"linear_told", "NUV_ScaleLI::engine()", has_levels,
-         NUV_DRAW(as_told, NUV_ScaleLI, model::linear)},
-        {"linear_by", "NUV_ScaleLIBy::engine()", has_levels,
-         NUV_DRAW(by_type, NUV_ScaleLIBy, model::linear)},
-        {"linear_fast", "NUV_ScaleLIFastBy::engine()", has_levels,
-         NUV_DRAW(by_type, NUV_ScaleLIFastBy, model::linear)},
+        {"linear_told", "NUV_ScaleLI::engine()", has_levels, NUV_DRAW(as_told, NUV_ScaleLI, model::linear)},
+        {"linear_by", "NUV_ScaleLIBy::engine()", has_levels, NUV_DRAW(by_type, NUV_ScaleLIBy, model::linear)},
+        {"linear_fast", "NUV_ScaleLIFastBy::engine()", has_levels, NUV_DRAW(by_type, NUV_ScaleLIFastBy, model::linear)},
         {"cubic", text_by_bits, has_levels, NUV_DRAW(by_bits, NUV_ScaleCC, cubic)},
         {"cubic_of_a_kernel", "NUV_ScaleCC::engine()", has_levels, cubic_of_a_kernel},
         {"cubic_fast", "NUV_ScaleCCFastBy::engine()", has_levels, cubic_fast},
-        {"area", text_by_bits, is_unsigned, NUV_DRAW(by_bits, NUV_ScalePP, model::area)},
-        {"area_told", "NUV_ScalePP::engine()", is_unsigned,
-         NUV_DRAW(as_told, NUV_ScalePP, model::area)},
-        {"area_by", "NUV_ScalePPBy::engine()", is_unsigned,
-         NUV_DRAW(by_type, NUV_ScalePPBy, model::area)},
-        {"area_fast", "NUV_ScalePPFastBy::engine()", is_unsigned,
-         NUV_DRAW(by_type, NUV_ScalePPFastBy, fast_area)},
+        {"area", text_by_bits, has_unsigned_levels, NUV_DRAW(by_bits, NUV_ScalePP, model::area)},
+        {"area_told", "NUV_ScalePP::engine()", has_unsigned_levels, NUV_DRAW(as_told, NUV_ScalePP, model::area)},
+        {"area_by", "NUV_ScalePPBy::engine()", has_unsigned_levels, NUV_DRAW(by_type, NUV_ScalePPBy, model::area)},
+        {"area_fast", "NUV_ScalePPFastBy::engine()", has_unsigned_levels, NUV_DRAW(by_type, NUV_ScalePPFastBy, fast_area)},
         {"mask_each", "NUV_ScaleI2VAR::engine()", is_large_for_masks, mask_each},
         {"mask_both", "NUV_ScaleI2::engine()", is_large_for_masks, mask_both},
         {"select_by_ratios", "NUV_ScaleI2VARExBy::engine()", suits_masks, select_by_ratios},
     };
+    // clang-format on
 }
 
 } // namespace nuv

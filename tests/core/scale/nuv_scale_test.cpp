@@ -50,24 +50,6 @@ TEST(Scale, GivesTheseResults)
     }
 }
 
-TEST(ScaleRuns, TakeBrokenDataForAnError)
-{
-    const Bytes whole = records_of({{0, 1}, {3, 4}, end, {2, 2}, end});
-    std::vector<Bytes> sources{records_of({{5, 2}, end, end})};
-    for (std::size_t length = 0; length < whole.size(); ++length)
-        sources.emplace_back(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-    for (const Bytes& broken : sources) {
-        for (const std::uint32_t height : {4U, 2U, 1U}) { // to 1 without the first line
-            NUV_TestChain chain;
-            chain.source_bytes(run_description(10, 2), broken);
-            ASSERT_TRUE(chain.append<NUV_ScaleNN>(20U, height));
-            static_cast<void>(chain.run_bytes());
-            EXPECT_EQ(chain.status().code, NUV_ERR_BROKEN_DATA);
-            EXPECT_STREQ(chain.status().method, "NUV_QDRLEBuffer::regist_runarray()");
-        }
-    }
-}
-
 // Positions that were added up end beyond the last pixel at the first of these sizes; at the second
 // one a factor of a hair above two counts as two in fixed point, not in double precision; and the
 // tables of fixed point have 19 bits for the sample.
