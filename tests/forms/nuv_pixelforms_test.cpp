@@ -10,8 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
-#include <vector>
 
 namespace nuv {
 namespace {
@@ -20,13 +18,17 @@ using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 
 // What these give is compared with a model, at each level, among the operations.
-TEST(PixelForms, MirrorAndRotate)
+TEST(PixelForms, MirrorRotateAndDLut)
 {
     for (const std::size_t bytes : {1, 2, 3, 6})
         expect_chosen("PPAA", [=](auto& cpu) { return choose_mirror_row(cpu, bytes); });
     expect_chosen("PSSS", [](auto& cpu) { return choose_rotate90tile(cpu, 1); });
     expect_chosen("PPAA", [](auto& cpu) { return choose_rotate90tile(cpu, 3); });
     expect_chosen("PSAA", choose_rotate90groups);
+    for (const std::uint32_t outputs : {1U, 3U, 4U})
+        expect_chosen("PPAA",
+                      [=](auto& cpu) { return choose_dlut_row<U8>(cpu, 3, outputs, 35937); });
+    expect_chosen("PPPP", [](auto& cpu) { return choose_dlut_row<U8>(cpu, 4, 4, 9); });
 }
 
 TEST(PixelForms, Lut)
@@ -48,29 +50,6 @@ TEST(PixelForms, Lut)
         expect_same_forms<U8>("PPPV", choose(channels), draw_call(channels));
     expect_chosen("PPPP", choose(5));
     expect_chosen("PPPP", [](auto& cpu) { return choose_lut_row<U16, U8>(cpu, 1); });
-}
-
-// Whatever the fractions are, the forms must agree.
-TEST(PixelForms, DLut)
-{
-    constexpr std::size_t points = 33;
-    std::vector<std::uint32_t> places(257);
-    for (std::uint32_t v = 0; v < 256; ++v)
-        places[v] = v / 8 << dlut_fraction_bits | (v * 2663 % 41 * 409);
-    const auto samples = random_samples<U8>(points * points * points * 4, 1);
-    for (const std::uint32_t outputs : {1U, 3U, 4U}) {
-        const NUV_DLutGrid<U8> grid{
-            samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, outputs};
-        const auto choose = [&](const NUV_Cpu& cpu) {
-            return choose_dlut_row<U8>(cpu, 3, outputs, points * points * points);
-        };
-        expect_same_forms<U8>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t pixels = draw.length(40);
-            const U8* in = draw.input<U8>(3 * pixels);
-            compare(outputs * pixels, [&](auto form, U8* out) { form(in, out, pixels, grid); });
-        });
-    }
-    expect_chosen("PPPP", [](auto& cpu) { return choose_dlut_row<U8>(cpu, 4, 4, 9); });
 }
 
 // Factors of any 16 bits, small ones, and zeros among them.

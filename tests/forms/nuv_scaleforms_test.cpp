@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
-#include <type_traits>
 #include <vector>
 
 namespace nuv {
@@ -22,23 +21,18 @@ namespace {
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 
-template <class T, class Weight>
-void expect_same_blends(std::initializer_list<Weight> weights)
+// What these give is compared with a model, at each level, among the operations.
+TEST(ScaleForms, BlendLinesAndReduceArea)
 {
-    const auto choose = choose_blend_lines<T, Weight>;
-    expect_same_forms<T>("PPAA", choose, [&](NUV_FormDraw& draw, auto compare) {
-        const std::size_t count = draw.length(100);
-        const T* upper = draw.input<T>(count);
-        const T* lower = draw.input<T>(count);
-        const Weight weight = draw.one_of(weights);
-        compare(count, [&](auto form, T* out) { form(upper, lower, out, count, weight); });
-    });
-}
-
-TEST(ScaleForms, BlendLines)
-{
-    expect_same_blends<U8, std::int32_t>({0, 1, 1234, 2048, 4095, 4096});
-    expect_same_blends<U16, double>({0.0, 0.3, 0.5, 0.9999999999});
+    expect_chosen("PPAA", choose_blend_lines<U8, std::int32_t>);
+    expect_chosen("PPAA", choose_blend_lines<U16, double>);
+    expect_chosen("PPAA", choose_reduce_area_lines<U8, std::int32_t>);
+    for (const std::uint32_t channels : {3U, 4U}) {
+        for (const bool has_small_sums : {false, true})
+            expect_chosen(has_small_sums ? "PPAA" : "PPPP", [=](const NUV_Cpu& cpu) {
+                return choose_reduce_area_row<U8>(cpu, channels, has_small_sums);
+            });
+    }
 }
 
 template <class T, class Weight>
@@ -131,49 +125,6 @@ TEST(ScaleForms, ConvolveRow)
     expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
 }
 
-TEST(ScaleForms, ReduceAreaRow)
-{
-    for (const std::uint32_t channels : {3U, 4U}) {
-        const auto choose = [=](bool small_sums) {
-            return [=](const NUV_Cpu& cpu) {
-                return choose_reduce_area_row<U8>(cpu, channels, small_sums);
-            };
-        };
-        expect_chosen("PPPP", choose(false));
-        expect_same_forms<U8>("PPAA", choose(true), [&](NUV_FormDraw& draw, auto compare) {
-            const std::size_t pixels = 1 + draw.length(32);
-            const double ratio = draw.one_of({1.25, 2.5, 7.3});
-            std::vector<NUV_AreaTaps> taps(pixels + 1);
-            for (std::size_t k = 0; k < pixels; ++k) {
-                const double position = static_cast<double>(k) * ratio;
-                const double pixel = std::floor(position);
-                taps[k] = {static_cast<std::size_t>(pixel) * channels, 1 - position + pixel, 0.3};
-            }
-            taps[pixels].offset = taps[pixels - 1].offset + channels;
-            const U8* in = draw.input<U8>(taps[pixels].offset + channels);
-            compare(pixels * channels, [&](auto form, U8* out) {
-                form(in, taps.data(), out, pixels, channels, 1 / ratio);
-            });
-        });
-    }
-}
-
-TEST(ScaleForms, ReduceAreaLines)
-{
-    const auto choose = choose_reduce_area_lines<U8, std::int32_t>;
-    expect_same_forms<U8>("PPAA", choose, [](NUV_FormDraw& draw, auto compare) {
-        const std::size_t count = draw.length(70);
-        const U8* first = draw.input<U8>(count);
-        const U8* last = draw.input<U8>(count);
-        auto* sums = draw.input<std::int32_t>(count);
-        std::for_each(sums, sums + count, [](std::int32_t& sum) { sum &= 0x1FF; });
-        const NUV_AreaTaps taps{0, draw.one_of({0.0, 0.4, 1.0}), 0.625};
-        compare(count,
-                [&](auto form, U8* out) { form(first, sums, last, out, count, taps, 1 / 3.1); });
-    });
-}
-
-// What they give is compared with a model, at each level, among the operations.
 TEST(ScaleI2Forms, AreChosenByTheProcessor)
 {
     using Fixed = NUV_ScaleI2FixedArithmetic;

@@ -195,19 +195,6 @@ TEST(ColorSpace, StaysNearLittleCMS)
     }
 }
 
-TEST(ColorSpace, KnowsThePrimaries)
-{
-    using Bytes = std::vector<std::uint8_t>;
-    const Bytes rgb{255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0};
-    const Bytes ycbcr{76, 85, 255, 150, 44, 21, 29, 255, 107, 255, 128, 128, 0, 128, 128};
-    const Bytes cmyk{0, 255, 255, 0, 255, 0, 255, 0, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0, 255};
-    const Bytes hsl{0, 255, 128, 85, 255, 128, 170, 255, 128, 0, 0, 255, 0, 0, 0};
-    EXPECT_EQ(convert(Color::s_rgb, Color::ycbcr, rgb), ycbcr);
-    EXPECT_EQ(convert(Color::s_rgb, Color::cmyk, rgb), cmyk);
-    EXPECT_EQ(convert(Color::cmyk, Color::s_rgb, cmyk), rgb);
-    EXPECT_EQ(convert(Color::s_rgb, Color::hsl, rgb), hsl);
-}
-
 TEST(ColorSpace, InvertsOrRelabelsBits)
 {
     const NUV_ColorType* const grays[] = {Color::gray, Color::gray_reverse, Color::lstar};

@@ -17,7 +17,6 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -30,7 +29,6 @@ const NUV_DataType* const s = NUV_DataType::s_integer;
 const NUV_DataType* const real = NUV_DataType::floating;
 const NUV_DataType* const odd = NUV_DataType::unknown;
 const NUV_EncodeType* const runs = NUV_EncodeType::qd_rle;
-constexpr std::uint16_t b8 = 8;
 constexpr std::uint32_t huge = 0xFFFFFFFF;
 
 [[nodiscard]] NUV_TestImage of_bits(std::uint16_t bits, std::uint16_t channels = 1,
@@ -161,8 +159,9 @@ TEST(PixelRefusals, OfConversions)
 
 TEST(PixelRefusals, OfShiftsLimitsAndBits)
 {
-    const auto nl = [](const NUV_DataType* type, std::uint16_t bits, int shift) {
-        return appending<NUV_ShiftData>(type, bits, shift, false);
+    const auto shift = [](const NUV_DataType* type, std::uint16_t bits, int by,
+                          bool limits = false) {
+        return appending<NUV_ShiftData>(type, bits, by, limits);
     };
     const auto limiting = [](std::int64_t most, std::int64_t least) {
         return appending<NUV_LimitPixelValue>(most, least);
@@ -171,11 +170,11 @@ TEST(PixelRefusals, OfShiftsLimitsAndBits)
         return appending<NUV_Convert1To8xNBits>(type, bits, one, zero);
     };
     // clang-format off
-    bad("NUV_ShiftDataNL::engine()", {{gray8, nl(u, 8, 32)}, {gray8, nl(u, 8, -32)}, {gray8, nl(nullptr, 8, 1)}});
-    unserved("NUV_ShiftDataNL::engine()", {{gray8, nl(u, 1, 1)}, {bit, nl(u, 8, 1)}, {gray8, nl(real, 32, 0)}});
-    unserved("NUV_ShiftDataNLEngine::initiate()", {{palette, nl(u, 8, 1)}, {of_width(0x10000000), nl(u, 32, 1)}});
-    bad("NUV_ShiftDataWL::engine()", {{gray8, appending<NUV_ShiftData>(u, b8, 32, true)}});
-    unserved("NUV_ShiftDataWLEngine::initiate()", {{palette, appending<NUV_ShiftData>(u, b8, 1, true)}});
+    bad("NUV_ShiftDataNL::engine()", {{gray8, shift(u, 8, 32)}, {gray8, shift(u, 8, -32)}, {gray8, shift(nullptr, 8, 1)}});
+    unserved("NUV_ShiftDataNL::engine()", {{gray8, shift(u, 1, 1)}, {bit, shift(u, 8, 1)}, {gray8, shift(real, 32, 0)}});
+    unserved("NUV_ShiftDataNLEngine::initiate()", {{palette, shift(u, 8, 1)}, {of_width(0x10000000), shift(u, 32, 1)}});
+    bad("NUV_ShiftDataWL::engine()", {{gray8, shift(u, 8, 32, true)}});
+    unserved("NUV_ShiftDataWLEngine::initiate()", {{palette, shift(u, 8, 1, true)}});
     bad("NUV_LimitPixelValueEngine::initiate()", {{gray8, limiting(4, 5)}, {gray8, limiting(256, 0)}, {gray8, limiting(4, -1)},
         {gray8, appending<NUV_LimitPixelValue>(~std::uint64_t{0}, std::uint64_t{0})}});
     unserved("NUV_LimitPixelValueEngine::initiate()", {{palette, limiting(9, 0)}});

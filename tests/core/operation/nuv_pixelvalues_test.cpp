@@ -3,7 +3,6 @@
 #include "core/colorspace/nuv_colorspace.h"
 #include "core/constantcolor/nuv_constantcolor.h"
 #include "core/convertdatatype/nuv_convertdatatype.h"
-#include "core/limitpixelvalue/nuv_limitpixelvalue.h"
 #include "core/operation/nuv_not.h"
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "tests/support/nuv_modelimage.h"
@@ -16,7 +15,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -131,12 +129,6 @@ TEST(PixelValues, OfMatrices)
     }
 }
 
-TEST(PixelValues, OfLimits)
-{
-    const std::vector<std::uint32_t> ends{0, 1, 0xFFFFFFFF};
-    EXPECT_EQ(result<std::uint32_t>(ends, appending<NUV_LimitPixelValue>(0xFFFFFFFF, 0U)), ends);
-}
-
 TEST(PixelValues, OfInversion)
 {
     const auto inverted = [](const NUV_TestImage& image, const Bytes& bytes) {
@@ -231,19 +223,6 @@ TEST(PixelValues, StayWhereNothingChanges)
         EXPECT_TRUE(append(chain));
         EXPECT_EQ(chain.last() != before, changes);
     }
-}
-
-// Sixteen signed entries go to the middle of the range, and zeros about them.
-TEST(PixelValues, OfAnExpandedTable)
-{
-    Bytes entries(16);
-    std::iota(entries.begin(), entries.end(), std::uint8_t{100});
-    const auto append = [&](NUV_TestChain& chain) {
-        const auto table = expand_lut(chain.manager(), &chain.header(), entries.data(), 16, 8);
-        return chain.append<NUV_Lut>(table.get());
-    };
-    EXPECT_EQ(result<std::uint8_t>(std::vector<std::int8_t>{-9, -8, 0, 7, 8}, append),
-              (Bytes{0, 100, 108, 115, 0}));
 }
 
 } // namespace

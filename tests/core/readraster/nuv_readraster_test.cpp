@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -103,22 +104,19 @@ TEST(ReadRaster, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
         {"after an error", {}, 0, NUV_ERR_IO, NUV_ERR_IO, "before"},
     };
     with_both_readers([&]<class Reader>() {
-        for (const Case& c : cases) {
+        for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+            const Case& c = cases[i / 2];
             SCOPED_TRACE(c.what);
             NUV_TestChain chain;
             const NUV_TestStored image(chain.manager(), c.stored);
-            const auto expect_refusal = [&](const char* member, auto refuse) {
-                chain.manager().reset();
-                chain.manager().raise_short(c.before, "before");
-                EXPECT_EQ(refuse(), nullptr);
-                EXPECT_EQ(chain.status().code, c.code);
-                EXPECT_EQ(chain.status().method, c.method + (c.method == search ? member : ""));
-                EXPECT_EQ(image.position(), 0);
-            };
+            chain.manager().raise_short(c.before, "before");
             Reader reader(chain.manager());
-            expect_refusal("engine()", [&] { return reader.engine(image.storage(), c.page); });
-            expect_refusal("format_info()",
-                           [&] { return reader.format_info(image.storage(), c.page); });
+            EXPECT_FALSE(i % 2 == 0 ? reader.engine(image.storage(), c.page) != nullptr
+                                    : reader.format_info(image.storage(), c.page) != nullptr);
+            const char* member = i % 2 == 0 ? "engine()" : "format_info()";
+            EXPECT_EQ(chain.status().code, c.code);
+            EXPECT_EQ(chain.status().method, c.method + (c.method == search ? member : ""));
+            EXPECT_EQ(image.position(), 0);
         }
     });
 }

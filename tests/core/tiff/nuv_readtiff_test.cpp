@@ -9,7 +9,6 @@
 
 #include <iterator>
 #include <random>
-#include <string>
 
 namespace nuv {
 namespace {
