@@ -76,15 +76,8 @@ inline Call read_raw(ImageParam image)
     };
 }
 
-inline void read_any(NuvWrapperClass& w)
-{
-    w.ReadRaster();
-}
-
-inline void write_raw(NuvWrapperClass& w)
-{
-    w.WriteStorage(nullptr);
-}
+inline const Call read_any = [](NuvWrapperClass& w) { w.ReadRaster(); };
+inline const Call write_raw = [](NuvWrapperClass& w) { w.WriteStorage(nullptr); };
 
 struct JobResult {
     int answer; // of Execute()

@@ -12,11 +12,6 @@ std::size_t line_bytes(const ImageParam& p)
     return (std::size_t{p.width} * p.channels * p.bits + 7) / 8;
 }
 
-void mirror(NuvWrapperClass& w)
-{
-    w.MirrorX();
-}
-
 Call write_jpeg(std::int32_t quality, std::int32_t sampling)
 {
     return [=](NuvWrapperClass& w) {
@@ -25,10 +20,8 @@ Call write_jpeg(std::int32_t quality, std::int32_t sampling)
     };
 }
 
-void write_plain_jpeg(NuvWrapperClass& w)
-{
-    w.WriteJPEG(nullptr);
-}
+const Call mirror = [](NuvWrapperClass& w) { w.MirrorX(); };
+const Call write_plain_jpeg = [](NuvWrapperClass& w) { w.WriteJPEG(nullptr); };
 
 // A colour picture, and its anymap.
 const Bytes pixels = random_bytes(std::size_t{40} * 24 * 3, 2);
@@ -87,26 +80,21 @@ TEST(Wrapper, ReadsAndWritesPlanes)
 // The source is too small for any of them; what counts is where the third plane would begin.
 TEST(Wrapper, RefusesPlanesThatBeginBeyondTheReachOfASource)
 {
-    struct Case {
-        std::uint32_t width, height;
-        std::uint16_t bits;
-        bool stands;
+    const std::pair<ImageParam, bool> cases[] = {
+        {raw_image(0x8000, 0x7FFF, 1, 8), true},
+        {raw_image(0x8000, 0x8000, 1, 8), false},   // at 2^31
+        {raw_image(0x10000, 0x8000, 1, 8), false},  // at 2^32, which is 0 in 32 bits
+        {raw_image(0x10000, 0x10000, 1, 8), false}, // and so is the size of a plane
+        {raw_image(0xFFFFFFFF, 0xFFFFFFFF, 1, 0xFFFF), false},
     };
-    const Case cases[] = {
-        {0x8000, 0x7FFF, 8, true},
-        {0x8000, 0x8000, 8, false},   // at 2^31
-        {0x10000, 0x8000, 8, false},  // at 2^32, which is 0 in 32 bits
-        {0x10000, 0x10000, 8, false}, // and so is the size of a plane
-        {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFF, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.height);
+    for (const auto& [image, stands] : cases) {
+        SCOPED_TRACE(image.height);
         int later = 0;
-        const Call read = read_planes(raw_image(c.width, c.height, 1, c.bits));
+        const Call read = read_planes(image);
         const Call look = [&](auto& w) { later = w.ReadRaster(); };
         EXPECT_TRUE(run({1, 2, 3}, in_turn(read, write_raw, look, read)).written.empty());
-        EXPECT_EQ(run({1, 2, 3}, in_turn(read, write_raw)).answer, c.stands ? 0 : -1);
-        EXPECT_EQ(later, static_cast<int>(c.stands ? 0x80400000 : 0x80800000));
+        EXPECT_EQ(run({1, 2, 3}, in_turn(read, write_raw)).answer, stands ? 0 : -1);
+        EXPECT_EQ(later, static_cast<int>(stands ? 0x80400000 : 0x80800000));
     }
 }
 

@@ -145,13 +145,10 @@ TEST_F(Storages, RefusesEmptyMemoryAndBlocks)
     // clang-format off
     expect_refusals({
         {argument, input, making<NUV_ByteArrayInputStorage>(source, source)},
-        {argument, input, making<NUV_ByteArrayInputStorage>(source, 0)},
         {argument, input, making<NUV_ByteArrayInputStorage>(source, -1)},
         {argument, "NUV_MemoryInputStorage::initiate()", making<NUV_MemoryInputStorage>(NUV_MemoryContents())},
-        {argument, "NUV_ByteArrayOutputStorage::initiate()", making<NUV_ByteArrayOutputStorage>(&byte, 0)},
         {argument, "NUV_ByteArrayOutputStorage::initiate()", making<NUV_ByteArrayOutputStorage>(&byte, -1)},
         {argument, "NUV_MemoryOutputStorage::initiate()", making<NUV_MemoryOutputStorage>(0)},
-        {argument, "NUV_MemoryOutputStorage::initiate()", making<NUV_MemoryOutputStorage>(-1)},
     });
     // clang-format on
 }

@@ -134,15 +134,14 @@ TEST(DependMap, KeepsTheMemoryOfAnObjectUntilItHasLetGoOfOthers)
 
 class IdleEngine final : public NUV_HeadlessEngine {
 public:
-    explicit IdleEngine(NUV_Manager& manager, std::string* log = nullptr, char name = '-')
+    IdleEngine(NUV_Manager& manager, std::string& log, char name)
         : NUV_HeadlessEngine(manager),
-          log_(log),
+          log_(&log),
           name_(name)
     {}
     bool cleanup() override
     {
-        if (log_)
-            log_->push_back(name_);
+        log_->push_back(name_);
         return NUV_HeadlessEngine::cleanup();
     }
 
@@ -160,7 +159,7 @@ TEST(EngDstTable, EndsTheLastChainEndFirstAndThenWhatFeedsBuffersInTheirOrder)
                                 chain.manager().create_dst_buffer_proxy()};
     std::sort(std::begin(buffers), std::end(buffers), std::less<>());
     const auto add = [&](char name, NUV_DstBuffer* buffer) {
-        NUV_Engine* engine = make_object<IdleEngine>(chain.manager(), &log, name).release();
+        NUV_Engine* engine = make_object<IdleEngine>(chain.manager(), log, name).release();
         EXPECT_EQ(relation.add(engine, buffer), engine);
     };
     add('4', buffers[1]);
@@ -178,9 +177,9 @@ TEST(EngDstTable, HoldsOneEngineForABufferAndAnyNumberWithout)
 {
     NUV_TestChain chain;
     NUV_RelationForST relation(chain.manager());
-    const auto make = [&] { return make_object<IdleEngine>(chain.manager()).release(); };
-    NUV_Engine* first = make();
-    NUV_Engine* second = make();
+    std::string log;
+    NUV_Engine* first = make_object<IdleEngine>(chain.manager(), log, '1').release();
+    NUV_Engine* second = make_object<IdleEngine>(chain.manager(), log, '2').release();
     NUV_DstBuffer* buffer = chain.manager().create_dst_buffer_proxy();
     EXPECT_EQ(relation.add(first, buffer), first);
     EXPECT_EQ(relation.add(second, buffer), nullptr) << "the buffer has its engine";
