@@ -38,37 +38,6 @@ struct NUV_NearestRatio {
     bool exact;
 };
 
-// Calls visit.operator()<T>() with the type of 8 and 16-bit integer samples, otherwise() for all
-// others. It looks at type and bits alone; the engine tests the rest of the header.
-template <class Visit, class Otherwise>
-auto visit_integer_type(const NUV_Header& header, Visit&& visit, Otherwise&& otherwise)
-{
-    const bool is_unsigned = header.data_type() == NUV_DataType::u_integer;
-    if (!is_unsigned && header.data_type() != NUV_DataType::s_integer)
-        return otherwise();
-    if (header.bits() == 8) {
-        return is_unsigned ? visit.template operator()<std::uint8_t>()
-                           : visit.template operator()<std::int8_t>();
-    }
-    if (header.bits() == 16) {
-        return is_unsigned ? visit.template operator()<std::uint16_t>()
-                           : visit.template operator()<std::int16_t>();
-    }
-    return otherwise();
-}
-
-// The same for unsigned samples alone.
-template <class Visit, class Otherwise>
-auto visit_unsigned_type(const NUV_Header& header, Visit&& visit, Otherwise&& otherwise)
-{
-    const bool is_unsigned = header.data_type() == NUV_DataType::u_integer;
-    if (is_unsigned && header.bits() == 8)
-        return visit.template operator()<std::uint8_t>();
-    if (is_unsigned && header.bits() == 16)
-        return visit.template operator()<std::uint16_t>();
-    return otherwise();
-}
-
 // What results of a sample type are limited to.
 template <IntegerSample T>
 struct NUV_SampleLimits {

@@ -31,7 +31,7 @@ protected:
         const NUV_Header& source = *previous->header();
         if (size == (axis == Axis::width ? source.width() : source.height()))
             return previous;
-        return visit_unsigned_type(source, append, [&]() -> NUV_Engine* {
+        return visit_sample_type(unsigned_samples, source, append, [&]() -> NUV_Engine* {
             return fail(manager(), NUV_ERR_UNSUPPORTED, method);
         });
     }

@@ -192,15 +192,13 @@ template <class Append, class Otherwise>
 NUV_Engine* visit_member(const NUV_Header& header, bool use_fixed_real, Append&& append,
                          Otherwise&& otherwise)
 {
-    const auto visit_bits = [&]<class R>() -> NUV_Engine* {
-        if (header.data_type() != NUV_DataType::u_integer)
-            return otherwise();
-        if (header.bits() == 8)
-            return append.template operator()<R, std::uint8_t>();
-        return header.bits() == 16 ? append.template operator()<R, std::uint16_t>() : otherwise();
-    };
-    return use_fixed_real ? visit_bits.template operator()<NUV_FixedReal>()
-                          : visit_bits.template operator()<double>();
+    return visit_sample_type(
+        unsigned_samples, header,
+        [&]<class T>() -> NUV_Engine* {
+            return use_fixed_real ? append.template operator()<NUV_FixedReal, T>()
+                                  : append.template operator()<double, T>();
+        },
+        otherwise);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_generateengine.h"
-#include "framework/utility/nuv_widesampletype.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
 #include <cmath>
@@ -142,15 +142,8 @@ NUV_Engine* NUV_ConstantColorRaw::engine(const NUV_Header* header, std::span<con
         return refuse();
     if (header->bits() == 1)
         return append_generator<NUV_ConstantColorRaw1Engine>(header, color);
-    if (header->data_type() == NUV_DataType::floating) {
-        if (header->bits() == 32)
-            return append_generator<NUV_ConstantColorRaw8xNBitsEngine<float>>(header, color);
-        if (header->bits() == 64)
-            return append_generator<NUV_ConstantColorRaw8xNBitsEngine<double>>(header, color);
-        return refuse();
-    }
-    return visit_wide_sample_type(
-        header->data_type(), header->bits(),
+    return visit_sample_type(
+        all_samples, *header,
         [&]<class T>() -> NUV_Engine* {
             return append_generator<NUV_ConstantColorRaw8xNBitsEngine<T>>(header, color);
         },

@@ -2,7 +2,6 @@
 
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
-#include "framework/utility/nuv_widesampletype.h"
 
 #include <algorithm>
 #include <array>
@@ -75,18 +74,12 @@ NUV_Engine* NUV_Convert1To8xNBits::engine(NUV_Engine* previous, const NUV_DataTy
 
     if (!has_image(previous) || !type)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
-    const auto refuse = [&]() -> NUV_Engine* {
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-    };
-    return visit_wide_sample_type(
-        type, bits,
+    return visit_sample_type(
+        integer_samples, type, bits,
         [&]<class T>() -> NUV_Engine* {
-            if constexpr (IntegerSample<T>)
-                return append_new<NUV_Convert1To8xNBitsEngine<T>>(*previous, type, one, zero);
-            else
-                return refuse();
+            return append_new<NUV_Convert1To8xNBitsEngine<T>>(*previous, type, one, zero);
         },
-        refuse);
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
 }
 
 } // namespace nuv

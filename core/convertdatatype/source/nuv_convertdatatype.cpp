@@ -31,8 +31,9 @@ struct Samples {
 [[nodiscard]] bool is_served(const Samples& samples)
 {
     return is_bilevel(samples.type, samples.bits) ||
-           visit_any_sample_type(
-               samples.type, samples.bits, []<class T>() { return true; }, [] { return false; });
+           visit_sample_type(
+               all_samples, samples.type, samples.bits, []<class T>() { return true; },
+               [] { return false; });
 }
 
 // A table pays when the image has more samples than there are values of them.
@@ -72,7 +73,8 @@ struct Samples {
         return table->value(reinterpret_cast<const std::uint8_t*>(values.data()),
                             static_cast<std::uint32_t>(entries * sizeof(O)));
     };
-    const bool filled = visit_any_sample_type(target.type, target.bits, fill, [] { return false; });
+    const bool filled =
+        visit_sample_type(all_samples, target.type, target.bits, fill, [] { return false; });
     return filled ? std::move(table) : NUV_Held<NUV_LutData>{};
 }
 

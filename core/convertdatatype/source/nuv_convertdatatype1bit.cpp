@@ -113,7 +113,7 @@ bool NUV_ConvertDataTypeTo1bitEngine<I>::initiate(const NUV_Header* header, NUV_
 {
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
-    if (!holds_any_samples_of<I>(*header))
+    if (!holds_samples_of<I>(*header))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(NUV_DataType::u_integer);
@@ -207,8 +207,8 @@ NUV_Engine* NUV_ConvertDataTypeFrom1bit::engine(NUV_Engine* previous, const NUV_
     if (!accepts_image(previous, method))
         return nullptr;
     const NUV_DataType* to = type ? type : previous->header()->data_type();
-    return visit_any_sample_type(
-        to, bits,
+    return visit_sample_type(
+        all_samples, to, bits,
         [&]<class O>() -> NUV_Engine* {
             return append_new<NUV_ConvertDataTypeFrom1bitEngine<O>>(*previous, to,
                                                                     rule_of_bits<O>(slope, offset));
@@ -223,8 +223,8 @@ NUV_Engine* NUV_ConvertDataTypeTo1bit::engine(NUV_Engine* previous, double slope
     if (!accepts_image(previous, method))
         return nullptr;
     const NUV_Header& header = *previous->header();
-    return visit_any_sample_type(
-        header.data_type(), header.bits(),
+    return visit_sample_type(
+        all_samples, header,
         [&]<class I>() -> NUV_Engine* {
             return append_new<NUV_ConvertDataTypeTo1bitEngine<I>>(*previous, slope, threshold);
         },

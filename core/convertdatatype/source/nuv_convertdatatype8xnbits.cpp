@@ -34,7 +34,7 @@ bool NUV_ConvertDataType8xNbitsEngine<I, O>::initiate(const NUV_Header* header, 
 {
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
-    if (!holds_any_samples_of<I>(*header))
+    if (!holds_samples_of<I>(*header))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(type);
@@ -61,11 +61,11 @@ NUV_Engine* NUV_ConvertDataType8xNbits::engine(NUV_Engine* previous, const NUV_D
     const auto refuse = [&]() -> NUV_Engine* {
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     };
-    return visit_any_sample_type(
-        header.data_type(), header.bits(),
+    return visit_sample_type(
+        all_samples, header,
         [&]<class I>() -> NUV_Engine* {
-            return visit_any_sample_type(
-                to, bits,
+            return visit_sample_type(
+                all_samples, to, bits,
                 [&]<class O>() -> NUV_Engine* {
                     return append_new<NUV_ConvertDataType8xNbitsEngine<I, O>>(*previous, to, rule);
                 },

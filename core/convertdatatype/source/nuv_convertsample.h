@@ -1,7 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_header.h"
-#include "framework/utility/nuv_widesampletype.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <cmath>
 #include <cstddef>
@@ -119,31 +119,6 @@ template <class O, class I>
     O out{};
     convert_all([in](std::size_t) { return in; }, &out, 1, rule);
     return out;
-}
-
-// Calls visit.operator()<T>() with the sample type of `type` and `bits`, from 8 bits on,
-// otherwise() when it is none.
-template <class Visit, class Otherwise>
-auto visit_any_sample_type(const NUV_DataType* type, std::uint32_t bits, Visit&& visit,
-                           Otherwise&& otherwise)
-{
-    if (type == NUV_DataType::floating) {
-        if (bits == 32)
-            return visit.template operator()<float>();
-        return bits == 64 ? visit.template operator()<double>() : otherwise();
-    }
-    return visit_wide_sample_type(type, bits, visit, otherwise);
-}
-
-// True when the samples of `header` are plain T.
-template <class T>
-[[nodiscard]] bool holds_any_samples_of(const NUV_Header& header) noexcept
-{
-    const auto* wanted = is_real_sample<T>     ? NUV_DataType::floating
-                         : std::is_signed_v<T> ? NUV_DataType::s_integer
-                                               : NUV_DataType::u_integer;
-    return header.is_raw() && header.palette().is_empty() && header.data_type() == wanted &&
-           header.bits() == 8 * sizeof(T);
 }
 
 } // namespace nuv

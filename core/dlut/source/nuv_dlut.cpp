@@ -138,12 +138,12 @@ NUV_Engine* NUV_DLutTetrahedron::engine(NUV_Engine* previous, const NUV_DLutData
 
     if (!accepts_image(previous, method))
         return nullptr;
-    const NUV_Header& header = *previous->header();
-    if (header.data_type() == NUV_DataType::u_integer && header.bits() == 8)
-        return append_new<NUV_DLutTetrahedronEngine<std::uint8_t>>(*previous, table, target);
-    if (header.data_type() == NUV_DataType::u_integer && header.bits() == 16)
-        return append_new<NUV_DLutTetrahedronEngine<std::uint16_t>>(*previous, table, target);
-    return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    return visit_sample_type(
+        unsigned_samples, *previous->header(),
+        [&]<class T>() -> NUV_Engine* {
+            return append_new<NUV_DLutTetrahedronEngine<T>>(*previous, table, target);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
 }
 
 } // namespace nuv

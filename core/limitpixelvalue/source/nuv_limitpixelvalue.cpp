@@ -1,7 +1,7 @@
 #include "core/limitpixelvalue/nuv_limitpixelvalue.h"
 
 #include "framework/engine/nuv_processlinetolineengine.h"
-#include "framework/utility/nuv_widesampletype.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -35,7 +35,7 @@ bool NUV_LimitPixelValueEngine<T>::initiate(const NUV_Header* header, NUV_SrcBuf
 {
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
-    if (!holds_wide_samples_of<T>(*header))
+    if (!holds_samples_of<T>(*header))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     if (minimum > maximum || !std::in_range<T>(minimum) || !std::in_range<T>(maximum))
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
@@ -76,8 +76,8 @@ NUV_Engine* NUV_LimitPixelValue::engine(NUV_Engine* previous, std::int64_t maxim
     if (!accepts_image(previous, method))
         return nullptr;
     const NUV_Header& header = *previous->header();
-    return visit_wide_sample_type(
-        header.data_type(), header.bits(),
+    return visit_sample_type(
+        wide_integer_samples, header,
         [&]<class T>() -> NUV_Engine* {
             return append_new<NUV_LimitPixelValueEngine<T>>(*previous, maximum, minimum);
         },

@@ -3,6 +3,7 @@
 #include "core/lut/source/nuv_lut_kernels.h"
 #include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -143,16 +144,10 @@ public:
 template <class Visit>
 NUV_Engine* visit_entry(const NUV_LutData* table, Visit&& visit)
 {
-    switch (table ? table->bits : 8) {
-    case 8:
-        return visit.template operator()<std::uint8_t>();
-    case 16:
-        return visit.template operator()<std::uint16_t>();
-    case 32:
-        return visit.template operator()<std::uint32_t>();
-    default:
-        return visit.template operator()<std::uint64_t>();
-    }
+    return visit_sample_type(
+        NUV_SampleTypes<std::uint8_t, std::uint16_t, std::uint32_t>(), NUV_DataType::u_integer,
+        table ? table->bits : 8, visit,
+        [&]() -> NUV_Engine* { return visit.template operator()<std::uint64_t>(); });
 }
 
 // Calls visit.operator()<I, O>(). Samples of odd bits count as 16: initiate() refuses them.

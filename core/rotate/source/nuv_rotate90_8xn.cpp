@@ -2,6 +2,7 @@
 #include "core/rotate/source/nuv_rotate90engines.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
 
@@ -79,14 +80,13 @@ NUV_Engine* NUV_Rotate90_8xN::engine(NUV_Engine* previous, std::int32_t angle, s
         return nullptr;
     if (NUV_Angle(angle).is_whole_turn())
         return previous;
-    switch (previous->header()->bits()) {
-    case 8:
-        return append_new<NUV_Rotate90_8xNEngine<std::uint8_t>>(*previous, angle, block);
-    case 16:
-        return append_new<NUV_Rotate90_8xNEngine<std::uint16_t>>(*previous, angle, block);
-    default:
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
-    }
+    // Whatever the samples mean, their bytes move.
+    return visit_sample_type(
+        unsigned_samples, NUV_DataType::u_integer, previous->header()->bits(),
+        [&]<class T>() -> NUV_Engine* {
+            return append_new<NUV_Rotate90_8xNEngine<T>>(*previous, angle, block);
+        },
+        [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
 }
 
 } // namespace nuv

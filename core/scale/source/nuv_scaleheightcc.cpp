@@ -85,8 +85,8 @@ NUV_Engine* NUV_ScaleHeightCC::append(NUV_Engine& previous, std::uint32_t height
                                       bool use_fixed_real, double a, std::uint16_t bits,
                                       const char* method)
 {
-    return visit_integer_type(
-        *previous.header(),
+    return visit_sample_type(
+        integer_samples, *previous.header(),
         [&]<class T>() -> NUV_Engine* {
             if (use_fixed_real) {
                 return append_new<NUV_ScaleHeightCCEngine<T, NUV_FixedReal>>(previous, height, a,

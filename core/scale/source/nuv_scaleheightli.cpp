@@ -75,8 +75,8 @@ NUV_Engine* NUV_ScaleHeightLI::append(NUV_Engine* previous, std::uint32_t height
         return previous;
     if (previous->header()->height() == 1)
         return NUV_ScaleHeightNN(manager()).engine(previous, height);
-    return visit_integer_type(
-        *previous->header(),
+    return visit_sample_type(
+        integer_samples, *previous->header(),
         [&]<class T>() -> NUV_Engine* {
             if (use_fixed_real)
                 return append_new<NUV_ScaleHeightLIEngine<T, NUV_FixedReal>>(*previous, height);

@@ -32,8 +32,8 @@ public:
     {
         if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
             return false;
-        const bool served = visit_integer_type(
-            *header, []<class T>() { return true; }, [] { return false; });
+        const bool served = visit_sample_type(
+            integer_samples, *header, []<class T>() { return true; }, [] { return false; });
         if (!served)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         if (factor == 0)
@@ -217,8 +217,8 @@ NUV_Engine* NUV_ScaleWidthIRE8xNBits::engine(NUV_Engine* previous, std::uint32_t
 
     if (!accepts(previous, factor, method))
         return nullptr;
-    return visit_integer_type(
-        *previous->header(),
+    return visit_sample_type(
+        integer_samples, *previous->header(),
         [&]<class T>() -> NUV_Engine* {
             return append_new<NUV_ScaleWidthIRE8xNBitsEngine>(*previous, factor);
         },

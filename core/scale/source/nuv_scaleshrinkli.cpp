@@ -159,8 +159,8 @@ NUV_Engine* NUV_ScaleShrinkLI::append(NUV_Engine* previous, std::uint32_t width,
     const NUV_Header& source = *previous->header();
     if (width == source.width() && height == source.height())
         return previous;
-    return visit_integer_type(
-        source,
+    return visit_sample_type(
+        integer_samples, source,
         [&]<class T>() -> NUV_Engine* {
             if (use_fixed_real) {
                 return append_new<NUV_ScaleShrinkLIEngine<T, NUV_FixedReal>>(*previous, width,

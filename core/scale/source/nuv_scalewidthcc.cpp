@@ -87,8 +87,8 @@ NUV_Engine* NUV_ScaleWidthCC::engine(NUV_Engine* previous, std::uint32_t width, 
 NUV_Engine* NUV_ScaleWidthCC::append(NUV_Engine& previous, std::uint32_t width, bool use_fixed_real,
                                      double a, std::uint16_t bits, const char* method)
 {
-    return visit_integer_type(
-        *previous.header(),
+    return visit_sample_type(
+        integer_samples, *previous.header(),
         [&]<class T>() -> NUV_Engine* {
             if (use_fixed_real) {
                 return append_new<NUV_ScaleWidthCCEngine<T, NUV_FixedReal>>(previous, width, a,

@@ -84,8 +84,8 @@ NUV_Engine* NUV_ScaleWidthLI::append(NUV_Engine* previous, std::uint32_t width, 
         return previous;
     if (previous->header()->width() == 1)
         return NUV_ScaleWidthNN(manager()).engine(previous, width);
-    return visit_integer_type(
-        *previous->header(),
+    return visit_sample_type(
+        integer_samples, *previous->header(),
         [&]<class T>() -> NUV_Engine* {
             if (use_fixed_real)
                 return append_new<NUV_ScaleWidthLIEngine<T, NUV_FixedReal>>(*previous, width);

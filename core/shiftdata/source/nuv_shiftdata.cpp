@@ -44,7 +44,7 @@ bool NUV_ShiftDataEngine<I, O, Limit>::initiate(const NUV_Header* header, NUV_Sr
 {
     if (!NUV_ProcessLineToLineEngine::initiate(header, src, dst))
         return false;
-    if (!holds_wide_samples_of<I>(*header))
+    if (!holds_samples_of<I>(*header))
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     header_.data_type(type);
@@ -75,11 +75,11 @@ template <class Append, class Otherwise>
 NUV_Engine* visit_pair(const NUV_Header& header, const NUV_DataType* type, std::uint16_t bits,
                        Append&& append, Otherwise&& otherwise)
 {
-    return visit_wide_sample_type(
-        header.data_type(), header.bits(),
+    return visit_sample_type(
+        wide_integer_samples, header,
         [&]<class I>() -> NUV_Engine* {
-            return visit_wide_sample_type(
-                type, bits,
+            return visit_sample_type(
+                wide_integer_samples, type, bits,
                 [&]<class O>() -> NUV_Engine* { return append.template operator()<I, O>(); },
                 otherwise);
         },

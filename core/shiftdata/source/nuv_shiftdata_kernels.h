@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/utility/nuv_widesampletype.h"
+#include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
 #include <cstddef>
