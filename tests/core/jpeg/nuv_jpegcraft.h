@@ -22,18 +22,14 @@ public:
         return *this;
     }
     JPEGCraft& marker(std::size_t id) { return byte(0xFF).byte(id); }
-    JPEGCraft& bytes(const std::vector<int>& values)
-    {
-        for (const int value : values)
-            byte(static_cast<std::size_t>(value));
-        return *this;
-    }
     // `length` replaces that of the payload when it is not 0.
     JPEGCraft& segment(std::size_t id, const std::vector<int>& payload, std::size_t length = 0)
     {
         marker(id);
         const std::size_t stated = length != 0 ? length : payload.size() + 2;
-        return byte(stated >> 8).byte(stated).bytes(payload);
+        byte(stated >> 8).byte(stated);
+        stream_.insert(stream_.end(), payload.begin(), payload.end());
+        return *this;
     }
 
     // A frame whose component i has the identifier i + 1, the factors given and quantisers 0.
@@ -63,24 +59,19 @@ public:
         payload[0] = selector;
         return segment(0xDB, payload);
     }
-    // All categories up to 16 have codes of 5 bits: their own value.
-    JPEGCraft& categories(int selector = 0)
+    // These symbols have codes of 3 bits, or of 5: 0, 1 and so on.
+    JPEGCraft& symbols(int selector, const std::vector<int>& symbols, std::size_t code_bits = 3)
     {
         std::vector<int> payload(17, 0);
         payload[0] = selector;
-        payload[5] = 17;
-        for (int symbol = 0; symbol <= 16; ++symbol)
-            payload.push_back(symbol);
-        return segment(0xC4, payload);
-    }
-    // These symbols have codes of 3 bits: 0, 1 and so on.
-    JPEGCraft& symbols(int selector, const std::vector<int>& symbols)
-    {
-        std::vector<int> payload(17, 0);
-        payload[0] = selector;
-        payload[3] = static_cast<int>(symbols.size());
+        payload[code_bits] = static_cast<int>(symbols.size());
         payload.insert(payload.end(), symbols.begin(), symbols.end());
         return segment(0xC4, payload);
+    }
+    // All categories up to 16: their own value.
+    JPEGCraft& categories(int selector = 0)
+    {
+        return symbols(selector, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, 5);
     }
 
     JPEGCraft& bits(std::uint32_t value, std::uint32_t count)

@@ -10,25 +10,6 @@ namespace {
 
 using Stream = JPEGBytes;
 using Code = NUV_JPEGCode;
-constexpr std::uint8_t sos = 0xDA;
-
-// Where the markers of this kind stand.
-std::vector<std::size_t> places_of(const Stream& stream, std::uint8_t marker)
-{
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i + 1 < stream.size(); ++i) {
-        if (stream[i] == 0xFF && stream[i + 1] == marker)
-            places.push_back(i);
-    }
-    return places;
-}
-
-Stream cut(const Stream& stream, std::size_t from, std::size_t to)
-{
-    Stream rest(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(from));
-    rest.insert(rest.end(), stream.begin() + static_cast<std::ptrdiff_t>(to), stream.end());
-    return rest;
-}
 
 double mean_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
 {
@@ -66,7 +47,7 @@ TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
     for (const Case& c : cases) {
         const JPEGDecoded whole = decode_stream(c.stream);
         ASSERT_TRUE(whole.is_clean());
-        const std::size_t start = places_of(c.stream, sos).back() + 10; // behind its header
+        const std::size_t start = places_of(c.stream, 0xDA).back() + 10; // behind its header
         std::size_t warned = 0;
         for (std::size_t bit = 8 * start; bit < 8 * (c.stream.size() - 2); bit += 5) {
             SCOPED_TRACE(bit);
@@ -97,7 +78,7 @@ TEST(JPEGDamage, IsWhatNoScanBringsAndNotAMissingEnd)
     for (const Stream& stream : streams) {
         SCOPED_TRACE(&stream - streams);
         const std::size_t end = stream.size() - 2;
-        const std::size_t last_scan = places_of(stream, sos).back();
+        const std::size_t last_scan = places_of(stream, 0xDA).back();
         const JPEGDecoded whole = decode_stream(stream);
         const JPEGDecoded open = decode_stream(cut(stream, end, stream.size()));
         EXPECT_TRUE(open.is_clean());
@@ -113,7 +94,7 @@ TEST(JPEGDamage, IsWhatNoScanBringsAndNotAMissingEnd)
     // all components, so that it alone is left whole.
     const Stream stream = encode_by_reference(busy_picture(61, 45, 3), {.scans = "0 1;2"});
     const JPEGDecoded decoded =
-        decode_stream(cut(stream, places_of(stream, sos)[1], stream.size()));
+        decode_stream(cut(stream, places_of(stream, 0xDA)[1], stream.size()));
     EXPECT_TRUE(decoded.is_shown(Code::damaged_lines));
 }
 
@@ -123,10 +104,10 @@ TEST(JPEGDamage, EndsAScanAndNotThoseBehindIt)
     for (const Stream& whole : {in_three_scans(), lossless_in_three_scans()}) {
         const std::vector<std::uint8_t> expected = decode_stream(whole).picture.samples;
         Stream no_table = whole;
-        no_table[places_of(whole, sos)[1] + 6] = 0x33;
+        no_table[places_of(whole, 0xDA)[1] + 6] = 0x33;
         Stream no_code = whole;
         for (std::size_t i = 0; i < 8; ++i) // nothing but ones
-            no_code[places_of(whole, sos)[1] + 14 + i] = i % 2 == 0 ? 0xFF : 0;
+            no_code[places_of(whole, 0xDA)[1] + 14 + i] = i % 2 == 0 ? 0xFF : 0;
         for (const Stream& stream : {no_table, no_code}) {
             const JPEGDecoded decoded = decode_stream(stream);
             ASSERT_TRUE(decoded.is_shown(Code::damaged_lines));

@@ -32,6 +32,25 @@ inline JPEGBytes first_bytes(const JPEGBytes& bytes, std::size_t count)
     return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
+// The stream without the bytes from `from` to `to`.
+inline JPEGBytes cut(JPEGBytes stream, std::size_t from, std::size_t to)
+{
+    stream.erase(stream.begin() + static_cast<std::ptrdiff_t>(from),
+                 stream.begin() + static_cast<std::ptrdiff_t>(to));
+    return stream;
+}
+
+// Where the markers of this kind stand.
+inline std::vector<std::size_t> places_of(const JPEGBytes& stream, std::uint8_t marker)
+{
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i + 1 < stream.size(); ++i) {
+        if (stream[i] == 0xFF && stream[i + 1] == marker)
+            places.push_back(i);
+    }
+    return places;
+}
+
 // What this processor can run, from the portable forms up.
 inline std::vector<NUV_TestLevel> jpeg_levels()
 {

@@ -202,25 +202,6 @@ TEST(ReadJPEG, TellsTheFormatsApartByTheirSegments)
     EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
 }
 
-TEST(JPEGInfo, TellsTheFrameAndTheSegments)
-{
-    const Bytes stream = with_segment(small_stream(3, {.key = 0x221111, .is_progressive = true}),
-                                      0xE1, std::string("G3FAX\0\1\2\3\4", 10));
-    NUV_TestChain chain;
-    const NUV_TestStored image(chain.manager(), stream);
-    NUV_JPEGInfo info(chain.manager());
-    ASSERT_TRUE(info.load(image.storage()));
-    EXPECT_EQ(static_cast<std::size_t>(image.position()), JPEGTestSegments(stream).scan_position);
-    EXPECT_EQ(info.sampling(), 0x221111U);
-    EXPECT_EQ(info.frame_marker(), 194U);
-    EXPECT_TRUE(info.is_progressive() && info.is_g3fax() && !info.is_exif());
-    EXPECT_EQ(info.color_code(), 99999U);
-    ASSERT_EQ(info.segment_count(), 1U);
-    EXPECT_EQ(info.segment(0).marker, 225U);
-    EXPECT_EQ(info.segment(0).payload.size(), 10U);
-    EXPECT_EQ(info.segment(1).payload.size(), 0U);
-}
-
 TEST(JPEGInfo, DeliversTheColorAndTheSizeItIsAskedFor)
 {
     const Bytes stream = small_stream(3);
