@@ -108,7 +108,7 @@ NUV_DrawnOperation rotate_in_bands(const Image& in, std::mt19937& random)
     const int quarters = static_cast<int>(1 + random() % 3);
     std::uint32_t block = static_cast<std::uint32_t>(1 + random() % 70);
     if (in.bits == 1)
-        block = block < 9 ? in.height : block / 8 * 8;
+        block = block < 20 ? in.height : 8 * (1 + block % 5);
     return {appending<Creator>(quarters * 90, block), turned(in, quarters)};
 }
 
