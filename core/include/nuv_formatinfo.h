@@ -35,6 +35,9 @@ public:
     [[nodiscard]] bool loaded() const noexcept { return loaded_; }
 
 protected:
+    // For a derived load() that refuses under words of its own.
+    void unload() noexcept { loaded_ = false; }
+
     // load() with another parser, `bool parse(NUV_InputStorage*)`: for a format that is told more
     // than where its data begins.
     template <class Parse>

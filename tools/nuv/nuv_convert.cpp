@@ -77,22 +77,21 @@ Problem read_raw(const ConvertRequest& request, NuvWrapperClass& job, ImageParam
 }
 
 // Extra samples of a pixel are described but not delivered, and only reading tells how many there
-// are: one pixel of the picture, in bytes.
+// are: eight pixels of the picture, in bytes.
 void find_delivered_channels(const std::string& path, ImageParam& picture)
 {
-    constexpr std::size_t most_bytes = std::size_t{65535} * 4;
+    constexpr std::size_t most_bytes = std::size_t{8} * 65535 * 4;
     std::vector<unsigned char> pixel(most_bytes);
     NuvWrapperClass trial;
     trial.SetSrcFile(path.c_str());
     trial.SetDstMemory(pixel.data(), static_cast<int>(pixel.size()));
     trial.ReadRaster();
-    trial.ScaleNN(1, 1);
+    trial.ScaleNN(8, 1); // whole bytes of any sample
     trial.WriteStorage(nullptr);
     trial.Execute();
     int written = 0;
-    const int sample_bytes = picture.bits / 8;
-    if (trial.GetWrittenSize(&written) == 0 && written > 0 && written % sample_bytes == 0)
-        picture.channels = static_cast<std::uint16_t>(written / sample_bytes);
+    if (trial.GetWrittenSize(&written) == 0 && written > 0 && written % picture.bits == 0)
+        picture.channels = static_cast<std::uint16_t>(written / picture.bits);
 }
 
 Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImageParam& picture)
@@ -112,7 +111,7 @@ Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImagePa
     // Samples of 2 to 7 bits come as 8, those of 9 to 15 as 16.
     if (picture.bits > 1 && picture.bits < 16)
         picture.bits = picture.bits > 8 ? 16 : 8;
-    if (picture.color == ColorType::eUnknown && picture.channels > 1 && picture.bits > 1)
+    if (picture.color == ColorType::eUnknown && picture.channels > 1)
         find_delivered_channels(request.source, picture);
     return {};
 }

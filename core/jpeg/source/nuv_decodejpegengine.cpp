@@ -44,6 +44,9 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     divisor_ = static_cast<std::uint32_t>(full_scale / scale);
     if (!start())
         return false;
+    header_.width(internal().decoder().width());
+    header_.height(internal().decoder().height());
+    line_bytes_ = header_.line_bytes();
     if (reopening) {
         reopening_.emplace(*reopening);
         reference_.reset();
@@ -62,9 +65,6 @@ bool NUV_DecodeJPEGEngine::start()
         decoder.components() == header_.channels() && decoder.sample_bytes() * 8 == header_.bits();
     if (!fits) // a header that does not tell of this stream
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
-    header_.width(decoder.width());
-    header_.height(decoder.height());
-    line_bytes_ = header_.line_bytes();
     return true;
 }
 
@@ -78,7 +78,13 @@ bool NUV_DecodeJPEGEngine::reopen()
     if (!opened)
         return false;
     reference_ = NUV_JPEGReference(opened.release());
-    return start();
+    if (!start())
+        return false;
+    // The chain behind stands on the stream as it was.
+    const NUV_JPEGDecoder& decoder = internal().decoder();
+    if (decoder.width() == header_.width() && decoder.height() == header_.height())
+        return true;
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeJPEGEngine::execute()");
 }
 
 bool NUV_DecodeJPEGEngine::cleanup()

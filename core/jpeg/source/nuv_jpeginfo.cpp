@@ -41,8 +41,10 @@ bool NUV_JPEGInfo::load_internal(NUV_InputStorage* storage)
 bool NUV_JPEGInfo::load(NUV_InputStorage* storage, const NUV_ColorType* color,
                         const NUV_JPEGTableInfo* tables, std::uint32_t restart_rows)
 {
-    if (!storage || storage->is_closed())
+    if (!storage || storage->is_closed()) {
+        unload();
         return load_stream(storage, color, tables, restart_rows);
+    }
     return load_by(storage, [&](NUV_InputStorage* open) {
         return load_stream(open, color, tables, restart_rows);
     });

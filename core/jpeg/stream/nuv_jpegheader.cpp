@@ -56,10 +56,6 @@ bool take_component(std::span<const std::uint8_t> fields, NUV_JPEGComponent& com
 // T.81, B.1.1.2. Whatever stands before the marker is passed over.
 NUV_JPEGCode NUV_JPEGHeader::next_marker(NUV_JPEGInput& input, std::uint8_t& marker) noexcept
 {
-    const NUV_JPEGCode more = input.want(1);
-    if (!is_good(more))
-        return more;
-    ended_between_segments_ = input.unread() == 0;
     const NUV_JPEGCode code = input.find_marker(marker);
     if (!is_good(code))
         return code;
@@ -80,14 +76,31 @@ NUV_JPEGCode NUV_JPEGHeader::read(NUV_JPEGInput& input) noexcept
 NUV_JPEGCode NUV_JPEGHeader::read_tables(NUV_JPEGInput& input) noexcept
 {
     const NUV_JPEGCode code = read(input);
-    const bool is_whole = code == NUV_JPEGCode::io && ended_between_segments_ && has_any_table_;
+    const bool is_whole = !is_good(code) && has_any_table_ && is_padded(input);
     return is_whole ? NUV_JPEGCode::good : code;
+}
+
+// Nothing, or bytes that fill up, behind the last whole segment.
+bool NUV_JPEGHeader::is_padded(NUV_JPEGInput& input) const noexcept
+{
+    if (!is_good(input.seek(segments_end_)))
+        return false;
+    for (;;) {
+        if (!is_good(input.want(1)))
+            return false;
+        if (input.unread() == 0)
+            return true;
+        std::span<const std::uint8_t> byte;
+        if (!is_good(input.read(1, byte)) || (byte[0] != 0 && byte[0] != 0xFF))
+            return false;
+    }
 }
 
 NUV_JPEGCode NUV_JPEGHeader::read_segments(NUV_JPEGInput& input) noexcept
 {
     for (;;) {
         std::uint8_t marker = 0;
+        segments_end_ = input.offset();
         NUV_JPEGCode code = next_marker(input, marker);
         if (!is_good(code))
             return code;

@@ -76,7 +76,7 @@ public:
     // NUV_JPEGCode::segment_trouble, and what was read until then counts.
     [[nodiscard]] NUV_JPEGCode read(NUV_JPEGInput& input) noexcept;
     // A stream of tables alone, which may end without EOI, behind any segment but no sooner than
-    // behind the first table. The codes are those of read().
+    // behind the first table; bytes of 0 and 0xFF behind it fill up. The codes are those of read().
     [[nodiscard]] NUV_JPEGCode read_tables(NUV_JPEGInput& input) noexcept;
     // The segments from the end of a scan to the next SOS. `pending` is a marker that the scan has
     // met, or 0. Application segments are not kept any more.
@@ -96,6 +96,7 @@ private:
     enum class Place { header, between_scans };
 
     [[nodiscard]] NUV_JPEGCode next_marker(NUV_JPEGInput& input, std::uint8_t& marker) noexcept;
+    [[nodiscard]] bool is_padded(NUV_JPEGInput& input) const noexcept;
     [[nodiscard]] NUV_JPEGCode read_segments(NUV_JPEGInput& input) noexcept;
     [[nodiscard]] NUV_JPEGCode read_segment(NUV_JPEGInput& input, std::uint8_t marker,
                                             Place place) noexcept;
@@ -116,7 +117,7 @@ private:
     NUV_JPEGScanHeader scan_;
     NUV_JPEGStoredTables tables_;
     NUV_JPEGMarkerList markers_;
-    bool ended_between_segments_ = false; // the data, where a marker was looked for
+    std::int32_t segments_end_ = 0; // behind the last segment that is whole
     bool has_any_table_ = false;
 };
 

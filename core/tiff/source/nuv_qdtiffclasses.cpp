@@ -1,5 +1,6 @@
 #include "core/tiff/source/nuv_qdtiffclasses.h"
 
+#include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_checkedstream.h"
 
@@ -33,12 +34,12 @@ constexpr NUV_StatusCode status_of(std::int32_t code) noexcept
 
 } // namespace
 
-bool NUV_QDTIFFStatus::raise(const char* method, NUV_Here here) const
+bool NUV_QDTIFFStatus::raise(const char* method) const
 {
     if (is_good())
         return true;
     const NUV_StatusCode raised = status_of(code());
-    return raised == NUV_STATUS_OK ? false : fail(manager_, raised, method, here);
+    return raised == NUV_STATUS_OK ? false : fail(manager_, raised, method);
 }
 
 void* NUV_QDTIFFAllocator::allocate(std::size_t bytes)

@@ -2,7 +2,6 @@
 
 #include "core/tiff/structure/nuv_qdtiffstatus.h"
 #include "core/tiff/structure/nuv_qdtiffstorage.h"
-#include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_utility.h"
 
 #include <cstddef>
@@ -23,7 +22,7 @@ public:
 
     // Raises what a failure stands for in the words of the caller: nothing for data that is no TIFF
     // and where memory was refused, for that has been raised. True for success.
-    [[nodiscard]] bool raise(const char* method, NUV_Here here = NUV_Here::now()) const;
+    [[nodiscard]] bool raise(const char* method) const;
 
 private:
     NUV_Manager& manager_;

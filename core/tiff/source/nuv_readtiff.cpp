@@ -200,10 +200,13 @@ bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
         engines.swap(strips);
     }
     for (std::size_t i = 0; i < engines.size(); ++i) {
-        engines[i] = decode(engines[i], info, to_qdrle);
-        engines[i] = engines[i] ? widen_bits(engines[i], info) : nullptr;
-        engines[i] = engines[i] ? upsample(engines[i], info, i, engines.size()) : nullptr;
-        if (!engines[i])
+        // What a stage fails behind stays in the vector, to be ended.
+        const auto go_on = [&engine = engines[i]](NUV_Engine* next) {
+            engine = next ? next : engine;
+            return next != nullptr;
+        };
+        if (!go_on(decode(engines[i], info, to_qdrle)) || !go_on(widen_bits(engines[i], info)) ||
+            !go_on(upsample(engines[i], info, i, engines.size())))
             return false;
     }
     return !engines.empty();
@@ -217,11 +220,13 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
         info.compression == Compression::none ? strips.size() : info.strip_offsets.size();
     NUV_Vector<std::uint32_t> offsets(manager());
     NUV_Vector<std::uint32_t> bytes(manager());
-    if (!offsets.copy(info.strip_offsets) || !bytes.copy(info.strip_byte_counts) ||
-        !offsets.resize(count) || !bytes.resize(count))
+    if (!offsets.resize(count) || !bytes.resize(count))
         return nullptr;
-    for (std::size_t i = 0; i < count && info.compression == Compression::none; ++i)
-        bytes[i] = strips[i].bytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        offsets[i] = info.strip_offsets[i];
+        bytes[i] =
+            info.compression == Compression::none ? strips[i].bytes : info.strip_byte_counts[i];
+    }
     const auto stream =
         make_initiated<NUV_StripCombineInputStorage>(manager(), storage, offsets, bytes);
     if (!stream)
@@ -240,10 +245,8 @@ NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, b
         if (info.encode_type() == *decoder.encode_type)
             return decoder.append(manager(), engine);
     }
-    if (is_ccitt(info)) {
-        engine->end();
+    if (is_ccitt(info))
         return fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
-    }
     return decode_other(engine, info);
 }
 
@@ -326,7 +329,10 @@ NUV_Engine* NUV_ReadTIFF::arrange(NUV_Vector<NUV_Engine*>& engines, const NUV_TI
         if (!info.extra_samples.empty())
             result = part_extras(result, info, extras);
     }
-    result = result ? correct_lab(result, info) : nullptr;
+    NUV_Engine* const joined = result;
+    result = joined ? correct_lab(joined, info) : nullptr;
+    if (joined && !result)
+        joined->end();
     if (!result || info.palette().is_empty() || !result->header()->palette().is_empty())
         return result;
     // The strips have done without.

@@ -205,8 +205,10 @@ bool NUV_TIFFInfo::load_from(NUV_InputStorage* storage, IFDLoader& loader)
 {
     const auto parse = [&](NUV_InputStorage* open) { return load_internal(open, loader); };
     // Without a storage that can be read the refusal is the parser's.
-    if (!storage || storage->is_closed())
+    if (!storage || storage->is_closed()) {
+        unload();
         return parse(storage);
+    }
     return load_by(storage, parse);
 }
 

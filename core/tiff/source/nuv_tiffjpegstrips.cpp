@@ -86,8 +86,8 @@ NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& str
         return fail(manager_, NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
     if (jpeg.channels() != info_.channels() || jpeg.bits() != info_.bits())
         return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()");
-    // A strip cannot tell its colour itself.
-    if (info_.compression == Compression::jpeg)
+    // A strip cannot tell its colour itself; that of a palette comes behind the joined strips.
+    if (info_.compression == Compression::jpeg && info_.palette().is_empty())
         jpeg.color_type(info_.color_type());
     return NUV_ReadJPEG(manager_).engine(stream.get(), &jpeg, option);
 }

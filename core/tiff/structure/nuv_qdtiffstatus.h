@@ -8,8 +8,8 @@ namespace nuv {
 class QDTIFF_Status {
 public:
     static constexpr std::int32_t good = 1;
-    static constexpr std::int32_t read_failed = -1;        // or a position that was not reached
-    static constexpr std::int32_t no_memory = -2;          //
+    static constexpr std::int32_t read_failed = -1; // or a position that was not reached
+    static constexpr std::int32_t no_memory = -2;
     static constexpr std::int32_t not_usable = -10;        // a storage, or a page that is not there
     static constexpr std::int32_t outside = -20;           // a value, of the storage
     static constexpr std::int32_t refused_tag = -50;       // of no known type, or there already

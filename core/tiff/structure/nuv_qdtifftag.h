@@ -40,8 +40,8 @@ public:
     [[nodiscard]] QDTIFF_Status check_value(std::uint32_t storage_bytes) const noexcept;
 
     // The elements up to the size of `into`, widened, or cut to their low bits; how many were
-    // copied. An integer has the denominator 1. A rational or a real number as an integer loses its
-    // fraction and keeps within the range; without a denominator it is 0. None, and a status, when
+    // copied. An integer has the denominator 1. A rational as an integer loses its fraction, and is
+    // 0 without a denominator; a real number keeps within the range, too. None, and a status, when
     // the storage fails.
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
                                           std::span<std::uint8_t> into) = 0;

@@ -312,5 +312,29 @@ TEST(ReadTIFF, IsCleanAtEveryAllocation)
     }
 }
 
+// A strip is looked at when the chain is built and read when its lines are wanted.
+TEST(ReadTIFF, EndsAtAStripThatHasGrownSince)
+{
+    std::mt19937 random(4);
+    const Form form = {.width = 16,
+                       .height = 16,
+                       .rows = 8,
+                       .photometric = PHOTOMETRIC_MINISBLACK,
+                       .compression = COMPRESSION_JPEG};
+    Bytes file = Picture(form, random).write();
+    NUV_TestChain chain;
+    const auto storage = make_initiated<NUV_ByteArrayInputStorage>(
+        chain.manager(), file.data(), static_cast<std::int32_t>(file.size()));
+    chain.last(NUV_ReadRaster(chain.manager()).engine(storage.get(), 0));
+    constexpr std::uint8_t frame[] = {0xFF, 0xC0};
+    const auto first = std::search(file.begin(), file.end(), std::begin(frame), std::end(frame));
+    const auto second = std::search(first + 1, file.end(), std::begin(frame), std::end(frame));
+    ASSERT_NE(second, file.end());
+    second[7] = 0x0F; // of the width, which becomes 4000 pixels
+    second[8] = 0xA0;
+    EXPECT_EQ(chain.run_bytes().size(), 16U * 8);
+    EXPECT_EQ(chain.status().code, NUV_ERR_BROKEN_DATA);
+}
+
 } // namespace
 } // namespace nuv
