@@ -160,7 +160,7 @@ TEST(Engine, RefusesWhatIsBeyondItsArithmeticAndItsStream)
         {"coded line", {{.width = 0x20000001, .encode_type = NUV_EncodeType::jpeg}}, lines, unsupported, output},
         {"plane", {{.width = 65536, .height = 65536, .channels = 3}}, lines, unsupported, "NUV_BlockWorkflow::create_dst_buffer()"},
         {"lines of a stream", coded, lines, unsupported, "NUV_ProcessLineToLineEngine::initiate()"},
-        {"as many bytes, but no samples that there are", {three_bits}, appending<Append<FlipEngine>>(), NUV_ERR_ARGUMENT, "NUV_BufferInputEngine::initiate()"},
+        {"samples of 3 bits", {three_bits}, appending<Append<FlipEngine>>(), NUV_ERR_ARGUMENT, "NUV_BufferInputEngine::initiate()"},
         {"no block", raw, block(0), NUV_ERR_ARGUMENT, block_bytes},
         {"a block above the image", raw, block(13), NUV_ERR_ARGUMENT, block_bytes},
         {"a block above 2^30", coded, block(0x40000001), NUV_ERR_ARGUMENT, block_bytes},
