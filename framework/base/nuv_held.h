@@ -1,14 +1,12 @@
 #pragma once
 
 #include "framework/base/nuv_manager.h"
+#include "framework/base/nuv_memory.h"
 #include "framework/base/nuv_root.h"
 
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <new>
-#include <span>
-#include <type_traits>
 #include <utility>
 
 namespace nuv {
@@ -43,49 +41,22 @@ template <class T, class... Args>
     return object;
 }
 
-// Work memory of an engine: allocated in initiate(), given back with the engine. Not zeroed.
-template <class T>
-class NUV_Scratch {
-    static_assert(std::is_trivially_copyable_v<T>, "goes away without destructors");
-
+// Memory of a manager, which raises NUV_ERR_MEMORY where there is none.
+class NUV_ManagerMemory {
 public:
-    NUV_Scratch() = default;
-    NUV_Scratch(const NUV_Scratch&) = delete;
-    NUV_Scratch& operator=(const NUV_Scratch&) = delete;
+    NUV_ManagerMemory() = default;
+    // Implicit: an engine asks its work memory of the manager as such.
+    NUV_ManagerMemory(NUV_Manager& manager) noexcept : manager_(&manager) {}
 
-    ~NUV_Scratch() { free(); }
-
-    // False after NUV_ERR_MEMORY; what was held before is gone either way.
-    [[nodiscard]] bool allocate(NUV_Manager& manager, std::size_t count)
-    {
-        free();
-        // What no allocator has, it refuses under its own name; here we only keep from wrapping.
-        constexpr auto limit = std::numeric_limits<std::size_t>::max();
-        const std::size_t bytes = count > limit / sizeof(T) ? limit : count * sizeof(T);
-        void* memory = manager.allocate(bytes);
-        if (!memory)
-            return false;
-        manager_ = &manager;
-        items_ = {static_cast<T*>(memory), count};
-        return true;
-    }
-
-    void free() noexcept
-    {
-        if (manager_)
-            manager_->deallocate(items_.data());
-        manager_ = nullptr;
-        items_ = {};
-    }
-
-    [[nodiscard]] std::span<T> items() const noexcept { return items_; }
-    [[nodiscard]] T* data() const noexcept { return items_.data(); }
-    [[nodiscard]] std::size_t size() const noexcept { return items_.size(); }
-    [[nodiscard]] T& operator[](std::size_t i) const noexcept { return items_[i]; }
+    [[nodiscard]] void* take(std::size_t bytes) const { return manager_->allocate(bytes); }
+    void give_back(void* memory) const noexcept { manager_->deallocate(memory); }
 
 private:
     NUV_Manager* manager_ = nullptr;
-    std::span<T> items_;
 };
+
+// Work memory of an engine: allocated in initiate() from the manager, given back with the engine.
+template <class T>
+using NUV_Scratch = NUV_Memory<T, NUV_ManagerMemory>;
 
 } // namespace nuv

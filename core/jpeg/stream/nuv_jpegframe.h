@@ -11,6 +11,9 @@ struct NUV_JPEGAllocator {
     void* owner = nullptr;
     void* (*allocate)(void* owner, std::size_t bytes) = nullptr; // null when there is none
     void (*deallocate)(void* owner, void* memory) = nullptr;     // null is allowed
+
+    [[nodiscard]] void* take(std::size_t bytes) const { return allocate(owner, bytes); }
+    void give_back(void* memory) const { deallocate(owner, memory); }
 };
 
 // Second bytes of markers (T.81, table B.1).

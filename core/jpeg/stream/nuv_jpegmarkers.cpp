@@ -10,12 +10,12 @@ bool NUV_JPEGMarkerList::grow() noexcept
 {
     constexpr std::size_t first_capacity = 8;
     const std::size_t capacity = capacity_ == 0 ? first_capacity : 2 * capacity_;
-    void* memory = allocator_.allocate(allocator_.owner, capacity * sizeof(NUV_JPEGMarker));
+    void* memory = allocator_.take(capacity * sizeof(NUV_JPEGMarker));
     if (memory == nullptr)
         return false;
     auto* markers = static_cast<NUV_JPEGMarker*>(memory);
     std::uninitialized_copy_n(markers_, count_, markers);
-    allocator_.deallocate(allocator_.owner, markers_);
+    allocator_.give_back(markers_);
     markers_ = markers;
     capacity_ = capacity;
     return true;
@@ -30,7 +30,7 @@ NUV_JPEGCode NUV_JPEGMarkerList::add(std::uint8_t id,
         return NUV_JPEGCode::no_memory;
     std::uint8_t* copy = nullptr;
     if (!payload.empty()) {
-        copy = static_cast<std::uint8_t*>(allocator_.allocate(allocator_.owner, payload.size()));
+        copy = static_cast<std::uint8_t*>(allocator_.take(payload.size()));
         if (copy == nullptr)
             return NUV_JPEGCode::no_memory;
         std::ranges::copy(payload, copy);
@@ -45,8 +45,8 @@ void NUV_JPEGMarkerList::clear() noexcept
     if (markers_ == nullptr)
         return;
     for (const NUV_JPEGMarker& marker : items())
-        allocator_.deallocate(allocator_.owner, const_cast<std::uint8_t*>(marker.payload.data()));
-    allocator_.deallocate(allocator_.owner, markers_);
+        allocator_.give_back(const_cast<std::uint8_t*>(marker.payload.data()));
+    allocator_.give_back(markers_);
     markers_ = nullptr;
     count_ = 0;
     capacity_ = 0;
