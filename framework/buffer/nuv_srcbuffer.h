@@ -3,6 +3,7 @@
 #include "framework/base/nuv_object.h"
 #include "framework/buffer/nuv_dstbuffer.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace nuv {
@@ -25,6 +26,13 @@ public:
     [[nodiscard]] virtual const void* get(std::uint32_t* count) = 0;
     // Done with the block that get() gave.
     [[nodiscard]] virtual bool release() = 0;
+
+    // Where the buffer that holds the bytes keeps this reader, so that it need not search.
+    [[nodiscard]] std::size_t place() const noexcept { return place_; }
+    void place(std::size_t place) noexcept { place_ = place; }
+
+private:
+    std::size_t place_ = 0;
 };
 
 // A reader of a destination buffer, usually by way of its proxy.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "framework/buffer/nuv_dstbufferbase.h"
-#include "framework/containers/nuv_list.h"
 #include "framework/containers/nuv_vector.h"
 
 #include <cstddef>
@@ -63,14 +62,17 @@ private:
     };
 
     struct Reader {
-        const NUV_SrcBuffer* buffer = nullptr;
+        NUV_SrcBuffer* buffer = nullptr;
         std::uint64_t position = 0;
     };
 
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
     [[nodiscard]] bool add_block();
     void drop_block() noexcept;
-    [[nodiscard]] bool add_reader(const NUV_SrcBuffer* reader);
+    void drop_passed_blocks() noexcept;
+    [[nodiscard]] bool add_reader(NUV_SrcBuffer* reader);
+    [[nodiscard]] Reader* find_reader(const NUV_SrcBuffer* reader) noexcept;
+    [[nodiscard]] bool is_in_first_block(const Reader& reader) const noexcept;
     [[nodiscard]] bool is_untouched() const noexcept;
     [[nodiscard]] bool can_lend(std::uint64_t position) noexcept;
     [[nodiscard]] bool lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count);
@@ -83,7 +85,8 @@ private:
     BlockCache cache_;
     NUV_Vector<Block> blocks_; // those before first_ have been dropped
     std::size_t first_ = 0;
-    NUV_List<Reader> readers_;
+    NUV_Vector<Reader> readers_;     // each at its place()
+    std::size_t in_first_block_ = 0; // so many readers
 };
 
 } // namespace nuv

@@ -69,6 +69,11 @@ TEST(Wrapper, ReadsAndWritesPlanes)
             EXPECT_EQ(made(joined, split, room), first(planes, room));
         }
     }
+    // As many as there can be: time that grew with the square of them would be minutes here.
+    const Bytes pixel = random_bytes(65535, 1);
+    const Call split =
+        in_turn(read_raw(raw_image(1, 1, 65535, 8)), [](auto& w) { w.WriteStoragePlanar({}); });
+    EXPECT_EQ(made(pixel, split), pixel);
     // Any colour code but those of gray means three planes.
     const Bytes six = {1, 2, 3, 4, 5, 6};
     const ImageParam gray = raw_image(2, 1, 1, 8, ColorType::eGrayReverse);

@@ -245,45 +245,72 @@ void NUV_STBlockDstBuffer::forget_lent_blocks() noexcept
     }
 }
 
+// Where the block size is not decided yet, every reader stands at offset 0.
+bool NUV_STBlockDstBuffer::is_in_first_block(const Reader& reader) const noexcept
+{
+    return reader.position < base_ + mem_block_bytes_ || reader.position == 0;
+}
+
+NUV_STBlockDstBuffer::Reader* NUV_STBlockDstBuffer::find_reader(
+    const NUV_SrcBuffer* reader) noexcept
+{
+    const std::size_t place = reader ? reader->place() : 0;
+    const bool is_known = place < readers_.size() && readers_[place].buffer == reader;
+    return is_known ? &readers_[place] : nullptr;
+}
+
+// Only the reader that leaves the first block last sets it free, and only then are the others
+// looked at: their number costs a step nothing.
 bool NUV_STBlockDstBuffer::advance(const NUV_SrcBuffer* reader, std::uint64_t position)
 {
-    std::uint64_t slowest = position;
-    if (readers_.size() != 1) {
-        bool known = false;
-        slowest = std::numeric_limits<std::uint64_t>::max();
-        for (Reader& each : readers_.items()) {
-            if (each.buffer == reader) {
-                each.position = position;
-                known = true;
-            }
-            slowest = std::min(slowest, each.position);
-        }
-        if (!known)
-            return false;
-    }
-    const std::uint32_t mem = mem_block_bytes();
-    if (mem == 0)
+    Reader* known = find_reader(reader);
+    if (!known || mem_block_bytes() == 0)
         return false;
-    while (held_blocks() > 0 && base_ + mem <= slowest)
-        drop_block();
+    const bool was_in_first_block = is_in_first_block(*known);
+    known->position = position;
+    if (was_in_first_block && !is_in_first_block(*known))
+        --in_first_block_;
+    if (in_first_block_ == 0)
+        drop_passed_blocks();
     return true;
 }
 
+void NUV_STBlockDstBuffer::drop_passed_blocks() noexcept
+{
+    std::uint64_t slowest = std::numeric_limits<std::uint64_t>::max();
+    for (const Reader& each : readers_.items())
+        slowest = std::min(slowest, each.position);
+    while (held_blocks() > 0 && base_ + mem_block_bytes_ <= slowest)
+        drop_block();
+    for (const Reader& each : readers_.items())
+        in_first_block_ += is_in_first_block(each) ? 1 : 0;
+}
+
+// The last reader takes the place of the one that goes; their memory goes with the last of all.
 bool NUV_STBlockDstBuffer::src_end(const NUV_SrcBuffer* reader)
 {
     forget_lent_blocks();
-    auto& readers = readers_.items();
-    const auto at = std::find_if(readers.begin(), readers.end(),
-                                 [reader](const Reader& each) { return each.buffer == reader; });
-    if (at == readers.end())
+    Reader* gone = find_reader(reader);
+    if (!gone)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_STBlockDstBuffer::src_end()");
-    readers_.erase(at);
+    if (is_in_first_block(*gone))
+        --in_first_block_;
+    *gone = readers_.back();
+    gone->buffer->place(reader->place());
+    readers_.pop_back();
+    if (readers_.empty())
+        NUV_Vector<Reader>(manager()).swap(readers_);
     return true;
 }
 
-bool NUV_STBlockDstBuffer::add_reader(const NUV_SrcBuffer* reader)
+bool NUV_STBlockDstBuffer::add_reader(NUV_SrcBuffer* reader)
 {
-    return readers_.push_back({reader, 0});
+    const std::size_t place = readers_.size();
+    if (!readers_.push_back({reader, 0}))
+        return false;
+    reader->place(place);
+    ++in_first_block_;
+    return true;
 }
 
 // A new reader starts at offset 0, which must still be there and in nobody else's memory.
@@ -313,7 +340,7 @@ void NUV_STBlockDstBuffer::create_src_buffer(NUV_Vector<NUV_SrcBuffer*>& result,
     }
     NUV_DstBufferImpl::create_src_buffer(result, owner, count);
     std::size_t added = 0;
-    for (const NUV_SrcBuffer* reader : result.items()) {
+    for (NUV_SrcBuffer* reader : result.items()) {
         if (!add_reader(reader))
             break;
         ++added;
