@@ -1,6 +1,7 @@
 #include "core/align/nuv_aligny.h"
 
 #include "core/align/source/nuv_alignengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 
@@ -60,18 +61,16 @@ bool NUV_AlignYEngine::execute()
     }
     if (input_ == headers_.size())
         return false;
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    NUV_SrcBuffer& source = *src_buffers_[input_];
-    if (!source.get(out, nullptr)) {
-        static_cast<void>(dst_buffer_->release(0));
+    NUV_InputBlock in(*src_buffers_[input_], out.data());
+    if (!in)
         return false;
-    }
     ++line_;
     // The source first: its buffer may hold our block as its own.
-    const bool released = source.release();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool released = in.release();
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 
@@ -100,21 +99,20 @@ bool NUV_AlignYQDRLEEngine::initiate(std::span<const NUV_Header* const> headers,
 // Blocks as they come: where lines end in them is nobody's concern here.
 bool NUV_AlignYQDRLEEngine::execute()
 {
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
     for (; input_ < src_buffers_.size(); ++input_) {
-        NUV_SrcBuffer& source = *src_buffers_[input_];
         std::uint32_t bytes = 0;
-        if (!source.get(out, &bytes))
+        NUV_InputBlock in(*src_buffers_[input_], out.data(), &bytes);
+        if (!in)
             continue;
-        const bool released = source.release();
+        const bool released = in.release();
         if (bytes == 0 && released)
             continue;
-        const bool committed = dst_buffer_->release(bytes);
+        const bool committed = out.commit(bytes);
         return released && committed;
     }
-    static_cast<void>(dst_buffer_->release(0));
     return false;
 }
 

@@ -5,6 +5,7 @@
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_multiinputprocessengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <array>
@@ -129,16 +130,12 @@ bool NUV_MergeChannelEngine::execute()
     if (line_ >= header_.height())
         return false;
     ++line_;
-    void* out = dst_buffer_->get();
-    if (!out)
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out || !take_lines())
         return false;
-    if (!take_lines()) {
-        static_cast<void>(dst_buffer_->release(0));
-        return false;
-    }
-    merge_line(out);
+    merge_line(out.data());
     const bool released = release_lines(src_buffers_.size());
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 

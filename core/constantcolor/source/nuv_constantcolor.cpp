@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_generateengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 #include "framework/utility/nuv_sampletype.h"
 
 #include <algorithm>
@@ -43,12 +44,12 @@ bool NUV_RepeatLineEngine::execute()
 {
     if (row_ >= header_.height())
         return false;
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    std::memcpy(out, line_.data(), line_.size());
+    std::memcpy(out.data(), line_.data(), line_.size());
     ++row_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 // True when T can hold `value` as it is; of reals only the range counts.

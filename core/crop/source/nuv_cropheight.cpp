@@ -60,10 +60,10 @@ bool NUV_CropHeightEngine::execute()
 
 bool NUV_CropHeightEngine::skip_line()
 {
-    if (!src_buffer_->get(nullptr))
+    if (!skip_block(*src_buffer_))
         return false;
     ++read_;
-    return src_buffer_->release();
+    return true;
 }
 
 // Straight into the output block, which is so filled by whoever writes the source.

@@ -3,6 +3,7 @@
 #include "core/include/nuv_codedinput.h"
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <zlib.h>
 
@@ -98,12 +99,11 @@ bool NUV_DecodeFlateEngine::execute()
 {
     if (last_result_ == Z_STREAM_END)
         return false;
-    void* block = dst_buffer_->get();
+    NUV_OutputBlock block(*dst_buffer_);
     if (!block)
         return false;
-    if (!fill_block(block)) {
+    if (!fill_block(block.data())) {
         last_result_ = Z_STREAM_END;
-        static_cast<void>(dst_buffer_->release(0));
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeFlateEngine::execute()");
     }
     const auto produced = static_cast<std::uint32_t>(
@@ -111,7 +111,7 @@ bool NUV_DecodeFlateEngine::execute()
     wanted_bytes_ -= produced;
     if (wanted_bytes_ == 0)
         last_result_ = Z_STREAM_END;
-    return dst_buffer_->release(produced) && produced > 0;
+    return block.commit(produced) && produced > 0;
 }
 
 } // namespace

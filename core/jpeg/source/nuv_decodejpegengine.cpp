@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 namespace {
@@ -100,20 +101,19 @@ bool NUV_DecodeJPEGEngine::execute()
     if (line_ >= header_.height() || (!reference_ && !reopen()))
         return false;
     ++line_;
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    const NUV_JPEGCode code = internal().read_line(out);
+    const NUV_JPEGCode code = internal().read_line(out.data());
     if (is_failure(code)) {
         internal().raise(code, "execute()");
-        static_cast<void>(dst_buffer_->release(0));
         return false;
     }
     if (is_warning(code))
         warn(manager(), NUV_WARN_BROKEN_DATA, method);
     if (reopening_ && line_ == header_.height())
         reference_.reset();
-    return dst_buffer_->release(line_bytes_);
+    return out.commit(line_bytes_);
 }
 
 } // namespace nuv

@@ -2,6 +2,7 @@
 
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
 #include "core/jpeg/source/nuv_jpegstorageaccess.h"
+#include "framework/engine/nuv_stepblocks.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 
@@ -144,10 +145,13 @@ bool NUV_WriteJPEGEngine::execute()
         return false;
     // The source puts its line where the coder wants it.
     std::uint8_t* line = coder_.next_line();
-    if (line == nullptr || !src_buffer_->get(line, nullptr))
+    if (line == nullptr)
+        return false;
+    NUV_InputBlock in(*src_buffer_, line);
+    if (!in)
         return false;
     NUV_JPEGCode code = coder_.write_line(line);
-    bool ok = src_buffer_->release(); // before finish() takes the line away
+    bool ok = in.release(); // before finish() takes the line away
     if (++lines_done_ == height_ && is_good(code)) {
         code = coder_.finish();
         ok &= release_storage();

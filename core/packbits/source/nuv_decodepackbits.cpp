@@ -2,6 +2,7 @@
 
 #include "core/packbits/nuv_packbitsdecoder.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <optional>
 
@@ -43,15 +44,13 @@ bool NUV_DecodePackBitsEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    if (!decoder_->decode_line(out)) {
-        static_cast<void>(dst_buffer_->release(0));
+    if (!decoder_->decode_line(out.as<std::uint8_t>()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
-    }
     ++line_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "core/qdrle/nuv_qdrlecodec.h"
 #include "core/qdrle/nuv_qdrlerun.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 #include "framework/utility/nuv_endian.h"
 
 #include <limits>
@@ -70,10 +71,8 @@ bool NUV_DecodeQDRLEEngine::DataInStream::next_block()
     position_ = 0;
     count_ = 0;
     std::uint32_t bytes = 0;
-    if (!src_->get(block_.data(), &bytes))
-        return false;
-    const bool released = src_->release();
-    if (bytes == 0 || bytes % NUV_QDRLERun::bytes != 0 || !released)
+    NUV_InputBlock in(*src_, block_.data(), &bytes);
+    if (!in || !in.release() || bytes == 0 || bytes % NUV_QDRLERun::bytes != 0)
         return false;
     count_ = bytes;
     return true;
@@ -106,15 +105,13 @@ bool NUV_DecodeQDRLEEngine::execute()
 {
     if (row_ >= header_.height())
         return false;
-    auto* out = static_cast<unsigned char*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    if (!decoder_->decode(out)) {
-        static_cast<void>(dst_buffer_->release(0));
+    if (!decoder_->decode(out.as<unsigned char>()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeQDRLEEngine::execute()");
-    }
     ++row_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 } // namespace

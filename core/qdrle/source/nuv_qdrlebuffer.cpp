@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 
@@ -140,9 +141,10 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
     begin_line();
     while (line_ends_.size() < header->height()) {
         std::uint32_t bytes = 0;
-        if (!src->get(block_.data(), &bytes) || bytes % NUV_QDRLERun::bytes != 0)
+        NUV_InputBlock in(*src, block_.data(), &bytes);
+        if (!in || bytes % NUV_QDRLERun::bytes != 0)
             return fail(manager(), NUV_ERR_BROKEN_DATA, method);
-        if (!src->release() ||
+        if (!in.release() ||
             !regist_block(block_.items().first(bytes / NUV_QDRLERun::bytes), *header))
             return false;
     }

@@ -1,6 +1,6 @@
 #include "core/qdrle/nuv_qdrlerun.h"
 
-#include "framework/buffer/nuv_dstbuffer.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 
@@ -65,10 +65,10 @@ bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst)
     for (;;) {
         const bool is_last = runs.size() < records_per_block; // the terminator fits too
         const std::size_t count = is_last ? runs.size() : records_per_block;
-        auto* const block = static_cast<std::uint8_t*>(dst.get());
+        NUV_OutputBlock block(dst);
         if (!block)
             return false;
-        std::uint8_t* to = block;
+        auto* to = block.as<std::uint8_t>();
         for (const NUV_QDRLERun& run : runs.first(count)) { // a plain copy where words need no turn
             store_run(to, run);
             to += NUV_QDRLERun::bytes;
@@ -77,7 +77,7 @@ bool write_runs(std::span<const NUV_QDRLERun> runs, NUV_DstBuffer& dst)
             store_run(to, {});
             to += NUV_QDRLERun::bytes;
         }
-        if (!dst.release(static_cast<std::uint32_t>(to - block)))
+        if (!block.commit(static_cast<std::uint32_t>(to - block.as<std::uint8_t>())))
             return false;
         if (is_last)
             return true;

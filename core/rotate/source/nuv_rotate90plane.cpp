@@ -3,8 +3,10 @@
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace nuv {
 
@@ -30,12 +32,8 @@ bool NUV_Rotate90PlaneEngine::execute()
 {
     if (row_ >= src_height_)
         return false;
-    auto* plane = static_cast<std::uint8_t*>(dst_buffer_->get());
-    if (!plane)
-        return false;
-    const bool done = rotate_all(plane);
-    const bool committed = dst_buffer_->release(done ? plane_bytes_ : 0);
-    return done && committed;
+    NUV_OutputBlock plane(*dst_buffer_);
+    return plane && rotate_all(plane.as<std::uint8_t>()) && plane.commit(plane_bytes_);
 }
 
 bool NUV_Rotate90PlaneEngine::rotate_all(std::uint8_t* plane)
@@ -51,17 +49,18 @@ bool NUV_Rotate90PlaneEngine::rotate_all(std::uint8_t* plane)
 bool NUV_Rotate90PlaneEngine::rotate_some(std::uint8_t* plane)
 {
     std::array<NUV_Rotate90Band, most_bands> bands;
+    std::array<std::optional<NUV_InputBlock>, most_bands> blocks;
     const std::size_t wanted = bands_at_once();
     std::size_t held = 0;
     bool is_whole = true;
     while (is_whole && held < wanted && row_ < src_height_) {
         const std::uint32_t rows = std::min(block_, src_height_ - row_);
         std::uint32_t count = 0;
-        const auto* src = static_cast<const std::uint8_t*>(src_buffer_->get(&count));
-        is_whole = src && count == rows * src_line_bytes_;
-        if (!src)
+        const NUV_InputBlock& in = blocks[held].emplace(*src_buffer_, nullptr, &count);
+        is_whole = in && count == rows * src_line_bytes_;
+        if (!in)
             break;
-        bands[held++] = {.src = src,
+        bands[held++] = {.src = in.as<std::uint8_t>(),
                          .plane = plane,
                          .src_step = src_line_bytes_,
                          .plane_step = header_.line_bytes(),
@@ -71,10 +70,11 @@ bool NUV_Rotate90PlaneEngine::rotate_some(std::uint8_t* plane)
                          .rows = rows};
         row_ += rows;
     }
-    if (is_whole)
-        rotate(std::span(bands).first(held));
-    for (; held > 0; --held)
-        is_whole = src_buffer_->release() && is_whole;
+    if (!is_whole)
+        return false;
+    rotate(std::span(bands).first(held));
+    for (auto& block : std::span(blocks).first(held))
+        is_whole = block->release() && is_whole;
     return is_whole;
 }
 

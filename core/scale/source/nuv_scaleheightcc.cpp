@@ -4,6 +4,7 @@
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 
@@ -40,18 +41,18 @@ public:
         const std::int64_t i = whole(position_, std::int64_t{source_height_} + 1);
         if (!lines_.move_to(i - 3))
             return false;
-        auto* out = static_cast<T*>(dst_buffer_->get());
+        NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
         const T* lines[4];
         for (std::uint32_t k = 0; k < 4; ++k)
             lines[k] = reinterpret_cast<const T*>(lines_.line(k));
-        combine_(lines, out, samples_per_line_,
+        combine_(lines, out.as<T>(), samples_per_line_,
                  cubic_weights<R>(position_ - static_cast<double>(i), a_), limits_);
         position_ += ratio_;
         ++line_;
         const bool released = line_ < destination_height_ || lines_.release_all();
-        const bool committed = dst_buffer_->release(line_bytes_);
+        const bool committed = out.commit(line_bytes_);
         return released && committed;
     }
 

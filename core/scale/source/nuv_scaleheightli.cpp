@@ -3,6 +3,7 @@
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 
@@ -37,16 +38,16 @@ public:
         const std::int64_t i = whole(position_, source_height_);
         if (!lines_.move_to(i - 1))
             return false;
-        auto* out = static_cast<T*>(dst_buffer_->get());
+        NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
         blend_(reinterpret_cast<const T*>(lines_.line(0)),
-               reinterpret_cast<const T*>(lines_.line(1)), out, samples_per_line_,
+               reinterpret_cast<const T*>(lines_.line(1)), out.as<T>(), samples_per_line_,
                scale_weight<R>(position_ - static_cast<double>(i)));
         position_ += ratio_;
         ++line_;
         const bool released = line_ < destination_height_ || lines_.release_all();
-        const bool committed = dst_buffer_->release(line_bytes_);
+        const bool committed = out.commit(line_bytes_);
         return released && committed;
     }
 

@@ -233,22 +233,22 @@ private:
     [[nodiscard]] bool average_lines(const NUV_Scratch<Sum>& sums)
     {
         for (std::uint32_t i = 0; i < factor_; ++i) {
-            const auto* in = static_cast<const T*>(src_buffer_->get(nullptr));
+            NUV_InputBlock in(*src_buffer_);
             if (!in)
                 return false;
             if (i == 0)
-                std::copy(in, in + samples_, sums.data());
+                std::copy_n(in.as<T>(), samples_, sums.data());
             else
-                add_samples(in, sums.data(), samples_);
-            if (!src_buffer_->release())
+                add_samples(in.as<T>(), sums.data(), samples_);
+            if (!in.release())
                 return false;
         }
-        auto* out = static_cast<T*>(dst_buffer_->get());
+        NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
-        average_sums(sums.data(), out, samples_, NUV_RoundedMean<Sum>(factor_));
+        average_sums(sums.data(), out.as<T>(), samples_, NUV_RoundedMean<Sum>(factor_));
         ++line_;
-        return dst_buffer_->release(line_bytes_);
+        return out.commit(line_bytes_);
     }
 
     std::uint32_t factor_ = 1;

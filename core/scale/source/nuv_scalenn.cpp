@@ -119,7 +119,7 @@ bool NUV_ScaleHeightNNEngine::execute()
     const bool wanted_again =
         line_ + 1 < destination_height_ && whole(position_ + ratio_, last) == wanted;
     while (lines_consumed_ < wanted) {
-        if (!src_buffer_->get(nullptr) || !src_buffer_->release())
+        if (!skip_block(*src_buffer_))
             return false;
         ++lines_consumed_;
     }
@@ -139,8 +139,10 @@ bool NUV_ScaleHeightNNEngine::deliver(std::uint8_t* out, bool wanted_again)
 {
     if (!held_) {
         ++lines_consumed_;
-        if (!wanted_again)
-            return src_buffer_->get(out, nullptr) && src_buffer_->release();
+        if (!wanted_again) {
+            NUV_InputBlock in(*src_buffer_, out);
+            return in && in.release();
+        }
         held_ = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
         if (!held_)
             return false;
@@ -182,7 +184,7 @@ bool NUV_ScaleShrinkNNEngine::execute()
     const auto wanted =
         static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
     for (; lines_consumed_ < wanted; ++lines_consumed_) {
-        if (!src_buffer_->get(nullptr) || !src_buffer_->release())
+        if (!skip_block(*src_buffer_))
             return false;
     }
     NUV_InputBlock in(*src_buffer_);

@@ -3,6 +3,7 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/qdrle/nuv_qdrlebuffer.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -187,11 +188,11 @@ bool NUV_ScaleQDRLEEngine::execute()
 
 bool NUV_ScaleQDRLEEngine::write_scaled(std::uint32_t row)
 {
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    const std::uint8_t* behind = scale_->write(source_->line(row), out);
-    return dst_buffer_->release(static_cast<std::uint32_t>(behind - out));
+    const std::uint8_t* behind = scale_->write(source_->line(row), out.as<std::uint8_t>());
+    return out.commit(static_cast<std::uint32_t>(behind - out.as<std::uint8_t>()));
 }
 
 bool NUV_ScaleQDRLEEngine::write_repeated(std::uint32_t row)
@@ -201,11 +202,11 @@ bool NUV_ScaleQDRLEEngine::write_repeated(std::uint32_t row)
         repeated_bytes_ = static_cast<std::size_t>(behind - repeated_.data());
         repeated_row_ = row;
     }
-    void* out = dst_buffer_->get();
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    std::memcpy(out, repeated_.data(), repeated_bytes_);
-    return dst_buffer_->release(static_cast<std::uint32_t>(repeated_bytes_));
+    std::memcpy(out.data(), repeated_.data(), repeated_bytes_);
+    return out.commit(static_cast<std::uint32_t>(repeated_bytes_));
 }
 
 class NUV_ScaleWidthNNQDRLEEngine final : public NUV_ScaleQDRLEEngine {

@@ -2,6 +2,7 @@
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "core/scale/source/nuv_taprow.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cmath>
 #include <cstring>
@@ -101,20 +102,20 @@ public:
         const bool is_copy = weight == scale_weight_one<R>;
         if (!lines_.move_to(stretch.first, is_copy ? 1 : 2))
             return false;
-        auto* out = static_cast<T*>(this->dst_buffer_->get());
+        NUV_OutputBlock out(*this->dst_buffer_);
         if (!out)
             return false;
         if (is_copy) {
-            std::memcpy(out, lines_.line(0), this->line_bytes_);
+            std::memcpy(out.data(), lines_.line(0), this->line_bytes_);
         } else {
             // The weight is that of the upper line.
             blend_(reinterpret_cast<const T*>(lines_.line(1)),
-                   reinterpret_cast<const T*>(lines_.line(0)), out, this->samples_per_line_,
+                   reinterpret_cast<const T*>(lines_.line(0)), out.as<T>(), this->samples_per_line_,
                    weight);
         }
         ++this->line_;
         const bool released = this->line_ < this->destination_height_ || lines_.release_all();
-        const bool committed = this->dst_buffer_->release(this->line_bytes_);
+        const bool committed = out.commit(this->line_bytes_);
         return released && committed;
     }
 

@@ -2,10 +2,12 @@
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "framework/base/nuv_held.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 namespace nuv {
 namespace {
@@ -119,37 +121,36 @@ public:
         const std::uint32_t end = walk_.end();
         if (lines_read_ <= taps.offset && !read_first())
             return false;
-        const T* last = first_.data();
-        if (!add_up(end) || (lines_read_ <= end && !(last = take())))
+        if (!add_up(end))
             return false;
-        auto* out = static_cast<T*>(this->dst_buffer_->get());
+        std::optional<NUV_InputBlock> last;
+        if (lines_read_ <= end) {
+            if (!last.emplace(*this->src_buffer_))
+                return false;
+            ++lines_read_;
+        }
+        NUV_OutputBlock out(*this->dst_buffer_);
         if (!out)
             return false;
-        reduce_(first_.data(), sums_.data(), last, out, this->samples_per_line_, taps,
-                1.0 / this->ratio_);
+        reduce_(first_.data(), sums_.data(), last ? last->as<T>() : first_.data(), out.as<T>(),
+                this->samples_per_line_, taps, 1.0 / this->ratio_);
         ++this->line_;
         // The line that ends this output line begins the next one.
         bool released = true;
-        if (last != first_.data()) {
-            std::memcpy(first_.data(), last, this->line_bytes_);
-            released = this->src_buffer_->release();
+        if (last) {
+            std::memcpy(first_.data(), last->data(), this->line_bytes_);
+            released = last->release();
         }
-        const bool committed = this->dst_buffer_->release(this->line_bytes_);
+        const bool committed = out.commit(this->line_bytes_);
         return released && committed;
     }
 
 private:
-    [[nodiscard]] const T* take()
-    {
-        const auto* line = static_cast<const T*>(this->src_buffer_->get(nullptr));
-        lines_read_ += line ? 1 : 0;
-        return line;
-    }
-
     [[nodiscard]] bool read_first()
     {
         ++lines_read_;
-        return this->src_buffer_->get(first_.data(), nullptr) && this->src_buffer_->release();
+        NUV_InputBlock in(*this->src_buffer_, first_.data());
+        return in && in.release();
     }
 
     // The lines before line `end` that have not been read, as sums.
@@ -160,14 +161,16 @@ private:
         if (lines_read_ >= end)
             std::memset(sums, 0, samples * sizeof(Sum));
         for (bool is_first = true; lines_read_ < end; is_first = false) {
-            const T* line = take();
-            if (!line)
+            NUV_InputBlock in(*this->src_buffer_);
+            if (!in)
                 return false;
+            ++lines_read_;
+            const T* line = in.as<T>();
             if (is_first)
                 std::copy(line, line + samples, sums);
             else
                 add(line, sums, samples);
-            if (!this->src_buffer_->release())
+            if (!in.release())
                 return false;
         }
         return true;

@@ -4,6 +4,7 @@
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
 #include "framework/base/nuv_held.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -102,17 +103,17 @@ bool NUV_ScaleShrinkLIEngine<T, R>::execute()
     const auto row = static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
     if (!lines_.move_to(row))
         return false;
-    auto* out = static_cast<T*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
     if (cell_width_ != 0)
-        average_cells(out);
+        average_cells(out.as<T>());
     else
-        interpolate(row, out);
+        interpolate(row, out.as<T>());
     position_y_ += ratio_y_;
     ++line_;
     const bool released = line_ < destination_height_ || lines_.release_all();
-    const bool committed = dst_buffer_->release(header_.line_bytes());
+    const bool committed = out.commit(header_.line_bytes());
     return released && committed;
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/storage/source/nuv_sampleorder.h"
 #include "framework/engine/nuv_readengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 namespace nuv {
 namespace {
@@ -50,21 +51,20 @@ bool NUV_ReadStorageEngine::execute()
     if (raw_ && lines_done_ >= header_.height())
         return false;
     const std::uint32_t bytes = dst_buffer_->block_bytes();
-    auto* block = static_cast<std::uint8_t*>(dst_buffer_->get());
+    NUV_OutputBlock block(*dst_buffer_);
     if (!block || !skip_gap())
         return false;
 
-    // A line of 32-bit size has at most 2^29 bytes.
     const auto got =
-        static_cast<std::uint32_t>(storage_->read(block, static_cast<std::int32_t>(bytes)));
+        static_cast<std::uint32_t>(storage_->read(block.data(), static_cast<std::int32_t>(bytes)));
     if (raw_ && got != bytes)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     if (got == 0)
         return false;
     if (raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order)
-        reverse_samples(block, got, sample_bytes_);
+        reverse_samples(block.as<std::uint8_t>(), got, sample_bytes_);
     ++lines_done_;
-    return dst_buffer_->release(got);
+    return block.commit(got);
 }
 
 // Stands between lines, not before the first one.

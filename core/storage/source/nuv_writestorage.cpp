@@ -1,6 +1,7 @@
 #include "core/storage/nuv_writestorage.h"
 
 #include "core/storage/source/nuv_sampleorder.h"
+#include "framework/engine/nuv_stepblocks.h"
 #include "framework/engine/nuv_writeengine.h"
 
 #include <algorithm>
@@ -25,8 +26,7 @@ public:
 
 private:
     [[nodiscard]] bool go_to(std::int32_t offset);
-    [[nodiscard]] bool take_block();
-    [[nodiscard]] bool take_first(std::uint32_t& got);
+    [[nodiscard]] bool take(const NUV_InputBlock& line, std::uint32_t got);
     [[nodiscard]] bool leave_gap();
     [[nodiscard]] bool write_held();
     [[nodiscard]] bool write_pad();
@@ -108,7 +108,11 @@ bool NUV_WriteStorageEngine::execute()
 {
     if (raw_ && lines_done_ >= height_)
         return false;
-    if (!take_block()) {
+    // Behind the lines that are held, once there is room for them.
+    const bool has_room = block_.size() != 0;
+    std::uint32_t got = 0;
+    NUV_InputBlock in(*src_buffer_, has_room ? block_.data() + held_bytes_ : nullptr, &got);
+    if (!in || !take(in, got)) {
         static_cast<void>(write_held()); // the lines before a failure stand
         return false;
     }
@@ -116,16 +120,19 @@ bool NUV_WriteStorageEngine::execute()
     if (is_due && (!write_held() || !write_pad()))
         return fail(manager(), NUV_ERR_IO, execute_method);
     ++lines_done_;
-    return src_buffer_->release();
+    return in.release();
 }
 
-bool NUV_WriteStorageEngine::take_block()
+// A header alone may state any size: memory is asked for when there is a line to put into it.
+bool NUV_WriteStorageEngine::take(const NUV_InputBlock& line, std::uint32_t got)
 {
-    std::uint32_t got = 0;
-    const bool arrived =
-        block_.size() == 0 ? take_first(got) : src_buffer_->get(block_.data() + held_bytes_, &got);
-    if (!arrived || (got == 0 && !raw_))
+    if (got == 0 && !raw_)
         return false;
+    if (block_.size() == 0) {
+        if (!block_.allocate(manager(), std::size_t{most_held_lines_} * src_buffer_->block_bytes()))
+            return false;
+        std::memcpy(block_.data(), line.data(), got);
+    }
     std::uint8_t* const block = block_.data() + held_bytes_;
     if (!leave_gap())
         return fail(manager(), NUV_ERR_IO, execute_method);
@@ -137,20 +144,6 @@ bool NUV_WriteStorageEngine::take_block()
             reverse_samples(block, got, sample_bytes_);
     }
     held_bytes_ += got;
-    return true;
-}
-
-// A header alone may state any size: memory is asked for when there is a line to put into it.
-bool NUV_WriteStorageEngine::take_first(std::uint32_t& got)
-{
-    const void* line = src_buffer_->get(&got);
-    if (!line)
-        return false;
-    if (!block_.allocate(manager(), std::size_t{most_held_lines_} * src_buffer_->block_bytes())) {
-        static_cast<void>(src_buffer_->release());
-        return false;
-    }
-    std::memcpy(block_.data(), line, got);
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "core/tiff/nuv_upsamplechroma.h"
 
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 #include <limits>
@@ -69,19 +70,17 @@ public:
     {
         if (line_ >= header_.height())
             return false;
-        auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+        NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
         const std::size_t row = line_ % Units::down;
-        if (row == 0 && !take_units()) {
-            static_cast<void>(dst_buffer_->release(0));
+        if (row == 0 && !take_units())
             return false;
-        }
-        Units::expand(units_, out, header_.width(), row);
+        Units::expand(units_, out.as<std::uint8_t>(), header_.width(), row);
         ++line_;
         const bool is_last = row + 1 == Units::down || line_ == header_.height();
         const bool released = !is_last || src_buffer_->release();
-        const bool committed = dst_buffer_->release(header_.line_bytes());
+        const bool committed = out.commit(header_.line_bytes());
         return released && committed;
     }
 

@@ -2,6 +2,7 @@
 
 #include "core/winrle/nuv_winrledecoder.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <optional>
 
@@ -56,18 +57,16 @@ bool NUV_DecodeWinRLEEngine::execute()
 
     if (line_ >= header_.height())
         return false;
-    auto* out = static_cast<std::uint8_t*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    const std::uint32_t code = decoder_->decode_line(out);
-    if (code == NUV_WARN_BROKEN_DATA) {
+    const std::uint32_t code = decoder_->decode_line(out.as<std::uint8_t>());
+    if (code == NUV_WARN_BROKEN_DATA)
         warn(manager(), NUV_WARN_BROKEN_DATA, method);
-    } else if (code != WinRLEDecoder::line_done) {
-        static_cast<void>(dst_buffer_->release(0));
+    else if (code != WinRLEDecoder::line_done)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
-    }
     ++line_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2/source/nuv_scalei2engine.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -80,11 +81,12 @@ bool NUV_ScaleI2CoreEngine<A, Taps>::fill_ring(std::uint32_t first, std::uint32_
     if (!skip_lines(first))
         return false;
     while (lines_read_ <= last) {
-        const auto* in = static_cast<const Sample*>(take_line());
+        NUV_InputBlock in(*src_buffer_);
         if (!in)
             return false;
-        row_.filter(in, slot(lines_read_));
-        if (!release_line())
+        row_.filter(in.as<Sample>(), slot(lines_read_));
+        ++lines_read_;
+        if (!in.release())
             return false;
     }
     return true;
@@ -98,15 +100,15 @@ bool NUV_ScaleI2CoreEngine<A, Taps>::execute()
     const std::int64_t first = column_.first(line_);
     if (!fill_ring(clamped(first), clamped(first + Taps - 1)))
         return false;
-    auto* out = static_cast<Sample*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
     const Middle* lines[Taps];
     for (int i = 0; i < Taps; ++i)
         lines[i] = slot(clamped(first + i));
-    column_.combine(line_, lines, out);
+    column_.combine(line_, lines, out.as<Sample>());
     ++line_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 // True when the result is the middle of the source as it is: both centres lie on pixels, or both

@@ -2,6 +2,7 @@
 
 #include "extension/scalei2utility/nuv_scalei2arithmetic.h"
 #include "framework/base/nuv_failure.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 
@@ -38,8 +39,8 @@ bool NUV_ScaleI2Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, N
 
 bool NUV_ScaleI2Engine::skip_lines(std::uint32_t end)
 {
-    while (lines_read_ < end) {
-        if (!take_line() || !release_line())
+    for (; lines_read_ < end; ++lines_read_) {
+        if (!skip_block(*src_buffer_))
             return false;
     }
     return true;

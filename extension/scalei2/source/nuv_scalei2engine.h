@@ -35,13 +35,6 @@ protected:
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const NUV_ScaleI2Order& order, std::uint16_t sample_bits);
 
-    // The next source line, for release_line(). Null when there is none.
-    [[nodiscard]] const void* take_line() { return src_buffer_->get(nullptr); }
-    [[nodiscard]] bool release_line()
-    {
-        ++lines_read_;
-        return src_buffer_->release();
-    }
     // Takes and drops source lines up to line `end`. False when there are not as many.
     [[nodiscard]] bool skip_lines(std::uint32_t end);
 

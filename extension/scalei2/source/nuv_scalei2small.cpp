@@ -2,6 +2,7 @@
 #include "extension/scalei2/nuv_scalei2.h"
 #include "extension/scalei2/source/nuv_scalei2engine.h"
 #include "extension/scalei2utility/nuv_scalei2smallutility.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <type_traits>
 
@@ -51,19 +52,20 @@ bool NUV_ScaleI2SmallEngine<T>::execute()
     sums_.clear();
     const std::uint32_t end = rows_.start(line_ + std::size_t{1});
     while (lines_read_ < end) {
-        const void* in = take_line();
+        NUV_InputBlock in(*src_buffer_);
         if (!in)
             return false;
-        sums_.add(static_cast<const T*>(in));
-        if (!release_line())
+        sums_.add(in.as<T>());
+        ++lines_read_;
+        if (!in.release())
             return false;
     }
-    auto* out = static_cast<T*>(dst_buffer_->get());
+    NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    sums_.divide(out, rows_.count(line_), maximum_);
+    sums_.divide(out.as<T>(), rows_.count(line_), maximum_);
     ++line_;
-    return dst_buffer_->release(header_.line_bytes());
+    return out.commit(header_.line_bytes());
 }
 
 } // namespace

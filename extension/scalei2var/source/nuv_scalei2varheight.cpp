@@ -3,6 +3,7 @@
 #include "extension/scalei2utility/nuv_scalei2filter.h"
 #include "extension/scalei2var/nuv_scalei2var.h"
 #include "framework/engine/nuv_processengine.h"
+#include "framework/engine/nuv_stepblocks.h"
 
 #include <type_traits>
 
@@ -104,16 +105,16 @@ public:
             return false;
         if (!lines_.move_to(this->filter_.first(this->line_)))
             return false;
-        auto* out = static_cast<typename A::Sample*>(this->dst_buffer_->get());
+        NUV_OutputBlock out(*this->dst_buffer_);
         if (!out)
             return false;
         const typename A::Middle* lines[Taps];
         for (std::uint32_t i = 0; i < Taps; ++i)
             lines[i] = reinterpret_cast<const typename A::Middle*>(lines_.line(i));
-        this->filter_.combine(this->line_, lines, out);
+        this->filter_.combine(this->line_, lines, out.as<typename A::Sample>());
         ++this->line_;
         const bool released = this->line_ < this->header_.height() || lines_.release_all();
-        const bool committed = this->dst_buffer_->release(this->header_.line_bytes());
+        const bool committed = out.commit(this->header_.line_bytes());
         return released && committed;
     }
 
