@@ -9,7 +9,8 @@
 
 namespace nuv {
 
-// The heap, counted, with one allocation that fails on request. A memory policy of the manager.
+// The heap, counted, with one allocation that fails on request, and each that is larger than any
+// test needs: what a machine would do with it is its own affair. A memory policy of the manager.
 class NUV_FailingMemory final : public NUV_MemoryManager {
 public:
     static constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
@@ -17,7 +18,7 @@ public:
     void* allocate(std::size_t bytes) override
     {
         largest_ = std::max(largest_, bytes);
-        if (allocations_++ == fail_at_)
+        if (allocations_++ == fail_at_ || bytes > most_bytes)
             return nullptr;
         void* memory = std::malloc(bytes);
         live_ += memory ? 1 : 0;
@@ -42,6 +43,8 @@ public:
     [[nodiscard]] std::size_t largest() const noexcept { return largest_; }
 
 private:
+    static constexpr std::size_t most_bytes = std::size_t{1} << 30;
+
     std::size_t allocations_ = 0;
     std::size_t fail_at_ = never;
     std::size_t live_ = 0;
