@@ -20,7 +20,7 @@ using U16 = std::uint16_t;
 // What these give is compared with a model, at each level, among the operations.
 TEST(PixelForms, MirrorRotateAndDLut)
 {
-    for (const std::size_t bytes : {1, 2, 3, 6})
+    for (const std::size_t bytes : {1U, 2U, 3U, 6U})
         expect_chosen("PPAA", [=](auto& cpu) { return choose_mirror_row(cpu, bytes); });
     expect_chosen("PSSS", [](auto& cpu) { return choose_rotate90tile(cpu, 1); });
     expect_chosen("PPAA", [](auto& cpu) { return choose_rotate90tile(cpu, 3); });
@@ -46,7 +46,7 @@ TEST(PixelForms, Lut)
         };
     };
     expect_same_forms<U8>("PPAV", choose(1), draw_call(1));
-    for (const std::size_t channels : {2, 3, 4})
+    for (const std::size_t channels : {2U, 3U, 4U})
         expect_same_forms<U8>("PPPV", choose(channels), draw_call(channels));
     expect_chosen("PPPP", choose(5));
     expect_chosen("PPPP", [](auto& cpu) { return choose_lut_row<U16, U8>(cpu, 1); });
@@ -60,7 +60,7 @@ TEST(PixelForms, ColorMatrix)
         return [=](const NUV_Cpu& cpu) { return choose_matrix_row<U8>(cpu, matrix); };
     };
     constexpr std::int32_t extremes[] = {-32768, 0, 32767, 0, 0, 0, 0, 0, 0, 0, 32768, 0};
-    for (const std::size_t rows : {1, 3}) {
+    for (const std::size_t rows : {1U, 3U}) {
         for (std::size_t columns = 4 - rows; columns <= 3; columns += 2) {
             const std::size_t count = rows * columns;
             expect_same_forms<U8>("PPAA", choose({extremes, extremes, rows, columns}),
