@@ -79,12 +79,12 @@ bool QDPackBitsDecoder::decode_line(std::uint8_t* line)
         std::uint8_t byte = 0;
         if (!input_.read_byte(byte))
             return fail(data_ended);
-        const int control = static_cast<std::int8_t>(byte);
+        const int control = byte < 128 ? byte : byte - 256; // it has a sign
         bool complete = true;
         if (control >= 0)
-            complete = copy_run(line, room, static_cast<std::size_t>(control + 1));
+            complete = copy_run(line, room, static_cast<std::size_t>(control) + 1);
         else if (control != -128) // which does nothing
-            complete = fill_run(line, room, static_cast<std::size_t>(1 - control));
+            complete = fill_run(line, room, static_cast<std::size_t>(-control) + 1);
         if (!complete)
             return fail(data_ended);
     }

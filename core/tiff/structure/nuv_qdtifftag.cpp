@@ -1,6 +1,7 @@
 #include "core/tiff/structure/nuv_qdtifftag.h"
 
 #include <algorithm>
+#include <cmath>
 #include <concepts>
 #include <cstring>
 #include <limits>
@@ -30,7 +31,7 @@ To number_of(const From& from) noexcept
             return Limits::max();
         if (from <= static_cast<double>(Limits::min()))
             return Limits::min();
-        return from == from ? static_cast<To>(from) : To{0};
+        return std::isnan(from) ? To{0} : static_cast<To>(from);
     } else if constexpr (is_rational<From>) {
         const std::int64_t numerator = from.numerator;
         const std::int64_t denominator = from.denominator;
