@@ -1,5 +1,6 @@
-// Run data of any kind through chains of the operations on it. What comes out has to be a whole
-// image or an error, and the same image that the operations give on packed bits.
+// Run data of any kind through chains of the operations on it. Each leaves lines of ordered runs
+// within the width; what comes out has to be a whole image or an error, and the same image that the
+// operations give on packed bits.
 //
 // The input: width (2 bytes), height, block size and three operations of five bytes, then records.
 
@@ -113,24 +114,47 @@ void append_operation(NUV_TestChain& chain, const Operation& operation)
         chain.append<NUV_ScaleNN>(numbers[0] | (numbers[2] & 3) << 8, numbers[1]);
 }
 
+[[noreturn]] void fail(const char* what, std::uint32_t width, std::uint32_t height)
+{
+    std::fprintf(stderr, "%s in an image of %ux%u\n", what, width, height);
+    std::abort();
+}
+
+// What every reader of the form may rely on, whatever damage stood before.
+void check_lines(const Bytes& bytes, std::uint32_t width, std::uint32_t height)
+{
+    std::uint64_t free_from = 0;
+    std::uint32_t lines = 0;
+    for (std::size_t at = 0; at < bytes.size(); at += NUV_QDRLERun::bytes) {
+        const NUV_QDRLERun run = load_run(bytes.data() + at);
+        if (run.is_terminator()) {
+            ++lines;
+            free_from = 0;
+        } else if (run.start < free_from || run.start > run.end || run.end >= width) {
+            fail("runs out of order", width, height);
+        } else {
+            free_from = std::uint64_t{run.end} + 2;
+        }
+    }
+    if (bytes.size() % NUV_QDRLERun::bytes != 0 || lines > height || free_from != 0)
+        fail("no whole lines", width, height);
+}
+
 // Without an error there is a whole image. What stands behind the width counts as zero.
 [[nodiscard]] Bytes finished(std::uint32_t width, std::uint32_t height, Bytes bytes)
 {
     const std::size_t line_bytes = (std::size_t{width} + 7) / 8;
-    if (bytes.size() != line_bytes * height) {
-        std::fprintf(stderr, "%zu bytes of an image of %ux%u\n", bytes.size(), width, height);
-        std::abort();
-    }
+    if (bytes.size() != line_bytes * height)
+        fail("not all bytes", width, height);
     for (std::size_t i = line_bytes; i <= bytes.size(); i += line_bytes)
         bytes[i - 1] = static_cast<std::uint8_t>(bytes[i - 1] & 0xFFU << (line_bytes * 8 - width));
     return bytes;
 }
 
-// The image as packed bits, after the operations on runs or, when `bits_first`, on bits. Nothing
-// after an error, and where runs as they came would be decoded: their order then counts.
-[[nodiscard]] std::optional<Bytes> run(const Job& job, bool bits_first)
+// The runs and the operations, on runs or, when `bits_first`, on bits. False where the runs are
+// still as they came.
+bool build(NUV_TestChain& chain, const Job& job, bool bits_first)
 {
-    NUV_TestChain chain; // which complains about whatever it leaves
     chain.source_bytes({.width = job.width,
                         .height = job.height,
                         .bits = 1,
@@ -144,7 +168,15 @@ void append_operation(NUV_TestChain& chain, const Operation& operation)
     }
     for (const Operation& operation : job.operations)
         append_operation(chain, operation);
-    const bool is_ordered = chain.last() != source;
+    return chain.last() && chain.last() != source;
+}
+
+// The image as packed bits. Nothing after an error, and where runs as they came would be decoded:
+// their order then counts.
+[[nodiscard]] std::optional<Bytes> run(const Job& job, bool bits_first)
+{
+    NUV_TestChain chain; // which complains about whatever it leaves
+    const bool is_ordered = build(chain, job, bits_first);
     if (!chain.append<NUV_DecodeQDRLE>())
         return std::nullopt;
     const std::uint32_t width = chain.header().width();
@@ -156,12 +188,23 @@ void append_operation(NUV_TestChain& chain, const Operation& operation)
     return is_ordered ? std::optional(bytes) : std::nullopt;
 }
 
+void check_runs(const Job& job)
+{
+    NUV_TestChain chain;
+    if (!build(chain, job, false))
+        return;
+    const std::uint32_t width = chain.header().width();
+    const std::uint32_t height = chain.header().height();
+    check_lines(chain.run_bytes(), width, height);
+}
+
 } // namespace
 } // namespace nuv
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const nuv::Job job(nuv::NUV_Numbers(data, size));
+    nuv::check_runs(job);
     const auto from_runs = nuv::run(job, false);
     const bool scales = std::ranges::any_of(
         job.operations, [](const nuv::Operation& operation) { return operation.kind == 3; });
