@@ -1,0 +1,278 @@
+#pragma once
+
+#include "framework/base/nuv_status.h"
+#include "tests/support/nuv_model_codecs.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+namespace nuv::model {
+
+// What a bitmap is and what comes of it, read field by field and pixel by pixel.
+class Bitmap {
+public:
+    enum class Color { s_rgb, gray, gray_reverse };
+
+    bool is_loaded = false; // the description is there
+    bool is_read = false;   // and a chain that delivers the image, as far as the data goes
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint16_t bits = 0; // of the samples that come out
+    std::uint16_t channels = 1;
+    Color color = Color::s_rgb;
+    std::uint32_t coding = 0;          // 0 is raw, 1 and 2 run-length coded in 8 and 4 bits
+    std::vector<std::uint8_t> palette; // red, green, blue
+    std::int32_t resolution[2] = {};
+    bool is_too_large = false; // for samples
+    std::vector<std::uint8_t> samples;
+    NUV_StatusCode code = NUV_STATUS_OK; // of the first error, or else of the first warning
+    std::string text;
+
+    // It begins at byte `begin` of what is stored, with a file header or without.
+    Bitmap(std::vector<std::uint8_t> stored, bool has_file_header, std::size_t begin = 0,
+           std::uint64_t most_bytes = 1U << 22)
+        : stored_(std::move(stored)),
+          at_(begin),
+          most_bytes_(most_bytes)
+    {
+        is_loaded = (!has_file_header || load_file_header()) && load_info_header() && is_valid() &&
+                    load_palette();
+        if (is_loaded)
+            describe();
+        if (is_loaded && off_bits_ != 0 && off_bits_ < at_ - begin)
+            is_loaded = fail(NUV_ERR_INVALID_DATA, "NUV_BitmapFileHeader::is_valid()");
+        is_read = is_loaded && (off_bits_ <= stored_.size() ||
+                                fail(NUV_ERR_BROKEN_DATA, "NUV_ReadBMP::engine()"));
+        at_ = off_bits_ != 0 ? off_bits_ : at_;
+        is_read = is_read && (coding != 0 ? read_coded() : read_raw());
+    }
+
+private:
+    // An error hides what was there but an error. False.
+    bool fail(NUV_StatusCode new_code, const char* new_text)
+    {
+        if (code == NUV_STATUS_OK || (is_error(new_code) && !is_error(code))) {
+            code = new_code;
+            text = new_text;
+        }
+        return false;
+    }
+    static bool is_one_of(std::uint32_t value, std::initializer_list<std::uint32_t> values)
+    {
+        return std::ranges::find(values, value) != values.end();
+    }
+    std::uint64_t left() const { return stored_.size() - at_; }
+    std::uint32_t load(std::size_t at, unsigned bytes) const
+    {
+        std::uint32_t value = 0;
+        for (unsigned i = 0; i < bytes; ++i)
+            value |= std::uint32_t{stored_[at + i]} << (8 * i);
+        return value;
+    }
+    // Of the info header; 0 where it is shorter.
+    std::uint32_t field(std::uint32_t offset, unsigned bytes = 4) const
+    {
+        return offset + bytes > size_ ? 0 : load(info_ + offset, bytes);
+    }
+
+    bool load_file_header()
+    {
+        if (left() >= 2 && load(at_, 2) != 0x4D42)
+            return false;
+        if (left() < 14)
+            return fail(NUV_ERR_BROKEN_DATA, "NUV_BitmapFileHeader::read()");
+        off_bits_ = load(at_ + 10, 4);
+        at_ += 14;
+        return true;
+    }
+    bool load_info_header()
+    {
+        constexpr auto method = "NUV_BitmapInfoHeader::read()";
+        if (left() < 4)
+            return fail(NUV_ERR_BROKEN_DATA, method);
+        info_ = at_;
+        size_ = load(at_, 4);
+        if (!is_one_of(size_, {12, 40, 52, 56, 60, 96, 108, 112, 120, 124}))
+            return false;
+        if (left() < size_)
+            return fail(NUV_ERR_BROKEN_DATA, method);
+        const bool is_short = size_ == 12;
+        columns_ = static_cast<std::int32_t>(field(4));
+        lines_ = static_cast<std::int32_t>(field(8));
+        if (is_short) {
+            columns_ = static_cast<std::int16_t>(field(4, 2));
+            lines_ = static_cast<std::int16_t>(field(6, 2));
+        }
+        depth_ = field(is_short ? 10 : 14, 2);
+        compression_ = is_short ? 0 : field(16);
+        at_ += size_;
+        std::size_t masks = info_ + 40;
+        at_ += size_ == 40 && compression_ == 3 && is_one_of(depth_, {16, 32}) ? 12 : 0;
+        if (at_ > stored_.size())
+            return fail(NUV_ERR_BROKEN_DATA, method);
+        for (std::uint32_t& mask : masks_) {
+            mask = masks + 4 <= at_ ? load(masks, 4) : 0;
+            masks += 4;
+        }
+        return true;
+    }
+    bool is_valid()
+    {
+        constexpr auto method = "NUV_BitmapInfoHeader::is_valid()";
+        bool good = columns_ > 0 && lines_ != 0 && is_one_of(depth_, {1, 4, 8, 16, 24, 32}) &&
+                    compression_ <= 3;
+        if (compression_ == 3) {
+            good = good && is_one_of(depth_, {16, 32}) && (masks_[0] & masks_[1]) == 0 &&
+                   (masks_[0] & masks_[2]) == 0 && (masks_[1] & masks_[2]) == 0;
+            for (const std::uint64_t mask : masks_) // a run with one more at its end is one bit
+                good = good && std::popcount(mask + (mask & (0 - mask))) <= 1;
+        }
+        if (!good)
+            return fail(NUV_ERR_INVALID_DATA, method);
+        if (!is_one_of(field(56), {0, 0x73524742, 0x57696E20, 0x4C494E4B, 0x4D424544}))
+            fail(NUV_WARN_BROKEN_DATA, method);
+        return true;
+    }
+    bool load_palette()
+    {
+        const std::uint32_t entry_bytes = size_ == 12 ? 3 : 4;
+        const std::uint64_t used = field(32, 2);
+        const std::uint64_t limit = std::uint64_t{1} << std::min(depth_, 24U);
+        if (depth_ > 8 && used == 0)
+            return true;
+        const std::uint64_t count = used != 0 && used < limit ? used : limit;
+        if (left() < std::max(used, count) * entry_bytes)
+            return fail(NUV_ERR_BROKEN_DATA, "NUV_DIBInfo::read_palette()");
+        for (std::size_t i = 0; i < count * 3 && depth_ <= 8; ++i)
+            palette.push_back(stored_[at_ + i / 3 * entry_bytes + 2 - i % 3]);
+        at_ += std::max(used, count) * entry_bytes;
+        return true;
+    }
+    void describe()
+    {
+        width = static_cast<std::uint32_t>(columns_);
+        height = static_cast<std::uint32_t>(std::abs(lines_));
+        channels = depth_ > 8 ? 3 : 1;
+        bits = depth_ == 1 ? 1 : compression_ == 3 ? mask_depth() : 8;
+        coding = compression_ % 3;
+        if (depth_ == 1 && palette == std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255})
+            color = Color::gray;
+        if (depth_ == 1 && palette == std::vector<std::uint8_t>{255, 255, 255, 0, 0, 0})
+            color = Color::gray_reverse;
+        if (color != Color::s_rgb)
+            palette.clear();
+        resolution[0] = static_cast<std::int32_t>(field(24));
+        resolution[1] = static_cast<std::int32_t>(field(28));
+        const std::uint64_t profile = field(116);
+        if (is_one_of(field(56), {0x4C494E4B, 0x4D424544}) && profile != 0 &&
+            field(112) + profile > stored_.size())
+            fail(NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()");
+    }
+    // One position runs over all three masks.
+    std::uint16_t mask_depth() const
+    {
+        unsigned at = 0;
+        unsigned longest = 0;
+        for (const std::uint32_t mask : masks_) {
+            while (at < depth_ && (mask >> at & 1) == 0)
+                ++at;
+            const unsigned first = at;
+            while (first < depth_ && at < 32 && (mask >> at & 1) == 1)
+                ++at;
+            longest = std::max(longest, at - first);
+        }
+        return longest <= 8 ? 8 : longest <= 16 ? 16 : 32;
+    }
+
+    bool read_coded()
+    {
+        if (depth_ != 4 && depth_ != 8)
+            return fail(NUV_ERR_UNSUPPORTED, "NUV_DecodeWinRLEEngine::initiate()");
+        is_too_large = std::uint64_t{width} * height > most_bytes_;
+        if (is_too_large)
+            return true;
+        const auto data = std::span<const std::uint8_t>(stored_).subspan(at_);
+        const Decoded out = (coding == 1 ? win_rle<8> : win_rle<4>)(data, width, height);
+        if (out.broken || out.warned)
+            fail(out.broken ? NUV_ERR_BROKEN_DATA : NUV_WARN_BROKEN_DATA,
+                 "NUV_DecodeWinRLEEngine::execute()");
+        if (lines_ < 2) // as they come
+            samples = out.bytes;
+        for (auto line = out.bytes.end(); lines_ >= 2 && !out.broken && line > out.bytes.begin();
+             line -= width)
+            samples.insert(samples.end(), line - width, line);
+        return true;
+    }
+    bool read_raw()
+    {
+        const std::uint64_t line_bytes = (std::uint64_t{width} * depth_ + 7) / 8;
+        const std::uint64_t stored_bytes = (line_bytes + 3) / 4 * 4;
+        const std::uint64_t out_bytes = (std::uint64_t{width} * channels * bits + 7) / 8;
+        if (std::max(stored_bytes, out_bytes) > 0x7FFFFFFF)
+            return fail(NUV_ERR_UNSUPPORTED, "NUV_ReadDIBRawEngine::initiate()");
+        is_too_large = out_bytes * height > most_bytes_;
+        for (std::uint64_t i = 0; i < height && !is_too_large; ++i) {
+            const std::uint64_t at = at_ + stored_bytes * (lines_ > 0 ? height - 1 - i : i);
+            if (at > 0x7FFFFFFF)
+                fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't seek");
+            else if (at + line_bytes > stored_.size())
+                fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't read");
+            else if (at + stored_bytes > stored_.size())
+                fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't skip");
+            for (std::uint32_t x = 0; x < width; ++x)
+                put_pixel(at, x);
+        }
+        return true;
+    }
+    // Bytes that are missing are zeros.
+    void put_pixel(std::uint64_t line, std::uint32_t x)
+    {
+        std::uint32_t pixel = 0;
+        for (std::uint64_t i = 0; i < (depth_ + 7) / 8; ++i) {
+            const std::uint64_t at = line + std::uint64_t{x} * depth_ / 8 + i;
+            pixel |= at < stored_.size() ? std::uint32_t{stored_[at]} << (8 * i) : 0;
+        }
+        if (depth_ == 1 && x % 8 == 0)
+            samples.push_back(0);
+        if (depth_ == 1)
+            samples.back() = static_cast<std::uint8_t>(samples.back() | (pixel & 128U >> x % 8));
+        if (depth_ == 4)
+            put(x % 2 == 0 ? pixel >> 4 : pixel & 15);
+        if (depth_ == 8)
+            put(pixel);
+        for (unsigned i = 0; i < 3 && depth_ > 8; ++i) {
+            const auto shift = static_cast<unsigned>(std::countr_zero(masks_[i]));
+            if (compression_ == 3)
+                put(shift < depth_ ? (pixel & masks_[i]) >> shift : 0);
+            else
+                put(depth_ == 16 ? (pixel >> (10 - 5 * i) & 31) << 3 : pixel >> (16 - 8 * i));
+        }
+    }
+    // The low bytes of a sample, in host order.
+    void put(std::uint32_t sample)
+    {
+        for (int byte = 0, last = bits / 8 - 1; byte <= last; ++byte)
+            samples.push_back(static_cast<std::uint8_t>(
+                sample >> 8 * (std::endian::native == std::endian::little ? byte : last - byte)));
+    }
+
+    std::vector<std::uint8_t> stored_;
+    std::size_t at_;
+    std::uint64_t most_bytes_;
+    std::uint32_t off_bits_ = 0;
+    std::size_t info_ = 0;
+    std::uint32_t size_ = 0; // of the info header
+    std::int64_t columns_ = 0;
+    std::int64_t lines_ = 0; // from the bottom where positive
+    std::uint32_t depth_ = 0;
+    std::uint32_t compression_ = 0;
+    std::uint32_t masks_[3] = {};
+};
+
+} // namespace nuv::model
