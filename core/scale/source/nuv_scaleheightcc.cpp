@@ -1,10 +1,10 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/kernels/nuv_cubicweights.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
+#include "core/scale/nuv_linewindowengine.h"
 #include "core/scale/nuv_scalecc.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scalenn.h"
-#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 
@@ -12,10 +12,10 @@ namespace nuv {
 namespace {
 
 template <IntegerSample T, RealNumber R>
-class NUV_ScaleHeightCCEngine final : public NUV_ScaleHeightEngine {
+class NUV_ScaleHeightCCEngine final : public NUV_LineWindowEngine<NUV_ScaleHeightEngine, 4> {
 public:
     static constexpr auto initiate_method = "NUV_ScaleHeightCCEngine::initiate()";
-    using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
+    using NUV_LineWindowEngine<NUV_ScaleHeightEngine, 4>::NUV_LineWindowEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height, double a, std::uint16_t bits)
@@ -30,40 +30,30 @@ public:
         samples_per_line_ = std::size_t{header->width()} * header->channels();
         combine_ = choose_combine_lines<T, Weight>(manager().cpu(), has_narrow_weights(a));
         position_ = ratio_ * 0.5 + 1.5; // two lines of padding above line 0
-        lines_.initiate(src, source_height_);
+        window_.initiate(src, source_height_);
         return true;
-    }
-
-    [[nodiscard]] bool execute() override
-    {
-        if (line_ >= destination_height_)
-            return false;
-        const std::int64_t i = whole(position_, std::int64_t{source_height_} + 1);
-        if (!lines_.move_to(i - 3))
-            return false;
-        NUV_OutputBlock out(*dst_buffer_);
-        if (!out)
-            return false;
-        const T* lines[4];
-        for (std::uint32_t k = 0; k < 4; ++k)
-            lines[k] = reinterpret_cast<const T*>(lines_.line(k));
-        combine_(lines, out.as<T>(), samples_per_line_,
-                 cubic_weights<R>(position_ - static_cast<double>(i), a_), limits_);
-        position_ += ratio_;
-        ++line_;
-        const bool released = line_ < destination_height_ || lines_.release_all();
-        const bool committed = out.commit(line_bytes_);
-        return released && committed;
     }
 
 private:
     using Weight = ScaleWeight<R>;
 
+    [[nodiscard]] bool move_window() override
+    {
+        whole_ = whole(position_, std::int64_t{source_height_} + 1);
+        return window_.move_to(whole_ - 3);
+    }
+    void make_line(std::uint8_t* out) override
+    {
+        combine_(window_.lines<T>().data(), reinterpret_cast<T*>(out), samples_per_line_,
+                 cubic_weights<R>(position_ - static_cast<double>(whole_), a_), limits_);
+        position_ += ratio_;
+    }
+
     double a_ = 0;
     NUV_SampleLimits<T> limits_;
     std::size_t samples_per_line_ = 0;
     CombineLines<T, Weight> combine_ = nullptr;
-    NUV_LineWindow<4> lines_;
+    std::int64_t whole_ = 0; // of the position
 };
 
 } // namespace

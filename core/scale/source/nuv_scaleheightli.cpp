@@ -1,9 +1,9 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
+#include "core/scale/nuv_linewindowengine.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/nuv_scalenn.h"
-#include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
 
@@ -11,10 +11,10 @@ namespace nuv {
 namespace {
 
 template <IntegerSample T, RealNumber R>
-class NUV_ScaleHeightLIEngine final : public NUV_ScaleHeightEngine {
+class NUV_ScaleHeightLIEngine final : public NUV_LineWindowEngine<NUV_ScaleHeightEngine, 2> {
 public:
     static constexpr auto initiate_method = "NUV_ScaleHeightLIEngine::initiate()";
-    using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
+    using NUV_LineWindowEngine<NUV_ScaleHeightEngine, 2>::NUV_LineWindowEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
@@ -27,36 +27,29 @@ public:
         samples_per_line_ = std::size_t{header->width()} * header->channels();
         blend_ = choose_blend_lines<T, Weight>(manager().cpu());
         position_ = (ratio_ + 1) * 0.5; // one line of padding above line 0
-        lines_.initiate(src, source_height_);
+        window_.initiate(src, source_height_);
         return true;
-    }
-
-    [[nodiscard]] bool execute() override
-    {
-        if (line_ >= destination_height_)
-            return false;
-        const std::int64_t i = whole(position_, source_height_);
-        if (!lines_.move_to(i - 1))
-            return false;
-        NUV_OutputBlock out(*dst_buffer_);
-        if (!out)
-            return false;
-        blend_(reinterpret_cast<const T*>(lines_.line(0)),
-               reinterpret_cast<const T*>(lines_.line(1)), out.as<T>(), samples_per_line_,
-               scale_weight<R>(position_ - static_cast<double>(i)));
-        position_ += ratio_;
-        ++line_;
-        const bool released = line_ < destination_height_ || lines_.release_all();
-        const bool committed = out.commit(line_bytes_);
-        return released && committed;
     }
 
 private:
     using Weight = ScaleWeight<R>;
 
+    [[nodiscard]] bool move_window() override
+    {
+        whole_ = whole(position_, source_height_);
+        return window_.move_to(whole_ - 1);
+    }
+    void make_line(std::uint8_t* out) override
+    {
+        const auto [upper, lower] = window_.lines<T>();
+        blend_(upper, lower, reinterpret_cast<T*>(out), samples_per_line_,
+               scale_weight<R>(position_ - static_cast<double>(whole_)));
+        position_ += ratio_;
+    }
+
     std::size_t samples_per_line_ = 0;
     BlendLines<T, Weight> blend_ = nullptr;
-    NUV_LineWindow<2> lines_;
+    std::int64_t whole_ = 0; // of the position
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
+#include "core/scale/nuv_linewindowengine.h"
 #include "core/scale/nuv_scalepp.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "core/scale/source/nuv_taprow.h"
-#include "framework/engine/nuv_stepblocks.h"
 
 #include <cmath>
 #include <cstring>
@@ -75,10 +75,10 @@ private:
 };
 
 template <IntegerSample T, RealNumber R>
-class NUV_ScaleHeightPPEEngine final : public NUV_ScaleHeightPPEngine<T> {
+class NUV_ScaleHeightPPEEngine final : public NUV_LineWindowEngine<NUV_ScaleHeightPPEngine<T>, 2> {
 public:
     static constexpr auto initiate_method = "NUV_ScaleHeightPPEEngine::initiate()";
-    using NUV_ScaleHeightPPEngine<T>::NUV_ScaleHeightPPEngine;
+    using NUV_LineWindowEngine<NUV_ScaleHeightPPEngine<T>, 2>::NUV_LineWindowEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height)
@@ -89,42 +89,32 @@ public:
             return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
         blend_ = choose_blend_lines<T, Weight>(this->manager().cpu());
         walk_.initiate(this->source_height_, height);
-        lines_.initiate(src, this->source_height_);
+        this->window_.initiate(src, this->source_height_);
         return true;
-    }
-
-    [[nodiscard]] bool execute() override
-    {
-        if (this->line_ >= this->destination_height_)
-            return false;
-        const NUV_Stretch stretch = walk_.next();
-        const Weight weight = scale_weight<R>(stretch.weight);
-        const bool is_copy = weight == scale_weight_one<R>;
-        if (!lines_.move_to(stretch.first, is_copy ? 1 : 2))
-            return false;
-        NUV_OutputBlock out(*this->dst_buffer_);
-        if (!out)
-            return false;
-        if (is_copy) {
-            std::memcpy(out.data(), lines_.line(0), this->line_bytes_);
-        } else {
-            // The weight is that of the upper line.
-            blend_(reinterpret_cast<const T*>(lines_.line(1)),
-                   reinterpret_cast<const T*>(lines_.line(0)), out.as<T>(), this->samples_per_line_,
-                   weight);
-        }
-        ++this->line_;
-        const bool released = this->line_ < this->destination_height_ || lines_.release_all();
-        const bool committed = out.commit(this->line_bytes_);
-        return released && committed;
     }
 
 private:
     using Weight = ScaleWeight<R>;
 
+    [[nodiscard]] bool is_copy() const noexcept { return weight_ == scale_weight_one<R>; }
+    [[nodiscard]] bool move_window() override
+    {
+        const NUV_Stretch stretch = walk_.next();
+        weight_ = scale_weight<R>(stretch.weight);
+        return this->window_.move_to(stretch.first, is_copy() ? 1 : 2);
+    }
+    void make_line(std::uint8_t* out) override
+    {
+        const auto [upper, lower] = this->window_.template lines<T>();
+        if (is_copy())
+            std::memcpy(out, upper, this->line_bytes_);
+        else
+            blend_(lower, upper, reinterpret_cast<T*>(out), this->samples_per_line_, weight_);
+    }
+
     BlendLines<T, Weight> blend_ = nullptr;
     NUV_StretchWalk walk_;
-    NUV_LineWindow<2> lines_;
+    Weight weight_ = 0; // of the upper line
 };
 
 } // namespace

@@ -1,10 +1,9 @@
 #include "core/include/nuv_scaleframe.h"
 #include "core/scale/kernels/nuv_scaleshrinkli_kernels.h"
-#include "core/scale/nuv_scaleengine.h"
+#include "core/scale/nuv_linewindowengine.h"
 #include "core/scale/nuv_scaleli.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
 #include "framework/base/nuv_held.h"
-#include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,14 +13,13 @@ namespace nuv {
 namespace {
 
 template <IntegerSample T, RealNumber R>
-class NUV_ScaleShrinkLIEngine final : public NUV_ScaleShrinkEngine {
+class NUV_ScaleShrinkLIEngine final : public NUV_LineWindowEngine<NUV_ScaleShrinkEngine, 2> {
 public:
     static constexpr auto initiate_method = "NUV_ScaleShrinkLIEngine::initiate()";
-    using NUV_ScaleShrinkEngine::NUV_ScaleShrinkEngine;
+    using NUV_LineWindowEngine<NUV_ScaleShrinkEngine, 2>::NUV_LineWindowEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t width, std::uint32_t height);
-    [[nodiscard]] bool execute() override;
 
 private:
     using Weight = ScaleWeight<R>;
@@ -36,12 +34,14 @@ private:
         }
     }
 
+    [[nodiscard]] bool move_window() override;
+    void make_line(std::uint8_t* out) override;
     [[nodiscard]] bool fill_table();
     void choose_cells() noexcept;
-    void interpolate(std::uint32_t row, T* out) const noexcept;
+    void interpolate(T* out) const noexcept;
     void average_cells(T* out) const noexcept;
 
-    NUV_LineWindow<2> lines_;
+    std::uint32_t row_ = 0; // the upper line
     NUV_Scratch<NUV_ShrinkTaps<Weight>> taps_;
     std::uint32_t inner_pixels_ = 0; // those with a right neighbour, from the left
     std::uint32_t cell_width_ = 0;   // in pixels; 0 unless both factors are even and whole
@@ -58,7 +58,7 @@ bool NUV_ScaleShrinkLIEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBu
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     position_y_ = ratio_y_ * 0.5 - 0.5;
-    lines_.initiate(src, source_height_);
+    window_.initiate(src, source_height_);
     choose_cells();
     return fill_table();
 }
@@ -96,33 +96,28 @@ bool NUV_ScaleShrinkLIEngine<T, R>::fill_table()
 }
 
 template <IntegerSample T, RealNumber R>
-bool NUV_ScaleShrinkLIEngine<T, R>::execute()
+bool NUV_ScaleShrinkLIEngine<T, R>::move_window()
 {
-    if (line_ >= destination_height_)
-        return false;
-    const auto row = static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
-    if (!lines_.move_to(row))
-        return false;
-    NUV_OutputBlock out(*dst_buffer_);
-    if (!out)
-        return false;
-    if (cell_width_ != 0)
-        average_cells(out.as<T>());
-    else
-        interpolate(row, out.as<T>());
-    position_y_ += ratio_y_;
-    ++line_;
-    const bool released = line_ < destination_height_ || lines_.release_all();
-    const bool committed = out.commit(header_.line_bytes());
-    return released && committed;
+    row_ = static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
+    return window_.move_to(row_);
 }
 
 template <IntegerSample T, RealNumber R>
-void NUV_ScaleShrinkLIEngine<T, R>::interpolate(std::uint32_t row, T* out) const noexcept
+void NUV_ScaleShrinkLIEngine<T, R>::make_line(std::uint8_t* out)
 {
-    const auto* upper = reinterpret_cast<const T*>(lines_.line(0));
-    const auto* lower = reinterpret_cast<const T*>(lines_.line(1));
-    const Weight y = fraction(position_y_, row);
+    if (cell_width_ != 0)
+        average_cells(reinterpret_cast<T*>(out));
+    else
+        interpolate(reinterpret_cast<T*>(out));
+    position_y_ += ratio_y_;
+}
+
+template <IntegerSample T, RealNumber R>
+void NUV_ScaleShrinkLIEngine<T, R>::interpolate(T* out) const noexcept
+{
+    const T* const upper = window_.lines<T>()[0];
+    const T* const lower = window_.lines<T>()[1];
+    const Weight y = fraction(position_y_, row_);
     visit_channels(channels_, [&]<int Channels>() {
         shrink_row<Channels>(upper, lower, taps_.data(), y, out, inner_pixels_, channels_,
                              channels_);
@@ -136,8 +131,8 @@ template <IntegerSample T, RealNumber R>
 void NUV_ScaleShrinkLIEngine<T, R>::average_cells(T* out) const noexcept
 {
     const std::size_t first = (cell_width_ / 2 - 1) * std::size_t{channels_};
-    const auto* upper = reinterpret_cast<const T*>(lines_.line(0)) + first;
-    const auto* lower = reinterpret_cast<const T*>(lines_.line(1)) + first;
+    const T* const upper = window_.lines<T>()[0] + first;
+    const T* const lower = window_.lines<T>()[1] + first;
     visit_channels(channels_, [&]<int Channels>() {
         average_four_row<Channels>(upper, lower, out, destination_width_, channels_,
                                    std::size_t{cell_width_} * channels_);

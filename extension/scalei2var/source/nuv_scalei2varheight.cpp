@@ -1,9 +1,8 @@
 #include "core/include/nuv_interpolationtable.h"
-#include "core/scale/nuv_scaleengine.h"
+#include "core/scale/nuv_linewindowengine.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
 #include "extension/scalei2var/nuv_scalei2var.h"
 #include "framework/engine/nuv_processengine.h"
-#include "framework/engine/nuv_stepblocks.h"
 
 #include <type_traits>
 
@@ -81,12 +80,13 @@ constexpr const char* real_methods[] = {"NUV_ScaleI2VARHeightFloat4MaskEngine::i
                                         "NUV_ScaleI2VARHeightFloat8MaskEngine::initiate()"};
 
 template <class A, int Taps>
-class NUV_ScaleI2VARHeightMaskEngine final : public NUV_ScaleI2VARHeightEngine<A> {
+class NUV_ScaleI2VARHeightMaskEngine final
+    : public NUV_LineWindowEngine<NUV_ScaleI2VARHeightEngine<A>, Taps> {
 public:
     static constexpr auto initiate_method =
         (std::is_same_v<A, NUV_ScaleI2FixedArithmetic> ? fixed_methods
                                                        : real_methods)[Taps - scale_i2_least_taps];
-    using NUV_ScaleI2VARHeightEngine<A>::NUV_ScaleI2VARHeightEngine;
+    using NUV_LineWindowEngine<NUV_ScaleI2VARHeightEngine<A>, Taps>::NUV_LineWindowEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t height, std::uint16_t bits,
@@ -95,31 +95,21 @@ public:
         if (!NUV_ScaleI2VARHeightEngine<A>::initiate(header, src, dst, height, bits, *table, Taps,
                                                      initiate_method))
             return false;
-        lines_.initiate(src, header->height());
+        this->window_.initiate(src, header->height());
         return true;
     }
 
-    [[nodiscard]] bool execute() override
-    {
-        if (this->line_ >= this->header_.height())
-            return false;
-        if (!lines_.move_to(this->filter_.first(this->line_)))
-            return false;
-        NUV_OutputBlock out(*this->dst_buffer_);
-        if (!out)
-            return false;
-        const typename A::Middle* lines[Taps];
-        for (std::uint32_t i = 0; i < Taps; ++i)
-            lines[i] = reinterpret_cast<const typename A::Middle*>(lines_.line(i));
-        this->filter_.combine(this->line_, lines, out.as<typename A::Sample>());
-        ++this->line_;
-        const bool released = this->line_ < this->header_.height() || lines_.release_all();
-        const bool committed = out.commit(this->header_.line_bytes());
-        return released && committed;
-    }
-
 private:
-    NUV_LineWindow<Taps> lines_; // in place
+    [[nodiscard]] bool move_window() override
+    {
+        return this->window_.move_to(this->filter_.first(this->line_));
+    }
+    void make_line(std::uint8_t* out) override
+    {
+        const auto lines = this->window_.template lines<typename A::Middle>();
+        this->filter_.combine(this->line_, lines.data(),
+                              reinterpret_cast<typename A::Sample*>(out));
+    }
 };
 
 } // namespace
