@@ -18,6 +18,9 @@ namespace nuv {
 // The end of the storage can be reached, what lies behind it cannot.
 [[nodiscard]] bool seek_exactly(NUV_InputStorage& storage, std::uint32_t offset);
 
+// As many of `bytes` as there are before the end, in as many reads as that takes; how many came.
+[[nodiscard]] std::uint32_t read_up_to(NUV_InputStorage& storage, void* into, std::uint32_t bytes);
+
 // `into` has room for `bytes`. After a failure of the storage itself, part of it may be there.
 [[nodiscard]] bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes);
 

@@ -1,6 +1,7 @@
 #include "framework/io/nuv_checkedstream.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace nuv {
 
@@ -25,12 +26,25 @@ bool seek_exactly(NUV_InputStorage& storage, std::uint32_t offset)
     return storage.to(target) && storage.position() == target;
 }
 
+std::uint32_t read_up_to(NUV_InputStorage& storage, void* into, std::uint32_t bytes)
+{
+    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max(); // of one read
+
+    auto* const out = static_cast<std::uint8_t*>(into);
+    std::uint32_t done = 0;
+    while (done < bytes) {
+        const auto wanted = static_cast<std::int32_t>(std::min(bytes - done, most));
+        const std::int32_t got = storage.read(out + done, wanted);
+        if (got < 1)
+            break;
+        done += static_cast<std::uint32_t>(got);
+    }
+    return done;
+}
+
 bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes)
 {
-    if (bytes > remaining_bytes(storage))
-        return false;
-    const auto count = static_cast<std::int32_t>(bytes);
-    return storage.read(into, count) == count;
+    return bytes <= remaining_bytes(storage) && read_up_to(storage, into, bytes) == bytes;
 }
 
 } // namespace nuv
