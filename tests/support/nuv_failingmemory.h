@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <malloc.h>
 
 namespace nuv {
 
@@ -21,12 +23,18 @@ public:
         if (allocations_++ == fail_at_ || bytes > most_bytes)
             return nullptr;
         void* memory = std::malloc(bytes);
-        live_ += memory ? 1 : 0;
+        if (!memory)
+            return nullptr;
+        std::memset(memory, poison, std::min(bytes, most_poisoned_bytes));
+        ++live_;
+        live_bytes_ += malloc_usable_size(memory);
+        most_live_bytes_ = std::max(most_live_bytes_, live_bytes_);
         return memory;
     }
     void deallocate(void* pointer) override
     {
         live_ -= pointer ? 1 : 0;
+        live_bytes_ -= malloc_usable_size(pointer); // 0 of a null
         std::free(pointer);
     }
 
@@ -41,14 +49,21 @@ public:
     [[nodiscard]] std::size_t live() const noexcept { return live_; }
     // The largest request so far, in bytes, whether or not it was granted.
     [[nodiscard]] std::size_t largest() const noexcept { return largest_; }
+    // The most bytes that were held at once.
+    [[nodiscard]] std::size_t most_live_bytes() const noexcept { return most_live_bytes_; }
 
 private:
+    // What is not written shows, in the first bytes of each block.
+    static constexpr int poison = 0xA5;
+    static constexpr std::size_t most_poisoned_bytes = std::size_t{1} << 16;
     static constexpr std::size_t most_bytes = std::size_t{1} << 30;
 
     std::size_t allocations_ = 0;
     std::size_t fail_at_ = never;
     std::size_t live_ = 0;
     std::size_t largest_ = 0;
+    std::size_t live_bytes_ = 0;
+    std::size_t most_live_bytes_ = 0;
 };
 
 } // namespace nuv

@@ -39,6 +39,8 @@ struct NUV_ReaderRow {
     // No request for memory is larger, but for four times what is stored: the word of a header is
     // not enough for more.
     std::size_t work_memory = std::size_t{1} << 16;
+    // What stands behind the last line is looked at, too, and costs nothing but the status.
+    bool reads_end = false;
 };
 
 template <class Info, class Reader>

@@ -2,9 +2,12 @@
 
 #include "framework/base/nuv_held.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_decorator.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -54,6 +57,26 @@ public:
 private:
     std::vector<std::uint8_t> bytes_;
     NUV_Held<NUV_ByteArrayInputStorage> storage_;
+};
+
+// A storage that gives one byte a read, and nothing any more from read number `fail_at` on.
+class NUV_MeanStorage final : public NUV_InputStorageDecorator {
+public:
+    NUV_MeanStorage(NUV_Manager& manager, std::size_t fail_at)
+        : NUV_InputStorageDecorator(manager),
+          reads_left_(fail_at)
+    {}
+
+    [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override
+    {
+        if (reads_left_ == 0)
+            return 0;
+        --reads_left_;
+        return NUV_InputStorageDecorator::read(into, std::min(bytes, 1));
+    }
+
+private:
+    std::size_t reads_left_;
 };
 
 } // namespace nuv
