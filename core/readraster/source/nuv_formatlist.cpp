@@ -6,6 +6,8 @@
 #include "core/jpeg/nuv_readjpeg.h"
 #include "core/jpegadobe/nuv_jpegadobeinfo.h"
 #include "core/jpegadobe/nuv_readjpegadobe.h"
+#include "core/png/nuv_pnginfo.h"
+#include "core/png/nuv_readpng.h"
 #include "core/pnm/nuv_pnminfo.h"
 #include "core/pnm/nuv_readpnm.h"
 #include "core/sunras/nuv_readsunras.h"
@@ -20,6 +22,7 @@ std::span<const NUV_FormatRow> single_image_formats() noexcept
         format_row<NUV_JPEGAdobeInfo, NUV_ReadJPEGAdobe, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JFIFInfo, NUV_ReadJFIF, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JPEGInfo, NUV_ReadJPEG, NUV_JPEGInfo::full_scale>(),
+        format_row<NUV_PNGInfo, NUV_ReadPNG>(),
         format_row<NUV_PNMInfo, NUV_ReadPNM>(),
     };
     return rows;
