@@ -116,7 +116,7 @@ void check_samples(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixture)
     EXPECT_EQ(outcome.samples.size(), line_bytes(fixture.image) * fixture.image.height);
 }
 
-// From memory in blocks of a few bytes, and moved by others while the chain stands.
+// From memory in blocks of a few bytes, a byte a read, and moved by others while the chain stands.
 void check_other_storage(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixture)
 {
     const Bytes stored = test_data(fixture.file);
@@ -125,7 +125,9 @@ void check_other_storage(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixt
     EXPECT_EQ(memory->write("front", 5), 5);
     const auto bytes = static_cast<std::int32_t>(stored.size());
     EXPECT_EQ(memory->write(stored.data(), bytes), bytes);
-    const NUV_Held<NUV_InputStorage> storage(memory->create_input_storage());
+    const NUV_Held<NUV_InputStorage> inner(memory->create_input_storage());
+    const auto storage = make_object<NUV_MeanStorage>(chain.manager(), NUV_FailingMemory::never);
+    ASSERT_TRUE(storage->initiate(inner.get()));
     EXPECT_TRUE(storage->to(5));
     chain.last(row.read(chain.manager(), storage.get()));
     EXPECT_TRUE(storage->to_begin());

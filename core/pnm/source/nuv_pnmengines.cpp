@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/io/nuv_checkedstream.h"
 
 #include <limits>
 
@@ -15,9 +16,7 @@ bool NUV_ReadPNMBinaryEngine::initiate(NUV_InputStorage* storage, const NUV_Head
 
 bool NUV_ReadPNMBinaryEngine::read_line(std::uint8_t* out)
 {
-    const auto bytes =
-        static_cast<std::int32_t>(line_bytes_); // with `out`, no more than storages hold
-    if (!out || storage_->read(out, bytes) != bytes)
+    if (!out || read_up_to(*storage_, out, line_bytes_) != line_bytes_)
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPNMBinaryEngine::execute()");
     return true;
 }

@@ -3,6 +3,7 @@
 #include "core/pnm/source/nuv_bytereader.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/io/nuv_checkedstream.h"
 
 #include <limits>
 
@@ -16,7 +17,7 @@ bool NUV_PNMInfo::load_internal(NUV_InputStorage* storage)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const std::int32_t start = storage->position();
     std::uint8_t signature[2];
-    if (storage->read(signature, sizeof(signature)) != std::int32_t{sizeof(signature)}) {
+    if (read_up_to(*storage, signature, sizeof(signature)) != sizeof(signature)) {
         static_cast<void>(storage->to(start));
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     }

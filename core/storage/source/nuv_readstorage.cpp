@@ -3,6 +3,7 @@
 #include "core/storage/source/nuv_sampleorder.h"
 #include "framework/engine/nuv_readengine.h"
 #include "framework/engine/nuv_stepblocks.h"
+#include "framework/io/nuv_checkedstream.h"
 
 namespace nuv {
 namespace {
@@ -51,12 +52,14 @@ bool NUV_ReadStorageEngine::execute()
     if (raw_ && lines_done_ >= header_.height())
         return false;
     const std::uint32_t bytes = dst_buffer_->block_bytes();
+    // A header alone may state any size: memory is asked for when there is a line to put into it.
+    if (raw_ && lines_done_ == 0 && remaining_bytes(*storage_) < bytes)
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     NUV_OutputBlock block(*dst_buffer_);
     if (!block || !skip_gap())
         return false;
 
-    const auto got =
-        static_cast<std::uint32_t>(storage_->read(block.data(), static_cast<std::int32_t>(bytes)));
+    const std::uint32_t got = read_up_to(*storage_, block.data(), bytes);
     if (raw_ && got != bytes)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     if (got == 0)

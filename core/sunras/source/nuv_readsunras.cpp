@@ -4,6 +4,7 @@
 #include "core/include/nuv_readlineengine.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
+#include "framework/io/nuv_checkedstream.h"
 
 namespace nuv {
 namespace {
@@ -38,11 +39,9 @@ bool NUV_ReadSunrasEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
 
 bool NUV_ReadSunrasEngine::read_line(std::uint8_t* out)
 {
-    const auto bytes =
-        static_cast<std::int32_t>(line_bytes_); // with `out`, no more than storages hold
     const auto pad = static_cast<std::int32_t>(pad_bytes_);
-    const bool complete =
-        out && storage_->read(out, bytes) == bytes && (pad == 0 || storage_->ignore(pad) == pad);
+    const bool complete = out && read_up_to(*storage_, out, line_bytes_) == line_bytes_ &&
+                          (pad == 0 || storage_->ignore(pad) == pad);
     if (!complete)
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadSunrasEngine::execute()");
     return true;

@@ -3,6 +3,7 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
+#include "framework/io/nuv_checkedstream.h"
 #include "framework/utility/nuv_endian.h"
 
 #include <cstddef>
@@ -40,12 +41,12 @@ bool NUV_SunrasInfo::load_internal(NUV_InputStorage* storage)
 bool NUV_SunrasInfo::load_fields(NUV_InputStorage& storage)
 {
     std::uint8_t magic[4];
-    if (storage.read(magic, sizeof(magic)) != std::int32_t{sizeof(magic)})
+    if (read_up_to(storage, magic, sizeof(magic)) != sizeof(magic))
         return broken();
     if (load_be32(magic) != sun_magic)
         return false;
     std::uint8_t stored[28]; // width, height, depth, length, type, map type, map length
-    if (storage.read(stored, sizeof(stored)) != std::int32_t{sizeof(stored)})
+    if (read_up_to(storage, stored, sizeof(stored)) != sizeof(stored))
         return broken();
 
     width(load_be32(stored));
@@ -128,7 +129,7 @@ bool NUV_SunrasInfo::load_palette(NUV_InputStorage& storage, std::uint32_t map_b
     NUV_Scratch<std::uint8_t> value;
     if (!stored.allocate(manager(), map_bytes) || !value.allocate(manager(), map_bytes))
         return false;
-    if (storage.read(stored.data(), stored_bytes) != stored_bytes)
+    if (read_up_to(storage, stored.data(), map_bytes) != map_bytes)
         return broken();
     for (std::size_t i = 0; i < entries; ++i) {
         for (std::size_t c = 0; c < 3; ++c)
