@@ -67,6 +67,7 @@ private:
     };
 
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
+    void free_memory() noexcept;
     [[nodiscard]] bool add_block();
     void drop_block() noexcept;
     void drop_passed_blocks() noexcept;

@@ -20,15 +20,21 @@ NUV_STBlockDstBuffer::NUV_STBlockDstBuffer(NUV_Manager& manager) noexcept
 
 bool NUV_STBlockDstBuffer::cleanup()
 {
+    free_memory();
+    return true;
+}
+
+void NUV_STBlockDstBuffer::free_memory() noexcept
+{
     manager().deallocate(bounce_);
     bounce_ = nullptr;
     for (std::size_t i = 0; i < held_blocks(); ++i) {
         if (block(i).owned)
             manager().deallocate(block(i).data);
     }
-    blocks_.clear();
+    NUV_Vector<Block>(manager()).swap(blocks_);
     first_ = 0;
-    return true;
+    cache_.put({});
 }
 
 std::uint32_t NUV_STBlockDstBuffer::mem_block_bytes()
@@ -286,7 +292,8 @@ void NUV_STBlockDstBuffer::drop_passed_blocks() noexcept
         in_first_block_ += is_in_first_block(each) ? 1 : 0;
 }
 
-// The last reader takes the place of the one that goes; their memory goes with the last of all.
+// The last reader takes the place of the one that goes. With the last of all goes the memory: the
+// writer may live on, but nobody asks it for more.
 bool NUV_STBlockDstBuffer::src_end(const NUV_SrcBuffer* reader)
 {
     forget_lent_blocks();
@@ -298,8 +305,11 @@ bool NUV_STBlockDstBuffer::src_end(const NUV_SrcBuffer* reader)
     *gone = readers_.back();
     gone->buffer->place(reader->place());
     readers_.pop_back();
-    if (readers_.empty())
-        NUV_Vector<Reader>(manager()).swap(readers_);
+    if (!readers_.empty())
+        return true;
+    NUV_Vector<Reader>(manager()).swap(readers_);
+    if (state_ != State::in_block && state_ != State::in_bounce)
+        free_memory();
     return true;
 }
 

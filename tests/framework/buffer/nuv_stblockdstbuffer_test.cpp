@@ -243,6 +243,7 @@ TEST(STBlockDstBuffer, HoldsItsBlocksForTheSlowestReader)
     EXPECT_FALSE(buffer->advance(nullptr, 4096));
     for (NUV_SrcBuffer* reader : readers.items())
         EXPECT_TRUE(reader->end());
+    EXPECT_EQ(buffer->held_blocks(), 0u) << "nobody reads any more";
 }
 
 TEST(STBlockDstBuffer, HasNoReadersThatWouldMissTheBeginning)
