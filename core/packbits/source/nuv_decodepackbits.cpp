@@ -1,10 +1,11 @@
 #include "core/packbits/nuv_decodepackbits.h"
 
 #include "core/packbits/nuv_packbitsdecoder.h"
+#include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_processengine.h"
 #include "framework/engine/nuv_stepblocks.h"
 
-#include <optional>
+#include <new>
 
 namespace nuv {
 namespace {
@@ -20,8 +21,10 @@ public:
 private:
     using DecodeStream = NUV_CodedInput;
 
+    [[nodiscard]] bool start();
+
     DecodeStream stream_;
-    std::optional<QDPackBitsDecoder> decoder_;
+    NUV_Scratch<QDPackBitsDecoder> decoder_; // there from the first line on
     std::uint32_t line_ = 0;
 };
 
@@ -35,19 +38,27 @@ bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer*
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.encode_type(NUV_EncodeType::raw);
     stream_.source(src);
-    decoder_.emplace(stream_, header_.line_bytes());
     const bool source_set = src->block_bytes(manager().default_block_bytes());
     return source_set && dst->block_bytes(header_.line_bytes());
 }
 
+// An image may have a decoder a strip, of which all but one are idle.
+bool NUV_DecodePackBitsEngine::start()
+{
+    if (!decoder_.allocate(manager(), 1))
+        return false;
+    ::new (decoder_.data()) QDPackBitsDecoder(stream_, header_.line_bytes());
+    return true;
+}
+
 bool NUV_DecodePackBitsEngine::execute()
 {
-    if (line_ >= header_.height())
+    if (line_ >= header_.height() || (line_ == 0 && !start()))
         return false;
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    if (!decoder_->decode_line(out.as<std::uint8_t>()))
+    if (!decoder_[0].decode_line(out.as<std::uint8_t>()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
     ++line_;
     return out.commit(header_.line_bytes());
