@@ -7,6 +7,7 @@
 #include "framework/containers/nuv_vector.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -61,7 +62,7 @@ public:
         if (!tag)
             return false;
         T first{};
-        if (tag->get(directory_.values(), std::span(&first, 1)) == 1) {
+        if (tag->get(directory_.values(), std::span(&first, 1), 0) == 1) {
             value = first;
             return true;
         }
@@ -101,21 +102,27 @@ public:
 private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, C& values) override
     {
-        return tag.get(this->directory_.values(), std::span<T>(values.items()));
+        return tag.get(this->directory_.values(), std::span<T>(values.items()), 0);
     }
 };
 
-// Elements of T that are turned into others, by way of memory of the same size.
+// Elements of T that are turned into others, a piece at a time.
 template <class T, class E, class Turn>
-[[nodiscard]] std::size_t get_turned(NUV_Manager& manager, NUV_TIFFImageFileDirectory& directory,
-                                     QDTIFF_Tag& tag, NUV_Vector<E>& values, Turn turn)
+[[nodiscard]] std::size_t get_turned(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag,
+                                     std::span<E> values, Turn turn)
 {
-    NUV_Vector<T> read(manager);
-    if (!read.resize(values.size()))
-        return 0;
-    const std::size_t count = tag.get(directory.values(), read.items());
-    std::transform(read.items().begin(), read.items().end(), values.items().begin(), turn);
-    return count;
+    std::array<T, 1024 / sizeof(T)> piece;
+    std::size_t done = 0;
+    while (done < values.size()) {
+        const std::size_t wanted = std::min(piece.size(), values.size() - done);
+        const std::size_t got =
+            tag.get(directory.values(), std::span<T>(piece).first(wanted), done);
+        std::transform(piece.data(), piece.data() + got, values.data() + done, turn);
+        done += got;
+        if (got < wanted)
+            break;
+    }
+    return done;
 }
 
 // Enumerators by their numbers of type T, which may be any.
@@ -127,7 +134,7 @@ public:
 private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<E>& values) override
     {
-        return get_turned<T>(this->manager(), this->directory_, tag, values,
+        return get_turned<T>(this->directory_, tag, values.items(),
                              [](T value) { return static_cast<E>(value); });
     }
 };
@@ -141,7 +148,7 @@ private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<R>& values) override
     {
         return get_turned<QDTIFF_Rational_T<T>>(
-            this->manager(), this->directory_, tag, values, [](const QDTIFF_Rational_T<T>& value) {
+            this->directory_, tag, values.items(), [](const QDTIFF_Rational_T<T>& value) {
                 return R{value.numerator, value.denominator, true};
             });
     }

@@ -62,6 +62,7 @@ public:
     void clear() noexcept { text_.clear(); }
 
     [[nodiscard]] const Ch* c_str() const noexcept { return text_.c_str(); }
+    [[nodiscard]] Ch* data() noexcept { return text_.data(); }
     [[nodiscard]] std::size_t size() const noexcept { return text_.size(); }
     [[nodiscard]] bool empty() const noexcept { return text_.empty(); }
     [[nodiscard]] Ch& operator[](std::size_t index) noexcept { return text_[index]; }

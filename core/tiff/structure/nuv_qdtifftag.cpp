@@ -89,10 +89,11 @@ QDTIFF_Status QDTIFF_Tag::check_value(std::uint32_t storage_bytes) const noexcep
                                                            : QDTIFF_Status::read_failed;
 }
 
-bool QDTIFF_Tag::seek_value(QDTIFF_ValueInputStorage& storage) const
+bool QDTIFF_Tag::seek_element(QDTIFF_ValueInputStorage& storage, std::size_t index) const
 {
     constexpr std::uint32_t before_value = entry_bytes - inline_bytes;
-    const std::uint32_t position = is_offset() ? offset_ : entry_position_ + before_value;
+    const std::uint32_t begin = is_offset() ? offset_ : entry_position_ + before_value;
+    const std::uint32_t position = begin + static_cast<std::uint32_t>(index * element_size());
     return storage.storage().seek(position) == position;
 }
 
@@ -107,11 +108,13 @@ std::span<const T> QDTIFF_TagValueReader_T<T>::next(std::size_t most)
 
 template <class T>
 template <class To>
-std::size_t QDTIFF_Tag_T<T>::convert(QDTIFF_ValueInputStorage& storage, std::span<To> into)
+std::size_t QDTIFF_Tag_T<T>::convert(QDTIFF_ValueInputStorage& storage, std::span<To> into,
+                                     std::size_t first)
 {
-    const std::size_t wanted = std::min<std::size_t>(count(), into.size());
+    const std::size_t there = count() - std::min<std::size_t>(count(), first);
+    const std::size_t wanted = std::min(there, into.size());
     QDTIFF_TagValueReader_T<T> reader(storage);
-    bool good = wanted == 0 || seek_value(storage);
+    bool good = wanted == 0 || seek_element(storage, first);
     for (std::size_t done = 0; good && done < wanted;) {
         const std::span<const T> piece = reader.next(wanted - done);
         std::transform(piece.begin(), piece.end(), into.data() + done,
@@ -126,35 +129,39 @@ std::size_t QDTIFF_Tag_T<T>::convert(QDTIFF_ValueInputStorage& storage, std::spa
 }
 
 template <class T>
-std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint8_t> into)
+std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint8_t> into,
+                                 std::size_t first)
 {
-    return convert(storage, into);
+    return convert(storage, into, first);
 }
 
 template <class T>
-std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint16_t> into)
+std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint16_t> into,
+                                 std::size_t first)
 {
-    return convert(storage, into);
+    return convert(storage, into, first);
 }
 
 template <class T>
-std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint32_t> into)
+std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage, std::span<std::uint32_t> into,
+                                 std::size_t first)
 {
-    return convert(storage, into);
-}
-
-template <class T>
-std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage,
-                                 std::span<QDTIFF_Rational_T<std::uint32_t>> into)
-{
-    return convert(storage, into);
+    return convert(storage, into, first);
 }
 
 template <class T>
 std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage,
-                                 std::span<QDTIFF_Rational_T<std::int32_t>> into)
+                                 std::span<QDTIFF_Rational_T<std::uint32_t>> into,
+                                 std::size_t first)
 {
-    return convert(storage, into);
+    return convert(storage, into, first);
+}
+
+template <class T>
+std::size_t QDTIFF_Tag_T<T>::get(QDTIFF_ValueInputStorage& storage,
+                                 std::span<QDTIFF_Rational_T<std::int32_t>> into, std::size_t first)
+{
+    return convert(storage, into, first);
 }
 
 QDTIFF_Tag* QDTIFF_TagFactory::create(QDTIFF_Allocator& allocator, std::uint16_t tag,

@@ -39,28 +39,30 @@ public:
     // answers below success belongs into the status.
     [[nodiscard]] QDTIFF_Status check_value(std::uint32_t storage_bytes) const noexcept;
 
-    // The elements up to the size of `into`, widened, or cut to their low bits; how many were
-    // copied. An integer has the denominator 1. A rational as an integer loses its fraction, and is
-    // 0 without a denominator; a real number keeps within the range, too. None, and a status, when
-    // the storage fails.
+    // The elements from `first` on, up to the size of `into`, widened, or cut to their low bits;
+    // how many were copied. An integer has the denominator 1. A rational as an integer loses its
+    // fraction, and is 0 without a denominator; a real number keeps within the range, too. None,
+    // and a status, when the storage fails.
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                          std::span<std::uint8_t> into) = 0;
+                                          std::span<std::uint8_t> into, std::size_t first) = 0;
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                          std::span<std::uint16_t> into) = 0;
+                                          std::span<std::uint16_t> into, std::size_t first) = 0;
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                          std::span<std::uint32_t> into) = 0;
+                                          std::span<std::uint32_t> into, std::size_t first) = 0;
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                          std::span<QDTIFF_Rational_T<std::uint32_t>> into) = 0;
+                                          std::span<QDTIFF_Rational_T<std::uint32_t>> into,
+                                          std::size_t first) = 0;
     [[nodiscard]] virtual std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                          std::span<QDTIFF_Rational_T<std::int32_t>> into) = 0;
+                                          std::span<QDTIFF_Rational_T<std::int32_t>> into,
+                                          std::size_t first) = 0;
 
 protected:
     static constexpr std::uint32_t inline_bytes = 4;
 
     QDTIFF_Tag(std::uint16_t tag, std::uint16_t type) noexcept : tag_(tag), type_(type) {}
 
-    // The storage to the value's first byte.
-    [[nodiscard]] bool seek_value(QDTIFF_ValueInputStorage& storage) const;
+    // The storage to an element of the value.
+    [[nodiscard]] bool seek_element(QDTIFF_ValueInputStorage& storage, std::size_t index) const;
 
 private:
     std::uint16_t tag_;
@@ -94,20 +96,23 @@ public:
     QDTIFF_Tag_T(std::uint16_t tag, std::uint16_t type) noexcept : QDTIFF_Tag(tag, type) {}
 
     [[nodiscard]] std::uint32_t element_size() const noexcept override { return sizeof(T); }
+    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage, std::span<std::uint8_t> into,
+                                  std::size_t first) override;
+    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage, std::span<std::uint16_t> into,
+                                  std::size_t first) override;
+    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage, std::span<std::uint32_t> into,
+                                  std::size_t first) override;
     [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                  std::span<std::uint8_t> into) override;
+                                  std::span<QDTIFF_Rational_T<std::uint32_t>> into,
+                                  std::size_t first) override;
     [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                  std::span<std::uint16_t> into) override;
-    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                  std::span<std::uint32_t> into) override;
-    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                  std::span<QDTIFF_Rational_T<std::uint32_t>> into) override;
-    [[nodiscard]] std::size_t get(QDTIFF_ValueInputStorage& storage,
-                                  std::span<QDTIFF_Rational_T<std::int32_t>> into) override;
+                                  std::span<QDTIFF_Rational_T<std::int32_t>> into,
+                                  std::size_t first) override;
 
 private:
     template <class To>
-    [[nodiscard]] std::size_t convert(QDTIFF_ValueInputStorage& storage, std::span<To> into);
+    [[nodiscard]] std::size_t convert(QDTIFF_ValueInputStorage& storage, std::span<To> into,
+                                      std::size_t first);
 };
 
 // Makes the tag for a field type.
