@@ -50,10 +50,15 @@ private:
     [[nodiscard]] bool read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                             NUV_Vector<NUV_Engine*>& engines, bool to_qdrle);
     [[nodiscard]] NUV_Engine* read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info);
+    [[nodiscard]] bool read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                                        NUV_Vector<NUV_Engine*>& engines);
     [[nodiscard]] NUV_Engine* decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle);
+    [[nodiscard]] NUV_Engine* join(std::span<NUV_Engine*> strips, const NUV_TIFFInfo& info,
+                                   std::size_t plane);
+    [[nodiscard]] NUV_Engine* restore_palette(NUV_Engine* engine, const NUV_TIFFInfo& info);
     [[nodiscard]] NUV_Engine* widen_bits(NUV_Engine* engine, const NUV_TIFFInfo& info);
     [[nodiscard]] NUV_Engine* upsample(NUV_Engine* engine, const NUV_TIFFInfo& info,
-                                       std::size_t index, std::size_t strips);
+                                       std::size_t plane);
     [[nodiscard]] NUV_Engine* correct_lab(NUV_Engine* engine, const NUV_TIFFInfo& info);
     [[nodiscard]] NUV_Engine* align(std::span<NUV_Engine* const> engines);
     [[nodiscard]] NUV_Engine* arrange(NUV_Vector<NUV_Engine*>& engines, const NUV_TIFFInfo& info,

@@ -26,6 +26,8 @@ public:
 
         // The entries, one after the other, samples interleaved, 16-bit ones in host order.
         [[nodiscard]] const std::uint8_t* value() const noexcept { return value_; }
+        // Bytes that value() takes, whatever the three numbers say by now.
+        [[nodiscard]] std::uint32_t stored_bytes() const noexcept { return stored_bytes_; }
 
         // Copies `bytes` bytes, which must be what the three numbers ask for; null and 0 clear.
         // The data may lie in the old value. The old value stays when this answers false:
@@ -45,7 +47,7 @@ public:
         void clear() noexcept;
 
         std::uint8_t* value_ = nullptr;
-        std::uint32_t stored_bytes_ = 0; // of value_, whatever the three numbers say by now
+        std::uint32_t stored_bytes_ = 0;
     };
 
     explicit NUV_Header(NUV_Manager& manager) noexcept : NUV_Utility(manager), palette_(manager) {}

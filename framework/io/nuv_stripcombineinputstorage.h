@@ -22,6 +22,9 @@ public:
     // cannot be reached makes an empty stream, of which to_begin() is false.
     [[nodiscard]] bool initiate(NUV_InputStorage* inner, const NUV_Vector<std::uint32_t>& offsets,
                                 const NUV_Vector<std::uint32_t>& byte_counts);
+    // The same with vectors that are taken over.
+    [[nodiscard]] bool initiate(NUV_InputStorage* inner, NUV_Vector<std::uint32_t>&& offsets,
+                                NUV_Vector<std::uint32_t>&& byte_counts);
 
     [[nodiscard]] std::int32_t get() override;
     // Ends, besides at the end of the last strip, where a strip cannot be reached or breaks off.

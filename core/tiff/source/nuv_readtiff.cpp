@@ -7,7 +7,6 @@
 #include "core/lut/nuv_lutdata.h"
 #include "core/packbits/nuv_decodepackbits.h"
 #include "core/scale/nuv_scaleire.h"
-#include "core/storage/nuv_readstorage.h"
 #include "core/tiff/nuv_convertbits4to8.h"
 #include "core/tiff/nuv_readtiffcode.h"
 #include "core/tiff/nuv_upsamplechroma.h"
@@ -16,9 +15,8 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
-#include "framework/engine/nuv_bitreverse.h"
 #include "framework/engine/nuv_nop.h"
-#include "framework/io/nuv_stripcombineinputstorage.h"
+#include "framework/io/nuv_moveinmoveoutinputstorage.h"
 
 #include <algorithm>
 #include <cstring>
@@ -111,6 +109,14 @@ std::uint32_t color_channels(const NUV_TIFFInfo& info) noexcept
                : info.photometric_color()->channels();
 }
 
+// What a stage has become; when it failed, what it was to stand behind is ended.
+NUV_Engine* behind(NUV_Engine* engine, NUV_Engine* stage)
+{
+    if (engine && !stage)
+        engine->end();
+    return stage;
+}
+
 } // namespace
 
 bool NUV_ReadTIFF::is_compression_supported(const NUV_TIFFInfo& info) const
@@ -185,7 +191,7 @@ bool NUV_ReadTIFF::check_src_condition(const NUV_TIFFInfo& info)
            is_read_jpeg(info);
 }
 
-// The engines of the strips, of which each delivers raw lines as they are to be joined.
+// The engines of the strips, or of the streams that strips make together, which deliver raw lines.
 bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                         NUV_Vector<NUV_Engine*>& engines, bool to_qdrle)
 {
@@ -195,19 +201,20 @@ bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
         NUV_Engine* engine = read_combined(storage, info);
         if (!engine || !engines.push_back(engine))
             return false;
+    } else if (info.compression == Compression::none) {
+        if (!read_raw_streams(storage, info, engines))
+            return false;
     } else {
-        auto strips = NUV_ReadTIFFCode(manager()).engine(storage, &info);
+        // What the stages behind the joined strips need of a palette comes back there.
+        auto strips = NUV_ReadTIFFCode(manager()).engine(storage, &info,
+                                                         NUV_ReadTIFFCode::Palettes::left_out);
         engines.swap(strips);
     }
-    for (std::size_t i = 0; i < engines.size(); ++i) {
-        // What a stage fails behind stays in the vector, to be ended.
-        const auto go_on = [&engine = engines[i]](NUV_Engine* next) {
-            engine = next ? next : engine;
-            return next != nullptr;
-        };
-        if (!go_on(decode(engines[i], info, to_qdrle)) || !go_on(widen_bits(engines[i], info)) ||
-            !go_on(upsample(engines[i], info, i, engines.size())))
-            return false;
+    for (NUV_Engine*& engine : engines.items()) {
+        NUV_Engine* decoded = decode(engine, info, to_qdrle);
+        if (!decoded)
+            return false; // the engine stays in the vector, to be ended
+        engine = decoded;
     }
     return !engines.empty();
 }
@@ -215,26 +222,51 @@ bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
 NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info)
 {
     const NUV_TIFFStrips strips(info);
+    const bool is_raw = info.compression == Compression::none;
     // Strips behind the image count only where a run may go on from one to the next.
-    const std::size_t count =
-        info.compression == Compression::none ? strips.size() : info.strip_offsets.size();
-    NUV_Vector<std::uint32_t> offsets(manager());
-    NUV_Vector<std::uint32_t> bytes(manager());
-    if (!offsets.resize(count) || !bytes.resize(count))
-        return nullptr;
-    for (std::size_t i = 0; i < count; ++i) {
-        offsets[i] = info.strip_offsets[i];
-        bytes[i] =
-            info.compression == Compression::none ? strips[i].bytes : info.strip_byte_counts[i];
+    const std::size_t count = is_raw ? strips.size() : info.strip_offsets.size();
+    NUV_TIFFStripStream stream(manager(), *storage);
+    bool good = stream.reserve(count);
+    for (std::size_t i = 0; good && i < count; ++i) {
+        good = is_raw ? stream.add_raw(info.strip_offsets[i], strips[i].bytes)
+                      : stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
     }
-    const auto stream =
-        make_initiated<NUV_StripCombineInputStorage>(manager(), storage, offsets, bytes);
-    if (!stream)
-        return nullptr;
-    NUV_Engine* engine =
-        NUV_ReadStorage(manager()).engine(stream.get(), &info, 0, 0, tiff_byte_order(info));
-    const bool reverses = info.fill_order == NUV_TIFFAttributes::FillOrder::low_bit_first;
-    return engine && reverses ? NUV_BitReverse(manager()).engine(engine) : engine;
+    const auto bytes = good ? stream.open(storage) : NUV_Held<NUV_InputStorage>();
+    return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
+}
+
+// Raw strips that are not to be one stream as they stand: those of planes, of units of luma and
+// chroma, and those whose bytes are not told. How long each of them is is known, so that those of a
+// plane are one stream all the same; as strips of their own they have to be there from the start.
+bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                                    NUV_Vector<NUV_Engine*>& engines)
+{
+    const NUV_TIFFStrips strips(info);
+    if (strips.size() > NUV_ReadTIFFCode::most_strips)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()");
+    const auto size = static_cast<std::uint32_t>(std::max(storage->size(), 0));
+    NUV_Header header(manager());
+    bool good = describe_tiff_strip(header, info, true);
+    for (std::size_t first = 0; good && first < strips.size(); first += strips.per_plane()) {
+        NUV_TIFFStripStream stream(manager(), *storage);
+        good = stream.reserve(strips.per_plane());
+        header.width(strips[first].width);
+        header.height(0);
+        for (std::size_t i = first; good && i < first + strips.per_plane(); ++i) {
+            const NUV_TIFFStrip strip = strips[i];
+            if (strip.offset > size)
+                return fail(manager(), NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
+            header.height(header.height() + strip.height);
+            good = stream.add_raw(strip.offset, strip.bytes);
+        }
+        const auto own = good ? make_initiated<NUV_MoveInMoveOutInputStorage>(manager(), storage, 0)
+                              : NUV_Held<NUV_MoveInMoveOutInputStorage>();
+        const auto bytes = own ? stream.open(own.get()) : NUV_Held<NUV_InputStorage>();
+        NUV_Engine* engine =
+            bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
+        good = engine && engines.push_back(engine);
+    }
+    return good;
 }
 
 NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool /*to_qdrle*/)
@@ -250,15 +282,39 @@ NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, b
     return decode_other(engine, info);
 }
 
+// The lines of an image or of one of its planes. Null after a status; the strips are then ended.
+NUV_Engine* NUV_ReadTIFF::join(std::span<NUV_Engine*> strips, const NUV_TIFFInfo& info,
+                               std::size_t plane)
+{
+    NUV_Engine* joined = align(strips);
+    if (!joined)
+        return nullptr;
+    std::ranges::fill(strips, nullptr);
+    joined = behind(joined, restore_palette(joined, info));
+    joined = joined ? behind(joined, widen_bits(joined, info)) : nullptr;
+    return joined ? behind(joined, upsample(joined, info, plane)) : nullptr;
+}
+
+// The strips go without one, for that would be a copy each.
+NUV_Engine* NUV_ReadTIFF::restore_palette(NUV_Engine* engine, const NUV_TIFFInfo& info)
+{
+    if (info.palette().is_empty() || !engine->header()->palette().is_empty())
+        return engine;
+    NUV_Header header(manager());
+    if (!header.copy(*engine->header()) || !header.palette().copy(info.palette()))
+        return nullptr;
+    header.color_type(info.color_type());
+    return NUV_RewriteHeader(manager()).engine(engine, &header);
+}
+
 NUV_Engine* NUV_ReadTIFF::widen_bits(NUV_Engine* engine, const NUV_TIFFInfo& info)
 {
     return info.bits_per_sample[0] == 4 ? NUV_ConvertBits4To8(manager()).engine(engine) : engine;
 }
 
-NUV_Engine* NUV_ReadTIFF::upsample(NUV_Engine* engine, const NUV_TIFFInfo& info, std::size_t index,
-                                   std::size_t strips)
+NUV_Engine* NUV_ReadTIFF::upsample(NUV_Engine* engine, const NUV_TIFFInfo& info, std::size_t plane)
 {
-    if (!info.is_subsampled())
+    if (!info.is_subsampled() || info.encode_type() == NUV_EncodeType::jpeg)
         return engine;
     if (!info.is_planar()) {
         std::uint32_t units = NUV_UpsampleChroma::no_units;
@@ -270,10 +326,12 @@ NUV_Engine* NUV_ReadTIFF::upsample(NUV_Engine* engine, const NUV_TIFFInfo& info,
             units = NUV_UpsampleChroma::units_4x1;
         return NUV_UpsampleChroma(manager()).engine(engine, units);
     }
-    if (index < strips / info.samples_per_pixel)
+    if (plane == 0)
         return engine;
     NUV_Engine* wide = NUV_ScaleWidthIRE(manager()).engine(engine, info.ycbcr_subsampling[0]);
-    return wide ? NUV_ScaleHeightIRE(manager()).engine(wide, info.ycbcr_subsampling[1]) : nullptr;
+    if (!wide)
+        return nullptr;
+    return behind(wide, NUV_ScaleHeightIRE(manager()).engine(wide, info.ycbcr_subsampling[1]));
 }
 
 // CIE L*a*b* stores a and b with a sign (TIFF 6.0, section 23); our Lab has none.
@@ -322,31 +380,17 @@ NUV_Engine* NUV_ReadTIFF::arrange(NUV_Vector<NUV_Engine*>& engines, const NUV_TI
     if (info.is_planar()) {
         result = arrange_planes(engines, info, extras);
     } else {
-        result = align(engines.items());
-        if (!result)
-            return nullptr;
-        engines.clear();
-        if (!info.extra_samples.empty())
+        result = join(engines.items(), info, 0);
+        if (result && !info.extra_samples.empty())
             result = part_extras(result, info, extras);
     }
-    NUV_Engine* const joined = result;
-    result = joined ? correct_lab(joined, info) : nullptr;
-    if (joined && !result)
-        joined->end();
-    if (!result || info.palette().is_empty() || !result->header()->palette().is_empty())
-        return result;
-    // The strips have done without.
-    NUV_Header header(manager());
-    if (!header.copy(*result->header()) || !header.palette().copy(info.palette()))
-        return nullptr;
-    header.color_type(info.color_type());
-    return NUV_RewriteHeader(manager()).engine(result, &header);
+    return result ? behind(result, correct_lab(result, info)) : nullptr;
 }
 
 NUV_Engine* NUV_ReadTIFF::arrange_planes(NUV_Vector<NUV_Engine*>& engines, const NUV_TIFFInfo& info,
                                          NUV_Vector<NUV_Engine*>* extras)
 {
-    const std::size_t strips = info.strips_per_plane();
+    const std::size_t strips = engines.size() / info.samples_per_pixel;
     const std::size_t colors = color_channels(info);
     NUV_Vector<NUV_Engine*> planes(manager());
     bool good = true;
@@ -355,15 +399,15 @@ NUV_Engine* NUV_ReadTIFF::arrange_planes(NUV_Vector<NUV_Engine*>& engines, const
         if (i >= colors && !extras) {
             for (NUV_Engine* strip : plane)
                 strip->end();
-        } else {
-            NUV_Engine* joined = align(plane);
-            good = joined && (i < colors ? planes : *extras).push_back(joined);
-        }
-        if (good)
             std::ranges::fill(plane, nullptr);
+        } else {
+            NUV_Engine* joined = join(plane, info, i);
+            auto& kept = i < colors ? planes : *extras;
+            good = joined && kept.push_back(joined);
+            if (joined && !good)
+                joined->end();
+        }
     }
-    if (good)
-        engines.clear();
     NUV_Engine* merged =
         good ? NUV_MergeChannel(manager()).engine(planes.items(), info.photometric_color())
              : nullptr;

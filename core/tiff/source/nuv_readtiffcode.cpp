@@ -1,10 +1,8 @@
 #include "core/tiff/nuv_readtiffcode.h"
 
-#include "core/storage/nuv_readstorage.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/engine/nuv_bitreverse.h"
 
 namespace nuv {
 namespace {
@@ -23,14 +21,14 @@ NUV_Vector<NUV_Engine*> NUV_ReadTIFFCode::engine(NUV_InputStorage* storage, std:
 }
 
 NUV_Vector<NUV_Engine*> NUV_ReadTIFFCode::engine(NUV_InputStorage* storage,
-                                                 const NUV_TIFFInfo* info)
+                                                 const NUV_TIFFInfo* info, Palettes palettes)
 {
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
         fail(manager(), NUV_ERR_ARGUMENT, engine_method);
     else if (!check_src_condition(*info))
         fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
     else
-        return create_engine(storage, *info);
+        return create_engine(storage, *info, palettes);
     return NUV_Vector<NUV_Engine*>(manager());
 }
 
@@ -45,36 +43,30 @@ bool NUV_ReadTIFFCode::check_src_condition(const NUV_TIFFInfo& info)
 }
 
 NUV_Vector<NUV_Engine*> NUV_ReadTIFFCode::create_engine(NUV_InputStorage* storage,
-                                                        const NUV_TIFFInfo& info)
+                                                        const NUV_TIFFInfo& info, Palettes palettes)
 {
     NUV_Vector<NUV_Engine*> engines(manager());
     const NUV_TIFFStrips strips(info);
-    if (strips.size() > most_strips) {
+    const bool keeps_palette = palettes == Palettes::kept;
+    const std::uint64_t palette_bytes = keeps_palette ? info.palette().stored_bytes() : 0;
+    if (strips.size() > most_strips || strips.size() * palette_bytes > most_palette_bytes) {
         fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
         return engines;
     }
     NUV_Header header(manager());
-    bool good = describe_tiff_strip(header, info) && engines.reserve(strips.size());
+    bool good = describe_tiff_strip(header, info, keeps_palette) && engines.reserve(strips.size());
     for (std::size_t i = 0; good && i < strips.size(); ++i) {
         const NUV_TIFFStrip strip = strips[i];
         header.width(strip.width);
         header.height(strip.height);
         const auto bytes = open_tiff_strip(manager(), storage, strip);
-        NUV_Engine* engine = bytes ? read_strip(bytes.get(), header, info) : nullptr;
+        NUV_Engine* engine =
+            bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
         good = engine && engines.push_back(engine);
     }
     if (!good)
         end_engines(engines);
     return engines;
-}
-
-NUV_Engine* NUV_ReadTIFFCode::read_strip(NUV_InputStorage* strip, const NUV_Header& header,
-                                         const NUV_TIFFInfo& info)
-{
-    const bool reverses = is_reversed_tiff_strip(info, *strip);
-    NUV_Engine* engine =
-        NUV_ReadStorage(manager()).engine(strip, &header, 0, 0, tiff_byte_order(info));
-    return engine && reverses ? NUV_BitReverse(manager()).engine(engine) : engine;
 }
 
 } // namespace nuv

@@ -2,13 +2,11 @@
 
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_readjpeg.h"
-#include "core/storage/nuv_dstengineinputstorage.h"
-#include "core/storage/nuv_readstorage.h"
 #include "core/tiff/nuv_readtiffcode.h"
+#include "core/tiff/source/nuv_mirroredinputstorage.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
-#include "framework/engine/nuv_bitreverse.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 
 namespace nuv {
@@ -63,16 +61,7 @@ NUV_Held<NUV_InputStorage> JPEGStrips::open(NUV_InputStorage* storage, const NUV
     NUV_Held<NUV_InputStorage> bytes = open_tiff_strip(manager_, storage, strip);
     if (!bytes || !is_reversed_tiff_strip(info_, *bytes))
         return bytes;
-    NUV_Header header(manager_);
-    if (!describe_tiff_strip(header, info_))
-        return {};
-    header.width(strip.width);
-    header.height(strip.height);
-    NUV_Engine* stored = NUV_ReadStorage(manager_).engine(bytes.get(), &header, 0, 0, 1);
-    NUV_Engine* turned = stored ? NUV_BitReverse(manager_).engine(stored) : nullptr;
-    if (!turned)
-        return {};
-    return make_initiated<NUV_DstEngineInputStorage>(manager_, turned);
+    return make_initiated<NUV_MirroredInputStorage>(manager_, bytes.get());
 }
 
 NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)

@@ -1,5 +1,7 @@
 #include "core/tiff/source/nuv_tiffstrips.h"
 
+#include "core/storage/nuv_readstorage.h"
+#include "core/tiff/source/nuv_mirroredinputstorage.h"
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
@@ -7,10 +9,12 @@
 #include "framework/io/nuv_checkedstream.h"
 #include "framework/io/nuv_inputstoragebound.h"
 #include "framework/io/nuv_moveinmoveoutinputstorage.h"
+#include "framework/io/nuv_stripcombineinputstorage.h"
 
 #include <algorithm>
 #include <bit>
 #include <limits>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -54,8 +58,9 @@ NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
         strip.width /= info_.ycbcr_subsampling[0];
         strip.height /= info_.ycbcr_subsampling[1];
     }
-    // What a raw strip has is known: many counts are too small, or count what fills up the strip.
-    if (info_.compression == Compression::none && strip.bytes > 0)
+    // What a raw strip has is known: many counts are missing, too small, or count what fills up the
+    // strip.
+    if (info_.compression == Compression::none)
         strip.bytes = raw_bytes(strip);
     return strip;
 }
@@ -115,11 +120,53 @@ NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager, NUV_InputStorag
                                                  static_cast<std::int32_t>(bytes));
 }
 
-std::int32_t tiff_byte_order(const NUV_TIFFInfo& info) noexcept
+NUV_TIFFStripStream::NUV_TIFFStripStream(NUV_Manager& manager,
+                                         const NUV_InputStorage& storage) noexcept
+    : manager_(manager),
+      offsets_(manager),
+      byte_counts_(manager),
+      storage_bytes_(static_cast<std::uint32_t>(std::max(storage.size(), 0)))
+{}
+
+bool NUV_TIFFStripStream::reserve(std::size_t strips)
 {
+    return offsets_.reserve(strips) && byte_counts_.reserve(strips);
+}
+
+bool NUV_TIFFStripStream::add(std::uint32_t offset, std::uint32_t bytes)
+{
+    return offsets_.push_back(offset) && byte_counts_.push_back(bytes);
+}
+
+bool NUV_TIFFStripStream::add_raw(std::uint32_t offset, std::uint32_t bytes)
+{
+    if (!is_whole_)
+        return true;
+    const bool is_reached = offset <= storage_bytes_;
+    const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
+    is_whole_ = is_reached && there == bytes;
+    return add(offset, there);
+}
+
+NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)
+{
+    return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets_),
+                                                        std::move(byte_counts_));
+}
+
+NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes, const NUV_Header& header,
+                            const NUV_TIFFInfo& info)
+{
+    NUV_InputStorage* source = bytes;
+    NUV_Held<NUV_InputStorage> mirrored;
+    if (is_reversed_tiff_strip(info, *bytes)) {
+        mirrored = make_initiated<NUV_MirroredInputStorage>(manager, bytes);
+        source = mirrored.get();
+    }
     const bool is_host_order = (std::endian::native == std::endian::little) ==
                                (info.byte_order() == NUV_TIFFByteOrder::little_endian);
-    return is_host_order ? 1 : 0;
+    return source ? NUV_ReadStorage(manager).engine(source, &header, 0, 0, is_host_order ? 1 : 0)
+                  : nullptr;
 }
 
 bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
@@ -130,20 +177,16 @@ bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
     return info.encode_type() != NUV_EncodeType::jpeg || !begins_as_jpeg(strip);
 }
 
-bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info)
+bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info, bool keeps_palette)
 {
-    // A palette a strip would be much memory. Only what widens samples of 4 bits looks at it, and
-    // what is smaller still stays too.
-    constexpr std::uint16_t most_palette_bits = 4;
-    const bool keeps_palette = info.palette().is_empty() || info.bits() <= most_palette_bits;
     if (keeps_palette && !header.palette().copy(info.palette()))
         return false;
     header.bits(info.bits());
     header.data_type(info.data_type());
     header.encode_type(info.encode_type());
     header.channels(info.is_planar() ? std::uint16_t{1} : info.channels());
-    header.color_type(info.is_planar() || !keeps_palette ? NUV_ColorType::unknown
-                                                         : info.color_type());
+    const bool has_color = !info.is_planar() && (keeps_palette || info.palette().is_empty());
+    header.color_type(has_color ? info.color_type() : NUV_ColorType::unknown);
     if (!info.is_planar() && info.is_subsampled() && header.is_raw())
         header.encode_type(NUV_EncodeType::unknown);
     return true;

@@ -2,6 +2,7 @@
 
 #include "core/tiff/nuv_tiffinfo.h"
 #include "framework/base/nuv_held.h"
+#include "framework/engine/nuv_engine.h"
 #include "framework/io/nuv_inputstorage.h"
 
 #include <cstddef>
@@ -45,13 +46,39 @@ private:
                                                          NUV_InputStorage* storage,
                                                          const NUV_TIFFStrip& strip);
 
-// What all strips of an image have in common, but for their sizes: one channel of no colour for a
-// plane, `unknown` for the coding of raw units of luma and chroma, and no palette where the stages
-// behind do without.
-[[nodiscard]] bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info);
+// Strips one behind the other as one stream.
+class NUV_TIFFStripStream {
+public:
+    NUV_TIFFStripStream(NUV_Manager& manager, const NUV_InputStorage& storage) noexcept;
 
-// For NUV_ReadStorage: whether samples of the file stand in host order.
-[[nodiscard]] std::int32_t tiff_byte_order(const NUV_TIFFInfo& info) noexcept;
+    [[nodiscard]] bool reserve(std::size_t strips);
+    // Behind the strips so far. False without memory.
+    [[nodiscard]] bool add(std::uint32_t offset, std::uint32_t bytes);
+    // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
+    // comes nothing any more, for it would move up.
+    [[nodiscard]] bool add_raw(std::uint32_t offset, std::uint32_t bytes);
+    // Hands on what was added. Nobody else may move the storage meanwhile.
+    [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
+
+private:
+    NUV_Manager& manager_;
+    NUV_Vector<std::uint32_t> offsets_;
+    NUV_Vector<std::uint32_t> byte_counts_;
+    std::uint32_t storage_bytes_;
+    bool is_whole_ = true;
+};
+
+// The bytes of strips with `header`, for the stages behind: their bits in the order of the library,
+// samples of 16 bits in that of the host. Null after a status.
+[[nodiscard]] NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes,
+                                          const NUV_Header& header, const NUV_TIFFInfo& info);
+
+// What all strips of an image have in common, but for their sizes: one channel of no colour for a
+// plane, `unknown` for the coding of raw units of luma and chroma. Without its palette an image of
+// indices has no colour either.
+[[nodiscard]] bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info,
+                                       bool keeps_palette);
+
 // The bits of the strip's bytes are stored the other way round. The storage stays at its begin.
 [[nodiscard]] bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip);
 

@@ -4,7 +4,6 @@
 #include "framework/engine/nuv_stepblocks.h"
 
 #include <cstddef>
-#include <limits>
 
 namespace nuv {
 namespace {
@@ -56,13 +55,14 @@ public:
     {
         if (!NUV_ProcessEngine::initiate(header, src, dst))
             return false;
-        const std::uint64_t units =
-            (std::uint64_t{header->width()} + Units::across - 1) / Units::across;
         if (header->encode_type() != NUV_EncodeType::unknown || header->channels() != channels ||
-            header->bits() != 8 || units * Units::bytes > std::numeric_limits<std::int32_t>::max())
+            header->bits() != 8)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         header_.encode_type(NUV_EncodeType::raw);
-        const bool source_set = src->block_bytes(static_cast<std::uint32_t>(units * Units::bytes));
+        // No more than the line of pixels has, but for what fills up the last unit.
+        const auto units =
+            static_cast<std::uint32_t>((header->width() + Units::across - 1) / Units::across);
+        const bool source_set = src->block_bytes(units * static_cast<std::uint32_t>(Units::bytes));
         return source_set && dst->block_bytes(header_.line_bytes());
     }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace nuv {
 
@@ -11,13 +12,23 @@ bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
                                             const NUV_Vector<std::uint32_t>& offsets,
                                             const NUV_Vector<std::uint32_t>& byte_counts)
 {
+    NUV_Vector<std::uint32_t> own_offsets(manager());
+    NUV_Vector<std::uint32_t> own_counts(manager());
+    return own_offsets.copy(offsets) && own_counts.copy(byte_counts) &&
+           initiate(inner, std::move(own_offsets), std::move(own_counts));
+}
+
+bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
+                                            NUV_Vector<std::uint32_t>&& offsets,
+                                            NUV_Vector<std::uint32_t>&& byte_counts)
+{
     if (!attach_input(inner))
         return false;
     if (offsets.empty() || offsets.size() != byte_counts.size())
         return false;
-    if (!offsets_.copy(offsets) || !byte_counts_.copy(byte_counts))
-        return false;
-    const auto counts = byte_counts.items();
+    offsets_.swap(offsets);
+    byte_counts_.swap(byte_counts);
+    const auto counts = byte_counts_.items();
     const auto sum = std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
     size_ = static_cast<std::int32_t>(std::min<std::uint64_t>(sum, last_stream_position));
     to_begin();
@@ -50,10 +61,9 @@ std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
 {
     if (!inner_ || !into)
         return 0;
-    const std::int32_t wanted = std::min(bytes, last_stream_position - position_);
     auto* to = static_cast<std::uint8_t*>(into);
     std::int32_t done = 0;
-    while (done < wanted && reached_) {
+    while (done < bytes && reached_) {
         const std::uint32_t left = byte_counts_[strip_] - read_in_strip_;
         if (left == 0) {
             if (strip_ + 1 == byte_counts_.size() || !enter_strip(strip_ + 1))
@@ -61,14 +71,15 @@ std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
             continue;
         }
         const auto ask =
-            static_cast<std::int32_t>(std::min(left, static_cast<std::uint32_t>(wanted - done)));
+            static_cast<std::int32_t>(std::min(left, static_cast<std::uint32_t>(bytes - done)));
         const std::int32_t got = inner_->read(to + done, ask);
         read_in_strip_ += static_cast<std::uint32_t>(got);
         done += got;
         if (got < ask)
             break;
     }
-    position_ += std::max(done, 0);
+    // Strips may overlap, and be more than a position can tell.
+    position_ = clamped_position(std::int64_t{position_} + std::max(done, 0), last_stream_position);
     return done;
 }
 
