@@ -1,34 +1,18 @@
 #include "core/channel/nuv_reversechannel.h"
 
 #include "core/channel/source/nuv_linebits.h"
+#include "core/include/nuv_reversetriples_kernels.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace nuv {
 namespace {
-
-// Three bytes a pixel but the last one, each turned as a word of four: the fourth byte is a zero
-// that the next pixel overwrites. Gives the count of pixels made.
-std::size_t reverse_words(const std::uint8_t* __restrict in, std::uint8_t* __restrict out,
-                          std::size_t width)
-{
-    if (std::endian::native != std::endian::little)
-        return 0;
-    for (std::size_t p = 0; p + 1 < width; ++p) {
-        std::uint32_t pixel = 0;
-        std::memcpy(&pixel, in + 3 * p, sizeof(pixel));
-        pixel = __builtin_bswap32(pixel) >> 8;
-        std::memcpy(out + 3 * p, &pixel, sizeof(pixel));
-    }
-    return width - 1;
-}
 
 // `Channels` is the count of channels, or 0 where `channels` says.
 template <class T, int Channels>
@@ -37,22 +21,30 @@ void reverse_row(const void* in, void* out, std::size_t width, std::size_t chann
     const auto* from = static_cast<const T*>(in);
     auto* to = static_cast<T*>(out);
     const std::size_t count = Channels > 0 ? static_cast<std::size_t>(Channels) : channels;
-    std::size_t done = 0;
-    if constexpr (Channels == 3 && sizeof(T) == 1)
-        done = reverse_words(from, to, width);
-    for (std::size_t p = done; p < width; ++p) {
+    for (std::size_t p = 0; p < width; ++p) {
         for (std::size_t c = 0; c < count; ++c)
             to[p * count + c] = from[p * count + count - 1 - c];
     }
 }
 
+// Three channels of a byte each.
+template <ReverseTriples Reverse>
+void reverse_triples(const void* in, void* out, std::size_t width, std::size_t)
+{
+    Reverse(static_cast<const std::uint8_t*>(in), static_cast<std::uint8_t*>(out), width);
+}
+
 using ReverseRow = void (*)(const void* in, void* out, std::size_t width, std::size_t channels);
 
-template <class T>
-[[nodiscard]] ReverseRow choose_reverse_row(std::uint32_t channels)
+[[nodiscard]] ReverseRow choose_reverse_row(const NUV_Cpu& cpu, const NUV_Header& header)
 {
-    return visit_channels(channels,
-                          []<int Channels>() -> ReverseRow { return reverse_row<T, Channels>; });
+    if (header.bits() == 8 && header.channels() == 3)
+        return visit_reverse_triples(
+            cpu, []<ReverseTriples Form>() -> ReverseRow { return reverse_triples<Form>; });
+    return visit_channels(header.channels(), [&]<int Channels>() -> ReverseRow {
+        return header.bits() == 8 ? reverse_row<std::uint8_t, Channels>
+                                  : reverse_row<std::uint16_t, Channels>;
+    });
 }
 
 class NUV_ReverseChannel8xNbitsEngine final : public NUV_ProcessLineToLineEngine {
@@ -66,8 +58,7 @@ public:
             return false;
         if (header->bits() != 8 && header->bits() != 16)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
-        reverse_row_ = header->bits() == 8 ? choose_reverse_row<std::uint8_t>(header->channels())
-                                           : choose_reverse_row<std::uint16_t>(header->channels());
+        reverse_row_ = choose_reverse_row(manager().cpu(), *header);
         return dst->block_bytes(header_.line_bytes());
     }
 
