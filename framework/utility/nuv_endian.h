@@ -19,6 +19,11 @@ namespace nuv {
            std::uint32_t{from[2]} << 8 | from[3];
 }
 
+[[nodiscard]] constexpr std::uint16_t load_le16(const std::uint8_t* from) noexcept
+{
+    return static_cast<std::uint16_t>(from[1] << 8 | from[0]);
+}
+
 [[nodiscard]] constexpr std::uint32_t load_le32(const std::uint8_t* from) noexcept
 {
     return std::uint32_t{from[3]} << 24 | std::uint32_t{from[2]} << 16 |

@@ -1,4 +1,5 @@
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
 #include "core/lut/source/nuv_lut_kernels.h"
 #include "core/mirror/source/nuv_mirrorx_kernels.h"
@@ -79,6 +80,34 @@ TEST(PixelForms, ColorMatrix)
     }
     expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));
     expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
+}
+
+TEST(PixelForms, BitmapRows)
+{
+    const auto compare_all = [](const char(&forms)[5], std::uint32_t depth,
+                                std::uint32_t sample_bits, const NUV_BitFields& given = {}) {
+        expect_same_forms<U8>(
+            forms,
+            [&](const NUV_Cpu& cpu) { return choose_dib_row(cpu, depth, sample_bits, given); },
+            [&](NUV_FormDraw& draw, auto compare) {
+                const std::size_t pixels = draw.length(70);
+                const U8* in = draw.input<U8>(pixels * depth / 8);
+                NUV_BitFields fields = given;
+                for (std::size_t c = 0; c < 3 && depth == 16; ++c) {
+                    fields.masks[c] = *draw.input<U16>(1);
+                    fields.right[c] = static_cast<std::uint32_t>(draw.number(0, 15));
+                    fields.left[c] = static_cast<std::uint32_t>(draw.number(0, 3));
+                }
+                compare(3 * pixels, [&](auto form, U8* out) { form(in, out, pixels, fields); });
+            });
+    };
+    compare_all("PPAA", 16, 8);
+    compare_all("PPAA", 24, 8);
+    compare_all("PPAA", 32, 8, {{0xFF0000, 0xFF00, 0xFF}, {16, 8, 0}, {}});
+    compare_all("PPAA", 32, 8, {{0xFF, 0, 0xFF000000}, {0, 0, 24}, {}});
+    expect_chosen("PPPP", [](auto& cpu) {
+        return choose_dib_row(cpu, 32, 8, {{0xFF00, 0x7E0000, 0x1F}, {8, 17, 0}, {}});
+    });
 }
 
 } // namespace

@@ -53,7 +53,7 @@ void expect_image(const NUV_TestImage& got, const NUV_TestImage& wanted)
     EXPECT_TRUE(!accepted || manager.status().code == NUV_STATUS_OK);
     EXPECT_TRUE(!accepted || std::string(info->format_name()) == row.format_name);
     EXPECT_TRUE(accepted || stored.position() == 0) << "a probe that refuses goes back";
-    EXPECT_TRUE(stored.storage()->to(NUV_TestStored::start));
+    EXPECT_TRUE(stored.to_begin());
     return accepted;
 }
 

@@ -33,29 +33,35 @@ namespace nuv {
     return {text.begin(), text.end()};
 }
 
-// A stored image, which may be empty, in a storage that has one other byte before it: nothing may
-// take the image's begin for the storage's. Lives longer than the chain's run.
+// A stored image, which may be empty, in a storage that has other bytes before it: nothing may take
+// the image's begin for the storage's, but a format whose numbers count from there. Lives longer
+// than the chain's run.
 class NUV_TestStored {
 public:
     static constexpr std::int32_t start = 1;
 
-    NUV_TestStored(NUV_Manager& manager, std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes))
+    NUV_TestStored(NUV_Manager& manager, std::vector<std::uint8_t> bytes,
+                   std::int32_t begin = start)
+        : bytes_(std::move(bytes)),
+          begin_(begin)
     {
-        bytes_.insert(bytes_.begin(), 'P');
+        bytes_.insert(bytes_.begin(), static_cast<std::size_t>(begin), 'P');
         storage_ = make_initiated<NUV_ByteArrayInputStorage>(
             manager, bytes_.data(), static_cast<std::int32_t>(bytes_.size()));
         if (storage_) {
-            EXPECT_TRUE(storage_->to(start));
+            EXPECT_TRUE(storage_->to(begin));
         }
     }
 
     // Null when there was no memory.
     [[nodiscard]] NUV_InputStorage* storage() const noexcept { return storage_.get(); }
+    [[nodiscard]] bool to_begin() const { return storage_->to(begin_); }
     // Of the next byte, counted from the image's begin.
-    [[nodiscard]] std::int32_t position() const { return storage_->position() - start; }
+    [[nodiscard]] std::int32_t position() const { return storage_->position() - begin_; }
 
 private:
     std::vector<std::uint8_t> bytes_;
+    std::int32_t begin_;
     NUV_Held<NUV_ByteArrayInputStorage> storage_;
 };
 

@@ -1,5 +1,7 @@
 #include "core/readraster/source/nuv_formatlist.h"
 
+#include "core/bmp/nuv_bmpinfo.h"
+#include "core/bmp/nuv_readbmp.h"
 #include "core/jfif/nuv_jfifinfo.h"
 #include "core/jfif/nuv_readjfif.h"
 #include "core/jpeg/nuv_jpeginfo.h"
@@ -19,6 +21,7 @@ std::span<const NUV_FormatRow> single_image_formats() noexcept
 {
     static constexpr NUV_FormatRow rows[] = {
         format_row<NUV_SunrasInfo, NUV_ReadSunras>(),
+        format_row<NUV_BMPInfo, NUV_ReadBMP>(),
         format_row<NUV_JPEGAdobeInfo, NUV_ReadJPEGAdobe, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JFIFInfo, NUV_ReadJFIF, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JPEGInfo, NUV_ReadJPEG, NUV_JPEGInfo::full_scale>(),
