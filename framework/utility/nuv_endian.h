@@ -19,6 +19,11 @@ namespace nuv {
            std::uint32_t{from[2]} << 8 | from[3];
 }
 
+[[nodiscard]] constexpr std::uint64_t load_be64(const std::uint8_t* from) noexcept
+{
+    return std::uint64_t{load_be32(from)} << 32 | load_be32(from + 4);
+}
+
 [[nodiscard]] constexpr std::uint16_t load_le16(const std::uint8_t* from) noexcept
 {
     return static_cast<std::uint16_t>(from[1] << 8 | from[0]);

@@ -41,6 +41,8 @@ struct NUV_ReaderRow {
     std::size_t work_memory = std::size_t{1} << 16;
     // What stands behind the last line is looked at, too, and costs nothing but the status.
     bool reads_end = false;
+    // The head tells where the data ends, which may be before the last line, without a word.
+    bool tells_end = false;
 };
 
 template <class Info, class Reader>

@@ -2,6 +2,9 @@
 
 #include "core/bmp/nuv_bmpinfo.h"
 #include "core/bmp/nuv_readbmp.h"
+#include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/internal/nuv_internalinfo.h"
+#include "core/internal/nuv_readinternal.h"
 #include "core/jfif/nuv_jfifinfo.h"
 #include "core/jfif/nuv_readjfif.h"
 #include "core/jpeg/nuv_jpeginfo.h"
@@ -16,6 +19,24 @@
 #include "core/sunras/nuv_sunrasinfo.h"
 
 namespace nuv {
+namespace {
+
+// The library's own format carries any coding, which its reader leaves as it is.
+class ReadInternalToRaw {
+public:
+    explicit ReadInternalToRaw(NUV_Manager& manager) noexcept : manager_(manager) {}
+
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_InternalInfo* info)
+    {
+        NUV_Engine* data = NUV_ReadInternal(manager_).engine(storage, info);
+        return data ? NUV_DecodeToRaw(manager_).engine(data) : nullptr;
+    }
+
+private:
+    NUV_Manager& manager_;
+};
+
+} // namespace
 
 std::span<const NUV_FormatRow> single_image_formats() noexcept
 {
@@ -25,6 +46,7 @@ std::span<const NUV_FormatRow> single_image_formats() noexcept
         format_row<NUV_JPEGAdobeInfo, NUV_ReadJPEGAdobe, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JFIFInfo, NUV_ReadJFIF, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JPEGInfo, NUV_ReadJPEG, NUV_JPEGInfo::full_scale>(),
+        format_row<NUV_InternalInfo, ReadInternalToRaw>(),
         format_row<NUV_PNGInfo, NUV_ReadPNG>(),
         format_row<NUV_PNMInfo, NUV_ReadPNM>(),
     };

@@ -1,6 +1,6 @@
 #include "core/storage/nuv_readstorage.h"
 
-#include "core/storage/source/nuv_sampleorder.h"
+#include "core/include/nuv_sampleorder.h"
 #include "framework/engine/nuv_readengine.h"
 #include "framework/engine/nuv_stepblocks.h"
 #include "framework/io/nuv_checkedstream.h"
