@@ -107,25 +107,35 @@ class Info(ToolTest):
         self.write("gray.pgm", gray)
         self.write("bits.pbm", peer("pgmtopbm", "-threshold", data=gray))
         self.write("sun.ras", peer("pnmtorast", "-standard", data=self.ppm))
-        lines = self.run_tool("info", "in.ppm", "gray.pgm", "bits.pbm", "sun.ras").stdout
-        words = [line.split() for line in lines.splitlines()]
-        self.assertEqual([line[:4] for line in words],
-                         [["in.ppm", "37x23", "3x8", "rgb"], ["gray.pgm", "37x23", "1x8", "gray"],
-                          ["bits.pbm", "37x23", "1x1", "gray-reverse"],
-                          ["sun.ras", "37x23", "3x8", "rgb"]])
-        self.assertEqual(len({line.index(" 37x23") for line in lines.splitlines()}), 1)
+        for name, options in (("raw.tif", "-none"), ("lzw.tif", "-lzw")):
+            self.write(name, peer("pnmtotiff", options, data=self.ppm))
+        names = ["in.ppm", "gray.pgm", "bits.pbm", "sun.ras", "raw.tif", "lzw.tif"]
+        lines = self.run_tool("info", *names).stdout.splitlines()
+        rgb, unread = ["37x23", "3x8", "rgb"], "stored in a way that is not read"
+        self.assertEqual([line.split(maxsplit=4) for line in lines],
+                         [["in.ppm", *rgb, "PNM, uncompressed"],
+                          ["gray.pgm", "37x23", "1x8", "gray", "PNM, uncompressed"],
+                          ["bits.pbm", "37x23", "1x1", "gray-reverse", "PNM, uncompressed"],
+                          ["sun.ras", *rgb, "Sun raster, uncompressed"],
+                          ["raw.tif", *rgb, "TIFF, uncompressed"],
+                          ["lzw.tif", *rgb, f"TIFF, {unread}"]])
+        self.assertEqual(len({line.index(" 37x23") for line in lines}), 1)
+        self.refuse(f"lzw.tif: is {unread}", "lzw.tif", "out.raw")
 
     def test_names_what_is_not_a_picture_and_still_tells_of_the_others(self):
         self.write("text", b"no picture at all, and long enough to look like one")
         self.write("cut.ppm", b"P6\n37")
+        self.write("cut.tif", b"MM\0*\0\0\0\x08\0")
         os.mkdir(self.folder / "folder")
         os.mkfifo(self.folder / "fifo")
-        names = ["text", "cut.ppm", "folder", "fifo", "missing", "-"]
+        names = ["text", "cut.ppm", "cut.tif", "folder", "fifo", "missing", "-"]
         done = self.run_tool("info", *names, "in.ppm", code=1)
         self.assertEqual(len(done.stdout.splitlines()), 1)
         self.assertTrue(done.stdout.startswith("in.ppm "))
         for name, line in zip(names, done.stderr.splitlines(), strict=True):
             self.assertIn(name, line)
+        self.assertIn("cut.tif: begins like a TIFF file, but is damaged\n", done.stderr)
+        self.assertIn("text: is not a picture of a known kind\n", done.stderr)
 
 
 class Convert(ToolTest):

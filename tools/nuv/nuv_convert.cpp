@@ -101,13 +101,8 @@ Problem read_stored(const ConvertRequest& request, NuvWrapperClass& job, ImagePa
     if (Problem problem = describe_source(request.source, picture))
         return problem;
     job.SetSrcFile(request.source.c_str());
-    if (const int result = job.ReadRaster(); result != 0) {
-        // It could be described.
-        const bool is_unserved = static_cast<std::uint32_t>(result) == 0x81000000;
-        return request.source + ": " +
-               std::string{is_unserved ? "is stored in a way that is not read"
-                                       : reading_problem(result)};
-    }
+    if (const int result = job.ReadRaster(); result != 0)
+        return request.source + ": " + std::string{reading_problem(result, /*is_known=*/true)};
     // Samples of 2 to 7 bits come as 8, those of 9 to 15 as 16.
     if (picture.bits > 1 && picture.bits < 16)
         picture.bits = picture.bits > 8 ? 16 : 8;

@@ -11,7 +11,7 @@ namespace nuv_tool {
 namespace {
 
 constexpr std::size_t columns = 5;
-using Row = std::array<std::string, columns>; // path, size, samples, colour, the way it is stored
+using Row = std::array<std::string, columns>; // path, size, samples, colour, kind and storing
 
 std::string storing(const ImageParam& picture)
 {
@@ -40,11 +40,23 @@ std::string storing(const ImageParam& picture)
     return text;
 }
 
+// The kind of file, and how it has the picture.
+std::string kind_and_storing(const std::string& path, const ImageParam& picture)
+{
+    std::string text{file_kind(path)};
+    const bool is_read = try_reading(path) == 0;
+    if (is_read && text == "JPEG")
+        return storing(picture); // says so
+    if (!text.empty())
+        text.append(", ");
+    return text.append(is_read ? storing(picture) : "stored in a way that is not read");
+}
+
 Row row_of(const std::string& path, const ImageParam& picture)
 {
     return {path, std::to_string(picture.width) + "x" + std::to_string(picture.height),
             std::to_string(picture.channels) + "x" + std::to_string(picture.bits),
-            std::string{color_name(picture.color)}, storing(picture)};
+            std::string{color_name(picture.color)}, kind_and_storing(path, picture)};
 }
 
 void print(const std::vector<Row>& rows)

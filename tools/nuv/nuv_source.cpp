@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <fstream>
 #include <limits>
 #include <sys/stat.h>
 #include <system_error>
@@ -31,6 +32,28 @@ constexpr std::array samplings{
     NamedCode{"4:2:2", WriteJPEGOption::eSampling422, 3},
     NamedCode{"4:2:0", WriteJPEGOption::eSampling420, 3},
     NamedCode{"4:1:1", WriteJPEGOption::eSampling411, 3},
+};
+
+// A kind of file, by what it begins with.
+struct FileKind {
+    std::string_view name;
+    std::string_view beginning;
+};
+
+constexpr std::array file_kinds{
+    FileKind{"TIFF", "II"},
+    FileKind{"TIFF", "MM"},
+    FileKind{"JPEG", "\xFF\xD8"},
+    FileKind{"PNM", "P1"},
+    FileKind{"PNM", "P2"},
+    FileKind{"PNM", "P3"},
+    FileKind{"PNM", "P4"},
+    FileKind{"PNM", "P5"},
+    FileKind{"PNM", "P6"},
+    FileKind{"Sun raster", "\x59\xA6\x6A\x95"},
+    FileKind{"Windows bitmap", "BM"},
+    FileKind{"PNG", "\x89PNG\r\n\x1A\n"},
+    FileKind{"nuv raster", "NUVF"},
 };
 
 // Reads a number of 1 to the largest of its type from the front of `text`, and cuts it off.
@@ -92,12 +115,33 @@ Problem describe_source(const std::string& path, ImageParam& picture)
     if (picture.width != 0)
         return {};
     // Only reading it tells why.
-    NuvWrapperClass job;
-    job.SetSrcFile(path.c_str());
-    return path + ": " + std::string{reading_problem(job.ReadRaster())};
+    const std::string_view kind = file_kind(path);
+    std::string text = path + ": ";
+    if (!kind.empty())
+        text.append("begins like a ").append(kind).append(" file, but ");
+    return text.append(reading_problem(try_reading(path), !kind.empty()));
 }
 
-std::string_view reading_problem(int result)
+std::string_view file_kind(const std::string& path)
+{
+    constexpr std::size_t most_bytes = 16;
+    std::array<char, most_bytes> begin{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(begin.data(), begin.size());
+    const std::string_view read{begin.data(), static_cast<std::size_t>(file.gcount())};
+    const auto kind = std::ranges::find_if(
+        file_kinds, [read](const FileKind& each) { return read.starts_with(each.beginning); });
+    return kind != file_kinds.end() ? kind->name : std::string_view{};
+}
+
+int try_reading(const std::string& path)
+{
+    NuvWrapperClass job;
+    job.SetSrcFile(path.c_str());
+    return job.ReadRaster();
+}
+
+std::string_view reading_problem(int result, bool is_known)
 {
     switch (static_cast<std::uint32_t>(result)) {
     case 0x80010000:
@@ -110,7 +154,8 @@ std::string_view reading_problem(int result)
         return "is damaged";
     case 0x80100000:
     case 0x81000000:
-        return "is not a picture of a known kind";
+        return is_known ? "is stored in a way that is not read"
+                        : "is not a picture of a known kind";
     default:
         return "is not a picture that can be read";
     }

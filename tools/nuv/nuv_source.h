@@ -19,8 +19,14 @@ namespace nuv_tool {
 // path.
 [[nodiscard]] Problem describe_source(const std::string& path, ImageParam& picture);
 
-// Words for what ReadRaster() answers.
-[[nodiscard]] std::string_view reading_problem(int result);
+// The kind of file that the one at `path` begins like, as "TIFF"; empty for none that is known.
+[[nodiscard]] std::string_view file_kind(const std::string& path);
+
+// What ReadRaster() answers for the stored picture at `path`: 0 when it can be read.
+[[nodiscard]] int try_reading(const std::string& path);
+
+// Words for what ReadRaster() answers, of a picture whose kind is known or not.
+[[nodiscard]] std::string_view reading_problem(int result, bool is_known);
 
 // Understands "WxHxCxBITS", with ":" and a colour behind it if it likes, as "640x480x3x8:rgb".
 // Without a colour one channel is gray, three are RGB, and others have none.

@@ -226,12 +226,15 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
     // Strips behind the image count only where a run may go on from one to the next.
     const std::size_t count = is_raw ? strips.size() : info.strip_offsets.size();
     NUV_TIFFStripStream stream(manager(), *storage);
-    bool good = stream.reserve(count);
-    for (std::size_t i = 0; good && i < count; ++i) {
-        good = is_raw ? stream.add_raw(info.strip_offsets[i], strips[i].bytes)
-                      : stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
+    if (!stream.make_room(count))
+        return nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (is_raw)
+            stream.add_raw(info.strip_offsets[i], strips[i].bytes);
+        else
+            stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
     }
-    const auto bytes = good ? stream.open(storage) : NUV_Held<NUV_InputStorage>();
+    const auto bytes = stream.open(storage);
     return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
 }
 
@@ -249,7 +252,7 @@ bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInf
     bool good = describe_tiff_strip(header, info, true);
     for (std::size_t first = 0; good && first < strips.size(); first += strips.per_plane()) {
         NUV_TIFFStripStream stream(manager(), *storage);
-        good = stream.reserve(strips.per_plane());
+        good = stream.make_room(strips.per_plane());
         header.width(strips[first].width);
         header.height(0);
         for (std::size_t i = first; good && i < first + strips.per_plane(); ++i) {
@@ -257,7 +260,7 @@ bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInf
             if (strip.offset > size)
                 return fail(manager(), NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
             header.height(header.height() + strip.height);
-            good = stream.add_raw(strip.offset, strip.bytes);
+            stream.add_raw(strip.offset, strip.bytes);
         }
         const auto own = good ? make_initiated<NUV_MoveInMoveOutInputStorage>(manager(), storage, 0)
                               : NUV_Held<NUV_MoveInMoveOutInputStorage>();

@@ -36,17 +36,22 @@ bool begins_as_jpeg(NUV_InputStorage& strip)
 
 NUV_TIFFStrips::NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept
     : info_(info),
+      is_raw_(info.compression == Compression::none),
       is_one_stream_(info.compression == Compression::old_jpeg),
+      has_small_planes_(info.is_planar() && info.is_subsampled()),
       planes_(info.is_planar() ? info.samples_per_pixel : 1),
       per_plane_(is_one_stream_ ? 1 : info.strips_per_plane())
-{}
+{
+    if (is_raw_)
+        first_raw_bytes_ = raw_bytes({.width = info.image_width, .height = info.rows_per_strip});
+}
 
 NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
 {
     if (is_one_stream_)
         return jpeg_stream();
-    const std::size_t plane = index / per_plane_;
-    const std::size_t in_plane = index % per_plane_;
+    const bool is_first_plane = index < per_plane_;
+    const std::size_t in_plane = is_first_plane ? index : index % per_plane_;
     const auto lines_above = static_cast<std::uint32_t>(in_plane * info_.rows_per_strip);
     NUV_TIFFStrip strip = {
         .offset = info_.strip_offsets[index],
@@ -54,14 +59,17 @@ NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
         .width = info_.image_width,
         .height = std::min(info_.rows_per_strip, info_.image_length - lines_above),
     };
-    if (info_.is_subsampled() && plane > 0) {
+    const bool is_small = has_small_planes_ && !is_first_plane;
+    if (is_small) {
         strip.width /= info_.ycbcr_subsampling[0];
         strip.height /= info_.ycbcr_subsampling[1];
     }
     // What a raw strip has is known: many counts are missing, too small, or count what fills up the
     // strip.
-    if (info_.compression == Compression::none)
-        strip.bytes = raw_bytes(strip);
+    if (is_raw_) {
+        const bool is_usual = !is_small && strip.height == info_.rows_per_strip;
+        strip.bytes = is_usual ? first_raw_bytes_ : raw_bytes(strip);
+    }
     return strip;
 }
 
@@ -128,28 +136,26 @@ NUV_TIFFStripStream::NUV_TIFFStripStream(NUV_Manager& manager,
       storage_bytes_(static_cast<std::uint32_t>(std::max(storage.size(), 0)))
 {}
 
-bool NUV_TIFFStripStream::reserve(std::size_t strips)
+bool NUV_TIFFStripStream::make_room(std::size_t strips)
 {
-    return offsets_.reserve(strips) && byte_counts_.reserve(strips);
+    count_ = 0;
+    return offsets_.resize(strips) && byte_counts_.resize(strips);
 }
 
-bool NUV_TIFFStripStream::add(std::uint32_t offset, std::uint32_t bytes)
-{
-    return offsets_.push_back(offset) && byte_counts_.push_back(bytes);
-}
-
-bool NUV_TIFFStripStream::add_raw(std::uint32_t offset, std::uint32_t bytes)
+void NUV_TIFFStripStream::add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept
 {
     if (!is_whole_)
-        return true;
+        return;
     const bool is_reached = offset <= storage_bytes_;
     const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
     is_whole_ = is_reached && there == bytes;
-    return add(offset, there);
+    add(offset, there);
 }
 
 NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)
 {
+    if (!offsets_.resize(count_) || !byte_counts_.resize(count_))
+        return {};
     return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets_),
                                                         std::move(byte_counts_));
 }

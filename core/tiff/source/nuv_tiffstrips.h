@@ -35,9 +35,12 @@ private:
     [[nodiscard]] std::uint32_t raw_bytes(const NUV_TIFFStrip& strip) const noexcept;
 
     const NUV_TIFFInfo& info_;
+    bool is_raw_;
     bool is_one_stream_;
+    bool has_small_planes_; // of subsampled chroma
     std::size_t planes_;
     std::size_t per_plane_;
+    std::uint32_t first_raw_bytes_ = 0; // of a strip of all its rows in the first plane
 };
 
 // The bytes of a strip as a storage of their own, over a storage that others read from, too.
@@ -51,12 +54,17 @@ class NUV_TIFFStripStream {
 public:
     NUV_TIFFStripStream(NUV_Manager& manager, const NUV_InputStorage& storage) noexcept;
 
-    [[nodiscard]] bool reserve(std::size_t strips);
-    // Behind the strips so far. False without memory.
-    [[nodiscard]] bool add(std::uint32_t offset, std::uint32_t bytes);
+    // Room for so many strips, of which there are none yet. False without memory.
+    [[nodiscard]] bool make_room(std::size_t strips);
+    // Behind the strips so far, for which there is room.
+    void add(std::uint32_t offset, std::uint32_t bytes) noexcept
+    {
+        offsets_[count_] = offset;
+        byte_counts_[count_++] = bytes;
+    }
     // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
     // comes nothing any more, for it would move up.
-    [[nodiscard]] bool add_raw(std::uint32_t offset, std::uint32_t bytes);
+    void add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept;
     // Hands on what was added. Nobody else may move the storage meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
 
@@ -64,6 +72,7 @@ private:
     NUV_Manager& manager_;
     NUV_Vector<std::uint32_t> offsets_;
     NUV_Vector<std::uint32_t> byte_counts_;
+    std::size_t count_ = 0;
     std::uint32_t storage_bytes_;
     bool is_whole_ = true;
 };
