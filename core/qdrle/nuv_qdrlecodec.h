@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace nuv {
 
@@ -87,11 +88,14 @@ public:
     [[nodiscard]] bool decode(unsigned char* line) noexcept;
 
 private:
-    std::size_t line_bytes_ = 0;
     const std::uint32_t* runs_;
-    std::size_t position_ = 0; // in words
     std::uint32_t width_;
 };
+
+// Draws the runs of a line, as QDRLELine has them in front of the terminator, and clears the rest
+// of its (width + 7) / 8 bytes. False when they are not such a line's; it is then half drawn.
+[[nodiscard]] bool draw_runs(std::span<const std::uint32_t> words, std::uint32_t width,
+                             unsigned char* line) noexcept;
 
 // Expands a stream of lines.
 class QDRLEDecoder final : public QDRLE {

@@ -39,6 +39,17 @@ constexpr std::uint32_t width_limit = 0x80000000; // the first that no line can 
 
 } // namespace
 
+bool draw_runs(std::span<const std::uint32_t> words, std::uint32_t width,
+               unsigned char* line) noexcept
+{
+    std::memset(line, 0, bytes_of_line(width));
+    for (std::size_t word = 0; word < words.size(); word += 2) {
+        if (!draw_run(line, width, words[word], words[word + 1]))
+            return false;
+    }
+    return true;
+}
+
 void QDRLELine::clear() noexcept
 {
     reserved_ = 0;
@@ -54,8 +65,7 @@ void QDRLELine::assign(const QDRLELine& other) noexcept
 }
 
 QDRLELineDecoder::QDRLELineDecoder(const std::uint32_t* runs, std::uint32_t width) noexcept
-    : line_bytes_(bytes_of_line(width)),
-      runs_(runs),
+    : runs_(runs),
       width_(width)
 {
     if (!runs || width == 0 || width >= width_limit)
@@ -68,17 +78,13 @@ bool QDRLELineDecoder::decode(unsigned char* line) noexcept
         return refuse(QDRLEStatus::failed_before);
     if (!line)
         return refuse(QDRLEStatus::bad_argument);
-    std::memset(line, 0, line_bytes_);
-    const std::size_t most_records = (std::size_t{width_} + 1) / 2 + 1; // with the terminator
-    position_ = 0;
-    for (std::size_t record = 0; record < most_records; ++record, position_ += 2) {
-        const std::uint32_t start = runs_[position_];
-        if (start == terminator)
-            return true;
-        if (!draw_run(line, width_, start, runs_[position_ + 1]))
-            return refuse(QDRLEStatus::bad_run);
-    }
-    return refuse(QDRLEStatus::cut_short);
+    const std::size_t most_words = (std::size_t{width_} + 1) / 2 * 2;
+    std::size_t words = 0;
+    while (words < most_words && runs_[words] != terminator)
+        words += 2;
+    if (!draw_runs({runs_, words}, width_, line))
+        return refuse(QDRLEStatus::bad_run);
+    return runs_[words] == terminator || refuse(QDRLEStatus::cut_short);
 }
 
 QDRLEDecoder::QDRLEDecoder(DataInStream* stream, std::uint32_t width) noexcept
