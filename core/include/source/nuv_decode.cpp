@@ -6,7 +6,8 @@ NUV_Engine* NUV_Decode::engine(NUV_Engine* previous)
 {
     if (!accepts_image(previous, method_))
         return nullptr;
-    return previous->header()->is_raw() ? previous : append_decoder(*previous);
+    const bool is_done = previous->header()->encode_type() == delivers_;
+    return is_done ? previous : append_decoder(*previous);
 }
 
 } // namespace nuv
