@@ -45,6 +45,7 @@ ALLOWED_TOPS = {
 }
 # The headers at the root of a module belong to the room that knows the manager, source.
 ROOM_RANK = {
+    "core/ccitt": {"codec": 0, "source": 1},
     "core/jpeg": {"stream": 0, "kernels": 1, "decode": 2, "encode": 2, "source": 3},
     "core/scale": {"kernels": 0, "source": 1},
     "core/tiff": {"structure": 0, "source": 1},

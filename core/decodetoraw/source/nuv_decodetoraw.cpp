@@ -1,5 +1,6 @@
 #include "core/decodetoraw/nuv_decodetoraw.h"
 
+#include "core/ccitt/nuv_decodeccitt.h"
 #include "core/flate/nuv_decodeflate.h"
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/packbits/nuv_decodepackbits.h"
@@ -26,7 +27,8 @@ std::optional<NUV_Engine*> try_decoder(NUV_Manager& manager, NUV_Engine& previou
 // All codings that can be decoded.
 constexpr std::optional<NUV_Engine*> (*decoders[])(NUV_Manager&, NUV_Engine&) = {
     try_decoder<NUV_DecodeQDRLE>, try_decoder<NUV_DecodeWinRLE8>, try_decoder<NUV_DecodeWinRLE4>,
-    try_decoder<NUV_DecodeJPEG>,  try_decoder<NUV_DecodeFlate>,   try_decoder<NUV_DecodePackBits>,
+    try_decoder<NUV_DecodeJPEG>,  try_decoder<NUV_DecodeMH>,      try_decoder<NUV_DecodeMR>,
+    try_decoder<NUV_DecodeMMR>,   try_decoder<NUV_DecodeFlate>,   try_decoder<NUV_DecodePackBits>,
 };
 
 } // namespace

@@ -1,0 +1,66 @@
+#include "core/ccitt/source/nuv_ccittdatainstream.h"
+
+#include "framework/buffer/nuv_srcbuffer.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace nuv {
+
+bool NUV_CCITTDataInStream::initiate(NUV_SrcBuffer* src,
+                                     std::span<const std::uint32_t> strip_byte_counts)
+{
+    src_ = src;
+    if (strip_byte_counts.empty())
+        return true;
+    if (!strip_byte_counts_.resize(strip_byte_counts.size()))
+        return false;
+    std::ranges::copy(strip_byte_counts, strip_byte_counts_.data());
+    strip_end_ = strip_byte_counts_[0];
+    return true;
+}
+
+std::span<const std::uint8_t> NUV_CCITTDataInStream::read()
+{
+    constexpr auto no_end = std::numeric_limits<std::uint64_t>::max();
+    return take(has_strips() ? strip_end_ - position_ : no_end);
+}
+
+bool NUV_CCITTDataInStream::next_strip()
+{
+    if (!has_strips())
+        return true;
+    if (!has_next_strip())
+        return false;
+    while (position_ < strip_end_) {
+        if (take(strip_end_ - position_).empty())
+            return false;
+    }
+    ++strip_;
+    strip_end_ += strip_byte_counts_[strip_];
+    return true;
+}
+
+std::span<const std::uint8_t> NUV_CCITTDataInStream::take(std::uint64_t most)
+{
+    if (most == 0)
+        return {};
+    if (block_.empty()) {
+        if (std::exchange(holds_block_, false) && !src_->release())
+            return {};
+        std::uint32_t bytes = 0;
+        const void* const block = src_->get(&bytes);
+        if (!block)
+            return {};
+        holds_block_ = true;
+        block_ = {static_cast<const std::uint8_t*>(block), bytes};
+    }
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(most, block_.size()));
+    const auto taken = block_.first(count);
+    block_ = block_.subspan(count);
+    position_ += count;
+    return taken;
+}
+
+} // namespace nuv

@@ -1,0 +1,141 @@
+#include "core/ccitt/source/nuv_decodeccittengine.h"
+
+#include "core/qdrle/nuv_qdrlerun.h"
+#include "framework/engine/nuv_stepblocks.h"
+#include "framework/utility/nuv_endian.h"
+
+#include <bit>
+
+namespace nuv {
+namespace {
+
+constexpr auto raw_execute_method = "NUV_DecodeCCITTEngine::execute()";
+
+template <class To>
+[[nodiscard]] To copy_common(const NUV_CCITTOption& option) noexcept
+{
+    To to;
+    to.detect_end = option.detect_end;
+    to.uncompressed_mode = option.uncompressed_mode;
+    to.byte_align = option.byte_align;
+    return to;
+}
+
+} // namespace
+
+bool NUV_DecodeCCITTBaseEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                         NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
+                                         std::span<const std::uint32_t> strip_byte_counts,
+                                         const Methods& methods)
+{
+    if (!NUV_ProcessEngine::initiate(header, src, dst))
+        return false;
+    if (header->bits() != 1 || header->channels() != 1 ||
+        header->data_type() != NUV_DataType::u_integer || !checked_run_line_bytes(header->width()))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, methods.initiate);
+    rows_per_strip_ = rows_per_strip;
+    execute_method_ = methods.execute;
+    return src->block_bytes(manager().default_block_bytes()) &&
+           stream_.initiate(src, strip_byte_counts);
+}
+
+bool NUV_DecodeCCITTBaseEngine::execute()
+{
+    if (row_ >= header_.height())
+        return false;
+    ++row_;
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
+        return false;
+    if (!decode_line(out.data()))
+        return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method_);
+    if (decoder().status().code() > QDCCITTBase::Code::good) {
+        const bool is_inside_strip = rows_per_strip_ != 0 && row_ % rows_per_strip_ > 1;
+        if (!is_inside_strip && !begins_strip(out.data()))
+            warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method); // of both forms
+    }
+    return out.commit(decoded_bytes());
+}
+
+// The decoder sees no more of a strip's end than that its data ends, so a bad line at such a place
+// is taken for the first line of the next strip.
+bool NUV_DecodeCCITTBaseEngine::begins_strip(void* block)
+{
+    if (rows_per_strip_ == 0 || !stream_.has_next_strip())
+        return false;
+    decoder().rewind_line();
+    return stream_.next_strip() && decode_line(block);
+}
+
+bool NUV_DecodeCCITTEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                     NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
+                                     std::span<const std::uint32_t> strip_byte_counts)
+{
+    if (!NUV_DecodeCCITTBaseEngine::initiate(
+            header, src, dst, rows_per_strip, strip_byte_counts,
+            {.initiate = "NUV_DecodeCCITTEngine::initiate()", .execute = raw_execute_method}))
+        return false;
+    header_.encode_type(NUV_EncodeType::raw);
+    return dst->block_bytes(header_.line_bytes());
+}
+
+bool NUV_DecodeCCITTEngine::decode_line(void* block)
+{
+    return decoder().decode(static_cast<unsigned char*>(block));
+}
+
+std::uint32_t NUV_DecodeCCITTEngine::decoded_bytes() const noexcept
+{
+    return header_.line_bytes();
+}
+
+bool NUV_DecodeCCITTToQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
+                                            NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
+                                            std::span<const std::uint32_t> strip_byte_counts)
+{
+    if (!NUV_DecodeCCITTBaseEngine::initiate(
+            header, src, dst, rows_per_strip, strip_byte_counts,
+            {.initiate = "NUV_DecodeCCITTToQDRLEEngine::initiate()",
+             .execute = "NUV_DecodeCCITTToQDRLEEngine::execute()"}))
+        return false;
+    header_.encode_type(NUV_EncodeType::qd_rle);
+    return dst->block_bytes(checked_run_line_bytes(header_.width()).value_or(0));
+}
+
+bool NUV_DecodeCCITTToQDRLEEngine::decode_line(void* block)
+{
+    line_.runs(static_cast<std::uint32_t*>(block));
+    line_.clear();
+    if (!decoder().decode(line_))
+        return false;
+    if constexpr (std::endian::native == std::endian::big)
+        swap_bytes(line_.runs(), line_.count(), sizeof(std::uint32_t));
+    return true;
+}
+
+std::uint32_t NUV_DecodeCCITTToQDRLEEngine::decoded_bytes() const noexcept
+{
+    const std::uint32_t whole_records = line_.count() & ~1U;
+    return whole_records * sizeof(std::uint32_t);
+}
+
+QDMHOption NUV_MHCoding::translate(const Option& option) noexcept
+{
+    auto codec_option = copy_common<QDMHOption>(option);
+    codec_option.eol_present = option.eol_present;
+    return codec_option;
+}
+
+QDMROption NUV_MRCoding::translate(const Option& option) noexcept
+{
+    auto codec_option = copy_common<QDMROption>(option);
+    codec_option.k = option.k;
+    return codec_option;
+}
+
+QDMMROption NUV_MMRCoding::translate(const Option& option) noexcept
+{
+    return copy_common<QDMMROption>(option);
+}
+
+} // namespace nuv
