@@ -1,6 +1,7 @@
 #include "core/tiff/nuv_readtiff.h"
 
 #include "core/align/nuv_aligny.h"
+#include "core/ccitt/nuv_decodeccitt.h"
 #include "core/channel/nuv_mergechannel.h"
 #include "core/channel/nuv_selectchannel.h"
 #include "core/lut/nuv_lut.h"
@@ -29,17 +30,62 @@ using Photometric = NUV_TIFFAttributes::PhotometricInterpretation;
 
 constexpr auto engine_method = "NUV_ReadTIFF::engine()";
 
-// A coding other than raw samples and JPEG, and the decoder of its strips.
-struct DecoderRow {
-    const NUV_EncodeType* const* encode_type;
-    NUV_Engine* (*append)(NUV_Manager& manager, NUV_Engine* engine);
+// Strips that a decoder takes as they stand one behind the other: none where it has a single one.
+struct StripsInARow {
+    std::uint32_t rows = 0; // of each
+    std::span<const std::uint32_t> byte_counts;
 };
 
+// A coding other than raw samples and JPEG, and the decoder of its strips: to raw lines, and to
+// runs where it can.
+struct DecoderRow {
+    using Append = NUV_Engine* (*)(NUV_Engine* engine, const NUV_TIFFInfo& info,
+                                   const StripsInARow& strips);
+
+    const NUV_EncodeType* const* encode_type;
+    Append append;
+    Append append_runs;
+};
+
+// TIFF 6.0, section 10: lines of Compression 2 have no EOL and begin on bytes.
+NUV_DecodeMHOption mh_option(const NUV_TIFFInfo& info) noexcept
+{
+    if (info.compression == Compression::ccitt_1d)
+        return NUV_DecodeMHOption(false, false, true);
+    return NUV_DecodeMHOption(true, true, info.has(NUV_TIFFAttributes::T4Options::fill));
+}
+
+// TIFF 6.0, section 11.
+NUV_DecodeMROption mr_option(const NUV_TIFFInfo& info) noexcept
+{
+    return NUV_DecodeMROption(true, 4, info.has(NUV_TIFFAttributes::T4Options::fill));
+}
+
+NUV_DecodeMMROption mmr_option(const NUV_TIFFInfo& /*info*/) noexcept
+{
+    return NUV_DecodeMMROption(true, false);
+}
+
+template <class Creator, auto option_of>
+NUV_Engine* append_ccitt(NUV_Engine* engine, const NUV_TIFFInfo& info, const StripsInARow& strips)
+{
+    return Creator(info.manager(), option_of(info)).engine(engine, strips.rows, strips.byte_counts);
+}
+
+NUV_Engine* append_pack_bits(NUV_Engine* engine, const NUV_TIFFInfo& info,
+                             const StripsInARow& /*strips*/)
+{
+    return NUV_DecodePackBits(info.manager()).engine(engine);
+}
+
 constexpr DecoderRow decoders[] = {
-    {&NUV_EncodeType::pack_bits,
-     [](NUV_Manager& manager, NUV_Engine* engine) {
-         return NUV_DecodePackBits(manager).engine(engine);
-     }},
+    {&NUV_EncodeType::mh, append_ccitt<NUV_DecodeMHForTIFF, mh_option>,
+     append_ccitt<NUV_DecodeMHToQDRLEForTIFF, mh_option>},
+    {&NUV_EncodeType::mr, append_ccitt<NUV_DecodeMRForTIFF, mr_option>,
+     append_ccitt<NUV_DecodeMRToQDRLEForTIFF, mr_option>},
+    {&NUV_EncodeType::mmr, append_ccitt<NUV_DecodeMMRForTIFF, mmr_option>,
+     append_ccitt<NUV_DecodeMMRToQDRLEForTIFF, mmr_option>},
+    {&NUV_EncodeType::pack_bits, append_pack_bits, append_pack_bits},
 };
 
 bool is_ccitt(const NUV_TIFFInfo& info) noexcept
@@ -272,16 +318,17 @@ bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInf
     return good;
 }
 
-NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool /*to_qdrle*/)
+NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle)
 {
     if (info.encode_type() == NUV_EncodeType::raw)
         return engine;
+    StripsInARow strips;
+    if (is_one_stream(info))
+        strips = {info.rows_per_strip, info.strip_byte_counts.items()};
     for (const DecoderRow& decoder : decoders) {
         if (info.encode_type() == *decoder.encode_type)
-            return decoder.append(manager(), engine);
+            return (to_qdrle ? decoder.append_runs : decoder.append)(engine, info, strips);
     }
-    if (is_ccitt(info))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
     return decode_other(engine, info);
 }
 

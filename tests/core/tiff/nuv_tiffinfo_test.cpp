@@ -215,7 +215,7 @@ TEST(ReadTIFF, TakesStripsAsFarAsTheyGo)
         {"a second strip that is not there", strips({8, 100000}, {32, 32}), 2, broken, "NUV_ReadStorageEngine::execute()"},
         {"the same, each for itself", strips({8, 100000}, {32, 0}), 0, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()"},
         {"LZW", coded(5, 8), 0, unsupported, check},
-        {"facsimile", coded(4, 1), 0, unsupported, "NUV_ReadTIFF::engine()"},
+        {"facsimile with samples uncompressed", {{0x103, shorts({4})}, {0x102, shorts({1})}, {0x125, longs({2})}}, 0, unsupported, check},
         {"JPEG by its tables alone", coded(6, 8), 0, unsupported, check},
         {"2 bits", coded(1, 2), 0, unsupported, check},
         {"tiles", {{0x142, shorts({16})}}, 0, unsupported, check},
