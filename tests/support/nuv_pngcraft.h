@@ -5,11 +5,8 @@
 
 #include <zlib.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -23,33 +20,35 @@ struct PNGCraft {
 
     PNGCraft& chunk(std::string_view name, const Bytes& data)
     {
-        put(static_cast<std::uint32_t>(data.size()));
-        const std::size_t begin = bytes.size();
-        bytes.insert(bytes.end(), name.begin(), name.end());
-        bytes.insert(bytes.end(), data.begin(), data.end());
-        put(static_cast<std::uint32_t>(
-            crc32(0, &bytes[begin], static_cast<uInt>(bytes.size() - begin))));
-        return *this;
+        Bytes body = bytes_of(name);
+        body.insert(body.end(), data.begin(), data.end());
+        return add(number(data.size())).add(body).add(checksum(body.data(), body.size()));
     }
-    PNGCraft& header(std::uint32_t width, std::uint32_t height, std::uint8_t depth,
-                     std::uint8_t color, std::uint8_t interlace = 0, std::uint8_t compression = 0,
-                     std::uint8_t filter = 0)
+    // `rest`: depth, colour type, compression, filter and interlace method.
+    PNGCraft& header(std::uint32_t width, std::uint32_t height, const Bytes& rest)
     {
-        PNGCraft numbers{{}};
-        numbers.put(width).put(height);
-        const Bytes rest = {depth, color, compression, filter, interlace};
-        numbers.bytes.insert(numbers.bytes.end(), rest.begin(), rest.end());
-        return chunk("IHDR", numbers.bytes);
+        PNGCraft data{number(width)};
+        return chunk("IHDR", data.add(number(height)).add(rest).bytes);
     }
     [[nodiscard]] Bytes end() { return chunk("IEND", {}).bytes; }
-
-    PNGCraft& put(std::uint32_t value)
+    PNGCraft& add(const Bytes& more)
     {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+        bytes.insert(bytes.end(), more.begin(), more.end());
         return *this;
     }
 
+    [[nodiscard]] static Bytes number(std::size_t value)
+    {
+        const auto low = static_cast<std::uint32_t>(value);
+        Bytes stored(4);
+        store_be16(&stored[0], low >> 16);
+        store_be16(&stored[2], low);
+        return stored;
+    }
+    [[nodiscard]] static Bytes checksum(const std::uint8_t* data, std::size_t size)
+    {
+        return number(crc32(0, data, static_cast<uInt>(size)));
+    }
     [[nodiscard]] static Bytes deflated(const Bytes& data)
     {
         uLongf size = compressBound(static_cast<uLong>(data.size()));
@@ -57,22 +56,6 @@ struct PNGCraft {
         compress(out.data(), &size, data.data(), static_cast<uLong>(data.size()));
         out.resize(size);
         return out;
-    }
-
-    // Rights the checksums of all chunks of what may have been a PNG file.
-    static void right_checksums(Bytes& file)
-    {
-        constexpr std::size_t frame = 12; // length, name and checksum
-        for (std::size_t at = 8; file.size() >= frame && at <= file.size() - frame;) {
-            const std::size_t length = load_be32(&file[at]);
-            if (length > file.size() - frame - at)
-                return;
-            PNGCraft sum{{}};
-            sum.put(
-                static_cast<std::uint32_t>(crc32(0, &file[at + 4], static_cast<uInt>(length + 4))));
-            std::memcpy(&file[at + 8 + length], sum.bytes.data(), sum.bytes.size());
-            at += frame + length;
-        }
     }
 };
 
