@@ -109,7 +109,8 @@ class Info(ToolTest):
         self.write("sun.ras", peer("pnmtorast", "-standard", data=self.ppm))
         for name, options in (("raw.tif", "-none"), ("lzw.tif", "-lzw")):
             self.write(name, peer("pnmtotiff", options, data=self.ppm))
-        names = ["in.ppm", "gray.pgm", "bits.pbm", "sun.ras", "raw.tif", "lzw.tif"]
+        self.write("net.png", peer("pnmtopng", data=self.ppm))
+        names = ["in.ppm", "gray.pgm", "bits.pbm", "sun.ras", "net.png", "raw.tif", "lzw.tif"]
         lines = self.run_tool("info", *names).stdout.splitlines()
         rgb, unread = ["37x23", "3x8", "rgb"], "stored in a way that is not read"
         self.assertEqual([line.split(maxsplit=4) for line in lines],
@@ -117,7 +118,7 @@ class Info(ToolTest):
                           ["gray.pgm", "37x23", "1x8", "gray", "PNM, uncompressed"],
                           ["bits.pbm", "37x23", "1x1", "gray-reverse", "PNM, uncompressed"],
                           ["sun.ras", *rgb, "Sun raster, uncompressed"],
-                          ["raw.tif", *rgb, "TIFF, uncompressed"],
+                          ["net.png", *rgb, "PNG"], ["raw.tif", *rgb, "TIFF, uncompressed"],
                           ["lzw.tif", *rgb, f"TIFF, {unread}"]])
         self.assertEqual(len({line.index(" 37x23") for line in lines}), 1)
         self.refuse(f"lzw.tif: is {unread}", "lzw.tif", "out.raw")

@@ -47,6 +47,8 @@ std::string kind_and_storing(const std::string& path, const ImageParam& picture)
     const bool is_read = try_reading(path) == 0;
     if (is_read && text == "JPEG")
         return storing(picture); // says so
+    if (is_read && text == "PNG")
+        return text; // never uncompressed, whatever comes out of it
     if (!text.empty())
         text.append(", ");
     return text.append(is_read ? storing(picture) : "stored in a way that is not read");
