@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/engine/nuv_readengine.h"
 
 #include <cstdint>
@@ -25,6 +26,9 @@ protected:
     // is too short for even one line: then this reads as far as it gets, for the status alone, so
     // that no memory is taken on the word of a header.
     [[nodiscard]] virtual bool read_line(std::uint8_t* out) = 0;
+
+    // Why a line did not come.
+    [[nodiscard]] NUV_Diagnosis ends_early() const;
 
     std::uint32_t line_bytes_ = 0;
 

@@ -2,6 +2,7 @@
 
 #include "core/include/nuv_formatinfo.h"
 #include "core/jpeg/nuv_jpegshared.h"
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_utility.h"
 
 #include <cstdint>
@@ -80,6 +81,9 @@ public:
     [[nodiscard]] bool is_exif() const noexcept { return is_exif_; }
     [[nodiscard]] bool is_g3fax() const noexcept { return is_g3fax_; }
     [[nodiscard]] bool is_adobe() const noexcept { return is_adobe_; }
+
+    // Why a stream of this kind is not decoded.
+    [[nodiscard]] NUV_Diagnosis not_served() const noexcept;
 
     // What reads the stream on, shared with the engine that does. Null before a load().
     [[nodiscard]] const NUV_JPEGReference& internal_reference() const noexcept { return internal_; }

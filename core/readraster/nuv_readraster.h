@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
-#include "framework/base/nuv_status.h"
+#include "framework/base/nuv_failure.h"
 #include "framework/engine/nuv_enginecreator.h"
 #include "framework/io/nuv_inputstorage.h"
 
@@ -36,12 +36,13 @@ private:
     void keep_refusal();
     void keep_reader_failure();
     void end_search(const char* method);
+    [[nodiscard]] NUV_Diagnosis nothing_seen() const;
 
     NUV_InputStorage* storage_ = nullptr;
     std::int32_t start_ = 0;
     bool is_over_ = false; // the format is known, and its reader has failed
-    NUV_Status entry_;     // what stood before the search
-    NUV_Status kept_;      // that, and what refusing probes have raised
+    NUV_Report entry_;     // what stood before the search
+    NUV_Report kept_;      // that, and what refusing probes have raised
 };
 
 } // namespace nuv

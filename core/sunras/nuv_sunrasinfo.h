@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
+#include "framework/base/nuv_diagnosis.h"
 
 #include <cstdint>
 
@@ -40,7 +41,7 @@ private:
     [[nodiscard]] bool load_map(NUV_InputStorage& storage, const NUV_Fields& fields);
     [[nodiscard]] bool load_palette(NUV_InputStorage& storage, std::uint32_t map_bytes);
     [[nodiscard]] bool broken();
-    [[nodiscard]] bool invalid();
+    [[nodiscard]] bool invalid(const NUV_Diagnosis& why);
 
     std::uint32_t type_ = standard_type;
     std::uint32_t map_type_ = 0;

@@ -18,9 +18,6 @@ public:
     // As those of NUV_ReadRaster.
     [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, std::uint32_t page);
     [[nodiscard]] NUV_FormatInfo* format_info(NUV_InputStorage* storage, std::uint32_t page);
-
-private:
-    void raise_again(const NUV_Status& status);
 };
 
 } // namespace nuv

@@ -6,6 +6,8 @@
 namespace nuv {
 
 struct NUV_Cpu;
+struct NUV_Damage;
+struct NUV_Diagnosis;
 class NUV_DstBuffer;
 class NUV_Engine;
 class NUV_Object;
@@ -31,9 +33,17 @@ public:
                        std::uint32_t line) = 0;
     // The same without a place.
     virtual void raise_short(std::uint32_t code, const char* method) { raise(code, method, "", 0); }
-    // Back to code 0.
+    // Back to code 0, with nothing known.
     virtual bool reset() = 0;
     virtual ~NUV_ErrorHandler() noexcept(false) = default;
+
+    // raise() with a reason, which is kept when the status is.
+    virtual void raise_because(std::uint32_t code, const char* method, const char* file,
+                               std::uint32_t line, const NUV_Diagnosis& why) = 0;
+    // Of the status that stands.
+    [[nodiscard]] virtual const NUV_Diagnosis& diagnosis() const = 0;
+    // Of all warnings of broken data, whichever status stands.
+    [[nodiscard]] virtual const NUV_Damage& damage() const = 0;
 };
 
 // Makes what stands between two engines.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/io/nuv_outputstorage.h"
 
 #include <cstdint>
@@ -35,6 +36,7 @@ public:
 
 private:
     void advance(std::int32_t bytes) noexcept;
+    [[nodiscard]] NUV_Diagnosis is_full() const noexcept;
 
     std::uint8_t* data_ = nullptr;
     std::int32_t position_ = 0;

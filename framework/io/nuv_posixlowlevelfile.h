@@ -6,6 +6,7 @@
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_streamposition.h"
 
+#include <cerrno>
 #include <cstdint>
 
 namespace nuv {
@@ -27,7 +28,7 @@ public:
 
     // Closes what is open. For reading the file must be a regular one of less than 2 GiB. For
     // writing it is created or emptied, and must be able to seek. Never waits for another process,
-    // and raises nothing.
+    // and raises nothing: errno tells the reason, EFBIG for a file that is too large.
     [[nodiscard]] bool open(const char* name, NUV_FileUse use);
     // Takes over a descriptor for reading, under the same conditions and where it stands; it stays
     // the caller's when this answers false. Raises nothing.
@@ -105,7 +106,7 @@ protected:
         if (!name)
             return fail(*storage_manager_, NUV_ERR_ARGUMENT, method);
         if (!file_.open(name, use))
-            return fail(*storage_manager_, NUV_ERR_IO, method);
+            return fail(*storage_manager_, NUV_ERR_IO, method, NUV_Diagnosis().system(errno));
         return true;
     }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_lock.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/base/nuv_status.h"
@@ -21,9 +22,18 @@ public:
                std::uint32_t line) override;
     bool reset() override;
 
+    void raise_because(std::uint32_t code, const char* method, const char* file, std::uint32_t line,
+                       const NUV_Diagnosis& why) override;
+    const NUV_Diagnosis& diagnosis() const override { return diagnosis_; }
+    const NUV_Damage& damage() const override { return damage_; }
+
 private:
+    void count_damage(const NUV_Diagnosis& why) noexcept;
+
     NUV_Manager* manager_;
     NUV_Status current_;
+    NUV_Diagnosis diagnosis_;
+    NUV_Damage damage_;
     NUV_Mutex lock_;
 };
 

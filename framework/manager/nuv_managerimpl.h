@@ -72,6 +72,22 @@ public:
             error_handler_->raise_short(code, method);
     }
     bool reset() override { return error_handler_ && error_handler_->reset(); }
+    void raise_because(std::uint32_t code, const char* method, const char* file, std::uint32_t line,
+                       const NUV_Diagnosis& why) override
+    {
+        if (error_handler_)
+            error_handler_->raise_because(code, method, file, line, why);
+    }
+    const NUV_Diagnosis& diagnosis() const override
+    {
+        static constexpr NUV_Diagnosis nothing;
+        return error_handler_ ? error_handler_->diagnosis() : nothing;
+    }
+    const NUV_Damage& damage() const override
+    {
+        static constexpr NUV_Damage none;
+        return error_handler_ ? error_handler_->damage() : none;
+    }
 
     NUV_DstBuffer* create_dst_buffer_proxy() override
     {

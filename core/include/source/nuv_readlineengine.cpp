@@ -14,6 +14,14 @@ bool NUV_ReadLineEngine::initiate(NUV_InputStorage* storage, const NUV_Header* h
     return dst->block_bytes(line_bytes_);
 }
 
+NUV_Diagnosis NUV_ReadLineEngine::ends_early() const
+{
+    return NUV_Diagnosis()
+        .at_byte(storage_->position())
+        .on_line(line_)
+        .says("line %u of %u is not there as a whole", line_ + 1, header_.height());
+}
+
 bool NUV_ReadLineEngine::begin()
 {
     // Whoever shares the storage may have moved it since.

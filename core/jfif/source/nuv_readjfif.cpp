@@ -35,7 +35,8 @@ NUV_Engine* NUV_ReadJFIF::engine(NUV_InputStorage* storage, const NUV_JFIFInfo* 
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     // Before the header's validity: other depths are known, and not meant for a raw image.
     if (!is_jfif_image(*info))
-        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_ReadJFIF::initiate()");
+        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_ReadJFIF::initiate()",
+                    info->not_served());
     if (!info->is_valid())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     return NUV_ReadJPEG(manager()).engine(storage, info, scale);

@@ -40,7 +40,7 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     if (!info || !info->internal_reference())
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (!is_supported(*info, scale))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method, info->not_served());
     reference_ = info->internal_reference();
     divisor_ = static_cast<std::uint32_t>(full_scale / scale);
     if (!start())
@@ -59,7 +59,8 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
 bool NUV_DecodeJPEGEngine::start()
 {
     const NUV_JPEGCode code = internal().start_decode(divisor_);
-    if (!internal().raise(code, "initiate()"))
+    const bool is_known = code != NUV_JPEGCode::unsupported;
+    if (!internal().raise(code, "initiate()", is_known ? NUV_Diagnosis() : internal().not_served()))
         return false;
     const NUV_JPEGDecoder& decoder = internal().decoder();
     const bool fits =
@@ -94,6 +95,12 @@ bool NUV_DecodeJPEGEngine::cleanup()
     return NUV_ReadEngine::cleanup();
 }
 
+// Of the picture as it is stored.
+NUV_Diagnosis NUV_DecodeJPEGEngine::at_line(std::uint32_t line) const noexcept
+{
+    return NUV_Diagnosis().on_line(std::int64_t{line} * divisor_);
+}
+
 bool NUV_DecodeJPEGEngine::execute()
 {
     constexpr auto method = "NUV_DecodeJPEGEngine::execute()";
@@ -106,11 +113,11 @@ bool NUV_DecodeJPEGEngine::execute()
         return false;
     const NUV_JPEGCode code = internal().read_line(out.data());
     if (is_failure(code)) {
-        internal().raise(code, "execute()");
+        internal().raise(code, "execute()", at_line(line_ - 1));
         return false;
     }
     if (is_warning(code))
-        warn(manager(), NUV_WARN_BROKEN_DATA, method);
+        warn(manager(), NUV_WARN_BROKEN_DATA, method, at_line(line_ - 1));
     if (reopening_ && line_ == header_.height())
         reference_.reset();
     return out.commit(line_bytes_);

@@ -30,6 +30,7 @@ private:
     [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;
     [[nodiscard]] bool start();
     [[nodiscard]] bool reopen();
+    [[nodiscard]] NUV_Diagnosis at_line(std::uint32_t line) const noexcept;
     [[nodiscard]] NUV_JPEGInfoInternal& internal() const noexcept
     {
         return static_cast<NUV_JPEGInfoInternal&>(*reference_.get());

@@ -141,6 +141,11 @@ std::uint32_t NUV_JPEGInfo::color_code() const noexcept
     return static_cast<std::uint32_t>(code);
 }
 
+NUV_Diagnosis NUV_JPEGInfo::not_served() const noexcept
+{
+    return internal_ ? internal()->not_served() : NUV_Diagnosis();
+}
+
 std::size_t NUV_JPEGInfo::segment_count() const noexcept
 {
     return internal_ ? internal()->marker_count() : 0;

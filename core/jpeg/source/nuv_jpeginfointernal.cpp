@@ -113,7 +113,7 @@ bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorTy
         decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage), manager().cpu());
     if (is_good(code))
         code = decoder_.read_header(tables ? &tables->tables() : nullptr);
-    return raise(code, "get_jpeginfo()");
+    return raise(code, "get_jpeginfo()", jpeg_header_trouble(code, decoder_.header()));
 }
 
 bool NUV_JPEGInfoInternal::finish()
@@ -164,13 +164,19 @@ NUV_JPEGCode NUV_JPEGInfoInternal::read_line(void* line)
     return decoder_.read_line(static_cast<std::uint8_t*>(line));
 }
 
-bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, NUV_Here here)
+NUV_Diagnosis NUV_JPEGInfoInternal::not_served() const noexcept
+{
+    return jpeg_not_served(decoder_.header());
+}
+
+bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, const NUV_Diagnosis& why,
+                                 NUV_Here here)
 {
     std::array<char, 64> method{};
     std::snprintf(method.data(), method.size(), "NUV_JPEGInfoInternal::%s", name);
     if (code == NUV_JPEGCode::io)
         code = NUV_JPEGCode::read_failed;
-    return nuv_jpegregiststatus(manager(), code, method.data(), here);
+    return nuv_jpegregiststatus(manager(), code, method.data(), why, here);
 }
 
 } // namespace nuv

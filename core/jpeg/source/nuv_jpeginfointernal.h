@@ -75,7 +75,10 @@ public:
 
     // Raises what a code stands for under "NUV_JPEGInfoInternal::" and `name`. Data that ended in
     // a segment is broken data here. True for a code above 0.
-    bool raise(NUV_JPEGCode code, const char* name, NUV_Here here = NUV_Here::now());
+    bool raise(NUV_JPEGCode code, const char* name, const NUV_Diagnosis& why,
+               NUV_Here here = NUV_Here::now());
+    // Why the stream is not decoded.
+    [[nodiscard]] NUV_Diagnosis not_served() const noexcept;
 
 private:
     NUV_JPEGDecoder decoder_;

@@ -33,12 +33,47 @@ NUV_StatusCode jpeg_status_of(NUV_JPEGCode code) noexcept
 }
 
 bool nuv_jpegregiststatus(NUV_Manager& manager, NUV_JPEGCode code, const char* method,
-                          NUV_Here here)
+                          const NUV_Diagnosis& why, NUV_Here here)
 {
     const NUV_StatusCode status = jpeg_status_of(code);
     if (status != NUV_STATUS_OK)
-        manager.raise(status, method, here.file, here.line);
+        manager.raise_because(status, method, here.file, here.line, why);
     return !is_failure(code);
+}
+
+// T.81, table B.1.
+NUV_Diagnosis jpeg_not_served(const NUV_JPEGHeader& header) noexcept
+{
+    const NUV_JPEGFrame& frame = header.frame();
+    const unsigned sof = frame.start_marker - unsigned{jpeg_marker_sof0};
+    NUV_Diagnosis why;
+    why.because(NUV_Cause::unsupported);
+    if (!header.has_frame())
+        return why.at_byte(header.last_offset()).says("the marker FF %02X", header.last_marker());
+    if (sof >= 9)
+        return why.says("arithmetic coding (SOF%u)", sof);
+    if (sof >= 5)
+        return why.says("hierarchical coding (SOF%u)", sof);
+    if (sof != 3 && frame.precision != 8)
+        return why.says("%u bits a sample (SOF%u)", unsigned{frame.precision}, sof);
+    if (frame.components != 1 && frame.components != 3 && frame.components != 4)
+        return why.says("%u components", static_cast<unsigned>(frame.components));
+    return why.says("SOF%u with %u bits a sample and the sampling %X", sof,
+                    unsigned{frame.precision}, jpeg_sampling_key(frame));
+}
+
+NUV_Diagnosis jpeg_header_trouble(NUV_JPEGCode code, const NUV_JPEGHeader& header) noexcept
+{
+    NUV_Diagnosis why;
+    why.at_byte(header.last_offset());
+    if (code == NUV_JPEGCode::unsupported) {
+        if (header.last_marker() == jpeg_marker_dac)
+            return why.says("arithmetic coding (DAC)");
+        return why.says("the marker FF %02X", header.last_marker());
+    }
+    if (jpeg_status_of(code) == NUV_ERR_INVALID_DATA)
+        return why.says("a bad segment behind the marker FF %02X", header.last_marker());
+    return why.says("the header ends early");
 }
 
 } // namespace nuv

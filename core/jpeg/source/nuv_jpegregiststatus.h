@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/jpeg/stream/nuv_jpegcodes.h"
+#include "core/jpeg/stream/nuv_jpegheader.h"
 #include "framework/base/nuv_failure.h"
 
 namespace nuv {
@@ -12,6 +13,12 @@ namespace nuv {
 
 // Raises what `code` stands for under `method`, if anything. True for a code above 0.
 bool nuv_jpegregiststatus(NUV_Manager& manager, NUV_JPEGCode code, const char* method,
-                          NUV_Here here = NUV_Here::now());
+                          const NUV_Diagnosis& why = {}, NUV_Here here = NUV_Here::now());
+
+// Why a stream with this header is not decoded: its process, its depth, its sampling.
+[[nodiscard]] NUV_Diagnosis jpeg_not_served(const NUV_JPEGHeader& header) noexcept;
+// Why reading a header ended with `code`.
+[[nodiscard]] NUV_Diagnosis jpeg_header_trouble(NUV_JPEGCode code,
+                                                const NUV_JPEGHeader& header) noexcept;
 
 } // namespace nuv

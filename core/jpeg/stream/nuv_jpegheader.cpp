@@ -102,6 +102,7 @@ NUV_JPEGCode NUV_JPEGHeader::read_segments(NUV_JPEGInput& input) noexcept
         std::uint8_t marker = 0;
         segments_end_ = input.offset();
         NUV_JPEGCode code = next_marker(input, marker);
+        last_marker_ = marker;
         if (!is_good(code))
             return code;
         if (marker == jpeg_marker_eoi)

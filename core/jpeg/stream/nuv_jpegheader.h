@@ -90,6 +90,9 @@ public:
     [[nodiscard]] bool has_scan() const noexcept { return scan_.components != 0; }
     [[nodiscard]] const NUV_JPEGStoredTables& tables() const noexcept { return tables_; }
     [[nodiscard]] const NUV_JPEGMarkerList& markers() const noexcept { return markers_; }
+    // Where reading stands: the marker of the last segment, its second byte, or 0, and its offset.
+    [[nodiscard]] std::uint8_t last_marker() const noexcept { return last_marker_; }
+    [[nodiscard]] std::int32_t last_offset() const noexcept { return segments_end_; }
 
 private:
     using Payload = std::span<const std::uint8_t>;
@@ -118,6 +121,7 @@ private:
     NUV_JPEGStoredTables tables_;
     NUV_JPEGMarkerList markers_;
     std::int32_t segments_end_ = 0; // behind the last segment that is whole
+    std::uint8_t last_marker_ = 0;
     bool has_any_table_ = false;
 };
 

@@ -50,7 +50,7 @@ NUV_Engine* NUV_ReadJPEGAdobe::engine(NUV_InputStorage* storage, const NUV_JPEGA
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     // Before the header's validity: other depths are known, and not meant for a raw image.
     if (!is_adobe_image(*info))
-        return fail(manager(), NUV_ERR_INVALID_DATA, method);
+        return fail(manager(), NUV_ERR_INVALID_DATA, method, info->not_served());
     if (!info->is_valid())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 

@@ -17,7 +17,8 @@ bool NUV_ReadPNMBinaryEngine::initiate(NUV_InputStorage* storage, const NUV_Head
 bool NUV_ReadPNMBinaryEngine::read_line(std::uint8_t* out)
 {
     if (!out || read_up_to(*storage_, out, line_bytes_) != line_bytes_)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPNMBinaryEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPNMBinaryEngine::execute()",
+                    ends_early());
     return true;
 }
 
@@ -73,7 +74,8 @@ bool NUV_ReadPBMAsciiEngine::read_value(std::uint8_t& byte, unsigned mask)
             continue;
         }
         if (!separated_ || !is_digit(character))
-            return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPBMAsciiEngine::read_value()");
+            return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPBMAsciiEngine::read_value()",
+                        ends_early());
         if (character != '0') {
             byte = static_cast<std::uint8_t>(byte | mask);
             separated_ = false;
@@ -116,7 +118,8 @@ bool NUV_ReadPPMAsciiEngine::read_value(T* line)
         if (!get_usual_value(value) && !(skip_whitespace() && get_value(value)))
             return false;
         if (value > std::numeric_limits<T>::max())
-            return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::read_value()");
+            return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::read_value()",
+                        ends_early().says("the sample %u is too large", value));
         *to = static_cast<T>(value);
     }
     return true;
@@ -150,7 +153,8 @@ bool NUV_ReadPPMAsciiEngine::skip_whitespace()
     while (is_whitespace(character))
         character = stream_.next();
     if (!is_digit(character)) {
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::skip_whitespace()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::skip_whitespace()",
+                    ends_early());
     }
     stream_.put_back();
     return true;
@@ -168,12 +172,12 @@ bool NUV_ReadPPMAsciiEngine::get_value(std::uint32_t& value)
         if (character == '0' && digits == 0)
             continue;
         if (digits == most_digits)
-            return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+            return fail(manager(), NUV_ERR_BROKEN_DATA, method, ends_early());
         value = value * 10 + static_cast<std::uint32_t>(character - '0');
         ++digits;
     }
     if (!is_whitespace(character) && character != NUV_ByteReader::at_end)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method, ends_early());
     return true;
 }
 

@@ -8,6 +8,20 @@
 #include <limits>
 
 namespace nuv {
+namespace {
+
+[[nodiscard]] NUV_Diagnosis header_ends() noexcept
+{
+    return NUV_Diagnosis().says("the header ends early");
+}
+
+[[nodiscard]] NUV_Diagnosis no_number(int character) noexcept
+{
+    return NUV_Diagnosis().says("the byte %02x where the header has a number",
+                                static_cast<unsigned>(character));
+}
+
+} // namespace
 
 bool NUV_PNMInfo::load_internal(NUV_InputStorage* storage)
 {
@@ -19,7 +33,8 @@ bool NUV_PNMInfo::load_internal(NUV_InputStorage* storage)
     std::uint8_t signature[2];
     if (read_up_to(*storage, signature, sizeof(signature)) != sizeof(signature)) {
         static_cast<void>(storage->to(start));
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
     }
     if (signature[0] != 'P' || signature[1] < '1' || signature[1] > '6') {
         static_cast<void>(storage->to(start));
@@ -59,8 +74,13 @@ bool NUV_PNMInfo::describe()
     const bool is_color = magic_ == '3' || magic_ == '6';
     const bool is_ascii = magic_ < '4';
     const std::uint32_t largest = is_ascii ? 65535 : 255;
-    if (maximum_ > largest)
-        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::load()");
+    if (maximum_ > largest) {
+        NUV_Diagnosis why;
+        why.says("P%c with samples up to %u, served is %u", magic_, maximum_, largest);
+        if (maximum_ <= 65535) // what the form allows
+            why.because(NUV_Cause::unsupported);
+        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::load()", why);
+    }
 
     data_type(NUV_DataType::u_integer);
     encode_type(NUV_EncodeType::raw);
@@ -83,16 +103,16 @@ bool NUV_PNMInfo::skip_whitespace(NUV_ByteReader& stream)
     for (;;) {
         const int character = stream.next();
         if (character == NUV_ByteReader::at_end)
-            return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+            return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
         if (is_digit(character)) {
             stream.put_back();
             return true;
         }
         if (character == '#') {
             if (!skip_comment(stream))
-                return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+                return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
         } else if (!is_whitespace(character)) {
-            return fail(manager(), NUV_ERR_INVALID_DATA, method);
+            return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(character));
         }
         separated_ = true;
     }
@@ -132,10 +152,10 @@ bool NUV_PNMInfo::get_value(NUV_ByteReader& stream, char (&digits)[most_digits +
     }
     digits[count] = '\0';
     if (character == NUV_ByteReader::at_end)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
     const bool is_comment = character == '#';
     if (count == 0 || !(is_comment || is_whitespace(character)))
-        return fail(manager(), NUV_ERR_INVALID_DATA, method);
+        return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(character));
     if (is_comment) {
         stream.put_back();
         separated_ = false;
@@ -152,7 +172,8 @@ bool NUV_PNMInfo::read_value(NUV_ByteReader& stream, std::uint32_t& value)
     for (const char* digit = digits; *digit != '\0'; ++digit) {
         number = number * 10 + static_cast<unsigned>(*digit - '0');
         if (number > std::numeric_limits<std::uint32_t>::max())
-            return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::read_value()");
+            return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::read_value()",
+                        NUV_Diagnosis().says("the number %s in the header", digits));
     }
     value = static_cast<std::uint32_t>(number);
     return true;

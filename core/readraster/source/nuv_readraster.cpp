@@ -7,15 +7,6 @@
 #include "framework/base/nuv_held.h"
 
 namespace nuv {
-namespace {
-
-void raise_again(NUV_Manager& manager, const NUV_Status& status)
-{
-    manager.raise(status.code, status.method, status.file, status.line);
-}
-
-} // namespace
-
 NUV_ReadRaster::NUV_ReadRaster(NUV_Manager& manager) noexcept
     : NUV_EngineCreator(manager),
       entry_(manager),
@@ -116,7 +107,7 @@ void NUV_ReadRaster::begin_search(NUV_InputStorage* storage)
     storage_ = storage;
     start_ = storage->position();
     is_over_ = false;
-    entry_ = manager().status();
+    entry_ = NUV_Report(manager());
     kept_ = entry_;
 }
 
@@ -125,23 +116,23 @@ void NUV_ReadRaster::begin_search(NUV_InputStorage* storage)
 void NUV_ReadRaster::begin_probe()
 {
     manager().reset();
-    raise_again(manager(), entry_);
+    entry_.raise_again(manager());
 }
 
 // Adds what a refusing probe has raised to what is kept, by the rule of the error handler.
 void NUV_ReadRaster::keep_refusal()
 {
-    const NUV_Status raised = manager().status();
+    const NUV_Report raised(manager());
     manager().reset();
-    raise_again(manager(), kept_);
-    raise_again(manager(), raised);
-    kept_ = manager().status();
+    kept_.raise_again(manager());
+    raised.raise_again(manager());
+    kept_ = NUV_Report(manager());
 }
 
 // The format is known, so what its reader says counts, and not what other probes said.
 void NUV_ReadRaster::keep_reader_failure()
 {
-    kept_ = manager().status();
+    kept_ = NUV_Report(manager());
     is_over_ = true;
     static_cast<void>(storage_->to(start_));
 }
@@ -149,8 +140,23 @@ void NUV_ReadRaster::keep_reader_failure()
 void NUV_ReadRaster::end_search(const char* method)
 {
     manager().reset();
-    raise_again(manager(), kept_);
-    fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    kept_.raise_again(manager());
+    fail(manager(), NUV_ERR_UNSUPPORTED, method, nothing_seen());
+}
+
+// A probe that has seen its signature tells what is wrong behind it. Here none has.
+NUV_Diagnosis NUV_ReadRaster::nothing_seen() const
+{
+    NUV_Diagnosis why;
+    why.because(NUV_Cause::unknown_kind).at_byte(start_);
+    std::uint8_t first[4] = {};
+    const bool there = storage_->to(start_);
+    const std::int32_t got = there ? storage_->read(first, sizeof(first)) : 0;
+    static_cast<void>(storage_->to(start_));
+    if (got == std::int32_t{sizeof(first)})
+        return why.says("it starts with %02x %02x %02x %02x", first[0], first[1], first[2],
+                        first[3]);
+    return got == 0 ? why.says("it is empty") : why.says("it has only %d bytes", int{got});
 }
 
 } // namespace nuv

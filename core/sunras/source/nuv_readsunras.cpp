@@ -43,7 +43,8 @@ bool NUV_ReadSunrasEngine::read_line(std::uint8_t* out)
     const bool complete = out && read_up_to(*storage_, out, line_bytes_) == line_bytes_ &&
                           (pad == 0 || storage_->ignore(pad) == pad);
     if (!complete)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadSunrasEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadSunrasEngine::execute()",
+                    ends_early());
     return true;
 }
 
@@ -64,7 +65,8 @@ NUV_Engine* NUV_ReadSunras::engine(NUV_InputStorage* storage, const NUV_SunrasIn
     if (!info || !info->loaded() || !info->is_valid())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     if (info->type() == NUV_SunrasInfo::byte_encoded_type)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method,
+                    NUV_Diagnosis().says("byte-encoded pixels (type 2)"));
     NUV_Engine* lines = append_reader<NUV_ReadSunrasEngine>(storage, info);
     if (!lines || info->type() == NUV_SunrasInfo::rgb_type)
         return lines;

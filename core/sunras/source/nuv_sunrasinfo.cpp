@@ -19,12 +19,13 @@ constexpr std::uint32_t rgb_map = 1;
 
 bool NUV_SunrasInfo::broken()
 {
-    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()");
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()",
+                NUV_Diagnosis().says("the header ends early"));
 }
 
-bool NUV_SunrasInfo::invalid()
+bool NUV_SunrasInfo::invalid(const NUV_Diagnosis& why)
 {
-    return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_SunrasInfo::load()");
+    return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_SunrasInfo::load()", why);
 }
 
 bool NUV_SunrasInfo::load_internal(NUV_InputStorage* storage)
@@ -42,7 +43,8 @@ bool NUV_SunrasInfo::load_fields(NUV_InputStorage& storage)
 {
     std::uint8_t magic[4];
     if (read_up_to(storage, magic, sizeof(magic)) != sizeof(magic))
-        return broken();
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()",
+                    NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
     if (load_be32(magic) != sun_magic)
         return false;
     std::uint8_t stored[28]; // width, height, depth, length, type, map type, map length
@@ -52,7 +54,7 @@ bool NUV_SunrasInfo::load_fields(NUV_InputStorage& storage)
     width(load_be32(stored));
     height(load_be32(stored + 4));
     if (width() == 0 || height() == 0)
-        return invalid();
+        return invalid(NUV_Diagnosis().says("%u x %u pixels", width(), height()));
     const NUV_Fields fields{.depth = load_be32(stored + 8),
                             .type = load_be32(stored + 16),
                             .map_type = load_be32(stored + 20),
@@ -82,10 +84,10 @@ bool NUV_SunrasInfo::describe(const NUV_Fields& fields)
         color_type(NUV_ColorType::cmyk);
         break;
     default:
-        return invalid();
+        return invalid(NUV_Diagnosis().says("%u bits a pixel", fields.depth));
     }
     if (fields.type > rgb_type)
-        return invalid();
+        return invalid(NUV_Diagnosis().says("type %u", fields.type));
     type_ = fields.type;
     data_type(NUV_DataType::u_integer);
     encode_type(type_ == byte_encoded_type ? NUV_EncodeType::byte_encode : NUV_EncodeType::raw);
@@ -98,9 +100,9 @@ bool NUV_SunrasInfo::load_map(NUV_InputStorage& storage, const NUV_Fields& field
         return false;
     const bool is_palette = fields.map_type == rgb_map && bits() == 8 && channels() == 1;
     if (is_palette && (fields.map_bytes == 0 || fields.map_bytes % 3 != 0))
-        return invalid();
+        return invalid(NUV_Diagnosis().says("a colour map of %u bytes", fields.map_bytes));
     if (fields.map_type != no_map && fields.map_type != rgb_map)
-        return invalid();
+        return invalid(NUV_Diagnosis().says("a colour map of type %u", fields.map_type));
     // Before anything is skipped or allocated by it: any 32 bits can stand there.
     const std::int64_t left = std::int64_t{storage.size()} - storage.position();
     if (fields.map_bytes > left)

@@ -14,16 +14,16 @@ NUV_Engine* NUV_ReadRasterEx::engine(NUV_InputStorage* storage, std::uint32_t pa
     if (!storage)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadRasterEx::engine()");
     const std::int32_t start = storage->position();
-    const NUV_Status entry = manager().status();
+    const NUV_Report entry(manager());
     if (NUV_Engine* engine = NUV_ReadRaster(manager()).engine(storage, page))
         return engine;
 
-    const NUV_Status failure = manager().status();
+    const NUV_Report failure(manager());
     static_cast<void>(storage->to(start));
     if (page == 0 &&
-        !entry.has_error()) { // an error from before stands, and nothing is built on it
+        !entry.status().has_error()) { // an error from before stands, and nothing is built on it
         manager().reset();
-        raise_again(entry);
+        entry.raise_again(manager());
         NUV_JPEGInfo info(manager());
         if (info.load(storage) && info.bits() > 8 && info.is_lossless())
             return NUV_ReadLosslessJPEG(manager()).engine(storage, &info);
@@ -31,13 +31,8 @@ NUV_Engine* NUV_ReadRasterEx::engine(NUV_InputStorage* storage, std::uint32_t pa
     }
     // What the search has said, and not what the rescue has.
     manager().reset();
-    raise_again(failure);
+    failure.raise_again(manager());
     return nullptr;
-}
-
-void NUV_ReadRasterEx::raise_again(const NUV_Status& status)
-{
-    manager().raise(status.code, status.method, status.file, status.line);
 }
 
 NUV_FormatInfo* NUV_ReadRasterEx::format_info(NUV_InputStorage* storage, std::uint32_t page)

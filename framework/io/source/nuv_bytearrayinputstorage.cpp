@@ -42,7 +42,9 @@ std::int32_t NUV_ByteArrayInputStorage::get()
 {
     if (position_ < size_)
         return data_[position_++];
-    fail(manager(), NUV_ERR_IO, "NUV_ByteArrayInputStorage::get()");
+    // No fault of the system: there is no more.
+    fail(manager(), NUV_ERR_IO, "NUV_ByteArrayInputStorage::get()",
+         NUV_Diagnosis().because(NUV_Cause::damaged).at_byte(size_).says("the data ends here"));
     return -1;
 }
 

@@ -12,6 +12,14 @@
 
 namespace nuv {
 
+NUV_Diagnosis NUV_ByteArrayOutputStorage::is_full() const noexcept
+{
+    return NUV_Diagnosis()
+        .because(NUV_Cause::limit)
+        .at_byte(capacity_)
+        .says("the memory that was given is full");
+}
+
 bool NUV_ByteArrayOutputStorage::initiate(std::uint8_t* data, std::int32_t bytes)
 {
     if (!data || bytes < 1)
@@ -49,7 +57,7 @@ void NUV_ByteArrayOutputStorage::advance(std::int32_t bytes) noexcept
 std::int32_t NUV_ByteArrayOutputStorage::put(std::uint8_t byte)
 {
     if (position_ >= capacity_) {
-        fail(manager(), NUV_ERR_IO, "NUV_ByteArrayOutputStorage::put()");
+        fail(manager(), NUV_ERR_IO, "NUV_ByteArrayOutputStorage::put()", is_full());
         return -1;
     }
     data_[position_] = byte;
@@ -63,7 +71,7 @@ std::int32_t NUV_ByteArrayOutputStorage::write(const void* from, std::int32_t by
         return 0;
     const std::int32_t count = std::min(bytes, capacity_ - position_);
     if (count < 1) {
-        fail(manager(), NUV_ERR_IO, "NUV_ByteArrayOutputStorage::write()");
+        fail(manager(), NUV_ERR_IO, "NUV_ByteArrayOutputStorage::write()", is_full());
         return 0;
     }
     std::memcpy(data_ + position_, from, static_cast<std::size_t>(count));

@@ -54,7 +54,7 @@ std::int32_t NUV_FileOutputStorage::fill(std::int32_t bytes)
         put(0);
     }
     if (room < bytes)
-        fail(manager(), NUV_ERR_IO, "NUV_FileOutputStorage::fill()");
+        fail(manager(), NUV_ERR_IO, "NUV_FileOutputStorage::fill()", beyond_positions());
     return file_.position() - before;
 }
 

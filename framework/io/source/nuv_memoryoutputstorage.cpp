@@ -27,7 +27,7 @@ std::int32_t NUV_MemoryOutputStorage::append(const void* from, std::int32_t byte
     const std::int32_t done = contents_->write(position_, from, bytes);
     position_ += done;
     if (done < bytes) // unless the memory came to an end first, and has been raised
-        fail(manager(), NUV_ERR_IO, "NUV_MemoryOutputStorage::write()");
+        fail(manager(), NUV_ERR_IO, "NUV_MemoryOutputStorage::write()", beyond_positions());
     return done;
 }
 

@@ -22,12 +22,18 @@ template <class Call>
 }
 
 // A FIFO would block its reader, a directory opens but has no bytes, and beyond 2 GiB no position
-// can be told.
+// can be told. errno tells which, behind a refusal.
 [[nodiscard]] bool is_readable_file(int descriptor)
 {
     struct stat about = {};
-    return fstat(descriptor, &about) == 0 && S_ISREG(about.st_mode) &&
-           about.st_size <= last_stream_position;
+    if (fstat(descriptor, &about) != 0)
+        return false;
+    if (!S_ISREG(about.st_mode)) {
+        errno = S_ISDIR(about.st_mode) ? EISDIR : ESPIPE;
+        return false;
+    }
+    errno = EFBIG;
+    return about.st_size <= last_stream_position;
 }
 
 // Piece by piece until all is there, the end or a failure; -1 for a failure before the first byte.
@@ -62,7 +68,9 @@ bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
     if (opened < 0)
         return false;
     if (reading ? !is_readable_file(opened) : lseek(opened, 0, SEEK_CUR) < 0) {
+        const int reason = errno;
         ::close(opened);
+        errno = reason;
         return false;
     }
     descriptor_ = opened;
@@ -90,7 +98,8 @@ bool NUV_PosixLowLevelFile::close()
     position_ = 0;
     // Whatever the answer, the descriptor is gone; closing it again could hit someone else's.
     if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR)
-        return fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::close()");
+        return fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::close()",
+                    NUV_Diagnosis().system(errno));
     return true;
 }
 
@@ -105,7 +114,8 @@ std::int32_t NUV_PosixLowLevelFile::read_some(void* into, std::int32_t bytes)
     const ssize_t got =
         uninterrupted([&] { return ::read(descriptor_, into, static_cast<std::size_t>(room)); });
     if (got < 0) {
-        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()");
+        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::read()",
+             NUV_Diagnosis().at_byte(position_).system(errno));
         return -1;
     }
     position_ += static_cast<std::int32_t>(got);
@@ -135,8 +145,10 @@ std::int32_t NUV_PosixLowLevelFile::write(const void* from, std::int32_t bytes)
         done += static_cast<std::int32_t>(put);
         position_ += static_cast<std::int32_t>(put);
     }
-    if (done < bytes)
-        fail(*manager_, NUV_ERR_IO, method);
+    if (done < room)
+        fail(*manager_, NUV_ERR_IO, method, NUV_Diagnosis().at_byte(position_).system(errno));
+    else if (done < bytes)
+        fail(*manager_, NUV_ERR_IO, method, beyond_positions());
     return done;
 }
 
@@ -149,7 +161,7 @@ std::int32_t NUV_PosixLowLevelFile::seek(std::int32_t offset, NUV_SeekOrigin ori
     const off_t at =
         lseek(descriptor_, target, origin == NUV_SeekOrigin::end ? SEEK_END : SEEK_SET);
     if (at < 0) {
-        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::seek()");
+        fail(*manager_, NUV_ERR_IO, "NUV_PosixLowLevelIO::seek()", NUV_Diagnosis().system(errno));
         return -1;
     }
     if (at > last_stream_position) {

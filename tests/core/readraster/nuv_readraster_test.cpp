@@ -287,6 +287,49 @@ TEST(ReadRaster, IsCleanAtEveryAllocation)
     }
 }
 
+Bytes flat_with(std::size_t offset, std::uint8_t byte)
+{
+    Bytes stream = flat_stream();
+    stream[offset] = byte;
+    return stream;
+}
+
+TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFound)
+{
+    const auto text = [](std::string_view file) { return Bytes(file.begin(), file.end()); };
+    struct Case {
+        Bytes stored;
+        NUV_Cause cause;
+        const char* found;
+    };
+    constexpr std::size_t sof = 3; // the second byte of the marker, and three behind it the depth
+    // clang-format off
+    const Case cases[] = {
+        {text("hello, world"), NUV_Cause::unknown_kind, "it starts with 68 65 6c 6c"},
+        {text("P"), NUV_Cause::unknown_kind, "it is too short"},
+        {flat_with(sof, 0xC9), NUV_Cause::unsupported, "arithmetic coding (SOF9)"},
+        {flat_with(sof, 0xC5), NUV_Cause::unsupported, "hierarchical coding (SOF5)"},
+        {with_jfif(flat_with(sof, 0xCA)), NUV_Cause::unsupported, "arithmetic coding (SOF10)"},
+        {flat_with(sof, 0xCC), NUV_Cause::unsupported, "arithmetic coding (DAC)"},
+        {text("P5 2 1 65535\nabcd"), NUV_Cause::unsupported, "P5 with samples up to 65535, served is 255"},
+        {text("P5 2 1 65536\nabcd"), NUV_Cause::invalid, "P5 with samples up to 65536, served is 255"},
+        {text("P5 2"), NUV_Cause::damaged, "the header ends early"},
+        {text("P5 x"), NUV_Cause::invalid, "the byte 78 where the header has a number"},
+        {text("P5 2 3 255\nabc"), NUV_Cause::damaged, "line 2 of 3 is not there as a whole"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.found);
+        NUV_TestChain chain;
+        const NUV_TestStored image(chain.manager(), c.stored);
+        chain.last(NUV_ReadRasterEx(chain.manager()).engine(image.storage(), 0));
+        if (chain.last())
+            static_cast<void>(chain.run_bytes());
+        EXPECT_EQ(chain.manager().diagnosis().cause, c.cause);
+        EXPECT_STREQ(chain.manager().diagnosis().text, c.found);
+    }
+}
+
 TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
 {
     NUV_TestChain raw;

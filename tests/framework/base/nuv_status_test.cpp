@@ -1,5 +1,6 @@
 #include "framework/base/nuv_status.h"
 
+#include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
 #include "framework/manager/nuv_createmanager.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
@@ -42,6 +43,32 @@ TEST(FirstErrorHandler, KeepsTheFirstWarningUntilAnErrorAndThenTheFirstError)
         EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
         EXPECT_STREQ(chain.status().method, "");
     }
+}
+
+TEST(FirstErrorHandler, KeepsTheReasonOfTheStatusThatStandsAndTheFirstDamagedLine)
+{
+    NUV_TestChain chain;
+    NUV_Manager& manager = chain.manager();
+    warn(manager, NUV_WARN_BROKEN_DATA, "a", NUV_Diagnosis().on_line(9));
+    warn(manager, NUV_WARN_BROKEN_DATA, "b");
+    warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().on_line(7));
+    EXPECT_EQ(manager.diagnosis().line, 9);
+    EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::damaged);
+    fail(manager, NUV_ERR_IO, "d", NUV_Diagnosis().system(28).at_byte(5).says("%d", 1));
+    fail(manager, NUV_ERR_UNSUPPORTED, "e", NUV_Diagnosis().says("later"));
+    const NUV_Report report(manager);
+    EXPECT_EQ(manager.damage().count, 3u);
+    EXPECT_EQ(manager.damage().first_line, 7);
+
+    EXPECT_TRUE(manager.reset());
+    EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::none);
+    EXPECT_EQ(manager.damage().count, 0u);
+    report.raise_again(manager);
+    EXPECT_STREQ(chain.status().method, "d");
+    EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::io);
+    EXPECT_EQ(manager.diagnosis().system_error, 28);
+    EXPECT_EQ(manager.diagnosis().byte, 5);
+    EXPECT_STREQ(manager.diagnosis().text, "1");
 }
 
 TEST(Status, CutsLongTextsAndKeepsTheFileNameAlone)
