@@ -60,7 +60,7 @@ void expect_image(const NUV_TestImage& got, const NUV_TestImage& wanted)
 [[nodiscard]] Outcome read(const NUV_ReaderRow& row, const Bytes& stored)
 {
     NUV_TestChain chain;
-    const NUV_TestStored source(chain.manager(), stored);
+    const NUV_TestStored source(chain.manager(), stored, row.begin);
     const bool accepted = is_accepted(row, chain.manager(), source);
     const NUV_StatusCode refusal = chain.status().code;
     chain.manager().reset();
@@ -122,15 +122,15 @@ void check_other_storage(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixt
     const Bytes stored = test_data(fixture.file);
     NUV_TestChain chain;
     auto memory = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 7);
-    EXPECT_EQ(memory->write("front", 5), 5);
+    EXPECT_EQ(memory->write("front", row.begin), row.begin);
     const auto bytes = static_cast<std::int32_t>(stored.size());
     EXPECT_EQ(memory->write(stored.data(), bytes), bytes);
     const NUV_Held<NUV_InputStorage> inner(memory->create_input_storage());
     const auto storage = make_object<NUV_MeanStorage>(chain.manager(), NUV_FailingMemory::never);
     ASSERT_TRUE(storage->initiate(inner.get()));
-    EXPECT_TRUE(storage->to(5));
+    EXPECT_TRUE(storage->to(row.begin));
     chain.last(row.read(chain.manager(), storage.get()));
-    EXPECT_TRUE(storage->to_begin());
+    EXPECT_TRUE(storage->to_end());
     EXPECT_EQ(chain.run_bytes(), read(row, stored).samples);
     EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
 }
@@ -250,8 +250,10 @@ void check_reader(const NUV_ReaderRow& row)
         SCOPED_TRACE(fixture.file);
         check_samples(row, fixture);
         check_other_storage(row, fixture);
-        check_cuts(row, fixture);
-        check_flips(row, fixture);
+        if (!row.is_damaged_elsewhere) {
+            check_cuts(row, fixture);
+            check_flips(row, fixture);
+        }
         expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
             const NUV_TestStored stored(chain.manager(), test_data(fixture.file));
             if (stored.storage())

@@ -41,6 +41,10 @@ struct NUV_ReaderRow {
     std::size_t work_memory = std::size_t{1} << 16;
     // What stands behind the last line is looked at, too, and costs nothing but the status.
     bool reads_end = false;
+    // Where images begin in their storages: 0 for a format whose positions count from there.
+    std::int32_t begin = NUV_TestStored::start;
+    // Damage has a judge of its own, and is not done here.
+    bool is_damaged_elsewhere = false;
     // The head tells where the data ends, which may be before the last line, without a word.
     bool tells_end = false;
 };

@@ -22,6 +22,7 @@ private:
     [[nodiscard]] bool skip_gap();
 
     std::int32_t line_gap_ = 0;
+    std::int32_t position_ = 0;    // of the next line, or of the gap before it
     std::uint32_t lines_done_ = 0; // blocks of a stream that is not raw
     std::uint32_t sample_bytes_ = 1;
     std::int32_t byte_order_ = host_byte_order;
@@ -42,6 +43,7 @@ bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header
     raw_ = header_.is_raw();
     if (!storage->to(offset))
         return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method);
+    position_ = storage->position();
     return dst->block_bytes(raw_ ? header_.line_bytes() : manager().default_block_bytes());
 }
 
@@ -51,6 +53,9 @@ bool NUV_ReadStorageEngine::execute()
 
     if (raw_ && lines_done_ >= header_.height())
         return false;
+    // Whoever shares the storage may have moved it since.
+    if (storage_->position() != position_)
+        static_cast<void>(storage_->to(position_));
     const std::uint32_t bytes = dst_buffer_->block_bytes();
     // A header alone may state any size: memory is asked for when there is a line to put into it.
     if (raw_ && lines_done_ == 0 && remaining_bytes(*storage_) < bytes)
@@ -60,6 +65,7 @@ bool NUV_ReadStorageEngine::execute()
         return false;
 
     const std::uint32_t got = read_up_to(*storage_, block.data(), bytes);
+    position_ = storage_->position();
     if (raw_ && got != bytes)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method);
     if (got == 0)
