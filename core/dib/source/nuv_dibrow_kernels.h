@@ -12,7 +12,7 @@
 namespace nuv {
 
 // Where red, green and blue lie in a pixel: a sample is (pixel & mask) >> right << left, cut to its
-// width.
+// width. `left` is for pixels of 16 bits; it is 0 for those of 32.
 struct NUV_BitFields {
     std::uint32_t masks[3] = {};
     std::uint32_t right[3] = {};
@@ -69,8 +69,9 @@ void fields_row_portable(const std::uint8_t* __restrict in, std::uint8_t* __rest
     for (std::size_t p = 0; p < pixels; ++p, in += sizeof(Pixel)) {
         const std::uint32_t pixel = sizeof(Pixel) == 2 ? load_le16(in) : load_le32(in);
         for (std::size_t c = 0; c < 3; ++c, out += sizeof(Sample)) {
+            const std::uint32_t value = (pixel & local.masks[c]) >> local.right[c];
             const auto sample =
-                static_cast<Sample>((pixel & local.masks[c]) >> local.right[c] << local.left[c]);
+                static_cast<Sample>(sizeof(Pixel) == 2 ? value << local.left[c] : value);
             std::memcpy(out, &sample, sizeof(sample));
         }
     }
