@@ -10,6 +10,7 @@ import os
 import resource
 import signal
 import stat
+import struct
 import subprocess
 import sys
 import tempfile
@@ -110,7 +111,11 @@ class Info(ToolTest):
         for name, options in (("raw.tif", "-none"), ("lzw.tif", "-lzw")):
             self.write(name, peer("pnmtotiff", options, data=self.ppm))
         self.write("net.png", peer("pnmtopng", data=self.ppm))
-        names = ["in.ppm", "gray.pgm", "bits.pbm", "sun.ras", "net.png", "raw.tif", "lzw.tif"]
+        # Of a bitmap in run-length coding the headers say so.
+        self.write("run.bmp", b"BM" + struct.pack("<IIIIiiHHIIiiII", 0, 0, 58, 40, 37, 23, 1, 8, 1, 0,
+                                                  0, 0, 1, 0) + bytes(4))
+        names = ["in.ppm", "gray.pgm", "bits.pbm", "sun.ras", "run.bmp", "net.png", "raw.tif",
+                 "lzw.tif"]
         lines = self.run_tool("info", *names).stdout.splitlines()
         rgb, unread = ["37x23", "3x8", "rgb"], "stored in a way that is not read"
         self.assertEqual([line.split(maxsplit=4) for line in lines],
@@ -118,6 +123,7 @@ class Info(ToolTest):
                           ["gray.pgm", "37x23", "1x8", "gray", "PNM, uncompressed"],
                           ["bits.pbm", "37x23", "1x1", "gray-reverse", "PNM, uncompressed"],
                           ["sun.ras", *rgb, "Sun raster, uncompressed"],
+                          ["run.bmp", "37x23", "1x8", "rgb", "Windows bitmap, compressed"],
                           ["net.png", *rgb, "PNG"], ["raw.tif", *rgb, "TIFF, uncompressed"],
                           ["lzw.tif", *rgb, f"TIFF, {unread}"]])
         self.assertEqual(len({line.index(" 37x23") for line in lines}), 1)

@@ -1,7 +1,5 @@
-#include "core/bmp/nuv_readbmp.h"
-#include "core/dib/nuv_readdib.h"
 #include "framework/buffer/nuv_srcbuffer.h"
-#include "tests/support/nuv_model_bitmap.h"
+#include "tests/support/nuv_bitmapjudge.h"
 #include "tests/support/nuv_readerharness.h"
 #include "tests/support/nuv_testsamples.h"
 
@@ -76,57 +74,6 @@ struct Stored {
     }
 };
 
-template <class Info, class Reader>
-void expect_as_model(const Bytes& stored)
-{
-    // Something else stands before a file that would be empty.
-    const std::int32_t begin = stored.empty() ? 1 : 0;
-    NUV_TestChain chain;
-    const NUV_TestStored source(chain.manager(), stored, begin);
-    const bool is_file = std::is_same_v<Info, NUV_BMPInfo>;
-    const model::Bitmap wanted(begin == 0 ? stored : Bytes{'P'}, is_file,
-                               static_cast<std::size_t>(begin));
-    Info info(chain.manager());
-    ASSERT_EQ(info.load(source.storage()), wanted.is_loaded);
-    if (wanted.is_loaded) {
-        EXPECT_EQ(info.width(), wanted.width);
-        EXPECT_EQ(info.height(), wanted.height);
-        EXPECT_EQ(info.bits(), wanted.bits);
-        EXPECT_EQ(info.channels(), wanted.channels);
-        const NUV_ColorType* colors[] = {NUV_ColorType::s_rgb, NUV_ColorType::gray,
-                                         NUV_ColorType::gray_reverse};
-        EXPECT_EQ(info.color_type(), colors[static_cast<int>(wanted.color)]);
-        const NUV_EncodeType* codings[] = {NUV_EncodeType::raw, NUV_EncodeType::win_rle8,
-                                           NUV_EncodeType::win_rle4};
-        EXPECT_EQ(info.encode_type(), codings[wanted.coding]);
-        const std::uint8_t* value = info.palette().value();
-        EXPECT_EQ(Bytes(value, value + 3 * info.palette().entries), wanted.palette);
-        EXPECT_EQ(info.resolution().x, wanted.resolution[0]);
-        EXPECT_EQ(info.resolution().y, wanted.resolution[1]);
-        chain.last(Reader(chain.manager()).engine(source.storage(), &info));
-        if (wanted.is_read && !info.checked_plane_bytes()) { // which no buffer counts
-            EXPECT_STREQ(chain.status().method, "NUV_BlockWorkflow::create_dst_buffer()");
-            return;
-        }
-        ASSERT_EQ(chain.last() != nullptr, wanted.is_read) << chain.status().method;
-    } else {
-        EXPECT_EQ(source.position(), 0);
-    }
-    if (wanted.is_too_large)
-        return;
-    EXPECT_EQ(chain.run_bytes(), wanted.samples);
-    EXPECT_EQ(chain.status().code, wanted.code);
-    EXPECT_EQ(chain.status().method, wanted.text);
-}
-
-// As a file, and the same behind the file header as a bitmap in memory.
-void expect_as_model(const Bytes& file)
-{
-    expect_as_model<NUV_BMPInfo, NUV_ReadBMP>(file);
-    if (file.size() >= 14)
-        expect_as_model<NUV_DIBInfo, NUV_ReadDIB>({file.begin() + 14, file.end()});
-}
-
 [[nodiscard]] Bytes front_of(const Bytes& file, std::size_t bytes)
 {
     return {file.begin(), file.begin() + static_cast<std::ptrdiff_t>(bytes)};
@@ -144,6 +91,33 @@ void check_forms(const Stored& stored, Random& random)
                                    static_cast<std::uint8_t>(byte - 1)};
     byte = values[random() % 4];
     expect_as_model(changed);
+}
+
+TEST(Bitmaps, OfOtherProgramsAreReadAsTheyReadThem)
+{
+    const auto image = [](std::uint32_t width, std::uint16_t channels, std::uint16_t bits = 8) {
+        const auto color = bits == 1 ? NUV_ColorType::gray : NUV_ColorType::s_rgb;
+        const bool palette = channels == 1 && bits == 8;
+        return NUV_TestImage{
+            width, 5, channels, bits, NUV_DataType::u_integer, NUV_EncodeType::raw, color, palette};
+    };
+    auto row = reader_row<NUV_BMPInfo, NUV_ReadBMP>(
+        "bmp", "NUV_BMPInfo::load()", "NUV_ReadBMP::engine()",
+        {
+            // clang-format off
+            {"bmp/windows_1.bmp", "bmp/bilevel_24_inverted.pbm", image(24, 1, 1)},
+            {"bmp/windows_4.bmp", "pnm/seven_colours.ppm", image(13, 1)},
+            {"bmp/windows_24.bmp", "pnm/colour.ppm", image(13, 3)},
+            {"bmp/os2_4.bmp", "pnm/seven_colours.ppm", image(13, 1)},
+            {"bmp/os2_24.bmp", "pnm/colour.ppm", image(13, 3)},
+            {"bmp/v5_24.bmp", "pnm/colour.ppm", image(13, 3)},
+            {"bmp/v5_fields_32.bmp", "pnm/colour.ppm", image(13, 3)},
+            {"bmp/rle8.bmp", "bmp/twelve_wide.ppm", image(12, 1)},
+            // clang-format on
+        });
+    row.begin = 0;
+    row.is_damaged_elsewhere = true;
+    check_reader(row);
 }
 
 TEST(Bitmaps, AreWhatThePlainReaderMakesOfThem)
@@ -224,6 +198,20 @@ TEST(Bitmaps, AreWholeFromTheHeaderOnHoweverShort)
             for (const std::size_t cut : {0U, 1U, 3U, 200001U, 600001U})
                 expect_as_model(front_of(file, file.size() - cut));
         }
+    }
+}
+
+// Reads that fail give the zeros of missing bytes.
+TEST(Bitmaps, AreWholeOutOfStoragesThatFail)
+{
+    const Bytes file = Stored{.depth = 24, .width = 7, .height = -4}.file(7);
+    for (std::size_t reads = 54; reads < file.size(); ++reads) {
+        NUV_TestChain chain;
+        const NUV_TestStored stored(chain.manager(), file, 0);
+        const auto mean = make_object<NUV_MeanStorage>(chain.manager(), reads);
+        ASSERT_TRUE(mean->initiate(stored.storage()));
+        chain.last(NUV_ReadBMP(chain.manager()).engine(mean.get()));
+        EXPECT_EQ(chain.run_bytes(), model::Bitmap(front_of(file, reads), true).samples);
     }
 }
 

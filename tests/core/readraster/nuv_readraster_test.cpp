@@ -92,11 +92,15 @@ TEST(ReadRaster, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
         NUV_StatusCode before, code;
         std::string method;
     };
+    Bytes sizeless(99);
+    sizeless[0] = 'B', sizeless[1] = 'M', sizeless[14] = 40;
     const Case cases[] = {
         {"nothing", {}, 0, 0, NUV_ERR_BROKEN_DATA, first_probe},
         {"3 bytes", {1, 2, 3}, 0, 0, NUV_ERR_BROKEN_DATA, first_probe},
         {"no signature", Bytes(99, 1), 0, 0, unsupported, search},
         {"nonsense behind one", bytes_of("P5 0 1 255\n"), 0, 0, NUV_ERR_INVALID_DATA, last_probe},
+        {"a bitmap without pixels", sizeless, 0, 0, NUV_ERR_INVALID_DATA,
+         "NUV_BitmapInfoHeader::is_valid()"},
         {"page 1 of one", anymap(), 1, 0, unsupported, search},
         {"page 1 of nothing", {}, 1, 0, NUV_ERR_BROKEN_DATA, "NUV_TIFFImageFileHeaderload()"},
         {"page 1 of a deep lossless stream", lossless_stream(12), 1, 0, unsupported, search},
