@@ -59,6 +59,8 @@ public:
             return true;
         });
     }
+    // Both texts must have the same manager.
+    void swap(NUV_BasicString& other) noexcept { text_.swap(other.text_); }
     void clear() noexcept { text_.clear(); }
 
     [[nodiscard]] const Ch* c_str() const noexcept { return text_.c_str(); }

@@ -41,6 +41,9 @@ template <class T>
 struct QDTIFF_Rational_T {
     T numerator = 0;
     T denominator = 1;
+
+    // By the numbers, not by the value.
+    [[nodiscard]] bool operator==(const QDTIFF_Rational_T&) const = default;
 };
 
 // Numbers from a storage, in the byte order of the file. The storage is the holder's.
