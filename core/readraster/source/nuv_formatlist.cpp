@@ -3,6 +3,10 @@
 #include "core/bmp/nuv_bmpinfo.h"
 #include "core/bmp/nuv_readbmp.h"
 #include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/exifjpeg/nuv_exifjpeginfo.h"
+#include "core/exifjpeg/nuv_readexifjpeg.h"
+#include "core/exiftiff/nuv_exiftiffinfo.h"
+#include "core/exiftiff/nuv_readexiftiff.h"
 #include "core/internal/nuv_internalinfo.h"
 #include "core/internal/nuv_readinternal.h"
 #include "core/jfif/nuv_jfifinfo.h"
@@ -45,10 +49,12 @@ std::span<const NUV_FormatRow> single_image_formats() noexcept
         format_row<NUV_BMPInfo, NUV_ReadBMP>(),
         format_row<NUV_JPEGAdobeInfo, NUV_ReadJPEGAdobe, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JFIFInfo, NUV_ReadJFIF, NUV_JPEGInfo::full_scale>(),
+        format_row<NUV_ExifJPEGInfo, NUV_ReadExifJPEG, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_JPEGInfo, NUV_ReadJPEG, NUV_JPEGInfo::full_scale>(),
         format_row<NUV_InternalInfo, ReadInternalToRaw>(),
         format_row<NUV_PNGInfo, NUV_ReadPNG>(),
         format_row<NUV_PNMInfo, NUV_ReadPNM>(),
+        format_row<NUV_ExifTIFFInfo, NUV_ReadExifTIFF>(),
     };
     return rows;
 }

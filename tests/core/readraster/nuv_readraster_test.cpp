@@ -44,6 +44,14 @@ Bytes with_adobe(const Bytes& stream)
     return with_segment(stream, 0xEE, {"Adobe\0\144\0\0\0\0\0", 12});
 }
 
+// An orientation, in a directory that ends as it should or too early.
+Bytes with_exif(const Bytes& stream, std::size_t bytes = 32)
+{
+    constexpr std::string_view exif("Exif\0\0II*\0\10\0\0\0\1\0\22\1\3\0\1\0\0\0\6\0\0\0\0\0\0\0",
+                                    32);
+    return with_segment(stream, 0xE1, exif.substr(0, bytes));
+}
+
 // 8 x 8 pixels of 3 channels that are all 128.
 Bytes flat_stream()
 {
@@ -231,6 +239,10 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
     const Case cases[] = {
         {"plain", flat, "jpeg", ycbcr},
         {"JFIF", with_jfif(flat), "jfif", ycbcr},
+        {"Exif", with_exif(flat), "exif_jpeg", ycbcr},
+        {"Exif that breaks off", with_exif(flat, 31), "jpeg", ycbcr},
+        {"Exif before JFIF", with_exif(with_jfif(flat)), "jfif", ycbcr},
+        {"Exif before all", with_exif(with_jfif(with_adobe(flat))), "jpeg_adobe", rgb},
         {"Adobe behind JFIF", with_jfif(with_adobe(flat)), "jpeg_adobe", rgb},
         {"Adobe before JFIF", with_adobe(with_jfif(flat)), "jpeg_adobe", rgb},
         {"lossless JFIF", with_jfif(lossless_stream(8)), "jfif", ycbcr},
@@ -238,6 +250,7 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
         {"16 bits", lossless_stream(16), "jpeg", rgb},
         {"9 bits", lossless_stream(9), "jpeg", nullptr, argument, jpeg, 9},
         {"12 bits", deep, "jpeg", nullptr, argument, jpeg, 12},
+        {"12 bits, Exif", with_exif(deep), "jpeg", nullptr, argument, jpeg, 12},
         {"12 bits, JFIF", with_jfif(deep), "jfif", nullptr, invalid, read_jfif, 12},
         {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, read_adobe, 12},
         {"12 bits, not lossless", lossy, "jpeg", nullptr, argument, jpeg},
