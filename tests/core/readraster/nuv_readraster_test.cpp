@@ -330,8 +330,8 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFound)
         {flat_with(sof, 0xCC), NUV_Cause::unsupported, "arithmetic coding (DAC)"},
         {text("P5 2 1 65535\nabcd"), NUV_Cause::unsupported, "P5 with samples up to 65535, served is 255"},
         {text("P5 2 1 65536\nabcd"), NUV_Cause::invalid, "P5 with samples up to 65536, served is 255"},
-        {text("P5 2"), NUV_Cause::damaged, "the header ends early"},
-        {text("P5 x"), NUV_Cause::invalid, "the byte 78 where the header has a number"},
+        {text("P5 2     "), NUV_Cause::damaged, "the header ends early"},
+        {text("P5 x     "), NUV_Cause::invalid, "the byte 78 where the header has a number"},
         {text("P5 2 3 255\nabc"), NUV_Cause::damaged, "line 2 of 3 is not there as a whole"},
     };
     // clang-format on
