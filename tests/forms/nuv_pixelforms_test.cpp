@@ -1,3 +1,4 @@
+#include "core/channel/source/nuv_interleave_kernels.h"
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
@@ -5,6 +6,7 @@
 #include "core/mirror/source/nuv_mirrorx_kernels.h"
 #include "core/rotate/source/nuv_rotate90_1_kernels.h"
 #include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
+#include "core/tiff/source/nuv_chromaunits_kernels.h"
 #include "tests/support/nuv_testforms.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +110,29 @@ TEST(PixelForms, BitmapRows)
     expect_chosen("PPPP", [](auto& cpu) {
         return choose_dib_row(cpu, 32, 8, {{0xFF00, 0x7E0000, 0x1F}, {8, 17, 0}, {}});
     });
+}
+
+TEST(PixelForms, PlanesAndChromaUnits)
+{
+    expect_same_forms<U8>("PPAA", choose_interleave_triples, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t pixels = draw.length(100);
+        const U8* planes[] = {draw.input<U8>(pixels), draw.input<U8>(pixels),
+                              draw.input<U8>(pixels)};
+        compare(3 * pixels,
+                [&](auto form, U8* out) { form(planes[0], planes[1], planes[2], out, pixels); });
+    });
+    const auto compare_units = [](auto choose, std::size_t across, std::size_t down) {
+        expect_same_forms<U8>("PPAA", choose, [=](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(60);
+            const std::size_t units = (pixels + across - 1) / across;
+            const U8* in = draw.input<U8>(units * (across * down + 2));
+            const std::size_t row = draw.number(0, down - 1);
+            compare(3 * pixels, [&](auto form, U8* out) { form(in, out, pixels, row); });
+        });
+    };
+    compare_units(choose_expand_chroma_units<2, 1>, 2, 1);
+    compare_units(choose_expand_chroma_units<2, 2>, 2, 2);
+    compare_units(choose_expand_chroma_units<4, 1>, 4, 1);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "core/tiff/nuv_upsamplechroma.h"
 
+#include "core/tiff/source/nuv_chromaunits_kernels.h"
 #include "framework/engine/nuv_processengine.h"
 #include "framework/engine/nuv_stepblocks.h"
 
@@ -10,42 +11,7 @@ namespace {
 
 constexpr std::size_t channels = 3;
 
-// Units of Across x Down pixels: their luma line by line, one Cb, one Cr.
 template <std::size_t Across, std::size_t Down>
-struct ChromaUnits {
-    static constexpr std::size_t across = Across;
-    static constexpr std::size_t down = Down;
-    static constexpr std::size_t bytes = Across * Down + 2;
-
-    // Line `row` of the units, `width` pixels; a last unit may reach beyond them.
-    static void expand(const std::uint8_t* in, std::uint8_t* out, std::size_t width,
-                       std::size_t row) noexcept
-    {
-        const std::uint8_t* luma = in + row * Across;
-        const std::uint8_t* chroma = in + Across * Down;
-        std::size_t left = width;
-        for (; left >= Across; left -= Across) {
-            put(luma, chroma, out, Across);
-            luma += bytes;
-            chroma += bytes;
-            out += channels * Across;
-        }
-        put(luma, chroma, out, left);
-    }
-
-private:
-    static void put(const std::uint8_t* luma, const std::uint8_t* chroma, std::uint8_t* out,
-                    std::size_t pixels) noexcept
-    {
-        for (std::size_t i = 0; i < pixels; ++i) {
-            out[channels * i] = luma[i];
-            out[channels * i + 1] = chroma[0];
-            out[channels * i + 2] = chroma[1];
-        }
-    }
-};
-
-template <class Units>
 class NUV_UpsampleChromaEngine final : public NUV_ProcessEngine {
 public:
     static constexpr auto initiate_method = "NUV_UpsampleChromaEngine::initiate()";
@@ -59,10 +25,11 @@ public:
             header->bits() != 8)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
         header_.encode_type(NUV_EncodeType::raw);
+        expand_ = choose_expand_chroma_units<Across, Down>(manager().cpu());
         // No more than the line of pixels has, but for what fills up the last unit.
-        const auto units =
-            static_cast<std::uint32_t>((header->width() + Units::across - 1) / Units::across);
-        const bool source_set = src->block_bytes(units * static_cast<std::uint32_t>(Units::bytes));
+        const auto units = static_cast<std::uint32_t>((header->width() + Across - 1) / Across);
+        const bool source_set =
+            src->block_bytes(units * static_cast<std::uint32_t>(chroma_unit_bytes<Across, Down>));
         return source_set && dst->block_bytes(header_.line_bytes());
     }
 
@@ -73,12 +40,12 @@ public:
         NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
-        const std::size_t row = line_ % Units::down;
+        const std::size_t row = line_ % Down;
         if (row == 0 && !take_units())
             return false;
-        Units::expand(units_, out.as<std::uint8_t>(), header_.width(), row);
+        expand_(units_, out.as<std::uint8_t>(), header_.width(), row);
         ++line_;
-        const bool is_last = row + 1 == Units::down || line_ == header_.height();
+        const bool is_last = row + 1 == Down || line_ == header_.height();
         const bool released = !is_last || src_buffer_->release();
         const bool committed = out.commit(header_.line_bytes());
         return released && committed;
@@ -97,13 +64,14 @@ private:
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_UpsampleChromaEngine::execute()");
     }
 
+    ExpandChromaUnits expand_ = nullptr;
     const std::uint8_t* units_ = nullptr;
     std::uint32_t line_ = 0;
 };
 
-using NUV_UpsampleChroma422Engine = NUV_UpsampleChromaEngine<ChromaUnits<2, 1>>;
-using NUV_UpsampleChroma420Engine = NUV_UpsampleChromaEngine<ChromaUnits<2, 2>>;
-using NUV_UpsampleChroma411Engine = NUV_UpsampleChromaEngine<ChromaUnits<4, 1>>;
+using NUV_UpsampleChroma422Engine = NUV_UpsampleChromaEngine<2, 1>;
+using NUV_UpsampleChroma420Engine = NUV_UpsampleChromaEngine<2, 2>;
+using NUV_UpsampleChroma411Engine = NUV_UpsampleChromaEngine<4, 1>;
 
 } // namespace
 
