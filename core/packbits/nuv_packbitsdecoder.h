@@ -40,8 +40,8 @@ public:
 private:
     static constexpr std::size_t longest_run = 128;
 
-    [[nodiscard]] bool copy_run(std::uint8_t*& to, std::size_t& room, std::size_t count);
-    [[nodiscard]] bool fill_run(std::uint8_t*& to, std::size_t& room, std::size_t count);
+    void decode_inside(std::uint8_t*& to, std::size_t& room);
+    [[nodiscard]] bool decode_run(std::uint8_t*& to, std::size_t& room);
     [[nodiscard]] bool fail(std::int32_t status) noexcept;
 
     QDCodedCursor input_;

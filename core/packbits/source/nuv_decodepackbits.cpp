@@ -26,6 +26,7 @@ private:
     DecodeStream stream_;
     NUV_Scratch<QDPackBitsDecoder> decoder_; // there from the first line on
     std::uint32_t line_ = 0;
+    std::uint32_t line_bytes_ = 0;
 };
 
 bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
@@ -37,9 +38,10 @@ bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer*
         header->data_type() != NUV_DataType::u_integer)
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
     header_.encode_type(NUV_EncodeType::raw);
+    line_bytes_ = header_.line_bytes();
     stream_.source(src);
     const bool source_set = src->block_bytes(manager().default_block_bytes());
-    return source_set && dst->block_bytes(header_.line_bytes());
+    return source_set && dst->block_bytes(line_bytes_);
 }
 
 // An image may have a decoder a strip, of which all but one are idle.
@@ -47,7 +49,7 @@ bool NUV_DecodePackBitsEngine::start()
 {
     if (!decoder_.allocate(manager(), 1))
         return false;
-    ::new (decoder_.data()) QDPackBitsDecoder(stream_, header_.line_bytes());
+    ::new (decoder_.data()) QDPackBitsDecoder(stream_, line_bytes_);
     return true;
 }
 
@@ -61,7 +63,7 @@ bool NUV_DecodePackBitsEngine::execute()
     if (!decoder_[0].decode_line(out.as<std::uint8_t>()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
     ++line_;
-    return out.commit(header_.line_bytes());
+    return out.commit(line_bytes_);
 }
 
 } // namespace
