@@ -325,8 +325,6 @@ bool NUV_PNGInfoInternal::read_row(std::uint8_t* line) noexcept
     return true;
 }
 
-// Each pass adds its own pixels. libpng would repeat them over those of the passes to come, at some
-// cost, for images that are shown while they arrive.
 bool NUV_PNGInfoInternal::read_passes(std::uint8_t* image) noexcept
 {
     if (setjmp(png_jmpbuf(png_)) != 0)
@@ -335,7 +333,7 @@ bool NUV_PNGInfoInternal::read_passes(std::uint8_t* image) noexcept
     const std::size_t line_bytes = header_.line_bytes();
     for (int pass = 0; pass < passes; ++pass) {
         for (std::size_t row = 0; row < header_.height(); ++row)
-            png_read_row(png_, image + row * line_bytes, nullptr);
+            png_read_row(png_, nullptr, image + row * line_bytes);
     }
     return true;
 }
