@@ -7,7 +7,6 @@
 #include "core/storage/nuv_writestorage.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 #include "framework/io/nuv_bytearrayoutputstorage.h"
-#include "tests/core/tiff/nuv_tiffmemory.h"
 
 #include <benchmark/benchmark.h>
 
@@ -22,6 +21,7 @@
 #include "benchmarks/nuv_photolike.h"
 #include "benchmarks/nuv_scalesetup.h"
 #include "benchmarks/nuv_textpage.h"
+#include "benchmarks/nuv_tiffmemory.h"
 
 namespace nuv {
 namespace {

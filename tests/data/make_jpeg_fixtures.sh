@@ -30,6 +30,7 @@ printf '0 1;\n2;\n' >scans.txt
 cjpeg -sample 2x1 -scans scans.txt t.ppm >"$out/two_scans.jpg"
 cjpeg -restart 1 t.ppm >r.jpg
 jpegtran -progressive -copy none -restart 3 r.jpg >"$out/progressive_intervals.jpg"
+cjpeg -sample 1x1 -restart 1 "$out/../pnm/many_colours.ppm" >"$out/444_row_restarts.jpg"
 cjpeg -grayscale -sample 2x2 t.ppm >"$out/gray.jpg"
 cjpeg -rgb t.ppm >"$out/adobe_rgb.jpg"
 gm convert t.ppm -colorspace CMYK -quality 80 "$out/adobe_cmyk.jpg"

@@ -19,11 +19,16 @@
 
 namespace nuv {
 
+[[nodiscard]] inline std::string test_data_folder()
+{
+    const char* folder = std::getenv("NUV_TEST_DATA");
+    return folder ? folder : "tests/data";
+}
+
 // The bytes of a file of tests/data.
 [[nodiscard]] inline std::vector<std::uint8_t> test_data(const std::string& name)
 {
-    const char* folder = std::getenv("NUV_TEST_DATA");
-    std::ifstream file(std::string(folder ? folder : "tests/data") + "/" + name, std::ios::binary);
+    std::ifstream file(test_data_folder() + "/" + name, std::ios::binary);
     EXPECT_TRUE(file.good()) << name << " cannot be read; NUV_TEST_DATA is the folder of the data";
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
