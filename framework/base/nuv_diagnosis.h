@@ -37,6 +37,7 @@ struct NUV_Diagnosis {
     NUV_Cause cause = NUV_Cause::none; // none: what the code stands for
     std::int64_t byte = unknown;       // of the source or the destination, from 0
     std::int64_t line = unknown;       // of the picture as it is stored, from 0
+    bool in_destination = false;       // and not in the source
     int system_error = 0;              // errno of a failure of the system, else 0
     char text[text_bytes] = {};        // what was found, as a part of a sentence; or empty
 
@@ -53,6 +54,11 @@ struct NUV_Diagnosis {
     NUV_Diagnosis& on_line(std::int64_t number) noexcept
     {
         line = number;
+        return *this;
+    }
+    NUV_Diagnosis& while_writing() noexcept
+    {
+        in_destination = true;
         return *this;
     }
     NUV_Diagnosis& system(int error) noexcept

@@ -20,6 +20,9 @@ public:
     // Null is true and leaves a closed storage. NUV_ERR_IO for what cannot be opened or cannot
     // seek.
     [[nodiscard]] bool initiate(const char* path);
+    // Takes over a descriptor that can be written and can seek. NUV_ERR_IO for one that cannot; it
+    // then stays the caller's. There is no name to make an input storage by.
+    [[nodiscard]] bool initiate(std::int32_t descriptor);
 
     bool close() override;
     [[nodiscard]] bool is_closed() const override;

@@ -30,9 +30,9 @@ public:
     // writing it is created or emptied, and must be able to seek. Never waits for another process,
     // and raises nothing: errno tells the reason, EFBIG for a file that is too large.
     [[nodiscard]] bool open(const char* name, NUV_FileUse use);
-    // Takes over a descriptor for reading, under the same conditions and where it stands; it stays
-    // the caller's when this answers false. Raises nothing.
-    [[nodiscard]] bool adopt(std::int32_t descriptor);
+    // Takes over a descriptor, under the same conditions and where it stands; it stays the caller's
+    // when this answers false. Raises nothing.
+    [[nodiscard]] bool adopt(std::int32_t descriptor, NUV_FileUse use = NUV_FileUse::reading);
     [[nodiscard]] bool is_closed() const noexcept { return descriptor_ < 0; }
     bool close();
 
@@ -105,9 +105,13 @@ protected:
 
         if (!name)
             return fail(*storage_manager_, NUV_ERR_ARGUMENT, method);
-        if (!file_.open(name, use))
-            return fail(*storage_manager_, NUV_ERR_IO, method, NUV_Diagnosis().system(errno));
-        return true;
+        if (file_.open(name, use))
+            return true;
+        NUV_Diagnosis why;
+        why.system(errno);
+        if (use == NUV_FileUse::writing)
+            why.while_writing();
+        return fail(*storage_manager_, NUV_ERR_IO, method, why);
     }
 
     // The distance moved, which ends at both ends of the file.

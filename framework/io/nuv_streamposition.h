@@ -24,6 +24,7 @@ inline constexpr std::int32_t last_stream_position = std::numeric_limits<std::in
     return NUV_Diagnosis()
         .because(NUV_Cause::limit)
         .at_byte(last_stream_position)
+        .while_writing()
         .says("more than 2 GiB");
 }
 

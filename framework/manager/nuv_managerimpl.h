@@ -17,12 +17,15 @@ namespace nuv {
 // buffers are made and engines run. The workflow policy also makes the relation.
 //
 // What the policies need beside their base: ErrorHandler and Workflow a constructor from
-// NUV_Manager&; Workflow create_relation(), attach_dst_buffer(engine, dst) and run_step(engine).
+// NUV_Manager&; MemoryManager may have a refusal(), which tells why there was none; Workflow
+// create_relation(), attach_dst_buffer(engine, dst) and run_step(engine).
 template <class MemoryManager, class ErrorHandler, class Workflow>
 class NUV_ManagerImpl : public NUV_Manager {
 public:
-    // The pipeline runs the forms that `cpu` has.
-    explicit NUV_ManagerImpl(const NUV_Cpu& cpu) : cpu_(cpu)
+    // The pipeline runs the forms that `cpu` has. `memory` is for the policy of memory.
+    template <class... Memory>
+    explicit NUV_ManagerImpl(const NUV_Cpu& cpu, Memory&... memory) : cpu_(cpu),
+                                                                      memory_(memory...)
     {
         error_handler_ = make<ErrorHandler>();
         workflow_ = make<Workflow>();
@@ -49,7 +52,7 @@ public:
     {
         void* memory = memory_.allocate(bytes);
         if (!memory)
-            fail(*this, NUV_ERR_MEMORY, "NUV_ManagerImpl::allocate()");
+            fail(*this, NUV_ERR_MEMORY, "NUV_ManagerImpl::allocate()", why_no_memory());
         return memory;
     }
     void deallocate(void* pointer) override { memory_.deallocate(pointer); }
@@ -169,6 +172,14 @@ private:
         Depth& operator=(const Depth&) = delete;
         unsigned& depth_;
     };
+
+    [[nodiscard]] NUV_Diagnosis why_no_memory() const
+    {
+        if constexpr (requires { memory_.refusal(); })
+            return memory_.refusal();
+        else
+            return {};
+    }
 
     template <class T>
     [[nodiscard]] T* make()

@@ -17,6 +17,7 @@ NUV_Diagnosis NUV_ByteArrayOutputStorage::is_full() const noexcept
     return NUV_Diagnosis()
         .because(NUV_Cause::limit)
         .at_byte(capacity_)
+        .while_writing()
         .says("the memory that was given is full");
 }
 

@@ -22,6 +22,14 @@ bool NUV_FileOutputStorage::initiate(const char* path)
     return open(path, NUV_FileUse::writing);
 }
 
+bool NUV_FileOutputStorage::initiate(std::int32_t descriptor)
+{
+    if (file_.adopt(descriptor, NUV_FileUse::writing))
+        return true;
+    return fail(manager(), NUV_ERR_IO, "NUV_FileOutputStorage::initiate()",
+                NUV_Diagnosis().while_writing().system(errno));
+}
+
 bool NUV_FileOutputStorage::close()
 {
     return file_.close();

@@ -78,9 +78,9 @@ bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
     return true;
 }
 
-bool NUV_PosixLowLevelFile::adopt(std::int32_t descriptor)
+bool NUV_PosixLowLevelFile::adopt(std::int32_t descriptor, NUV_FileUse use)
 {
-    if (!is_readable_file(descriptor))
+    if (use == NUV_FileUse::reading && !is_readable_file(descriptor))
         return false;
     const off_t at = lseek(descriptor, 0, SEEK_CUR);
     if (at < 0 || at > last_stream_position)
@@ -146,7 +146,8 @@ std::int32_t NUV_PosixLowLevelFile::write(const void* from, std::int32_t bytes)
         position_ += static_cast<std::int32_t>(put);
     }
     if (done < room)
-        fail(*manager_, NUV_ERR_IO, method, NUV_Diagnosis().at_byte(position_).system(errno));
+        fail(*manager_, NUV_ERR_IO, method,
+             NUV_Diagnosis().at_byte(position_).while_writing().system(errno));
     else if (done < bytes)
         fail(*manager_, NUV_ERR_IO, method, beyond_positions());
     return done;

@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_cpu.h"
 #include "framework/manager/nuv_blockworkflow.h"
+#include "framework/manager/nuv_countedmemorymanager.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "framework/manager/nuv_mallocmemorymanager.h"
 #include "framework/manager/nuv_managerimpl.h"
@@ -12,22 +13,32 @@
 namespace nuv {
 namespace {
 
-using Manager = NUV_ManagerImpl<NUV_MallocMemoryManager, NUV_FirstErrorHandler, NUV_BlockWorkflow>;
+template <class MemoryManager>
+using Manager = NUV_ManagerImpl<MemoryManager, NUV_FirstErrorHandler, NUV_BlockWorkflow>;
+
+template <class MemoryManager, class... Memory>
+[[nodiscard]] NUV_Manager* make_manager(Memory&... memory_policy)
+{
+    void* memory = std::malloc(sizeof(Manager<MemoryManager>));
+    if (!memory)
+        return nullptr;
+    auto* manager = ::new (memory) Manager<MemoryManager>(NUV_Cpu::current(), memory_policy...);
+    if (manager->is_complete())
+        return manager;
+    destroy_manager(manager);
+    return nullptr;
+}
 
 } // namespace
 
 NUV_Manager* create_manager(int kind)
 {
-    if (kind != 0)
-        return nullptr;
-    void* memory = std::malloc(sizeof(Manager));
-    if (!memory)
-        return nullptr;
-    auto* manager = ::new (memory) Manager(NUV_Cpu::current());
-    if (manager->is_complete())
-        return manager;
-    destroy_manager(manager);
-    return nullptr;
+    return kind == 0 ? make_manager<NUV_MallocMemoryManager>() : nullptr;
+}
+
+NUV_Manager* create_manager(NUV_MemoryCount& count)
+{
+    return make_manager<NUV_CountedMemoryManager>(count);
 }
 
 void destroy_manager(NUV_Manager* manager)

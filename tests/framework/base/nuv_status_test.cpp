@@ -2,6 +2,7 @@
 
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
+#include "framework/manager/nuv_countedmemorymanager.h"
 #include "framework/manager/nuv_createmanager.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "tests/support/nuv_testchain.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -124,6 +126,31 @@ TEST(Manager, IsMadeForKindZeroOnlyAndDestroyedQuietlyWhenNull)
     NUV_Manager* manager = create_manager(0);
     ASSERT_NE(manager, nullptr);
     destroy_manager(manager);
+}
+
+TEST(CountedMemory, RefusesWhatPassesItsLimitAndTellsSo)
+{
+    NUV_MemoryCount count;
+    NUV_Manager* const manager = create_manager(count);
+    ASSERT_NE(manager, nullptr);
+    const std::size_t own = count.used;
+    count.limit = own + 100;
+    void* const first = manager->allocate(60);
+    EXPECT_EQ(manager->allocate(41), nullptr);
+    EXPECT_EQ(manager->status().code, NUV_ERR_MEMORY);
+    EXPECT_EQ(manager->diagnosis().cause, NUV_Cause::limit);
+    EXPECT_TRUE(manager->reset());
+    manager->deallocate(first);
+    manager->deallocate(nullptr);
+    void* const second = manager->allocate(100);
+    EXPECT_NE(second, nullptr);
+    EXPECT_EQ(count.peak, own + 100);
+    manager->deallocate(second);
+    EXPECT_EQ(count.used, own);
+    count.limit = 0;
+    EXPECT_EQ(manager->allocate(std::numeric_limits<std::size_t>::max()), nullptr);
+    destroy_manager(manager);
+    EXPECT_EQ(count.used, 0u);
 }
 
 } // namespace
