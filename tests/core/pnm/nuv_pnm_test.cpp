@@ -1,8 +1,11 @@
 #include "core/pnm/nuv_readpnm.h"
+#include "core/pnm/nuv_writepnm.h"
+#include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "tests/support/nuv_readerharness.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -214,6 +217,63 @@ TEST(PNM, EachReaderServesItsOwnForms)
     expect_own_forms<NUV_ReadPBMAscii>("NUV_ReadPBMAscii::engine()", "1");
     expect_own_forms<NUV_ReadPPMAscii>("NUV_ReadPPMAscii::engine()", "23");
     expect_own_forms<NUV_ReadPNMBinary>("NUV_ReadPNMBinary::engine()", "456");
+}
+
+// The anymap that a picture of these sample bytes becomes, or none.
+[[nodiscard]] std::vector<std::uint8_t> written(NUV_TestChain& chain, const NUV_TestImage& image,
+                                                const std::vector<std::uint8_t>& samples)
+{
+    std::vector<std::uint8_t> bytes(256);
+    const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
+        chain.manager(), bytes.data(), static_cast<std::int32_t>(bytes.size()));
+    chain.source_bytes(image, samples);
+    if (!storage || !chain.append<NUV_WritePNM>(storage.get()))
+        return {};
+    while (chain.last()->execute()) {
+    }
+    bytes.resize(static_cast<std::size_t>(storage->size()));
+    return bytes;
+}
+
+TEST(WritePNM, SaysWhatThreeFormsCanSayAndRefusesTheRest)
+{
+    struct Case {
+        NUV_TestImage image;
+        std::string samples, anymap; // "" where it is refused
+    };
+    const auto image = [](std::uint16_t channels, std::uint16_t bits, const NUV_ColorType* color) {
+        return NUV_TestImage{
+            .width = 2, .height = 2, .channels = channels, .bits = bits, .color_type = color};
+    };
+    const std::string low_first =
+        std::endian::native == std::endian::little ? "badcfehg" : "abcdefgh";
+    // clang-format off
+    const Case cases[] = {
+        {image(1, 1, NUV_ColorType::gray_reverse), "\x80\xFF", "P4\n2 2\n\x80\xC0"},
+        {image(1, 8, NUV_ColorType::gray), "abcd", "P5\n2 2\n255\nabcd"},
+        {image(1, 16, NUV_ColorType::gray), low_first, "P5\n2 2\n65535\nabcdefgh"},
+        {image(3, 8, NUV_ColorType::s_rgb), "abcdefghijkl", "P6\n2 2\n255\nabcdefghijkl"},
+        {image(1, 1, NUV_ColorType::gray), "ab", ""},
+        {image(1, 8, NUV_ColorType::gray_reverse), "abcd", ""},
+        {image(3, 8, NUV_ColorType::ycbcr), "abcdefghijkl", ""},
+        {image(3, 8, NUV_ColorType::adobe_rgb), "abcdefghijkl", ""},
+        {image(1, 32, NUV_ColorType::gray), "abcdefghijklmnop", ""},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.image.color_type->key());
+        NUV_TestChain chain;
+        EXPECT_EQ(written(chain, c.image, bytes_of(c.samples)), bytes_of(c.anymap));
+        EXPECT_EQ(chain.status().code, c.anymap.empty() ? NUV_ERR_UNSUPPORTED : NUV_STATUS_OK);
+        EXPECT_STREQ(chain.status().method, c.anymap.empty() ? "NUV_WritePNM::engine()" : "");
+    }
+    NUV_TestImage indices = image(1, 8, NUV_ColorType::s_rgb);
+    indices.palette = true;
+    NUV_TestChain chain;
+    EXPECT_TRUE(written(chain, indices, bytes_of("abcd")).empty());
+    expect_clean_at_every_allocation([&](NUV_TestChain& sweep) {
+        static_cast<void>(written(sweep, cases[1].image, bytes_of(cases[1].samples)));
+    });
 }
 
 } // namespace
