@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/ccitt/nuv_ccittoption.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -13,23 +15,13 @@ namespace nuv::model {
 
 enum class FaxCoding { mh, mr, mmr };
 
-struct FaxOption {
-    FaxCoding coding = FaxCoding::mh;
-    bool detect_end = true;
-    bool eol_present = true; // MH
-    bool byte_align = false; // MH without EOL, and MMR
-};
-
 // First and last column of each black run of a line.
 using FaxRuns = std::vector<std::pair<std::int64_t, std::int64_t>>;
 
 constexpr int fax_undefined = -9999;
-constexpr int fax_eol = -1000;
-constexpr int fax_horizontal = 4; // modes; the vertical ones are their distance
-constexpr int fax_pass = 5;
 
 // The values of codes. An index is a code with a 1 before its first bit.
-inline std::vector<int> fax_table(const char* hex_codes, int first, const char* make_up = "")
+inline std::vector<int> fax_table(const char* hex_codes, int first, const char* make_up)
 {
     std::vector<int> table(1 << 14, fax_undefined);
     const auto add = [&](const char* codes, int value, int step) {
@@ -38,50 +30,85 @@ inline std::vector<int> fax_table(const char* hex_codes, int first, const char* 
             table[code] = value;
     };
     add(hex_codes, first, 1);
-    if (add(make_up, 64, 64); *make_up != 0) {
-        add("808 80C 80D 1012 1013 1014 1015 1016 1017 101C 101D 101E 101F", 1792, 64);
-        add("1001", fax_eol, 0);
-    }
+    add(make_up, 64, 64);
     return table;
 }
 
-// T.4, tables 2 and 3, white and black, and T.6, table 1.
+// T.4, tables 2 and 3, white and black, and T.6, table 1: vertical modes, horizontal, pass.
 // clang-format off
 inline const std::vector<int> fax_tables[] = {
-    fax_table("135 47 17 18 1B 1C 1E 1F 33 34 27 28 48 43 74 75 6A 6B A7 8C 88 97 83 84 A8 AB 93 A4 "
-              "98 102 103 11A 11B 112 113 114 115 116 117 128 129 12A 12B 12C 12D 104 105 10A 10B "
-              "152 153 154 155 124 125 158 159 15A 15B 14A 14B 132 133 134", 0,
-              "3B 32 57 B7 136 137 164 165 168 167 2CC 2CD 2D2 2D3 2D4 2D5 2D6 2D7 2D8 2D9 2DA 2DB "
-              "298 299 29A 58 29B"),
-    fax_table("437 A 7 6 B 13 12 23 45 44 84 85 87 104 107 218 417 418 408 867 868 86C 837 828 817 "
-              "818 10CA 10CB 10CC 10CD 1068 1069 106A 106B 10D2 10D3 10D4 10D5 10D6 10D7 106C 106D "
-              "10DA 10DB 1054 1055 1056 1057 1064 1065 1052 1053 1024 1037 1038 1027 1028 1058 "
-              "1059 102B 102C 105A 1066 1067", 0,
-              "40F 10C8 10C9 105B 1033 1034 1035 206C 206D 204A 204B 204C 204D 2072 2073 2074 2075 "
-              "2076 2077 2052 2053 2054 2055 205A 205B 2064 2065"),
-    fax_table("82 42 A 3 B 43 83 9 11", -3)};
+    fax_table("135 47 17 18 1B 1C 1E 1F 33 34 27 28 48 43 74 75 6A 6B A7 8C 88 97 83 84 A8 AB 93 A4 98 102 103 11A 11B 112 113 114 115 116 117 128 129 12A 12B 12C 12D 104 105 10A 10B 152 153 154 155 124 125 158 159 15A 15B 14A 14B 132 133 134", 0,
+              "3B 32 57 B7 136 137 164 165 168 167 2CC 2CD 2D2 2D3 2D4 2D5 2D6 2D7 2D8 2D9 2DA 2DB 298 299 29A 58 29B 808 80C 80D 1012 1013 1014 1015 1016 1017 101C 101D 101E 101F"),
+    fax_table("437 A 7 6 B 13 12 23 45 44 84 85 87 104 107 218 417 418 408 867 868 86C 837 828 817 818 10CA 10CB 10CC 10CD 1068 1069 106A 106B 10D2 10D3 10D4 10D5 10D6 10D7 106C 106D 10DA 10DB 1054 1055 1056 1057 1064 1065 1052 1053 1024 1037 1038 1027 1028 1058 1059 102B 102C 105A 1066 1067", 0,
+              "40F 10C8 10C9 105B 1033 1034 1035 206C 206D 204A 204B 204C 204D 2072 2073 2074 2075 2076 2077 2052 2053 2054 2055 205A 205B 2064 2065 808 80C 80D 1012 1013 1014 1015 1016 1017 101C 101D 101E 101F"),
+    fax_table("82 42 A 3 B 43 83 9 11", -3, "")};
 // clang-format on
 
-// A place in data of which the end of each strip is the end.
-class FaxBits {
+// Decodes T.4 and T.6 with one test a bit and one function a step, damaged lines included.
+class FaxModel {
 public:
-    // `strips` in bytes; none is all data in one piece.
-    FaxBits(std::span<const std::uint8_t> data, std::vector<std::uint32_t> strips)
-        : data_(data),
+    // `strips` in bytes, each of them data that ends; without any it is in one piece.
+    FaxModel(std::span<const std::uint8_t> data, std::vector<std::uint32_t> strips, FaxCoding which,
+             const NUV_CCITTMHOption& chosen, std::int64_t columns)
+        : width(columns),
+          coding_(which),
+          option_(chosen),
+          data_(data),
           strips_(std::move(strips)),
           end_(strips_.empty() ? data.size() : strips_[0])
     {}
 
-    std::uint64_t at() const { return at_; }
-    std::uint64_t left() const { return std::min<std::uint64_t>(end_, data_.size()) * 8 - at_; }
-    void align() { at_ = (at_ + 7) / 8 * 8; }
-    void skip(std::uint64_t count) { at_ += std::min(count, left()); }
+    std::int64_t width;
+    FaxRuns runs;
+    int code = 1;
+    std::int64_t position = 0; // means nothing after good lines
+    std::uint64_t at = 0;      // in bits
+
+    void decode()
+    {
+        runs.clear();
+        if (code == 11)
+            return;
+        position = 0;
+        if (coding_ == FaxCoding::mh)
+            code = decode_mh();
+        else
+            code = coding_ == FaxCoding::mr ? decode_mr() : decode_mmr();
+        code = code == -4 ? 12 : code < 0 ? -code : code;
+    }
+    bool has_next_strip() const { return strips_.empty() || strip_ + 1 < strips_.size(); }
+    // The last line is to come from the next strip: whether there is data for it.
+    bool rewind_to_next_strip()
+    {
+        code = 1;
+        reference_.clear();
+        align();
+        const bool is_there = strips_.empty() || end_ <= data_.size();
+        if (!strips_.empty()) {
+            skip(left());
+            end_ += is_there ? strips_[++strip_] : 0;
+        }
+        return is_there;
+    }
+
+private:
+    static constexpr int horizontal_mode = 4;
+    static constexpr int pass_mode = 5;
+    static constexpr int eol = -1000;
+    struct Code {
+        unsigned bits = 0;
+        unsigned length = 0; // 0 without a match
+    };
+
+    std::uint64_t left() const { return std::min<std::uint64_t>(end_, data_.size()) * 8 - at; }
+    void align() { at = (at + 7) / 8 * 8; }
+    void skip(std::uint64_t count) { at += std::min(count, left()); }
     // Zeros behind the end.
     unsigned peek(unsigned count) const
     {
         unsigned bits = 0;
-        for (std::uint64_t i = 0; i < count; ++i)
-            bits = bits * 2 + (i < left() ? data_[(at_ + i) / 8] >> (7 - (at_ + i) % 8) & 1U : 0);
+        for (std::uint64_t i = at; i < at + count; ++i)
+            bits = bits * 2 + (i < at + left() ? data_[i / 8] >> (7 - i % 8) & 1U : 0);
         return bits;
     }
     bool take(unsigned count, unsigned bits)
@@ -96,99 +123,34 @@ public:
             skip(1);
         return take(1, 1);
     }
-    bool has_next_strip() const { return strips_.empty() || strip_ + 1 < strips_.size(); }
-    // False where the data ends inside this one.
-    bool next_strip()
-    {
-        align();
-        if (strips_.empty())
-            return true;
-        skip(left());
-        const bool is_whole = end_ <= data_.size();
-        end_ += is_whole ? strips_[++strip_] : 0;
-        return is_whole;
-    }
-
-private:
-    std::span<const std::uint8_t> data_;
-    std::vector<std::uint32_t> strips_;
-    std::size_t strip_ = 0;
-    std::uint64_t end_;    // byte, of the strip
-    std::uint64_t at_ = 0; // bit
-};
-
-// Decodes T.4 and T.6 with one test a bit and one function a step, damaged lines included.
-class FaxModel {
-public:
-    FaxModel(FaxBits data, const FaxOption& chosen, std::int64_t columns)
-        : bits(std::move(data)),
-          option(chosen),
-          width(columns)
-    {}
-
-    FaxBits bits;
-    FaxOption option;
-    std::int64_t width;
-    FaxRuns runs;
-    int code = 1;
-    std::int64_t position = 0; // means nothing after good lines
-    std::int64_t row = 0;
-
-    void decode()
-    {
-        ++row;
-        runs.clear();
-        if (code == 11)
-            return;
-        position = 0;
-        if (option.coding == FaxCoding::mh)
-            code = decode_mh();
-        else
-            code = option.coding == FaxCoding::mr ? decode_mr() : decode_mmr();
-        code = code == -4 ? 12 : code < 0 ? -code : code;
-    }
-    // The last line is to come from the next strip: whether there is data for it.
-    bool rewind_to_next_strip()
-    {
-        --row;
-        code = 1;
-        reference_.clear();
-        return bits.next_strip();
-    }
-
-private:
-    struct Code {
-        int value = 0;
-        unsigned bits = 0;
-        unsigned length = 0; // 0 without a match
-    };
 
     // Data that ends inside a code reads as if zeros were behind it, which tells what no code
     // begins with from what might have become one.
     int next_code(unsigned table, unsigned longest, int at_end, int cut)
     {
-        const auto count = static_cast<unsigned>(std::min<std::uint64_t>(longest, bits.left()));
-        last_ = {count == 0 ? at_end : fax_undefined, bits.peek(count), 0};
+        const auto count = static_cast<unsigned>(std::min<std::uint64_t>(longest, left()));
+        last_ = {peek(count), 0};
         for (unsigned length = 1; length <= longest && count > 0; ++length) {
-            const unsigned peeked = bits.peek(length);
-            const int value = fax_tables[table][(1U << length) + peeked];
+            const unsigned bits = peek(length);
+            const int value =
+                bits == 1 && length == 12 ? eol : fax_tables[table][(1U << length) + bits];
             if (value == fax_undefined)
                 continue;
             if (length > count)
-                return last_.value = cut;
-            bits.skip(length);
-            last_ = {value, peeked, length};
-            break;
+                return cut;
+            skip(length);
+            last_ = {bits, length};
+            return value;
         }
-        return last_.value;
+        return count == 0 ? at_end : fax_undefined;
     }
     std::int64_t run(bool black)
     {
         std::int64_t total = 0;
-        do {
-            total += black ? next_code(1, 13, -1, -1) : next_code(0, 12, -1, -1);
-            total = std::min<std::int64_t>(total, 0x3FFFFFFF);
-        } while (last_.value > 63);
+        for (int value = 64; value > 63;) {
+            value = black ? next_code(1, 13, -1, -1) : next_code(0, 12, -1, -1);
+            total = std::min<std::int64_t>(total + value, 0x3FFFFFFF);
+        }
         return total;
     }
     void append(std::int64_t start, std::int64_t end)
@@ -196,10 +158,9 @@ private:
         end = std::min(end, width - 1);
         if (start > end)
             return;
-        if (!runs.empty() && start == runs.back().second + 1)
-            runs.back().second = end;
-        else
+        if (runs.empty() || start > runs.back().second + 1)
             runs.emplace_back(start, end);
+        runs.back().second = end;
     }
 
     int one_dimensional()
@@ -242,10 +203,10 @@ private:
             const auto [b1, b2] = find_b1();
             if (mode < -3)
                 result = mode == -9998 ? -4 : last_.bits == 0 ? -10 : -12;
-            else if (mode == fax_pass)
+            else if (mode == pass_mode)
                 a0_ = b2;
             else
-                result = mode == fax_horizontal ? horizontal() : vertical(b1 + mode);
+                result = mode == horizontal_mode ? horizontal() : vertical(b1 + mode);
         } while (result == 1 && a0_ < width);
         position = std::max<std::int64_t>(a0_, 0);
         return result;
@@ -289,18 +250,18 @@ private:
         const Code last = std::exchange(last_, {});
         if (last.bits == 1 && last.length == 12)
             return true;
-        if (last.length >= 11 && bits.skip_to_one())
+        if (last.length >= 11 && skip_to_one())
             return true;
-        bits.skip(11);
-        return bits.skip_to_one();
+        skip(11);
+        return skip_to_one();
     }
     // In MR to a tag of 1, which stays.
     bool recover()
     {
         while (search_eol()) {
-            if (option.coding != FaxCoding::mr || (bits.left() > 0 && bits.peek(1) == 1))
+            if (coding_ != FaxCoding::mr || (left() > 0 && peek(1) == 1))
                 return true;
-            bits.skip(1);
+            skip(1);
         }
         return false;
     }
@@ -308,13 +269,13 @@ private:
     int check_eol()
     {
         last_ = {};
-        if (bits.left() < 12)
+        if (left() < 12)
             return -4;
-        if (bits.take(12, 1))
+        if (take(12, 1))
             return 1;
-        if (bits.peek(12) == 0)
+        if (peek(12) == 0)
             return search_eol() ? 1 : -4;
-        if (option.coding == FaxCoding::mh)
+        if (coding_ == FaxCoding::mh)
             return -12;
         if (!recover())
             return -4;
@@ -324,42 +285,47 @@ private:
 
     int decode_mh()
     {
-        if (option.eol_present && code < 2)
+        if (option_.eol_present && code < 2)
             check_eol(); // a line without it is read where it stands
-        else if (!option.eol_present && option.byte_align)
-            bits.align();
+        else if (!option_.eol_present && option_.byte_align)
+            align();
         const int result = one_dimensional();
         if (result == 1 || result == -4)
             return result;
-        if (option.eol_present && !recover())
+        if (option_.eol_present && !recover())
             return -4;
-        return option.detect_end && bits.take(12, 1) && bits.take(12, 1) ? 11 : result;
+        return option_.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
     }
     int decode_mr()
     {
         int result = code < 2 ? check_eol() : 1;
         if (result != 1)
             return result;
-        const unsigned tag = bits.peek(1);
-        bits.skip(1);
+        const unsigned tag = peek(1);
+        skip(1);
         result = tag == 1 ? one_dimensional() : two_dimensional();
         if (result == -4 || (result != 1 && !recover()))
             return -4;
         reference_ = runs;
         constexpr unsigned two_eols = 0b1'0000'0000'0001'1'0000'0000'0001'1; // each with its tag
-        return result != 1 && option.detect_end && bits.take(27, two_eols) ? 11 : result;
+        return result != 1 && option_.detect_end && take(27, two_eols) ? 11 : result;
     }
     int decode_mmr()
     {
-        if (option.byte_align)
-            bits.align();
+        if (option_.byte_align)
+            align();
         const int result = two_dimensional();
         if (result == 1)
             reference_ = runs;
-        return result != 1 && option.detect_end && bits.take(12, 1) && bits.take(12, 1) ? 11
-                                                                                        : result;
+        return result != 1 && option_.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
     }
 
+    FaxCoding coding_;
+    NUV_CCITTMHOption option_;
+    std::span<const std::uint8_t> data_;
+    std::vector<std::uint32_t> strips_;
+    std::size_t strip_ = 0;
+    std::uint64_t end_; // byte, of the strip
     Code last_;
     FaxRuns reference_;
     std::int64_t a0_ = 0;
@@ -367,29 +333,29 @@ private:
     bool black_ = false;
 };
 
-struct FaxPage {
-    std::vector<FaxRuns> lines;
-    bool warned = false;
-};
-
-// All lines of a page. One that fails where a strip may begin is taken from the next strip.
-inline FaxPage fax_page(FaxModel decoder, std::uint32_t height, std::uint32_t rows_per_strip)
+// A page of `line_bytes` a line, 1 for black, and whether a decoder is to warn. A line that fails
+// where a strip may begin is taken from the next strip.
+inline std::pair<std::vector<std::uint8_t>, bool> fax_page(FaxModel decoder, std::size_t height,
+                                                           std::size_t rows_per_strip)
 {
-    FaxPage page;
-    for (std::uint32_t line = 1; line <= height; ++line) {
+    const auto line_bytes = static_cast<std::size_t>(decoder.width + 7) / 8;
+    std::vector<std::uint8_t> page(line_bytes * height);
+    bool warns = false;
+    for (std::size_t row = 1; row <= height; ++row) {
         decoder.decode();
-        bool passes = decoder.code == 1;
-        if (!passes && rows_per_strip > 0) {
-            passes = line % rows_per_strip > 1;
-            if (!passes && decoder.bits.has_next_strip() && decoder.rewind_to_next_strip()) {
+        bool passes = decoder.code == 1 || (rows_per_strip > 0 && row % rows_per_strip > 1);
+        if (!passes && rows_per_strip > 0 && decoder.has_next_strip()) {
+            passes = decoder.rewind_to_next_strip();
+            if (passes)
                 decoder.decode();
-                passes = true;
-            }
         }
-        page.warned = page.warned || !passes;
-        page.lines.push_back(decoder.runs);
+        warns = warns || !passes;
+        for (const auto& [start, end] : decoder.runs) {
+            for (auto x = static_cast<std::size_t>(start); x <= static_cast<std::size_t>(end); ++x)
+                page[(row - 1) * line_bytes + x / 8] |= static_cast<std::uint8_t>(128U >> x % 8);
+        }
     }
-    return page;
+    return {page, warns};
 }
 
 } // namespace nuv::model
