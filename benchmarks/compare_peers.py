@@ -22,7 +22,7 @@ import subprocess
 import sys
 import tempfile
 
-from peers import geometrycases, jpegcases, tiffcases
+from peers import geometrycases, jpegcases
 from peers.measure import count_instructions, median_ratio, take_turns
 from peers.pictures import Pictures
 
@@ -32,7 +32,6 @@ GROUPS = {
     "lossless": jpegcases.lossless,
     "scale": geometrycases.scale,
     "rotate": geometrycases.rotate,
-    "tiff": tiffcases.tiff,
 }
 NEEDED = {  # what a group cannot make its files without
     "decode": ("cjpeg",),

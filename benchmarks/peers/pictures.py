@@ -1,10 +1,8 @@
 """The pictures that the programs work on, each made when it is first asked for."""
 
 import functools
-import itertools
 import os
 import random
-import struct
 import subprocess
 
 
@@ -37,41 +35,6 @@ def page_of_text(width, height, path):
             for y in range(min(glyph_lines, height - top)):
                 text = bytes(margin) + b"".join(character[y] for character in row)
                 file.write((text + blank)[:line_bytes])
-
-
-def write_tiff(path, size, rows, strip_bytes):
-    """An uncompressed gray picture of 8 bits, with `rows` lines a strip, whose strips are the bytes
-    that `strip_bytes` gives in turn."""
-    width, height = size
-    count = (height + rows - 1) // rows
-    sizes = [width * min(rows, height - rows * i) for i in range(count)]
-    offsets = [8 + offset for offset in itertools.accumulate([0, *sizes])]
-    directory = offsets.pop()
-    values = directory + 2 + 9 * 12 + 4
-    longs, one_long, one_short = 4, (4, 1), (3, 1)
-    entries = ((256, *one_long, width), (257, *one_long, height), (258, *one_short, 8),
-               (259, *one_short, 1), (262, *one_short, 1), (273, longs, count, values),
-               (277, *one_short, 1), (278, *one_long, rows),
-               (279, longs, count, values + longs * count))
-    with open(path, "wb") as file:
-        file.write(struct.pack("<2sHI", b"II", 42, directory))
-        for wanted in sizes:
-            file.write(next(strip_bytes)[:wanted])
-        file.write(struct.pack("<H", len(entries)))
-        for entry in entries:
-            file.write(struct.pack("<HHII", *entry))
-        file.write(struct.pack(f"<I{count}I{count}I", 0, *offsets, *sizes))
-
-
-def rle8(line):
-    """A line of a Windows bitmap in run-length coding: runs of one colour, and no others."""
-    coded = bytearray()
-    for color, run in itertools.groupby(line):
-        left = len(list(run))
-        while left > 0:
-            coded += bytes((min(left, 255), color))
-            left -= min(left, 255)
-    return bytes(coded + b"\0\0")
 
 
 class Pictures:
@@ -169,58 +132,4 @@ class Pictures:
     def page(self):
         path = self.path("page.pbm")
         page_of_text(*self.page_size, path)
-        return path
-
-    @functools.cached_property
-    def scan_size(self):
-        """20000 x 20000 beside 24 megapixels, and in proportion."""
-        return self.width * 10 // 3, self.height * 5
-
-    @functools.cached_property
-    def scan(self):
-        path = self.path("scan.tif")
-        lines = random.Random(1).randbytes(self.scan_size[0] * 67)
-        begins = itertools.count(0, self.scan_size[0] // 7)
-        strips = (lines[i % (3 * self.scan_size[0]):] for i in begins)
-        write_tiff(path, self.scan_size, 64, strips)
-        return path
-
-    strips = 100000
-    strip_width = 100
-
-    @functools.cached_property
-    def many_strips(self):
-        path = self.path("strips.tif")
-        write_tiff(path, (self.strip_width, self.strips), 1,
-                   itertools.repeat(bytes(range(self.strip_width))))
-        return path
-
-    @functools.cached_property
-    def screen_size(self):
-        """1920 x 1080 beside 24 megapixels, and in proportion."""
-        return self.width * 1920 // 6000 // 4 * 4, self.height * 1080 // 4000
-
-    @functools.cached_property
-    def screen(self):
-        """Windows of text in front of each other: every 16 lines the colours change."""
-        width, height = self.screen_size
-        chance = random.Random(1)
-        lines = []
-        for y in range(height):
-            if y % 16 == 0:
-                text = [chance.randrange(1, 8) for _ in range(width // 3)]
-                paper, ink, edge = (chance.randrange(256) for _ in range(3))
-            letters = b"".join(bytes((ink if (y * stem) % 5 < 2 else paper,)) * (1 + stem % 3)
-                               for stem in text)
-            line = bytes((edge,)) * (width // 4) + letters
-            lines.append(rle8((line + bytes((paper,)) * width)[:width]))
-        palette = b"".join(bytes((i, 255 - i, i // 2, 0)) for i in range(256))
-        coded = b"".join(lines) + b"\0\1"
-        begin = 14 + 40 + len(palette)
-        path = self.path("screen.bmp")
-        with open(path, "wb") as file:
-            file.write(struct.pack("<2sIII", b"BM", begin + len(coded), 0, begin))
-            file.write(struct.pack("<IiiHHIIiiII", 40, width, height, 1, 8, 1, len(coded), 2835,
-                                   2835, 256, 0))
-            file.write(palette + coded)
         return path
