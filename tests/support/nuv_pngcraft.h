@@ -1,6 +1,5 @@
 #pragma once
 
-#include "framework/utility/nuv_endian.h"
 #include "tests/support/nuv_teststored.h"
 
 #include <zlib.h>
@@ -22,33 +21,21 @@ struct PNGCraft {
     {
         Bytes body = bytes_of(name);
         body.insert(body.end(), data.begin(), data.end());
-        return add(number(data.size())).add(body).add(checksum(body.data(), body.size()));
+        append_be(bytes, data.size(), 4);
+        bytes.insert(bytes.end(), body.begin(), body.end());
+        append_be(bytes, crc32(0, body.data(), static_cast<uInt>(body.size())), 4);
+        return *this;
     }
     // `rest`: depth, colour type, compression, filter and interlace method.
     PNGCraft& header(std::uint32_t width, std::uint32_t height, const Bytes& rest)
     {
-        PNGCraft data{number(width)};
-        return chunk("IHDR", data.add(number(height)).add(rest).bytes);
+        Bytes data;
+        append_be(data, std::uint64_t{width} << 32 | height, 8);
+        data.insert(data.end(), rest.begin(), rest.end());
+        return chunk("IHDR", data);
     }
     [[nodiscard]] Bytes end() { return chunk("IEND", {}).bytes; }
-    PNGCraft& add(const Bytes& more)
-    {
-        bytes.insert(bytes.end(), more.begin(), more.end());
-        return *this;
-    }
 
-    [[nodiscard]] static Bytes number(std::size_t value)
-    {
-        const auto low = static_cast<std::uint32_t>(value);
-        Bytes stored(4);
-        store_be16(&stored[0], low >> 16);
-        store_be16(&stored[2], low);
-        return stored;
-    }
-    [[nodiscard]] static Bytes checksum(const std::uint8_t* data, std::size_t size)
-    {
-        return number(crc32(0, data, static_cast<uInt>(size)));
-    }
     [[nodiscard]] static Bytes deflated(const Bytes& data)
     {
         uLongf size = compressBound(static_cast<uLong>(data.size()));

@@ -38,6 +38,13 @@ namespace nuv {
     return {text.begin(), text.end()};
 }
 
+// The last `bytes` bytes of a number, the highest first.
+inline void append_be(std::vector<std::uint8_t>& to, std::uint64_t value, int bytes)
+{
+    for (int shift = 8 * bytes - 8; shift >= 0; shift -= 8)
+        to.push_back(static_cast<std::uint8_t>(value >> shift));
+}
+
 // A stored image, which may be empty, in a storage that has other bytes before it: nothing may take
 // the image's begin for the storage's, but a format whose numbers count from there. Lives longer
 // than the chain's run.

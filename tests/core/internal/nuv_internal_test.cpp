@@ -1,11 +1,9 @@
-#include "core/internal/nuv_convertendianqdrl.h"
 #include "core/internal/nuv_readinternal.h"
 #include "core/readraster/nuv_readraster.h"
 #include "tests/support/nuv_readerharness.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -35,15 +33,12 @@ struct Stored {
 {
     // clang-format off
     const std::pair<std::uint64_t, int> fields[] = {
-        {s.version, 4}, {s.data_size > 0 ? s.data_size : data.size(), 8}, {s.width, 8}, {s.height, 8},
-        {s.bits, 2}, {s.channels, 2}, {s.data_type, 4}, {s.encode_type, 4}, {s.color_type, 4},
-        {s.palette_bits, 2}, {s.palette_channels, 2}, {s.palette_entries, 4}};
+        {s.version, 4}, {s.data_size > 0 ? s.data_size : data.size(), 8}, {s.width, 8}, {s.height, 8}, {s.bits, 2}, {s.channels, 2},
+        {s.data_type, 4}, {s.encode_type, 4}, {s.color_type, 4}, {s.palette_bits, 2}, {s.palette_channels, 2}, {s.palette_entries, 4}};
     // clang-format on
     Bytes bytes = bytes_of("NUVF");
-    for (const auto& [value, size] : fields) {
-        for (int shift = 8 * size - 8; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
+    for (const auto& [value, size] : fields)
+        append_be(bytes, value, size);
     bytes.insert(bytes.end(), palette.begin(), palette.end());
     bytes.insert(bytes.end(), data.begin(), data.end());
     return bytes;
@@ -68,17 +63,16 @@ TEST(Internal, ReadsAsItIsLaidOutAndStandsDamage)
 
 TEST(Internal, ReadsRawLinesAsFarAsTheDataGoes)
 {
+    constexpr auto load = "NUV_InternalInfo::load()";
     constexpr auto execute = "NUV_ReadInternalEngine::execute()";
-    constexpr auto initiate = "NUV_BufferOutputEngine::initiate()";
+    constexpr auto invalid = NUV_ERR_INVALID_DATA;
     const Bytes six = {1, 2, 3, 4, 5, 6};
     const Bytes three = {1, 2, 3};
-    const NUV_TestImage indices{
-        .width = 3, .height = 2, .color_type = NUV_ColorType::s_rgb, .palette = true};
     // clang-format off
+    const auto palette = [&](std::uint32_t bits, std::uint32_t channels, std::uint32_t entries) { return file_of({3, 2, 8, 1, 0, 0, 220, bits, channels, entries}, six); };
     check_reader_cases(internal_row(), {
         {"bytes behind the data", file_of({.data_size = 6}, {1, 2, 3, 4, 5, 6, 7}), six},
         {"more data than lines", file_of({.height = 1}, six), three},
-        {"data of one line", file_of({.data_size = 3}, six), three},
         {"data of a line and a half", file_of({.data_size = 5}, six), three, broken, execute},
         {"a size beyond the storage", file_of({.data_size = 0x8000000000000000}, {1, 2, 3, 4}), three, broken, execute},
         {"1 bit", file_of({.width = 9, .bits = 1}, {1, 2, 3, 4}), {1, 2, 3, 4}},
@@ -86,45 +80,35 @@ TEST(Internal, ReadsRawLinesAsFarAsTheDataGoes)
         {"doubles", file_of({1, 1, 64, 1, 2}, {1, 2, 3, 4, 5, 6, 7, 8}), {8, 7, 6, 5, 4, 3, 2, 1}},
         {"12 bits of whatever, and a rest", file_of({3, 1, 12, 1, 0xFFFFFFFF}, {1, 2, 3, 4, 5}), {2, 1, 4, 3, 5}},
         {"24 bits of whatever", file_of({1, 2, 24, 1, 7}, six), {3, 2, 1, 6, 5, 4}},
-        {"a palette", file_of({3, 2, 8, 1, 0, 0, 220, 8, 3, 2}, six, {9, 8, 7, 6, 5, 4}), six, NUV_STATUS_OK, "", indices},
-        {"lines beyond 32 bits", file_of({.width = 0x80000000}, six), {}, unsupported, initiate},
+        {"runs of 4 bytes", file_of({.bits = 1, .encode_type = 322}, {1, 2, 3, 4, 5, 6, 7, 8}), {4, 3, 2, 1, 8, 7, 6, 5}},
+        {"runs of 2 bytes", file_of({.bits = 1, .encode_type = 332}, {1, 2, 3, 4, 5, 6}), {2, 1, 4, 3, 6, 5}},
+        {"lengths of runs", file_of({.bits = 32, .encode_type = 342}, {1, 2, 3, 4}), {4, 3, 2, 1}},
+        {"runs in blocks", file_of({.bits = 1, .encode_type = 322}, Bytes(8004, 7)), Bytes(8004, 7)},
+        {"unknown samples and colours", file_of({3, 1, 8, 1, 9, 0, 9}, three), three},
+        {"a palette", file_of({3, 2, 8, 1, 0, 0, 220, 8, 3, 2}, six, {9, 8, 7, 6, 5, 4}), six},
+        {"lines beyond 32 bits", file_of({.width = 0x80000000}, six), {}, unsupported, "NUV_BufferOutputEngine::initiate()"},
         // Which takes no memory for lines that are not there.
         {"512 MiB of line", file_of({.width = 0x1FFFFFFF, .data_size = 0x7FFFFFFF}, six), {}, broken, execute},
-        {"512 MiB of line, and no data", file_of({.width = 0x1FFFFFFF}, six), {}, broken, execute},
-    });
-    // clang-format on
-    NUV_TestChain chain;
-    const NUV_TestStored wide(
-        chain.manager(), file_of({3, 2, 8, 1, 0, 0, 100, 16, 1, 2}, six, {0x12, 0x34, 0x56, 0x78}));
-    NUV_InternalInfo info(chain.manager());
-    ASSERT_TRUE(info.load(wide.storage()));
-    const std::uint16_t values[] = {0x1234, 0x5678};
-    EXPECT_EQ(std::memcmp(info.palette().value(), values, sizeof(values)), 0) << "in host order";
-}
-
-TEST(Internal, RefusesWhatItsFieldsMayNotSay)
-{
-    constexpr auto load = "NUV_InternalInfo::load()";
-    constexpr auto invalid = NUV_ERR_INVALID_DATA;
-    const auto palette = [](std::uint32_t bits, std::uint32_t channels, std::uint32_t entries) {
-        return file_of({3, 2, 8, 1, 0, 0, 220, bits, channels, entries}, Bytes(200, 1));
-    };
-    // clang-format off
-    check_reader_cases(internal_row(), {
-        {"version 2", file_of({.version = 0x00020000}, {1}), {}, unsupported, load},
+        {"version 2", file_of({.version = 0x00020000}, six), {}, unsupported, load},
         {"no data", file_of({}, {}), {}, invalid, load},
-        {"a width of 2^32", file_of({.width = 0x100000000}, {1}), {}, unsupported, load},
-        {"a height of 2^63", file_of({.height = 0x8000000000000000}, {1}), {}, unsupported, load},
+        {"a width of 2^32", file_of({.width = 0x100000000}, six), {}, unsupported, load},
+        {"a height of 2^63", file_of({.height = 0x8000000000000000}, six), {}, unsupported, load},
         {"a palette of 4 bits", palette(4, 3, 2), {}, invalid, load},
         {"a palette without channels", palette(8, 0, 2), {}, invalid, load},
         {"65537 entries", palette(8, 3, 65537), {}, invalid, load},
         {"8 GiB of palette", palette(16, 65535, 65536), {}, invalid, load},
         {"2 GiB of palette", palette(8, 32768, 65536), {}, invalid, load},
         {"2 GiB less one entry", palette(8, 32768, 65535), {}, broken, load},
-        {"12 bits of a type that has 16", file_of({.bits = 12}, {1}), {}, NUV_ERR_ARGUMENT, "NUV_ReadInternal::engine()"},
-        {"unknown samples and colours", file_of({3, 1, 8, 1, 9, 0, 9}, {1, 2, 3}), {1, 2, 3}},
+        {"12 bits of a type that has 16", file_of({.bits = 12}, six), {}, NUV_ERR_ARGUMENT, "NUV_ReadInternal::engine()"},
     });
     // clang-format on
+    NUV_TestChain chain;
+    const Stored wide{3, 2, 8, 1, 0, 0, 100, 16, 1, 1};
+    const NUV_TestStored stored(chain.manager(), file_of(wide, six, {0x12, 0x34}));
+    NUV_InternalInfo info(chain.manager());
+    ASSERT_TRUE(info.load(stored.storage()));
+    const std::uint16_t value = 0x1234;
+    EXPECT_EQ(std::memcmp(info.palette().value(), &value, sizeof(value)), 0) << "in host order";
 }
 
 TEST(Internal, CarriesAnyCoding)
@@ -133,62 +117,29 @@ TEST(Internal, CarriesAnyCoding)
         const std::uint32_t bits = id >= 320 && id < 340 ? 1 : id == 340 || id == 342 ? 32 : 8;
         return file_of({.bits = bits, .encode_type = id}, data);
     };
-    // The second and third pixel of 3 are black, and the first of the next line.
-    const Bytes end(8, 0xFF);
-    const Bytes big = {0, 0, 0, 1, 0, 0, 0, 2, 255, 255, 255, 255, 255, 255, 255, 255,
-                       0, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255};
-    Bytes little = big;
-    for (std::size_t i = 0; i < little.size(); i += 4)
-        std::reverse(&little[i], &little[i] + 4);
+    const Bytes gray = test_data("jpeg/gray.jpg");
     NUV_TestChain plain;
-    const NUV_TestStored jpeg(plain.manager(), test_data("jpeg/gray.jpg"));
+    const NUV_TestStored jpeg(plain.manager(), gray);
     plain.last(NUV_ReadRaster(plain.manager()).engine(jpeg.storage(), 0));
     auto row = internal_row(); // with what decodes behind it
     row.read = [](NUV_Manager& m, NUV_InputStorage* s) { return NUV_ReadRaster(m).engine(s, 0); };
     row.work_memory = std::size_t{1} << 20;
-    constexpr auto reader = "NUV_ReadInternalEngine::execute()";
-    constexpr auto initiate = "NUV_ConvertEndianQDRLEngine::initiate()";
-    constexpr auto execute = "NUV_ConvertEndianQDRLEngine::execute()";
+    // The second and third pixel of 3 are black, and the first of the next line.
+    Bytes runs;
+    for (const std::uint64_t word : {std::uint64_t{0x100000002}, ~0UL, 0UL, ~0UL})
+        append_be(runs, word, 8);
     // clang-format off
     check_reader_cases(row, {
-        {"raw", coded(0, {1, 2, 3, 4, 5, 6}), {1, 2, 3, 4, 5, 6}},
         {"PackBits", coded(200, {2, 1, 2, 3, 2, 4, 5, 6}), {1, 2, 3, 4, 5, 6}},
-        {"a stream shorter than its size", file_of({.encode_type = 200, .data_size = 99}, {2, 1, 2, 3}), {1, 2, 3}, broken, reader},
-        {"run form", coded(320, little), {0x60, 0x80}},
-        {"big-endian run form", coded(322, big), {0x60, 0x80}},
-        {"that ends in a number", coded(322, {0, 0, 0}), {}, broken, execute},
-        {"of 8 bits", file_of({.encode_type = 322}, big), {}, unsupported, initiate},
-        {"JPEG of another size", coded(2000, test_data("jpeg/gray.jpg")), plain.run_bytes()},
+        {"a stream shorter than its size", file_of({.encode_type = 200, .data_size = 99}, {2, 1, 2, 3}), {1, 2, 3}, broken, "NUV_ReadInternalEngine::execute()"},
+        {"big-endian run form", coded(322, runs), {0x60, 0x80}},
+        {"that ends in a number", coded(322, {0, 0, 0}), {}, broken, "NUV_ConvertEndianQDRLEngine::execute()"},
+        {"of 8 bits", file_of({.encode_type = 322}, runs), {}, unsupported, "NUV_ConvertEndianQDRLEngine::initiate()"},
+        {"JPEG of another size", coded(2000, gray), plain.run_bytes()},
     });
+    for (const std::uint32_t id : {220U, 330U, 332U, 340U, 342U, 400U, 1000U, 1020U, 1040U, 2020U, 8000U, 77U})
+        check_reader_cases(row, {{std::to_string(id).c_str(), coded(id, runs), {}, unsupported, "NUV_DecodeToRaw::engine()"}});
     // clang-format on
-    for (const std::uint32_t id :
-         {220U, 330U, 332U, 340U, 342U, 400U, 1000U, 1020U, 1040U, 2020U, 8000U, 77U})
-        check_reader_cases(row, {{std::to_string(id).c_str(),
-                                  coded(id, end),
-                                  {},
-                                  unsupported,
-                                  "NUV_DecodeToRaw::engine()"}});
-}
-
-// In blocks, of which the last is short.
-TEST(Internal, TurnsRunDataAroundNumberByNumber)
-{
-    const std::pair<NUV_TestImage, std::size_t> forms[] = {
-        {{.bits = 1, .encode_type = NUV_EncodeType::qd_rle_be}, 4},
-        {{.bits = 1, .encode_type = NUV_EncodeType::qd_rlc_be}, 2},
-        {{.bits = 32, .encode_type = NUV_EncodeType::qd_rlen_be}, 4}};
-    for (const auto& [image, unit] : forms) {
-        Bytes data(8004);
-        for (std::size_t i = 0; i < data.size(); ++i)
-            data[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-        NUV_TestChain chain;
-        chain.source_bytes(image, data, 1000);
-        ASSERT_TRUE(chain.append<NUV_ConvertEndianQDRL>());
-        EXPECT_EQ(chain.header().encode_type()->id(), image.encode_type->id() - 2);
-        for (std::size_t i = 0; i < data.size(); i += unit)
-            std::reverse(&data[i], &data[i] + unit);
-        EXPECT_EQ(chain.run_bytes(), data);
-    }
 }
 
 } // namespace
