@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
+#include "framework/base/nuv_diagnosis.h"
 
 #include <cstdint>
 
@@ -26,7 +27,7 @@ private:
     [[nodiscard]] bool load_fields(NUV_InputStorage& storage);
     [[nodiscard]] bool describe(const std::uint8_t* fields);
     [[nodiscard]] bool load_palette(NUV_InputStorage& storage, const std::uint8_t* fields);
-    [[nodiscard]] bool refuse(std::uint32_t code);
+    [[nodiscard]] bool refuse(std::uint32_t code, const NUV_Diagnosis& why = {});
 
     std::uint64_t data_size_ = 0;
 };

@@ -23,9 +23,9 @@ constexpr std::uint32_t header_bytes = 56; // magic and fields
 
 } // namespace
 
-bool NUV_InternalInfo::refuse(std::uint32_t code)
+bool NUV_InternalInfo::refuse(std::uint32_t code, const NUV_Diagnosis& why)
 {
-    return fail(manager(), code, "NUV_InternalInfo::load()");
+    return fail(manager(), code, "NUV_InternalInfo::load()", why);
 }
 
 bool NUV_InternalInfo::load_internal(NUV_InputStorage* storage)
@@ -43,23 +43,25 @@ bool NUV_InternalInfo::load_fields(NUV_InputStorage& storage)
 {
     std::uint8_t fields[header_bytes];
     if (!read_exactly(storage, fields, magic_bytes))
-        return refuse(NUV_ERR_BROKEN_DATA);
+        return refuse(NUV_ERR_BROKEN_DATA,
+                      NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
     if (load_be32(fields) != magic)
         return false;
     if (!read_exactly(storage, fields + magic_bytes, header_bytes - magic_bytes))
-        return refuse(NUV_ERR_BROKEN_DATA);
+        return refuse(NUV_ERR_BROKEN_DATA, NUV_Diagnosis().says("the header ends early"));
     return describe(fields) && load_palette(storage, fields);
 }
 
 bool NUV_InternalInfo::describe(const std::uint8_t* fields)
 {
     if (load_be32(fields + 4) != version_1)
-        return refuse(NUV_ERR_UNSUPPORTED);
+        return refuse(NUV_ERR_UNSUPPORTED,
+                      NUV_Diagnosis().says("the version %08x", load_be32(fields + 4)));
     data_size_ = load_be64(fields + 8);
     if (data_size_ == 0)
-        return refuse(NUV_ERR_INVALID_DATA);
+        return refuse(NUV_ERR_INVALID_DATA, NUV_Diagnosis().says("0 bytes of data"));
     if (load_be32(fields + 16) != 0 || load_be32(fields + 24) != 0) // upper halves
-        return refuse(NUV_ERR_UNSUPPORTED);
+        return refuse(NUV_ERR_UNSUPPORTED, NUV_Diagnosis().says("a side of 2^32 pixels or more"));
     width(load_be32(fields + 20));
     height(load_be32(fields + 28));
     bits(load_be16(fields + 32));
@@ -72,7 +74,8 @@ bool NUV_InternalInfo::describe(const std::uint8_t* fields)
 
 bool NUV_InternalInfo::load_palette(NUV_InputStorage& storage, const std::uint8_t* fields)
 {
-    constexpr std::uint32_t most_entries = 65536; // that 16 bits can index
+    constexpr std::uint32_t most_entries = 65536;    // that 16 bits can index
+    constexpr std::uint64_t most_bytes = 0x7FFFFFFF; // that a storage can have
 
     if (!palette().copy(NUV_Palette(manager()))) // none, until this file has one
         return false;
@@ -81,13 +84,14 @@ bool NUV_InternalInfo::load_palette(NUV_InputStorage& storage, const std::uint8_
     const std::uint32_t entries = load_be32(fields + 52);
     if (entries == 0)
         return true;
-    if ((entry_bits != 8 && entry_bits != 16) || entry_channels == 0 || entries > most_entries)
-        return refuse(NUV_ERR_INVALID_DATA);
     const std::uint64_t bytes = std::uint64_t{entry_channels} * entry_bits * entries / 8;
-    if (bytes > 0x7FFFFFFF) // more than any storage has
-        return refuse(NUV_ERR_INVALID_DATA);
+    if ((entry_bits != 8 && entry_bits != 16) || entry_channels == 0 || entries > most_entries ||
+        bytes > most_bytes)
+        return refuse(NUV_ERR_INVALID_DATA,
+                      NUV_Diagnosis().says("a palette of %u entries, %u x %u bits", entries,
+                                           unsigned{entry_channels}, unsigned{entry_bits}));
     if (bytes > remaining_bytes(storage)) // before any memory is taken
-        return refuse(NUV_ERR_BROKEN_DATA);
+        return refuse(NUV_ERR_BROKEN_DATA, NUV_Diagnosis().says("the palette ends early"));
 
     const auto stored_bytes = static_cast<std::uint32_t>(bytes);
     NUV_Scratch<std::uint8_t> value;

@@ -52,7 +52,12 @@ bool NUV_ReadInternalEngine::initiate(NUV_InputStorage* storage, const NUV_Heade
 
 bool NUV_ReadInternalEngine::broken()
 {
-    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadInternalEngine::execute()");
+    NUV_Diagnosis why;
+    why.at_byte(position_).says("the data ends early");
+    if (is_raw_)
+        why.on_line(line_).says("line %u of %u is not there as a whole", line_ + 1,
+                                header_.height());
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadInternalEngine::execute()", why);
 }
 
 // Whoever shares the storage may have moved it since.

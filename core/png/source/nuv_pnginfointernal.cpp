@@ -50,13 +50,14 @@ bool NUV_PNGInfoInternal::initiate(NUV_InputStorage* storage)
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     if (nuv::remaining_bytes(*storage) < signature_bytes)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method,
+                    NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
     storage_ = storage;
     position_ = storage->position();
     if (!has_signature() || !create())
         return false;
     if (!read_info() || !get_fields()) {
-        nuv_pngregiststatus(manager(), message_, initiate_method);
+        nuv_pngregiststatus(manager(), message_, initiate_method, here());
         return false;
     }
     limits_memory_ = false; // lines depend on the width alone
@@ -173,7 +174,8 @@ NUV_PNGDecoded NUV_PNGInfoInternal::decode_process(std::uint8_t* line, std::uint
         return NUV_PNGDecoded::complete;
     // Behind the last line libpng finishes the stream within the same call: what it finds wrong
     // there leaves the line as it is.
-    return stop(png_get_current_row_number(png_) > row, "NUV_PNGInfoInternal::decode_process()");
+    return stop(png_get_current_row_number(png_) > row, "NUV_PNGInfoInternal::decode_process()",
+                here().on_line(row));
 }
 
 NUV_PNGDecoded NUV_PNGInfoInternal::decode_process_interlace(std::uint8_t* image)
@@ -186,13 +188,19 @@ NUV_PNGDecoded NUV_PNGInfoInternal::decode_process_interlace(std::uint8_t* image
     if (read_passes(image))
         return NUV_PNGDecoded::complete;
     return stop(png_get_current_pass_number(png_) == passes,
-                "NUV_PNGInfoInternal::decode_process_interlace()");
+                "NUV_PNGInfoInternal::decode_process_interlace()", here());
 }
 
-NUV_PNGDecoded NUV_PNGInfoInternal::stop(bool is_complete, const char* method)
+NUV_Diagnosis NUV_PNGInfoInternal::here() const noexcept
+{
+    return NUV_Diagnosis().at_byte(position_);
+}
+
+NUV_PNGDecoded NUV_PNGInfoInternal::stop(bool is_complete, const char* method,
+                                         const NUV_Diagnosis& why)
 {
     stopped_ = true;
-    nuv_pngregiststatus(manager(), message_, is_complete ? end_method : method);
+    nuv_pngregiststatus(manager(), message_, is_complete ? end_method : method, why);
     return is_complete ? NUV_PNGDecoded::ended : NUV_PNGDecoded::lost;
 }
 
@@ -202,7 +210,7 @@ void NUV_PNGInfoInternal::decode_end()
         return;
     stopped_ = true;
     if (!read_end())
-        nuv_pngregiststatus(manager(), message_, end_method);
+        nuv_pngregiststatus(manager(), message_, end_method, here());
 }
 
 // Sequences of libpng calls.

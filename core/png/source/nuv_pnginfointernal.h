@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/png/nuv_pnginfo.h"
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_object.h"
 #include "framework/containers/nuv_vector.h"
@@ -88,7 +89,10 @@ private:
     [[nodiscard]] bool copy_palette();
     [[nodiscard]] bool copy_texts();
     [[nodiscard]] bool get_png_info();
-    [[nodiscard]] NUV_PNGDecoded stop(bool is_complete, const char* method);
+    // Where reading has come to.
+    [[nodiscard]] NUV_Diagnosis here() const noexcept;
+    [[nodiscard]] NUV_PNGDecoded stop(bool is_complete, const char* method,
+                                      const NUV_Diagnosis& why);
 
     NUV_InputStorage* storage_ = nullptr;
     std::int32_t position_ = 0; // of what is read next; others may move the storage

@@ -54,11 +54,15 @@ NUV_StatusCode png_status_of(std::string_view message) noexcept
     return NUV_ERROR;
 }
 
-void nuv_pngregiststatus(NUV_Manager& manager, std::string_view message, const char* method)
+void nuv_pngregiststatus(NUV_Manager& manager, const char* message, const char* method,
+                         NUV_Diagnosis why)
 {
     const NUV_StatusCode code = png_status_of(message);
-    if (code != NUV_STATUS_OK)
-        fail(manager, code, method);
+    if (code == NUV_STATUS_OK)
+        return;
+    if (code == NUV_ERROR) // the status of what libpng has no other for
+        why.because(NUV_Cause::damaged);
+    fail(manager, code, method, why.says("%s", message));
 }
 
 } // namespace nuv

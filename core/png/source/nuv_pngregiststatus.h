@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/base/nuv_status.h"
 
@@ -11,7 +12,8 @@ namespace nuv {
 // which a probe is silent about.
 [[nodiscard]] NUV_StatusCode png_status_of(std::string_view message) noexcept;
 
-// Raises it, if any, under `method`.
-void nuv_pngregiststatus(NUV_Manager& manager, std::string_view message, const char* method);
+// Raises it, if any, under `method`, with the text as the reason. `why` has what else is known.
+void nuv_pngregiststatus(NUV_Manager& manager, const char* message, const char* method,
+                         NUV_Diagnosis why);
 
 } // namespace nuv
