@@ -62,8 +62,6 @@ public:
     // A line is begun anew: in the next strip, or with the next byte where there are no strips.
     void rewind() noexcept;
 
-    // The data is over: nothing is left and nothing more will come.
-    [[nodiscard]] bool is_over() const noexcept { return has_ended_ && held_.bits == 0; }
     // What was taken, in bits since the begin of the stream, or of the strip behind a rewind().
     [[nodiscard]] std::uint64_t consumed_bits() const noexcept
     {

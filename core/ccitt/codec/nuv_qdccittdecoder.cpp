@@ -75,7 +75,7 @@ bool QDCCITTDecoder::decode(const Line& line)
         line.runs.append_terminator();
         return true;
     }
-    if (bits_.is_over()) {
+    if (bits_.available(1) == 0) { // no coding makes anything of that
         status_.set(Code::data_ended, 0);
         return finish(line);
     }

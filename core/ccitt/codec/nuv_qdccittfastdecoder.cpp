@@ -2,7 +2,6 @@
 
 #include "core/ccitt/codec/nuv_qdccittfasttables.h"
 #include "core/ccitt/codec/nuv_qdccittlinedecoder.h"
-#include "framework/utility/nuv_endian.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,52 +10,96 @@
 namespace nuv {
 namespace {
 
-// Words that are copied at once.
-constexpr std::uint32_t piece = QDCCITTFastLine::spare_words;
+constexpr std::int32_t no_run = -1;
 
 [[nodiscard]] std::int32_t position(std::uint32_t word) noexcept
 {
     return static_cast<std::int32_t>(word); // pages of such a width have been refused
 }
 
-} // namespace
-
-// Afterwards 56 bits or more are held.
-inline void QDCCITTFastDecoder::refill() noexcept
+// What is left of a run that did not fit into one lookup; no_run where none can be read, or none of
+// at most `most` pixels. Holds as many bits afterwards as refill() gives.
+template <class Lookup>
+[[nodiscard, gnu::noinline]] std::int32_t take_long_run(QDCCITTFastBits& bits, const Lookup& lookup,
+                                                        std::int32_t total,
+                                                        std::int32_t most) noexcept
 {
-    if (end_ - next_ < 8) [[unlikely]]
-        enter_tail();
-    // A byte that finds only half a place is read again by the next refill, to the same place.
-    held_.accumulator |= load_be64(next_) >> held_.bits;
-    next_ += (63 - held_.bits) >> 3;
-    held_.bits |= 56;
+    bool is_whole = false;
+    while (!is_whole) {
+        bits.refill();
+        const auto entry = lookup[bits.head() >> (64 - Lookup::bits)];
+        bits.take(entry.length());
+        total += entry.run();
+        if (entry.length() == 0 || total > most)
+            return no_run;
+        is_whole = entry.is_whole();
+    }
+    bits.refill();
+    return total;
 }
 
-// Zeros begin no code, so decoding ends before those behind the bytes are used up.
-void QDCCITTFastDecoder::enter_tail() noexcept
+// A run of the lookup's colour, for which enough bits are held; no_run as above.
+template <class Lookup>
+[[nodiscard]] inline std::int32_t take_run(QDCCITTFastBits& bits, const Lookup& lookup,
+                                           std::int32_t most) noexcept
 {
-    if (tail_end_) {
+    const auto entry = lookup[bits.head() >> (64 - Lookup::bits)];
+    bits.take(entry.length());
+    if (entry.is_whole()) [[likely]]
+        return entry.run();
+    QDCCITTFastBits copy = bits; // an address would keep them in memory
+    const std::int32_t run =
+        entry.length() == 0 ? no_run : take_long_run(copy, lookup, entry.run(), most);
+    bits = copy;
+    return run;
+}
+
+// T.6, 2.2.3.3: two runs from a0 on, of which the first has the colour of that place, as words at
+// `to`; a0 is behind them then. Answers how many words there are, the last of which may stand for a
+// change at the end of the line; 0 where this is nothing for here.
+[[nodiscard]] inline std::uint32_t take_horizontal(QDCCITTFastBits& bits, std::uint32_t* to,
+                                                   bool is_black, std::int32_t& a0,
+                                                   std::int32_t end) noexcept
+{
+    const bool begins_line = a0 < 0;
+    a0 = std::max(a0, 0);
+    std::int32_t first = 0;
+    std::int32_t second = 0;
+    if (is_black) {
+        first = take_run(bits, QDCCITTFastTables::black, end - a0);
+        second = take_run(bits, QDCCITTFastTables::white, end);
+    } else {
+        first = take_run(bits, QDCCITTFastTables::white, end - a0);
+        second = take_run(bits, QDCCITTFastTables::black, end);
+    }
+    const std::int32_t a1 = a0 + first;
+    if (first < (begins_line ? 0 : 1) || second < (a1 == end ? 0 : 1) || second > end - a1)
+        return 0;
+    a0 = a1 + second;
+    const std::int32_t odd = is_black ? 1 : 0;
+    to[0] = static_cast<std::uint32_t>(a1 - odd);
+    to[1] = static_cast<std::uint32_t>(a0 - (1 - odd));
+    return a1 == end ? 1 : 2;
+}
+
+} // namespace
+
+void QDCCITTFastBits::enter_tail() noexcept
+{
+    if (tail_->end) {
         next_ = end_ - 8;
         return;
     }
     const auto left = static_cast<std::size_t>(end_ - next_);
-    std::copy_n(next_, left, tail_.data());
-    next_ = tail_.data();
-    tail_end_ = next_ + left;
-    end_ = next_ + tail_.size();
+    std::copy_n(next_, left, tail_->bytes.data());
+    next_ = tail_->bytes.data();
+    tail_->end = next_ + left;
+    end_ = next_ + tail_->bytes.size();
 }
 
-QDCCITTFastDecoder::QDCCITTFastDecoder(const QDCCITTBitReader& reader) noexcept
-    : held_(reader.held()),
-      next_(reader.unread().data()),
-      end_(next_ + reader.unread().size())
+bool QDCCITTFastBits::store(QDCCITTBitReader& reader) const noexcept
 {
-    refill();
-}
-
-bool QDCCITTFastDecoder::store(QDCCITTBitReader& reader) const noexcept
-{
-    const std::ptrdiff_t unread = (tail_end_ ? tail_end_ : end_) - next_;
+    const std::ptrdiff_t unread = (tail_->end ? tail_->end : end_) - next_;
     if (unread >= 0) {
         reader.leave(held_, static_cast<std::size_t>(unread));
         return true;
@@ -70,160 +113,129 @@ bool QDCCITTFastDecoder::store(QDCCITTBitReader& reader) const noexcept
 
 bool QDCCITTFastDecoder::take_eol() noexcept
 {
-    const auto zeros = static_cast<std::uint32_t>(std::countl_zero(held_.accumulator));
-    if (zeros < ccitt_eol_bits - 1 || zeros >= held_.bits)
+    const auto zeros = static_cast<std::uint32_t>(std::countl_zero(bits_.head()));
+    if (zeros < ccitt_eol_bits - 1 || zeros >= bits_.held())
         return false;
-    take(zeros + 1);
-    refill();
+    bits_.take(zeros + 1);
+    bits_.refill();
     return true;
 }
 
 bool QDCCITTFastDecoder::take_bit() noexcept
 {
-    const bool bit = held_.accumulator >> 63 != 0;
-    take(1);
+    const bool bit = bits_.head() >> 63 != 0;
+    bits_.take(1);
     return bit;
-}
-
-// A run of the lookup's colour; no_run where none can be read, or none of at most `most` pixels.
-template <class Lookup>
-inline std::int32_t QDCCITTFastDecoder::take_run(const Lookup& lookup, std::int32_t most) noexcept
-{
-    std::int32_t total = 0;
-    for (;;) {
-        if (held_.bits < Lookup::bits)
-            refill();
-        const auto entry = lookup[held_.accumulator >> (64 - Lookup::bits)];
-        if (entry.length == 0)
-            return no_run;
-        take(entry.length);
-        total += entry.run;
-        if (total > most)
-            return no_run;
-        if (entry.is_whole)
-            return total;
-    }
 }
 
 bool QDCCITTFastDecoder::decode_1d(QDCCITTFastLine& line, std::uint32_t width) noexcept
 {
+    if (line.most < 2)
+        return false;
+    QDCCITTFastBits bits = bits_;
     const std::int32_t end = position(width);
+    std::uint32_t* to = line.words;
+    const std::uint32_t* const last_to = to + (line.most - 2);
     std::int32_t done = 0;
-    std::uint32_t count = 0;
+    std::int32_t before = -1; // Empty runs within a line join those beside them: nothing for here.
     while (done < end) {
-        const std::int32_t white = take_run(QDCCITTFastTables::white, end - done);
-        const std::int32_t a = done + white;
-        if (a == end)
+        bits.refill();
+        const std::int32_t a = done + take_run(bits, QDCCITTFastTables::white, end);
+        if (a <= before || a >= end) [[unlikely]] {
+            if (a != end)
+                return false;
             break;
-        // Empty runs within a line join those beside them: nothing for here.
-        if (white < (done == 0 ? 0 : 1) || count + 2 > line.most)
+        }
+        const std::int32_t e = a + take_run(bits, QDCCITTFastTables::black, end);
+        if (e <= a || e > end || to > last_to) [[unlikely]]
             return false;
-        const std::int32_t black = take_run(QDCCITTFastTables::black, end - a);
-        if (black < 1)
-            return false;
-        done = a + black;
-        line.words[count] = static_cast<std::uint32_t>(a);
-        line.words[count + 1] = static_cast<std::uint32_t>(done - 1);
-        count += 2;
+        to[0] = static_cast<std::uint32_t>(a);
+        to[1] = static_cast<std::uint32_t>(e - 1);
+        to += 2;
+        done = e;
+        before = e;
     }
-    line.count = count;
+    bits_ = bits;
+    line.count = static_cast<std::uint32_t>(to - line.words);
     line.position = static_cast<std::uint32_t>(done);
     return true;
 }
 
 // The words of both lines are changes of colour, of which a word at an odd place stands one pixel
-// before the change. Colours alternate in step in both, so that the change at the word `k` of this
-// line is coded by b1 at a word `j` of the reference with the same parity.
+// in front of the change. `to`, the next word of this line, and `b1`, that of the reference, have
+// the same colour to their left, so that their places are even or odd together.
 bool QDCCITTFastDecoder::decode_2d(QDCCITTFastLine& line, const QDCCITTFastReference& reference,
                                    std::uint32_t width) noexcept
 {
+    using Modes = QDCCITTModeLookup;
+    static_assert(Modes::most_copies <= QDCCITTFastLine::spare_words);
+
+    if (line.most < 2)
+        return false;
+    QDCCITTFastBits bits = bits_;
     const std::int32_t end = position(width);
-    const std::uint32_t* const from = reference.words;
-    std::uint32_t* const to = line.words;
-    // The first change of the reference at the width.
-    const std::ptrdiff_t count = reference.count;
-    const std::ptrdiff_t at_end = count != 0 && from[count - 1] == width - 1 ? count - 1 : count;
+    const std::uint32_t* b1 = reference.words;
+    std::uint32_t* to = line.words;
+    const std::uint32_t* const last_to = to + (line.most - 2);
     std::int32_t a0 = -1;
-    std::ptrdiff_t j = 0; // signed, for the search looks back
-    std::uint32_t k = 0;
+    std::int32_t odd = 0;
     for (;;) {
-        refill();
-        // V0: each copies a change, as many as there are 1 bits.
-        const std::uint32_t left = j < at_end ? static_cast<std::uint32_t>(at_end - j) + 1 : 1;
-        const auto ones = static_cast<std::uint32_t>(std::countl_one(held_.accumulator));
-        const std::uint32_t copies = std::min(std::min(ones, held_.bits), left);
-        if (k + copies > line.most)
+        bits.refill();
+        const auto codes = QDCCITTFastTables::modes[bits.head() >> (64 - Modes::bits)];
+        if (to > last_to)
             return false;
-        if (copies != 0) {
-            for (std::uint32_t i = 0; i < copies; i += piece)
-                std::memcpy(to + k + i, from + j + i, piece * sizeof(*to));
-            take(copies);
-            k += copies;
-            if (copies == left)
-                break;
-            j += copies;
-            a0 = position(from[j - 1]) + static_cast<std::int32_t>((j - 1) & 1);
+        // T.6, 2.2.3.2: V0 copies a change; those behind the last one are written over.
+        const std::uint32_t copies = codes.copies();
+        std::memcpy(to, b1, Modes::most_copies * sizeof(*to));
+        to += copies;
+        b1 += copies;
+        odd ^= static_cast<std::int32_t>(copies & 1);
+        const std::int32_t is_copied = copies == 0 ? 0 : -1; // a mask: branches guess badly here
+        a0 += (position(b1[-1]) + 1 - odd - a0) & is_copied;
+        if (a0 == end) [[unlikely]] { // where further V0 are those of the next line
+            const std::uint32_t behind = reference.changes_behind_end(b1 - 1, copies, width);
+            bits.take(copies - behind);
+            to -= behind;
+            break;
         }
-        if (held_.bits < QDMRModeTable::bits)
-            continue;
-        const auto mode = QDMRModeTable::lookup[held_.accumulator >> (64 - QDMRModeTable::bits)];
-        if (mode.length == 0)
-            return false;
-        take(mode.length);
-        const auto odd = static_cast<std::int32_t>(j & 1);
-        if (mode.value < QDMRModeTable::horizontal) { // T.6, 2.2.3.2
-            const std::int32_t b1 = position(from[j]) + odd;
-            const std::int32_t a1 = b1 + mode.value;
-            if (a1 <= a0 || a1 > end || k >= line.most)
-                return false;
-            to[k++] = static_cast<std::uint32_t>(a1 - odd);
-            a0 = a1;
-            if (a1 == end)
+        bits.take(codes.length());
+        if (codes.next() == Modes::Next::vertical) [[likely]] {
+            const std::int32_t a1 = position(*b1) + odd + codes.offset();
+            *to++ = static_cast<std::uint32_t>(a1 - odd);
+            if (a1 <= a0 || a1 >= end) [[unlikely]] {
+                if (a1 != end)
+                    return false;
                 break;
-            const std::int32_t behind = a1 - (1 - odd);
-            j = position(from[j - 1]) > behind ? j - 1 : j + 1;
-            while (position(from[j]) <= behind)
-                j += 2;
-        } else if (mode.value == QDMRModeTable::pass) { // T.6, 2.2.3.1
-            a0 = position(from[j + 1]) + (1 - odd);
-            if (a0 >= end)
-                return false;
-            j += 2;
-        } else { // T.6, 2.2.3.3
-            a0 = std::max(a0, 0);
-            if (k + 2 > line.most)
-                return false;
-            if (odd == 0) {
-                const std::int32_t white = take_run(QDCCITTFastTables::white, end - a0);
-                const std::int32_t black = take_run(QDCCITTFastTables::black, end);
-                const std::int32_t a1 = a0 + white;
-                if (a1 == end && black >= 0)
-                    break;
-                if (white < (k == 0 ? 0 : 1) || black < 1 || black > end - a1)
-                    return false;
-                a0 = a1 + black;
-                to[k] = static_cast<std::uint32_t>(a1);
-                to[k + 1] = static_cast<std::uint32_t>(a0 - 1);
-            } else {
-                const std::int32_t black = take_run(QDCCITTFastTables::black, end - a0);
-                const std::int32_t white = take_run(QDCCITTFastTables::white, end);
-                const std::int32_t a1 = a0 + black;
-                if (black < 1 || white > end - a1 || white < (a1 == end ? 0 : 1))
-                    return false;
-                a0 = a1 + white;
-                to[k] = static_cast<std::uint32_t>(a1 - 1);
-                to[k + 1] = static_cast<std::uint32_t>(a0);
             }
-            k += 2;
+            a0 = a1;
+            odd ^= 1;
+            const std::int32_t passed = a1 - odd;
+            b1 += position(b1[-1]) > passed ? -1 : 1;
+            while (position(*b1) <= passed)
+                b1 += 2;
+        } else if (codes.next() == Modes::Next::horizontal) {
+            const std::uint32_t words = take_horizontal(bits, to, odd != 0, a0, end);
+            if (words == 0)
+                return false;
+            to += words;
             if (a0 == end)
                 break;
-            while (position(from[j]) <= a0 - odd)
-                j += 2;
+            while (position(*b1) <= a0 - odd)
+                b1 += 2;
+        } else if (codes.next() == Modes::Next::pass) { // T.6, 2.2.3.1
+            a0 = position(b1[1]) + (1 - odd);
+            if (a0 >= end)
+                return false;
+            b1 += 2;
+        } else if (codes.next() == Modes::Next::no_code) {
+            return false;
         }
     }
-    line.count = k & ~1U;
+    bits_ = bits;
+    // The change at the end of a line that ends white is no run.
+    line.count = static_cast<std::uint32_t>(to - line.words) & ~1U;
     line.position = width;
-    return true;
+    return line.count <= line.most;
 }
 
 } // namespace nuv

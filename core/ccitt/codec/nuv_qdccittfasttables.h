@@ -15,10 +15,27 @@ class QDCCITTRunLookup {
 public:
     static constexpr std::uint32_t bits = Bits;
 
-    struct Entry {
-        std::uint16_t run = 0;
-        std::uint8_t length = 0; // in bits; 0 where no run begins
-        bool is_whole = false;   // with its terminating code
+    // In one word, which is taken apart where it is used.
+    class Entry {
+    public:
+        constexpr Entry() = default;
+        constexpr Entry(std::uint32_t run, std::uint32_t length, bool is_whole) noexcept
+            : word_(length | (is_whole ? whole : 0U) | run << 16)
+        {}
+
+        [[nodiscard]] constexpr std::int32_t run() const noexcept
+        {
+            return static_cast<std::int32_t>(word_ >> 16);
+        }
+        // In bits; 0 where no run begins.
+        [[nodiscard]] constexpr std::uint32_t length() const noexcept { return word_ & 0xFF; }
+        // With its terminating code.
+        [[nodiscard]] constexpr bool is_whole() const noexcept { return (word_ & whole) != 0; }
+
+    private:
+        static constexpr std::uint32_t whole = 0x100;
+
+        std::uint32_t word_ = 0;
     };
 
     explicit constexpr QDCCITTRunLookup(const QDHuffmanLUT4Decoder<Bits>& codes) noexcept
@@ -37,22 +54,102 @@ private:
                                               std::size_t pattern) noexcept
     {
         constexpr std::size_t mask = (std::size_t{1} << Bits) - 1;
-        Entry entry;
-        while (!entry.is_whole) {
-            const auto code = codes[pattern << entry.length & mask];
-            if (code.length == 0 || code.value < 0 || entry.length + code.length > Bits)
+        std::uint32_t run = 0;
+        std::uint32_t length = 0;
+        bool is_whole = false;
+        while (!is_whole) {
+            const auto code = codes[pattern << length & mask];
+            if (code.length == 0 || code.value < 0 || length + code.length > Bits)
                 break;
-            entry.run = static_cast<std::uint16_t>(entry.run + code.value);
-            entry.length = static_cast<std::uint8_t>(entry.length + code.length);
-            entry.is_whole = code.value < 64;
+            run += static_cast<std::uint32_t>(code.value);
+            length += code.length;
+            is_whole = code.value < 64;
         }
-        return entry;
+        return {run, length, is_whole};
     }
 
     std::array<Entry, std::size_t{1} << Bits> entries_;
 };
 
+// What the head of bits says of a line coded two-dimensionally: some V0, and then a mode that is
+// none, where that fits in.
+class QDCCITTModeLookup {
+public:
+    static constexpr std::uint32_t bits = 11;
+    static constexpr std::uint32_t most_copies = 8; // of V0 in one entry
+
+    enum class Next : std::uint8_t { nothing, vertical, pass, horizontal, no_code };
+
+    // In one word, which is taken apart where it is used.
+    class Entry {
+    public:
+        constexpr Entry() = default;
+        constexpr Entry(std::uint32_t length, std::uint32_t copies, Next next,
+                        std::int32_t offset) noexcept
+            : word_(length | copies << 8 | static_cast<std::uint32_t>(next) << 16 |
+                    static_cast<std::uint32_t>(offset) << 24)
+        {}
+
+        // Of all, in bits.
+        [[nodiscard]] constexpr std::uint32_t length() const noexcept { return word_ & 0xFF; }
+        // V0.
+        [[nodiscard]] constexpr std::uint32_t copies() const noexcept { return word_ >> 8 & 0xFF; }
+        [[nodiscard]] constexpr Next next() const noexcept
+        {
+            return static_cast<Next>(word_ >> 16 & 0xFF);
+        }
+        // Of a vertical mode.
+        [[nodiscard]] constexpr std::int32_t offset() const noexcept
+        {
+            return static_cast<std::int32_t>(word_) >> 24;
+        }
+
+    private:
+        std::uint32_t word_ = 0;
+    };
+
+    explicit constexpr QDCCITTModeLookup(
+        const QDHuffmanLUT4Decoder<QDMRModeTable::bits>& modes) noexcept
+    {
+        for (std::size_t pattern = 0; pattern < entries_.size(); ++pattern)
+            entries_[pattern] = find(modes, pattern);
+    }
+
+    [[nodiscard]] constexpr Entry operator[](std::size_t pattern) const noexcept
+    {
+        return entries_[pattern];
+    }
+
+private:
+    [[nodiscard]] static constexpr Entry find(
+        const QDHuffmanLUT4Decoder<QDMRModeTable::bits>& modes, std::size_t pattern) noexcept
+    {
+        std::uint32_t copies = 0;
+        while (copies < most_copies && (pattern >> (bits - 1 - copies) & 1) != 0)
+            ++copies;
+        constexpr std::size_t mask = (std::size_t{1} << bits) - 1;
+        const auto mode = modes[(pattern << copies & mask) >> (bits - QDMRModeTable::bits)];
+        if (mode.length == 0)
+            return {copies, copies, copies == 0 ? Next::no_code : Next::nothing, 0};
+        if (copies + mode.length > bits || mode.value == 0)
+            return {copies, copies, Next::nothing, 0};
+        const Next next = next_of(mode.value);
+        const std::int32_t offset = next == Next::vertical ? mode.value : 0;
+        return {copies + mode.length, copies, next, offset};
+    }
+
+    [[nodiscard]] static constexpr Next next_of(std::int32_t mode) noexcept
+    {
+        if (mode == QDMRModeTable::pass)
+            return Next::pass;
+        return mode == QDMRModeTable::horizontal ? Next::horizontal : Next::vertical;
+    }
+
+    std::array<Entry, std::size_t{1} << bits> entries_;
+};
+
 struct QDCCITTFastTables {
+    static const QDCCITTModeLookup modes;
     static const QDCCITTRunLookup<QDMHWhiteTable::bits> white;
     static const QDCCITTRunLookup<QDMHBlackTable::bits> black;
 };

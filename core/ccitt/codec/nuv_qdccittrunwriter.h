@@ -12,8 +12,8 @@ namespace nuv {
 // have few runs, so a wide one begins small and grows.
 class QDCCITTRunArray {
 public:
-    // What stands in the word in front: no position of a line, also as a signed number.
-    static constexpr std::uint32_t before_first = 0x80000000;
+    // What stands in the word in front: as a signed number, -2, in front of every position.
+    static constexpr std::uint32_t before_first = 0xFFFFFFFE;
     // Words behind the room for runs that may be written over.
     static constexpr std::uint32_t spare_words = 24;
 

@@ -1,6 +1,7 @@
 #include "core/qdrle/nuv_qdrlecodec.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace nuv {
@@ -37,15 +38,53 @@ constexpr std::uint32_t width_limit = 0x80000000; // the first that no line can 
     return true;
 }
 
+constexpr std::size_t word_bytes = sizeof(std::uint64_t);
+
+// `first_byte`, and behind it the same byte seven times.
+void store_word(unsigned char* to, unsigned first_byte, std::uint64_t others) noexcept
+{
+    std::uint64_t word = others;
+    if constexpr (std::endian::native == std::endian::little)
+        word = word << 8 | first_byte;
+    else
+        word = std::uint64_t{first_byte} << 56 | word >> 8;
+    std::memcpy(to, &word, word_bytes);
+}
+
+// Draws a run of a cleared line behind which nothing has been drawn, in whole words: what the first
+// ones write too much the last one clears. There is a word from `end` on.
+void draw_run_in_words(unsigned char* line, std::uint32_t start, std::uint32_t end) noexcept
+{
+    constexpr std::uint64_t black = ~std::uint64_t{0};
+    const std::size_t first = start >> 3;
+    const std::size_t last = end >> 3;
+    const unsigned from_start = 0xFFU >> (start & 7);
+    const unsigned up_to_end = 0xFFU << (7 - (end & 7)) & 0xFF;
+    const unsigned before = line[first];
+    store_word(line + first, before | from_start, black);
+    for (std::size_t byte = first + word_bytes; byte < last; byte += word_bytes)
+        store_word(line + byte, 0xFF, black);
+    store_word(line + last, first == last ? before | (from_start & up_to_end) : up_to_end, 0);
+}
+
 } // namespace
 
 bool draw_runs(std::span<const std::uint32_t> words, std::uint32_t width,
                unsigned char* line) noexcept
 {
-    std::memset(line, 0, bytes_of_line(width));
+    const std::size_t line_bytes = bytes_of_line(width);
+    std::memset(line, 0, line_bytes);
+    // Pixels with a whole word to the right of them.
+    const std::uint64_t limit = line_bytes < word_bytes ? 0 : (line_bytes - word_bytes + 1) * 8;
+    std::uint32_t behind = 0; // what was drawn
     for (std::size_t word = 0; word < words.size(); word += 2) {
-        if (!draw_run(line, width, words[word], words[word + 1]))
+        const std::uint32_t start = words[word];
+        const std::uint32_t end = words[word + 1];
+        if (start >= behind && start <= end && end < limit) [[likely]]
+            draw_run_in_words(line, start, end);
+        else if (!draw_run(line, width, start, end))
             return false;
+        behind = std::max(behind, end + 1);
     }
     return true;
 }
