@@ -8,8 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -17,43 +20,36 @@ namespace nuv {
 
 // Any bytes are refused, described and read as the plain reader does, in the same words.
 template <class Info, class Reader>
-void expect_as_model(const std::vector<std::uint8_t>& stored)
+void expect_as_model_of(std::span<const std::uint8_t> stored)
 {
     using Bytes = std::vector<std::uint8_t>;
 
-    // Something else stands before a file that would be empty.
-    const std::int32_t begin = stored.empty() ? 1 : 0;
+    const Bytes bytes(stored.begin(), stored.end());
+    const model::Bitmap wanted(bytes, std::is_same_v<Info, NUV_BMPInfo>);
     NUV_TestChain chain;
-    const NUV_TestStored source(chain.manager(), stored, begin);
-    const bool is_file = std::is_same_v<Info, NUV_BMPInfo>;
-    const model::Bitmap wanted(begin == 0 ? stored : Bytes{'P'}, is_file,
-                               static_cast<std::size_t>(begin));
+    // No storage has nothing in it.
+    const NUV_TestStored source(chain.manager(), bytes, stored.empty() ? 1 : 0);
     Info info(chain.manager());
     ASSERT_EQ(info.load(source.storage()), wanted.is_loaded);
+    EXPECT_TRUE(wanted.is_loaded || source.position() == 0);
     if (wanted.is_loaded) {
-        EXPECT_EQ(info.width(), wanted.width);
-        EXPECT_EQ(info.height(), wanted.height);
-        EXPECT_EQ(info.bits(), wanted.bits);
-        EXPECT_EQ(info.channels(), wanted.channels);
-        const NUV_ColorType* colors[] = {NUV_ColorType::s_rgb, NUV_ColorType::gray,
-                                         NUV_ColorType::gray_reverse};
-        EXPECT_EQ(info.color_type(), colors[static_cast<int>(wanted.color)]);
-        const NUV_EncodeType* codings[] = {NUV_EncodeType::raw, NUV_EncodeType::win_rle8,
-                                           NUV_EncodeType::win_rle4};
-        EXPECT_EQ(info.encode_type(), codings[wanted.coding]);
+        EXPECT_EQ(std::tuple(info.width(), info.height(), info.bits(), info.channels(),
+                             info.color_type()->id(), info.encode_type()->id(), info.resolution().x,
+                             info.resolution().y),
+                  std::tuple(wanted.width, wanted.height, wanted.bits, wanted.channels,
+                             wanted.color, wanted.coding, wanted.across, wanted.down));
         const std::uint8_t* value = info.palette().value();
         EXPECT_EQ(Bytes(value, value + 3 * info.palette().entries), wanted.palette);
-        EXPECT_EQ(info.resolution().x, wanted.resolution[0]);
-        EXPECT_EQ(info.resolution().y, wanted.resolution[1]);
+        const std::size_t place = info.profile().empty() ? 0 : info.info_header().profile_data;
+        EXPECT_TRUE(
+            std::ranges::equal(info.profile(), stored.subspan(place, info.profile().size())));
         chain.last(Reader(chain.manager()).engine(source.storage(), &info));
         if (wanted.is_read && !info.checked_plane_bytes()) { // which no line or buffer counts
             EXPECT_EQ(chain.status().code, NUV_ERR_UNSUPPORTED);
             return;
         }
-        ASSERT_EQ(chain.last() != nullptr, wanted.is_read) << chain.status().method;
-    } else {
-        EXPECT_EQ(source.position(), 0);
     }
+    ASSERT_EQ(chain.last() != nullptr, wanted.is_read) << chain.status().method;
     if (wanted.is_too_large)
         return;
     EXPECT_EQ(chain.run_bytes(), wanted.samples);
@@ -62,11 +58,11 @@ void expect_as_model(const std::vector<std::uint8_t>& stored)
 }
 
 // As a file, and the same behind the file header as a bitmap in memory.
-inline void expect_as_model(const std::vector<std::uint8_t>& file)
+inline void expect_as_model(std::span<const std::uint8_t> file)
 {
-    expect_as_model<NUV_BMPInfo, NUV_ReadBMP>(file);
+    expect_as_model_of<NUV_BMPInfo, NUV_ReadBMP>(file);
     if (file.size() >= 14)
-        expect_as_model<NUV_DIBInfo, NUV_ReadDIB>({file.begin() + 14, file.end()});
+        expect_as_model_of<NUV_DIBInfo, NUV_ReadDIB>(file.subspan(14));
 }
 
 } // namespace nuv

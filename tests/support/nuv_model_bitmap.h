@@ -17,35 +17,30 @@ namespace nuv::model {
 // What a bitmap is and what comes of it, read field by field and pixel by pixel.
 class Bitmap {
 public:
-    enum class Color { s_rgb, gray, gray_reverse };
-
     bool is_loaded = false; // the description is there
     bool is_read = false;   // and a chain that delivers the image, as far as the data goes
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint16_t bits = 0; // of the samples that come out
     std::uint16_t channels = 1;
-    Color color = Color::s_rgb;
-    std::uint32_t coding = 0;          // 0 is raw, 1 and 2 run-length coded in 8 and 4 bits
+    int color = 220;                   // sRGB, 100 is gray, and 102 gray with 0 as white
+    int coding = 0;                    // 0 is raw, 300 and 310 run-length coded in 8 and 4 bits
     std::vector<std::uint8_t> palette; // red, green, blue
-    std::int32_t resolution[2] = {};
+    std::int32_t across = 0;           // pixels of a metre
+    std::int32_t down = 0;
     bool is_too_large = false; // for samples
     std::vector<std::uint8_t> samples;
     NUV_StatusCode code = NUV_STATUS_OK; // of the first error, or else of the first warning
     std::string text;
 
-    // It begins at byte `begin` of what is stored, with a file header or without.
-    Bitmap(std::vector<std::uint8_t> stored, bool has_file_header, std::size_t begin = 0,
-           std::uint64_t most_bytes = 1U << 22)
-        : stored_(std::move(stored)),
-          at_(begin),
-          most_bytes_(most_bytes)
+    // With a file header or without.
+    Bitmap(std::vector<std::uint8_t> stored, bool has_file_header) : stored_(std::move(stored))
     {
         is_loaded = (!has_file_header || load_file_header()) && load_info_header() && is_valid() &&
                     load_palette();
         if (is_loaded)
             describe();
-        if (is_loaded && off_bits_ != 0 && off_bits_ < at_ - begin)
+        if (is_loaded && off_bits_ != 0 && off_bits_ < at_)
             is_loaded = fail(NUV_ERR_INVALID_DATA, "NUV_BitmapFileHeader::is_valid()");
         is_read = is_loaded && (off_bits_ <= stored_.size() ||
                                 fail(NUV_ERR_BROKEN_DATA, "NUV_ReadBMP::engine()"));
@@ -54,6 +49,8 @@ public:
     }
 
 private:
+    static constexpr std::uint64_t most_bytes = 1U << 22; // of samples
+
     // An error hides what was there but an error. False.
     bool fail(NUV_StatusCode new_code, const char* new_text)
     {
@@ -68,10 +65,11 @@ private:
         return std::ranges::find(values, value) != values.end();
     }
     std::uint64_t left() const { return stored_.size() - at_; }
+    // Bytes that are missing are zeros.
     std::uint32_t load(std::size_t at, unsigned bytes) const
     {
         std::uint32_t value = 0;
-        for (unsigned i = 0; i < bytes; ++i)
+        for (unsigned i = 0; i < bytes && at + i < stored_.size(); ++i)
             value |= std::uint32_t{stored_[at + i]} << (8 * i);
         return value;
     }
@@ -83,44 +81,35 @@ private:
 
     bool load_file_header()
     {
-        if (left() >= 2 && load(at_, 2) != 0x4D42)
+        if (left() >= 2 && load(0, 2) != 0x4D42)
             return false;
         if (left() < 14)
             return fail(NUV_ERR_BROKEN_DATA, "NUV_BitmapFileHeader::read()");
-        off_bits_ = load(at_ + 10, 4);
-        at_ += 14;
+        off_bits_ = load(10, 4);
+        at_ = 14;
         return true;
     }
     bool load_info_header()
     {
-        constexpr auto method = "NUV_BitmapInfoHeader::read()";
-        if (left() < 4)
-            return fail(NUV_ERR_BROKEN_DATA, method);
         info_ = at_;
         size_ = load(at_, 4);
-        if (!is_one_of(size_, {12, 40, 52, 56, 60, 96, 108, 112, 120, 124}))
+        if (left() >= 4 && !is_one_of(size_, {12, 40, 52, 56, 60, 96, 108, 112, 120, 124}))
             return false;
-        if (left() < size_)
-            return fail(NUV_ERR_BROKEN_DATA, method);
         const bool is_short = size_ == 12;
-        columns_ = static_cast<std::int32_t>(field(4));
-        lines_ = static_cast<std::int32_t>(field(8));
-        if (is_short) {
-            columns_ = static_cast<std::int16_t>(field(4, 2));
-            lines_ = static_cast<std::int16_t>(field(6, 2));
-        }
+        const auto number = [&](std::uint32_t offset) -> std::int64_t {
+            return is_short ? static_cast<std::int16_t>(field(offset, 2))
+                            : static_cast<std::int32_t>(field(offset));
+        };
+        columns_ = number(4);
+        lines_ = number(is_short ? 6 : 8);
         depth_ = field(is_short ? 10 : 14, 2);
         compression_ = is_short ? 0 : field(16);
         at_ += size_;
-        std::size_t masks = info_ + 40;
         at_ += size_ == 40 && compression_ == 3 && is_one_of(depth_, {16, 32}) ? 12 : 0;
-        if (at_ > stored_.size())
-            return fail(NUV_ERR_BROKEN_DATA, method);
-        for (std::uint32_t& mask : masks_) {
-            mask = masks + 4 <= at_ ? load(masks, 4) : 0;
-            masks += 4;
-        }
-        return true;
+        for (std::uint32_t i = 0; i < 3 && info_ + 52 <= at_; ++i)
+            masks_[i] = load(info_ + 40 + 4 * i, 4);
+        return std::max(info_ + 4, at_) <= stored_.size() ||
+               fail(NUV_ERR_BROKEN_DATA, "NUV_BitmapInfoHeader::read()");
     }
     bool is_valid()
     {
@@ -160,15 +149,15 @@ private:
         height = static_cast<std::uint32_t>(std::abs(lines_));
         channels = depth_ > 8 ? 3 : 1;
         bits = depth_ == 1 ? 1 : compression_ == 3 ? mask_depth() : 8;
-        coding = compression_ % 3;
-        if (depth_ == 1 && palette == std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255})
-            color = Color::gray;
-        if (depth_ == 1 && palette == std::vector<std::uint8_t>{255, 255, 255, 0, 0, 0})
-            color = Color::gray_reverse;
-        if (color != Color::s_rgb)
+        coding = compression_ == 1 ? 300 : compression_ == 2 ? 310 : 0;
+        const bool is_dark_first = palette == std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255};
+        if (depth_ == 1 &&
+            (is_dark_first || palette == std::vector<std::uint8_t>{255, 255, 255, 0, 0, 0})) {
+            color = is_dark_first ? 100 : 102;
             palette.clear();
-        resolution[0] = static_cast<std::int32_t>(field(24));
-        resolution[1] = static_cast<std::int32_t>(field(28));
+        }
+        across = static_cast<std::int32_t>(field(24));
+        down = static_cast<std::int32_t>(field(28));
         const std::uint64_t profile = field(116);
         if (is_one_of(field(56), {0x4C494E4B, 0x4D424544}) && profile != 0 &&
             field(112) + profile > stored_.size())
@@ -194,19 +183,17 @@ private:
     {
         if (depth_ != 4 && depth_ != 8)
             return fail(NUV_ERR_UNSUPPORTED, "NUV_DecodeWinRLEEngine::initiate()");
-        is_too_large = std::uint64_t{width} * height > most_bytes_;
+        is_too_large = std::uint64_t{width} * height > most_bytes;
         if (is_too_large)
             return true;
         const auto data = std::span<const std::uint8_t>(stored_).subspan(at_);
-        const Decoded out = (coding == 1 ? win_rle<8> : win_rle<4>)(data, width, height);
+        const Decoded out = (coding == 300 ? win_rle<8> : win_rle<4>)(data, width, height);
         if (out.broken || out.warned)
             fail(out.broken ? NUV_ERR_BROKEN_DATA : NUV_WARN_BROKEN_DATA,
                  "NUV_DecodeWinRLEEngine::execute()");
-        if (lines_ < 2) // as they come
-            samples = out.bytes;
-        for (auto line = out.bytes.end(); lines_ >= 2 && !out.broken && line > out.bytes.begin();
-             line -= width)
-            samples.insert(samples.end(), line - width, line);
+        for (std::size_t i = 0; i < out.bytes.size() && (lines_ < 2 || !out.broken); ++i)
+            samples.push_back(
+                out.bytes[lines_ < 2 ? i : i % width + width * (height - 1 - i / width)]);
         return true;
     }
     bool read_raw()
@@ -216,7 +203,7 @@ private:
         const std::uint64_t out_bytes = (std::uint64_t{width} * channels * bits + 7) / 8;
         if (std::max(stored_bytes, out_bytes) > 0x7FFFFFFF)
             return fail(NUV_ERR_UNSUPPORTED, "NUV_ReadDIBRawEngine::initiate()");
-        is_too_large = out_bytes * height > most_bytes_;
+        is_too_large = out_bytes * height > most_bytes;
         for (std::uint64_t i = 0; i < height && !is_too_large; ++i) {
             const std::uint64_t at = at_ + stored_bytes * (lines_ > 0 ? height - 1 - i : i);
             if (at > 0x7FFFFFFF)
@@ -230,14 +217,9 @@ private:
         }
         return true;
     }
-    // Bytes that are missing are zeros.
     void put_pixel(std::uint64_t line, std::uint32_t x)
     {
-        std::uint32_t pixel = 0;
-        for (std::uint64_t i = 0; i < (depth_ + 7) / 8; ++i) {
-            const std::uint64_t at = line + std::uint64_t{x} * depth_ / 8 + i;
-            pixel |= at < stored_.size() ? std::uint32_t{stored_[at]} << (8 * i) : 0;
-        }
+        const std::uint32_t pixel = load(line + std::uint64_t{x} * depth_ / 8, (depth_ + 7) / 8);
         if (depth_ == 1 && x % 8 == 0)
             samples.push_back(0);
         if (depth_ == 1)
@@ -254,17 +236,15 @@ private:
                 put(depth_ == 16 ? (pixel >> (10 - 5 * i) & 31) << 3 : pixel >> (16 - 8 * i));
         }
     }
-    // The low bytes of a sample, in host order.
+    // The low bytes of a sample.
     void put(std::uint32_t sample)
     {
-        for (int byte = 0, last = bits / 8 - 1; byte <= last; ++byte)
-            samples.push_back(static_cast<std::uint8_t>(
-                sample >> 8 * (std::endian::native == std::endian::little ? byte : last - byte)));
+        for (unsigned byte = 0; byte < bits / 8U; ++byte)
+            samples.push_back(static_cast<std::uint8_t>(sample >> 8 * byte));
     }
 
     std::vector<std::uint8_t> stored_;
-    std::size_t at_;
-    std::uint64_t most_bytes_;
+    std::size_t at_ = 0;
     std::uint32_t off_bits_ = 0;
     std::size_t info_ = 0;
     std::uint32_t size_ = 0; // of the info header
