@@ -22,7 +22,7 @@ import subprocess
 import sys
 import tempfile
 
-from peers import geometrycases, jpegcases
+from peers import bitmapcases, geometrycases, jpegcases
 from peers.measure import count_instructions, median_ratio, take_turns
 from peers.pictures import Pictures
 
@@ -30,12 +30,14 @@ GROUPS = {
     "encode": jpegcases.encode,
     "decode": jpegcases.decode,
     "lossless": jpegcases.lossless,
+    "bitmaps": bitmapcases.bitmaps,
     "scale": geometrycases.scale,
     "rotate": geometrycases.rotate,
 }
 NEEDED = {  # what a group cannot make its files without
     "decode": ("cjpeg",),
     "lossless": ("dump2dcm", "dcmcjpeg"),
+    "bitmaps": ("ppmtobmp",),
 }
 SMALL_SIZES = ((600, 400), (1200, 800))
 

@@ -3,6 +3,7 @@
 // more.
 
 #include "core/bmp/nuv_readbmp.h"
+#include "core/dib/source/nuv_dibrow_kernels.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 
 #include <benchmark/benchmark.h>
@@ -108,9 +109,26 @@ void copy_bytes(benchmark::State& state)
     count_pixels(state);
 }
 
+// One line in its form: 0 is the portable one.
+void convert_row(benchmark::State& state)
+{
+    constexpr NUV_BitFields fives{{0x7C00, 0x3E0, 0x1F}, {7, 2, 0}, {0, 0, 3}};
+    constexpr NUV_BitFields bytes{{0xFF0000, 0xFF00, 0xFF}, {16, 8, 0}, {}};
+    const auto depth = static_cast<std::uint32_t>(state.range(1));
+    const NUV_BitFields& fields = depth == 16 ? fives : bytes;
+    const DIBRow convert = choose_dib_row(form(state), depth, 8, fields);
+    const std::vector<std::uint8_t> in(std::size_t{width} * depth / 8, 7);
+    std::vector<std::uint8_t> out(line_samples);
+    for ([[maybe_unused]] auto _ : state) {
+        convert(in.data(), out.data(), width, fields);
+        benchmark::ClobberMemory();
+    }
+}
+
 constexpr auto last = static_cast<std::int64_t>(std::size(cases)) - 1;
 BENCHMARK(copy_bytes)->DenseRange(0, last)->Unit(benchmark::kMillisecond);
 BENCHMARK(read_bitmap)->DenseRange(0, last)->Unit(benchmark::kMillisecond);
+BENCHMARK(convert_row)->ArgsProduct({{0, 1}, {16, 24, 32}})->ArgNames({"form", "depth"});
 
 } // namespace
 } // namespace nuv

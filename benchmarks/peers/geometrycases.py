@@ -1,8 +1,7 @@
 """Scaling and rotating."""
 
-import shutil
-
 from peers.measure import Case, Command
+from peers.pictures import magick_name
 
 
 def scale(pictures):
@@ -28,10 +27,8 @@ def scale(pictures):
                                           f"{percent}%", pictures.path("theirs.ppm")))
 
     def imagemagick(percent, *words):
-        # The versioned name is the program itself wherever `convert` is something else.
-        program = next((p for p in ("magick", "convert-im6.q16") if shutil.which(p)), "convert")
         return Command("ImageMagick",
-                       (program, photo, *words, f"{percent}%", pictures.path("theirs.ppm")))
+                       (magick_name(), photo, *words, f"{percent}%", pictures.path("theirs.ppm")))
 
     def case(method, percent, aim, *peers):
         return Case(f"{method} to {percent} %", pictures.pixels, ours(method, percent), peers, copy,

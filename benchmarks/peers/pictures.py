@@ -3,6 +3,7 @@
 import functools
 import os
 import random
+import shutil
 import subprocess
 
 
@@ -35,6 +36,11 @@ def page_of_text(width, height, path):
             for y in range(min(glyph_lines, height - top)):
                 text = bytes(margin) + b"".join(character[y] for character in row)
                 file.write((text + blank)[:line_bytes])
+
+
+def magick_name():
+    """The versioned name is the program itself wherever `convert` is something else."""
+    return next((p for p in ("magick", "convert-im6.q16") if shutil.which(p)), "convert")
 
 
 class Pictures:
@@ -132,4 +138,26 @@ class Pictures:
     def page(self):
         path = self.path("page.pbm")
         page_of_text(*self.page_size, path)
+        return path
+
+    @functools.cached_property
+    def bitmap(self):
+        path = self.path("photo.bmp")
+        with open(path, "wb") as file:
+            subprocess.run(["ppmtobmp", "-quiet", "-windows", "-bpp", "24", self.photo],
+                           stdout=file, check=True)
+        return path
+
+    @functools.cached_property
+    def screen_size(self):
+        """1920 x 1080 beside 24 megapixels, and in proportion."""
+        return self.width * 1920 // 6000, self.height * 1080 // 4000
+
+    @functools.cached_property
+    def screen(self):
+        """A screen of text in run-length coding."""
+        text, path = self.path("screen.pbm"), self.path("screen.bmp")
+        page_of_text(*self.screen_size, text)
+        subprocess.run([magick_name(), text, "-blur", "1", "-colors", "64", "-type", "Palette",
+                        "-compress", "RLE", f"BMP3:{path}"], check=True)
         return path
