@@ -26,4 +26,12 @@ protected:
     QDCCITTAllocator& operator=(const QDCCITTAllocator&) = default;
 };
 
+// The same as a source of NUV_Memory.
+struct QDCCITTMemorySource {
+    QDCCITTAllocator* allocator = nullptr;
+
+    [[nodiscard]] void* take(std::size_t bytes) const { return allocator->allocate(bytes); }
+    void give_back(void* memory) const noexcept { allocator->free(memory); }
+};
+
 } // namespace nuv

@@ -1,22 +1,49 @@
 #include "core/ccitt/codec/nuv_qdccittbitreader.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
+#include <utility>
 
 namespace nuv {
 
-bool QDCCITTBitReader::refill()
+bool QDCCITTBitReader::read_on()
 {
-    if (next_ == end_) {
-        if (has_ended_)
-            return false;
-        const std::span<const std::uint8_t> bytes = stream_->read();
+    std::span<const std::uint8_t> bytes = std::exchange(behind_seam_, {});
+    if (bytes.empty() && !has_ended_) {
+        bytes = stream_->read();
         has_ended_ = bytes.empty();
-        if (has_ended_)
-            return false;
-        next_ = bytes.data();
-        end_ = next_ + bytes.size();
         read_bytes_ += bytes.size();
     }
+    next_ = bytes.data();
+    end_ = next_ + bytes.size();
+    return !bytes.empty();
+}
+
+void QDCCITTBitReader::join(std::span<std::uint8_t> seam)
+{
+    while (is_near_end()) {
+        const std::size_t count = unread().size();
+        if (!behind_seam_.empty()) { // what is left are copies of the bytes in front of those
+            next_ = behind_seam_.data() - count;
+            end_ = behind_seam_.data() + behind_seam_.size();
+            behind_seam_ = {};
+            continue;
+        }
+        std::memmove(seam.data(), next_, count);
+        static_cast<void>(read_on());
+        const std::size_t more = std::min(unread().size(), seam_bytes / 2);
+        std::copy_n(next_, more, seam.data() + count);
+        behind_seam_ = unread().subspan(more);
+        next_ = seam.data();
+        end_ = next_ + count + more;
+    }
+}
+
+bool QDCCITTBitReader::refill()
+{
+    if (next_ == end_ && !read_on())
+        return false;
     // Where a byte finds only half a place, all of it is left for the next refill.
     while (held_.bits < most_bits && next_ != end_) {
         held_.accumulator |= std::uint64_t{*next_++} << (most_bits - held_.bits);
@@ -47,6 +74,7 @@ void QDCCITTBitReader::rewind() noexcept
     }
     held_ = {};
     next_ = end_;
+    behind_seam_ = {};
     read_bytes_ = 0;
     has_ended_ = false;
 }

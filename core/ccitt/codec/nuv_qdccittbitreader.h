@@ -65,7 +65,7 @@ public:
     // What was taken, in bits since the begin of the stream, or of the strip behind a rewind().
     [[nodiscard]] std::uint64_t consumed_bits() const noexcept
     {
-        return 8 * (read_bytes_ - unread().size()) - held_.bits;
+        return 8 * (read_bytes_ - behind_seam_.size() - unread().size()) - held_.bits;
     }
 
     // Bits in hand, left justified. Behind them there may be bits of the next unread byte, which is
@@ -83,14 +83,28 @@ public:
         held_ = held;
         next_ = end_ - unread;
     }
+    // Such a decoder gives up where the bytes that lie in a row end, so few of them are worth less
+    // than a copy: true when there are few, and more may come.
+    [[nodiscard]] bool is_near_end() const noexcept
+    {
+        return !has_ended_ && unread().size() < seam_bytes / 2;
+    }
+    // Memory in which the last bytes of a block and the first of the next one lie in a row.
+    static constexpr std::size_t seam_bytes = 2048;
+    // Reads on until it is not near the end; `seam` stays until the reader goes.
+    void join(std::span<std::uint8_t> seam);
 
 private:
     // True when there are more bits in hand than before.
     [[nodiscard]] bool refill();
+    // Goes on to the next bytes, when those before are done. False at the end of the data.
+    [[nodiscard]] bool read_on();
 
     QDCCITTDataInStream* stream_;
     const std::uint8_t* next_ = nullptr;
     const std::uint8_t* end_ = nullptr;
+    // The bytes behind those, of a block that begins with a copy of the last of them.
+    std::span<const std::uint8_t> behind_seam_;
     Held held_;
     std::uint64_t read_bytes_ = 0;
     bool has_ended_ = false;

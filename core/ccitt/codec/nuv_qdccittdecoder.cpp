@@ -12,6 +12,7 @@ QDCCITTDecoder::QDCCITTDecoder(DataInStream* stream, std::uint32_t width, std::u
     : width_(width),
       bits_(stream),
       height_(height),
+      allocator_(allocator),
       handler_(handler),
       own_runs_(allocator, width),
       reference_(allocator, width)
@@ -79,7 +80,20 @@ bool QDCCITTDecoder::decode(const Line& line)
         status_.set(Code::data_ended, 0);
         return finish(line);
     }
+    if (is_fast() && bits_.is_near_end() && !join_blocks()) {
+        status_.set(Code::no_memory, 0);
+        return finish(line);
+    }
     return decode_line(line);
+}
+
+bool QDCCITTDecoder::join_blocks()
+{
+    constexpr std::size_t bytes = QDCCITTBitReader::seam_bytes;
+    if (seam_.size() == 0 && !seam_.allocate({allocator_}, bytes))
+        return false;
+    bits_.join(seam_.items());
+    return true;
 }
 
 // A page under way has memory for two lines; one that waits for its turn, or is done, has none.

@@ -8,6 +8,7 @@
 #include "core/ccitt/codec/nuv_qdccittoption.h"
 #include "core/ccitt/codec/nuv_qdccittrunwriter.h"
 #include "core/qdrle/nuv_qdrlecodec.h"
+#include "framework/base/nuv_memory.h"
 
 #include <cstdint>
 
@@ -120,13 +121,17 @@ private:
     void reference_count(std::uint32_t words) noexcept;
     void free_behind_last_line() noexcept;
 
+    [[nodiscard]] bool join_blocks();
+
     std::uint32_t height_;
+    QDCCITTAllocator* allocator_;
     ReportHandler* handler_;
     std::uint32_t row_ = 0;
     std::uint32_t reference_count_ = 0; // words
     QDRLELine own_line_;
     QDCCITTRunArray own_runs_;
     QDCCITTRunArray reference_;
+    NUV_Memory<std::uint8_t, QDCCITTMemorySource> seam_; // from the first line on that needs it
     Path path_ = Path::fast;
 };
 
