@@ -26,7 +26,9 @@ tiffcp -c none "$work/alpha.tif" tiff/alpha.tif
 tiffcp -c jpeg:r:75 -r 8 "$work/rgb.tif" tiff/jpeg_rgb.tif
 tiffcp -c jpeg:75 -r 16 "$work/rgb.tif" tiff/jpeg_ycbcr.tif
 tiffcp -c lzw "$work/rgb.tif" tiff/refused_lzw.tif
-tiffcp -c g4 "$work/bilevel.tif" tiff/refused_g4.tif
+tiffcp -c g4 "$work/bilevel.tif" tiff/fax_t6.tif
+tiffcp -c g3:1d:fill -r 3 -f lsb2msb "$work/bilevel.tif" tiff/fax_t4.tif
+tiffcp -c g3:2d -r 7 -B "$work/bilevel.tif" tiff/fax_t4_two.tif
 tiffcp -c none -t -w 16 -l 16 "$work/gray.tif" tiff/refused_tiles.tif
 # Two pages.
 tiffcp -c none "$work/gray.tif" "$work/bilevel.tif" tiff/two_pages.tif
