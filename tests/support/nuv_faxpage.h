@@ -46,7 +46,8 @@ struct NUV_FaxPage {
         TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 600.0);
         TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 600.0);
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, form.compression);
-        TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, form.options);
+        if (form.options != 0)
+            TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, form.options);
         if (form.with_rtc)
             TIFFSetField(tiff, TIFFTAG_FAXMODE, FAXMODE_CLASSIC);
         std::vector<std::uint8_t> lines = bits;
