@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_utility.h"
 #include "framework/io/nuv_inputstorage.h"
 
@@ -80,6 +81,8 @@ private:
     [[nodiscard]] bool has_masks_behind() const noexcept;
     [[nodiscard]] bool has_valid_masks() const noexcept;
     void check_color_space() const;
+    // Always false.
+    [[nodiscard]] bool invalid(const NUV_Diagnosis& why) const;
 };
 
 } // namespace nuv

@@ -57,6 +57,7 @@ private:
     void describe_samples(NUV_Palette& colors);
     [[nodiscard]] std::uint16_t mask_depth(std::uint32_t bit_count) const noexcept;
     void load_profile(NUV_InputStorage& storage);
+    void warn_of_profile();
 
     NUV_BitmapInfoHeader info_header_;
     std::uint32_t color_table_bytes_ = 0;

@@ -13,6 +13,8 @@
 namespace nuv {
 namespace {
 
+constexpr auto is_valid_method = "NUV_BitmapInfoHeader::is_valid()";
+
 constexpr std::uint32_t header_sizes[] = {12, 40, 52, 56, 60, 96, 108, 112, 120, 124};
 
 // Numbers of known colour spaces, besides those of profiles.
@@ -45,13 +47,17 @@ bool NUV_BitmapInfoHeader::read(NUV_InputStorage* storage)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     std::uint8_t stored[most_bytes] = {};
     std::uint8_t* const behind_size = stored + sizeof(header_size);
+    const auto broken = [&] {
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    NUV_Diagnosis().says("the information header ends early"));
+    };
     if (!read_exactly(*storage, stored, sizeof(header_size)))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return broken();
     header_size = load_le32(stored);
     if (!is_header_size(header_size))
         return false;
     if (!read_exactly(*storage, behind_size, header_size - std::uint32_t{sizeof(header_size)}))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return broken();
     if (header_size == core_bytes) {
         take_core(stored);
         return true;
@@ -60,7 +66,7 @@ bool NUV_BitmapInfoHeader::read(NUV_InputStorage* storage)
     if (!has_masks_behind())
         return true;
     if (!read_exactly(*storage, stored + info_bytes, masks))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return broken();
     take_info(stored);
     return true;
 }
@@ -128,7 +134,13 @@ void NUV_BitmapInfoHeader::check_color_space() const
     constexpr std::uint32_t known[] = {calibrated_rgb, s_rgb, windows_color_space, linked_profile,
                                        embedded_profile};
     if (std::ranges::find(known, cs_type) == std::end(known))
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_BitmapInfoHeader::is_valid()");
+        warn(manager(), NUV_WARN_BROKEN_DATA, is_valid_method,
+             NUV_Diagnosis().says("a colour space %08x", cs_type));
+}
+
+bool NUV_BitmapInfoHeader::invalid(const NUV_Diagnosis& why) const
+{
+    return fail(manager(), NUV_ERR_INVALID_DATA, is_valid_method, why);
 }
 
 bool NUV_BitmapInfoHeader::is_valid() const
@@ -137,12 +149,17 @@ bool NUV_BitmapInfoHeader::is_valid() const
 
     if (!is_header_size(header_size))
         return false;
-    const bool has_pixels = width > 0 && height != 0;
-    const bool has_depth = std::ranges::find(depths, bit_count) != std::end(depths);
-    const bool has_fields = compression == bit_fields;
-    const bool are_fields_valid = (bit_count == 16 || bit_count == 32) && has_valid_masks();
-    if (!has_pixels || !has_depth || compression > bit_fields || (has_fields && !are_fields_valid))
-        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_BitmapInfoHeader::is_valid()");
+    if (width <= 0 || height == 0)
+        return invalid(NUV_Diagnosis().says("%d x %d pixels", width, height));
+    if (std::ranges::find(depths, bit_count) == std::end(depths))
+        return invalid(NUV_Diagnosis().says("%u bits a pixel", unsigned{bit_count}));
+    if (compression > bit_fields)
+        return invalid(NUV_Diagnosis().says("a coding %u", compression));
+    if (compression == bit_fields && bit_count != 16 && bit_count != 32)
+        return invalid(NUV_Diagnosis().says("fields of %u bits", unsigned{bit_count}));
+    if (compression == bit_fields && !has_valid_masks())
+        return invalid(
+            NUV_Diagnosis().says("fields %08x %08x %08x", red_mask, green_mask, blue_mask));
     if (header_size >= color_space_bytes)
         check_color_space();
     return true;

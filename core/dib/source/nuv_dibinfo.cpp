@@ -124,8 +124,10 @@ std::uint16_t NUV_DIBInfo::mask_depth(std::uint32_t bit_count) const noexcept
 bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
                                std::uint32_t clr_used, std::uint32_t bit_count)
 {
-    constexpr auto method = "NUV_DIBInfo::read_palette()";
-
+    const auto broken = [this] {
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DIBInfo::read_palette()",
+                    NUV_Diagnosis().says("the colour table ends early"));
+    };
     const std::uint32_t used = clr_used & 0xFFFF;
     const std::uint32_t entry_bytes = info_header_.color_bytes();
     const bool has_indices = bit_count == 1 || bit_count == 4 || bit_count == 8;
@@ -135,8 +137,7 @@ bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
     if (!has_indices) {
         // A table is a proposal for poorer screens here, and skipped.
         color_table_bytes_ = used * entry_bytes;
-        return skip_exactly(storage, color_table_bytes_) ||
-               fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return skip_exactly(storage, color_table_bytes_) || broken();
     }
 
     const std::uint32_t limit = std::uint32_t{1} << bit_count;
@@ -146,7 +147,7 @@ bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
     std::uint8_t stored[4 * most_colors];
     if (!read_exactly(storage, stored, color_table_bytes_) ||
         !skip_exactly(storage, beyond * entry_bytes))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return broken();
 
     std::uint8_t value[3 * most_colors];
     for (std::size_t i = 0; i < count; ++i)
@@ -167,7 +168,7 @@ void NUV_DIBInfo::load_profile(NUV_InputStorage& storage)
     if (seek_exactly(storage, info_header_.profile_data))
         read_profile(storage, info_header_.profile_size);
     else
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()");
+        warn_of_profile();
     static_cast<void>(storage.to(behind_table));
 }
 
@@ -182,8 +183,16 @@ bool NUV_DIBInfo::read_profile(NUV_InputStorage& storage, std::uint32_t size)
     if (is_there)
         std::memset(profile_.data(), 0, size);
     if (!is_there || !read_exactly(storage, profile_.data(), size))
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()");
+        warn_of_profile();
     return true;
+}
+
+void NUV_DIBInfo::warn_of_profile()
+{
+    warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()",
+         NUV_Diagnosis()
+             .at_byte(info_header_.profile_data)
+             .says("%u bytes of a profile end early", info_header_.profile_size));
 }
 
 } // namespace nuv

@@ -45,7 +45,11 @@ bool NUV_ReadDIBRawEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     const auto line_bytes = checked_line_bytes(1, pixel_bits_, header->width());
     if (!stored_line_bytes || *stored_line_bytes > longest_stored || !line_bytes ||
         *line_bytes > longest)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method,
+                    NUV_Diagnosis()
+                        .because(NUV_Cause::limit)
+                        .says("lines of %u pixels of %u bits", header->width(),
+                              unsigned{stored->bit_count}));
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
     bit_count_ = stored->bit_count;
@@ -85,12 +89,16 @@ bool NUV_ReadDIBRawEngine::cleanup()
 
 void NUV_ReadDIBRawEngine::warn_of(const NUV_StoredLine& line)
 {
+    if (line.is_padded)
+        return;
+    const char* method = "NUV_ReadDIBRawEngine::execute() - can't skip";
     if (!line.is_reached)
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't seek");
+        method = "NUV_ReadDIBRawEngine::execute() - can't seek";
     else if (line.bytes < stored_line_bytes_)
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't read");
-    else if (!line.is_padded)
-        warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't skip");
+        method = "NUV_ReadDIBRawEngine::execute() - can't read";
+    // Without a text, which would take longer than a short line.
+    warn(manager(), NUV_WARN_BROKEN_DATA, method,
+         NUV_Diagnosis().at_byte(line.position).on_line(line_));
 }
 
 // Missing bytes are read as zeros, which are zeros in every form: only pixels that at least begin

@@ -36,12 +36,16 @@ NUV_StoredLine NUV_StoredLines::line(std::uint32_t number)
         load_band(number);
     const auto position = static_cast<std::int64_t>(step_bytes_ * number) + start_;
     if (!is_band_reached_ || position > last_stream_position)
-        return {};
+        return {.position = position};
     const std::uint64_t offset = step_bytes_ * (number - band_begin_);
     const std::uint64_t there = offset < band_bytes_ ? band_bytes_ - offset : 0;
     const auto bytes =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(there, shape_.line_bytes));
-    return {bytes > 0 ? band_.data() + offset : band_.data(), bytes, true, there >= step_bytes_};
+    return {.data = bytes > 0 ? band_.data() + offset : band_.data(),
+            .bytes = bytes,
+            .position = position,
+            .is_reached = true,
+            .is_padded = there >= step_bytes_};
 }
 
 // Lines that lie behind the end of the storage cost no call of it.

@@ -12,6 +12,7 @@ struct NUV_StoredLine {
     // Three more bytes can be read behind the last one when the line is not whole; they are 0.
     const std::uint8_t* data = nullptr;
     std::uint32_t bytes = 0;
+    std::int64_t position = 0;
     bool is_reached = false; // the place where it begins
     bool is_padded = false;  // by all bytes up to the next line
 };
