@@ -2,6 +2,7 @@
 #include "core/exifjpeg/nuv_readexifjpeg.h"
 #include "core/exiftiff/nuv_readexiftiff.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
+#include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
@@ -19,6 +20,7 @@ using Lines = std::set<std::string>;
 
 enum Directory { ifd0, exif, interoperability, gps, ifd1 };
 
+// A value as exiftool tells it.
 void tell(std::ostream& out, const auto& value)
 {
     if constexpr (requires { value.items(); }) {
@@ -28,7 +30,7 @@ void tell(std::ostream& out, const auto& value)
         const char* const zero = value.numerator == 0 ? "undef" : "inf";
         value.denominator == 0 ? out << zero : out << 1.0 * value.numerator / value.denominator;
     } else if constexpr (requires { value.c_str(); }) {
-        out << value.c_str();
+        out << std::string(value.c_str(), value.size());
     } else if constexpr (requires { value.value; }) {
         out << static_cast<std::int32_t>(value.value);
     } else {
@@ -36,30 +38,22 @@ void tell(std::ostream& out, const auto& value)
     }
 }
 
-// "GPS 6 10.5", as exiftool tells it, for each attribute that is neither empty nor `unset`.
-template <class Record>
-void add_lines(Lines& lines, const char* name, const Record& record)
-{
-    const auto add = [&](std::uint16_t number, auto attribute) {
-        const bool is_short = std::is_same_v<decltype(attribute), NUV_ExifKind::Short Record::*>;
-        std::ostringstream value;
-        value.precision(10);
-        tell(value, record.*attribute);
-        if (!value.str().empty() && value.str() != (is_short ? "-1" : "0"))
-            lines.insert(name + (" " + std::to_string(number) + " ") + value.str());
-        return true;
-    };
-    EXPECT_TRUE(visit_tags<Record>(add));
-}
-
+// "GPS 6 10.5" for each attribute that is set: not 0, -1 or empty.
 Lines lines_of(const NUV_ExifAttributes& all)
 {
     Lines lines;
-    add_lines(lines, "IFD0", all.ifd0);
-    add_lines(lines, "ExifIFD", all.exif);
-    add_lines(lines, "InteropIFD", all.interoperability);
-    add_lines(lines, "GPS", all.gps);
-    add_lines(lines, "IFD1", all.ifd1);
+    const auto add = [&lines]<class Record>(const char* name, const Record& record) {
+        return visit_tags<Record>([&](std::uint16_t number, auto attribute) {
+            std::ostringstream value;
+            value.precision(10);
+            tell(value, record.*attribute);
+            if (!value.str().empty() && value.str() != "0" && value.str() != "-1")
+                lines.insert(name + (" " + std::to_string(number) + " ") + value.str());
+            return true;
+        });
+    };
+    EXPECT_TRUE(add("IFD0", all.ifd0) && add("ExifIFD", all.exif) && add("GPS", all.gps) &&
+                add("InteropIFD", all.interoperability) && add("IFD1", all.ifd1));
     return lines;
 }
 
@@ -98,44 +92,37 @@ struct Structure {
     std::uint32_t place(Directory directory) const
     {
         constexpr std::uint32_t pointers[] = {0, 34665, 40965, 34853};
-        if (directory == ifd0)
-            return 4;
         if (directory == ifd1)
             return get(4, 4) + 2 + 12 * get(get(4, 4), 2);
-        return entry(directory == interoperability ? exif : ifd0, pointers[directory]) + 8;
+        const Directory from = directory == interoperability ? exif : ifd0;
+        return directory == ifd0 ? 4 : entry(from, pointers[directory]) + 8;
     }
-    // Numbers of the size of the type; those of rationals and doubles in pairs.
+    // Numbers of the size of the type: bytes, texts, 16 and 32 bits, rationals in pairs.
     void set(Directory directory, std::uint32_t number, std::uint32_t type, const Numbers& numbers)
     {
-        constexpr std::uint32_t sizes[] = {1, 1, 1, 2, 4, 4, 1, 1, 2, 4, 4, 4, 4, 4, 1};
+        const std::uint32_t size = type == 3 ? 2 : type == 4 || type == 5 ? 4 : 1;
         const std::uint32_t at = entry(directory, number);
         const auto count = static_cast<std::uint32_t>(numbers.size());
-        const std::uint32_t value = count * sizes[type] > 4 ? end() : at + 8;
+        const std::uint32_t value = count * size > 4 ? end() : at + 8;
         put(at + 2, 2, type);
-        put(at + 4, 4, count / (type == 5 || type == 10 || type == 12 ? 2 : 1));
+        put(at + 4, 4, type == 5 ? count / 2 : count);
         put(at + 8, 4, value);
         for (std::uint32_t i = 0; i < count; ++i)
-            put(value + i * sizes[type], sizes[type], numbers[i]);
+            put(value + i * size, size, numbers[i]);
     }
 };
 
-// A JPEG file with a structure, and what else it has behind the first segment.
-Bytes with_exif(const Bytes& structure, const char* file = "exif/all_tags_II.jpg")
+// A JPEG file with the structure in its first segment.
+Bytes with_exif(const Bytes& structure, const Bytes& jpeg = flat_stream())
 {
-    const Bytes jpeg = test_data(file);
-    Bytes out = {0xFF, 0xD8, 0xFF, 0xE1, 0, 0, 'E', 'x', 'i', 'f', 0, 0};
-    out.insert(out.end(), structure.begin(), structure.end());
-    out[4] = static_cast<std::uint8_t>((out.size() - 4) >> 8);
-    out[5] = static_cast<std::uint8_t>(out.size() - 4);
-    out.insert(out.end(), jpeg.begin() + 4 + (jpeg[4] << 8 | jpeg[5]), jpeg.end());
-    return out;
+    std::string payload("Exif\0", 6);
+    return with_segment(jpeg, 0xE1, payload.append(structure.begin(), structure.end()));
 }
 
 // From the begin of the storage, on which offsets in TIFF files count.
 NUV_Held<NUV_ByteArrayInputStorage> stored(NUV_Manager& manager, const Bytes& file)
 {
-    const auto bytes = static_cast<std::int32_t>(file.size());
-    return make_initiated<NUV_ByteArrayInputStorage>(manager, file.data(), bytes);
+    return make_initiated<NUV_ByteArrayInputStorage>(manager, file.data(), int(file.size()));
 }
 
 template <class Info>
@@ -150,21 +137,23 @@ struct Loaded {
     NUV_Held<NUV_ByteArrayInputStorage> storage = stored(chain.manager(), file);
 };
 
-// The attributes, and what the probe says of a file. The search tells nothing of one that refuses.
+// How many attributes the probe finds, and what it says. The search tells nothing of one that
+// refuses.
 template <class Info>
-Lines probed(const Bytes& file, bool is_taken, NUV_StatusCode code, const std::string& method)
+std::size_t probed(const Bytes& file, bool is_taken, NUV_StatusCode code = NUV_STATUS_OK,
+                   const std::string& words = "")
 {
     Loaded<Info> probe(file);
     EXPECT_EQ(probe.info.loaded(), is_taken);
     EXPECT_EQ(probe.chain.status().code, code);
-    EXPECT_EQ(probe.chain.status().method, method);
+    EXPECT_EQ(probe.chain.status().method, words.empty() ? "" : "NUV_ExifInfoBase::" + words);
     probe.chain.manager().reset();
     EXPECT_TRUE(probe.storage->to_begin());
     NUV_ReadRasterEx search(probe.chain.manager());
     const NUV_Held<NUV_FormatInfo> found(search.format_info(probe.storage.get(), 0));
     EXPECT_TRUE(found && is_taken == (dynamic_cast<const Info*>(found.get()) != nullptr));
     EXPECT_EQ(probe.chain.status().code, is_taken ? code : NUV_STATUS_OK);
-    return lines_of(probe.info);
+    return lines_of(probe.info).size();
 }
 
 TEST(Exif, GivesEveryTagTheValueThatExiftoolTells)
@@ -176,19 +165,20 @@ TEST(Exif, GivesEveryTagTheValueThatExiftoolTells)
         wanted.insert(line);
     for (const bool is_big_endian : {false, true}) {
         Structure structure(is_big_endian);
-        EXPECT_EQ(probed<NUV_ExifTIFFInfo>(structure.bytes, true, NUV_STATUS_OK, ""), wanted);
+        EXPECT_EQ(lines_of(Loaded<NUV_ExifTIFFInfo>(structure.bytes).info), wanted);
         Loaded<NUV_ExifJPEGInfo> jpeg(with_exif(structure.bytes));
         EXPECT_EQ(lines_of(jpeg.info), wanted);
         EXPECT_EQ(jpeg.info.resolution().x, 300.0 / 7);
-        EXPECT_EQ(jpeg.info.resolution().y, 10471.0 / 3);
         EXPECT_EQ(jpeg.info.resolution().unit, NUV_ResolutionInfo::per_centimetre);
-        // Nothing is left of it when the next file is loaded.
+        // Nothing is left of it when other files are loaded.
+        const NUV_TestStored broken(jpeg.chain.manager(), with_exif({}));
+        EXPECT_TRUE(!jpeg.info.load(broken.storage()) && lines_of(jpeg.info).empty());
         structure.set(ifd0, 282, 5, {1, 0});
         structure.set(ifd0, 283, 5, {});
         structure.set(ifd0, 296, 3, {1});
         structure.put(structure.place(exif), 4, 0);
         const NUV_TestStored next(jpeg.chain.manager(), with_exif(structure.bytes));
-        EXPECT_TRUE(jpeg.info.load(next.storage()) && jpeg.info.exif.is_empty());
+        EXPECT_TRUE(jpeg.info.load(next.storage()));
         EXPECT_EQ(jpeg.info.resolution().x, std::numeric_limits<double>::max());
         EXPECT_EQ(jpeg.info.resolution().y, 0.0);
         EXPECT_EQ(jpeg.info.resolution().unit, NUV_ResolutionInfo::no_unit);
@@ -199,39 +189,31 @@ TEST(Exif, GivesEveryTagTheValueThatExiftoolTells)
 // attributes, and never the image.
 TEST(Exif, StandsDirectoriesThatAreDamaged)
 {
-    struct Row {
-        const char* operation;
-        Directory moved;
-        std::size_t left; // attributes, without it
-    };
-    constexpr Row rows[] = {{"0th_ifd_tags()", ifd0, 0},
-                            {"exif_private_tags()", exif, 91},
-                            {"interoperability_tags()", interoperability, 148},
-                            {"gps_info_tags()", gps, 119},
-                            {"1st_ifd_tags()", ifd1, 120}};
+    constexpr const char* names[] = {"0th_ifd", "exif_private", "interoperability", "gps_info",
+                                     "1st_ifd"};
+    constexpr std::size_t left[] = {0, 91, 148, 119, 120}; // attributes, without it
     // Up to 1025 the number of entries of one that breaks off, then offsets that nothing has.
     for (const std::uint32_t to : {0U, 1024U, 1025U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
-        for (std::size_t i = 0; i < 2 * std::size(rows); ++i) {
-            const Row& row = rows[i / 2];
-            SCOPED_TRACE(std::string(row.operation) + " at " + std::to_string(to));
+        for (std::size_t i = 0; i < 2 * std::size(left); ++i) {
+            const auto moved = static_cast<Directory>(i / 2);
+            SCOPED_TRACE(names[moved] + (" at " + std::to_string(to)));
             Structure structure(i % 2 == 0);
             const bool is_there = to <= 1025;
             if (is_there)
                 structure.put(structure.end(), 2, to);
-            structure.put(structure.place(row.moved), 4, is_there ? structure.end() - 2 : to);
-            const auto code = to == 1024 ? NUV_ERR_BROKEN_DATA
-                              : is_there ? NUV_ERR_UNSUPPORTED
-                                         : NUV_WARN_INVALID_DATA;
-            std::string method = "NUV_ExifInfoBase::load_";
-            method += row.moved == ifd0 && !is_there ? "attributes()" : row.operation;
-            method += is_there ? "" : " - invalid offset";
+            structure.put(structure.place(moved), 4, is_there ? structure.end() - 2 : to);
+            const auto error = to == 1024 ? NUV_ERR_BROKEN_DATA : NUV_ERR_UNSUPPORTED;
+            const auto code = is_there ? error : NUV_WARN_INVALID_DATA;
+            const bool is_first_lost = moved == ifd0 && !is_there;
+            std::string words = is_first_lost ? "load_attributes()" : "load_";
+            words += is_first_lost ? "" : names[moved] + std::string("_tags()");
+            words += is_there ? "" : " - invalid offset";
             const Bytes jpeg = with_exif(structure.bytes);
-            EXPECT_EQ(probed<NUV_ExifJPEGInfo>(jpeg, !is_there, code, method).size(),
-                      is_there ? 0 : row.left);
+            const std::size_t found = probed<NUV_ExifJPEGInfo>(jpeg, !is_there, code, words);
+            EXPECT_EQ(found, is_there ? 0 : left[moved]);
             // A TIFF file has no image without the first one, and looks at the next one itself.
-            const bool is_exif = !is_there && row.moved != exif;
-            if (row.moved != ifd0 && to != 0xFFFFFFFF)
-                probed<NUV_ExifTIFFInfo>(structure.bytes, is_exif, code, method);
+            if (moved != ifd0 && to != 0xFFFFFFFF)
+                probed<NUV_ExifTIFFInfo>(structure.bytes, !is_there && moved != exif, code, words);
         }
     }
 }
@@ -241,22 +223,20 @@ TEST(Exif, StandsTagsThatAreDamaged)
 {
     Structure structure;
     structure.set(exif, 40962, 4, {0xFFFFFFF9});
-    structure.set(exif, 40961, 4, {0xFFFFFFF9});
+    structure.set(exif, 40961, 4, {0xFFFFFFF9}); // cut to 16 bits
     structure.set(exif, 37500, 3, {});
-    const std::size_t all =
-        probed<NUV_ExifTIFFInfo>(structure.bytes, true, NUV_STATUS_OK, "").size();
-    EXPECT_EQ(all, 149u);
+    EXPECT_EQ(probed<NUV_ExifTIFFInfo>(structure.bytes, true), 149U);
     structure.set(gps, 2, 1, Numbers(1024, 1));
     structure.set(gps, 4, 1, Numbers(1025, 1)); // of rationals so many are never meant
     structure.set(exif, 41989, 14, {7});
     structure.put(structure.entry(exif, 41990) + 4, 4, 0x40000001);
     structure.put(structure.entry(exif, 42016) + 8, 4, structure.end());
-    const Lines lines =
-        probed<NUV_ExifJPEGInfo>(with_exif(structure.bytes), true, NUV_WARN_INVALID_DATA,
-                                 "NUV_ExifInfoBase::tag_getter() - invalid tag data");
-    EXPECT_EQ(lines.size(), all - 4);
-    EXPECT_TRUE(lines.contains("ExifIFD 40962 4294967289") &&
-                lines.contains("ExifIFD 40961 65529"));
+    const Bytes jpeg = with_exif(structure.bytes);
+    constexpr auto words = "tag_getter() - invalid tag data";
+    EXPECT_EQ(probed<NUV_ExifJPEGInfo>(jpeg, true, NUV_WARN_INVALID_DATA, words), 145U);
+    const Loaded<NUV_ExifJPEGInfo> loaded(jpeg);
+    EXPECT_EQ(loaded.info.exif.pixel_x_dimension, 0xFFFFFFF9);
+    EXPECT_EQ(loaded.info.exif.color_space.value, 0xFFF9U);
 }
 
 TEST(Exif, TakesTheFormOfThePrimaryImageAlone)
@@ -264,33 +244,31 @@ TEST(Exif, TakesTheFormOfThePrimaryImageAlone)
     const Bytes structure = Structure().bytes;
     for (const std::string name : {"+444", "+420", "+422_restarts", "-411", "-420_odd",
                                    "-progressive_restarts", "-gray", "-adobe_cmyk"}) {
-        const Loaded<NUV_ExifJPEGInfo> jpeg(
-            with_exif(structure, ("jpeg/" + name.substr(1) + ".jpg").c_str()));
-        EXPECT_EQ(jpeg.info.loaded(), name[0] == '+') << name;
-        EXPECT_EQ(jpeg.chain.status().code, NUV_STATUS_OK);
+        const Bytes jpeg = with_exif(structure, test_data("jpeg/" + name.substr(1) + ".jpg"));
+        EXPECT_EQ(Loaded<NUV_ExifJPEGInfo>(jpeg).info.loaded(), name[0] == '+') << name;
+        EXPECT_TRUE(Loaded<NUV_ExifJPEGTagInfo>(jpeg).info.loaded());
     }
-    EXPECT_TRUE(Loaded<NUV_ExifJPEGTagInfo>(with_exif(structure, "jpeg/gray.jpg")).info.loaded());
-    for (const int bytes : {0, 1, 7, 8})
-        probed<NUV_ExifJPEGInfo>(with_exif({structure.begin(), structure.begin() + bytes}), false,
-                                 NUV_ERR_BROKEN_DATA,
-                                 bytes < 8 ? "NUV_ExifInfoBase::load_attributes()"
-                                           : "NUV_ExifInfoBase::load_0th_ifd_tags()");
+    const Bytes header(structure.begin(), structure.begin() + 8);
+    for (const int bytes : {0, 1, 7}) {
+        const Bytes jpeg = with_exif({header.begin(), header.begin() + bytes});
+        probed<NUV_ExifJPEGInfo>(jpeg, false, NUV_ERR_BROKEN_DATA, "load_attributes()");
+    }
+    const auto unread = "load_0th_ifd_tags()";
+    probed<NUV_ExifJPEGInfo>(with_exif(header), false, NUV_ERR_BROKEN_DATA, unread);
     Structure other;
     other.put(0, 4, 43 << 16 | 'I' << 8 | 'M'); // no byte order and another version
-    EXPECT_EQ(probed<NUV_ExifJPEGInfo>(with_exif(other.bytes), true, NUV_WARN_INVALID_DATA,
-                                       "NUV_ExifInfoBase::load_attributes() - invalid byte order")
-                  .size(),
-              150u);
+    const auto unordered = "load_attributes() - invalid byte order";
+    const Bytes jpeg = with_exif(other.bytes);
+    EXPECT_EQ(probed<NUV_ExifJPEGInfo>(jpeg, true, NUV_WARN_INVALID_DATA, unordered), 150U);
     other = Structure(true);
-    std::copy_n(structure.begin(), 8, other.bytes.begin()); // numbers the other way round
-    probed<NUV_ExifJPEGInfo>(with_exif(other.bytes), false, NUV_ERR_UNSUPPORTED,
-                             "NUV_ExifInfoBase::load_0th_ifd_tags()");
+    std::ranges::copy(header, other.bytes.begin()); // numbers the other way round
+    probed<NUV_ExifJPEGInfo>(with_exif(other.bytes), false, NUV_ERR_UNSUPPORTED, unread);
     Bytes foreign = with_exif(structure);
     foreign[6] = 'X';
-    probed<NUV_ExifJPEGInfo>(foreign, false, NUV_STATUS_OK, "");
+    probed<NUV_ExifJPEGInfo>(foreign, false);
 }
 
-// 4 x 2 pixels of a TIFF file, whose lines are literal runs of PackBits as well.
+// 4 x 2 pixels, whose lines are literal runs of PackBits as well.
 TEST(Exif, ChangesNoSampleOfATIFFFile)
 {
     struct Case {
@@ -298,35 +276,28 @@ TEST(Exif, ChangesNoSampleOfATIFFFile)
         std::uint32_t photometric, samples, compression, bytes;
         Numbers factors = {};
     };
-    for (const Case& c : {Case{true, 2, 3, 1, 24}, Case{false, 2, 3, 1, 24, {1, 1}},
-                          Case{true, 6, 3, 1, 16, {2, 1}}, Case{true, 6, 3, 1, 12, {2, 2}},
-                          Case{false, 6, 3, 1, 24, {1, 1}}, Case{false, 3, 1, 1, 8},
-                          Case{false, 2, 3, 32773, 26}}) {
+    // clang-format off
+    for (const Case& c : {Case{true, 2, 3, 1, 24}, Case{false, 2, 3, 1, 24, {1, 1}}, Case{true, 6, 3, 1, 16, {2, 1}}, Case{true, 6, 3, 1, 12, {2, 2}},
+                          Case{false, 6, 3, 1, 24, {1, 1}}, Case{false, 3, 1, 1, 8}, Case{false, 2, 3, 32773, 26}}) {
+        const std::pair<std::uint32_t, Numbers> tags[] = {
+            {256, {4}}, {257, {2}}, {278, {2}}, {258, Numbers(c.samples, 8)}, {259, {c.compression}}, {262, {c.photometric}}, {277, {c.samples}}, {279, {c.bytes}},
+            {320, Numbers(768, 0x1234)}, {530, c.factors}};
+        // clang-format on
         Structure structure;
         structure.put(structure.entry(ifd0, 301), 2, 320); // a colour map
-        const std::pair<std::uint32_t, Numbers> tags[] = {{256, {4}},
-                                                          {257, {2}},
-                                                          {278, {2}},
-                                                          {258, Numbers(c.samples, 8)},
-                                                          {259, {c.compression}},
-                                                          {262, {c.photometric}},
-                                                          {277, {c.samples}},
-                                                          {279, {c.bytes}},
-                                                          {320, Numbers(768, 0x1234)},
-                                                          {530, c.factors}};
         for (const auto& [tag, numbers] : tags)
             structure.set(ifd0, tag, 3, numbers);
-        structure.set(ifd0, 273, 1, {11, 1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                                     11, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25});
-        structure.set(ifd0, 273, 4, {structure.end() - 26});
+        structure.set(ifd0, 273, 4, {structure.end()});
+        for (std::uint32_t i = 0; i < 26; ++i)
+            structure.put(structure.end(), 1, i % 13 == 0 ? 11 : i);
         Bytes samples[2];
         for (Bytes& read : samples) {
             Loaded<NUV_ExifTIFFInfo> file(structure.bytes);
             EXPECT_EQ(file.info.loaded(), &read == samples && c.is_exif);
-            EXPECT_TRUE(file.storage->to_begin());
-            file.chain.manager().reset();
-            file.chain.last(NUV_ReadRasterEx(file.chain.manager()).engine(file.storage.get(), 0));
-            read = file.chain.run_bytes();
+            NUV_TestChain chain;
+            const auto storage = stored(chain.manager(), structure.bytes);
+            chain.last(NUV_ReadRasterEx(chain.manager()).engine(storage.get(), 0));
+            read = chain.run_bytes();
             structure.put(structure.place(exif), 4, 0); // then GPS is left
         }
         EXPECT_EQ(samples[0].size(), c.samples * 8U);
@@ -334,36 +305,20 @@ TEST(Exif, ChangesNoSampleOfATIFFFile)
     }
 }
 
-// The words for no storage, for an info that is not loaded, and for another format.
-template <class Info, class Reader, class... Scale>
-std::string refusals(Scale... scale)
-{
-    Loaded<Info> other(bytes_of("no signature, and long enough for any"));
-    Reader reader(other.chain.manager());
-    std::string words;
-    const auto note = [&](bool answer) {
-        words += answer ? "none" : other.chain.status().method + std::string(" ");
-        other.chain.manager().reset();
-    };
-    note(other.info.load_internal(nullptr));
-    note(reader.engine(other.storage.get(), &other.info, scale...));
-    note(reader.engine(other.storage.get(), scale...));
-    return words;
-}
-
 TEST(Exif, IsCleanWhateverStorageAndMemoryDo)
 {
-    EXPECT_EQ((refusals<NUV_ExifJPEGInfo, NUV_ReadExifJPEG>(NUV_JPEGInfo::full_scale)),
-              "NUV_ExifJPEGTagInfo::load() NUV_ReadJPEG::engine() NUV_ReadExifJPEG::engine() ");
-    EXPECT_EQ((refusals<NUV_ExifTIFFInfo, NUV_ReadExifTIFF>()),
-              "NUV_ExifTIFFTagInfo::load() NUV_ReadExifTIFF::engine() NUV_ReadExifTIFF::engine() ");
+    Loaded<NUV_ExifTIFFInfo> other(bytes_of("no signature, and long enough for any"));
+    NUV_Manager& manager = other.chain.manager();
+    EXPECT_FALSE(NUV_ReadExifTIFF(manager).engine(other.storage.get(), &other.info));
+    EXPECT_STREQ(manager.status().method, "NUV_ReadExifTIFF::engine()");
+    manager.reset();
+    EXPECT_FALSE(NUV_ReadExifJPEG(manager).engine(other.storage.get(), NUV_JPEGInfo::full_scale));
+    EXPECT_STREQ(manager.status().method, "NUV_ReadExifJPEG::engine()");
     for (const Bytes& file : {Structure().bytes, with_exif(Structure(true).bytes)}) {
         const auto read = [](NUV_TestChain& chain, NUV_InputStorage* storage) {
             NUV_ReadRasterEx reader(chain.manager());
             const NUV_Held<NUV_FormatInfo> info(reader.format_info(storage, 0));
-            const auto* tags = dynamic_cast<const NUV_ExifAttributes*>(info.get());
-            const bool is_good = chain.status().code == NUV_STATUS_OK;
-            EXPECT_TRUE(!is_good || (info && (!tags || lines_of(*tags).size() == 150)));
+            EXPECT_TRUE(info || chain.status().has_error());
             chain.last(storage->to_begin() ? reader.engine(storage, 0) : nullptr);
             EXPECT_TRUE(!chain.run_bytes().empty() || chain.status().has_error());
         };

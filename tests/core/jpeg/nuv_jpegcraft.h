@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <random>
+#include <string_view>
 #include <vector>
 
 namespace nuv {
@@ -47,8 +48,10 @@ public:
                     int tables = 0)
     {
         std::vector<int> payload = {static_cast<int>(ids.size())};
-        for (const int id : ids)
-            payload.insert(payload.end(), {id, tables});
+        for (const int id : ids) {
+            payload.push_back(id);
+            payload.push_back(tables);
+        }
         payload.insert(payload.end(), {first, last, high_low});
         return segment(0xDA, payload);
     }
@@ -110,6 +113,26 @@ private:
     std::uint32_t held_ = 0;
     std::uint32_t held_bits_ = 0;
 };
+
+// 8 x 8 pixels of 3 channels that are all 128.
+inline std::vector<std::uint8_t> flat_stream()
+{
+    JPEGCraft craft;
+    craft.frame(0xC0, 8, 8, 8, {0x11, 0x11, 0x11}).quantisers().categories().symbols(0x10, {0});
+    craft.scan({1, 2, 3}).bits(0, 24); // of each block the difference 0, and its end
+    return craft.end();
+}
+
+// A stream with a segment behind SOI.
+inline std::vector<std::uint8_t> with_segment(std::vector<std::uint8_t> stream, std::uint8_t id,
+                                              std::string_view payload)
+{
+    const std::size_t length = payload.size() + 2;
+    const auto high = static_cast<std::uint8_t>(length >> 8);
+    stream.insert(stream.begin() + 2, payload.begin(), payload.end());
+    stream.insert(stream.begin() + 2, {0xFF, id, high, static_cast<std::uint8_t>(length)});
+    return stream;
+}
 
 // A lossless picture: 16-bit words, those of a pixel together.
 struct JPEGLosslessPicture {

@@ -166,16 +166,6 @@ TEST(ReadJPEGAdobe, TurnsCMYKAndFoldsYCCK)
                           NUV_ERR_UNSUPPORTED, "NUV_ConvertYCCKToYCbCrEngine::initiate()"}});
 }
 
-// A stream with one application segment behind SOI.
-Bytes with_segment(Bytes stream, int id, const std::string& payload)
-{
-    Bytes segment = {0xFF, static_cast<std::uint8_t>(id), 0,
-                     static_cast<std::uint8_t>(payload.size() + 2)};
-    segment.insert(segment.end(), payload.begin(), payload.end());
-    stream.insert(stream.begin() + 2, segment.begin(), segment.end());
-    return stream;
-}
-
 TEST(ReadJPEG, TellsTheFormatsApartByTheirSegments)
 {
     const Bytes plain = small_stream(3);

@@ -24,15 +24,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A stream with an application segment behind SOI.
-Bytes with_segment(Bytes stream, std::uint8_t id, std::string_view payload)
-{
-    stream.insert(stream.begin() + 2, payload.begin(), payload.end());
-    const auto length = static_cast<std::uint8_t>(payload.size() + 2);
-    stream.insert(stream.begin() + 2, {0xFF, id, 0, length});
-    return stream;
-}
-
 Bytes with_jfif(const Bytes& stream)
 {
     return with_segment(stream, 0xE0, {"JFIF\0\1\2\0\0\1\0\1\0\0", 14});
@@ -50,15 +41,6 @@ Bytes with_exif(const Bytes& stream, std::size_t bytes = 32)
     constexpr std::string_view exif("Exif\0\0II*\0\10\0\0\0\1\0\22\1\3\0\1\0\0\0\6\0\0\0\0\0\0\0",
                                     32);
     return with_segment(stream, 0xE1, exif.substr(0, bytes));
-}
-
-// 8 x 8 pixels of 3 channels that are all 128.
-Bytes flat_stream()
-{
-    JPEGCraft craft;
-    craft.frame(0xC0, 8, 8, 8, {0x11, 0x11, 0x11}).quantisers().categories().symbols(0x10, {0});
-    craft.scan({1, 2, 3}).bits(0, 24); // of each block the difference 0, and its end
-    return craft.end();
 }
 
 JPEGLosslessPicture lossless_picture(std::uint32_t precision)
