@@ -235,11 +235,12 @@ NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uin
     std::ranges::fill(table->entries, 0U);
     for (std::uint32_t length = 1; length <= index_bits; ++length) {
         const CodeRange& range = ranges.of_length[length];
-        const std::uint32_t entries = 1U << (index_bits - length);
-        for (std::uint32_t i = 0; i < range.count * entries; ++i) {
-            const std::uint32_t index = range.first_code * entries + i;
-            table->entries[index] =
-                wide_entry(index, length, values[range.first_index + i / entries]);
+        const std::uint32_t entries = 1U << (index_bits - length); // of a code
+        std::uint32_t index = range.first_code * entries;
+        for (std::uint32_t i = 0; i < range.count; ++i) {
+            const std::uint32_t symbol = values[range.first_index + i];
+            for (const std::uint32_t end = index + entries; index < end; ++index)
+                table->entries[index] = wide_entry(index, length, symbol);
         }
     }
     return NUV_JPEGResult::good;
