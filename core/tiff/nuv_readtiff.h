@@ -9,6 +9,8 @@
 
 namespace nuv {
 
+class NUV_TIFFStripStream;
+
 // Reads a TIFF image as raw lines: strips raw, in PackBits or JPEG, the samples of a pixel together
 // or in planes. Samples of 4 bits are widened to 8; subsampled chroma is repeated; the a and b of
 // CIE L*a*b* go from signed to the numbers that `icc_lab` has; the colours are those that the file
@@ -50,8 +52,10 @@ private:
     [[nodiscard]] bool read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                             NUV_Vector<NUV_Engine*>& engines, bool to_qdrle);
     [[nodiscard]] NUV_Engine* read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info);
-    [[nodiscard]] bool read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
-                                        NUV_Vector<NUV_Engine*>& engines);
+    [[nodiscard]] bool read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                                   NUV_Vector<NUV_Engine*>& engines);
+    [[nodiscard]] NUV_Engine* read_plane(NUV_InputStorage* storage, const NUV_Header& header,
+                                         NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info);
     [[nodiscard]] NUV_Engine* decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle);
     [[nodiscard]] NUV_Engine* join(std::span<NUV_Engine*> strips, const NUV_TIFFInfo& info,
                                    std::size_t plane);

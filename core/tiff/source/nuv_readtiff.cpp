@@ -12,6 +12,7 @@
 #include "core/tiff/nuv_readtiffcode.h"
 #include "core/tiff/nuv_upsamplechroma.h"
 #include "core/tiff/source/nuv_tiffjpegstrips.h"
+#include "core/tiff/source/nuv_tiffpackbits.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_held.h"
@@ -247,9 +248,9 @@ bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
         NUV_Engine* engine = read_combined(storage, info);
         if (!engine || !engines.push_back(engine))
             return false;
-    } else if (info.compression == Compression::none) {
-        if (!read_raw_streams(storage, info, engines))
-            return false;
+    } else if (info.compression == Compression::none ||
+               info.compression == Compression::pack_bits) {
+        return read_planes(storage, info, engines);
     } else {
         // What the stages behind the joined strips need of a palette comes back there.
         auto strips = NUV_ReadTIFFCode(manager()).engine(storage, &info,
@@ -284,15 +285,16 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
     return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
 }
 
-// Raw strips that are not to be one stream as they stand: those of planes, of units of luma and
-// chroma, and those whose bytes are not told. How long each of them is is known, so that those of a
-// plane are one stream all the same; as strips of their own they have to be there from the start.
-bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
-                                    NUV_Vector<NUV_Engine*>& engines)
+// Strips that are not to be one stream as they stand, raw or in PackBits: those of planes, of units
+// of luma and chroma, and those whose bytes are not told. As strips of their own they have to be
+// there from the start, but those of a plane take no more than one engine.
+bool NUV_ReadTIFF::read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                               NUV_Vector<NUV_Engine*>& engines)
 {
     const NUV_TIFFStrips strips(info);
     if (strips.size() > NUV_ReadTIFFCode::most_strips)
         return fail(manager(), NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()");
+    const bool is_raw = info.compression == Compression::none;
     const auto size = static_cast<std::uint32_t>(std::max(storage->size(), 0));
     NUV_Header header(manager());
     bool good = describe_tiff_strip(header, info, true);
@@ -306,16 +308,32 @@ bool NUV_ReadTIFF::read_raw_streams(NUV_InputStorage* storage, const NUV_TIFFInf
             if (strip.offset > size)
                 return fail(manager(), NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
             header.height(header.height() + strip.height);
-            stream.add_raw(strip.offset, strip.bytes);
+            if (is_raw)
+                stream.add_raw(strip.offset, strip.bytes);
+            else
+                stream.add(strip.offset, strip.bytes == 0 ? size - strip.offset : strip.bytes);
         }
         const auto own = good ? make_initiated<NUV_MoveInMoveOutInputStorage>(manager(), storage, 0)
                               : NUV_Held<NUV_MoveInMoveOutInputStorage>();
-        const auto bytes = own ? stream.open(own.get()) : NUV_Held<NUV_InputStorage>();
-        NUV_Engine* engine =
-            bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
+        NUV_Engine* engine = own ? read_plane(own.get(), header, stream, info) : nullptr;
         good = engine && engines.push_back(engine);
     }
     return good;
+}
+
+NUV_Engine* NUV_ReadTIFF::read_plane(NUV_InputStorage* storage, const NUV_Header& header,
+                                     NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info)
+{
+    if (info.compression == Compression::none) {
+        // How long each strip is is known, so that they are one stream all the same.
+        const auto bytes = strips.open(storage);
+        return bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
+    }
+    NUV_Held<NUV_InputStorage> mirrored;
+    NUV_InputStorage* const bytes = turn_tiff_bits(manager(), storage, info, mirrored);
+    return bytes ? NUV_ReadPackBitsStrips(manager()).engine(bytes, header, strips,
+                                                            info.rows_per_strip)
+                 : nullptr;
 }
 
 NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle)

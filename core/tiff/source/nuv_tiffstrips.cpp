@@ -154,21 +154,36 @@ void NUV_TIFFStripStream::add_raw(std::uint32_t offset, std::uint32_t bytes) noe
 
 NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)
 {
-    if (!offsets_.resize(count_) || !byte_counts_.resize(count_))
+    NUV_Vector<std::uint32_t> offsets(manager_);
+    NUV_Vector<std::uint32_t> byte_counts(manager_);
+    if (!hand_on(offsets, byte_counts))
         return {};
-    return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets_),
-                                                        std::move(byte_counts_));
+    return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets),
+                                                        std::move(byte_counts));
+}
+
+bool NUV_TIFFStripStream::hand_on(NUV_Vector<std::uint32_t>& offsets,
+                                  NUV_Vector<std::uint32_t>& byte_counts)
+{
+    offsets.swap(offsets_);
+    byte_counts.swap(byte_counts_);
+    return offsets.resize(count_) && byte_counts.resize(count_);
+}
+
+NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,
+                                 const NUV_TIFFInfo& info, NUV_Held<NUV_InputStorage>& mirrored)
+{
+    if (!is_reversed_tiff_strip(info, *bytes))
+        return bytes;
+    mirrored = make_initiated<NUV_MirroredInputStorage>(manager, bytes);
+    return mirrored.get();
 }
 
 NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes, const NUV_Header& header,
                             const NUV_TIFFInfo& info)
 {
-    NUV_InputStorage* source = bytes;
     NUV_Held<NUV_InputStorage> mirrored;
-    if (is_reversed_tiff_strip(info, *bytes)) {
-        mirrored = make_initiated<NUV_MirroredInputStorage>(manager, bytes);
-        source = mirrored.get();
-    }
+    NUV_InputStorage* const source = turn_tiff_bits(manager, bytes, info, mirrored);
     const bool is_host_order = (std::endian::native == std::endian::little) ==
                                (info.byte_order() == NUV_TIFFByteOrder::little_endian);
     return source ? NUV_ReadStorage(manager).engine(source, &header, 0, 0, is_host_order ? 1 : 0)

@@ -49,7 +49,7 @@ private:
                                                          NUV_InputStorage* storage,
                                                          const NUV_TIFFStrip& strip);
 
-// Strips one behind the other as one stream.
+// Strips one behind the other.
 class NUV_TIFFStripStream {
 public:
     NUV_TIFFStripStream(NUV_Manager& manager, const NUV_InputStorage& storage) noexcept;
@@ -65,8 +65,12 @@ public:
     // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
     // comes nothing any more, for it would move up.
     void add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept;
-    // Hands on what was added. Nobody else may move the storage meanwhile.
+    // The strips as one stream, to which they are handed on. Nobody else may move the storage
+    // meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
+    // Hands on where the strips are. False without memory.
+    [[nodiscard]] bool hand_on(NUV_Vector<std::uint32_t>& offsets,
+                               NUV_Vector<std::uint32_t>& byte_counts);
 
 private:
     NUV_Manager& manager_;
@@ -76,6 +80,12 @@ private:
     std::uint32_t storage_bytes_;
     bool is_whole_ = true;
 };
+
+// `bytes` with their bits in the order of the library, over it where that is needed: then
+// `mirrored` holds what is answered. Null after a status.
+[[nodiscard]] NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,
+                                               const NUV_TIFFInfo& info,
+                                               NUV_Held<NUV_InputStorage>& mirrored);
 
 // The bytes of strips with `header`, for the stages behind: their bits in the order of the library,
 // samples of 16 bits in that of the host. Null after a status.
