@@ -52,6 +52,9 @@ private:
     [[nodiscard]] bool read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                             NUV_Vector<NUV_Engine*>& engines, bool to_qdrle);
     [[nodiscard]] NUV_Engine* read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info);
+    [[nodiscard]] NUV_Engine* read_packbits(NUV_InputStorage* storage, const NUV_Header& header,
+                                            NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info,
+                                            std::uint32_t rows);
     [[nodiscard]] bool read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                                    NUV_Vector<NUV_Engine*>& engines);
     [[nodiscard]] NUV_Engine* read_plane(NUV_InputStorage* storage, const NUV_Header& header,

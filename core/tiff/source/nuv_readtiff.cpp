@@ -6,7 +6,6 @@
 #include "core/channel/nuv_selectchannel.h"
 #include "core/lut/nuv_lut.h"
 #include "core/lut/nuv_lutdata.h"
-#include "core/packbits/nuv_decodepackbits.h"
 #include "core/scale/nuv_scaleire.h"
 #include "core/tiff/nuv_convertbits4to8.h"
 #include "core/tiff/nuv_readtiffcode.h"
@@ -22,6 +21,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace nuv {
 namespace {
@@ -37,8 +37,8 @@ struct StripsInARow {
     std::span<const std::uint32_t> byte_counts;
 };
 
-// A coding other than raw samples and JPEG, and the decoder of its strips: to raw lines, and to
-// runs where it can.
+// A coding other than raw samples, PackBits and JPEG, and the decoder of its strips: to raw lines,
+// and to runs where it can.
 struct DecoderRow {
     using Append = NUV_Engine* (*)(NUV_Engine* engine, const NUV_TIFFInfo& info,
                                    const StripsInARow& strips);
@@ -73,12 +73,6 @@ NUV_Engine* append_ccitt(NUV_Engine* engine, const NUV_TIFFInfo& info, const Str
     return Creator(info.manager(), option_of(info)).engine(engine, strips.rows, strips.byte_counts);
 }
 
-NUV_Engine* append_pack_bits(NUV_Engine* engine, const NUV_TIFFInfo& info,
-                             const StripsInARow& /*strips*/)
-{
-    return NUV_DecodePackBits(info.manager()).engine(engine);
-}
-
 constexpr DecoderRow decoders[] = {
     {&NUV_EncodeType::mh, append_ccitt<NUV_DecodeMHForTIFF, mh_option>,
      append_ccitt<NUV_DecodeMHToQDRLEForTIFF, mh_option>},
@@ -86,7 +80,6 @@ constexpr DecoderRow decoders[] = {
      append_ccitt<NUV_DecodeMRToQDRLEForTIFF, mr_option>},
     {&NUV_EncodeType::mmr, append_ccitt<NUV_DecodeMMRForTIFF, mmr_option>,
      append_ccitt<NUV_DecodeMMRToQDRLEForTIFF, mmr_option>},
-    {&NUV_EncodeType::pack_bits, append_pack_bits, append_pack_bits},
 };
 
 bool is_ccitt(const NUV_TIFFInfo& info) noexcept
@@ -282,7 +275,22 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
             stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
     }
     const auto bytes = stream.open(storage);
-    return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
+    if (!bytes || info.compression != Compression::pack_bits)
+        return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
+    NUV_TIFFStripStream whole(manager(), *bytes);
+    if (!whole.make_room(1))
+        return nullptr;
+    whole.add(0, std::numeric_limits<std::uint32_t>::max());
+    return read_packbits(bytes.get(), info, whole, info, info.image_length);
+}
+
+NUV_Engine* NUV_ReadTIFF::read_packbits(NUV_InputStorage* storage, const NUV_Header& header,
+                                        NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info,
+                                        std::uint32_t rows)
+{
+    NUV_Held<NUV_InputStorage> mirrored;
+    NUV_InputStorage* const bytes = turn_tiff_bits(manager(), storage, info, mirrored);
+    return bytes ? NUV_ReadPackBitsStrips(manager()).engine(bytes, header, strips, rows) : nullptr;
 }
 
 // Strips that are not to be one stream as they stand, raw or in PackBits: those of planes, of units
@@ -329,16 +337,12 @@ NUV_Engine* NUV_ReadTIFF::read_plane(NUV_InputStorage* storage, const NUV_Header
         const auto bytes = strips.open(storage);
         return bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
     }
-    NUV_Held<NUV_InputStorage> mirrored;
-    NUV_InputStorage* const bytes = turn_tiff_bits(manager(), storage, info, mirrored);
-    return bytes ? NUV_ReadPackBitsStrips(manager()).engine(bytes, header, strips,
-                                                            info.rows_per_strip)
-                 : nullptr;
+    return read_packbits(storage, header, strips, info, info.rows_per_strip);
 }
 
 NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle)
 {
-    if (info.encode_type() == NUV_EncodeType::raw)
+    if (engine->header()->is_raw())
         return engine;
     StripsInARow strips;
     if (is_one_stream(info))

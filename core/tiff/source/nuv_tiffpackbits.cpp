@@ -39,7 +39,7 @@ private:
     std::span<std::uint8_t> block_;
 };
 
-// Fails as a decoder a strip would fail.
+// Fails as a reader of stored bytes and a decoder a strip would fail.
 class NUV_ReadPackBitsStripsEngine final : public NUV_ReadEngine {
 public:
     static constexpr auto initiate_method = "NUV_DecodePackBitsEngine::initiate()";
@@ -73,6 +73,8 @@ bool NUV_ReadPackBitsStripsEngine::initiate(NUV_InputStorage* storage, const NUV
 {
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
+    if (!storage->to(0)) // which says that its first strip is not there
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::initiate()");
     header_.encode_type(NUV_EncodeType::raw);
     rows_ = rows;
     line_bytes_ = header_.line_bytes();
