@@ -63,7 +63,7 @@ struct Picture {
     std::uint32_t width, height;
     std::uint8_t color, depth, interlaced = 0;
     std::size_t channels = std::array{1U, 0U, 3U, 1U, 2U, 0U, 4U}.at(color);
-    Bytes samples = random_samples<std::uint8_t>(width * height * channels * 2, 1);
+    Bytes samples = random_samples<std::uint8_t>(channels * 2 * width * height, 1);
 
     // PNG second edition, 8.2: where the passes begin, and their steps.
     [[nodiscard]] Bytes stored() const
@@ -89,7 +89,7 @@ struct Picture {
         const bool swaps = depth == 16 && std::endian::native == std::endian::little;
         const unsigned scale = widens && color == 0 ? 255 / ((1U << depth) - 1) : 1;
         Packer out;
-        for (std::size_t i = 0; i < width * height * channels; ++i) {
+        for (std::size_t i = 0; i < channels * width * height; ++i) {
             const unsigned value = sample(i) * scale;
             if (i % channels < (channels < 3 ? 1 : 3))
                 out.put(swaps ? value >> 8 | value << 8 : value, widens ? 8 : depth);
@@ -250,7 +250,7 @@ TEST(PNG, KeepsTwoReadersOfOneStorageApart)
     NUV_TestChain chain;
     const NUV_TestStored stored(chain.manager(), noise.file());
     NUV_PNGInfo infos[2] = {NUV_PNGInfo(chain.manager()), NUV_PNGInfo(chain.manager())};
-    NUV_Engine* engines[2];
+    NUV_Engine* engines[2] = {};
     for (const int i : {0, 1}) {
         ASSERT_TRUE(stored.storage()->to(NUV_TestStored::start) && infos[i].load(stored.storage()));
         engines[i] = NUV_ReadPNG(chain.manager()).engine(stored.storage(), &infos[i]);
