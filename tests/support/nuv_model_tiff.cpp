@@ -23,7 +23,7 @@ enum Tag : std::uint64_t {
     jpeg_begin = 0x201, jpeg_length = 0x202, ycbcr_subsampling = 0x212, ycbcr_positioning = 0x213,
 };
 constexpr std::uint64_t absent = 0xFFFFFFFF;
-constexpr std::uint64_t farthest = 0x7FFFFFFF; // position in a storage
+constexpr std::size_t farthest = 0x7FFFFFFF; // position in a storage
 
 // Members of one type and default: one number, one rational, or any number of either.
 struct Members {
@@ -66,32 +66,6 @@ void raise_structure(Status& status, int code, const char* words)
         status.raise(NUV_ERR_UNSUPPORTED, words);
 }
 
-int entry_count(const TIFFFile& file, std::uint64_t at, std::uint64_t& count)
-{
-    if (!file.has(at, 2))
-        return -1;
-    count = file.number(at, 2);
-    return count == 0 || count > 1024 ? -52 : 1;
-}
-
-int skip_pages(const TIFFFile& file, std::uint64_t& at, std::uint32_t page)
-{
-    if (page > 65535)
-        return -10;
-    for (std::uint64_t count = 0; page > 0; --page) {
-        if (const int code = entry_count(file, at, count); code < 0)
-            return code;
-        if (!file.has(at + 2 + 12 * count, 4))
-            return -1;
-        at = file.number(at + 2 + 12 * count, 4);
-        if (at == 0)
-            return -10;
-        if (at > farthest || at > file.bytes.size())
-            return -1;
-    }
-    return 1;
-}
-
 int find_value(const TIFFFile& file, std::uint64_t entry_at, TIFFEntry& entry, std::uint64_t& sum)
 {
     const unsigned size = element_sizes[entry.type];
@@ -111,26 +85,36 @@ int find_value(const TIFFFile& file, std::uint64_t entry_at, TIFFEntry& entry, s
     return 1;
 }
 
-int read_directory(TIFFFile& file, std::uint64_t at)
+// The directory that is `pages` behind the one at `at`.
+int read_directory(TIFFFile& file, std::uint64_t at, std::uint32_t pages)
 {
-    std::uint64_t count = 0;
-    if (const int code = entry_count(file, at, count); code < 0)
-        return code;
-    if (!file.has(at, 2 + 12 * count + 4))
-        return -1;
+    if (pages > 65535)
+        return -10;
+    std::uint64_t end = 0;
+    for (;; --pages, at = file.next_directory) {
+        const std::uint64_t count = file.has(at, 2) ? file.number(at, 2) : 1;
+        if (count == 0 || count > 1024)
+            return -52;
+        end = at + 2 + 12 * count;
+        if (!file.has(end, 4))
+            return -1;
+        file.next_directory = file.number(end, 4);
+        if (pages == 0)
+            break;
+        if (file.next_directory == 0)
+            return -10;
+        if (file.next_directory > std::min(farthest, file.bytes.size()))
+            return -1;
+    }
     std::uint64_t sum = 0;
-    std::set<std::uint64_t> seen;
-    for (at += 2; count > 0; --count, at += 12) {
+    for (at += 2; at < end; at += 12) {
         TIFFEntry entry{file.number(at, 2), file.number(at + 2, 2), file.number(at + 4, 4), 1, 0};
-        if (entry.type == 0 || entry.type > 13 || seen.contains(entry.tag))
-            entry.status = -50;
-        entry.type = entry.type > 13 ? 0 : entry.type;
-        seen.insert(entry.tag);
+        if (entry.type == 0 || entry.type > 13)
+            entry = {entry.tag, 0, entry.count, -50, 0};
         if (const int code = find_value(file, at, entry, sum); code < 0)
             entry.status = code;
-        file.entries.push_back(entry);
+        file.entries.insert({entry.tag, entry}); // the first of a number
     }
-    file.next_directory = file.number(at, 4);
     return 1;
 }
 
@@ -168,18 +152,14 @@ void read_attributes(TIFFFile& file)
             Numbers& values = file.attributes[tag];
             if (members.single && members.mask > 0)
                 values = {members.otherwise};
-            const auto entry = std::find_if(file.entries.begin(), file.entries.end(),
-                                            [&](const TIFFEntry& e) { return e.tag == tag; });
-            if (entry == file.entries.end())
-                continue;
-            if (entry->status <= 0) {
+            const TIFFEntry& entry = file.entries[tag]; // of no elements when there is none
+            if (entry.status <= 0)
                 file.status.raise(NUV_WARN_INVALID_DATA, "NUV_TIFFTagGetter::get_values()");
+            if (entry.status <= 0 || entry.count == 0)
                 continue;
-            }
-            if (entry->count > 0)
-                values.resize(members.single ? 1 : entry->count);
-            for (std::size_t i = 0; entry->count > 0 && i < values.size(); ++i)
-                values[i] = element(file, *entry, i, members.mask);
+            values.resize(members.single ? 1 : entry.count);
+            for (std::size_t i = 0; i < values.size(); ++i)
+                values[i] = element(file, entry, i, members.mask);
         }
     }
 }
@@ -358,12 +338,11 @@ void describe(TIFFFile& file)
 
 void load(TIFFFile& file, std::uint64_t at, std::uint32_t page)
 {
-    constexpr const char* words = "NUV_TIFFImageFileDirectory::load()";
-    if (at > file.bytes.size() || at > farthest)
+    const char* words = "NUV_TIFFImageFileDirectory::load()";
+    if (at > std::min(farthest, file.bytes.size()))
         return file.status.raise(NUV_ERR_IO, words);
-    if (const int code = skip_pages(file, at, page); code < 0)
-        return raise_structure(file.status, code, words);
-    if (const int code = read_directory(file, at); code < 0)
+    const int code = read_directory(file, at, page);
+    if (code < 0)
         return raise_structure(file.status, code, words);
     if (file.next_directory > farthest) {
         file.next_directory = 0;
@@ -432,8 +411,7 @@ std::vector<std::uint8_t> stored(const TIFFFile& file, std::size_t strip, std::u
 
 bool is_reached(const TIFFFile& file, std::size_t strip)
 {
-    return file.attributes.at(strip_offsets)[strip] <=
-           std::min<std::uint64_t>(farthest, file.bytes.size());
+    return file.attributes.at(strip_offsets)[strip] <= std::min(farthest, file.bytes.size());
 }
 
 // The strips one behind the other, as far as there is no gap.
@@ -477,31 +455,23 @@ bool TIFFFile::has(std::uint64_t at, std::uint64_t size) const
     return at + size <= bytes.size();
 }
 
-TIFFFile load_tiff(std::span<const std::uint8_t> bytes, std::uint32_t page)
+TIFFFile load_tiff(std::span<const std::uint8_t> bytes, std::uint32_t page,
+                   std::optional<std::uint32_t> directory)
 {
     TIFFFile file;
     file.bytes = bytes;
-    const bool has_order = file.has(0, 2);
-    const std::uint64_t order = has_order ? file.number(0, 2) : 0;
+    const std::uint64_t order = file.has(0, 2) ? file.number(0, 2) : 0;
     file.little = order != 0x4D4D;
-    if (has_order && order != 0x4949 && order != 0x4D4D)
+    if (directory)
+        load(file, *directory, page);
+    else if (file.has(0, 2) && order != 0x4949 && order != 0x4D4D)
         return file; // in silence
-    if (!file.has(0, 8))
+    else if (!file.has(0, 8))
         raise_structure(file.status, -1, "NUV_TIFFImageFileHeaderload()");
     else if (file.number(4, 4) > farthest)
         file.status.raise(NUV_ERR_BROKEN_DATA, "NUV_TIFFImageFileHeader::load() - invalid offset");
     else
         load(file, file.number(4, 4), page);
-    return file;
-}
-
-TIFFFile load_tiff_directory(std::span<const std::uint8_t> bytes, std::uint32_t offset, bool little,
-                             std::uint32_t page)
-{
-    TIFFFile file;
-    file.bytes = bytes;
-    file.little = little;
-    load(file, offset, page);
     return file;
 }
 

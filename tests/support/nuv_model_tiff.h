@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -32,7 +33,7 @@ struct TIFFFile {
     std::span<const std::uint8_t> bytes;
     bool little = true;
     std::uint64_t next_directory = 0;
-    std::vector<TIFFEntry> entries;
+    std::map<std::uint64_t, TIFFEntry> entries; // by tag
     // By tag: numbers, numerator << 32 | denominator, or characters. A rational that is to be one
     // and was not in the file is empty.
     std::map<std::uint64_t, Numbers> attributes;
@@ -57,10 +58,9 @@ struct TIFFFile {
     }
 };
 
-// A file with its header, and a directory by its place.
-[[nodiscard]] TIFFFile load_tiff(std::span<const std::uint8_t> bytes, std::uint32_t page = 0);
-[[nodiscard]] TIFFFile load_tiff_directory(std::span<const std::uint8_t> bytes,
-                                           std::uint32_t offset, bool little, std::uint32_t page);
+// A page of a file, or of the chain that begins at a directory in data of the file's order.
+[[nodiscard]] TIFFFile load_tiff(std::span<const std::uint8_t> bytes, std::uint32_t page = 0,
+                                 std::optional<std::uint32_t> directory = {});
 
 // What reading a loaded file gives: of raw and PackBits data all, of others
 // the refusals.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -11,11 +12,9 @@ namespace nuv {
 // than
 //   4 MiB + 64 lines + 4 x the bytes of the values + 2 KiB for each strip that is read by itself.
 // Empty when all is well.
+// With `directory`, of the chain that begins there in other data of the file's byte order.
 [[nodiscard]] std::string tiff_difference(std::span<const std::uint8_t> file,
-                                          std::uint32_t page = 0);
-// The same of a directory inside other data, which is not read as a picture.
-[[nodiscard]] std::string tiff_directory_difference(std::span<const std::uint8_t> file,
-                                                    std::uint32_t offset, bool little_endian,
-                                                    std::uint32_t page);
+                                          std::uint32_t page = 0,
+                                          std::optional<std::uint32_t> directory = {});
 
 } // namespace nuv
