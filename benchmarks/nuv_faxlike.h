@@ -108,10 +108,8 @@ private:
     [[nodiscard]] NUV_FaxPage packed() const
     {
         NUV_FaxPage page{width, height, height};
-        for (std::size_t y = 0; y < height; ++y) {
-            for (std::size_t x = 0; x < width; ++x)
-                page.set(x, y, dots_[y * width + x] != 0);
-        }
+        for (std::size_t at = 0; at < dots_.size(); ++at) // a line is whole bytes
+            page.bits[at / 8] |= static_cast<std::uint8_t>(dots_[at] << (7 - at % 8));
         return page;
     }
 

@@ -24,12 +24,6 @@ struct NUV_FaxPage {
     std::vector<std::uint8_t> bits = std::vector<std::uint8_t>(line_bytes() * height);
 
     [[nodiscard]] std::size_t line_bytes() const { return (std::size_t{width} + 7) / 8; }
-    void set(std::size_t x, std::size_t y, bool is_black = true)
-    {
-        std::uint8_t& byte = bits[y * line_bytes() + x / 8];
-        const auto mask = static_cast<std::uint8_t>(128U >> x % 8);
-        byte = static_cast<std::uint8_t>(is_black ? byte | mask : byte & ~mask);
-    }
 
     // `mode` tells the order of bytes, "wl" or "wb".
     [[nodiscard]] std::vector<std::uint8_t> file(const NUV_FaxForm& form, const char* mode,

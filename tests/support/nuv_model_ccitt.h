@@ -5,10 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <ios>
+#include <numeric>
 #include <span>
 #include <sstream>
-#include <utility>
 #include <vector>
 
 namespace nuv::model {
@@ -45,24 +44,27 @@ inline const std::vector<int> fax_tables[] = {
 // clang-format on
 
 // Decodes T.4 and T.6 with one test a bit and one function a step, damaged lines included.
-class FaxModel {
-public:
-    // `strips` in bytes, each of them data that ends; without any it is in one piece.
-    FaxModel(std::span<const std::uint8_t> data, std::vector<std::uint32_t> strips, FaxCoding which,
-             const NUV_CCITTMHOption& chosen, std::int64_t columns)
-        : width(columns),
-          coding_(which),
-          option_(chosen),
-          data_(data),
-          strips_(std::move(strips)),
-          end_(strips_.empty() ? data.size() : strips_[0])
-    {}
-
+struct FaxModel {
+    std::span<const std::uint8_t> data;
+    std::vector<std::uint32_t> strips; // in bytes, each data that ends; none is one piece
+    FaxCoding coding;
+    NUV_CCITTMHOption option;
     std::int64_t width;
-    FaxRuns runs;
+
+    FaxRuns runs = {};
     int code = 1;
     std::int64_t position = 0; // means nothing after good lines
     std::uint64_t at = 0;      // in bits
+
+    struct Code {
+        unsigned bits = 0;
+        unsigned length = 0; // 0 without a match
+    } last = {};
+    std::size_t strip = 0;
+    FaxRuns reference = {};
+    std::int64_t a0 = 0;
+    std::int64_t run_start = 0;
+    bool is_black = false;
 
     void decode()
     {
@@ -70,45 +72,43 @@ public:
         if (code == 11)
             return;
         position = 0;
-        if (coding_ == FaxCoding::mh)
-            code = decode_mh();
-        else
-            code = coding_ == FaxCoding::mr ? decode_mr() : decode_mmr();
+        code = coding == FaxCoding::mh   ? decode_mh()
+               : coding == FaxCoding::mr ? decode_mr()
+                                         : decode_mmr();
         code = code == -4 ? 12 : code < 0 ? -code : code;
     }
-    bool has_next_strip() const { return strips_.empty() || strip_ + 1 < strips_.size(); }
-    // The last line is to come from the next strip: whether there is data for it.
+    // The last line is to come from the next strip: whether there is one, and data for it.
     bool rewind_to_next_strip()
     {
+        if (!strips.empty() && strip + 1 == strips.size())
+            return false;
         code = 1;
-        reference_.clear();
+        reference.clear();
         align();
-        const bool is_there = strips_.empty() || end_ <= data_.size();
-        if (!strips_.empty()) {
-            skip(left());
-            end_ += is_there ? strips_[++strip_] : 0;
-        }
+        skip(strips.empty() ? 0 : left());
+        const bool is_there = strips.empty() || end() <= data.size();
+        strip += is_there ? 1 : 0;
         return is_there;
     }
 
-private:
-    static constexpr int horizontal_mode = 4;
-    static constexpr int pass_mode = 5;
-    static constexpr int eol = -1000;
-    struct Code {
-        unsigned bits = 0;
-        unsigned length = 0; // 0 without a match
-    };
-
-    std::uint64_t left() const { return std::min<std::uint64_t>(end_, data_.size()) * 8 - at; }
+    // In bytes.
+    std::uint64_t end() const
+    {
+        return strips.empty()
+                   ? data.size()
+                   : std::accumulate(strips.begin(),
+                                     strips.begin() + static_cast<std::ptrdiff_t>(strip) + 1,
+                                     std::uint64_t{0});
+    }
+    std::uint64_t left() const { return std::min<std::uint64_t>(end(), data.size()) * 8 - at; }
     void align() { at = (at + 7) / 8 * 8; }
     void skip(std::uint64_t count) { at += std::min(count, left()); }
     // Zeros behind the end.
     unsigned peek(unsigned count) const
     {
         unsigned bits = 0;
-        for (std::uint64_t i = at; i < at + count; ++i)
-            bits = bits * 2 + (i < at + left() ? data_[i / 8] >> (7 - i % 8) & 1U : 0);
+        for (std::uint64_t i = 0; i < count; ++i)
+            bits = bits * 2 + (i < left() ? data[(at + i) / 8] >> (7 - (at + i) % 8) & 1U : 0);
         return bits;
     }
     bool take(unsigned count, unsigned bits)
@@ -129,17 +129,17 @@ private:
     int next_code(unsigned table, unsigned longest, int at_end, int cut)
     {
         const auto count = static_cast<unsigned>(std::min<std::uint64_t>(longest, left()));
-        last_ = {peek(count), 0};
+        last = {peek(count), 0};
         for (unsigned length = 1; length <= longest && count > 0; ++length) {
             const unsigned bits = peek(length);
             const int value =
-                bits == 1 && length == 12 ? eol : fax_tables[table][(1U << length) + bits];
+                bits == 1 && length == 12 ? -1000 : fax_tables[table][(1U << length) + bits];
             if (value == fax_undefined)
                 continue;
             if (length > count)
                 return cut;
             skip(length);
-            last_ = {bits, length};
+            last = {bits, length};
             return value;
         }
         return count == 0 ? at_end : fax_undefined;
@@ -172,7 +172,7 @@ private:
                 return start == width ? 1 : -12;
             const std::int64_t black = white < 0 ? white : run(true);
             if (black < 0)
-                return black == -1 ? -4 : last_.bits < 2 ? -10 : -12;
+                return black == -1 ? -4 : last.bits < 2 ? -10 : -12;
             if (start + black > width)
                 return -12;
             append(start, start + black - 1);
@@ -184,73 +184,71 @@ private:
     // Where the reference line next turns to the other colour than the line has, and where back.
     std::pair<std::int64_t, std::int64_t> find_b1() const
     {
-        for (std::size_t i = 0; i < reference_.size(); ++i) {
-            const auto& [start, end] = reference_[i];
-            if (!black_ && start > a0_)
+        for (std::size_t i = 0; i < reference.size(); ++i) {
+            const auto& [start, end] = reference[i];
+            if (!is_black && start > a0)
                 return {start, end + 1};
-            if (black_ && end >= a0_)
-                return {end + 1, i + 1 < reference_.size() ? reference_[i + 1].first : width};
+            if (is_black && end >= a0)
+                return {end + 1, i + 1 < reference.size() ? reference[i + 1].first : width};
         }
         return {width, width};
     }
     int two_dimensional()
     {
         int result = 1;
-        a0_ = -1;
-        black_ = false;
+        a0 = -1;
+        is_black = false;
         do {
             const int mode = next_code(2, 7, -9998, fax_undefined);
             const auto [b1, b2] = find_b1();
             if (mode < -3)
-                result = mode == -9998 ? -4 : last_.bits == 0 ? -10 : -12;
-            else if (mode == pass_mode)
-                a0_ = b2;
+                result = mode == -9998 ? -4 : last.bits == 0 ? -10 : -12;
+            else if (mode == 5)
+                a0 = b2;
             else
-                result = mode == horizontal_mode ? horizontal() : vertical(b1 + mode);
-        } while (result == 1 && a0_ < width);
-        position = std::max<std::int64_t>(a0_, 0);
+                result = mode == 4 ? horizontal() : vertical(b1 + mode);
+        } while (result == 1 && a0 < width);
+        position = std::max<std::int64_t>(a0, 0);
         return result;
     }
     int vertical(std::int64_t a1)
     {
-        if (a1 < 0 || a1 < a0_ || a1 > width)
+        if (a1 < 0 || a1 < a0 || a1 > width)
             return -12;
-        if (black_)
-            append(run_start_, a1 - 1);
-        black_ = !black_;
-        a0_ = run_start_ = a1;
+        if (is_black)
+            append(run_start, a1 - 1);
+        is_black = !is_black;
+        a0 = run_start = a1;
         return 1;
     }
     int horizontal()
     {
-        const Code mode = last_;
-        a0_ = std::max<std::int64_t>(a0_, 0);
-        const std::int64_t first = run(black_);
-        const Code first_code = last_;
-        const std::int64_t second = run(!black_);
-        const std::int64_t a1 = a0_ + first;
-        if (!black_ && (first < 0 || a1 >= width)) {
-            a0_ = width;
+        const Code mode = last;
+        a0 = std::max<std::int64_t>(a0, 0);
+        const std::int64_t first = run(is_black);
+        const Code first_code = last;
+        const std::int64_t second = run(!is_black);
+        const std::int64_t a1 = a0 + first;
+        if (!is_black && (first < 0 || a1 >= width)) {
+            a0 = width;
             return 1;
         }
         if (first < 0)
-            last_ = first_code;
+            last = first_code;
         if (first < 0 || second < 0)
             return -12;
-        last_ = mode;
-        a0_ = a1 + second;
-        append(black_ ? run_start_ : a1, (black_ ? a1 : a0_) - 1);
-        run_start_ = a0_;
-        return a0_ > width ? -12 : 1;
+        last = mode;
+        a0 = a1 + second;
+        append(is_black ? run_start : a1, (is_black ? a1 : a0) - 1);
+        run_start = a0;
+        return a0 > width ? -12 : 1;
     }
 
     // To just behind an EOL. All that stands in the first 11 bits counts as zeros.
     bool search_eol()
     {
-        const Code last = std::exchange(last_, {});
-        if (last.bits == 1 && last.length == 12)
-            return true;
-        if (last.length >= 11 && skip_to_one())
+        const Code culprit = std::exchange(last, {});
+        if ((culprit.bits == 1 && culprit.length == 12) || (culprit.length >= 11 && skip_to_one()))
             return true;
         skip(11);
         return skip_to_one();
@@ -259,7 +257,7 @@ private:
     bool recover()
     {
         while (search_eol()) {
-            if (coding_ != FaxCoding::mr || (left() > 0 && peek(1) == 1))
+            if (coding != FaxCoding::mr || peek(1) == 1)
                 return true;
             skip(1);
         }
@@ -268,33 +266,31 @@ private:
     // 1, or what is wrong in place of the EOL.
     int check_eol()
     {
-        last_ = {};
+        last = {};
         if (left() < 12)
             return -4;
         if (take(12, 1))
             return 1;
         if (peek(12) == 0)
             return search_eol() ? 1 : -4;
-        if (coding_ == FaxCoding::mh)
+        if (coding == FaxCoding::mh)
             return -12;
-        if (!recover())
-            return -4;
-        position = width;
-        return 12;
+        position = recover() ? width : 0;
+        return position == 0 ? -4 : 12;
     }
 
     int decode_mh()
     {
-        if (option_.eol_present && code < 2)
+        if (option.eol_present && code < 2)
             check_eol(); // a line without it is read where it stands
-        else if (!option_.eol_present && option_.byte_align)
+        else if (!option.eol_present && option.byte_align)
             align();
         const int result = one_dimensional();
         if (result == 1 || result == -4)
             return result;
-        if (option_.eol_present && !recover())
+        if (option.eol_present && !recover())
             return -4;
-        return option_.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
+        return option.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
     }
     int decode_mr()
     {
@@ -306,31 +302,19 @@ private:
         result = tag == 1 ? one_dimensional() : two_dimensional();
         if (result == -4 || (result != 1 && !recover()))
             return -4;
-        reference_ = runs;
+        reference = runs;
         constexpr unsigned two_eols = 0b1'0000'0000'0001'1'0000'0000'0001'1; // each with its tag
-        return result != 1 && option_.detect_end && take(27, two_eols) ? 11 : result;
+        return result != 1 && option.detect_end && take(27, two_eols) ? 11 : result;
     }
     int decode_mmr()
     {
-        if (option_.byte_align)
+        if (option.byte_align)
             align();
         const int result = two_dimensional();
         if (result == 1)
-            reference_ = runs;
-        return result != 1 && option_.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
+            reference = runs;
+        return result != 1 && option.detect_end && take(12, 1) && take(12, 1) ? 11 : result;
     }
-
-    FaxCoding coding_;
-    NUV_CCITTMHOption option_;
-    std::span<const std::uint8_t> data_;
-    std::vector<std::uint32_t> strips_;
-    std::size_t strip_ = 0;
-    std::uint64_t end_; // byte, of the strip
-    Code last_;
-    FaxRuns reference_;
-    std::int64_t a0_ = 0;
-    std::int64_t run_start_ = 0;
-    bool black_ = false;
 };
 
 // A page of `line_bytes` a line, 1 for black, and whether a decoder is to warn. A line that fails
@@ -344,10 +328,9 @@ inline std::pair<std::vector<std::uint8_t>, bool> fax_page(FaxModel decoder, std
     for (std::size_t row = 1; row <= height; ++row) {
         decoder.decode();
         bool passes = decoder.code == 1 || (rows_per_strip > 0 && row % rows_per_strip > 1);
-        if (!passes && rows_per_strip > 0 && decoder.has_next_strip()) {
-            passes = decoder.rewind_to_next_strip();
-            if (passes)
-                decoder.decode();
+        if (!passes && rows_per_strip > 0 && decoder.rewind_to_next_strip()) {
+            decoder.decode();
+            passes = true;
         }
         warns = warns || !passes;
         for (const auto& [start, end] : decoder.runs) {

@@ -46,7 +46,7 @@ template <class Decoder>
     NUV_FaxStream stream(job);
     Decoder decoder(&stream, job.width, job.height, &option, &stream, nullptr);
     decoder.path(path);
-    model::FaxModel plain(job.data, {}, job.coding, job.option, job.width);
+    model::FaxModel plain{job.data, {}, job.coding, job.option, job.width};
     std::vector<std::uint32_t> words(std::size_t{job.width} + 4);
     for (std::uint32_t row = 1; row <= job.height; ++row) {
         plain.decode();
