@@ -210,7 +210,9 @@ bool QDCCITTFastDecoder::decode_2d(QDCCITTFastLine& line, const QDCCITTFastRefer
             a0 = a1;
             odd ^= 1;
             const std::int32_t passed = a1 - odd;
-            b1 += position(b1[-1]) > passed ? -1 : 1;
+            ++b1;
+            if (position(b1[-2]) > passed) [[unlikely]]
+                b1 -= 2;
             while (position(*b1) <= passed)
                 b1 += 2;
         } else if (codes.next() == Modes::Next::horizontal) {
