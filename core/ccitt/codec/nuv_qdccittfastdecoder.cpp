@@ -65,7 +65,13 @@ template <class Lookup>
     a0 = std::max(a0, 0);
     std::int32_t first = 0;
     std::int32_t second = 0;
-    if (is_black) {
+    const auto& pairs = is_black ? QDCCITTFastTables::black_white : QDCCITTFastTables::white_black;
+    const auto pair = pairs[bits.head() >> (64 - QDCCITTPairLookup::bits)];
+    if (pair.length() != 0) {
+        bits.take(pair.length());
+        first = pair.first();
+        second = pair.second();
+    } else if (is_black) {
         first = take_run(bits, QDCCITTFastTables::black, end - a0);
         second = take_run(bits, QDCCITTFastTables::white, end);
     } else {

@@ -71,6 +71,67 @@ private:
     std::array<Entry, std::size_t{1} << Bits> entries_;
 };
 
+// Two short runs of alternate colours, where both fit in.
+class QDCCITTPairLookup {
+public:
+    static constexpr std::uint32_t bits = 12;
+
+    // In one word, which is taken apart where it is used.
+    class Entry {
+    public:
+        constexpr Entry() = default;
+        constexpr Entry(std::uint32_t first, std::uint32_t second, std::uint32_t length) noexcept
+            : word_(length | first << 8 | second << 16)
+        {}
+
+        // Of both, in bits; 0 where they do not fit in.
+        [[nodiscard]] constexpr std::uint32_t length() const noexcept { return word_ & 0xFF; }
+        [[nodiscard]] constexpr std::int32_t first() const noexcept
+        {
+            return static_cast<std::int32_t>(word_ >> 8 & 0xFF);
+        }
+        [[nodiscard]] constexpr std::int32_t second() const noexcept
+        {
+            return static_cast<std::int32_t>(word_ >> 16);
+        }
+
+    private:
+        std::uint32_t word_ = 0;
+    };
+
+    template <std::uint32_t FirstBits, std::uint32_t SecondBits>
+    constexpr QDCCITTPairLookup(const QDHuffmanLUT4Decoder<FirstBits>& first_codes,
+                                const QDHuffmanLUT4Decoder<SecondBits>& second_codes) noexcept
+    {
+        for (std::size_t pattern = 0; pattern < entries_.size(); ++pattern) {
+            const auto first = first_codes[pattern << FirstBits >> bits];
+            if (!is_short(first))
+                continue;
+            constexpr std::size_t mask = (std::size_t{1} << SecondBits) - 1;
+            const auto second =
+                second_codes[(pattern << first.length << SecondBits >> bits) & mask];
+            const std::uint32_t length = std::uint32_t{first.length} + second.length;
+            if (is_short(second) && length <= bits)
+                entries_[pattern] = {static_cast<std::uint32_t>(first.value),
+                                     static_cast<std::uint32_t>(second.value), length};
+        }
+    }
+
+    [[nodiscard]] constexpr Entry operator[](std::size_t pattern) const noexcept
+    {
+        return entries_[pattern];
+    }
+
+private:
+    template <class Code>
+    [[nodiscard]] static constexpr bool is_short(const Code& code) noexcept
+    {
+        return code.value >= 0 && code.value < 64;
+    }
+
+    std::array<Entry, std::size_t{1} << bits> entries_;
+};
+
 // What the head of bits says of a line coded two-dimensionally: some V0, and then a mode that is
 // none, where that fits in.
 class QDCCITTModeLookup {
@@ -150,6 +211,8 @@ private:
 
 struct QDCCITTFastTables {
     static const QDCCITTModeLookup modes;
+    static const QDCCITTPairLookup white_black;
+    static const QDCCITTPairLookup black_white;
     static const QDCCITTRunLookup<QDMHWhiteTable::bits> white;
     static const QDCCITTRunLookup<QDMHBlackTable::bits> black;
 };

@@ -107,6 +107,10 @@ constexpr QDHuffmanLUT4Decoder<QDMHBlackTable::bits> QDMHBlackTable::lookup(
     run_codes(black_terminating, black_make_up));
 constexpr QDHuffmanLUT4Decoder<QDMRModeTable::bits> QDMRModeTable::lookup(modes);
 
+constexpr QDCCITTPairLookup QDCCITTFastTables::white_black(QDMHWhiteTable::lookup,
+                                                           QDMHBlackTable::lookup);
+constexpr QDCCITTPairLookup QDCCITTFastTables::black_white(QDMHBlackTable::lookup,
+                                                           QDMHWhiteTable::lookup);
 constexpr QDCCITTModeLookup QDCCITTFastTables::modes(QDMRModeTable::lookup);
 constexpr QDCCITTRunLookup<QDMHWhiteTable::bits> QDCCITTFastTables::white(QDMHWhiteTable::lookup);
 constexpr QDCCITTRunLookup<QDMHBlackTable::bits> QDCCITTFastTables::black(QDMHBlackTable::lookup);
