@@ -88,6 +88,15 @@ template <class Lookup>
     return a1 == end ? 1 : 2;
 }
 
+[[nodiscard]] inline bool take_if_horizontal(QDCCITTFastBits& bits) noexcept
+{
+    constexpr std::uint32_t length = 3; // of 001
+    if (bits.head() >> (64 - length) != 1)
+        return false;
+    bits.take(length);
+    return true;
+}
+
 } // namespace
 
 void QDCCITTFastBits::enter_tail() noexcept
@@ -222,10 +231,14 @@ bool QDCCITTFastDecoder::decode_2d(QDCCITTFastLine& line, const QDCCITTFastRefer
             while (position(*b1) <= passed)
                 b1 += 2;
         } else if (codes.next() == Modes::Next::horizontal) {
-            const std::uint32_t words = take_horizontal(bits, to, odd != 0, a0, end);
-            if (words == 0)
-                return false;
-            to += words;
+            // Where the reference is of no use, one follows the other.
+            do {
+                const std::uint32_t words = take_horizontal(bits, to, odd != 0, a0, end);
+                if (words == 0 || to > last_to)
+                    return false;
+                to += words;
+                bits.refill();
+            } while (a0 != end && take_if_horizontal(bits));
             if (a0 == end)
                 break;
             while (position(*b1) <= a0 - odd)
