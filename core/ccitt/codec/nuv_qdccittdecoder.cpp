@@ -121,7 +121,7 @@ std::uint32_t QDCCITTDecoder::capacity(const Line& line) const noexcept
 {
     if (line.own)
         return line.own->capacity();
-    return checked_run_line_bytes(width_).value_or(0) / sizeof(std::uint32_t);
+    return checked_run_line_bytes(width_).value_or(0) / std::uint32_t{sizeof(std::uint32_t)};
 }
 
 QDCCITTFastLine QDCCITTDecoder::fast_line(const Line& line) const noexcept

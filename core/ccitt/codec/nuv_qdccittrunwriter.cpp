@@ -14,7 +14,7 @@ namespace {
 // Words of the longest line of `width` pixels, which is one that the run form can have.
 [[nodiscard]] std::uint32_t words_of_line(std::uint32_t width) noexcept
 {
-    return checked_run_line_bytes(width).value_or(0) / sizeof(std::uint32_t);
+    return checked_run_line_bytes(width).value_or(0) / std::uint32_t{sizeof(std::uint32_t)};
 }
 
 } // namespace
