@@ -28,6 +28,14 @@ namespace nuv {
     return static_cast<std::uint32_t>((pixel_bits * width + 7) >> 3);
 }
 
+// Bytes of one line as a file stores it, `pixel_bits` bits a pixel. Its bits may be more than
+// 32-bit arithmetic can hold.
+[[nodiscard]] constexpr std::optional<std::uint32_t> checked_stored_line_bytes(
+    std::uint32_t pixel_bits, std::uint32_t width) noexcept
+{
+    return fits_32((std::uint64_t{pixel_bits} * width + 7) >> 3);
+}
+
 // `count` things of `each` bytes.
 [[nodiscard]] constexpr std::optional<std::uint32_t> checked_product(std::uint32_t each,
                                                                      std::uint32_t count) noexcept

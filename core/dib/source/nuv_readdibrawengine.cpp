@@ -41,8 +41,8 @@ bool NUV_ReadDIBRawEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     pixel_bits_ = std::uint32_t{header->channels()} * header->bits();
     constexpr std::uint32_t longest = last_stream_position;
     constexpr std::uint32_t longest_stored = longest & ~3U; // with what fills it up
-    const auto stored_line_bytes = checked_line_bytes(1, stored->bit_count, header->width());
-    const auto line_bytes = checked_line_bytes(1, pixel_bits_, header->width());
+    const auto stored_line_bytes = checked_stored_line_bytes(stored->bit_count, header->width());
+    const auto line_bytes = checked_stored_line_bytes(pixel_bits_, header->width());
     if (!stored_line_bytes || *stored_line_bytes > longest_stored || !line_bytes ||
         *line_bytes > longest)
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method,
