@@ -127,7 +127,7 @@ public:
     {}
 
     // The next line; what went wrong is in the status.
-    void decode(QDCCITTRunWriter& line, QDCCITTCPList& reference);
+    void decode(QDCCITTRunWriter& runs, QDCCITTCPList& reference);
 
 private:
     static constexpr std::int32_t no_mode = -9998; // the data is over
