@@ -33,6 +33,14 @@ private:
     NUV_JPEGReference internal_;
 };
 
+// The header of a stream, as an info has read it, for other infos of the same stream. Empty where
+// none could be read.
+struct NUV_JPEGReadHeader {
+    NUV_JPEGReference internal;
+    std::int32_t begin = 0; // of the stream, in its storage
+    std::int32_t end = 0;   // of the header, where the coded data begins
+};
+
 // An application segment or a comment.
 struct NUV_JPEGSegment {
     std::uint8_t marker = 0; // its second byte: 224 for APP0, 254 for COM
@@ -63,6 +71,11 @@ public:
     [[nodiscard]] virtual bool load(NUV_InputStorage* storage, const NUV_ColorType* color,
                                     const NUV_JPEGTableInfo* tables, std::uint32_t restart_rows);
 
+    // What load() has read, also when it refused for what there is.
+    [[nodiscard]] const NUV_JPEGReadHeader& read_header() const noexcept { return header_; }
+    // The next load() takes this where the storage stands at its begin, in place of reading again.
+    void known_header(const NUV_JPEGReadHeader& header) noexcept { known_ = header; }
+
     // What the frame says. 0 or false before a load().
     [[nodiscard]] std::uint8_t frame_marker() const noexcept; // 192 baseline, 194, 195
     [[nodiscard]] bool is_progressive() const noexcept;
@@ -86,7 +99,10 @@ public:
     [[nodiscard]] NUV_Diagnosis not_served() const noexcept;
 
     // What reads the stream on, shared with the engine that does. Null before a load().
-    [[nodiscard]] const NUV_JPEGReference& internal_reference() const noexcept { return internal_; }
+    [[nodiscard]] const NUV_JPEGReference& internal_reference() const noexcept
+    {
+        return header_.internal;
+    }
 
 private:
     [[nodiscard]] bool load_stream(NUV_InputStorage* storage, const NUV_ColorType* color,
@@ -95,7 +111,8 @@ private:
     [[nodiscard]] bool update_color();
     [[nodiscard]] const NUV_JPEGInfoInternal* internal() const noexcept;
 
-    NUV_JPEGReference internal_;
+    NUV_JPEGReadHeader header_;
+    NUV_JPEGReadHeader known_;
     bool is_jfif_ = false;
     bool is_exif_ = false;
     bool is_g3fax_ = false;

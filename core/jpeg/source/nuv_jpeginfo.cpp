@@ -5,6 +5,8 @@
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 
+#include <utility>
+
 namespace nuv {
 
 NUV_JPEGTableInfo::~NUV_JPEGTableInfo() = default;
@@ -30,7 +32,7 @@ NUV_JPEGInfo::~NUV_JPEGInfo() = default;
 
 const NUV_JPEGInfoInternal* NUV_JPEGInfo::internal() const noexcept
 {
-    return static_cast<const NUV_JPEGInfoInternal*>(internal_.get());
+    return static_cast<const NUV_JPEGInfoInternal*>(header_.internal.get());
 }
 
 bool NUV_JPEGInfo::load_internal(NUV_InputStorage* storage)
@@ -55,16 +57,20 @@ bool NUV_JPEGInfo::load_stream(NUV_InputStorage* storage, const NUV_ColorType* c
 {
     constexpr auto method = "NUV_JPEGInfo::load()";
 
-    internal_.reset();
+    const NUV_JPEGReadHeader known = std::exchange(known_, {});
+    header_ = {};
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const std::int32_t start = storage->position();
     const NUV_JPEGTableInfoInternal* given = tables ? tables->internal() : nullptr;
-    auto loaded =
-        make_initiated<NUV_JPEGInfoInternal>(manager(), storage, color, given, restart_rows);
-    if (loaded)
-        internal_ = NUV_JPEGReference(loaded.release());
-    bool good = internal_ && update();
+    const bool is_told_more = color != NUV_ColorType::unknown || given || restart_rows != 0;
+    if (known.internal && known.begin == start && !is_told_more && storage->to(known.end)) {
+        header_ = known;
+    } else if (auto loaded = make_initiated<NUV_JPEGInfoInternal>(manager(), storage, color, given,
+                                                                  restart_rows)) {
+        header_ = {NUV_JPEGReference(loaded.release()), start, storage->position()};
+    }
+    bool good = header_.internal && update();
     if (good && width() == 0)
         good = fail(manager(), NUV_ERR_INVALID_DATA, method);
     if (!good)
@@ -112,43 +118,43 @@ bool NUV_JPEGInfo::update_color()
 
 std::uint8_t NUV_JPEGInfo::frame_marker() const noexcept
 {
-    return internal_ ? internal()->frame().start_marker : std::uint8_t{0};
+    return header_.internal ? internal()->frame().start_marker : std::uint8_t{0};
 }
 
 bool NUV_JPEGInfo::is_progressive() const noexcept
 {
-    return internal_ && internal()->is_progressive();
+    return header_.internal && internal()->is_progressive();
 }
 
 bool NUV_JPEGInfo::is_lossless() const noexcept
 {
-    return internal_ && internal()->is_lossless();
+    return header_.internal && internal()->is_lossless();
 }
 
 std::uint16_t NUV_JPEGInfo::precision() const noexcept
 {
-    return internal_ ? internal()->frame().precision : std::uint16_t{0};
+    return header_.internal ? internal()->frame().precision : std::uint16_t{0};
 }
 
 std::uint32_t NUV_JPEGInfo::sampling() const noexcept
 {
-    return internal_ ? internal()->sampling() : 0;
+    return header_.internal ? internal()->sampling() : 0;
 }
 
 std::uint32_t NUV_JPEGInfo::color_code() const noexcept
 {
-    const auto code = internal_ ? internal()->color_code() : NUV_JPEGColor::not_set;
+    const auto code = header_.internal ? internal()->color_code() : NUV_JPEGColor::not_set;
     return static_cast<std::uint32_t>(code);
 }
 
 NUV_Diagnosis NUV_JPEGInfo::not_served() const noexcept
 {
-    return internal_ ? internal()->not_served() : NUV_Diagnosis();
+    return header_.internal ? internal()->not_served() : NUV_Diagnosis();
 }
 
 std::size_t NUV_JPEGInfo::segment_count() const noexcept
 {
-    return internal_ ? internal()->marker_count() : 0;
+    return header_.internal ? internal()->marker_count() : 0;
 }
 
 NUV_JPEGSegment NUV_JPEGInfo::segment(std::size_t index) const noexcept

@@ -51,9 +51,10 @@ NUV_FormatInfo* NUV_ReadRaster::format_info(NUV_InputStorage* storage, std::uint
 
 NUV_Engine* NUV_ReadRaster::engine_single_image(NUV_InputStorage* storage)
 {
+    NUV_JPEGReadHeader known;
     for (const NUV_FormatRow& format : single_image_formats()) {
         begin_probe();
-        const NUV_ReadAttempt attempt = format.read(manager(), storage);
+        const NUV_ReadAttempt attempt = format.read(manager(), storage, known);
         if (attempt.engine)
             return attempt.engine;
         if (attempt.accepted) {
@@ -67,9 +68,10 @@ NUV_Engine* NUV_ReadRaster::engine_single_image(NUV_InputStorage* storage)
 
 NUV_FormatInfo* NUV_ReadRaster::format_info_single_image(NUV_InputStorage* storage)
 {
+    NUV_JPEGReadHeader known;
     for (const NUV_FormatRow& format : single_image_formats()) {
         begin_probe();
-        if (NUV_FormatInfo* info = format.load_info(manager(), storage))
+        if (NUV_FormatInfo* info = format.load_info(manager(), storage, known))
             return info;
         keep_refusal();
     }
