@@ -22,7 +22,7 @@ import subprocess
 import sys
 import tempfile
 
-from peers import bitmapcases, geometrycases, jpegcases
+from peers import bitmapcases, geometrycases, jpegcases, tiffcases
 from peers.measure import count_instructions, median_ratio, take_turns
 from peers.pictures import Pictures
 
@@ -33,6 +33,7 @@ GROUPS = {
     "bitmaps": bitmapcases.bitmaps,
     "scale": geometrycases.scale,
     "rotate": geometrycases.rotate,
+    "tiff": tiffcases.tiff,
 }
 NEEDED = {  # what a group cannot make its files without
     "decode": ("cjpeg",),

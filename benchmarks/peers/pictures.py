@@ -1,9 +1,11 @@
 """The pictures that the programs work on, each made when it is first asked for."""
 
 import functools
+import itertools
 import os
 import random
 import shutil
+import struct
 import subprocess
 
 
@@ -41,6 +43,30 @@ def page_of_text(width, height, path):
 def magick_name():
     """The versioned name is the program itself wherever `convert` is something else."""
     return next((p for p in ("magick", "convert-im6.q16") if shutil.which(p)), "convert")
+
+
+def write_tiff(path, size, rows, strip_bytes):
+    """An uncompressed gray picture of 8 bits, with `rows` lines a strip, whose strips are the bytes
+    that `strip_bytes` gives in turn."""
+    width, height = size
+    count = (height + rows - 1) // rows
+    sizes = [width * min(rows, height - rows * i) for i in range(count)]
+    offsets = [8 + offset for offset in itertools.accumulate([0, *sizes])]
+    directory = offsets.pop()
+    values = directory + 2 + 9 * 12 + 4
+    longs, one_long, one_short = 4, (4, 1), (3, 1)
+    entries = ((256, *one_long, width), (257, *one_long, height), (258, *one_short, 8),
+               (259, *one_short, 1), (262, *one_short, 1), (273, longs, count, values),
+               (277, *one_short, 1), (278, *one_long, rows),
+               (279, longs, count, values + longs * count))
+    with open(path, "wb") as file:
+        file.write(struct.pack("<2sHI", b"II", 42, directory))
+        for wanted in sizes:
+            file.write(next(strip_bytes)[:wanted])
+        file.write(struct.pack("<H", len(entries)))
+        for entry in entries:
+            file.write(struct.pack("<HHII", *entry))
+        file.write(struct.pack(f"<I{count}I{count}I", 0, *offsets, *sizes))
 
 
 class Pictures:
@@ -146,6 +172,30 @@ class Pictures:
         with open(path, "wb") as file:
             subprocess.run(["ppmtobmp", "-quiet", "-windows", "-bpp", "24", self.photo],
                            stdout=file, check=True)
+        return path
+
+    @functools.cached_property
+    def scan_size(self):
+        """20000 x 20000 beside 24 megapixels, and in proportion."""
+        return self.width * 10 // 3, self.height * 5
+
+    @functools.cached_property
+    def scan(self):
+        path = self.path("scan.tif")
+        lines = random.Random(1).randbytes(self.scan_size[0] * 67)
+        begins = itertools.count(0, self.scan_size[0] // 7)
+        strips = (lines[i % (3 * self.scan_size[0]):] for i in begins)
+        write_tiff(path, self.scan_size, 64, strips)
+        return path
+
+    strips = 100000
+    strip_width = 100
+
+    @functools.cached_property
+    def many_strips(self):
+        path = self.path("strips.tif")
+        write_tiff(path, (self.strip_width, self.strips), 1,
+                   itertools.repeat(bytes(range(self.strip_width))))
         return path
 
     @functools.cached_property

@@ -11,6 +11,8 @@ namespace nuv {
 // What a PackBits coder has to say.
 class QDPackBitsBase {
 public:
+    static constexpr std::size_t longest_run = 128; // bytes
+
     static constexpr std::int32_t good = 1;
     static constexpr std::int32_t no_line = -1;        // null in place of a line
     static constexpr std::int32_t data_ended = -2;     // inside a line
@@ -38,8 +40,6 @@ public:
     [[nodiscard]] bool decode_line(std::uint8_t* line);
 
 private:
-    static constexpr std::size_t longest_run = 128;
-
     void decode_inside(std::uint8_t*& to, std::size_t& room);
     [[nodiscard]] bool decode_run(std::uint8_t*& to, std::size_t& room);
     [[nodiscard]] bool fail(std::int32_t status) noexcept;

@@ -9,6 +9,7 @@ namespace {
 // Most runs are short or as long as they can be: they go in one piece, and all of what is left of
 // the longest behind it. What is written behind a run is made anew by the next one.
 constexpr std::size_t piece = 32;
+constexpr std::size_t longest_run = QDPackBitsBase::longest_run;
 
 constexpr unsigned no_operation = 128;
 
@@ -19,6 +20,30 @@ constexpr std::size_t run_length(unsigned control) noexcept
     return control < no_operation ? control + 1 : 257 - control;
 }
 
+// `count` bytes of which `longest_run` can be read; where there is room for as many, more of them
+// may be written.
+void copy(std::uint8_t* to, const std::uint8_t* from, std::size_t count, std::size_t room) noexcept
+{
+    if (room < longest_run) {
+        std::memcpy(to, from, count);
+        return;
+    }
+    std::memcpy(to, from, piece);
+    if (count > piece)
+        std::memcpy(to + piece, from + piece, longest_run - piece);
+}
+
+void fill(std::uint8_t* to, std::uint8_t value, std::size_t count, std::size_t room) noexcept
+{
+    if (room < longest_run) {
+        std::memset(to, value, count);
+        return;
+    }
+    std::memset(to, value, piece);
+    if (count > piece)
+        std::memset(to + piece, value, longest_run - piece);
+}
+
 } // namespace
 
 bool QDPackBitsDecoder::fail(std::int32_t status) noexcept
@@ -27,39 +52,33 @@ bool QDPackBitsDecoder::fail(std::int32_t status) noexcept
     return false;
 }
 
-// Runs as long as any run would end both before the line does and before the input at hand.
+// Runs that end inside the line, as long as the input at hand has the longest.
 void QDPackBitsDecoder::decode_inside(std::uint8_t*& to, std::size_t& room)
 {
-    const auto left = input_.left();
-    const std::uint8_t* from = left.data();
-    std::size_t coded = left.size();
+    const std::uint8_t* const begin = input_.left().data();
+    const std::uint8_t* const end = begin + input_.left().size();
+    const std::uint8_t* from = begin;
     std::uint8_t* out = to;
-    while (room >= longest_run && coded > longest_run) {
+    std::size_t left = room;
+    while (left > 0 && static_cast<std::size_t>(end - from) > longest_run) {
         const unsigned control = *from;
-        const std::size_t count = run_length(control);
+        const std::size_t count = control == no_operation ? 0 : run_length(control);
+        if (count > left)
+            break;
+        ++from;
         if (control < no_operation) {
-            std::memcpy(out, from + 1, piece);
-            if (count > piece)
-                std::memcpy(out + piece, from + 1 + piece, longest_run - piece);
-            from += 1 + count;
-            coded -= 1 + count;
+            copy(out, from, count, left);
+            from += count;
         } else if (control > no_operation) {
-            const std::uint8_t value = from[1];
-            std::memset(out, value, piece);
-            if (count > piece)
-                std::memset(out + piece, value, longest_run - piece);
-            from += 2;
-            coded -= 2;
-        } else {
+            fill(out, *from, count, left);
             ++from;
-            --coded;
-            continue;
         }
         out += count;
-        room -= count;
+        left -= count;
     }
-    input_.skip(left.size() - coded);
+    input_.skip(static_cast<std::size_t>(from - begin));
     to = out;
+    room = left;
 }
 
 // One run, of which what is too much for the line stays.
