@@ -4,7 +4,7 @@
 #include "tests/support/nuv_model_codecs.h"
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
 #include <limits>
 #include <set>
 
@@ -122,27 +122,23 @@ int read_directory(TIFFFile& file, std::uint64_t at, std::uint32_t pages)
 std::uint64_t element(const TIFFFile& file, const TIFFEntry& entry, std::uint64_t index,
                       std::uint64_t mask)
 {
-    const unsigned size = element_sizes[entry.type];
-    const std::uint64_t at = entry.value + index * size;
-    std::uint64_t number = file.number(at, size);
-    if (entry.type == 5 || entry.type == 10) {
-        const std::uint64_t above = file.number(at, 4);
-        const std::uint64_t below = file.number(at + 4, 4);
-        if (mask == 0)
-            return above << 32 | below;
-        const auto signed_of = [&](std::uint64_t word) {
-            return entry.type == 5 ? static_cast<std::int64_t>(word)
-                                   : static_cast<std::int32_t>(word);
-        };
-        number = static_cast<std::uint64_t>(below == 0 ? 0 : signed_of(above) / signed_of(below));
-    } else if (entry.type == 12) {
-        double value = 0;
-        std::memcpy(&value, &number, sizeof value);
-        number = !(value > 0) ? 0
-                              : static_cast<std::uint64_t>(std::min(
-                                    value, static_cast<double>(mask == 0 ? absent : mask)));
+    const std::uint64_t at = entry.value + index * element_sizes[entry.type];
+    const bool rational = entry.type == 5 || entry.type == 10;
+    auto above =
+        static_cast<std::int64_t>(file.number(at, rational ? 4 : element_sizes[entry.type]));
+    auto below = static_cast<std::int64_t>(rational ? file.number(at + 4, 4) : 1);
+    if (entry.type == 12) {
+        const auto most = static_cast<double>(mask == 0 ? absent : mask);
+        const auto value = std::bit_cast<double>(above);
+        above = value > 0 ? static_cast<std::int64_t>(std::min(value, most)) : 0;
     }
-    return mask == 0 ? (number & absent) << 32 | 1 : number & mask;
+    if (mask == 0)
+        return static_cast<std::uint64_t>(above) << 32 | static_cast<std::uint64_t>(below);
+    if (entry.type == 10) {
+        above = static_cast<std::int32_t>(above);
+        below = static_cast<std::int32_t>(below);
+    }
+    return below == 0 ? 0 : static_cast<std::uint64_t>(above / below) & mask;
 }
 
 void read_attributes(TIFFFile& file)
@@ -356,13 +352,6 @@ void load(TIFFFile& file, std::uint64_t at, std::uint32_t page)
         describe(file);
 }
 
-bool is_valid(const TIFFFile& file)
-{
-    if (file.has_palette)
-        return file.channels == 1 && !file.palette.empty() && any_of(file.bits, 1, 2, 4, 8, 16);
-    return any_of(file.bits, 1, 2, 4, 8, 16, 32) && file.channels > 0;
-}
-
 void warn_of_reader(const TIFFFile& file, Status& status, const std::string& reader)
 {
     if (file[planar_configuration] == 2 && file[samples_per_pixel] == 1)
@@ -489,7 +478,10 @@ TIFFPicture read_tiff(const TIFFFile& file)
     };
     if (is_error(file.status.code))
         return picture; // nothing is built on an error
-    if (!is_valid(file))
+    const bool valid = file.has_palette
+                           ? file.channels == 1 && !file.palette.empty() && file.bits < 32
+                           : file.channels > 0;
+    if (!valid || !any_of(file.bits, 1, 2, 4, 8, 16, 32))
         return refuse(NUV_ERR_ARGUMENT, "NUV_ReadTIFF::check()");
     warn_of_reader(file, picture.status, "NUV_ReadTIFF");
     if (!is_readable(file))

@@ -1,10 +1,13 @@
 #include "core/align/nuv_aligny.h"
 #include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/flate/nuv_decodeflate.h"
 #include "core/jpeg/nuv_readjpeg.h"
+#include "core/packbits/nuv_decodepackbits.h"
 #include "core/tiff/nuv_convertbits4to8.h"
 #include "core/tiff/nuv_readtiff.h"
 #include "core/tiff/nuv_readtiffcode.h"
 #include "core/tiff/nuv_upsamplechroma.h"
+#include "core/winrle/nuv_decodewinrle.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 #include "tests/support/nuv_model_tiff.h"
 #include "tests/support/nuv_refusals.h"
@@ -212,6 +215,13 @@ TEST(TIFF, HasTheLinesOfItsJPEGStreams)
     }
 }
 
+TEST(TIFF, IsNotMadeOfOtherData)
+{
+    const Read other = read(test_data("jpeg/444.jpg"), read_tiff);
+    EXPECT_EQ(other.code, NUV_ERR_FORMAT);
+    EXPECT_EQ(other.text, "NUV_ReadTIFF::engine()");
+}
+
 // A strip is looked at when the chain is built and read when its lines are wanted.
 TEST(TIFF, EndsAtAJPEGStripThatHasGrownSince)
 {
@@ -316,6 +326,10 @@ TEST(TIFFStages, RefuseWhatTheyDoNotServe)
         {"runs and lines", {both(runs, flat)}, in_runs, no, "NUV_AlignYQDRLEEngine::initiate()"},
         {"no strips", {none}, code, wrong, "NUV_ReadTIFFCode::engine()"},
         {"no file", {none}, image, wrong, "NUV_ReadTIFF::check()"},
+        {"no engine", {none}, appending<NUV_DecodePackBits>(), wrong, "NUV_DecodePackBits::engine()"},
+        {"no engine", {none}, appending<NUV_DecodeWinRLE8>(), wrong, "NUV_DecodeWinRLE::engine()"},
+        {"no engine", {none}, appending<NUV_DecodeWinRLE4>(), wrong, "NUV_DecodeWinRLE::engine()"},
+        {"no engine", {none}, appending<NUV_DecodeFlate>(), wrong, "NUV_DecodeFlate::engine()"},
         {"signed", coded[0], decode, no, "NUV_DecodePackBitsEngine::initiate()"},
         {"no palette", coded[1], decode, no, "NUV_DecodeWinRLEEngine::initiate()"},
         {"no palette", coded[2], decode, no, "NUV_DecodeWinRLEEngine::initiate()"},
