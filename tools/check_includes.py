@@ -13,13 +13,14 @@ The rules, which docs/style.md explains:
     there is no cycle.
   - wrapper includes all of them. Nobody includes wrapper, but for its own tests, and for benchmarks
     and fuzzers, which may use its public header.
+  - api, the plain interface, includes all but wrapper, and nobody includes it but its own tests.
   - A header in a folder of a module is private: it is included by its own module, by the tests of
     that module, by tests/forms, which compares the kernels of all modules, and by benchmarks and
     fuzzers, which measure and attack what nobody else sees.
   - A module of several rooms has an order among them (ROOM_RANK); a room includes its own headers
     and those of rooms further left, and never a neighbour of the same rank.
-  - Tools and examples are users of the library: they include <nuv/nuv_wrapper.h> and their own
-    files.
+  - Tools and examples are users of the library: they include its public headers, <nuv/...>, and
+    their own files.
 """
 
 import re
@@ -28,8 +29,8 @@ from pathlib import Path
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 SOURCES = {".h", ".cpp", ".inc"}
-TOP_FOLDERS = ("framework", "core", "extension", "wrapper", "tests", "fuzz", "benchmarks", "tools",
-               "examples")
+TOP_FOLDERS = ("framework", "core", "extension", "wrapper", "api", "tests", "fuzz", "benchmarks",
+               "tools", "examples")
 FRAMEWORK_RANK = {"base": 0, "containers": 1, "utility": 1, "io": 2, "buffer": 2, "engine": 3,
                   "manager": 4}
 ALLOWED_TOPS = {
@@ -37,6 +38,7 @@ ALLOWED_TOPS = {
     "core": {"framework", "core"},
     "extension": {"framework", "core", "extension"},
     "wrapper": {"framework", "core", "extension", "wrapper"},
+    "api": {"framework", "core", "extension", "api"},
     "tests": {"framework", "core", "extension", "tests"},
     "fuzz": {"framework", "core", "extension", "tests", "fuzz"},
     "benchmarks": {"framework", "core", "extension", "tests", "benchmarks"},
@@ -86,7 +88,7 @@ def may_see_private(path, module):
 def offence(path, target):
     """What is wrong with `path` including `target`, both from the root; None when nothing is."""
     top, target_top = path.split("/")[0], target.split("/")[0]
-    if path.startswith("tests/wrapper/") and target_top == "wrapper":
+    if target_top in ("wrapper", "api") and path.startswith(f"tests/{target_top}/"):
         return None
     if top in ("benchmarks", "fuzz") and target == PUBLIC_HEADER:
         return None

@@ -4,6 +4,7 @@
 #include <limits>
 #include <span>
 #include <type_traits>
+#include <utility>
 
 namespace nuv {
 
@@ -32,6 +33,12 @@ public:
         source_ = source;
         items_ = {static_cast<T*>(memory), count};
         return true;
+    }
+
+    void swap(NUV_Memory& other) noexcept
+    {
+        std::swap(source_, other.source_);
+        std::swap(items_, other.items_);
     }
 
     void free() noexcept

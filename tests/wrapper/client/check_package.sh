@@ -20,10 +20,10 @@ mv "$work/first" "$prefix"
 shopt -s globstar nullglob
 pkgconfig=("$prefix"/lib*/**/pkgconfig)
 libraries=("$prefix"/lib*/**/libnuv.{so,a})
-headers=("$prefix"/include/**/*.h)
+headers=("$prefix"/include/**/*.h*)
 pages=("$prefix"/share/man/man1/nuv.1)
-if [[ ${#headers[@]} -ne 1 || ${headers[0]} != "$prefix/include/nuv/nuv_wrapper.h" ]]; then
-    echo "the one header should be include/nuv/nuv_wrapper.h, found: ${headers[*]}" >&2
+if [[ ${headers[*]#"$prefix/include/nuv/"} != "nuv.h nuv_wrapper.h" ]]; then
+    echo "the headers should be nuv.h and nuv_wrapper.h, found: ${headers[*]}" >&2
     exit 1
 fi
 if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 || ${#pages[@]} -ne 1 ]]; then
@@ -52,6 +52,21 @@ read -r -a package < <(pkg-config --cflags --libs "${static[@]}" nuv)
 "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "$client/client.cpp" \
     "${package[@]}" -o "$work/client"
 LD_LIBRARY_PATH=$(dirname "${libraries[0]}") "$work/client"
+
+echo "== the plain interface, from every language that it speaks"
+for language in c99 c11 c++11 c++20; do
+    "$compiler" -x "${language%%[0-9]*}" -std="$language" -pedantic-errors -Wall -Wextra -Werror \
+        -I"$prefix/include" -fsyntax-only "$source/examples/thumbnail.c"
+done
+read -r -a package < <(pkg-config --cflags --libs "${static[@]}" nuvc)
+"$compiler" -x c -std=c99 "${flags[@]}" "$source/examples/thumbnail.c" -x none "${package[@]}" \
+    -o "$work/thumbnail"
+for run in "$work/thumbnail" "$work/found/thumbnail"; do
+    LD_LIBRARY_PATH=$(dirname "${libraries[0]}") "$run" "$source/tests/data/pnm/colour.ppm" \
+        "$work/thumbnail.jpg"
+    [[ -s $work/thumbnail.jpg ]]
+    rm "$work/thumbnail.jpg"
+done
 
 if [[ -x $prefix/bin/nuv ]]; then
     echo "== the installed tool finds the installed library"

@@ -1,0 +1,338 @@
+#include "core/channel/nuv_mergechannel.h"
+#include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/jpeg/nuv_jpeginfo.h"
+#include "core/storage/nuv_readstorage.h"
+#include "core/tiff/nuv_tiffinfo.h"
+#include "extension/readrasterex/nuv_readrasterex.h"
+#include "framework/base/nuv_failure.h"
+#include "framework/containers/nuv_vector.h"
+#include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_fileinputstorage.h"
+#include "framework/io/nuv_streamposition.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "api/source/nuv_codes.h"
+#include "api/source/nuv_job.h"
+#include "api/source/nuv_records.h"
+
+namespace {
+
+using nuv::fail;
+using nuv::NUV_Cause;
+using nuv::NUV_Diagnosis;
+using nuv::NUV_Header;
+using nuv::NUV_Held;
+using nuv::NUV_Manager;
+
+template <std::size_t Size>
+void put_text(char (&to)[Size], std::string_view text) noexcept
+{
+    const std::size_t bytes = std::min(text.size(), Size - 1);
+    std::copy_n(text.data(), bytes, to);
+    to[bytes] = '\0';
+}
+
+void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
+{
+    if (jpeg.is_lossless())
+        put_text(told.coding, "lossless");
+    else
+        put_text(told.coding, jpeg.is_progressive() ? "progressive" : "sequential");
+    if (jpeg.color_type() == nuv::NUV_ColorType::ycbcr)
+        told.sampling = nuv::sampling_code_of(jpeg.sampling());
+}
+
+[[nodiscard]] nuv_source source_of(const nuv_job& job)
+{
+    nuv_source told{};
+    const NUV_Header& header = job.info ? *job.info : job.header();
+    told.width = header.width();
+    told.height = header.height();
+    told.channels = header.channels();
+    told.bits = header.bits();
+    told.color = nuv::color_code_of(header.color_type());
+    put_text(told.kind, job.info ? job.info->format_name() : "samples");
+    put_text(told.coding, header.encode_type()->key());
+    if (!job.info)
+        return told;
+    const nuv::NUV_ResolutionInfo& resolution = job.info->resolution();
+    if (resolution.x > 0 && resolution.y > 0) {
+        told.x_resolution = resolution.x;
+        told.y_resolution = resolution.y;
+        told.resolution_unit = static_cast<std::int32_t>(resolution.unit);
+    }
+    if (const auto* jpeg = dynamic_cast<const nuv::NUV_JPEGInfo*>(job.info.get()))
+        tell_jpeg(told, *jpeg);
+    if (const auto* tiff = dynamic_cast<const nuv::NUV_TIFFInfo*>(job.info.get())) {
+        const auto orientation = static_cast<std::int32_t>(tiff->orientation);
+        told.orientation = orientation >= 1 && orientation <= 8 ? orientation : 0;
+    }
+    return told;
+}
+
+// Finds out what the source of the job is, and puts its reader at the head of the chain.
+void read_source(nuv_job& job)
+{
+    NUV_Manager& manager = *job.manager;
+    if (!job.source) {
+        job.take_failure();
+        return;
+    }
+    // Before any reader takes memory on the word of a header.
+    job.info.reset(nuv::NUV_ReadRasterEx(manager).format_info(job.source.get(), job.page));
+    if (!job.info) {
+        job.take_failure();
+        return;
+    }
+    job.source_lines = job.info->height();
+    if (!job.allows_size(job.info->width(), job.info->height()))
+        return;
+    job.source->to_begin();
+    nuv::NUV_Engine* reader = nuv::NUV_ReadRasterEx(manager).engine(job.source.get(), job.page);
+    if (reader)
+        reader = nuv::NUV_DecodeToRaw(manager).engine(reader);
+    if (!reader) {
+        job.take_failure();
+        return;
+    }
+    job.last = reader;
+    job.is_source_alone = true;
+    job.facts = source_of(job);
+    job.stage = JobStage::opened;
+    static_cast<void>(job.allows_size(job.header().width(), job.header().height()));
+}
+
+[[nodiscard]] bool is_countable(nuv_job& job, std::size_t bytes)
+{
+    if (bytes == 0)
+        job.refuse(NUV_UNKNOWN_KIND, "The source is empty.");
+    else if (bytes > static_cast<std::size_t>(nuv::last_stream_position))
+        job.refuse(NUV_LIMIT, "The source has %zu bytes, which is more than can be counted.",
+                   bytes);
+    return job.status == NUV_OK;
+}
+
+void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
+{
+    if (!is_countable(job, bytes))
+        return;
+    job.source = nuv::make_initiated<nuv::NUV_ByteArrayInputStorage>(
+        *job.manager, data, static_cast<std::int32_t>(bytes));
+    read_source(job);
+}
+
+// All that the function gives. False after a failure.
+[[nodiscard]] bool read_to_end(nuv_job& job, nuv_read read, void* user, std::size_t& filled)
+{
+    constexpr std::size_t first_bytes = 65536;
+
+    while (filled <= static_cast<std::size_t>(nuv::last_stream_position)) {
+        if (filled == job.stream.size()) {
+            nuv::NUV_Scratch<std::uint8_t> larger;
+            if (!larger.allocate(*job.manager, std::max(first_bytes, filled + filled / 2))) {
+                job.take_failure();
+                return false;
+            }
+            std::copy_n(job.stream.data(), filled, larger.data());
+            job.stream.swap(larger);
+        }
+        const std::size_t room = job.stream.size() - filled;
+        const std::ptrdiff_t got = read(user, job.stream.data() + filled, room);
+        if (got == 0)
+            return true;
+        if (got < 0 || static_cast<std::size_t>(got) > room) {
+            job.refuse(NUV_IO, "The source cannot be read: the function that gives it failed.");
+            return false;
+        }
+        filled += static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+// What the caller's samples are; nothing for what no picture of samples can be.
+[[nodiscard]] bool describe(nuv_job& job, const nuv_picture* is, NUV_Header& header,
+                            const char* name)
+{
+    const nuv::NUV_ColorType* const color =
+        nuv::is_record(is) ? nuv::color_tag_of(is->color) : nullptr;
+    const bool known = color && is->type == NUV_UNSIGNED && is->palette_entries == 0 &&
+                       (is->bits == 1 || is->bits == 8 || is->bits == 16);
+    if (known) {
+        header.width(is->width);
+        header.height(is->height);
+        header.channels(is->channels);
+        header.bits(is->bits);
+        header.color_type(color);
+    }
+    if (!known || !header.is_valid()) {
+        job.refuse(NUV_BAD_CALL, "%s(): the record describes no samples that can be read.", name);
+        return false;
+    }
+    job.source_lines = is->height;
+    if (!job.allows_size(is->width, is->height))
+        return false;
+    if (header.checked_plane_bytes())
+        return true;
+    job.refuse(NUV_LIMIT, "%s(): the picture has more bytes than can be counted.", name);
+    return false;
+}
+
+// One picture, or one plane of it, from the caller's memory. Null after a failure.
+[[nodiscard]] nuv::NUV_Engine* read_samples(nuv_job& job, const void* data, std::size_t stride,
+                                            const NUV_Header& header, const char* name)
+{
+    const std::size_t line = header.line_bytes();
+    const std::size_t step = stride == 0 ? line : stride;
+    if (step < line) {
+        job.refuse(NUV_BAD_CALL, "%s(): lines of %zu bytes do not go into a stride of %zu.", name,
+                   line, stride);
+        return nullptr;
+    }
+    constexpr auto most = static_cast<std::size_t>(nuv::last_stream_position);
+    const std::size_t gaps = header.height() - 1;
+    if (gaps != 0 && step > (most - line) / gaps) {
+        job.refuse(NUV_LIMIT, "%s(): the picture has more bytes than can be counted.", name);
+        return nullptr;
+    }
+    // Our hold on the storage ends here; the engine has its own.
+    const auto storage = nuv::make_initiated<nuv::NUV_ByteArrayInputStorage>(
+        *job.manager, static_cast<const std::uint8_t*>(data),
+        static_cast<std::int32_t>(gaps * step + line));
+    constexpr std::int32_t host_order = 1;
+    nuv::NUV_Engine* reader = storage
+                                  ? nuv::NUV_ReadStorage(*job.manager)
+                                        .engine(storage.get(), &header, 0,
+                                                static_cast<std::int32_t>(step - line), host_order)
+                                  : nullptr;
+    if (!reader)
+        job.take_failure();
+    return reader;
+}
+
+void begin_with(nuv_job& job, nuv::NUV_Engine* reader)
+{
+    if (!reader)
+        return;
+    job.last = reader;
+    job.facts = source_of(job);
+    job.stage = JobStage::opened;
+}
+
+} // namespace
+
+nuv_status nuv_page(nuv_job* job, uint32_t page)
+{
+    return nuv::guarded(job, [page](nuv_job& it) {
+        if (it.must_be(JobStage::fresh, "nuv_page"))
+            it.page = page;
+    });
+}
+
+nuv_status nuv_open_file(nuv_job* job, const char* path)
+{
+    return nuv::guarded(job, [path](nuv_job& it) {
+        if (!it.must_be(JobStage::fresh, "nuv_open_file"))
+            return;
+        if (!path) {
+            it.refuse(NUV_BAD_CALL, "nuv_open_file(): there is no path.");
+            return;
+        }
+        it.source = nuv::make_initiated<nuv::NUV_FileInputStorage>(*it.manager, path);
+        read_source(it);
+    });
+}
+
+nuv_status nuv_open_memory(nuv_job* job, const void* data, size_t bytes)
+{
+    return nuv::guarded(job, [data, bytes](nuv_job& it) {
+        if (!it.must_be(JobStage::fresh, "nuv_open_memory"))
+            return;
+        if (!data)
+            it.refuse(NUV_BAD_CALL, "nuv_open_memory(): there is no data.");
+        else
+            open_bytes(it, static_cast<const std::uint8_t*>(data), bytes);
+    });
+}
+
+nuv_status nuv_open_stream(nuv_job* job, nuv_read read, void* user)
+{
+    return nuv::guarded(job, [read, user](nuv_job& it) {
+        if (!it.must_be(JobStage::fresh, "nuv_open_stream"))
+            return;
+        std::size_t bytes = 0;
+        if (!read)
+            it.refuse(NUV_BAD_CALL, "nuv_open_stream(): there is no function.");
+        else if (read_to_end(it, read, user, bytes))
+            open_bytes(it, it.stream.data(), bytes);
+    });
+}
+
+nuv_status nuv_open_samples(nuv_job* job, const void* data, size_t stride, const nuv_picture* is)
+{
+    constexpr auto name = "nuv_open_samples";
+
+    return nuv::guarded(job, [=](nuv_job& it) {
+        NUV_Header header(*it.manager);
+        if (!it.must_be(JobStage::fresh, name) || !describe(it, is, header, name))
+            return;
+        if (!data)
+            it.refuse(NUV_BAD_CALL, "%s(): there is no data.", name);
+        else
+            begin_with(it, read_samples(it, data, stride, header, name));
+    });
+}
+
+nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size_t stride,
+                           const nuv_picture* is)
+{
+    constexpr auto name = "nuv_open_planes";
+
+    return nuv::guarded(job, [=](nuv_job& it) {
+        NUV_Header header(*it.manager);
+        if (!it.must_be(JobStage::fresh, name) || !describe(it, is, header, name))
+            return;
+        if (!planes || std::find(planes, planes + is->channels, nullptr) != planes + is->channels) {
+            it.refuse(NUV_BAD_CALL, "%s(): a plane is missing.", name);
+            return;
+        }
+        const nuv::NUV_ColorType* const color = header.color_type();
+        header.channels(1);
+        header.color_type(nuv::NUV_ColorType::unknown);
+        nuv::NUV_Vector<nuv::NUV_Engine*> readers(*it.manager);
+        for (std::uint16_t i = 0; i < is->channels; ++i) {
+            nuv::NUV_Engine* reader = read_samples(it, planes[i], stride, header, name);
+            if (!reader)
+                return;
+            if (!readers.push_back(reader)) {
+                it.take_failure();
+                return;
+            }
+        }
+        it.last = readers[0]; // which a refusal describes
+        if (it.append(name, nuv::NUV_MergeChannel(*it.manager).engine(readers.items(), color)))
+            begin_with(it, it.last);
+    });
+}
+
+nuv_status nuv_look(nuv_job* job, nuv_picture* out)
+{
+    return nuv::guarded(job, [out](nuv_job& it) {
+        if (it.stage != JobStage::formed && !it.must_be(JobStage::opened, "nuv_look"))
+            return;
+        if (!nuv::hand_out(nuv::picture_of(it.header()), out))
+            it.refuse(NUV_BAD_CALL, "nuv_look(): the record has no size that one can have.");
+    });
+}
+
+nuv_status nuv_source_info(nuv_job* job, nuv_source* out)
+{
+    return nuv::guarded(job, [out](nuv_job& it) {
+        if (it.stage == JobStage::fresh)
+            static_cast<void>(it.must_be(JobStage::opened, "nuv_source_info"));
+        else if (!nuv::hand_out(it.facts, out))
+            it.refuse(NUV_BAD_CALL, "nuv_source_info(): the record has no size that one can have.");
+    });
+}

@@ -1,0 +1,385 @@
+// Jobs from their sources to their results, and what they say when they fail.
+
+#include "tests/api/nuv_apijob.h"
+#include "tests/support/nuv_testsamples.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <sys/stat.h>
+#include <thread>
+
+namespace nuv {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t width = 61;
+constexpr std::uint32_t height = 40;
+const ApiBytes samples = random_samples<std::uint8_t>(std::size_t{3} * width * height, 1);
+const nuv_picture picture = api_picture(width, height, 3, NUV_RGB);
+
+nuv_status open_rgb(nuv_job* job)
+{
+    return nuv_open_samples(job, samples.data(), 0, &picture);
+}
+
+nuv_status nothing(nuv_job*)
+{
+    return NUV_OK;
+}
+
+nuv_status as_jpeg(nuv_job* job)
+{
+    return nuv_as_jpeg(job, -1, NUV_SAMPLING_DEFAULT);
+}
+
+ApiCall open_bytes(const ApiBytes& stored)
+{
+    return [&stored](nuv_job* job) { return nuv_open_memory(job, stored.data(), stored.size()); };
+}
+
+// A folder of its own, gone at the end.
+class Folder {
+public:
+    Folder() : path_(fs::temp_directory_path() / "nuv_api_test_XXXXXX")
+    {
+        std::string name = path_.string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        path_ = name;
+    }
+    ~Folder() { fs::remove_all(path_); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    [[nodiscard]] std::string file(const char* name) const { return (path_ / name).string(); }
+    [[nodiscard]] std::size_t count() const
+    {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(path_), {}));
+    }
+
+private:
+    fs::path path_;
+};
+
+TEST(ApiJob, TakesEverySourceAndGivesToEveryDestination)
+{
+    const ApiBytes jpeg = api_read(api_fixture("jpeg/420.jpg"));
+    const ApiBytes all = api_made(open_bytes(jpeg), nothing, as_jpeg);
+    const ApiBytes raw = api_made(open_bytes(jpeg), nothing);
+    const Folder folder;
+    const std::string path = folder.file("a.jpg");
+    std::ofstream(path) << "something else";
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+
+    const ApiJob to_file(nuv_new(nullptr));
+    nuv_open_file(to_file.get(), api_fixture("jpeg/420.jpg").c_str());
+    as_jpeg(to_file.get());
+    EXPECT_EQ(nuv_run_to_file(to_file.get(), path.c_str(), nullptr, nullptr), NUV_OK);
+    EXPECT_EQ(api_read(path), all);
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(folder.count(), 1u);
+
+    struct Stream {
+        const ApiBytes& from;
+        std::size_t at = 0;
+        ApiBytes to;
+    } stream{jpeg, 0, {}};
+    const ApiJob through(nuv_new(nullptr));
+    nuv_open_stream(
+        through.get(),
+        [](void* user, void* into, size_t bytes) -> ptrdiff_t {
+            auto& it = *static_cast<Stream*>(user);
+            const std::size_t got = std::min({bytes, it.from.size() - it.at, std::size_t{777}});
+            std::memcpy(into, it.from.data() + it.at, got);
+            it.at += got;
+            return static_cast<ptrdiff_t>(got);
+        },
+        &stream);
+    as_jpeg(through.get());
+    const auto append = [](void* user, const void* from, size_t bytes) {
+        const auto* data = static_cast<const std::uint8_t*>(from);
+        auto& to = static_cast<Stream*>(user)->to;
+        to.insert(to.end(), data, data + bytes);
+        return 0;
+    };
+    EXPECT_EQ(nuv_run_to_stream(through.get(), append, nullptr, &stream), NUV_OK);
+    EXPECT_EQ(stream.to, all);
+
+    const ApiJob pulled(nuv_new(nullptr));
+    nuv_open_memory(pulled.get(), jpeg.data(), jpeg.size());
+    nuv_picture is = picture;
+    nuv_look(pulled.get(), &is);
+    const std::size_t line = std::size_t{is.width} * is.channels;
+    ApiBytes lines(raw.size());
+    std::uint32_t got = 0;
+    for (std::uint32_t at = 0; at < is.height; at += got)
+        ASSERT_EQ(nuv_read_lines(pulled.get(), &lines[at * line], 0, 7, &got), NUV_OK);
+    EXPECT_EQ(nuv_read_lines(pulled.get(), lines.data(), 0, 7, &got), NUV_OK);
+    EXPECT_EQ(got, 0u);
+    EXPECT_EQ(lines, raw);
+}
+
+TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
+{
+    const std::size_t line = 3 * width;
+    ApiBytes spread(line * 2 * height);
+    for (std::size_t y = 0; y < height; ++y)
+        std::copy_n(&samples[y * line], line, &spread[y * line * 2]);
+    const auto open = [&](nuv_job* job) {
+        return nuv_open_samples(job, spread.data(), line * 2, &picture);
+    };
+    EXPECT_EQ(api_made(open, nothing), samples);
+    const ApiBytes planes =
+        api_made(open_rgb, nothing, [](nuv_job* j) { return nuv_as_samples(j, 1); });
+    ASSERT_EQ(planes.size(), samples.size());
+    const std::size_t plane = samples.size() / 3;
+    const void* const parts[] = {&planes[0], &planes[plane], &planes[2 * plane]};
+    EXPECT_NE(planes, samples);
+    EXPECT_EQ(
+        api_made([&](nuv_job* job) { return nuv_open_planes(job, parts, 0, &picture); }, nothing),
+        samples);
+}
+
+TEST(ApiJob, FormsTakeWhatTheyCannotSayAsWhatItMeans)
+{
+    // A white page with one black pixel at its end.
+    const ApiBytes page = {0, 0, 0, 1};
+    const nuv_picture is = api_picture(8, 4, 1, NUV_GRAY_REVERSE, 1);
+    const auto open = [&](nuv_job* job) { return nuv_open_samples(job, page.data(), 0, &is); };
+    const ApiBytes stored = api_made(open, nothing, as_jpeg);
+    const ApiBytes gray = api_made(open_bytes(stored), nothing);
+    ASSERT_EQ(gray.size(), 32u);
+    EXPECT_GT(gray[0], 230);
+    EXPECT_LT(gray[31], 25);
+    EXPECT_EQ(api_made(open, nothing, nuv_as_anymap),
+              (ApiBytes{'P', '4', '\n', '8', ' ', '4', '\n', 0, 0, 0, 1}));
+
+    const ApiBytes cmyk(4, 0);
+    const nuv_picture ink = api_picture(1, 1, 4, NUV_CMYK);
+    const ApiBytes pixel =
+        api_made([&](nuv_job* job) { return nuv_open_samples(job, cmyk.data(), 0, &ink); }, nothing,
+                 nuv_as_anymap);
+    EXPECT_EQ(std::string(pixel.begin(), pixel.begin() + 11), "P6\n1 1\n255\n");
+    EXPECT_GT(pixel[12], 250);
+
+    // Indices 0 and 1 of a Windows bitmap with red and blue.
+    ApiBytes bitmap = {'B', 'M', 66, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40,
+                       0,   0,   0,  2, 0, 0, 0, 1, 0, 0, 0,  1, 0, 1, 0};
+    bitmap.resize(54);
+    bitmap.insert(bitmap.end(), {0, 0, 255, 0, 255, 0, 0, 0, 0x40, 0, 0, 0});
+    EXPECT_EQ(api_made(open_bytes(bitmap), [](nuv_job* j) { return nuv_recolor(j, NUV_RGB); }),
+              (ApiBytes{255, 0, 0, 0, 0, 255}));
+}
+
+TEST(ApiJob, MendsDamageOrFailsWhenStrict)
+{
+    ApiBytes half = api_made(open_rgb, nothing, as_jpeg);
+    half.resize(half.size() / 2);
+    for (const int strict : {0, 1}) {
+        nuv_limits limits{};
+        limits.size = sizeof(limits);
+        EXPECT_EQ(nuv_default_limits(&limits), NUV_OK);
+        limits.strict = strict;
+        const ApiJob job(nuv_new(&limits));
+        nuv_open_memory(job.get(), half.data(), half.size());
+        EXPECT_EQ(nuv_first_damaged_line(job.get()), -1);
+        as_jpeg(job.get());
+        EXPECT_EQ(nuv_run_to_memory(job.get(), nullptr, nullptr), strict ? NUV_DAMAGED : NUV_OK);
+        EXPECT_GT(nuv_first_damaged_line(job.get()), 0);
+        EXPECT_NE(std::string(nuv_message(job.get())).find("damaged from line"), std::string::npos);
+        EXPECT_EQ(api_result(job).empty(), strict == 1);
+    }
+}
+
+TEST(ApiJob, CanBeCancelledAtEveryLine)
+{
+    const Folder folder;
+    const std::string path = folder.file("a.ppm");
+    for (const auto form : {nuv_as_anymap, +[](nuv_job* job) { return as_jpeg(job); }}) {
+        for (std::uint32_t line = 1; line <= height; ++line) {
+            const ApiJob job(nuv_new(nullptr));
+            open_rgb(job.get());
+            form(job.get());
+            const auto stop = [](void* user, uint32_t done, uint32_t lines) {
+                EXPECT_EQ(lines, height);
+                return static_cast<int>(done == *static_cast<std::uint32_t*>(user));
+            };
+            ASSERT_EQ(nuv_run_to_file(job.get(), path.c_str(), stop, &line), NUV_CANCELLED);
+            ASSERT_EQ(nuv_state(job.get()), NUV_CANCELLED);
+            ASSERT_EQ(folder.count(), 0u);
+        }
+    }
+}
+
+TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
+{
+    struct Case {
+        nuv_status status;
+        const char* message; // a part of it
+        ApiCall call;
+    };
+    const ApiBytes text = {'h', 'e', 'l', 'l', 'o', ',', ' ', 'y', 'o', 'u'};
+    const ApiBytes tiny = {'P', '5'};
+    const ApiBytes wide = {'P', '5', ' ', '2', '0', '0', '0', '0', '0',  '0', '0',
+                           '0', '0', ' ', '1', ' ', '2', '5', '5', '\n', 0};
+    const ApiBytes short_one = {'P', '5', ' ', '1', ' ', '2', ' ', '2', '5', '5', '\n', 0};
+    nuv_picture wrong = picture;
+    wrong.size = 8;
+    const Folder folder;
+    // clang-format off
+    const Case cases[] = {
+        {NUV_IO, "The source cannot be read: No such file or directory.", [](nuv_job* j) { return nuv_open_file(j, "no such file"); }},
+        {NUV_IO, "The source cannot be read: Is a directory.", [](nuv_job* j) { return nuv_open_file(j, "/"); }},
+        {NUV_IO, "The source cannot be read: Illegal seek.", [](nuv_job* j) { return nuv_open_file(j, "/dev/null"); }},
+        {NUV_UNKNOWN_KIND, "no picture of a kind that is known: it starts with 68 65 6c 6c", open_bytes(text)},
+        {NUV_UNKNOWN_KIND, "The source is empty.", [&](nuv_job* j) { return nuv_open_memory(j, text.data(), 0); }},
+        {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide)},
+        {NUV_UNSUPPORTED, "not served: arithmetic coding (DAC), at byte 177.", [](nuv_job* j) { return nuv_open_file(j, api_fixture("jpeg/refused_arithmetic.jpg").c_str()); }},
+        {NUV_DAMAGED, "line 2 of 2 is not there", [&](nuv_job* j) { open_bytes(short_one)(j); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
+        {NUV_BAD_CALL, "nuv_open_samples(): the record", [&](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, &wrong); }},
+        {NUV_BAD_CALL, "into a stride of 5", [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 5, &picture); }},
+        {NUV_BAD_CALL, "nuv_crop(): nothing is open yet.", [](nuv_job* j) { return nuv_crop(j, 0, 0, 1, 1); }},
+        {NUV_BAD_CALL, "nuv_crop(): the arguments do not fit a picture of 61 x 40", [](nuv_job* j) { open_rgb(j); return nuv_crop(j, 61, 0, 1, 1); }},
+        {NUV_BAD_CALL, "a source is open already", [](nuv_job* j) { open_rgb(j); return open_rgb(j); }},
+        {NUV_BAD_CALL, "no form of the result", [](nuv_job* j) { open_rgb(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
+        {NUV_BAD_CALL, "it comes too late", [](nuv_job* j) { open_rgb(j); nuv_as_anymap(j); return nuv_invert(j); }},
+        {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_as_jpeg(j, 101, NUV_SAMPLING_444); }},
+        {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_fit(j, NUV_FINE, 9, 9, 8); }},
+        {NUV_BAD_CALL, "", [&](nuv_job* j) { open_rgb(j); return nuv_look(j, &wrong); }},
+        {NUV_UNSUPPORTED, "nuv_expand_bits() does not serve such a picture: 61 x 40 pixels, 3 x 8 bits", [](nuv_job* j) { open_rgb(j); return nuv_expand_bits(j, 8, 0, 1); }},
+        {NUV_LIMIT, "1048577 x 1 pixels", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 1048577, 1); }},
+        {NUV_LIMIT, "bytes of memory beside", [](nuv_job* j) { open_rgb(j); nuv_scale(j, NUV_NEAREST, 16384, 16384); nuv_rotate(j, 90); nuv_as_samples(j, 0); return nuv_run_to_memory(j, nullptr, nullptr); }},
+        {NUV_UNKNOWN_KIND, "it is too short", open_bytes(tiny)},
+        {NUV_IO, "The result cannot be written: Is a directory.", [&](nuv_job* j) { open_rgb(j); nuv_as_anymap(j); return nuv_run_to_file(j, folder.file("").c_str(), nullptr, nullptr); }},
+        {NUV_IO, "The result cannot be written: No such file", [&](nuv_job* j) { open_rgb(j); nuv_as_anymap(j); return nuv_run_to_file(j, folder.file("x/y").c_str(), nullptr, nullptr); }},
+        {NUV_IO, "The result cannot be written: the function", [](nuv_job* j) { open_rgb(j); as_jpeg(j); return nuv_run_to_stream(j, [](void*, const void*, size_t) { return 1; }, nullptr, nullptr); }},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.message);
+        const ApiJob job(nuv_new(nullptr));
+        EXPECT_EQ(c.call(job.get()), c.status);
+        const std::string message = nuv_message(job.get());
+        EXPECT_NE(message.find(c.message), std::string::npos) << message;
+        EXPECT_EQ(nuv_invert(job.get()), c.status);
+        EXPECT_EQ(nuv_page(job.get(), 1), c.status);
+        EXPECT_EQ(nuv_state(job.get()), c.status);
+        EXPECT_EQ(nuv_message(job.get()), message);
+        EXPECT_EQ(nuv_result(job.get(), nullptr), nullptr);
+    }
+    EXPECT_EQ(folder.count(), 0u);
+}
+
+TEST(ApiJob, RefusesNullsEverywhere)
+{
+    nuv_limits limits{};
+    EXPECT_EQ(nuv_new(&limits), nullptr);
+    EXPECT_EQ(nuv_default_limits(&limits), NUV_BAD_CALL);
+    EXPECT_EQ(nuv_default_limits(nullptr), NUV_BAD_CALL);
+    nuv_free(nullptr);
+    EXPECT_NE(nuv_message(nullptr), nullptr);
+    EXPECT_EQ(nuv_first_damaged_line(nullptr), -1);
+    EXPECT_EQ(nuv_memory_peak(nullptr), 0u);
+    EXPECT_EQ(nuv_result(nullptr, nullptr), nullptr);
+    EXPECT_EQ(nuv_state(nullptr), NUV_BAD_CALL);
+    EXPECT_EQ(nuv_version(), 0x010402u);
+    EXPECT_NE(std::string(nuv_build_info()).find("zlib"), std::string::npos);
+    const auto job_and_null = [](const ApiCall& call) {
+        EXPECT_EQ(call(nullptr), NUV_BAD_CALL);
+        const ApiJob job(nuv_new(nullptr));
+        EXPECT_EQ(call(job.get()), NUV_BAD_CALL);
+    };
+    const auto opened = [&](const ApiCall& call) {
+        job_and_null([&](nuv_job* job) {
+            open_rgb(job);
+            return call(job);
+        });
+    };
+    const auto formed = [&](const ApiCall& call) {
+        opened([&](nuv_job* job) {
+            nuv_as_anymap(job);
+            return call(job);
+        });
+    };
+    // clang-format off
+    job_and_null([](nuv_job* j) { return nuv_open_file(j, nullptr); });
+    job_and_null([](nuv_job* j) { return nuv_open_memory(j, nullptr, 1); });
+    job_and_null([](nuv_job* j) { return nuv_open_stream(j, nullptr, nullptr); });
+    job_and_null([](nuv_job* j) { return nuv_open_samples(j, nullptr, 0, &picture); });
+    job_and_null([](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, nullptr); });
+    job_and_null([](nuv_job* j) { return nuv_open_planes(j, nullptr, 0, &picture); });
+    opened([](nuv_job* j) { return nuv_look(j, nullptr); });
+    opened([](nuv_job* j) { return nuv_source_info(j, nullptr); });
+    opened([](nuv_job* j) { return nuv_pick_channels(j, nullptr, 1, NUV_GRAY); });
+    opened([](nuv_job* j) { return nuv_table(j, nullptr, 256, 1, 8); });
+    opened([](nuv_job* j) { return nuv_color_table(j, nullptr, 3, 3, NUV_RGB); });
+    opened([](nuv_job* j) { return nuv_matrix(j, nullptr, 3, nullptr, NUV_RGB); });
+    opened([](nuv_job* j) { return nuv_read_lines(j, nullptr, 0, 1, nullptr); });
+    formed([](nuv_job* j) { return nuv_run_to_file(j, nullptr, nullptr, nullptr); });
+    formed([](nuv_job* j) { return nuv_run_to_stream(j, nullptr, nullptr, nullptr); });
+    // clang-format on
+}
+
+TEST(ApiJob, TellsWhatTheSourceIs)
+{
+    struct Case {
+        const char* file;
+        const char *kind, *coding;
+        std::int32_t sampling;
+    };
+    const Case cases[] = {
+        {"jpeg/420.jpg", "jfif", "sequential", NUV_SAMPLING_420},
+        {"jpeg/lossless_8.jpg", "jpeg", "lossless", 0},
+        {"pnm/gray.pgm", "pnm", "raw", 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        const ApiJob job(nuv_new(nullptr));
+        nuv_open_file(job.get(), api_fixture(c.file).c_str());
+        nuv_crop(job.get(), 0, 0, 1, 1);
+        nuv_source info{};
+        info.size = sizeof(info);
+        EXPECT_EQ(nuv_source_info(job.get(), &info), NUV_OK) << nuv_message(job.get());
+        EXPECT_STREQ(info.kind, c.kind);
+        EXPECT_STREQ(info.coding, c.coding);
+        EXPECT_EQ(info.sampling, c.sampling);
+        EXPECT_GT(info.width, 1u);
+    }
+}
+
+TEST(ApiJob, FitsFasterFromAReducedPicture)
+{
+    const ApiBytes jpeg = api_made(open_rgb, nothing, as_jpeg);
+    const auto fit = [](unsigned flags) {
+        return [flags](nuv_job* job) { return nuv_fit(job, NUV_AREA, 10, 10, flags); };
+    };
+    const ApiBytes exact = api_made(open_bytes(jpeg), fit(0));
+    const ApiBytes fast = api_made(open_bytes(jpeg), fit(NUV_FAST));
+    EXPECT_EQ(exact.size(), fast.size());
+    EXPECT_NE(exact, fast);
+}
+
+TEST(ApiThreads, JobsWorkSideBySideAsTheyDoAlone)
+{
+    const auto work = [](ApiBytes& to) {
+        const ApiBytes jpeg = api_made(open_rgb, nothing, as_jpeg);
+        to = api_made(open_bytes(jpeg), [](nuv_job* job) {
+            nuv_recolor(job, NUV_RGB);
+            nuv_build_info();
+            return nuv_fit(job, NUV_FINE, 20, 20, 0);
+        });
+    };
+    ApiBytes one;
+    ApiBytes other;
+    std::thread first([&] { work(one); });
+    std::thread second([&] { work(other); });
+    first.join();
+    second.join();
+    EXPECT_FALSE(one.empty());
+    EXPECT_EQ(one, other);
+}
+
+} // namespace
+} // namespace nuv
