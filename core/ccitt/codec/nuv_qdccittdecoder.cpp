@@ -80,7 +80,7 @@ bool QDCCITTDecoder::decode(const Line& line)
         status_.set(Code::data_ended, 0);
         return finish(line);
     }
-    if (is_fast() && bits_.is_near_end() && !join_blocks()) {
+    if (path_ == Path::fast && bits_.is_near_end() && !join_blocks()) {
         status_.set(Code::no_memory, 0);
         return finish(line);
     }
@@ -124,20 +124,19 @@ std::uint32_t QDCCITTDecoder::capacity(const Line& line) const noexcept
     return checked_run_line_bytes(width_).value_or(0) / std::uint32_t{sizeof(std::uint32_t)};
 }
 
-QDCCITTFastLine QDCCITTDecoder::fast_line(const Line& line) const noexcept
+bool QDCCITTDecoder::decode_fast(const Line& line, QDCCITTLineBegin begin,
+                                 QDCCITTLineCoding coding) noexcept
 {
+    if (path_ != Path::fast)
+        return false;
     // Only memory of our own has words to spare behind the terminator.
     constexpr std::uint32_t terminator = 2;
     static_assert(QDCCITTFastLine::spare_words <= QDCCITTRunArray::spare_words);
     const std::uint32_t spare = line.own ? terminator : QDCCITTFastLine::spare_words;
     const std::uint32_t room = capacity(line);
-    return {.words = line.runs.runs(), .most = room > spare ? room - spare : 0};
-}
-
-bool QDCCITTDecoder::accept(const Line& line, const QDCCITTFastLine& fast,
-                            const QDCCITTFastDecoder& decoder) noexcept
-{
-    if (!decoder.store(bits_))
+    QDCCITTFastLine fast = {.words = line.runs.runs(), .most = room > spare ? room - spare : 0};
+    if (!decode_fast_line(bits_, begin, coding, {reference_.words(), reference_count_}, width_,
+                          fast))
         return false;
     line.runs.count(fast.count);
     line.runs.append_terminator();
@@ -192,7 +191,11 @@ QDMHDecoder::QDMHDecoder(DataInStream* stream, std::uint32_t width, std::uint32_
 
 bool QDMHDecoder::decode_line(const Line& line)
 {
-    if (is_fast() && decode_fast(line))
+    using Begin = QDCCITTLineBegin;
+    Begin begin = option_.byte_align ? Begin::on_byte : Begin::here;
+    if (option_.eol_present)
+        begin = is_before_eol() ? Begin::behind_eol : Begin::here;
+    if (decode_fast(line, begin, QDCCITTLineCoding::one_dimensional))
         return true;
     line_decoder_.clear_status();
     if (!option_.eol_present) {
@@ -211,19 +214,6 @@ bool QDMHDecoder::decode_line(const Line& line)
     if (!status_.is_good() && !is_fatal(status_.code()) && !recover())
         return false;
     return finish(line);
-}
-
-bool QDMHDecoder::decode_fast(const Line& line)
-{
-    QDCCITTFastDecoder decoder(bits_);
-    if (!option_.eol_present) {
-        if (option_.byte_align)
-            decoder.align();
-    } else if (is_before_eol() && !decoder.take_eol()) {
-        return false;
-    }
-    QDCCITTFastLine fast = fast_line(line);
-    return decoder.decode_1d(fast, width_) && accept(line, fast, decoder);
 }
 
 // Goes behind a bad line. False when the handler wants no more.
@@ -261,7 +251,8 @@ bool QDMRDecoder::decode_line(const Line& line)
         status_.set(Code::no_memory, 0);
         return finish(line);
     }
-    if (is_fast() && decode_fast(line))
+    const auto begin = is_before_eol() ? QDCCITTLineBegin::behind_eol : QDCCITTLineBegin::here;
+    if (decode_fast(line, begin, QDCCITTLineCoding::tagged))
         return keep_as_reference(line);
     line_decoder_.clear_status();
     if (is_before_eol() && !line_decoder_.check_eol(QDCCITT1DLineDecoder::WithoutEol::search)) {
@@ -303,17 +294,6 @@ QDHuffmanLastCode QDMRDecoder::decode_tagged(const Line& line)
     return line_decoder_2d_.last_code();
 }
 
-bool QDMRDecoder::decode_fast(const Line& line)
-{
-    QDCCITTFastDecoder decoder(bits_);
-    if (is_before_eol() && !decoder.take_eol())
-        return false;
-    QDCCITTFastLine fast = fast_line(line);
-    const bool is_decoded = decoder.take_bit() ? decoder.decode_1d(fast, width_)
-                                               : decoder.decode_2d(fast, fast_reference(), width_);
-    return is_decoded && accept(line, fast, decoder);
-}
-
 QDMMRDecoder::QDMMRDecoder(DataInStream* stream, std::uint32_t width, std::uint32_t height,
                            const QDMMROption* option, QDCCITTAllocator* allocator,
                            ReportHandler* handler)
@@ -328,7 +308,8 @@ bool QDMMRDecoder::decode_line(const Line& line)
         status_.set(Code::no_memory, 0);
         return finish(line);
     }
-    if (is_fast() && decode_fast(line))
+    const auto begin = option_.byte_align ? QDCCITTLineBegin::on_byte : QDCCITTLineBegin::here;
+    if (decode_fast(line, begin, QDCCITTLineCoding::two_dimensional))
         return keep_as_reference(line);
     if (option_.byte_align)
         bits_.align();
@@ -343,15 +324,6 @@ bool QDMMRDecoder::decode_line(const Line& line)
     if (option_.detect_end && status_.code() != Code::no_memory)
         detect_two_eols();
     return finish(line);
-}
-
-bool QDMMRDecoder::decode_fast(const Line& line)
-{
-    QDCCITTFastDecoder decoder(bits_);
-    if (option_.byte_align)
-        decoder.align();
-    QDCCITTFastLine fast = fast_line(line);
-    return decoder.decode_2d(fast, fast_reference(), width_) && accept(line, fast, decoder);
 }
 
 } // namespace nuv

@@ -79,12 +79,9 @@ protected:
     {
         return {line.runs, capacity(line), line.own, width_};
     }
-    // Where the fast path writes.
-    [[nodiscard]] QDCCITTFastLine fast_line(const Line& line) const noexcept;
-    // What it has written is the line, and its status good.
-    [[nodiscard]] bool accept(const Line& line, const QDCCITTFastLine& fast,
-                              const QDCCITTFastDecoder& decoder) noexcept;
-    [[nodiscard]] bool is_fast() const noexcept { return path_ == Path::fast; }
+    // The line by the fast path, in good status; false where it is one for the line decoders.
+    [[nodiscard]] bool decode_fast(const Line& line, QDCCITTLineBegin begin,
+                                   QDCCITTLineCoding coding) noexcept;
 
     // Tells of a status that is not good. False when the page cannot go on.
     [[nodiscard]] bool report();
@@ -106,10 +103,6 @@ protected:
     [[nodiscard]] QDCCITTCPList reference() const noexcept
     {
         return {reference_.words(), reference_count_, width_};
-    }
-    [[nodiscard]] QDCCITTFastReference fast_reference() const noexcept
-    {
-        return {reference_.words(), reference_count_};
     }
 
     std::uint32_t width_;
@@ -145,7 +138,6 @@ public:
 
 private:
     [[nodiscard]] bool decode_line(const Line& line) override;
-    [[nodiscard]] bool decode_fast(const Line& line);
     [[nodiscard]] bool recover();
 
     QDMHOption option_;
@@ -162,7 +154,6 @@ public:
 
 private:
     [[nodiscard]] bool decode_line(const Line& line) override;
-    [[nodiscard]] bool decode_fast(const Line& line);
     [[nodiscard]] QDHuffmanLastCode decode_tagged(const Line& line);
 
     bool detect_end_;
@@ -180,7 +171,6 @@ public:
 
 private:
     [[nodiscard]] bool decode_line(const Line& line) override;
-    [[nodiscard]] bool decode_fast(const Line& line);
 
     QDMMROption option_;
     QDCCITT2DLineDecoder line_decoder_;

@@ -2,13 +2,96 @@
 
 #include "core/ccitt/codec/nuv_qdccittfasttables.h"
 #include "core/ccitt/codec/nuv_qdccittlinedecoder.h"
+#include "framework/utility/nuv_endian.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstring>
 
 namespace nuv {
 namespace {
+
+// The bits of bytes that lie in a row, in so few words that they stay in registers. Behind the
+// bytes come zeros, which begin no code, so that decoding ends before those are used up.
+class QDCCITTFastBits {
+public:
+    // A copy of the last bytes, with the zeros.
+    struct Tail {
+        std::array<std::uint8_t, 32> bytes = {};
+        const std::uint8_t* end = nullptr; // of the bytes; null where reading has not come so far
+    };
+
+    // From a reader on, which stays as it is.
+    QDCCITTFastBits(const QDCCITTBitReader& reader, Tail& tail) noexcept
+        : held_(reader.held()),
+          next_(reader.unread().data()),
+          end_(next_ + reader.unread().size()),
+          tail_(&tail)
+    {}
+
+    [[nodiscard]] std::uint32_t held() const noexcept { return held_.bits; }
+    // Bits in hand, left justified.
+    [[nodiscard]] std::uint64_t head() const noexcept { return held_.accumulator; }
+    void take(std::uint32_t count) noexcept
+    {
+        held_.accumulator <<= count;
+        held_.bits -= count;
+    }
+    // Afterwards 56 bits or more are held.
+    void refill() noexcept
+    {
+        if (end_ - next_ < 8) [[unlikely]] {
+            QDCCITTFastBits copy = *this; // an address would keep this one in memory
+            copy.enter_tail();
+            *this = copy;
+        }
+        // A byte that finds only half a place is read again by the next refill, to the same place.
+        held_.accumulator |= load_be64(next_) >> held_.bits;
+        next_ += (63 - held_.bits) >> 3;
+        held_.bits |= 56;
+    }
+
+    // Takes from the reader what was taken here. False, and nothing is taken, when some of that was
+    // not there.
+    [[nodiscard]] bool store(QDCCITTBitReader& reader) const noexcept;
+
+private:
+    void enter_tail() noexcept;
+
+    QDCCITTBitReader::Held held_;
+    const std::uint8_t* next_;
+    const std::uint8_t* end_;
+    Tail* tail_;
+};
+
+void QDCCITTFastBits::enter_tail() noexcept
+{
+    if (tail_->end) {
+        next_ = end_ - 8;
+        return;
+    }
+    const auto left = static_cast<std::size_t>(end_ - next_);
+    std::copy_n(next_, left, tail_->bytes.data());
+    next_ = tail_->bytes.data();
+    tail_->end = next_ + left;
+    end_ = next_ + tail_->bytes.size();
+}
+
+bool QDCCITTFastBits::store(QDCCITTBitReader& reader) const noexcept
+{
+    const std::ptrdiff_t unread = (tail_->end ? tail_->end : end_) - next_;
+    if (unread >= 0) {
+        reader.leave(held_, static_cast<std::size_t>(unread));
+        return true;
+    }
+    const auto zeros = 8 * static_cast<std::uint32_t>(-unread);
+    if (held_.bits < zeros)
+        return false;
+    reader.leave({.accumulator = held_.accumulator, .bits = held_.bits - zeros}, 0);
+    return true;
+}
 
 constexpr std::int32_t no_run = -1;
 
@@ -97,57 +180,27 @@ template <class Lookup>
     return true;
 }
 
-} // namespace
-
-void QDCCITTFastBits::enter_tail() noexcept
+[[nodiscard]] inline bool take_eol(QDCCITTFastBits& bits) noexcept
 {
-    if (tail_->end) {
-        next_ = end_ - 8;
-        return;
-    }
-    const auto left = static_cast<std::size_t>(end_ - next_);
-    std::copy_n(next_, left, tail_->bytes.data());
-    next_ = tail_->bytes.data();
-    tail_->end = next_ + left;
-    end_ = next_ + tail_->bytes.size();
-}
-
-bool QDCCITTFastBits::store(QDCCITTBitReader& reader) const noexcept
-{
-    const std::ptrdiff_t unread = (tail_->end ? tail_->end : end_) - next_;
-    if (unread >= 0) {
-        reader.leave(held_, static_cast<std::size_t>(unread));
-        return true;
-    }
-    const auto zeros = 8 * static_cast<std::uint32_t>(-unread);
-    if (held_.bits < zeros)
+    const auto zeros = static_cast<std::uint32_t>(std::countl_zero(bits.head()));
+    if (zeros < ccitt_eol_bits - 1 || zeros >= bits.held())
         return false;
-    reader.leave({.accumulator = held_.accumulator, .bits = held_.bits - zeros}, 0);
+    bits.take(zeros + 1);
+    bits.refill();
     return true;
 }
 
-bool QDCCITTFastDecoder::take_eol() noexcept
+[[nodiscard]] inline bool take_bit(QDCCITTFastBits& bits) noexcept
 {
-    const auto zeros = static_cast<std::uint32_t>(std::countl_zero(bits_.head()));
-    if (zeros < ccitt_eol_bits - 1 || zeros >= bits_.held())
-        return false;
-    bits_.take(zeros + 1);
-    bits_.refill();
-    return true;
-}
-
-bool QDCCITTFastDecoder::take_bit() noexcept
-{
-    const bool bit = bits_.head() >> 63 != 0;
-    bits_.take(1);
+    const bool bit = bits.head() >> 63 != 0;
+    bits.take(1);
     return bit;
 }
 
-bool QDCCITTFastDecoder::decode_1d(QDCCITTFastLine& line, std::uint32_t width) noexcept
+// T.4, 4.1.
+[[nodiscard]] inline bool decode_1d(QDCCITTFastBits& bits, QDCCITTFastLine& line,
+                                    std::uint32_t width) noexcept
 {
-    if (line.most < 2)
-        return false;
-    QDCCITTFastBits bits = bits_;
     const std::int32_t end = position(width);
     std::uint32_t* to = line.words;
     const std::uint32_t* const last_to = to + (line.most - 2);
@@ -170,7 +223,6 @@ bool QDCCITTFastDecoder::decode_1d(QDCCITTFastLine& line, std::uint32_t width) n
         done = e;
         before = e;
     }
-    bits_ = bits;
     line.count = static_cast<std::uint32_t>(to - line.words);
     line.position = static_cast<std::uint32_t>(done);
     return true;
@@ -179,15 +231,13 @@ bool QDCCITTFastDecoder::decode_1d(QDCCITTFastLine& line, std::uint32_t width) n
 // The words of both lines are changes of colour, of which a word at an odd place stands one pixel
 // in front of the change. `to`, the next word of this line, and `b1`, that of the reference, have
 // the same colour to their left, so that their places are even or odd together.
-bool QDCCITTFastDecoder::decode_2d(QDCCITTFastLine& line, const QDCCITTFastReference& reference,
-                                   std::uint32_t width) noexcept
+[[nodiscard]] inline bool decode_2d(QDCCITTFastBits& bits, QDCCITTFastLine& line,
+                                    const QDCCITTFastReference& reference,
+                                    std::uint32_t width) noexcept
 {
     using Modes = QDCCITTModeLookup;
     static_assert(Modes::most_copies <= QDCCITTFastLine::spare_words);
 
-    if (line.most < 2)
-        return false;
-    QDCCITTFastBits bits = bits_;
     const std::int32_t end = position(width);
     const std::uint32_t* b1 = reference.words;
     std::uint32_t* to = line.words;
@@ -252,11 +302,34 @@ bool QDCCITTFastDecoder::decode_2d(QDCCITTFastLine& line, const QDCCITTFastRefer
             return false;
         }
     }
-    bits_ = bits;
     // The change at the end of a line that ends white is no run.
     line.count = static_cast<std::uint32_t>(to - line.words) & ~1U;
     line.position = width;
     return line.count <= line.most;
+}
+
+} // namespace
+
+bool decode_fast_line(QDCCITTBitReader& reader, QDCCITTLineBegin begin, QDCCITTLineCoding coding,
+                      const QDCCITTFastReference& reference, std::uint32_t width,
+                      QDCCITTFastLine& line) noexcept
+{
+    if (line.most < 2)
+        return false;
+    QDCCITTFastBits::Tail tail;
+    QDCCITTFastBits bits(reader, tail);
+    bits.refill();
+    if (begin == QDCCITTLineBegin::behind_eol && !take_eol(bits))
+        return false;
+    if (begin == QDCCITTLineBegin::on_byte)
+        bits.take(bits.held() & 7);
+    const bool is_1d = coding == QDCCITTLineCoding::tagged
+                           ? take_bit(bits)
+                           : coding == QDCCITTLineCoding::one_dimensional;
+    const bool is_decoded =
+        is_1d ? decode_1d(bits, line, width) : decode_2d(bits, line, reference, width);
+    const QDCCITTFastBits done = bits; // an address would keep the others in memory
+    return is_decoded && done.store(reader);
 }
 
 } // namespace nuv

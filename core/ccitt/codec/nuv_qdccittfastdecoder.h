@@ -1,10 +1,8 @@
 #pragma once
 
 #include "core/ccitt/codec/nuv_qdccittbitreader.h"
-#include "framework/utility/nuv_endian.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -50,92 +48,18 @@ struct QDCCITTFastReference {
     }
 };
 
-// The bits of bytes that lie in a row, in so few words that they stay in registers. Behind the
-// bytes come zeros, which begin no code, so that decoding ends before those are used up.
-class QDCCITTFastBits {
-public:
-    // A copy of the last bytes, with the zeros.
-    struct Tail {
-        std::array<std::uint8_t, 32> bytes = {};
-        const std::uint8_t* end = nullptr; // of the bytes; null where reading has not come so far
-    };
+// Where a line begins: at the bit at hand, at the next byte, or behind an EOL, with fill in front
+// of it or not, which must be there.
+enum class QDCCITTLineBegin { here, on_byte, behind_eol };
+// How it is coded; tagged lines tell by a bit.
+enum class QDCCITTLineCoding { one_dimensional, two_dimensional, tagged };
 
-    // From a reader on, which stays as it is.
-    QDCCITTFastBits(const QDCCITTBitReader& reader, Tail& tail) noexcept
-        : held_(reader.held()),
-          next_(reader.unread().data()),
-          end_(next_ + reader.unread().size()),
-          tail_(&tail)
-    {}
-
-    [[nodiscard]] std::uint32_t held() const noexcept { return held_.bits; }
-    // Bits in hand, left justified.
-    [[nodiscard]] std::uint64_t head() const noexcept { return held_.accumulator; }
-    void take(std::uint32_t count) noexcept
-    {
-        held_.accumulator <<= count;
-        held_.bits -= count;
-    }
-    // Afterwards 56 bits or more are held.
-    void refill() noexcept
-    {
-        if (end_ - next_ < 8) [[unlikely]] {
-            QDCCITTFastBits copy = *this; // an address would keep this one in memory
-            copy.enter_tail();
-            *this = copy;
-        }
-        // A byte that finds only half a place is read again by the next refill, to the same place.
-        held_.accumulator |= load_be64(next_) >> held_.bits;
-        next_ += (63 - held_.bits) >> 3;
-        held_.bits |= 56;
-    }
-
-    // Takes from the reader what was taken here. False, and nothing is taken, when some of that was
-    // not there.
-    [[nodiscard]] bool store(QDCCITTBitReader& reader) const noexcept;
-
-private:
-    void enter_tail() noexcept;
-
-    QDCCITTBitReader::Held held_;
-    const std::uint8_t* next_;
-    const std::uint8_t* end_;
-    Tail* tail_;
-};
-
-// Decodes lines of good codes from bytes that lie in a row, on a copy of a reader's state. Whatever
-// else it meets, it says no and leaves the line to the line decoders: nothing is lost, for the
-// reader is where it was. It has no recovery and no status, and must take no line that those would
-// read in another way.
-class QDCCITTFastDecoder {
-public:
-    explicit QDCCITTFastDecoder(const QDCCITTBitReader& reader) noexcept : bits_(reader, tail_)
-    {
-        bits_.refill();
-    }
-    QDCCITTFastDecoder(const QDCCITTFastDecoder&) = delete;
-    QDCCITTFastDecoder& operator=(const QDCCITTFastDecoder&) = delete;
-
-    // The rest of the byte at hand is done.
-    void align() noexcept { bits_.take(bits_.held() & 7); }
-    // An EOL, with fill in front of it or not.
-    [[nodiscard]] bool take_eol() noexcept;
-    [[nodiscard]] bool take_bit() noexcept;
-
-    // The next line, `width` pixels. What is in `line` is of no meaning after a no.
-    [[nodiscard]] bool decode_1d(QDCCITTFastLine& line, std::uint32_t width) noexcept;
-    [[nodiscard]] bool decode_2d(QDCCITTFastLine& line, const QDCCITTFastReference& reference,
-                                 std::uint32_t width) noexcept;
-
-    // See QDCCITTFastBits::store().
-    [[nodiscard]] bool store(QDCCITTBitReader& reader) const noexcept
-    {
-        return bits_.store(reader);
-    }
-
-private:
-    QDCCITTFastBits::Tail tail_;
-    QDCCITTFastBits bits_;
-};
+// Decodes a line of good codes from bytes that lie in a row. Whatever else it meets, it says no and
+// leaves the line to the line decoders: nothing is lost, for the reader is where it was. It has no
+// recovery and no status, and takes no line that those would read in another way. The words of
+// `line` are of no meaning after a no.
+[[nodiscard]] bool decode_fast_line(QDCCITTBitReader& reader, QDCCITTLineBegin begin,
+                                    QDCCITTLineCoding coding, const QDCCITTFastReference& reference,
+                                    std::uint32_t width, QDCCITTFastLine& line) noexcept;
 
 } // namespace nuv

@@ -116,7 +116,7 @@ bool NUV_DecodeCCITTToQDRLEEngine::decode_line(void* block)
 std::uint32_t NUV_DecodeCCITTToQDRLEEngine::decoded_bytes() const noexcept
 {
     const std::uint32_t whole_records = line_.count() & ~1U;
-    return whole_records * sizeof(std::uint32_t);
+    return whole_records * std::uint32_t{sizeof(std::uint32_t)};
 }
 
 QDMHOption NUV_MHCoding::translate(const Option& option) noexcept
