@@ -81,7 +81,7 @@ int find_value(const TIFFFile& file, std::uint64_t entry_at, TIFFEntry& entry, s
         return -1;
     if (sum > 2 * file.bytes.size() + 65536)
         return -20;
-    sum += total;
+    sum += entry.bytes = total;
     return 1;
 }
 
@@ -108,9 +108,10 @@ int read_directory(TIFFFile& file, std::uint64_t at, std::uint32_t pages)
     }
     std::uint64_t sum = 0;
     for (at += 2; at < end; at += 12) {
-        TIFFEntry entry{file.number(at, 2), file.number(at + 2, 2), file.number(at + 4, 4), 1, 0};
+        TIFFEntry entry{
+            file.number(at, 2), file.number(at + 2, 2), file.number(at + 4, 4), 1, 0, 0};
         if (entry.type == 0 || entry.type > 13)
-            entry = {entry.tag, 0, entry.count, -50, 0};
+            entry = {entry.tag, 0, entry.count, -50, 0, 0};
         if (const int code = find_value(file, at, entry, sum); code < 0)
             entry.status = code;
         file.entries.insert({entry.tag, entry}); // the first of a number

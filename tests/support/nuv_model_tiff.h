@@ -27,6 +27,7 @@ struct TIFFEntry {
     std::uint64_t count = 0;
     std::int32_t status = 1;
     std::uint64_t value = 0; // where its first element lies
+    std::uint64_t bytes = 0; // of the elements, when they are there
 };
 
 struct TIFFFile {

@@ -117,7 +117,8 @@ private:
     {
         const model::TIFFPicture wanted = model::read_tiff(wanted_);
         NUV_Vector<NUV_Engine*> extras(chain_.manager());
-        const bool drops_extras = wanted_.bytes.size() % 2 == 0; // to see both ways
+        // To see both ways; each that is asked for has engines of its own.
+        const bool drops_extras = wanted_.bytes.size() % 2 == 0 || info_.extra_samples.size() > 64;
         chain_.last(NUV_ReadTIFF(chain_.manager())
                         .engine(storage_.get(), &info_, drops_extras ? nullptr : &extras, true));
         if (wanted.known)
@@ -132,7 +133,7 @@ private:
             chain_.last(extras[i]);
             samples(wanted, wanted.channels + i, 1, "unknown");
         }
-        memory(extras.size());
+        memory(wanted.built ? wanted.strips.size() : info_.strip_offsets.size());
     }
     // Of these channels.
     void samples(const model::TIFFPicture& wanted, std::size_t first, std::size_t count,
@@ -159,14 +160,13 @@ private:
             }
         }
     }
-    // The chains of extra samples have engines of their own.
-    void memory(std::size_t extras)
+    void memory(std::size_t strips)
     {
         std::uint64_t most = std::uint64_t{4} << 20;
         most += 64 * ((std::uint64_t{info_.channels()} * info_.bits() * info_.width() + 7) / 8);
-        for (const auto& [tag, values] : wanted_.attributes)
-            most += 4 * 8 * values.size();
-        most += 2048 * (wanted_.attributes.at(0x111).size() + extras);
+        for (const auto& [tag, entry] : wanted_.entries)
+            most += 4 * entry.bytes;
+        most += 2048 * strips;
         const std::uint64_t peak = chain_.manager().memory().most_live_bytes();
         same("memory", std::max(peak, most), most);
     }
