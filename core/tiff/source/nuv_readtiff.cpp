@@ -270,7 +270,8 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
         return nullptr;
     for (std::size_t i = 0; i < count; ++i) {
         if (is_raw)
-            stream.add_raw(info.strip_offsets[i], strips[i].bytes);
+            stream.add_raw(info.strip_offsets[i],
+                           i + 1 < count ? strips.usual_raw_bytes() : strips[i].bytes);
         else
             stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
     }

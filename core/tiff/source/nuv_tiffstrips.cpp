@@ -43,7 +43,7 @@ NUV_TIFFStrips::NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept
       per_plane_(is_one_stream_ ? 1 : info.strips_per_plane())
 {
     if (is_raw_)
-        first_raw_bytes_ = raw_bytes({.width = info.image_width, .height = info.rows_per_strip});
+        usual_raw_bytes_ = raw_bytes({.width = info.image_width, .height = info.rows_per_strip});
 }
 
 NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
@@ -68,7 +68,7 @@ NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
     // strip.
     if (is_raw_) {
         const bool is_usual = !is_small && strip.height == info_.rows_per_strip;
-        strip.bytes = is_usual ? first_raw_bytes_ : raw_bytes(strip);
+        strip.bytes = is_usual ? usual_raw_bytes_ : raw_bytes(strip);
     }
     return strip;
 }
@@ -140,16 +140,6 @@ bool NUV_TIFFStripStream::make_room(std::size_t strips)
 {
     count_ = 0;
     return offsets_.resize(strips) && byte_counts_.resize(strips);
-}
-
-void NUV_TIFFStripStream::add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept
-{
-    if (!is_whole_)
-        return;
-    const bool is_reached = offset <= storage_bytes_;
-    const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
-    is_whole_ = is_reached && there == bytes;
-    add(offset, there);
 }
 
 NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)

@@ -5,6 +5,7 @@
 #include "framework/engine/nuv_engine.h"
 #include "framework/io/nuv_inputstorage.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,6 +29,8 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return planes_ * per_plane_; }
     [[nodiscard]] std::size_t per_plane() const noexcept { return per_plane_; }
     [[nodiscard]] NUV_TIFFStrip operator[](std::size_t index) const noexcept;
+    // Bytes of a raw strip of the first plane that is not its last.
+    [[nodiscard]] std::uint32_t usual_raw_bytes() const noexcept { return usual_raw_bytes_; }
 
 private:
     [[nodiscard]] NUV_TIFFStrip jpeg_stream() const noexcept;
@@ -40,7 +43,7 @@ private:
     bool has_small_planes_; // of subsampled chroma
     std::size_t planes_;
     std::size_t per_plane_;
-    std::uint32_t first_raw_bytes_ = 0; // of a strip of all its rows in the first plane
+    std::uint32_t usual_raw_bytes_ = 0;
 };
 
 // The bytes of a strip as a storage of their own, over a storage that others read from, too.
@@ -64,7 +67,15 @@ public:
     }
     // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
     // comes nothing any more, for it would move up.
-    void add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept;
+    void add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept
+    {
+        if (!is_whole_)
+            return;
+        const bool is_reached = offset <= storage_bytes_;
+        const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
+        is_whole_ = is_reached && there == bytes;
+        add(offset, there);
+    }
     // The strips as one stream, to which they are handed on. Nobody else may move the storage
     // meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);

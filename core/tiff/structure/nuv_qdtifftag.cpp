@@ -21,6 +21,11 @@ constexpr bool is_rational<QDTIFF_Rational_T<T>> = true;
 // The unit that a byte order turns: a rational is two numbers of four bytes.
 template <class T>
 constexpr std::size_t unit_bytes = is_rational<T> ? sizeof(T) / 2 : sizeof(T);
+template <class T>
+constexpr std::size_t units(std::size_t elements) noexcept
+{
+    return elements * sizeof(T) / unit_bytes<T>;
+}
 
 template <std::integral To, class From>
 To number_of(const From& from) noexcept
@@ -101,7 +106,7 @@ template <class T>
 std::span<const T> QDTIFF_TagValueReader_T<T>::next(std::size_t most)
 {
     const std::size_t count = std::min(most, piece_.size());
-    if (!storage_.read_array(piece_.data(), count * sizeof(T) / unit_bytes<T>, unit_bytes<T>))
+    if (!storage_.read_array(piece_.data(), units<T>(count), unit_bytes<T>))
         return {};
     return std::span<const T>(piece_).first(count);
 }
@@ -113,14 +118,19 @@ std::size_t QDTIFF_Tag_T<T>::convert(QDTIFF_ValueInputStorage& storage, std::spa
 {
     const std::size_t there = count() - std::min<std::size_t>(count(), first);
     const std::size_t wanted = std::min(there, into.size());
-    QDTIFF_TagValueReader_T<T> reader(storage);
     bool good = wanted == 0 || seek_element(storage, first);
-    for (std::size_t done = 0; good && done < wanted;) {
-        const std::span<const T> piece = reader.next(wanted - done);
-        std::transform(piece.begin(), piece.end(), into.data() + done,
-                       [](const T& element) { return converted<To>(element); });
-        done += piece.size();
-        good = !piece.empty();
+    if constexpr (std::is_same_v<T, To>) { // nothing to convert
+        good = good &&
+               (wanted == 0 || storage.read_array(into.data(), units<T>(wanted), unit_bytes<T>));
+    } else {
+        QDTIFF_TagValueReader_T<T> reader(storage);
+        for (std::size_t done = 0; good && done < wanted;) {
+            const std::span<const T> piece = reader.next(wanted - done);
+            std::transform(piece.begin(), piece.end(), into.data() + done,
+                           [](const T& element) { return converted<To>(element); });
+            done += piece.size();
+            good = !piece.empty();
+        }
     }
     if (good)
         return wanted;
