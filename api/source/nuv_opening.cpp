@@ -1,5 +1,7 @@
 #include "core/channel/nuv_mergechannel.h"
 #include "core/decodetoraw/nuv_decodetoraw.h"
+#include "core/exif/nuv_exifattributes.h"
+#include "core/exifjpeg/nuv_exifjpeginfo.h"
 #include "core/jpeg/nuv_jpeginfo.h"
 #include "core/storage/nuv_readstorage.h"
 #include "core/tiff/nuv_tiffinfo.h"
@@ -45,6 +47,34 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
         told.sampling = nuv::sampling_code_of(jpeg.sampling());
 }
 
+// Of a file that has Exif attributes beside those that its kind tells.
+[[nodiscard]] std::uint32_t hidden_orientation(const nuv_job& job)
+{
+    const auto* jpeg = dynamic_cast<const nuv::NUV_JPEGInfo*>(job.info.get());
+    if (!jpeg || !jpeg->is_exif())
+        return 0;
+    const nuv::NUV_Report before(*job.manager);
+    nuv::NUV_ExifJPEGTagInfo exif(*job.manager);
+    job.source->to_begin();
+    const bool loaded = exif.load(job.source.get());
+    job.manager->reset(); // what the attributes suffer from is not the picture's
+    before.raise_again(*job.manager);
+    return loaded ? exif.ifd0.orientation.value : 0;
+}
+
+// 1 to 8, or 0.
+[[nodiscard]] std::int32_t orientation_of(const nuv_job& job)
+{
+    std::uint32_t told = 0;
+    if (const auto* exif = dynamic_cast<const nuv::NUV_ExifAttributes*>(job.info.get()))
+        told = exif->ifd0.orientation.value;
+    else if (const auto* tiff = dynamic_cast<const nuv::NUV_TIFFInfo*>(job.info.get()))
+        told = static_cast<std::uint32_t>(tiff->orientation);
+    else
+        told = hidden_orientation(job);
+    return told >= 1 && told <= 8 ? static_cast<std::int32_t>(told) : 0;
+}
+
 [[nodiscard]] nuv_source source_of(const nuv_job& job)
 {
     nuv_source told{};
@@ -66,10 +96,7 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
     }
     if (const auto* jpeg = dynamic_cast<const nuv::NUV_JPEGInfo*>(job.info.get()))
         tell_jpeg(told, *jpeg);
-    if (const auto* tiff = dynamic_cast<const nuv::NUV_TIFFInfo*>(job.info.get())) {
-        const auto orientation = static_cast<std::int32_t>(tiff->orientation);
-        told.orientation = orientation >= 1 && orientation <= 8 ? orientation : 0;
-    }
+    told.orientation = orientation_of(job);
     return told;
 }
 
@@ -90,6 +117,7 @@ void read_source(nuv_job& job)
     job.source_lines = job.info->height();
     if (!job.allows_size(job.info->width(), job.info->height()))
         return;
+    job.facts = source_of(job);
     job.source->to_begin();
     nuv::NUV_Engine* reader = nuv::NUV_ReadRasterEx(manager).engine(job.source.get(), job.page);
     if (reader)
@@ -100,7 +128,6 @@ void read_source(nuv_job& job)
     }
     job.last = reader;
     job.is_source_alone = true;
-    job.facts = source_of(job);
     job.stage = JobStage::opened;
     static_cast<void>(job.allows_size(job.header().width(), job.header().height()));
 }

@@ -139,6 +139,24 @@ nuv_status nuv_flip(nuv_job* job, nuv_flip_axis axis)
     });
 }
 
+// TIFF 6.0, section 8: where the first line and the first column of the source lie in the picture.
+nuv_status nuv_upright(nuv_job* job)
+{
+    struct Turn {
+        int degrees;
+        bool is_mirrored; // behind the turn
+    };
+    static constexpr Turn turns[] = {
+        {0, false}, {0, false},  {0, true},   {180, false}, {180, true},
+        {90, true}, {90, false}, {270, true}, {270, false},
+    };
+    return operate(job, "nuv_upright", [=](NUV_Manager& manager, NUV_Engine* previous) {
+        const Turn& turn = turns[job->facts.orientation];
+        NUV_Engine* const turned = nuv::NUV_Rotate90(manager).engine(previous, turn.degrees);
+        return turned && turn.is_mirrored ? nuv::NUV_MirrorX(manager).engine(turned) : turned;
+    });
+}
+
 nuv_status nuv_invert(nuv_job* job)
 {
     return operate(job, "nuv_invert", [](NUV_Manager& manager, NUV_Engine* previous) {

@@ -349,6 +349,47 @@ TEST(ApiJob, TellsWhatTheSourceIs)
     }
 }
 
+// Two pixels a line, three lines; in the file they stand as the orientation says.
+TEST(ApiJob, TurnsUprightWhatTheSourceHasLyingDown)
+{
+    for (std::uint8_t orientation = 0; orientation <= 9; ++orientation) {
+        const bool is_lying = orientation >= 5 && orientation <= 8;
+        const ApiBytes upright = {1, 2, 3, 4, 5, 6};
+        const std::uint8_t width_stored = is_lying ? 3 : 2;
+        ApiBytes tiff = {'I', 'I', 42, 0, 14, 0, 0, 0};
+        for (std::uint8_t i = 0; i < 6; ++i) {
+            // TIFF 6.0, section 8: line 0 and column 0 of the file are those sides of the picture.
+            const std::size_t row = i / width_stored;
+            const std::size_t column = i % width_stored;
+            const std::size_t x = is_lying ? row : column;
+            const std::size_t y = is_lying ? column : row;
+            const bool from_right =
+                orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
+            const bool from_below =
+                orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8;
+            tiff.push_back(upright[2 * (from_below ? 2 - y : y) + (from_right ? 1 - x : x)]);
+        }
+        const std::uint8_t entries[][2] = {{0, width_stored},
+                                           {1, is_lying ? std::uint8_t{2} : std::uint8_t{3}},
+                                           {2, 8},
+                                           {3, 1},
+                                           {6, 1},
+                                           {17, 8},
+                                           {18, orientation},
+                                           {21, 1},
+                                           {22, 3},
+                                           {23, 6}};
+        tiff.insert(tiff.end(), {10, 0});
+        for (const auto& [tag, value] : entries)
+            tiff.insert(tiff.end(), {tag, 1, 3, 0, 1, 0, 0, 0, value, 0, 0, 0});
+        tiff.insert(tiff.end(), 4, 0);
+        const bool is_told = orientation >= 1 && orientation <= 8;
+        EXPECT_EQ(api_made(open_bytes(tiff), nuv_upright),
+                  is_told ? upright : ApiBytes(tiff.begin() + 8, tiff.begin() + 14))
+            << int{orientation};
+    }
+}
+
 TEST(ApiJob, FitsFasterFromAReducedPicture)
 {
     const ApiBytes jpeg = api_made(open_rgb, nothing, as_jpeg);

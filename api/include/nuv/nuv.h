@@ -215,6 +215,9 @@ NUV_API nuv_status nuv_rotate(nuv_job* job, int degrees);
 /* NUV_LEFT_TO_RIGHT exchanges left and right; NUV_TOP_TO_BOTTOM above and below, and holds the
    whole picture. */
 NUV_API nuv_status nuv_flip(nuv_job* job, nuv_flip_axis axis);
+/* As the source says that it is to be seen: turned and mirrored by its orientation, if it has one
+   (see nuv_source). What nuv_rotate() and nuv_flip() hold is held. */
+NUV_API nuv_status nuv_upright(nuv_job* job);
 /* To exactly this size, neither being 0. */
 NUV_API nuv_status nuv_scale(nuv_job* job, nuv_scaling how, uint32_t width, uint32_t height);
 /* To the largest size of the same shape that fits into the box. `flags`: NUV_ENLARGE, NUV_FILL,

@@ -22,8 +22,8 @@ pkgconfig=("$prefix"/lib*/**/pkgconfig)
 libraries=("$prefix"/lib*/**/libnuv.{so,a})
 headers=("$prefix"/include/**/*.h*)
 pages=("$prefix"/share/man/man1/nuv.1)
-if [[ ${headers[*]#"$prefix/include/nuv/"} != "nuv.h nuv_wrapper.h" ]]; then
-    echo "the headers should be nuv.h and nuv_wrapper.h, found: ${headers[*]}" >&2
+if [[ ${headers[*]#"$prefix/include/nuv/"} != "nuv.h nuv.hpp nuv_wrapper.h" ]]; then
+    echo "the headers should be nuv.h, nuv.hpp and nuv_wrapper.h, found: ${headers[*]}" >&2
     exit 1
 fi
 if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 || ${#pages[@]} -ne 1 ]]; then
