@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::size_t most = 65535 - 8; // of a segment
     if (size < 2 || size > most)
         return 0;
-    std::string payload("Exif\0", 6);
+    std::string payload("Exif\0\0", 6);
     payload.append(data, data + size);
     const auto picture = nuv::with_segment(nuv::flat_stream(), 0xE1, payload);
     int written = 0;

@@ -272,7 +272,7 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
 
 TEST(ReadRaster, IsCleanAtEveryAllocation)
 {
-    for (const Bytes& stored : {with_adobe(lossless_stream(12)), with_jfif(flat_stream())}) {
+    for (const Bytes& stored : {with_adobe(lossless_stream(12)), with_exif(flat_stream())}) {
         expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
             const NUV_TestStored image(chain.manager(), stored);
             if (!image.storage())
