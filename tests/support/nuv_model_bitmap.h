@@ -115,12 +115,12 @@ private:
     {
         constexpr auto method = "NUV_BitmapInfoHeader::is_valid()";
         bool good = columns_ > 0 && lines_ != 0 && is_one_of(depth_, {1, 4, 8, 16, 24, 32}) &&
-                    compression_ <= 3;
-        if (compression_ == 3) {
-            good = good && is_one_of(depth_, {16, 32}) && (masks_[0] & masks_[1]) == 0 &&
-                   (masks_[0] & masks_[2]) == 0 && (masks_[1] & masks_[2]) == 0;
-            for (const std::uint64_t mask : masks_) // a run with one more at its end is one bit
-                good = good && std::popcount(mask + (mask & (0 - mask))) <= 1;
+                    (compression_ < 3 || (compression_ == 3 && is_one_of(depth_, {16, 32})));
+        std::uint32_t seen = 0;
+        for (const std::uint64_t mask : masks_) { // a run with one more at its end is one bit
+            good = good && (compression_ != 3 ||
+                            ((mask & seen) == 0 && std::popcount(mask + (mask & (0 - mask))) < 2));
+            seen |= static_cast<std::uint32_t>(mask);
         }
         if (!good)
             return fail(NUV_ERR_INVALID_DATA, method);
@@ -206,9 +206,7 @@ private:
         is_too_large = out_bytes * height > most_bytes;
         for (std::uint64_t i = 0; i < height && !is_too_large; ++i) {
             const std::uint64_t at = at_ + stored_bytes * (lines_ > 0 ? height - 1 - i : i);
-            if (at > 0x7FFFFFFF)
-                fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't seek");
-            else if (at + line_bytes > stored_.size())
+            if (at + line_bytes > stored_.size())
                 fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't read");
             else if (at + stored_bytes > stored_.size())
                 fail(NUV_WARN_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute() - can't skip");
