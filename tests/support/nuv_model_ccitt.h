@@ -8,6 +8,7 @@
 #include <numeric>
 #include <span>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace nuv::model {
