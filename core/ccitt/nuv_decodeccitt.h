@@ -12,7 +12,7 @@ namespace nuv {
 // Decode facsimile data to raw lines or, those named so, to runs; black is 1 in both. The codings
 // are T.4 one-dimensional (MH) and two-dimensional (MR), and T.6 (MMR). An image that is coded
 // otherwise, of more than one bit or channel, or wider than a line of runs can be is refused with
-// NUV_ERR_UNSUPPORTED; an empty one in silence. Damage ends no image: its lines come out white, as
+// NUV_ERR_UNSUPPORTED; one without lines in silence. Damage ends no image: lines come out white, as
 // far as they were understood, or from where reading could be taken up again, with
 // NUV_WARN_BROKEN_DATA.
 
