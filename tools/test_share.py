@@ -18,7 +18,7 @@ CODE = ("api", "core", "extension", "framework", "python", "tools/nuv", "wrapper
 TESTS = ("fuzz", "tests")
 DATA = ROOT / "tests/data"
 EMPTY = {
-    **dict.fromkeys((".h", ".cpp", ".inc"), re.compile(r"\s*(//.*)?")),
+    **dict.fromkeys((".h", ".hpp", ".cpp", ".inc"), re.compile(r"\s*(//.*)?")),
     **dict.fromkeys((".py", ".sh"), re.compile(r"\s*(#.*)?")),
 }
 

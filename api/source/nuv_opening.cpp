@@ -43,6 +43,7 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
         put_text(told.coding, "lossless");
     else
         put_text(told.coding, jpeg.is_progressive() ? "progressive" : "sequential");
+    told.quality = jpeg.quality_estimate();
     if (jpeg.color_type() == nuv::NUV_ColorType::ycbcr)
         told.sampling = nuv::sampling_code_of(jpeg.sampling());
 }
@@ -78,6 +79,7 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
 [[nodiscard]] nuv_source source_of(const nuv_job& job)
 {
     nuv_source told{};
+    told.quality = -1;
     const NUV_Header& header = job.info ? *job.info : job.header();
     told.width = header.width();
     told.height = header.height();

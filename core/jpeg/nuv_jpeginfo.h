@@ -84,6 +84,9 @@ public:
     // A byte for each component, its horizontal and vertical factor in the two halves: 0x221111
     // is 4:2:0. 0x111111 for one component.
     [[nodiscard]] std::uint32_t sampling() const noexcept;
+    // The quality, 0 to 100, at which a common writer would have quantised the first component so:
+    // 50 for the table of T.81, annex K. -1 for a stream without quantisation.
+    [[nodiscard]] std::int32_t quality_estimate() const noexcept;
     // Of the colour that is delivered, 1 for s_rgb to 9 for icc_lab; 99999 when it is not set.
     [[nodiscard]] std::uint32_t color_code() const noexcept;
 

@@ -286,40 +286,33 @@ TEST(ApiJob, RefusesNullsEverywhere)
     EXPECT_EQ(nuv_state(nullptr), NUV_BAD_CALL);
     EXPECT_EQ(nuv_version(), 0x010402u);
     EXPECT_NE(std::string(nuv_build_info()).find("zlib"), std::string::npos);
-    const auto job_and_null = [](const ApiCall& call) {
+    const ApiCall before[] = {nothing, open_rgb,
+                              [](nuv_job* job) { return open_rgb(job), nuv_as_anymap(job); }};
+    // clang-format off
+    const std::pair<int, ApiCall> calls[] = {
+        {0, [](nuv_job* j) { return nuv_open_file(j, nullptr); }},
+        {0, [](nuv_job* j) { return nuv_open_memory(j, nullptr, 1); }},
+        {0, [](nuv_job* j) { return nuv_open_stream(j, nullptr, nullptr); }},
+        {0, [](nuv_job* j) { return nuv_open_samples(j, nullptr, 0, &picture); }},
+        {0, [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, nullptr); }},
+        {0, [](nuv_job* j) { return nuv_open_planes(j, nullptr, 0, &picture); }},
+        {1, [](nuv_job* j) { return nuv_look(j, nullptr); }},
+        {1, [](nuv_job* j) { return nuv_source_info(j, nullptr); }},
+        {1, [](nuv_job* j) { return nuv_pick_channels(j, nullptr, 1, NUV_GRAY); }},
+        {1, [](nuv_job* j) { return nuv_table(j, nullptr, 256, 1, 8); }},
+        {1, [](nuv_job* j) { return nuv_color_table(j, nullptr, 3, 3, NUV_RGB); }},
+        {1, [](nuv_job* j) { return nuv_matrix(j, nullptr, 3, nullptr, NUV_RGB); }},
+        {1, [](nuv_job* j) { return nuv_read_lines(j, nullptr, 0, 1, nullptr); }},
+        {2, [](nuv_job* j) { return nuv_run_to_file(j, nullptr, nullptr, nullptr); }},
+        {2, [](nuv_job* j) { return nuv_run_to_stream(j, nullptr, nullptr, nullptr); }},
+    };
+    // clang-format on
+    for (const auto& [stage, call] : calls) {
         EXPECT_EQ(call(nullptr), NUV_BAD_CALL);
         const ApiJob job(nuv_new(nullptr));
+        EXPECT_EQ(before[stage](job.get()), NUV_OK);
         EXPECT_EQ(call(job.get()), NUV_BAD_CALL);
-    };
-    const auto opened = [&](const ApiCall& call) {
-        job_and_null([&](nuv_job* job) {
-            open_rgb(job);
-            return call(job);
-        });
-    };
-    const auto formed = [&](const ApiCall& call) {
-        opened([&](nuv_job* job) {
-            nuv_as_anymap(job);
-            return call(job);
-        });
-    };
-    // clang-format off
-    job_and_null([](nuv_job* j) { return nuv_open_file(j, nullptr); });
-    job_and_null([](nuv_job* j) { return nuv_open_memory(j, nullptr, 1); });
-    job_and_null([](nuv_job* j) { return nuv_open_stream(j, nullptr, nullptr); });
-    job_and_null([](nuv_job* j) { return nuv_open_samples(j, nullptr, 0, &picture); });
-    job_and_null([](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, nullptr); });
-    job_and_null([](nuv_job* j) { return nuv_open_planes(j, nullptr, 0, &picture); });
-    opened([](nuv_job* j) { return nuv_look(j, nullptr); });
-    opened([](nuv_job* j) { return nuv_source_info(j, nullptr); });
-    opened([](nuv_job* j) { return nuv_pick_channels(j, nullptr, 1, NUV_GRAY); });
-    opened([](nuv_job* j) { return nuv_table(j, nullptr, 256, 1, 8); });
-    opened([](nuv_job* j) { return nuv_color_table(j, nullptr, 3, 3, NUV_RGB); });
-    opened([](nuv_job* j) { return nuv_matrix(j, nullptr, 3, nullptr, NUV_RGB); });
-    opened([](nuv_job* j) { return nuv_read_lines(j, nullptr, 0, 1, nullptr); });
-    formed([](nuv_job* j) { return nuv_run_to_file(j, nullptr, nullptr, nullptr); });
-    formed([](nuv_job* j) { return nuv_run_to_stream(j, nullptr, nullptr, nullptr); });
-    // clang-format on
+    }
 }
 
 TEST(ApiJob, TellsWhatTheSourceIs)
@@ -327,12 +320,12 @@ TEST(ApiJob, TellsWhatTheSourceIs)
     struct Case {
         const char* file;
         const char *kind, *coding;
-        std::int32_t sampling;
+        std::int32_t sampling, quality;
     };
     const Case cases[] = {
-        {"jpeg/420.jpg", "jfif", "sequential", NUV_SAMPLING_420},
-        {"jpeg/lossless_8.jpg", "jpeg", "lossless", 0},
-        {"pnm/gray.pgm", "pnm", "raw", 0},
+        {"jpeg/420.jpg", "jfif", "sequential", NUV_SAMPLING_420, 90},
+        {"jpeg/lossless_8.jpg", "jpeg", "lossless", 0, -1},
+        {"pnm/gray.pgm", "pnm", "raw", 0, -1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
@@ -345,49 +338,34 @@ TEST(ApiJob, TellsWhatTheSourceIs)
         EXPECT_STREQ(info.kind, c.kind);
         EXPECT_STREQ(info.coding, c.coding);
         EXPECT_EQ(info.sampling, c.sampling);
+        EXPECT_EQ(info.quality, c.quality);
         EXPECT_GT(info.width, 1u);
     }
 }
 
-// Two pixels a line, three lines; in the file they stand as the orientation says.
 TEST(ApiJob, TurnsUprightWhatTheSourceHasLyingDown)
 {
-    for (std::uint8_t orientation = 0; orientation <= 9; ++orientation) {
-        const bool is_lying = orientation >= 5 && orientation <= 8;
-        const ApiBytes upright = {1, 2, 3, 4, 5, 6};
-        const std::uint8_t width_stored = is_lying ? 3 : 2;
+    struct Case {
+        std::uint8_t orientation, width, height;
+        ApiBytes stored; // of 1 2 / 3 4 / 5 6 (TIFF 6.0, section 8)
+    };
+    // clang-format off
+    const Case cases[] = {
+        {1, 2, 3, {1, 2, 3, 4, 5, 6}}, {2, 2, 3, {2, 1, 4, 3, 6, 5}}, {3, 2, 3, {6, 5, 4, 3, 2, 1}},
+        {4, 2, 3, {5, 6, 3, 4, 1, 2}}, {5, 3, 2, {1, 3, 5, 2, 4, 6}}, {6, 3, 2, {2, 4, 6, 1, 3, 5}},
+        {7, 3, 2, {6, 4, 2, 5, 3, 1}}, {8, 3, 2, {5, 3, 1, 6, 4, 2}}, {9, 2, 3, {1, 2, 3, 4, 5, 6}},
+    };
+    for (const Case& c : cases) {
         ApiBytes tiff = {'I', 'I', 42, 0, 14, 0, 0, 0};
-        for (std::uint8_t i = 0; i < 6; ++i) {
-            // TIFF 6.0, section 8: line 0 and column 0 of the file are those sides of the picture.
-            const std::size_t row = i / width_stored;
-            const std::size_t column = i % width_stored;
-            const std::size_t x = is_lying ? row : column;
-            const std::size_t y = is_lying ? column : row;
-            const bool from_right =
-                orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
-            const bool from_below =
-                orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8;
-            tiff.push_back(upright[2 * (from_below ? 2 - y : y) + (from_right ? 1 - x : x)]);
-        }
-        const std::uint8_t entries[][2] = {{0, width_stored},
-                                           {1, is_lying ? std::uint8_t{2} : std::uint8_t{3}},
-                                           {2, 8},
-                                           {3, 1},
-                                           {6, 1},
-                                           {17, 8},
-                                           {18, orientation},
-                                           {21, 1},
-                                           {22, 3},
-                                           {23, 6}};
+        tiff.insert(tiff.end(), c.stored.begin(), c.stored.end());
         tiff.insert(tiff.end(), {10, 0});
+        const std::uint8_t entries[][2] = {{0, c.width}, {1, c.height}, {2, 8}, {3, 1}, {6, 1}, {17, 8}, {18, c.orientation}, {21, 1}, {22, 3}, {23, 6}};
         for (const auto& [tag, value] : entries)
             tiff.insert(tiff.end(), {tag, 1, 3, 0, 1, 0, 0, 0, value, 0, 0, 0});
         tiff.insert(tiff.end(), 4, 0);
-        const bool is_told = orientation >= 1 && orientation <= 8;
-        EXPECT_EQ(api_made(open_bytes(tiff), nuv_upright),
-                  is_told ? upright : ApiBytes(tiff.begin() + 8, tiff.begin() + 14))
-            << int{orientation};
+        EXPECT_EQ(api_made(open_bytes(tiff), nuv_upright), cases[0].stored) << int{c.orientation};
     }
+    // clang-format on
 }
 
 TEST(ApiJob, FitsFasterFromAReducedPicture)

@@ -134,6 +134,7 @@ typedef struct nuv_source {
     int32_t resolution_unit; /* 0 none, 1 inch, 3 centimetre, 4 metre */
     int32_t orientation;     /* 1 to 8 as in TIFF 6.0; 0 when the source does not tell */
     int32_t sampling;        /* of a JPEG in YCbCr a nuv_sampling; else 0 */
+    int32_t quality;         /* of a JPEG with losses an estimate, 0 to 100; else -1 */
 } nuv_source;
 
 /* What a job may be asked for. 0 stands for no limit. */

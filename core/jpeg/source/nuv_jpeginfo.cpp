@@ -141,6 +141,11 @@ std::uint32_t NUV_JPEGInfo::sampling() const noexcept
     return header_.internal ? internal()->sampling() : 0;
 }
 
+std::int32_t NUV_JPEGInfo::quality_estimate() const noexcept
+{
+    return header_.internal ? internal()->quality_estimate() : -1;
+}
+
 std::uint32_t NUV_JPEGInfo::color_code() const noexcept
 {
     const auto code = header_.internal ? internal()->color_code() : NUV_JPEGColor::not_set;

@@ -2,11 +2,14 @@
 
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
 #include "core/jpeg/source/nuv_jpegstorageaccess.h"
+#include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "framework/base/nuv_status.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
+#include <numeric>
 
 namespace nuv {
 namespace {
@@ -125,6 +128,24 @@ bool NUV_JPEGInfoInternal::finish()
 bool NUV_JPEGInfoInternal::cleanup()
 {
     return finish();
+}
+
+// Writers multiply the table of annex K by 2 - quality / 50, or below 50 by 50 / quality.
+std::int32_t NUV_JPEGInfoInternal::quality_estimate() const noexcept
+{
+    const NUV_JPEGHeader& header = decoder_.header();
+    const std::size_t destination = frame().component[0].quantiser;
+    if (is_lossless() || destination >= NUV_JPEGStoredTables::destinations ||
+        !header.tables().quantisers[destination].defined)
+        return -1;
+    const auto sum = [](const auto& table) {
+        return std::accumulate(table.begin(), table.end(), 0);
+    };
+    const int stored = sum(header.tables().quantisers[destination].values);
+    const double factor = static_cast<double>(stored) / sum(jpeg_standard_luminance_quantisers);
+    if (stored <= 64) // ones, the least there can be
+        return 100;
+    return static_cast<std::int32_t>(std::lround(factor <= 1 ? 100 - 50 * factor : 50 / factor));
 }
 
 bool NUV_JPEGInfoInternal::has_jfif() const noexcept

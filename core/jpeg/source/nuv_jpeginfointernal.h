@@ -46,6 +46,8 @@ public:
     [[nodiscard]] const NUV_JPEGFrame& frame() const noexcept { return decoder_.header().frame(); }
     [[nodiscard]] std::uint32_t sampling() const noexcept { return jpeg_sampling_key(frame()); }
     [[nodiscard]] NUV_JPEGColor color_code() const noexcept { return decoder_.output_color(); }
+    // As that of NUV_JPEGInfo.
+    [[nodiscard]] std::int32_t quality_estimate() const noexcept;
     [[nodiscard]] bool is_progressive() const noexcept
     {
         return frame().start_marker == jpeg_marker_sof2;
