@@ -125,12 +125,12 @@ void nuv_job::take_failure() noexcept
     if (why.cause == NUV_Cause::bad_call)
         why.cause = NUV_Cause::invalid; // what a header says does not fit together
     char reason[128] = "";
-    if (why.system_error != 0) {
+    if (why.text[0] != '\0') {
+        std::snprintf(reason, sizeof(reason), ": %s", why.text);
+    } else if (why.system_error != 0) {
         char text[128] = "";
         std::snprintf(reason, sizeof(reason), ": %s",
                       told(strerror_r(why.system_error, text, sizeof(text)), text));
-    } else if (why.text[0] != '\0') {
-        std::snprintf(reason, sizeof(reason), ": %s", why.text);
     } else if (why.cause != NUV_Cause::no_memory) {
         const std::string_view text = reason_of(manager->status());
         std::snprintf(reason, sizeof(reason), " (%.*s)", static_cast<int>(text.size()),

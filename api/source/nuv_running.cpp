@@ -5,6 +5,7 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/containers/nuv_vector.h"
 #include "framework/io/nuv_fileoutputstorage.h"
+#include "framework/io/nuv_posixlowlevelfile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -163,7 +164,7 @@ void run(nuv_job& job, NUV_OutputStorage* storage, nuv_progress progress, void* 
 void refuse_file(nuv_job& job, int error) noexcept
 {
     nuv::fail(*job.manager, nuv::NUV_ERR_IO, "nuv_run_to_file()",
-              nuv::NUV_Diagnosis().while_writing().system(error));
+              nuv::why_not_opened(error, nuv::NUV_FileUse::writing));
     job.take_failure();
 }
 

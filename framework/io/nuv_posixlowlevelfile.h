@@ -88,6 +88,9 @@ private:
     std::int32_t end_ = 0;
 };
 
+// What an errno of open() says here.
+[[nodiscard]] NUV_Diagnosis why_not_opened(int error, NUV_FileUse use) noexcept;
+
 // What file storages share.
 template <class LowLevelFile>
 class NUV_PosixStorage {
@@ -107,11 +110,7 @@ protected:
             return fail(*storage_manager_, NUV_ERR_ARGUMENT, method);
         if (file_.open(name, use))
             return true;
-        NUV_Diagnosis why;
-        why.system(errno);
-        if (use == NUV_FileUse::writing)
-            why.while_writing();
-        return fail(*storage_manager_, NUV_ERR_IO, method, why);
+        return fail(*storage_manager_, NUV_ERR_IO, method, why_not_opened(errno, use));
     }
 
     // The distance moved, which ends at both ends of the file.

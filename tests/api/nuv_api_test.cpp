@@ -232,7 +232,7 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
     const Case cases[] = {
         {NUV_IO, "The source cannot be read: No such file or directory.", [](nuv_job* j) { return nuv_open_file(j, "no such file"); }},
         {NUV_IO, "The source cannot be read: Is a directory.", [](nuv_job* j) { return nuv_open_file(j, "/"); }},
-        {NUV_IO, "The source cannot be read: Illegal seek.", [](nuv_job* j) { return nuv_open_file(j, "/dev/null"); }},
+        {NUV_IO, "The source cannot be read: it is no regular file.", [](nuv_job* j) { return nuv_open_file(j, "/dev/null"); }},
         {NUV_UNKNOWN_KIND, "no picture of a kind that is known: it starts with 68 65 6c 6c", open_bytes(text)},
         {NUV_UNKNOWN_KIND, "The source is empty.", [&](nuv_job* j) { return nuv_open_memory(j, text.data(), 0); }},
         {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide)},

@@ -54,6 +54,19 @@ template <class ReadSome>
 
 } // namespace
 
+NUV_Diagnosis why_not_opened(int error, NUV_FileUse use) noexcept
+{
+    NUV_Diagnosis why;
+    why.system(error);
+    if (use == NUV_FileUse::writing)
+        why.while_writing();
+    if (error == ESPIPE)
+        why.says("it is no regular file");
+    else if (error == EFBIG)
+        why.because(NUV_Cause::limit).says("a file of more than 2 GiB");
+    return why;
+}
+
 bool NUV_PosixLowLevelFile::open(const char* name, NUV_FileUse use)
 {
     // Not blocking: the open of a FIFO waits for the other end otherwise. Regular files do not

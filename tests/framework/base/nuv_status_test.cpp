@@ -54,12 +54,13 @@ TEST(FirstErrorHandler, KeepsTheReasonOfTheStatusThatStandsAndTheFirstDamagedLin
     warn(manager, NUV_WARN_BROKEN_DATA, "a", NUV_Diagnosis().on_line(9));
     warn(manager, NUV_WARN_BROKEN_DATA, "b");
     warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().on_line(7));
+    warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().on_line(8));
     EXPECT_EQ(manager.diagnosis().line, 9);
     EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::damaged);
     fail(manager, NUV_ERR_IO, "d", NUV_Diagnosis().system(28).at_byte(5).says("%d", 1));
     fail(manager, NUV_ERR_UNSUPPORTED, "e", NUV_Diagnosis().says("later"));
     const NUV_Report report(manager);
-    EXPECT_EQ(manager.damage().count, 3u);
+    EXPECT_EQ(manager.damage().count, 4u);
     EXPECT_EQ(manager.damage().first_line, 7);
 
     EXPECT_TRUE(manager.reset());
