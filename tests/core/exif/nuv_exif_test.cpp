@@ -237,6 +237,13 @@ TEST(Exif, StandsTagsThatAreDamaged)
     const Loaded<NUV_ExifJPEGInfo> loaded(jpeg);
     EXPECT_EQ(loaded.info.exif.pixel_x_dimension, 0xFFFFFFF9);
     EXPECT_EQ(loaded.info.exif.color_space.value, 0xFFF9U);
+    // The colour space that cameras write most, by itself; and without a value.
+    structure.put(structure.place(exif), 4, structure.end());
+    for (const std::uint32_t half : {1U, 40961U, 3U, 1U, 0U, 0xFFFFU, 0U, 0U, 0U})
+        structure.put(structure.end(), 2, half);
+    EXPECT_TRUE(Loaded<NUV_ExifTIFFInfo>(structure.bytes).info.loaded());
+    structure.set(exif, 40961, 3, {});
+    EXPECT_FALSE(Loaded<NUV_ExifTIFFInfo>(structure.bytes).info.loaded());
 }
 
 TEST(Exif, TakesTheFormOfThePrimaryImageAlone)
