@@ -106,7 +106,7 @@ private:
         compression_ = is_short ? 0 : field(16);
         at_ += size_;
         at_ += size_ == 40 && compression_ == 3 && is_one_of(depth_, {16, 32}) ? 12 : 0;
-        for (std::uint32_t i = 0; i < 3 && info_ + 52 <= at_; ++i)
+        for (std::size_t i = 0; i < 3 && info_ + 52 <= at_; ++i)
             masks_[i] = load(info_ + 40 + 4 * i, 4);
         return std::max(info_ + 4, at_) <= stored_.size() ||
                fail(NUV_ERR_BROKEN_DATA, "NUV_BitmapInfoHeader::read()");
