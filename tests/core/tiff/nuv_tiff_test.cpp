@@ -155,6 +155,31 @@ TEST(TIFF, HasTheStripsOfLibtiff)
     EXPECT_GT(judged, 200);
 }
 
+TEST(TIFF, GivesStripsTheirPaletteWhereItIsNotLeftOut)
+{
+    std::size_t seen = 0;
+    for (const std::string& name : files("", "tiff_crafted/form_")) {
+        const Bytes file = test_data(name);
+        NUV_TestChain chain;
+        const auto storage = storage_of(chain.manager(), file);
+        NUV_TIFFInfo info(chain.manager());
+        if (!info.load(storage.get()) || info.palette().is_empty())
+            continue;
+        for (const auto palettes :
+             {NUV_ReadTIFFCode::Palettes::kept, NUV_ReadTIFFCode::Palettes::left_out}) {
+            const bool kept = palettes == NUV_ReadTIFFCode::Palettes::kept;
+            auto strips = NUV_ReadTIFFCode(chain.manager()).engine(storage.get(), &info, palettes);
+            for (NUV_Engine* strip : strips.items()) {
+                EXPECT_EQ(strip->header()->palette().equal(info.palette()), kept);
+                EXPECT_EQ(strip->header()->color_type() == NUV_ColorType::s_rgb, kept);
+                strip->end();
+                ++seen;
+            }
+        }
+    }
+    EXPECT_GT(seen, 0U);
+}
+
 // What a creator makes of stored bytes, and the status.
 struct Read {
     Bytes bytes;
