@@ -54,9 +54,9 @@ TEST(TIFF, IsTakenAsThePlainReaderTakesItWhole)
     for (const std::string& name : files("tiff", "tiff_crafted")) {
         SCOPED_TRACE(name);
         Bytes file = test_data(name);
-        const bool is_crafted = name.starts_with("tiff_crafted");
-        for (std::size_t at = 1 + file.size() % 7; at < file.size(); at += is_crafted ? 7 : 1) {
-            EXPECT_EQ(tiff_difference({file.data(), at}), "");
+        const std::size_t step = name.starts_with("tiff_crafted") ? 23 : 1;
+        for (std::size_t at = file.size() % step; at < file.size(); at += step) {
+            EXPECT_EQ(tiff_difference({file.data(), at + 1}), "");
             for (const int value : {0, 0xFF, file[at] + 1, file[at] - 1}) {
                 Bytes changed = file;
                 changed[at] = static_cast<std::uint8_t>(value);
