@@ -141,7 +141,7 @@ void nuv_job::take_failure() noexcept
         std::snprintf(place, sizeof(place), ", at byte %lld", static_cast<long long>(why.byte));
     } else if (why.line >= 0 && source_lines != 0 && why.text[0] == '\0') {
         std::snprintf(place, sizeof(place), ", in line %lld of %u",
-                      static_cast<long long>(why.line + 1), source_lines);
+                      static_cast<long long>(why.line) + 1, source_lines);
     }
     refuse(nuv::status_of(why.cause), "%s%s%s.", beginning_of(why), reason, place);
 }

@@ -22,11 +22,7 @@
 
 namespace {
 
-using nuv::fail;
-using nuv::NUV_Cause;
-using nuv::NUV_Diagnosis;
 using nuv::NUV_Header;
-using nuv::NUV_Held;
 using nuv::NUV_Manager;
 
 template <std::size_t Size>
