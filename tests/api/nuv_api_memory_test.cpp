@@ -1,41 +1,14 @@
 // Whole jobs by the plain interface, with one allocation after the other failing. The library's
 // heap policy is replaced here, when the program is linked.
 
-#include "framework/manager/nuv_mallocmemorymanager.h"
 #include "tests/api/nuv_apijob.h"
+#include "tests/support/nuv_failingheap.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <limits>
-
-namespace {
-
-constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
-std::size_t allocations = 0;
-std::size_t fail_at = never;
-long live = 0;
-
-} // namespace
 
 namespace nuv {
-
-void* NUV_MallocMemoryManager::allocate(std::size_t bytes)
-{
-    if (allocations++ == fail_at)
-        return nullptr;
-    void* memory = std::malloc(bytes);
-    live += memory ? 1 : 0;
-    return memory;
-}
-
-void NUV_MallocMemoryManager::deallocate(void* pointer)
-{
-    live -= pointer ? 1 : 0;
-    std::free(pointer);
-}
-
 namespace {
 
 const ApiBytes samples(std::size_t{4} * 16 * 16, 77);
@@ -52,15 +25,8 @@ nuv_status open_planes(nuv_job* job)
 nuv_status open_stream(nuv_job* job)
 {
     static const ApiBytes jpeg = api_read(api_fixture("jpeg/420.jpg"));
-    std::size_t at = 0;
-    const auto read = [](void* user, void* into, size_t bytes) -> ptrdiff_t {
-        std::size_t& place = *static_cast<std::size_t*>(user);
-        const std::size_t got = std::min(bytes, jpeg.size() - place);
-        std::copy_n(&jpeg[0] + place, got, static_cast<std::uint8_t*>(into));
-        place += got;
-        return static_cast<ptrdiff_t>(got);
-    };
-    return nuv_open_stream(job, read, &at);
+    ApiStream stream{jpeg};
+    return nuv_open_stream(job, ApiStream::read, &stream);
 }
 
 TEST(ApiMemory, NothingIsLeftWhicheverAllocationFails)
@@ -75,15 +41,15 @@ TEST(ApiMemory, NothingIsLeftWhicheverAllocationFails)
     };
     // clang-format on
     for (const ApiCall& call : calls) {
-        fail_at = never;
-        allocations = 0;
+        heap_fails_at = never_fails;
+        heap_allocations = 0;
         EXPECT_EQ(call(ApiJob(nuv_new(nullptr)).get()), NUV_OK);
-        ASSERT_EQ(live, 0);
-        const std::size_t all = allocations;
+        ASSERT_EQ(heap_live, 0);
+        const std::size_t all = heap_allocations;
         std::size_t told = 0;
         for (std::size_t k = 0; k < all; ++k) {
-            fail_at = k;
-            allocations = 0;
+            heap_fails_at = k;
+            heap_allocations = 0;
             const ApiJob job(nuv_new(nullptr));
             const nuv_status status = call(job.get());
             // A probe that has no memory passes the data by, and another one may take it.
@@ -92,8 +58,8 @@ TEST(ApiMemory, NothingIsLeftWhicheverAllocationFails)
             ASSERT_TRUE(is_told) << "allocation " << k << ": " << nuv_message(job.get());
             told += status == NUV_NO_MEMORY ? 1 : 0;
         }
-        fail_at = never;
-        ASSERT_EQ(live, 0);
+        heap_fails_at = never_fails;
+        ASSERT_EQ(heap_live, 0);
         EXPECT_GT(told, all / 2);
     }
 }

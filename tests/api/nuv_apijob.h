@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -55,6 +56,29 @@ using ApiJob = std::unique_ptr<nuv_job, ApiFree>;
     const auto* data = static_cast<const std::uint8_t*>(nuv_result(job.get(), &bytes));
     return data ? ApiBytes(data, data + bytes) : ApiBytes();
 }
+
+// Both ends of a stream: bytes to be read, 777 at a time at the most, and bytes that were written.
+struct ApiStream {
+    ApiBytes from;
+    ApiBytes to = {};
+    std::size_t at = 0;
+
+    static ptrdiff_t read(void* user, void* into, size_t bytes)
+    {
+        auto& it = *static_cast<ApiStream*>(user);
+        const std::size_t got = std::min({bytes, it.from.size() - it.at, std::size_t{777}});
+        std::copy_n(it.from.data() + it.at, got, static_cast<std::uint8_t*>(into));
+        it.at += got;
+        return static_cast<ptrdiff_t>(got);
+    }
+    static int write(void* user, const void* from, size_t bytes)
+    {
+        const auto* data = static_cast<const std::uint8_t*>(from);
+        auto& to = static_cast<ApiStream*>(user)->to;
+        to.insert(to.end(), data, data + bytes);
+        return 0;
+    }
+};
 
 // Opens, operates and writes to memory; what comes, and empty after a failure.
 [[nodiscard]] inline ApiBytes api_made(const ApiCall& open, const ApiCall& call,

@@ -1,42 +1,10 @@
 // Whole runs through the exported class, with one allocation after the other failing. The library's
 // heap policy is replaced here, when the program is linked.
 
-#include "framework/manager/nuv_mallocmemorymanager.h"
+#include "tests/support/nuv_failingheap.h"
 #include "tests/wrapper/nuv_testjob.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <limits>
-
-namespace {
-
-constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
-std::size_t allocations = 0;
-std::size_t fail_at = never;
-long live = 0;
-std::size_t largest = 0;
-
-} // namespace
-
-namespace nuv {
-
-void* NUV_MallocMemoryManager::allocate(std::size_t bytes)
-{
-    largest = std::max(largest, bytes);
-    if (allocations++ == fail_at)
-        return nullptr;
-    void* memory = std::malloc(bytes);
-    live += memory ? 1 : 0;
-    return memory;
-}
-
-void NUV_MallocMemoryManager::deallocate(void* pointer)
-{
-    live -= pointer ? 1 : 0;
-    std::free(pointer);
-}
-
-} // namespace nuv
 
 namespace {
 
@@ -85,19 +53,19 @@ const Call builds[] = {
 TEST(WrapperMemory, NothingIsLeftWhicheverAllocationFails)
 {
     for (const Call& build : builds) {
-        fail_at = never;
-        allocations = 0;
+        nuv::heap_fails_at = nuv::never_fails;
+        nuv::heap_allocations = 0;
         const Bytes whole = job(build);
-        ASSERT_EQ(live, 0);
-        const std::size_t all = allocations;
+        ASSERT_EQ(nuv::heap_live, 0);
+        const std::size_t all = nuv::heap_allocations;
         for (std::size_t k = 0; k < all; ++k) {
-            fail_at = k;
-            allocations = 0;
+            nuv::heap_fails_at = k;
+            nuv::heap_allocations = 0;
             const Bytes part = job(build);
-            ASSERT_EQ(live, 0) << "allocation " << k;
+            ASSERT_EQ(nuv::heap_live, 0) << "allocation " << k;
             ASSERT_EQ(part, first(whole, part.size())) << "allocation " << k;
         }
-        fail_at = never;
+        nuv::heap_fails_at = nuv::never_fails;
     }
 }
 
@@ -110,21 +78,21 @@ TEST(WrapperMemory, NothingIsLeftWhereverTheJobStops)
             wrapper.SetSrcMemory(ppm.data(), static_cast<int>(ppm.size()));
             build(wrapper);
         }
-        EXPECT_EQ(live, 0);
+        EXPECT_EQ(nuv::heap_live, 0);
         for (std::size_t room = 1; room < 200; room += 7)
             job(build, room);
-        EXPECT_EQ(live, 0);
+        EXPECT_EQ(nuv::heap_live, 0);
     }
 }
 
 TEST(WrapperMemory, AskedForIsNoMoreThanTheImageNeeds)
 {
     // Sizes from a record or a header cost nothing until data arrives.
-    largest = 0;
+    nuv::heap_largest = 0;
     NuvWrapperClass wrapper;
     wrapper.SetSrcMemory(ppm.data() + 1, 1);
     in_turn(read_raw(raw_image(0x1FFFFFFF, 7, 1, 8)), [](auto& w) { w.MirrorX(); })(wrapper);
-    EXPECT_LT(largest, std::size_t{1} << 17); // the probes have a buffer of their own
+    EXPECT_LT(nuv::heap_largest, std::size_t{1} << 17); // the probes have a buffer of their own
 }
 
 } // namespace
