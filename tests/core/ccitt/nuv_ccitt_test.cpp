@@ -35,9 +35,8 @@ NUV_FaxPage drawn_page(std::uint32_t width, std::size_t calm, std::size_t plain,
     NUV_FaxPage page{width, height, static_cast<std::uint32_t>(1 + random() % height)};
     const std::size_t line_bytes = page.line_bytes();
     for (std::size_t i = 0; i < page.bits.size(); ++i) {
-        const bool is_black = i % line_bytes > 0 && (page.bits[i - 1] & 1) != 0;
-        page.bits[i] =
-            static_cast<std::uint8_t>(random() % plain != 0 ? is_black * 0xFF : random());
+        const unsigned left = i % line_bytes > 0 && (page.bits[i - 1] & 1) != 0 ? 0xFF : 0;
+        page.bits[i] = static_cast<std::uint8_t>(random() % plain != 0 ? left : random());
         if (i >= line_bytes && random() % calm != 0)
             page.bits[i] = page.bits[i - line_bytes];
         if ((i + 1) % line_bytes == 0 && width % 8 != 0)
