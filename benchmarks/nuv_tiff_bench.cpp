@@ -14,7 +14,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -219,25 +218,24 @@ void write_raw(benchmark::State& state, const Form* form)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(out.size()));
 }
 
-void add(const std::string& name, void (*run)(benchmark::State&, const Form&), const Form& form)
+void add_benchmarks()
 {
-    benchmark::RegisterBenchmark((name + form.name).c_str(), run, std::cref(form))
-        ->Unit(benchmark::kMillisecond);
+    for (const Form& form : forms) {
+        benchmark::RegisterBenchmark((std::string("here/") + form.name).c_str(),
+                                     [&form](benchmark::State& state) { read_here(state, form); })
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(
+            (std::string("libtiff/") + form.name).c_str(),
+            [&form](benchmark::State& state) { read_by_libtiff(state, form); })
+            ->Unit(benchmark::kMillisecond);
+    }
 }
 
-const bool added = [] {
-    benchmark::RegisterBenchmark("copy_pixels", copy_pixels)->Unit(benchmark::kMillisecond);
-    for (const Form& form : forms) {
-        add("here/", read_here, form);
-        add("libtiff/", read_by_libtiff, form);
-    }
-    const Form* const as_samples = nullptr;
-    benchmark::RegisterBenchmark("write_raw/tiff", write_raw, &forms[1])
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("write_raw/samples", write_raw, as_samples)
-        ->Unit(benchmark::kMillisecond);
-    return true;
-}();
+const bool added = (add_benchmarks(), true);
+
+BENCHMARK(copy_pixels)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(write_raw, tiff, &forms[1])->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(write_raw, samples, nullptr)->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace nuv
