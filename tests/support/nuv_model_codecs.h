@@ -27,7 +27,8 @@ inline Decoded pack_bits(std::span<const std::uint8_t> in, std::uint32_t line, s
     Decoded out;
     std::size_t at = 0;
     while (out.bytes.size() < std::size_t{line} * lines && at < in.size()) {
-        const int control = static_cast<std::int8_t>(in[at++]);
+        const int byte = in[at++];
+        const int control = byte < 128 ? byte : byte - 256;
         const auto count = static_cast<std::size_t>(control < 0 ? 1 - control : control + 1);
         const std::size_t taken = control < 0 ? 1 : count;
         if (control == -128)

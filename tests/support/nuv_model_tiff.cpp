@@ -501,9 +501,9 @@ TIFFPicture read_tiff(const TIFFFile& file)
         return groups ? width / factors[0] * (luma + 2)
                       : ((planar ? 1 : file.channels) * file.bits * narrow + 7) / 8;
     };
-    if (line_bytes(0) > farthest)
-        return refuse(NUV_ERR_UNSUPPORTED, "");
-    if ((!raw && file[compression] != 32773) || line_bytes(0) * file[rows_per_strip] > farthest)
+    const std::uint64_t line_bits = file.channels * file.bits * width; // sizes have 32 bits
+    if ((!raw && file[compression] != 32773) || line_bits > absent - 7 ||
+        line_bytes(0) * height > farthest)
         return unknown();
 
     std::uint64_t rows = file[rows_per_strip];
