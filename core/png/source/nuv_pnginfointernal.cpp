@@ -265,8 +265,11 @@ void NUV_PNGInfoInternal::get_header_fields() noexcept
 void NUV_PNGInfoInternal::get_color_fields() noexcept
 {
     auto& present = fields_.present;
-    // Without a gAMA chunk libpng answers with what an sRGB chunk implies.
-    present[NUV_PNGTypes::gama] = has_gamma_ && png_get_gAMA(png_, info_, &fields_.gamma) != 0;
+    // With an sRGB chunk libpng answers with what that implies, whatever the gAMA chunk says.
+    double implied = 0.0;
+    present[NUV_PNGTypes::gama] = gamma_ != 0 && png_get_gAMA(png_, info_, &implied) != 0;
+    if (present[NUV_PNGTypes::gama])
+        fields_.gamma = gamma_ / 100000.0; // PNG second edition, 11.3.3.2
     int intent = 0;
     present[NUV_PNGTypes::srgb] = png_get_sRGB(png_, info_, &intent) != 0;
     if (present[NUV_PNGTypes::srgb])
@@ -360,13 +363,16 @@ bool NUV_PNGInfoInternal::read_end() noexcept
 void NUV_PNGInfoInternal::read_callback(png_structp png, png_bytep into, std::size_t bytes)
 {
     constexpr std::uint8_t gamma_name[] = {'g', 'A', 'M', 'A'};
+    constexpr png_uint_32 in_data = PNG_IO_READING | PNG_IO_CHUNK_DATA;
 
     auto* self = static_cast<NUV_PNGInfoInternal*>(png_get_io_ptr(png));
-    if (png_get_io_chunk_type(png) == load_be32(gamma_name))
-        self->has_gamma_ = true;
     // No chunk, and so no request, is longer than 31 bits.
     if (!self->read_storage(into, static_cast<std::uint32_t>(bytes)))
         png_error(png, "Read error: nuv_read_callback()");
+    const bool is_gamma = png_get_io_chunk_type(png) == load_be32(gamma_name) &&
+                          png_get_io_state(png) == in_data && bytes == sizeof(gamma_);
+    if (is_gamma && self->gamma_ == 0) // libpng drops a second one
+        self->gamma_ = load_be32(into);
 }
 
 void NUV_PNGInfoInternal::error_callback(png_structp png, png_const_charp text)

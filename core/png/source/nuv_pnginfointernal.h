@@ -111,10 +111,10 @@ private:
     png_textp text_chunks_ = nullptr;
     int text_count_ = 0;
 
+    std::uint32_t gamma_ = 0;    // of the gAMA chunk as it is stored, 0 without one
     std::size_t held_bytes_ = 0; // by libpng
     bool limits_memory_ = true;  // while what it takes depends on texts and profiles
     bool was_refused_memory_ = false;
-    bool has_gamma_ = false; // a gAMA chunk was met
     bool begun_ = false;
     bool stopped_ = false; // libpng has jumped, or has read all
 };

@@ -155,14 +155,14 @@ TEST(PNG, TellsWhatTheFileSaysBesideItsPixels)
     };
     const Picture picture{2, 1, 2, 8};
     PNGCraft craft = picture.head();
-    craft.chunk("gAMA", {0, 0, 0x4E, 0x20}).chunk("sBIT", {5, 6, 7}).chunk("PLTE", Bytes(6, 9)).chunk("bKGD", {0, 1, 0, 2, 0, 3}).chunk("tIME", {7, 0xEA, 11, 22, 1, 2, 3})
+    craft.chunk("sRGB", {1}).chunk("gAMA", {0, 0, 0x4E, 0x20}).chunk("sBIT", {5, 6, 7}).chunk("PLTE", Bytes(6, 9)).chunk("bKGD", {0, 1, 0, 2, 0, 3}).chunk("tIME", {7, 0xEA, 11, 22, 1, 2, 3})
         .chunk("tEXt", bytes_of({"key\0text", 8})).chunk("iTXt", bytes_of({"k\0\0\0en\0K\0words", 14})).chunk("oFFs", {0xFF, 0xFF, 0xFF, 0xFE, 0, 0, 0, 3, 1})
         .chunk("pHYs", {0, 0, 11, 19, 0, 0, 11, 20, 1}).chunk("sCAL", bytes_of({"\1" "0.5\0" "2.5", 8})).chunk("IDAT", {});
     NUV_TestChain chain;
     NUV_PNGInfo info(chain.manager());
     const NUV_TestStored full(chain.manager(), craft.end());
     ASSERT_TRUE(info.load(full.storage()));
-    EXPECT_EQ(told(info), "2 0.2 4, bits 7 8, time 2026 11 3, background 1 3, offset -2 3 1, pixels 2836 1, 2835 2836 4, scale 0.5 2.5 1, -1keytext 1kwordsK 1001111111");
+    EXPECT_EQ(told(info), "2 0.2 1, bits 7 8, time 2026 11 3, background 1 3, offset -2 3 1, pixels 2836 1, 2835 2836 4, scale 0.5 2.5 1, -1keytext 1kwordsK 1101111111");
     EXPECT_TRUE(info.palette().is_empty()) << "pixels that don't use it";
     // The next file says next to nothing: neither does what is told of it.
     PNGCraft little = picture.head().chunk("sRGB", {2}).chunk("IDAT", {});
