@@ -3,7 +3,6 @@
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_readjpeg.h"
 #include "core/tiff/nuv_readtiffcode.h"
-#include "core/tiff/source/nuv_mirroredinputstorage.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
@@ -27,8 +26,6 @@ public:
     [[nodiscard]] NUV_Engine* read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip);
 
 private:
-    [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage,
-                                                  const NUV_TIFFStrip& strip);
     [[nodiscard]] std::uint32_t restart_rows() const noexcept;
 
     NUV_Manager& manager_;
@@ -56,29 +53,24 @@ std::uint32_t JPEGStrips::restart_rows() const noexcept
                : 0;
 }
 
-NUV_Held<NUV_InputStorage> JPEGStrips::open(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)
-{
-    NUV_Held<NUV_InputStorage> bytes = open_tiff_strip(manager_, storage, strip);
-    if (!bytes || !is_reversed_tiff_strip(info_, *bytes))
-        return bytes;
-    return make_initiated<NUV_MirroredInputStorage>(manager_, bytes.get());
-}
-
 NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)
 {
-    const auto stream = open(storage, strip);
+    const auto stored = open_tiff_strip(manager_, storage, strip);
+    NUV_Held<NUV_InputStorage> mirrored;
+    NUV_InputStorage* const stream =
+        stored ? turn_tiff_bits(manager_, stored.get(), info_, mirrored) : nullptr;
     if (!stream)
         return nullptr;
     NUV_JPEGInfo jpeg(manager_);
     const NUV_DecodeJPEGOption option(tables_, restart_rows(), NUV_JPEGInfo::full_scale);
-    if (!jpeg.load(stream.get(), NUV_ColorType::unknown, &tables_, option.restart_rows()))
+    if (!jpeg.load(stream, NUV_ColorType::unknown, &tables_, option.restart_rows()))
         return fail(manager_, NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
     if (jpeg.channels() != info_.channels() || jpeg.bits() != info_.bits())
         return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()");
     // A strip cannot tell its colour itself; that of a palette comes behind the joined strips.
     if (info_.compression == Compression::jpeg && info_.palette().is_empty())
         jpeg.color_type(info_.color_type());
-    return NUV_ReadJPEG(manager_).engine(stream.get(), &jpeg, option);
+    return NUV_ReadJPEG(manager_).engine(stream, &jpeg, option);
 }
 
 } // namespace

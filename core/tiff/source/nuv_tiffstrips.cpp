@@ -32,6 +32,15 @@ bool begins_as_jpeg(NUV_InputStorage& strip)
     return is_jpeg;
 }
 
+// The bits of the strip's bytes are stored the other way round.
+bool is_reversed(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
+{
+    if (info.fill_order != NUV_TIFFAttributes::FillOrder::low_bit_first)
+        return false;
+    // JPEG strips are stored plainly by most writers, whatever the tag says.
+    return info.encode_type() != NUV_EncodeType::jpeg || !begins_as_jpeg(strip);
+}
+
 } // namespace
 
 NUV_TIFFStrips::NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept
@@ -163,7 +172,7 @@ bool NUV_TIFFStripStream::hand_on(NUV_Vector<std::uint32_t>& offsets,
 NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,
                                  const NUV_TIFFInfo& info, NUV_Held<NUV_InputStorage>& mirrored)
 {
-    if (!is_reversed_tiff_strip(info, *bytes))
+    if (!is_reversed(info, *bytes))
         return bytes;
     mirrored = make_initiated<NUV_MirroredInputStorage>(manager, bytes);
     return mirrored.get();
@@ -178,14 +187,6 @@ NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes, const
                                (info.byte_order() == NUV_TIFFByteOrder::little_endian);
     return source ? NUV_ReadStorage(manager).engine(source, &header, 0, 0, is_host_order ? 1 : 0)
                   : nullptr;
-}
-
-bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
-{
-    if (info.fill_order != NUV_TIFFAttributes::FillOrder::low_bit_first)
-        return false;
-    // JPEG strips are stored plainly by most writers, whatever the tag says.
-    return info.encode_type() != NUV_EncodeType::jpeg || !begins_as_jpeg(strip);
 }
 
 bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info, bool keeps_palette)

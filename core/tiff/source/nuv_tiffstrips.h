@@ -93,7 +93,8 @@ private:
 };
 
 // `bytes` with their bits in the order of the library, over it where that is needed: then
-// `mirrored` holds what is answered. Null after a status.
+// `mirrored` holds what is answered. `bytes` stands at its begin, and stays there. Null after a
+// status.
 [[nodiscard]] NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,
                                                const NUV_TIFFInfo& info,
                                                NUV_Held<NUV_InputStorage>& mirrored);
@@ -108,9 +109,6 @@ private:
 // indices has no colour either.
 [[nodiscard]] bool describe_tiff_strip(NUV_Header& header, const NUV_TIFFInfo& info,
                                        bool keeps_palette);
-
-// The bits of the strip's bytes are stored the other way round. The storage stays at its begin.
-[[nodiscard]] bool is_reversed_tiff_strip(const NUV_TIFFInfo& info, NUV_InputStorage& strip);
 
 // What the two creators look at alike, under their own names: a plane-order without planes and
 // child images, each with a warning, and tiles, which are not read.
