@@ -44,7 +44,7 @@ bool NUV_DecodePackBitsEngine::initiate(const NUV_Header* header, NUV_SrcBuffer*
     return source_set && dst->block_bytes(line_bytes_);
 }
 
-// An image may have a decoder a strip, of which all but one are idle.
+// With the first line: an engine that only stands in a chain is small.
 bool NUV_DecodePackBitsEngine::start()
 {
     if (!decoder_.allocate(manager(), 1))

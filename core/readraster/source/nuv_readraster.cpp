@@ -7,6 +7,7 @@
 #include "framework/base/nuv_held.h"
 
 namespace nuv {
+
 NUV_ReadRaster::NUV_ReadRaster(NUV_Manager& manager) noexcept
     : NUV_EngineCreator(manager),
       entry_(manager),
