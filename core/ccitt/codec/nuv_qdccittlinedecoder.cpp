@@ -6,8 +6,6 @@ namespace nuv {
 
 QDCCITTCPList::Changes QDCCITTCPList::b1_white(std::int64_t a0) noexcept
 {
-    while (index_ > 0 && start(index_ - 2) > a0)
-        index_ -= 2;
     while (index_ < count_ && start(index_) <= a0)
         index_ += 2;
     return {start(index_), behind_end(index_)};

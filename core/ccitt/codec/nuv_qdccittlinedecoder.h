@@ -15,7 +15,8 @@ inline constexpr std::uint32_t ccitt_eol = 1;
 inline constexpr std::uint32_t ccitt_eol_bits = 12;
 
 // The reference line of two-dimensional coding. Positions are signed: -1 is that in front of the
-// first pixel. Where there is no change, it is the width.
+// first pixel. Where there is no change, it is the width. It is asked with an a0 that never goes
+// back, so that a run which has started at a0 or in front of it has done so for good.
 class QDCCITTCPList {
 public:
     // Over the first `count` words of `runs`, in ascending order.
