@@ -37,7 +37,10 @@ protected:
     {
         rows_per_strip_ = rows_per_strip;
         strip_byte_counts_ = strip_byte_counts;
-        return NUV_Decode::engine(previous);
+        NUV_Engine* const decoder = NUV_Decode::engine(previous);
+        rows_per_strip_ = 0;
+        strip_byte_counts_ = {}; // which are the caller's
+        return decoder;
     }
     template <class E>
     [[nodiscard]] NUV_Engine* append_coded(NUV_Engine& previous)
