@@ -177,6 +177,7 @@ bool QDCCITTDecoder::keep_as_reference(const Line& line)
 
 void QDCCITTDecoder::reference_count(std::uint32_t words) noexcept
 {
+    static_assert(QDCCITTFastReference::end_words <= QDCCITTRunArray::spare_words);
     reference_count_ = words;
     QDCCITTFastReference::end_line(reference_.words() + words, width_);
 }

@@ -237,6 +237,8 @@ template <class Lookup>
 {
     using Modes = QDCCITTModeLookup;
     static_assert(Modes::most_copies <= QDCCITTFastLine::spare_words);
+    // Before a lookup `b1` stands at most one word behind the first of those that end the line.
+    static_assert(1 + Modes::most_copies <= QDCCITTFastReference::end_words);
 
     const std::int32_t end = position(width);
     const std::uint32_t* b1 = reference.words;
