@@ -145,6 +145,21 @@ TEST(FaxDecoders, TakeNoHarmFromEndlessMakeUpCodes)
     EXPECT_TRUE(is_decoded_alike(job));
 }
 
+// Runs and the reference line outgrow the memory that both begin with.
+TEST(FaxDecoders, TakeMoreMemoryForLinesOfManyRuns)
+{
+    std::string words;
+    for (int run = 0; run < 35000; ++run)
+        words += "001 000111 010 ";
+    const auto data = coded(words + std::string(2 * 70000, '1'));
+    const std::vector<std::uint8_t> page(3 * 8750, 0x55);
+    expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+        chain.source_bytes({70000, 3, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr}, data);
+        EXPECT_TRUE((chain.append<NUV_DecodeMMR>() && chain.run_bytes() == page) ||
+                    chain.status().code == NUV_ERR_MEMORY);
+    });
+}
+
 TEST(FaxDecoders, AreFoundByTheCoding)
 {
     NUV_TestImage image = {.width = 8, .bits = 1, .encode_type = NUV_EncodeType::mh};
@@ -154,6 +169,17 @@ TEST(FaxDecoders, AreFoundByTheCoding)
     image.encode_type = NUV_EncodeType::mmr;
     expect_result("MMR", image, coded("001 1000 010 1"), appending<NUV_DecodeToRaw>(), {0x10});
 }
+
+// Has what it is told last, and wants no more.
+struct NUV_FaxListener final : QDCCITTDecoder::ReportHandler {
+    bool report(const QDCCITTBase::Status& status) override
+    {
+        heard = status.message().data();
+        return false;
+    }
+
+    std::string heard;
+};
 
 TEST(FaxDecoders, TellWhatTheyMeet)
 {
@@ -167,19 +193,29 @@ TEST(FaxDecoders, TellWhatTheyMeet)
     // clang-format on
     for (const auto& [words, message] : cases) {
         const NUV_FaxJob job{.data = coded(words)};
-        NUV_FaxStream stream(job);
-        QDMHDecoder decoder(&stream, 4, 1, nullptr, &stream, nullptr);
-        unsigned char line = 0xFF;
-        EXPECT_TRUE(decoder.decode(&line));
-        EXPECT_STREQ(decoder.status().message().data(), message);
-        EXPECT_FALSE(decoder.decode(&line));
-        EXPECT_EQ(decoder.status().code(), QDCCITTBase::Code::out_of_turn);
+        NUV_FaxListener listener;
+        for (const bool listens : {false, true}) {
+            NUV_FaxStream stream(job);
+            QDMHDecoder decoder(&stream, 4, 1, nullptr, &stream, listens ? &listener : nullptr);
+            unsigned char line = 0xFF;
+            EXPECT_EQ(decoder.decode(&line), !listens || *message == 0);
+            EXPECT_STREQ(decoder.status().message().data(), message);
+            EXPECT_EQ(listener.heard, listens ? message : "");
+            EXPECT_FALSE(decoder.decode(&line));
+            EXPECT_EQ(decoder.status().code(), QDCCITTBase::Code::out_of_turn);
+        }
     }
     QDMHOption option;
     option.uncompressed_mode = true;
     NUV_FaxStream stream({});
-    const QDMHDecoder refused(&stream, 1, 1, &option, &stream, nullptr);
-    EXPECT_EQ(refused.status().code(), QDCCITTBase::Code::unsupported);
+    // clang-format off
+    EXPECT_EQ(QDMHDecoder(&stream, 1, 1, &option, &stream, nullptr).status().code(), QDCCITTBase::Code::unsupported);
+    EXPECT_EQ(QDMHDecoder(nullptr, 1, 1, nullptr, &stream, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
+    EXPECT_EQ(QDMRDecoder(&stream, 0, 1, nullptr, &stream, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
+    EXPECT_EQ(QDMMRDecoder(&stream, 1, 0, nullptr, &stream, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
+    EXPECT_EQ(QDMMRDecoder(&stream, 0x0FFFFFFF, 1, nullptr, &stream, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
+    EXPECT_EQ(QDMMRDecoder(&stream, 1, 1, nullptr, nullptr, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
+    // clang-format on
 }
 
 // Without an engine, and behind one of another coding: who refuses is called like the creator.
