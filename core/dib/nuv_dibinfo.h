@@ -56,7 +56,7 @@ private:
     [[nodiscard]] bool interpret_info_header(NUV_InputStorage& storage);
     void describe_samples(NUV_Palette& colors);
     [[nodiscard]] std::uint16_t mask_depth(std::uint32_t bit_count) const noexcept;
-    void load_profile(NUV_InputStorage& storage);
+    [[nodiscard]] bool load_profile(NUV_InputStorage& storage);
     void warn_of_profile();
 
     NUV_BitmapInfoHeader info_header_;

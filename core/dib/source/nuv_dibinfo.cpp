@@ -73,8 +73,7 @@ bool NUV_DIBInfo::interpret_info_header(NUV_InputStorage& storage)
     resolution_.x = stored.x_pels_per_meter;
     resolution_.y = stored.y_pels_per_meter;
     resolution_.unit = NUV_ResolutionInfo::per_metre;
-    load_profile(storage);
-    return true;
+    return load_profile(storage);
 }
 
 // Bits, channels and colour, and no palette where these tell the colours.
@@ -158,18 +157,19 @@ bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
     return palette.value(value, 3 * count);
 }
 
-// By its place in the storage, which then stands where it stood.
-void NUV_DIBInfo::load_profile(NUV_InputStorage& storage)
+// By its place in the storage, which then stands where it stood. False when it cannot: the pixels
+// may follow there.
+bool NUV_DIBInfo::load_profile(NUV_InputStorage& storage)
 {
     profile_.free();
     if (!info_header_.has_profile())
-        return;
-    const std::int32_t behind_table = storage.position();
+        return true;
+    const auto behind_table = static_cast<std::uint32_t>(storage.position());
     if (seek_exactly(storage, info_header_.profile_data))
         read_profile(storage, info_header_.profile_size);
     else
         warn_of_profile();
-    static_cast<void>(storage.to(behind_table));
+    return seek_exactly(storage, behind_table);
 }
 
 bool NUV_DIBInfo::read_profile(NUV_InputStorage& storage, std::uint32_t size)
