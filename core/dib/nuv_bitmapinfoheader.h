@@ -44,6 +44,12 @@ public:
     {
         return header_size == core_bytes ? 3 : 4;
     }
+    // Three masks follow the header, though its size does not say so.
+    [[nodiscard]] bool has_masks_behind() const noexcept
+    {
+        return header_size == info_bytes && compression == bit_fields &&
+               (bit_count == 16 || bit_count == 32);
+    }
     [[nodiscard]] bool has_profile() const noexcept
     {
         return header_size >= profile_bytes && profile_size != 0 &&
@@ -78,7 +84,6 @@ public:
 private:
     void take_core(const std::uint8_t* stored) noexcept;
     void take_info(const std::uint8_t* stored) noexcept;
-    [[nodiscard]] bool has_masks_behind() const noexcept;
     [[nodiscard]] bool has_valid_masks() const noexcept;
     void check_color_space() const;
     // Always false.

@@ -38,6 +38,8 @@ void expect_as_model_of(std::span<const std::uint8_t> stored)
                              info.resolution().y),
                   std::tuple(wanted.width, wanted.height, wanted.bits, wanted.channels,
                              wanted.color, wanted.coding, wanted.across, wanted.down));
+        EXPECT_EQ(std::tuple(info.color_table_bytes(), info.pixel_offset()),
+                  std::tuple(wanted.table_bytes, wanted.pixels_at));
         const std::uint8_t* value = info.palette().value();
         EXPECT_EQ(Bytes(value, value + 3 * info.palette().entries), wanted.palette);
         const std::size_t place = info.profile().empty() ? 0 : info.info_header().profile_data;

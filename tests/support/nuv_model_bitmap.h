@@ -26,7 +26,9 @@ public:
     int color = 220;                   // sRGB, 100 is gray, and 102 gray with 0 as white
     int coding = 0;                    // 0 is raw, 300 and 310 run-length coded in 8 and 4 bits
     std::vector<std::uint8_t> palette; // red, green, blue
-    std::int32_t across = 0;           // pixels of a metre
+    std::uint64_t table_bytes = 0;     // of the colour table as far as pixels can name it
+    std::uint64_t pixels_at = 0;
+    std::int32_t across = 0; // pixels of a metre
     std::int32_t down = 0;
     bool is_too_large = false; // for samples
     std::vector<std::uint8_t> samples;
@@ -133,13 +135,16 @@ private:
         const std::uint32_t entry_bytes = size_ == 12 ? 3 : 4;
         const std::uint64_t used = field(32, 2);
         const std::uint64_t limit = std::uint64_t{1} << std::min(depth_, 24U);
-        if (depth_ > 8 && used == 0)
-            return true;
-        const std::uint64_t count = used != 0 && used < limit ? used : limit;
+        const std::uint64_t all = depth_ > 8 ? 0 : limit;
+        const std::uint64_t count = used != 0 && used < limit ? used : all;
         if (left() < std::max(used, count) * entry_bytes)
             return fail(NUV_ERR_BROKEN_DATA, "NUV_DIBInfo::read_palette()");
         for (std::size_t i = 0; i < count * 3 && depth_ <= 8; ++i)
             palette.push_back(stored_[at_ + i / 3 * entry_bytes + 2 - i % 3]);
+        table_bytes = count * entry_bytes;
+        const std::uint64_t named = field(32) != 0 ? field(32) : all;
+        pixels_at = at_ + (info_ == 0 ? std::max(used, count) : named) * entry_bytes;
+        pixels_at = off_bits_ != 0 ? off_bits_ : pixels_at;
         at_ += std::max(used, count) * entry_bytes;
         return true;
     }

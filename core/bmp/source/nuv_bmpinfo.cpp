@@ -34,10 +34,8 @@ std::uint64_t NUV_BMPInfo::pixel_offset() const noexcept
     std::uint64_t colors = stored.clr_used;
     if (colors == 0 && stored.bit_count <= 8)
         colors = std::uint64_t{1} << stored.bit_count;
-    const bool has_masks_behind =
-        stored.header_size == Info::info_bytes && stored.compression == Info::bit_fields;
     return NUV_BitmapFileHeader::stored_bytes + stored.header_size +
-           (has_masks_behind ? masks : 0) + stored.color_bytes() * colors;
+           (stored.has_masks_behind() ? masks : 0) + stored.color_bytes() * colors;
 }
 
 } // namespace nuv

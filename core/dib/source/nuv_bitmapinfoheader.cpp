@@ -115,12 +115,6 @@ void NUV_BitmapInfoHeader::take_info(const std::uint8_t* stored) noexcept
     reserved = load_le32(stored + 120);
 }
 
-bool NUV_BitmapInfoHeader::has_masks_behind() const noexcept
-{
-    return header_size == info_bytes && compression == bit_fields &&
-           (bit_count == 16 || bit_count == 32);
-}
-
 bool NUV_BitmapInfoHeader::has_valid_masks() const noexcept
 {
     const bool are_runs = is_one_run(red_mask) && is_one_run(green_mask) && is_one_run(blue_mask);

@@ -4,7 +4,6 @@
 #include "framework/base/nuv_cpu.h"
 #include "framework/utility/nuv_endian.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -51,7 +51,8 @@ NUV_Engine* NUV_ReadDIBRaw::engine(NUV_InputStorage* storage, const NUV_DIBInfo*
     return append_reader<NUV_ReadDIBRawEngine>(storage, info, &info->info_header());
 }
 
-// Lines of a coding can be read forward alone, so turning them around is a stage of its own.
+// Lines of a coding can be read forward alone, so turning them around is a stage of its own. A
+// single line needs none.
 NUV_Engine* NUV_ReadDIBRLE::engine(NUV_InputStorage* storage, const NUV_DIBInfo* info)
 {
     constexpr auto method = "NUV_ReadDIBRLE::engine()";
@@ -64,7 +65,7 @@ NUV_Engine* NUV_ReadDIBRLE::engine(NUV_InputStorage* storage, const NUV_DIBInfo*
     NUV_Engine* codes =
         NUV_ReadStorage(manager()).engine(storage, info, storage->position(), 0, host_order);
     NUV_Engine* lines = codes ? NUV_DecodeToRaw(manager()).engine(codes) : nullptr;
-    if (!lines || info->info_header().height < 0)
+    if (!lines || info->info_header().height <= 1)
         return lines;
     return NUV_MirrorY(manager()).engine(lines);
 }

@@ -1,11 +1,15 @@
 #include "framework/buffer/nuv_srcbuffer.h"
+#include "framework/utility/nuv_endian.h"
 #include "tests/support/nuv_bitmapjudge.h"
 #include "tests/support/nuv_readerharness.h"
 #include "tests/support/nuv_testsamples.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
+#include <numeric>
 #include <vector>
 
 namespace nuv {
@@ -103,6 +107,7 @@ TEST(Bitmaps, RefuseOrBearWhatTheirHeadersMayNotSay)
             expect_as_model(changed(row.file, {{row.at, number}}));
         }
     }
+    expect_as_model(changed("bmp/windows_4.bmp", {{10, 0}, {46, 65537}}));
     // Of a profile: its kind, where it begins, and its bytes.
     for (const std::uint32_t number : {0U, 4U, 318U, 319U, much, 0xFFFFFFFF}) {
         expect_as_model(changed("bmp/v5_24.bmp", {{70, 0x4D424544}, {126, number}, {130, 20}}));
@@ -118,6 +123,56 @@ TEST(Bitmaps, RefuseOrBearWhatTheirHeadersMayNotSay)
     EXPECT_TRUE(lines->get(&count));
     EXPECT_STREQ(chain.status().method, "NUV_ReadDIBRawEngine::execute() - can't seek");
     EXPECT_EQ(chain.manager().diagnosis().byte, 138 + (std::int64_t{999} << 22));
+}
+
+// Also those that nobody looks at.
+TEST(Bitmaps, HaveTheFieldsOfTheirHeadersWhereTheyStand)
+{
+    constexpr std::size_t intent = 26; // as a word of the header
+    std::vector<std::uint8_t> stored(124);
+    std::iota(stored.begin(), stored.end(), std::uint8_t{0});
+    const auto word = [&stored](std::size_t i) { return load_le32(stored.data() + 4 * i); };
+    for (const int bytes : {40, 52, 56, 60, 96, 108, 112, 120, 124}) {
+        std::fill_n(stored.begin(), 4, std::uint8_t{0});
+        stored[0] = static_cast<std::uint8_t>(bytes);
+        NUV_TestChain chain;
+        const NUV_TestStored source(chain.manager(), stored);
+        NUV_BitmapInfoHeader read(chain.manager());
+        EXPECT_TRUE(read.read(source.storage()) && source.position() == bytes);
+        const auto& [x1, x2, x3, x4, x5, x6, x7, x8, x9] = read.end_points;
+        const std::uint32_t fields[] = {
+            // clang-format off
+            std::uint32_t(read.width), std::uint32_t(read.height), std::uint32_t(read.bit_count) << 16 | read.planes,
+            read.compression, read.size_image, std::uint32_t(read.x_pels_per_meter), std::uint32_t(read.y_pels_per_meter),
+            read.clr_used, read.clr_important, read.red_mask, read.green_mask, read.blue_mask, read.alpha_mask, read.cs_type,
+            x1, x2, x3, x4, x5, x6, x7, x8, x9, read.gamma_red, read.gamma_green, read.gamma_blue, read.intent,
+            read.profile_data, read.profile_size, read.reserved,
+            // clang-format on
+        };
+        for (std::size_t i = 0; i < std::size(fields); ++i) {
+            const std::uint32_t absent = i == intent ? 4 : 0;
+            EXPECT_EQ(fields[i], 4 * i + 8 <= std::size_t(bytes) ? word(i + 1) : absent) << i;
+        }
+    }
+}
+
+// Behind the profile the storage has to go back to the pixels.
+TEST(Bitmaps, AreRefusedWhereTheStorageLosesTheirPixels)
+{
+    class OneWayStorage final : public NUV_InputStorageDecorator {
+    public:
+        using NUV_InputStorageDecorator::NUV_InputStorageDecorator;
+        [[nodiscard]] bool to(std::int32_t offset) override
+        {
+            return offset > position() && NUV_InputStorageDecorator::to(offset);
+        }
+    };
+    const auto file = changed("bmp/v5_24.bmp", {{10, 0}, {70, 0x4D424544}, {126, 200}, {130, 20}});
+    NUV_TestChain chain;
+    const NUV_TestStored stored(chain.manager(), file, 0);
+    const auto one_way = make_initiated<OneWayStorage>(chain.manager(), stored.storage());
+    NUV_BMPInfo info(chain.manager());
+    EXPECT_FALSE(info.load(one_way.get()));
 }
 
 } // namespace
