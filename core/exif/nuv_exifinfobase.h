@@ -23,8 +23,9 @@ public:
 
     // The structure whose header begins where the storage stands; its offsets are positions of the
     // storage. Null stands for a structure of no bytes. At most four times the bytes of the values
-    // are held. NUV_ERR_BROKEN_DATA and NUV_ERR_UNSUPPORTED for a structure that cannot be read,
-    // NUV_ERROR for a closed storage, NUV_ERR_MEMORY.
+    // are held, eight times where up to 1024 bytes stand in place of rationals.
+    // NUV_ERR_BROKEN_DATA and NUV_ERR_UNSUPPORTED for a structure that cannot be read, NUV_ERROR
+    // for a closed storage, NUV_ERR_MEMORY.
     [[nodiscard]] bool load_attributes(NUV_InputStorage* storage);
 
 private:

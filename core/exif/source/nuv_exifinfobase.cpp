@@ -5,7 +5,6 @@
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_inputstorage.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <span>

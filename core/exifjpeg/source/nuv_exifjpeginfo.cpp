@@ -16,18 +16,18 @@ bool NUV_ExifJPEGTagInfo::load_internal(NUV_InputStorage* storage)
 {
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ExifJPEGTagInfo::load()");
+    reset_attributes();
     return NUV_JPEGInfo::load_internal(storage) && load_exif();
 }
 
 bool NUV_ExifJPEGTagInfo::load_exif()
 {
-    reset_attributes();
     if (!is_conforming())
         return false;
     const auto structure = exif_structure();
     if (!structure)
         return false;
-    // Lives as long as the marker list, whose bytes it reads. There is none over no bytes.
+    // Reads the bytes of the marker list, which stays behind it. There is none over no bytes.
     NUV_Held<NUV_ByteArrayInputStorage> storage;
     if (!structure->empty()) {
         storage = make_initiated<NUV_ByteArrayInputStorage>(manager(), structure->data(),
