@@ -31,7 +31,7 @@ public:
     // and raises nothing: errno tells the reason, EFBIG for a file that is too large.
     [[nodiscard]] bool open(const char* name, NUV_FileUse use);
     // Takes over a descriptor, under the same conditions and where it stands; it stays the caller's
-    // when this answers false. Raises nothing.
+    // when this answers false. Raises nothing; errno tells the reason.
     [[nodiscard]] bool adopt(std::int32_t descriptor, NUV_FileUse use = NUV_FileUse::reading);
     [[nodiscard]] bool is_closed() const noexcept { return descriptor_ < 0; }
     bool close();
@@ -88,7 +88,7 @@ private:
     std::int32_t end_ = 0;
 };
 
-// What an errno of open() says here.
+// What an errno of open() and adopt() says here.
 [[nodiscard]] NUV_Diagnosis why_not_opened(int error, NUV_FileUse use) noexcept;
 
 // What file storages share.

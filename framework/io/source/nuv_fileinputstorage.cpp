@@ -31,7 +31,7 @@ bool NUV_FileInputStorage::initiate(std::int32_t descriptor)
     if (!is_closed())
         take_stamp();
     if (!file_.adopt(descriptor))
-        return fail(manager(), NUV_ERR_IO, method);
+        return fail(manager(), NUV_ERR_IO, method, why_not_opened(errno, NUV_FileUse::reading));
     return true;
 }
 

@@ -27,7 +27,7 @@ bool NUV_FileOutputStorage::initiate(std::int32_t descriptor)
     if (file_.adopt(descriptor, NUV_FileUse::writing))
         return true;
     return fail(manager(), NUV_ERR_IO, "NUV_FileOutputStorage::initiate()",
-                NUV_Diagnosis().while_writing().system(errno));
+                why_not_opened(errno, NUV_FileUse::writing));
 }
 
 bool NUV_FileOutputStorage::close()

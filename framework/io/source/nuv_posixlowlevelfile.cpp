@@ -96,6 +96,8 @@ bool NUV_PosixLowLevelFile::adopt(std::int32_t descriptor, NUV_FileUse use)
     if (use == NUV_FileUse::reading && !is_readable_file(descriptor))
         return false;
     const off_t at = lseek(descriptor, 0, SEEK_CUR);
+    if (at > last_stream_position)
+        errno = EFBIG;
     if (at < 0 || at > last_stream_position)
         return false;
     close();

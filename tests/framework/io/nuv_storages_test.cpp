@@ -65,6 +65,9 @@ TEST_F(Storages, AdoptsARegularDescriptorWhereItStands)
     ASSERT_EQ(pipe(ends), 0);
     expect_refusals({{NUV_ERR_ARGUMENT, initiate, making<NUV_FileInputStorage>(-1)},
                      {NUV_ERR_IO, initiate, making<NUV_FileInputStorage>(ends[0])}});
+    EXPECT_FALSE(make<NUV_FileInputStorage>(ends[0]));
+    EXPECT_STREQ(manager_.diagnosis().text, "it is no regular file");
+    manager_.reset();
     EXPECT_EQ(close(ends[0]), 0); // still ours
     close(ends[1]);
 
