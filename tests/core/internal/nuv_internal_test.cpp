@@ -114,7 +114,8 @@ TEST(Internal, ReadsRawLinesAsFarAsTheDataGoes)
 TEST(Internal, CarriesAnyCoding)
 {
     const auto coded = [](std::uint32_t id, const Bytes& data) {
-        const std::uint32_t bits = id >= 320 && id < 340 ? 1 : id == 340 || id == 342 ? 32 : 8;
+        const bool is_bilevel = id < 200 || (id >= 320 && id < 340);
+        const std::uint32_t bits = is_bilevel ? 1 : id == 340 || id == 342 ? 32 : 8;
         return file_of({.bits = bits, .encode_type = id}, data);
     };
     const Bytes gray = test_data("jpeg/gray.jpg");
@@ -130,6 +131,9 @@ TEST(Internal, CarriesAnyCoding)
         append_be(runs, word, 8);
     // clang-format off
     check_reader_cases(row, {
+        {"MH", coded(100, {0x00, 0x11, 0xF0, 0x01, 0x1F}), {0x60, 0x60}},
+        {"MR", coded(120, {0x00, 0x18, 0xF8, 0x00, 0xB0}), {0x60, 0x60}},
+        {"MMR", coded(140, {0x23, 0xF8}), {0x60, 0x60}},
         {"PackBits", coded(200, {2, 1, 2, 3, 2, 4, 5, 6}), {1, 2, 3, 4, 5, 6}},
         {"a stream shorter than its size", file_of({.encode_type = 200, .data_size = 99}, {2, 1, 2, 3}), {1, 2, 3}, broken, "NUV_ReadInternalEngine::execute()"},
         {"big-endian run form", coded(322, runs), {0x60, 0x80}},
