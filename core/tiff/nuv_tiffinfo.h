@@ -76,7 +76,6 @@ private:
     [[nodiscard]] std::uint32_t most_colors() const noexcept;
     [[nodiscard]] const NUV_EncodeType* coding() const noexcept;
 
-    NUV_InputStorage* storage_ = nullptr;
     std::uint32_t next_ifd_offset_ = 0;
     NUV_TIFFByteOrder byte_order_ = NUV_TIFFByteOrder::little_endian;
 };

@@ -222,7 +222,6 @@ bool NUV_TIFFInfo::load_internal(NUV_InputStorage* storage, IFDLoader& loader)
 {
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_TIFFInfo::load_internal()");
-    storage_ = storage;
     {
         NUV_TIFFImageFileDirectory directory(manager());
         if (!loader.load(storage, directory))
