@@ -17,12 +17,10 @@ public:
           byte_counts_(manager)
     {}
 
-    // Offsets in the inner storage, and bytes, of each strip. NUV_ERR_ARGUMENT for a null; false
-    // without a status for no strips and for vectors of different lengths. A first strip that
-    // cannot be reached makes an empty stream, of which to_begin() is false.
-    [[nodiscard]] bool initiate(NUV_InputStorage* inner, const NUV_Vector<std::uint32_t>& offsets,
-                                const NUV_Vector<std::uint32_t>& byte_counts);
-    // The same with vectors that are taken over.
+    // Offsets in the inner storage, and bytes, of each strip, in vectors that are taken over.
+    // NUV_ERR_ARGUMENT for a null; false without a status for no strips and for vectors of
+    // different lengths. A first strip that cannot be reached makes an empty stream, of which
+    // to_begin() is false.
     [[nodiscard]] bool initiate(NUV_InputStorage* inner, NUV_Vector<std::uint32_t>&& offsets,
                                 NUV_Vector<std::uint32_t>&& byte_counts);
 

@@ -27,8 +27,7 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> next() override
     {
         const auto wanted = static_cast<std::int32_t>(std::min<std::size_t>(left_, block_.size()));
-        const std::int32_t got = wanted > 0 ? storage_->read(block_.data(), wanted) : 0;
-        const auto bytes = static_cast<std::uint32_t>(std::max(got, 0));
+        const auto bytes = static_cast<std::uint32_t>(storage_->read(block_.data(), wanted));
         left_ -= bytes;
         return block_.first(bytes);
     }

@@ -4,19 +4,8 @@
 
 #include <algorithm>
 #include <numeric>
-#include <utility>
 
 namespace nuv {
-
-bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
-                                            const NUV_Vector<std::uint32_t>& offsets,
-                                            const NUV_Vector<std::uint32_t>& byte_counts)
-{
-    NUV_Vector<std::uint32_t> own_offsets(manager());
-    NUV_Vector<std::uint32_t> own_counts(manager());
-    return own_offsets.copy(offsets) && own_counts.copy(byte_counts) &&
-           initiate(inner, std::move(own_offsets), std::move(own_counts));
-}
 
 bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
                                             NUV_Vector<std::uint32_t>&& offsets,

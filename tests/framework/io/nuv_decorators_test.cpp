@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -39,7 +40,7 @@ protected:
             EXPECT_TRUE(first.push_back(offset));
         for (const std::uint32_t count : counts)
             EXPECT_TRUE(second.push_back(count));
-        return make<NUV_StripCombineInputStorage>(inner, first, second);
+        return make<NUV_StripCombineInputStorage>(inner, std::move(first), std::move(second));
     }
 
     struct Input {
