@@ -107,7 +107,7 @@ void get_img_info(benchmark::State& state, bool has_exif)
                static_cast<std::streamsize>(bytes.size()));
     const std::string name = path.string();
     ImageParam info{};
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         GetImgInfo(name.c_str(), &info);
     if (info.width != side)
         state.SkipWithError("the file is not read");

@@ -184,7 +184,7 @@ private:
     template <class T>
     [[nodiscard]] T* make()
     {
-        void* memory = allocate(sizeof(T));
+        void* memory = NUV_ManagerImpl::allocate(sizeof(T)); // also called by the constructor
         return memory ? ::new (memory) T(*this) : nullptr;
     }
 
@@ -196,7 +196,7 @@ private:
         void* memory = dynamic_cast<void*>(object);
         object->~T();
         object = nullptr;
-        deallocate(memory);
+        NUV_ManagerImpl::deallocate(memory); // also called by the destructor
     }
 
     NUV_Cpu cpu_;

@@ -89,7 +89,7 @@ TEST(ApiJob, TakesEverySourceAndGivesToEveryDestination)
 
 TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
 {
-    const std::size_t line = 3 * width;
+    const std::size_t line = std::size_t{3} * width;
     ApiBytes spread(line * 2 * height);
     for (std::size_t y = 0; y < height; ++y)
         std::copy_n(&samples[y * line], line, &spread[y * line * 2]);

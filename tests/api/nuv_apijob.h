@@ -47,7 +47,8 @@ using ApiJob = std::unique_ptr<nuv_job, ApiFree>;
 
 [[nodiscard]] inline std::string api_fixture(const std::string& name)
 {
-    return std::string(std::getenv("NUV_TEST_DATA")) + "/" + name;
+    const char* const folder = std::getenv("NUV_TEST_DATA");
+    return std::string(folder ? folder : ".") + "/" + name;
 }
 
 [[nodiscard]] inline ApiBytes api_result(const ApiJob& job)

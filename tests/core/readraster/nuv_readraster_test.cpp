@@ -204,8 +204,8 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
         const char* format;
         const NUV_ColorType* color; // of the image, null when the plain reader refuses
         NUV_StatusCode code = NUV_STATUS_OK;
-        const char* method = "";
         std::uint32_t rescued = 0; // the precision, when the extended reader can
+        const char* method = "";
     };
     constexpr auto argument = NUV_ERR_ARGUMENT;
     constexpr auto invalid = NUV_ERR_INVALID_DATA;
@@ -230,15 +230,15 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
         {"lossless JFIF", with_jfif(lossless_stream(8)), "jfif", ycbcr},
         {"lossless Adobe", with_adobe(lossless_stream(8)), "jpeg_adobe", rgb},
         {"16 bits", lossless_stream(16), "jpeg", rgb},
-        {"9 bits", lossless_stream(9), "jpeg", nullptr, argument, jpeg, 9},
-        {"12 bits", deep, "jpeg", nullptr, argument, jpeg, 12},
-        {"12 bits, Exif", with_exif(deep), "jpeg", nullptr, argument, jpeg, 12},
-        {"12 bits, JFIF", with_jfif(deep), "jfif", nullptr, invalid, read_jfif, 12},
-        {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, read_adobe, 12},
-        {"12 bits, not lossless", lossy, "jpeg", nullptr, argument, jpeg},
-        {"the same as JFIF", with_jfif(lossy), "jfif", nullptr, invalid, read_jfif},
-        {"lossless of 4 bits", lossless_stream(4), "jpeg", nullptr, NUV_ERR_UNSUPPORTED, "NUV_DecodeJPEGEngine::initiate()"},
-        {"the same as Adobe", with_adobe(lossless_stream(4)), "jpeg_adobe", nullptr, invalid, read_adobe},
+        {"9 bits", lossless_stream(9), "jpeg", nullptr, argument, 9, jpeg},
+        {"12 bits", deep, "jpeg", nullptr, argument, 12, jpeg},
+        {"12 bits, Exif", with_exif(deep), "jpeg", nullptr, argument, 12, jpeg},
+        {"12 bits, JFIF", with_jfif(deep), "jfif", nullptr, invalid, 12, read_jfif},
+        {"12 bits, both", with_jfif(with_adobe(deep)), "jpeg_adobe", nullptr, invalid, 12, read_adobe},
+        {"12 bits, not lossless", lossy, "jpeg", nullptr, argument, 0, jpeg},
+        {"the same as JFIF", with_jfif(lossy), "jfif", nullptr, invalid, 0, read_jfif},
+        {"lossless of 4 bits", lossless_stream(4), "jpeg", nullptr, NUV_ERR_UNSUPPORTED, 0, "NUV_DecodeJPEGEngine::initiate()"},
+        {"the same as Adobe", with_adobe(lossless_stream(4)), "jpeg_adobe", nullptr, invalid, 0, read_adobe},
     };
     // clang-format on
     with_both_readers([&]<class Reader>() {
