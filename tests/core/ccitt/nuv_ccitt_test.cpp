@@ -151,8 +151,8 @@ TEST(FaxDecoders, TakeMoreMemoryForLinesOfManyRuns)
     std::string words;
     for (int run = 0; run < 35000; ++run)
         words += "001 000111 010 ";
-    const auto data = coded(words + std::string(2 * 70000, '1'));
-    const std::vector<std::uint8_t> page(3 * 8750, 0x55);
+    const auto data = coded(words + std::string(140000, '1'));
+    const std::vector<std::uint8_t> page(26250, 0x55);
     expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
         chain.source_bytes({70000, 3, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr}, data);
         EXPECT_TRUE((chain.append<NUV_DecodeMMR>() && chain.run_bytes() == page) ||

@@ -142,8 +142,8 @@ TEST_F(Decorators, RefuseNothingToDecorate)
     auto closed = make<NUV_FileOutputStorage>(nullptr);
     auto memory = make<NUV_MemoryOutputStorage>(8);
     auto inner = array();
-    const auto strips = [&](NUV_InputStorage* storage, std::vector<std::uint32_t> offsets,
-                            std::vector<std::uint32_t> counts) {
+    const auto strips = [&](NUV_InputStorage* storage, const std::vector<std::uint32_t>& offsets,
+                            const std::vector<std::uint32_t>& counts) {
         return [=, this] { return strips_of(storage, offsets, counts) != nullptr; };
     };
     // clang-format off
