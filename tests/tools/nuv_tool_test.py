@@ -84,7 +84,7 @@ class ToolTest(unittest.TestCase):
         before = set(os.listdir(self.folder))
         done = subprocess.run([TOOL, *map(str, arguments)], cwd=self.folder, capture_output=True,
                               text=True, check=False, preexec_fn=set_limit, timeout=120)
-        self.assertEqual(done.returncode, code, done.stderr)
+        self.assertIn(done.returncode, code if isinstance(code, tuple) else (code,), done.stderr)
         self.assertEqual(set(os.listdir(self.folder)), before | set(makes))
         if code:
             self.assertRegex(done.stderr, r"\A(nuv: [^\n]+\n)+\Z")
@@ -97,7 +97,7 @@ class ToolTest(unittest.TestCase):
 
     def refuse(self, text, *arguments):
         """The tool fails, with one line that has `text`, and makes nothing."""
-        done = self.run_tool("convert", *arguments, code=1)
+        done = self.run_tool("convert", *arguments, code=(1, 64))
         self.assertEqual(done.stderr.count("\n"), 1, done.stderr)
         self.assertIn(text, done.stderr)
 
@@ -342,7 +342,7 @@ class Refusals(ToolTest):
     def test_a_command_is_needed(self):
         for arguments in ((), ("convart",), ("info",), ("info", "--quality", "3", "in.ppm")):
             with self.subTest(arguments=arguments):
-                self.run_tool(*arguments, code=1)
+                self.run_tool(*arguments, code=64)
 
 
 if __name__ == "__main__":

@@ -3,12 +3,40 @@
 #include "tools/nuv/nuv_outputs.h"
 #include "tools/nuv/nuv_problem.h"
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace nuv_tool {
 
-// What `nuv convert` was asked for, in the words of the command line.
+// What the program answers to the shell.
+enum ExitStatus : int {
+    exit_done = 0,
+    exit_failed = 1, // at least one picture
+    exit_mended = 2, // none failed, but damage was mended
+    exit_usage = 64, // the command line; nothing was done
+};
+
+// A command line that means nothing, found out behind its syntax: the program ends with exit_usage.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Each command has a request, which add_...() binds to its words on the command line and run_...()
+// serves. Those may throw UsageError, and answer an ExitStatus.
+
+struct InfoRequest {
+    std::vector<std::string> paths;
+};
+
+void add_info(CLI::App& app, InfoRequest& request);
+[[nodiscard]] int run_info(const InfoRequest& request);
+
 struct ConvertRequest {
     std::string source;
     std::string destination;
@@ -19,12 +47,8 @@ struct ConvertRequest {
     OutputSettings settings;
 };
 
-// Converts. The destination has its new content only when nothing is returned.
-[[nodiscard]] Problem convert(const ConvertRequest& request);
-
-// Prints one line for each picture, and to stderr one for each file that is none. True when all are
-// pictures.
-[[nodiscard]] bool show_info(const std::vector<std::string>& paths);
+void add_convert(CLI::App& app, ConvertRequest& request);
+[[nodiscard]] int run_convert(const ConvertRequest& request);
 
 // Prints `problem` to stderr, as every line of this program.
 void report(const std::string& problem);

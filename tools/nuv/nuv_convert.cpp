@@ -3,15 +3,26 @@
 #include "tools/nuv/nuv_outputfile.h"
 #include "tools/nuv/nuv_source.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <system_error>
 #include <vector>
 
 namespace nuv_tool {
 
 namespace {
+
+// The numbers that --sampling is given.
+const std::map<std::string, int> samplings{
+    {"444", WriteJPEGOption::eSampling444},
+    {"422", WriteJPEGOption::eSampling422},
+    {"420", WriteJPEGOption::eSampling420},
+    {"411", WriteJPEGOption::eSampling411},
+};
 
 Problem refuse_streams(const ConvertRequest& request)
 {
@@ -132,8 +143,7 @@ Problem run(const ConvertRequest& request, const OutputKind& kind,
     return {};
 }
 
-} // namespace
-
+// The destination has its new content only when nothing is returned.
 Problem convert(const ConvertRequest& request)
 {
     if (Problem problem = refuse_streams(request))
@@ -155,6 +165,48 @@ Problem convert(const ConvertRequest& request)
     if (Problem problem = kind->check(output.path(), picture))
         return request.source + ": " + *problem;
     return output.keep();
+}
+
+} // namespace
+
+void add_convert(CLI::App& app, ConvertRequest& request)
+{
+    CLI::App& command = *app.add_subcommand("convert", "Convert a picture");
+    command.add_option("SRC", request.source, "The picture to read")->required();
+    command.add_option("DST", request.destination, "The file to write")->required();
+    command.add_option("OPERATION", request.operations, "What to do to it, in this order");
+    command
+        .add_option("--write", request.write,
+                    "What to write; by default by the ending of DST: .jpg, .jpeg, .ljpg, else raw")
+        ->option_text(output_kind_names());
+    command.add_option("--quality", request.settings.quality, "Quality of a JPEG, by default 75")
+        ->check(CLI::Range(0, 100))
+        ->option_text("0-100");
+    command
+        .add_option_function<std::string>(
+            "--sampling",
+            [&request](const std::string& name) { request.settings.sampling = samplings.at(name); },
+            "Sampling of a JPEG, by default 422")
+        ->check(CLI::IsMember(samplings))
+        ->option_text("444|422|420|411");
+    command.add_flag("--optimise", request.settings.optimise,
+                     "Make the Huffman table of a lossless JPEG for the picture");
+    command
+        .add_option("--input-raw", request.input_raw,
+                    "SRC holds raw samples: lines start on bytes, samples of 16 bits are in host "
+                    "order")
+        ->option_text("WxHxCxBITS[:gray|gray-reverse|rgb|ycbcr]");
+    command.add_flag("--planar-input", request.planar_input,
+                     "The raw samples stand plane by plane");
+    command.footer("Operations:\n" + operations_help());
+}
+
+int run_convert(const ConvertRequest& request)
+{
+    const Problem problem = convert(request);
+    if (problem)
+        report(*problem);
+    return problem ? exit_failed : exit_done;
 }
 
 } // namespace nuv_tool

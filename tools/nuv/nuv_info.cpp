@@ -1,6 +1,8 @@
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_source.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -78,11 +80,17 @@ void print(const std::vector<Row>& rows)
 
 } // namespace
 
-bool show_info(const std::vector<std::string>& paths)
+void add_info(CLI::App& app, InfoRequest& request)
+{
+    CLI::App& command = *app.add_subcommand("info", "Show what pictures are, one line for each");
+    command.add_option("FILE", request.paths, "The pictures")->required();
+}
+
+int run_info(const InfoRequest& request)
 {
     bool all_readable = true;
     std::vector<Row> rows;
-    for (const std::string& path : paths) {
+    for (const std::string& path : request.paths) {
         ImageParam picture{};
         const Problem problem = path == "-" ? "'-' cannot stand for a stream: name files"
                                             : describe_source(path, picture);
@@ -93,7 +101,7 @@ bool show_info(const std::vector<std::string>& paths)
         all_readable = all_readable && !problem;
     }
     print(rows);
-    return all_readable;
+    return all_readable ? exit_done : exit_failed;
 }
 
 } // namespace nuv_tool
