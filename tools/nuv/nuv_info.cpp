@@ -1,4 +1,5 @@
 #include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_names.h"
 #include "tools/nuv/nuv_source.h"
 
 #include <CLI/CLI.hpp>

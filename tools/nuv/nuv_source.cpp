@@ -27,13 +27,6 @@ constexpr std::array colors{
     NamedCode{"ycbcr", ColorType::eYCbCr, 3},
 };
 
-constexpr std::array samplings{
-    NamedCode{"4:4:4", WriteJPEGOption::eSampling444, 3},
-    NamedCode{"4:2:2", WriteJPEGOption::eSampling422, 3},
-    NamedCode{"4:2:0", WriteJPEGOption::eSampling420, 3},
-    NamedCode{"4:1:1", WriteJPEGOption::eSampling411, 3},
-};
-
 // A kind of file, by what it begins with.
 struct FileKind {
     std::string_view name;
@@ -190,18 +183,6 @@ std::optional<ColorCode> color_of(std::string_view name)
     if (named == colors.end())
         return std::nullopt;
     return ColorCode{named->code, named->channels};
-}
-
-std::string_view color_name(std::int32_t color)
-{
-    const auto named = std::ranges::find(colors, color, &NamedCode::code);
-    return named != colors.end() ? named->name : "other";
-}
-
-std::string_view sampling_name(std::int32_t sampling)
-{
-    const auto named = std::ranges::find(samplings, sampling, &NamedCode::code);
-    return named != samplings.end() ? named->name : "other";
 }
 
 } // namespace nuv_tool

@@ -41,10 +41,4 @@ struct ColorCode {
 // Nothing for a word that names no colour.
 [[nodiscard]] std::optional<ColorCode> color_of(std::string_view name);
 
-// The word for a ColorType code, as in "640x480x3x8:rgb".
-[[nodiscard]] std::string_view color_name(std::int32_t color);
-
-// As "4:2:2", for a WriteJPEGOption::eSampling code.
-[[nodiscard]] std::string_view sampling_name(std::int32_t sampling);
-
 } // namespace nuv_tool

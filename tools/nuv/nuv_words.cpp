@@ -1,0 +1,119 @@
+#include "tools/nuv/nuv_words.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace nuv_tool {
+
+namespace {
+
+constexpr std::string_view size_help = R"(SIZE is one of
+  800x600       exactly so
+  800x, x600    one side; the other keeps the proportions
+  50%           of both sides
+  256           the longer side; the other keeps the proportions
+  800x600^      the smallest size of the same proportions that covers so much
+)";
+
+constexpr std::string_view scaling_details = R"(SIZE is 800x600, 800x, x600, 50%, 256 for the longer
+side, or 800x600^ for what covers so much.
+)";
+
+constexpr std::array all_words{
+    Word{"auto-orient", "", "as the file says that it is to be seen",
+         R"(Turns and mirrors the picture by the orientation that its file tells. Without one the
+picture stays as it is.
+)"},
+    Word{"crop", "X,Y,WxH", "a rectangle",
+         R"(W x H pixels, of which the upper left one is at X, Y, counted from 0. -X and -Y count
+from the right and from the lower edge. What reaches over an edge is cut off.
+)"},
+    Word{"mirror-x", "", "every line end for end", "Exchanges left and right.\n"},
+    Word{"mirror-y", "", "the last line first",
+         "Exchanges above and below. The whole picture is held in memory.\n"},
+    Word{"rotate", "DEGREES", "clockwise, by a multiple of 90",
+         R"(Negative DEGREES turn the other way. The whole result is held in memory, but for
+multiples of 360.
+)"},
+    Word{"fit", "SIZE", "scale down to fit into a box, by 'fine'",
+         R"(The largest size of the same proportions that fits into the box. A picture that fits
+already stays as it is.
+)"},
+    Word{"fill", "SIZE", "scale to cover a box, and crop to it",
+         R"(The picture covers the box, and what stands over is cut off on both sides.
+)"},
+    Word{"max", "N", "neither side longer than N pixels", "As fit=NxN.\n"},
+    Word{"nearest", "SIZE", "scale, taking the nearest pixel",
+         R"(The only scaling for pictures of 1 bit and with a colour table.
+SIZE is 800x600, 800x, x600, 50%, 256 for the longer side, or 800x600^ for what covers so much.
+)"},
+    Word{"linear", "SIZE", "scale, linear between neighbours", scaling_details},
+    Word{"cubic", "SIZE", "scale by cubic convolution: the sharpest", scaling_details},
+    Word{"area", "SIZE", "scale to the mean of the covered area", scaling_details},
+    Word{"fine", "SIZE", "scale by masks that follow the ratio: the finest for photographs",
+         scaling_details},
+    Word{"invert", "", "every bit turned over",
+         "Black becomes white, and each colour its opposite.\n"},
+    Word{"channel", "N", "one channel alone, as gray; the first is 0",
+         "The samples of channel N of each pixel, 0 being the first. The result is gray.\n"},
+    Word{"color", "COLOR", "another colour space",
+         R"(Converts by calculation. A picture with a colour table first becomes the colours that it
+stands for. See 'nuv help colors' for the names.
+)"},
+    Word{"lut", "FILE:BITS", "samples through a table of so many bits",
+         R"(Takes every sample through the table in FILE, whose entries have so many bits: 8, 16 or
+32, in the byte order of the machine. A picture of several channels needs the entries of each
+channel, one channel after the other.
+)"},
+    Word{"convert", "SLOPE:OFFSET:BITS", "sample * slope + offset, in so many bits",
+         R"(Rounded and limited to BITS: 1, 8, 16 or 32. convert=0.00389105:0:8 makes 8 bits of 16.
+)"},
+};
+
+constexpr auto all_names = [] {
+    std::array<std::string_view, all_words.size()> names;
+    std::ranges::transform(all_words, names.begin(), &Word::name);
+    return names;
+}();
+
+} // namespace
+
+std::span<const Word> words()
+{
+    return all_words;
+}
+
+const Word* find_word(std::string_view name)
+{
+    const auto word = std::ranges::find(all_words, name, &Word::name);
+    return word != all_words.end() ? &*word : nullptr;
+}
+
+std::span<const std::string_view> word_names()
+{
+    return all_names;
+}
+
+std::string usage_of(const Word& word)
+{
+    std::string text{word.name};
+    if (!word.argument.empty())
+        text.append("=").append(word.argument);
+    return text;
+}
+
+std::string words_help()
+{
+    constexpr std::size_t column = 28;
+    std::string text;
+    for (const Word& word : all_words) {
+        const std::string shown = usage_of(word);
+        text.append("  ").append(shown);
+        text.append(column - std::min(shown.size(), column - 1), ' ');
+        text.append(word.help).append("\n");
+    }
+    return text.append("\n").append(size_help);
+}
+
+} // namespace nuv_tool
