@@ -86,6 +86,9 @@ const char* beginning_of(const NUV_Diagnosis& why) noexcept
 
 nuv_job::nuv_job(const nuv_limits& asked) noexcept : limits(asked)
 {
+    failure.size = sizeof(failure);
+    failure.byte = NUV_Diagnosis::unknown;
+    failure.line = NUV_Diagnosis::unknown;
     constexpr std::uint64_t most = std::numeric_limits<std::size_t>::max();
     memory.limit = static_cast<std::size_t>(std::min(asked.memory_bytes, most));
 }
@@ -106,11 +109,17 @@ nuv_job::~nuv_job()
     }
 }
 
-void nuv_job::refuse(nuv_status why, const char* format, ...) noexcept
+void nuv_job::note_limit(nuv_passed_limit limit) noexcept
+{
+    if (status == NUV_OK)
+        failure.limit = limit;
+}
+
+void nuv_job::refuse(nuv_status with, const char* format, ...) noexcept
 {
     if (status != NUV_OK)
         return;
-    status = why;
+    status = with;
     std::va_list arguments;
     va_start(arguments, format);
     std::vsnprintf(message.data(), message.size(), format, arguments);
@@ -124,6 +133,16 @@ void nuv_job::take_failure() noexcept
         why = NUV_Diagnosis().because(NUV_Cause::damaged).says("it ends early");
     if (why.cause == NUV_Cause::bad_call)
         why.cause = NUV_Cause::invalid; // what a header says does not fit together
+    if (why.cause == NUV_Cause::limit) {
+        const bool is_memory = manager->status().code == nuv::NUV_ERR_MEMORY;
+        note_limit(is_memory ? NUV_PASSED_MEMORY : NUV_PASSED_COUNT);
+    }
+    if (status == NUV_OK) {
+        failure.in_destination = why.in_destination ? 1 : 0;
+        failure.system_error = why.system_error;
+        failure.byte = why.byte;
+        failure.line = why.line;
+    }
     char reason[128] = "";
     if (why.text[0] != '\0') {
         std::snprintf(reason, sizeof(reason), ": %s", why.text);
@@ -206,11 +225,13 @@ bool nuv_job::allows_size(std::uint64_t width, std::uint64_t height) noexcept
     const auto number = [](std::uint64_t value) { return static_cast<unsigned long long>(value); };
     if ((limits.width != 0 && width > limits.width) ||
         (limits.height != 0 && height > limits.height)) {
+        note_limit(NUV_PASSED_SIDE);
         refuse(NUV_LIMIT, "A limit of the job is passed: %llu x %llu pixels, %u x %u are allowed.",
                number(width), number(height), limits.width, limits.height);
         return false;
     }
     if (limits.pixels != 0 && width != 0 && height > limits.pixels / width) {
+        note_limit(NUV_PASSED_PIXELS);
         refuse(NUV_LIMIT, "A limit of the job is passed: %llu x %llu pixels, %llu are allowed.",
                number(width), number(height), number(limits.pixels));
         return false;
@@ -301,6 +322,15 @@ nuv_status nuv_state(const nuv_job* job)
 const char* nuv_message(const nuv_job* job)
 {
     return job ? job->message.data() : "There is no job.";
+}
+
+nuv_status nuv_why(const nuv_job* job, nuv_failure* out)
+{
+    if (!job)
+        return NUV_BAD_CALL;
+    nuv_failure told = job->failure;
+    told.status = job->status;
+    return nuv::hand_out(told, out) ? NUV_OK : NUV_BAD_CALL;
 }
 
 int64_t nuv_first_damaged_line(const nuv_job* job)

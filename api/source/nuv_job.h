@@ -36,13 +36,15 @@ struct nuv_job {
     nuv_job& operator=(const nuv_job&) = delete;
 
     // Keeps the first failure. `format` is as of printf, a whole sentence.
-    [[gnu::format(printf, 3, 4)]] void refuse(nuv_status why, const char* format, ...) noexcept;
+    [[gnu::format(printf, 3, 4)]] void refuse(nuv_status with, const char* format, ...) noexcept;
     // What the manager has raised, while the source was opened or read and the result written.
     void take_failure() noexcept;
     // The same of a call that adds to the chain: `name` is what the caller knows it by.
     void take_refusal(const char* name) noexcept;
     // A failure that came as an exception.
     void take_exception() noexcept;
+    // What a NUV_LIMIT that is refused next is about.
+    void note_limit(nuv_passed_limit limit) noexcept;
     void note_damage() noexcept;
 
     // False after NUV_BAD_CALL.
@@ -59,6 +61,7 @@ struct nuv_job {
     JobStage stage = JobStage::fresh;
     nuv_status status = NUV_OK;
     std::array<char, 512> message{};
+    nuv_failure failure{}; // whose status is told by the field above
 
     std::uint32_t page = 0;
     nuv::NUV_Scratch<std::uint8_t> stream; // what a caller's function has read

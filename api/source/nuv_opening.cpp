@@ -10,6 +10,7 @@
 #include "framework/containers/nuv_vector.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 #include "framework/io/nuv_fileinputstorage.h"
+#include "framework/io/nuv_moveinmoveoutinputstorage.h"
 #include "framework/io/nuv_streamposition.h"
 
 #include <algorithm>
@@ -130,13 +131,20 @@ void read_source(nuv_job& job)
     static_cast<void>(job.allows_size(job.header().width(), job.header().height()));
 }
 
+// Of more bytes than positions can tell.
+void refuse_count(nuv_job& job, const char* what, std::uint64_t bytes) noexcept
+{
+    job.note_limit(NUV_PASSED_COUNT);
+    job.refuse(NUV_LIMIT, "%s has %llu bytes, which is more than can be counted.", what,
+               static_cast<unsigned long long>(bytes));
+}
+
 [[nodiscard]] bool is_countable(nuv_job& job, std::size_t bytes)
 {
     if (bytes == 0)
         job.refuse(NUV_UNKNOWN_KIND, "The source is empty.");
     else if (bytes > static_cast<std::size_t>(nuv::last_stream_position))
-        job.refuse(NUV_LIMIT, "The source has %zu bytes, which is more than can be counted.",
-                   bytes);
+        refuse_count(job, "The source", bytes);
     return job.status == NUV_OK;
 }
 
@@ -184,7 +192,7 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
     const nuv::NUV_ColorType* const color =
         nuv::is_record(is) ? nuv::color_tag_of(is->color) : nullptr;
     const bool known = color && is->type == NUV_UNSIGNED && is->palette_entries == 0 &&
-                       (is->bits == 1 || is->bits == 8 || is->bits == 16);
+                       (is->bits == 1 || is->bits == 8 || is->bits == 16 || is->bits == 32);
     if (known) {
         header.width(is->width);
         header.height(is->height);
@@ -201,6 +209,7 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
         return false;
     if (header.checked_plane_bytes())
         return true;
+    job.note_limit(NUV_PASSED_COUNT);
     job.refuse(NUV_LIMIT, "%s(): the picture has more bytes than can be counted.", name);
     return false;
 }
@@ -219,6 +228,7 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
     constexpr auto most = static_cast<std::size_t>(nuv::last_stream_position);
     const std::size_t gaps = header.height() - 1;
     if (gaps != 0 && step > (most - line) / gaps) {
+        job.note_limit(NUV_PASSED_COUNT);
         job.refuse(NUV_LIMIT, "%s(): the picture has more bytes than can be counted.", name);
         return nullptr;
     }
@@ -235,6 +245,67 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
     if (!reader)
         job.take_failure();
     return reader;
+}
+
+// One picture, or one channel of it, that lies as such in a file from `offset` on. Null after a
+// failure.
+[[nodiscard]] nuv::NUV_Engine* read_file(nuv_job& job, const NUV_Header& header,
+                                         std::uint32_t offset)
+{
+    constexpr std::int32_t host_order = 1;
+
+    const auto part =
+        nuv::make_initiated<nuv::NUV_MoveInMoveOutInputStorage>(*job.manager, job.source.get());
+    nuv::NUV_Engine* reader =
+        part ? nuv::NUV_ReadStorage(*job.manager)
+                   .engine(part.get(), &header, static_cast<std::int32_t>(offset), 0, host_order)
+             : nullptr;
+    if (!reader)
+        job.take_failure();
+    return reader;
+}
+
+// False after a failure: the file does not have all that the samples take.
+[[nodiscard]] bool has_all(nuv_job& job, std::uint64_t bytes)
+{
+    if (!job.source) {
+        job.take_failure();
+        return false;
+    }
+    const std::int32_t is = job.source->size();
+    if (is >= 0 && static_cast<std::uint64_t>(is) >= bytes)
+        return true;
+    job.refuse(NUV_DAMAGED, "The source is damaged: it has %d of the %llu bytes of its samples.",
+               int{is}, static_cast<unsigned long long>(bytes));
+    return false;
+}
+
+// The channels as one picture; `of(i)` reads one of them. Null after a failure.
+template <class Read>
+[[nodiscard]] nuv::NUV_Engine* merge(nuv_job& job, const nuv_picture& is, const char* name, Read of)
+{
+    nuv::NUV_Vector<nuv::NUV_Engine*> readers(*job.manager);
+    for (std::uint16_t i = 0; i < is.channels; ++i) {
+        nuv::NUV_Engine* reader = of(i);
+        if (!reader)
+            return nullptr;
+        if (!readers.push_back(reader)) {
+            job.take_failure();
+            return nullptr;
+        }
+    }
+    job.last = readers[0]; // which a refusal describes
+    const bool merged = job.append(
+        name,
+        nuv::NUV_MergeChannel(*job.manager).engine(readers.items(), nuv::color_tag_of(is.color)));
+    return merged ? job.last : nullptr;
+}
+
+// One channel of what `header` describes.
+void describe_plane(NUV_Header& header)
+{
+    header.channels(1);
+    header.color_type(nuv::NUV_ColorType::unknown);
 }
 
 void begin_with(nuv_job& job, nuv::NUV_Engine* reader)
@@ -323,22 +394,44 @@ nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size_t strid
             it.refuse(NUV_BAD_CALL, "%s(): a plane is missing.", name);
             return;
         }
-        const nuv::NUV_ColorType* const color = header.color_type();
-        header.channels(1);
-        header.color_type(nuv::NUV_ColorType::unknown);
-        nuv::NUV_Vector<nuv::NUV_Engine*> readers(*it.manager);
-        for (std::uint16_t i = 0; i < is->channels; ++i) {
-            nuv::NUV_Engine* reader = read_samples(it, planes[i], stride, header, name);
-            if (!reader)
-                return;
-            if (!readers.push_back(reader)) {
-                it.take_failure();
-                return;
-            }
+        describe_plane(header);
+        begin_with(it, merge(it, *is, name, [&](std::uint16_t i) {
+                       return read_samples(it, planes[i], stride, header, name);
+                   }));
+    });
+}
+
+nuv_status nuv_open_samples_file(nuv_job* job, const char* path, const nuv_picture* is, int planar)
+{
+    constexpr auto name = "nuv_open_samples_file";
+
+    return nuv::guarded(job, [=](nuv_job& it) {
+        NUV_Header header(*it.manager);
+        if (!it.must_be(JobStage::fresh, name) || !describe(it, is, header, name))
+            return;
+        if (!path) {
+            it.refuse(NUV_BAD_CALL, "%s(): there is no path.", name);
+            return;
         }
-        it.last = readers[0]; // which a refusal describes
-        if (it.append(name, nuv::NUV_MergeChannel(*it.manager).engine(readers.items(), color)))
-            begin_with(it, it.last);
+        const bool is_parted = planar != 0 && is->channels > 1;
+        if (is_parted)
+            describe_plane(header);
+        const std::uint64_t part_bytes = std::uint64_t{header.line_bytes()} * is->height;
+        const std::uint64_t bytes = part_bytes * (is_parted ? is->channels : 1U);
+        if (bytes > static_cast<std::uint64_t>(nuv::last_stream_position)) {
+            refuse_count(it, "The picture", bytes);
+            return;
+        }
+        it.source = nuv::make_initiated<nuv::NUV_FileInputStorage>(*it.manager, path);
+        if (!has_all(it, bytes))
+            return;
+        if (!is_parted) {
+            begin_with(it, read_file(it, header, 0));
+            return;
+        }
+        begin_with(it, merge(it, *is, name, [&](std::uint16_t i) {
+                       return read_file(it, header, static_cast<std::uint32_t>(part_bytes * i));
+                   }));
     });
 }
 

@@ -86,17 +86,26 @@ template <class Make>
     constexpr auto method = "NUV_Lut::engine()";
 
     const nuv::NUV_Header& header = *previous->header();
-    if (header.bits() > 16 || entries != std::uint32_t{1} << header.bits() ||
-        (channels != 1 && channels != header.channels()))
+    const std::uint32_t range = header.bits() > 16 ? 0 : std::uint32_t{1} << header.bits();
+    if (entries == 0 || entries > range || (channels != 1 && channels != header.channels()))
         return nuv::fail(manager, nuv::NUV_ERR_ARGUMENT, method);
+    const std::size_t given_bytes = std::size_t{entries} * (bits / 8U);
+    const std::size_t range_bytes = std::size_t{range} * (bits / 8U);
+    nuv::NUV_Scratch<std::uint8_t> whole;
+    if (!whole.allocate(manager, range_bytes * channels))
+        return nullptr;
+    std::memset(whole.data(), 0, whole.size());
+    for (std::size_t i = 0; i < channels; ++i) {
+        std::memcpy(whole.data() + i * range_bytes,
+                    static_cast<const std::uint8_t*>(table) + i * given_bytes, given_bytes);
+    }
     const auto data = nuv::make_object<nuv::NUV_LutData>(manager);
     if (!data)
         return nullptr;
     data->bits = bits;
     data->channels = channels;
-    data->entries = entries;
-    const std::uint32_t bytes = entries * channels * (bits / 8U);
-    if (!data->value(static_cast<const std::uint8_t*>(table), bytes))
+    data->entries = range;
+    if (!data->value(whole.data(), static_cast<std::uint32_t>(whole.size())))
         return nullptr;
     return nuv::NUV_Lut(manager).engine(previous, data.get());
 }
@@ -185,7 +194,7 @@ nuv_status nuv_reverse_channels(nuv_job* job)
 nuv_status nuv_table(nuv_job* job, const void* table, uint32_t entries, uint16_t channels,
                      uint16_t bits)
 {
-    const bool good = table && (bits == 8 || bits == 16);
+    const bool good = table && (bits == 8 || bits == 16 || bits == 32);
     return operate_if(good, job, "nuv_table", [=](NUV_Manager& manager, NUV_Engine* previous) {
         return look_up(manager, previous, table, entries, channels, bits);
     });

@@ -45,6 +45,7 @@ struct Source {
 };
 const Source rgb{3, 8, NUV_RGB, NUV_ColorType::s_rgb};
 const Source rgb_16{3, 16, NUV_RGB, NUV_ColorType::s_rgb};
+const Source gray{1, 8, NUV_GRAY, NUV_ColorType::gray};
 const Source cmyk{4, 8, NUV_CMYK, NUV_ColorType::cmyk};
 const Source page{1, 1, NUV_GRAY_REVERSE, NUV_ColorType::gray_reverse};
 
@@ -64,6 +65,12 @@ const std::uint16_t side_by_side[] = {1, 2};
 bool look_up(NUV_TestChain& chain)
 {
     const auto table = expand_lut(chain.manager(), &chain.header(), entries.data(), 256, 8);
+    return chain.append<NUV_Lut>(table.get());
+}
+
+bool look_up_few(NUV_TestChain& chain)
+{
+    const auto table = expand_lut(chain.manager(), &chain.header(), entries.data(), 190, 32);
     return chain.append<NUV_Lut>(table.get());
 }
 
@@ -113,6 +120,7 @@ TEST(ApiOperations, GiveWhatTheirCreatorsGive)
         {"reverse", cmyk, [](nuv_job* j) { return nuv_reverse_channels(j); }, appending<NUV_ReverseChannel>()},
         {"channels", rgb, [](nuv_job* j) { return nuv_pick_channels(j, side_by_side, 2, NUV_COLOR_OTHER); }, appending<NUV_SelectChannel>(1U, 2U, NUV_ColorType::unknown)},
         {"table", rgb, [](nuv_job* j) { return nuv_table(j, entries.data(), 256, 3, 8); }, look_up},
+        {"few entries", gray, [](nuv_job* j) { return nuv_table(j, entries.data(), 190, 1, 32); }, look_up_few},
         {"grid", rgb, [](nuv_job* j) { return nuv_color_table(j, grid.data(), 3, 4, NUV_CMYK); }, interpolate},
         {"matrix", rgb, [](nuv_job* j) { return nuv_matrix(j, factors, 2, offsets, NUV_COLOR_OTHER); }, multiply},
         {"to gray", rgb, [](nuv_job* j) { return nuv_recolor(j, NUV_GRAY); }, appending<NUV_ColorSpace>(NUV_ColorType::gray)},

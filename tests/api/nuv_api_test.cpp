@@ -106,6 +106,21 @@ TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
     EXPECT_EQ(
         api_made([&](nuv_job* job) { return nuv_open_planes(job, parts, 0, &picture); }, nothing),
         samples);
+
+    const Folder folder;
+    const std::string path = folder.file("a");
+    for (const int planar : {0, 1}) {
+        const ApiBytes& stored = planar != 0 ? planes : samples;
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(stored.data()),
+                   static_cast<std::streamsize>(stored.size()));
+        EXPECT_EQ(api_made(
+                      [&](nuv_job* job) {
+                          return nuv_open_samples_file(job, path.c_str(), &picture, planar);
+                      },
+                      nothing),
+                  samples);
+    }
 }
 
 TEST(ApiJob, FormsTakeWhatTheyCannotSayAsWhatItMeans)
@@ -185,6 +200,7 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         nuv_status status;
         const char* message; // a part of it
         ApiCall call;
+        nuv_passed_limit limit = NUV_PASSED_NONE;
     };
     const ApiBytes text = {'h', 'e', 'l', 'l', 'o', ',', ' ', 'y', 'o', 'u'};
     const ApiBytes tiny = {'P', '5'};
@@ -198,10 +214,11 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
     const Case cases[] = {
         {NUV_IO, "The source cannot be read: No such file or directory.", [](nuv_job* j) { return nuv_open_file(j, "no such file"); }},
         {NUV_IO, "The source cannot be read: Is a directory.", [](nuv_job* j) { return nuv_open_file(j, "/"); }},
+        {NUV_DAMAGED, "has 12 of the 7320 bytes", [&](nuv_job* j) { std::ofstream(folder.file("a")) << "hello, world"; nuv_open_samples_file(j, folder.file("a").c_str(), &picture, 1); fs::remove(folder.file("a")); return nuv_state(j); }},
         {NUV_IO, "The source cannot be read: it is no regular file.", [](nuv_job* j) { return nuv_open_file(j, "/dev/null"); }},
         {NUV_UNKNOWN_KIND, "no picture of a kind that is known: it starts with 68 65 6c 6c", open_bytes(text)},
         {NUV_UNKNOWN_KIND, "The source is empty.", [&](nuv_job* j) { return nuv_open_memory(j, text.data(), 0); }},
-        {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide)},
+        {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide), NUV_PASSED_SIDE},
         {NUV_UNSUPPORTED, "not served: arithmetic coding (DAC), at byte 177.", [](nuv_job* j) { return nuv_open_file(j, api_fixture("jpeg/refused_arithmetic.jpg").c_str()); }},
         {NUV_DAMAGED, "line 2 of 2 is not there", [&](nuv_job* j) { open_bytes(short_one)(j); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
         {NUV_BAD_CALL, "nuv_open_samples(): the record", [&](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, &wrong); }},
@@ -215,8 +232,9 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_fit(j, NUV_FINE, 9, 9, 8); }},
         {NUV_BAD_CALL, "", [&](nuv_job* j) { open_rgb(j); return nuv_look(j, &wrong); }},
         {NUV_UNSUPPORTED, "nuv_expand_bits() does not serve such a picture: 61 x 40 pixels, 3 x 8 bits", [](nuv_job* j) { open_rgb(j); return nuv_expand_bits(j, 8, 0, 1); }},
-        {NUV_LIMIT, "1048577 x 1 pixels", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 1048577, 1); }},
-        {NUV_LIMIT, "bytes of memory beside", [](nuv_job* j) { open_rgb(j); nuv_scale(j, NUV_NEAREST, 16384, 16384); nuv_rotate(j, 90); nuv_as_samples(j, 0); return nuv_run_to_memory(j, nullptr, nullptr); }},
+        {NUV_LIMIT, "1048577 x 1 pixels", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 1048577, 1); }, NUV_PASSED_SIDE},
+        {NUV_LIMIT, "268435456 are allowed", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 16385, 16384); }, NUV_PASSED_PIXELS},
+        {NUV_LIMIT, "bytes of memory beside", [](nuv_job* j) { open_rgb(j); nuv_scale(j, NUV_NEAREST, 16384, 16384); nuv_rotate(j, 90); nuv_as_samples(j, 0); return nuv_run_to_memory(j, nullptr, nullptr); }, NUV_PASSED_MEMORY},
         {NUV_UNKNOWN_KIND, "it is too short", open_bytes(tiny)},
         {NUV_IO, "The result cannot be written: Is a directory.", [&](nuv_job* j) { open_rgb(j); nuv_as_anymap(j); return nuv_run_to_file(j, folder.file("").c_str(), nullptr, nullptr); }},
         {NUV_IO, "The result cannot be written: No such file", [&](nuv_job* j) { open_rgb(j); nuv_as_anymap(j); return nuv_run_to_file(j, folder.file("x/y").c_str(), nullptr, nullptr); }},
@@ -229,6 +247,12 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         EXPECT_EQ(c.call(job.get()), c.status);
         const std::string message = nuv_message(job.get());
         EXPECT_NE(message.find(c.message), std::string::npos) << message;
+        nuv_failure why{};
+        why.size = sizeof(why);
+        EXPECT_EQ(nuv_why(job.get(), &why), NUV_OK);
+        EXPECT_EQ(why.status, c.status);
+        EXPECT_EQ(why.limit, c.limit);
+        EXPECT_EQ(why.in_destination != 0, message.starts_with("The result"));
         EXPECT_EQ(nuv_invert(job.get()), c.status);
         EXPECT_EQ(nuv_page(job.get(), 1), c.status);
         EXPECT_EQ(nuv_state(job.get()), c.status);
@@ -262,7 +286,9 @@ TEST(ApiJob, RefusesNullsEverywhere)
         {0, [](nuv_job* j) { return nuv_open_samples(j, nullptr, 0, &picture); }},
         {0, [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, nullptr); }},
         {0, [](nuv_job* j) { return nuv_open_planes(j, nullptr, 0, &picture); }},
+        {0, [](nuv_job* j) { return nuv_open_samples_file(j, nullptr, &picture, 0); }},
         {1, [](nuv_job* j) { return nuv_look(j, nullptr); }},
+        {1, [](nuv_job* j) { return nuv_why(j, nullptr); }},
         {1, [](nuv_job* j) { return nuv_source_info(j, nullptr); }},
         {1, [](nuv_job* j) { return nuv_pick_channels(j, nullptr, 1, NUV_GRAY); }},
         {1, [](nuv_job* j) { return nuv_table(j, nullptr, 256, 1, 8); }},

@@ -147,6 +147,26 @@ typedef struct nuv_limits {
     int32_t strict;        /* not 0: a damaged source fails instead of being mended */
 } nuv_limits;
 
+/* Of nuv_failure. */
+typedef enum nuv_passed_limit {
+    NUV_PASSED_NONE = 0,
+    NUV_PASSED_SIDE = 1,   /* width or height of nuv_limits */
+    NUV_PASSED_PIXELS = 2, /* pixels of nuv_limits */
+    NUV_PASSED_MEMORY = 3, /* memory_bytes of nuv_limits */
+    NUV_PASSED_COUNT = 4   /* what the library can count: 2 GiB of a source or a result */
+} nuv_passed_limit;
+
+/* What nuv_message() puts into words. */
+typedef struct nuv_failure {
+    size_t size;            /* of this record */
+    int32_t status;         /* as nuv_state() */
+    int32_t limit;          /* of NUV_LIMIT a nuv_passed_limit; else 0 */
+    int32_t in_destination; /* not 0: it is about the result, and not about the source */
+    int32_t system_error;   /* errno of a failure of the system; else 0 */
+    int64_t byte;           /* of the source or the result, from 0; -1 where it is not known */
+    int64_t line;           /* of the source as it is stored, from 0; -1 where it is not known */
+} nuv_failure;
+
 /* After each band of lines, and at the end: lines done, and lines in all. Not 0 cancels. */
 typedef int (*nuv_progress)(void* user, uint32_t lines_done, uint32_t lines);
 /* Up to `bytes` bytes of the source; how many came, 0 at the end, less for a failure. */
@@ -175,6 +195,9 @@ NUV_API nuv_status nuv_state(const nuv_job* job);
 /* A sentence about the first failure, or about damage that was mended; else "". Never null, and
    valid until the next call on the job. */
 NUV_API const char* nuv_message(const nuv_job* job);
+/* The first failure, for programs. NUV_BAD_CALL, and the job stays as it is, for a null or a size
+   that no version of the record has; else NUV_OK. */
+NUV_API nuv_status nuv_why(const nuv_job* job, nuv_failure* out);
 /* The first line of the source that was mended, counted as it is stored; 0 where the source cannot
    tell the line, -1 when nothing was mended so far. */
 NUV_API int64_t nuv_first_damaged_line(const nuv_job* job);
@@ -191,13 +214,19 @@ NUV_API nuv_status nuv_open_file(nuv_job* job, const char* path);
 NUV_API nuv_status nuv_open_memory(nuv_job* job, const void* data, size_t bytes);
 /* A stored picture, read to its end before this returns and kept; the limit of memory counts. */
 NUV_API nuv_status nuv_open_stream(nuv_job* job, nuv_read read, void* user);
-/* Samples in memory, which stay the caller's and have to stay as long as the job: unsigned, of 1, 8
-   or 16 bits. `stride` is the distance of two lines in bytes, 0 for lines without a gap. */
+/* Samples in memory, which stay the caller's and have to stay as long as the job: unsigned, of 1,
+   8, 16 or 32 bits. `stride` is the distance of two lines in bytes, 0 for lines without a gap. */
 NUV_API nuv_status nuv_open_samples(nuv_job* job, const void* data, size_t stride,
                                     const nuv_picture* is);
 /* The same with each channel in a plane of its own: is->channels pointers. */
 NUV_API nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size_t stride,
                                    const nuv_picture* is);
+
+/* Samples in a file, which has nothing before them and no gaps: lines that start on bytes, or, with
+   `planar` not 0, one channel of such lines behind the other. What follows them is ignored; of a
+   file that is too short NUV_DAMAGED. */
+NUV_API nuv_status nuv_open_samples_file(nuv_job* job, const char* path, const nuv_picture* is,
+                                         int planar);
 
 /* What leaves the chain as it stands. */
 NUV_API nuv_status nuv_look(nuv_job* job, nuv_picture* out);
@@ -233,9 +262,10 @@ NUV_API nuv_status nuv_pick_channels(nuv_job* job, const uint16_t* channels, uin
                                      nuv_color color);
 /* The channels of each pixel in the opposite order, under the same colour. */
 NUV_API nuv_status nuv_reverse_channels(nuv_job* job);
-/* Each sample becomes the entry of its value: `entries` (256 or 65536) for each of `channels`
-   tables, which are 1 for all or as many as the picture has channels, one behind the other, of
-   `bits` (8 or 16) bits each. For pictures of unsigned samples of 8 or 16 bits. */
+/* Each sample becomes the entry of its value, or 0 behind the last one: `entries` (up to 256 or
+   65536) for each of `channels` tables, which are 1 for all or as many as the picture has channels,
+   one behind the other, of `bits` (8, 16 or 32) bits each. For pictures of unsigned samples of 8 or
+   16 bits. */
 NUV_API nuv_status nuv_table(nuv_job* job, const void* table, uint32_t entries, uint16_t channels,
                              uint16_t bits);
 /* Each pixel becomes what a table says over all its channels at once, interpolated between the

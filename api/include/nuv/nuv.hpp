@@ -284,6 +284,16 @@ public:
         return job;
     }
 
+    // Samples in a file of nothing else: line behind line, or channel behind channel.
+    static Job samples(const std::filesystem::path& path, Picture is, bool planar = false,
+                       const Limits& limits = {})
+    {
+        Job job(limits);
+        is.size = sizeof(is);
+        nuv_open_samples_file(job.get(), path.string().c_str(), &is, planar);
+        return job;
+    }
+
     Job& crop(Rect r) { return nuv_crop(get(), r.x, r.y, r.width, r.height), *this; }
     Job& rotate(int degrees) { return nuv_rotate(get(), degrees), *this; }
     Job& flip(Axis axis) { return nuv_flip(get(), static_cast<nuv_flip_axis>(axis)), *this; }
@@ -308,10 +318,11 @@ public:
                                  static_cast<nuv_color>(color)),
                *this;
     }
-    // One table of 256 or 65536 entries for all channels.
+    // One table of up to 256 or 65536 entries for all channels.
     template <class T>
-    requires std::same_as<T, std::uint8_t> || std::same_as<T, std::uint16_t> Job& table(
-        std::span<const T> entries)
+    requires std::same_as<T, std::uint8_t> || std::same_as<T, std::uint16_t> ||
+        std::same_as<T, std::uint32_t>
+            Job& table(std::span<const T> entries)
     {
         return nuv_table(get(), entries.data(), static_cast<std::uint32_t>(entries.size()), 1,
                          8 * sizeof(T)),
@@ -386,6 +397,13 @@ public:
 
     [[nodiscard]] explicit operator bool() const noexcept { return nuv_state(get()) == NUV_OK; }
     [[nodiscard]] Error error() const { return {nuv_state(get()), nuv_message(get())}; }
+    [[nodiscard]] nuv_failure why() const
+    {
+        nuv_failure told{};
+        told.size = sizeof(told);
+        nuv_why(get(), &told);
+        return told;
+    }
     // For calls that have no name here.
     [[nodiscard]] nuv_job* get() const noexcept { return job_.get(); }
 
