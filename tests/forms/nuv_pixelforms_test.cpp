@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace nuv {
 namespace {
@@ -82,6 +83,30 @@ TEST(PixelForms, ColorMatrix)
     }
     expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));
     expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
+}
+
+// Sums at and beyond both limits, at halves, and what is not a number.
+TEST(PixelForms, ColorMatrixOfDoubles)
+{
+    using Matrix = NUV_MatrixView<double>;
+    const auto compare_shape = [](std::size_t rows, std::size_t columns) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_matrix_row<U16>(cpu, Matrix{nullptr, nullptr, rows, columns});
+        };
+        expect_same_forms<U16>("PPAV", choose, [=](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(40);
+            const U16* in = draw.input<U16>(columns * pixels);
+            double numbers[12];
+            for (double& number : numbers)
+                number = draw.one_of({0.299, -0.5, 0.0, 1.0, 1.402, -70000.5, 65535.0, 1e-9, 1e300,
+                                      std::numeric_limits<double>::quiet_NaN()});
+            const Matrix matrix{numbers, numbers + 9, rows, columns};
+            compare(rows * pixels, [&](auto form, U16* out) { form(in, out, pixels, matrix); });
+        });
+    };
+    compare_shape(3, 3);
+    compare_shape(3, 1);
+    compare_shape(1, 3);
 }
 
 TEST(PixelForms, BitmapRows)

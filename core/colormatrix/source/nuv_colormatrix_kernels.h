@@ -65,6 +65,11 @@ void matrix_row_portable(const T* in, T* out, std::size_t pixels, const NUV_Matr
 // Three rows of one or three columns, or one row of three; the factors fit 16 bits.
 void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                      const NUV_MatrixView<std::int32_t>& matrix);
+// The same three shapes. The sums are made of the same doubles in the same order.
+void matrix16_row_avx2(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
+                       const NUV_MatrixView<double>& matrix);
+void matrix16_row_avx512(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
+                         const NUV_MatrixView<double>& matrix);
 #endif
 
 [[nodiscard]] inline bool factors_fit_16_bits(const NUV_MatrixView<std::int32_t>& matrix) noexcept
@@ -88,6 +93,10 @@ template <class T, class Sum>
     if constexpr (sizeof(T) == 1 && std::is_same_v<Sum, std::int32_t>) {
         if (cpu.has_avx2 && (widens || is_square || narrows) && factors_fit_16_bits(matrix))
             return matrix_row_avx2;
+    }
+    if constexpr (sizeof(T) == 2 && std::is_same_v<Sum, double>) {
+        if (cpu.has_avx2 && (widens || is_square || narrows))
+            return cpu.has_avx512vbmi ? matrix16_row_avx512 : matrix16_row_avx2;
     }
 #endif
     if (widens)
