@@ -1,12 +1,12 @@
 // nuv: looks at pictures and converts them.
 
 #include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_progress.h"
 #include "tools/nuv/nuv_text.h"
 
 #include <CLI/CLI.hpp>
 
 #include <csignal>
-#include <cstdio>
 #include <exception>
 
 namespace nuv_tool {
@@ -47,7 +47,7 @@ int run(int count, char** arguments)
 
 void report(const std::string& problem)
 {
-    std::fprintf(stderr, "nuv: %s\n", escaped(problem).c_str());
+    print_to_stderr("nuv: " + escaped(problem));
 }
 
 } // namespace nuv_tool
