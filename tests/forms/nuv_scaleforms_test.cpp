@@ -26,6 +26,7 @@ TEST(ScaleForms, BlendLinesAndReduceArea)
 {
     expect_chosen("PPAA", choose_blend_lines<U8, std::int32_t>);
     expect_chosen("PPAA", choose_blend_lines<U16, double>);
+    expect_chosen("PPAA", choose_blend_lines<U16, std::int32_t>);
     expect_chosen("PPAA", choose_reduce_area_lines<U8, std::int32_t>);
     for (const std::uint32_t channels : {3U, 4U}) {
         for (const bool has_small_sums : {false, true})
@@ -65,17 +66,18 @@ void expect_same_combinations()
 TEST(ScaleForms, CombineLines)
 {
     expect_same_combinations<U8, NUV_FixedReal>();
+    expect_same_combinations<U16, NUV_FixedReal>();
     expect_same_combinations<U16, double>();
     expect_chosen("PPPP", combine_lines_chosen<U8, std::int32_t>(false));
     expect_chosen("PPAA", combine_lines_chosen<U16, double>(false));
 }
 
-// The pixels of a row begin anywhere on a line of 300 samples, often at its end. Rows of bytes have
-// a packed table, too.
+// The pixels of a row begin anywhere on a line of 300 samples, often at its end, or near each
+// other. Rows of fixed-point weights have a packed table, too.
 template <class T, class Taps, class R>
 void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
 {
-    constexpr bool packs = sizeof(T) == 1;
+    constexpr bool packs = !std::is_same_v<R, double>;
     const auto weight_of = [](double t) {
         return static_cast<ScaleWeight<R>>(packs ? std::round(t * 4096) : t);
     };
@@ -92,9 +94,14 @@ void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
             std::vector<Taps> taps(pixels);
             std::vector<std::uint32_t> offsets(pixels);
             std::vector<std::int32_t> pairs[2];
+            const std::size_t last = 300 / channels - 4;
+            const std::size_t nearest = draw.one_of({std::size_t{0}, draw.number(0, last)});
             for (std::size_t k = 0; k < pixels; ++k) {
-                const std::size_t last = 300 / channels - 4;
-                taps[k].offset = channels * draw.one_of({last, draw.number(0, last)});
+                const std::size_t farthest =
+                    nearest != 0 ? std::min(last, nearest + k * 6 / 5) : last;
+                taps[k].offset =
+                    channels *
+                    draw.one_of({farthest, nearest != 0 ? farthest : draw.number(0, last)});
                 offsets[k] = static_cast<std::uint32_t>(taps[k].offset);
                 const double t = static_cast<double>(draw.number(0, 39)) / 40;
                 auto weights = cubic_weights<R>(t, draw.one_of({-1, -4}));
@@ -121,6 +128,8 @@ TEST(ScaleForms, ConvolveRow)
     using Fixed = NUV_FixedReal;
     expect_same_rows<U8, NUV_CubicTaps<std::int32_t>, Fixed>({1, 3, 4}, 63);
     expect_same_rows<U8, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 255);
+    expect_same_rows<U16, NUV_CubicTaps<std::int32_t>, Fixed>({1, 3, 4}, 4095);
+    expect_same_rows<U16, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 65535);
     expect_same_rows<U16, NUV_CubicTaps<double>, double>({3, 4}, 4095);
     expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
 }

@@ -117,10 +117,15 @@ void blend_lines_avx2(const std::uint8_t* upper, const std::uint8_t* lower, std:
                       std::size_t samples, std::int32_t weight);
 void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                       std::size_t samples, double weight);
-// The weights must fit 16 bits.
+void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
+                      std::size_t samples, std::int32_t weight);
+// Fixed-point weights must fit 16 bits.
 void combine_lines_avx2(const std::uint8_t* const lines[4], std::uint8_t* out, std::size_t samples,
                         const NUV_CubicWeights<std::int32_t>& weights,
                         NUV_SampleLimits<std::uint8_t> limits);
+void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
+                        std::size_t samples, const NUV_CubicWeights<std::int32_t>& weights,
+                        NUV_SampleLimits<std::uint16_t> limits);
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<double>& weights,
                         NUV_SampleLimits<std::uint16_t> limits);
@@ -132,9 +137,9 @@ template <IntegerSample T, class Weight>
 [[nodiscard]] BlendLines<T, Weight> choose_blend_lines([[maybe_unused]] const NUV_Cpu& cpu) noexcept
 {
 #if NUV_X86
-    constexpr bool has_form = std::is_same_v<Weight, double> ? std::is_same_v<T, std::uint16_t>
-                                                             : std::is_same_v<T, std::uint8_t>;
-    if constexpr (has_form) {
+    constexpr bool is_fixed_byte =
+        std::is_same_v<T, std::uint8_t> && !std::is_same_v<Weight, double>;
+    if constexpr (is_fixed_byte || std::is_same_v<T, std::uint16_t>) {
         if (cpu.has_avx2)
             return blend_lines_avx2;
     }
@@ -158,7 +163,7 @@ template <IntegerSample T, class Weight>
         return combine_lines_real_portable<T>;
     } else {
 #if NUV_X86
-        if constexpr (std::is_same_v<T, std::uint8_t>) {
+        if constexpr (std::is_unsigned_v<T>) {
             if (narrow && cpu.has_avx2)
                 return combine_lines_avx2;
         }

@@ -27,30 +27,33 @@ NUV_TARGET("avx2") inline __m256i rounded(__m256i sums) noexcept
     return _mm256_srai_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(NUV_FixedReal::half)), 12);
 }
 
-// Output pixels k and k + 1.
+// The sums of output pixels k and k + 1. HasFour: they have more than two taps.
+template <bool HasFour>
 NUV_TARGET("avx2")
 inline __m256i two_pixels(const std::uint8_t* line, const NUV_PackedTaps& taps, std::size_t k,
                           const NUV_PairShuffles& shuffles) noexcept
 {
     const __m256i in = load_two(line + taps.offsets[k], line + taps.offsets[k + 1]);
-    const __m256i first = _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
-                                            two_entries(taps.first_pairs + k));
-    const __m256i second = _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),
-                                             two_entries(taps.second_pairs + k));
-    return rounded(_mm256_add_epi32(first, second));
+    __m256i sums = _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.first),
+                                     two_entries(taps.first_pairs + k));
+    if constexpr (HasFour) {
+        sums = _mm256_add_epi32(sums, _mm256_madd_epi16(_mm256_shuffle_epi8(in, shuffles.second),
+                                                        two_entries(taps.second_pairs + k)));
+    }
+    return rounded(sums);
 }
 
-template <int Channels>
+template <int Channels, bool HasFour>
 NUV_TARGET("avx2")
-void convolve_packed(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                     std::size_t pixels, std::uint8_t maximum) noexcept
+void convolve_packed_bytes(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
+                           std::size_t pixels, std::uint8_t maximum) noexcept
 {
     const NUV_PairShuffles shuffles = pair_shuffles<Channels>();
     const __m128i limit = _mm_set1_epi8(static_cast<char>(maximum));
     std::size_t k = 0;
     for (; k + 4 <= pixels; k += 4) {
-        const __m256i words = _mm256_packs_epi32(two_pixels(line, taps, k, shuffles),
-                                                 two_pixels(line, taps, k + 2, shuffles));
+        const __m256i words = _mm256_packs_epi32(two_pixels<HasFour>(line, taps, k, shuffles),
+                                                 two_pixels<HasFour>(line, taps, k + 2, shuffles));
         const __m256i bytes = _mm256_packus_epi16(words, words);
         // The lower lane holds pixels 0 and 2, the upper one 1 and 3.
         __m128i four =
@@ -69,35 +72,147 @@ void convolve_packed(const std::uint8_t* line, const NUV_PackedTaps& taps, std::
     convolve_packed_row_portable<Channels>(line, rest, out + k * Channels, pixels - k, maximum);
 }
 
-template <>
+// Where the taps of pixels k to k + 3, and those of the next four, lie behind the first of the
+// four, in bytes, once in each byte of a pixel's 32 bits.
+template <class T>
 NUV_TARGET("avx2")
-void convolve_packed<1>(const std::uint8_t* line, const NUV_PackedTaps& taps, std::uint8_t* out,
-                        std::size_t pixels, std::uint8_t maximum) noexcept
+inline __m256i places_behind_first(__m256i offsets) noexcept
 {
-    constexpr char none = -1;
-    const __m256i first_two = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(0, none, 1, none, 4, none, 5, none, 8, none, 9, none, 12, none, 13, none));
-    const __m256i last_two = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(2, none, 3, none, 6, none, 7, none, 10, none, 11, none, 14, none, 15, none));
-    const __m128i limit = _mm_set1_epi8(static_cast<char>(maximum));
+    const __m256i behind = _mm256_sub_epi32(offsets, _mm256_shuffle_epi32(offsets, 0));
+    const __m256i low_bytes = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12));
+    return _mm256_shuffle_epi8(_mm256_slli_epi32(behind, sizeof(T) - 1), low_bytes);
+}
+
+// True when 16 bytes from the first of four pixels on have all their taps, for both fours.
+template <class T>
+NUV_TARGET("avx2")
+inline bool are_near(__m256i offsets) noexcept
+{
+    const __m256i behind = _mm256_sub_epi32(offsets, _mm256_shuffle_epi32(offsets, 0));
+    const __m256i most = _mm256_set1_epi32(16 / sizeof(T) - 4);
+    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(_mm256_max_epu32(behind, most), most)) == -1;
+}
+
+// Gray: a pair of taps for each of eight pixels, as words, where are_near().
+NUV_TARGET("avx2") inline __m256i tap_pairs(__m256i in, __m256i places, std::uint8_t) noexcept
+{
+    // An index above 127 gives a zero byte.
+    const __m256i pair = _mm256_set1_epi32(static_cast<std::int32_t>(0x80018000));
+    return _mm256_shuffle_epi8(in, _mm256_add_epi8(places, pair));
+}
+NUV_TARGET("avx2") inline __m256i tap_pairs(__m256i in, __m256i places, std::uint16_t) noexcept
+{
+    return _mm256_shuffle_epi8(in, _mm256_add_epi8(places, _mm256_set1_epi32(0x03020100)));
+}
+
+template <bool HasFour, class T>
+NUV_TARGET("avx2")
+void convolve_packed_gray(const T* line, const NUV_PackedTaps& taps, T* out, std::size_t pixels,
+                          T maximum) noexcept
+{
+    constexpr bool is_word = sizeof(T) == 2;
+    const __m256i bias = _mm256_set1_epi16(is_word ? -32768 : 0);
+    const __m256i two_taps = _mm256_set1_epi8(2 * sizeof(T));
     std::size_t k = 0;
     for (; k + 8 <= pixels; k += 8) {
-        // Four neighbours of one byte each are one 32-bit word.
-        const __m256i in = _mm256_i32gather_epi32(reinterpret_cast<const int*>(line),
-                                                  entries(taps.offsets + k), 1);
-        const __m256i first =
-            _mm256_madd_epi16(_mm256_shuffle_epi8(in, first_two), entries(taps.first_pairs + k));
-        const __m256i second =
-            _mm256_madd_epi16(_mm256_shuffle_epi8(in, last_two), entries(taps.second_pairs + k));
-        const __m256i sums = rounded(_mm256_add_epi32(first, second));
+        const __m256i offsets = entries(taps.offsets + k);
+        if (!are_near<T>(offsets)) {
+            const NUV_PackedTaps far{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
+            convolve_packed_row_portable<1>(line, far, out + k, 8, maximum);
+            continue;
+        }
+        const __m256i in =
+            _mm256_xor_si256(load_two(line + taps.offsets[k], line + taps.offsets[k + 4]), bias);
+        const __m256i places = places_behind_first<T>(offsets);
+        __m256i sums = _mm256_madd_epi16(tap_pairs(in, places, T{}), entries(taps.first_pairs + k));
+        if constexpr (HasFour) {
+            const __m256i last = tap_pairs(in, _mm256_add_epi8(places, two_taps), T{});
+            sums = _mm256_add_epi32(sums, _mm256_madd_epi16(last, entries(taps.second_pairs + k)));
+        }
+        sums = rounded(sums);
         const __m256i words = _mm256_packs_epi32(sums, sums);
-        const __m256i bytes = _mm256_packus_epi16(words, words);
-        const __m128i eight =
-            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k), _mm_min_epu8(eight, limit));
+        if constexpr (is_word) {
+            const __m256i eight = _mm256_permute4x64_epi64(_mm256_xor_si256(words, bias), 0x08);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k),
+                             _mm_min_epu16(_mm256_castsi256_si128(eight),
+                                           _mm_set1_epi16(static_cast<std::int16_t>(maximum))));
+        } else {
+            const __m256i bytes = _mm256_packus_epi16(words, words);
+            const __m128i eight = _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes),
+                                                     _mm256_extracti128_si256(bytes, 1));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k),
+                             _mm_min_epu8(eight, _mm_set1_epi8(static_cast<char>(maximum))));
+        }
     }
     const NUV_PackedTaps rest{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
     convolve_packed_row_portable<1>(line, rest, out + k, pixels - k, maximum);
+}
+
+// Two neighbouring pixels of each lane as pairs of a channel; of three, the last pair is 0.
+template <int Channels>
+NUV_TARGET("avx2")
+inline __m256i channel_pairs(__m256i words) noexcept
+{
+    constexpr char none = -1;
+    if constexpr (Channels == 3)
+        return _mm256_shuffle_epi8(
+            words, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 6, 7, 2, 3, 8, 9, 4, 5, 10, 11,
+                                                             none, none, none, none)));
+    return _mm256_shuffle_epi8(words, _mm256_broadcastsi128_si256(_mm_setr_epi8(
+                                          0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15)));
+}
+
+// The sums of pixels k and k + 1. The weights of a pixel are one together, so that those of samples
+// less 32768 are less 32768, too.
+template <int Channels, bool HasFour>
+NUV_TARGET("avx2")
+inline __m256i
+    two_pixels(const std::uint16_t* line, const NUV_PackedTaps& taps, std::size_t k) noexcept
+{
+    const __m256i bias = _mm256_set1_epi16(-32768);
+    const std::uint16_t* low = line + taps.offsets[k];
+    const std::uint16_t* high = line + taps.offsets[k + 1];
+    const __m256i first = _mm256_xor_si256(load_two(low, high), bias);
+    __m256i sums =
+        _mm256_madd_epi16(channel_pairs<Channels>(first), two_entries(taps.first_pairs + k));
+    if constexpr (HasFour) {
+        const __m256i second =
+            _mm256_xor_si256(load_two(low + 2 * Channels, high + 2 * Channels), bias);
+        sums = _mm256_add_epi32(sums, _mm256_madd_epi16(channel_pairs<Channels>(second),
+                                                        two_entries(taps.second_pairs + k)));
+    }
+    return rounded(sums);
+}
+
+template <int Channels, bool HasFour>
+NUV_TARGET("avx2")
+void convolve_packed_words(const std::uint16_t* line, const NUV_PackedTaps& taps,
+                           std::uint16_t* out, std::size_t pixels, std::uint16_t maximum) noexcept
+{
+    const __m256i limit = _mm256_set1_epi16(static_cast<std::int16_t>(maximum));
+    const __m256i bias = _mm256_set1_epi16(-32768);
+    std::size_t k = 0;
+    // The last store spills two samples of three channels into a fifth pixel, which comes next.
+    for (; k + 5 <= pixels; k += 4) {
+        // The lower lane holds pixels 0 and 2, the upper one 1 and 3.
+        __m256i four = _mm256_packs_epi32(two_pixels<Channels, HasFour>(line, taps, k),
+                                          two_pixels<Channels, HasFour>(line, taps, k + 2));
+        four = _mm256_permute4x64_epi64(_mm256_xor_si256(four, bias), 0xD8);
+        four = _mm256_min_epu16(four, limit);
+        std::uint16_t* to = out + k * Channels;
+        if constexpr (Channels == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), four);
+        } else {
+            four = _mm256_shuffle_epi8(
+                four, _mm256_broadcastsi128_si256(
+                          _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(four));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 6), _mm256_extracti128_si256(four, 1));
+        }
+    }
+    const NUV_PackedTaps rest{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
+    convolve_packed_row_portable<Channels>(line, rest, out + k * Channels, pixels - k, maximum);
 }
 
 // The samples of a pixel and, behind three of them, one of the next pixel.
@@ -126,13 +241,18 @@ inline __m256d weigh(const std::uint16_t* in, const NUV_LinearTaps<double>& taps
 
 } // namespace
 
-template <int Channels, class Taps>
+template <int Channels, class T, class Taps>
 NUV_TARGET("avx2")
-void convolve_packed_avx2(const std::uint8_t* line, const NUV_TapTable<Taps>& table,
-                          std::uint8_t* out, std::size_t pixels, std::size_t,
-                          NUV_SampleLimits<std::uint8_t> limits)
+void convolve_packed_avx2(const T* line, const NUV_TapTable<Taps>& table, T* out,
+                          std::size_t pixels, std::size_t, NUV_SampleLimits<T> limits)
 {
-    convolve_packed<Channels>(line, table.packed, out, pixels, limits.maximum);
+    constexpr bool has_four = std::is_same_v<Taps, NUV_CubicTaps<std::int32_t>>;
+    if constexpr (Channels == 1)
+        convolve_packed_gray<has_four>(line, table.packed, out, pixels, limits.maximum);
+    else if constexpr (sizeof(T) == 1)
+        convolve_packed_bytes<Channels, has_four>(line, table.packed, out, pixels, limits.maximum);
+    else
+        convolve_packed_words<Channels, has_four>(line, table.packed, out, pixels, limits.maximum);
 }
 
 // A vector writes four samples; the fourth of three is written over by the next pixel, and the last
@@ -160,10 +280,13 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
     }
 }
 
+#    define NUV_PACKED_FORM_OF(channels, type, taps)                                               \
+        template void convolve_packed_avx2<channels, type, taps<std::int32_t>>(                    \
+            const type*, const NUV_TapTable<taps<std::int32_t>>&, type*, std::size_t, std::size_t, \
+            NUV_SampleLimits<type>)
 #    define NUV_PACKED_FORM(channels, taps)                                                        \
-        template void convolve_packed_avx2<channels, taps<std::int32_t>>(                          \
-            const std::uint8_t*, const NUV_TapTable<taps<std::int32_t>>&, std::uint8_t*,           \
-            std::size_t, std::size_t, NUV_SampleLimits<std::uint8_t>)
+        NUV_PACKED_FORM_OF(channels, std::uint8_t, taps);                                          \
+        NUV_PACKED_FORM_OF(channels, std::uint16_t, taps)
 #    define NUV_REAL_FORM(channels, taps)                                                          \
         template void convolve_real_avx2<channels, taps<double>>(                                  \
             const std::uint16_t*, const NUV_TapTable<taps<double>>&, std::uint16_t*, std::size_t,  \

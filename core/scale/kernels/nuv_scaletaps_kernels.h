@@ -116,10 +116,9 @@ void convolve_row_portable(const T* line, const NUV_TapTable<Taps>& table, T* ou
 }
 
 // The pixels that a packed form leaves.
-template <int Channels>
-void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV_PackedTaps& taps,
-                                  std::uint8_t* __restrict out, std::size_t pixels,
-                                  std::uint8_t maximum) noexcept
+template <int Channels, IntegerSample T>
+void convolve_packed_row_portable(const T* __restrict line, const NUV_PackedTaps& taps,
+                                  T* __restrict out, std::size_t pixels, T maximum) noexcept
 {
     const auto low = [](std::int32_t pair) {
         return std::int32_t{static_cast<std::int16_t>(pair)};
@@ -129,22 +128,20 @@ void convolve_packed_row_portable(const std::uint8_t* __restrict line, const NUV
         const std::int32_t first = taps.first_pairs[k];
         const std::int32_t second = taps.second_pairs[k];
         for (std::size_t c = 0; c < Channels; ++c) {
-            const std::uint8_t* in = line + taps.offsets[k] + c;
+            const T* in = line + taps.offsets[k] + c;
             const std::int32_t sum = in[0] * low(first) + in[step] * (first >> 16) +
                                      in[2 * step] * low(second) + in[3 * step] * (second >> 16);
-            out[k * Channels + c] =
-                round_fixed<std::uint8_t>(sum, {.minimum = 0, .maximum = maximum});
+            out[k * Channels + c] = round_fixed<T>(sum, {.minimum = 0, .maximum = maximum});
         }
     }
 }
 
 #if NUV_X86
-// 8-bit samples and a packed table, of 1, 3 or 4 channels.
-template <int Channels, class Taps>
+// Samples of 8 or 16 bits and a packed table, of 1, 3 or 4 channels.
+template <int Channels, class T, class Taps>
 NUV_TARGET("avx2")
-void convolve_packed_avx2(const std::uint8_t* line, const NUV_TapTable<Taps>& table,
-                          std::uint8_t* out, std::size_t pixels, std::size_t channels,
-                          NUV_SampleLimits<std::uint8_t> limits);
+void convolve_packed_avx2(const T* line, const NUV_TapTable<Taps>& table, T* out,
+                          std::size_t pixels, std::size_t channels, NUV_SampleLimits<T> limits);
 // 16-bit samples in double precision, of 3 or 4 channels.
 template <int Channels, class Taps>
 NUV_TARGET("avx2")
@@ -175,9 +172,9 @@ template <IntegerSample T, class Taps>
     constexpr bool is_linear = std::is_same_v<Taps, NUV_LinearTaps<std::int32_t>>;
     return visit_channels(channels, [&]<int Channels>() -> NUV_ConvolveForm<T, Taps> {
 #if NUV_X86
-        if constexpr (std::is_same_v<T, std::uint8_t> && !has_real_weights<Taps> && Channels != 0) {
+        if constexpr (std::is_unsigned_v<T> && !has_real_weights<Taps> && Channels != 0) {
             if (cpu.has_avx2 && narrow)
-                return {convolve_packed_avx2<Channels, Taps>, true};
+                return {convolve_packed_avx2<Channels, T, Taps>, true};
         }
         if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels > 1) {
             if (cpu.has_avx2)
