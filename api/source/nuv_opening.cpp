@@ -114,9 +114,9 @@ void read_source(nuv_job& job)
         return;
     }
     job.source_lines = job.info->height();
+    job.facts = source_of(job);
     if (!job.allows_size(job.info->width(), job.info->height()))
         return;
-    job.facts = source_of(job);
     job.source->to_begin();
     nuv::NUV_Engine* reader = nuv::NUV_ReadRasterEx(manager).engine(job.source.get(), job.page);
     if (reader)
@@ -447,6 +447,8 @@ nuv_status nuv_look(nuv_job* job, nuv_picture* out)
 
 nuv_status nuv_source_info(nuv_job* job, nuv_source* out)
 {
+    if (job && job->status != NUV_OK && job->facts.kind[0] != '\0')
+        static_cast<void>(nuv::hand_out(job->facts, out));
     return nuv::guarded(job, [out](nuv_job& it) {
         if (it.stage == JobStage::fresh)
             static_cast<void>(it.must_be(JobStage::opened, "nuv_source_info"));

@@ -230,7 +230,8 @@ NUV_API nuv_status nuv_open_samples_file(nuv_job* job, const char* path, const n
 
 /* What leaves the chain as it stands. */
 NUV_API nuv_status nuv_look(nuv_job* job, nuv_picture* out);
-/* What the source is. */
+/* What the source is. Told behind a failure, too, which is then the answer, where the source is of
+   a kind that is known: so it is of a picture that is not served or passes a limit. */
 NUV_API nuv_status nuv_source_info(nuv_job* job, nuv_source* out);
 
 /* ---- operations, in the order in which they are done ----
