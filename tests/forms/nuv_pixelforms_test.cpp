@@ -2,8 +2,8 @@
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
+#include "core/include/nuv_mirrorrow_kernels.h"
 #include "core/lut/source/nuv_lut_kernels.h"
-#include "core/mirror/source/nuv_mirrorx_kernels.h"
 #include "core/rotate/source/nuv_rotate90_1_kernels.h"
 #include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
 #include "core/tiff/source/nuv_chromaunits_kernels.h"
@@ -27,6 +27,7 @@ TEST(PixelForms, MirrorRotateAndDLut)
     for (const std::size_t bytes : {1U, 2U, 3U, 6U})
         expect_chosen("PPAA", [=](auto& cpu) { return choose_mirror_row(cpu, bytes); });
     expect_chosen("PSSS", [](auto& cpu) { return choose_rotate90tile(cpu, 1); });
+    expect_chosen("PSSS", [](auto& cpu) { return choose_rotate90tile(cpu, 2); });
     expect_chosen("PPAA", [](auto& cpu) { return choose_rotate90tile(cpu, 3); });
     expect_chosen("PSAA", choose_rotate90groups);
     for (const std::uint32_t outputs : {1U, 3U, 4U})

@@ -1,6 +1,6 @@
 #include "core/mirror/nuv_mirrorx.h"
 
-#include "core/mirror/source/nuv_mirrorx_kernels.h"
+#include "core/include/nuv_mirrorrow_kernels.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processlinetolineengine.h"

@@ -11,18 +11,25 @@ namespace nuv {
 Rotate90Block::Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu)
     : angle_(angle),
       pixel_bytes_(pixel_bytes),
-      tile_form_(choose_rotate90tile(cpu, pixel_bytes))
-{
-    half_turn_ = visit_pixel_bytes(
-        pixel_bytes, []<std::size_t Bytes>() { return &rotate90block_8xn_180<Bytes>; });
-}
+      tile_form_(choose_rotate90tile(cpu, pixel_bytes)),
+      mirror_row_(choose_mirror_row(cpu, pixel_bytes))
+{}
 
 void Rotate90Block::rotate(const NUV_Rotate90Band& band) const
 {
     if (angle_ == 180)
-        half_turn_(band, pixel_bytes_);
+        half_turn(band);
     else
         quarter_turn(band);
+}
+
+void Rotate90Block::half_turn(const NUV_Rotate90Band& band) const
+{
+    for (std::uint32_t row = 0; row < band.rows; ++row) {
+        const std::size_t line = band.height - 1 - (band.first_row + row);
+        mirror_row_(band.src + row * band.src_step, band.plane + line * band.plane_step, band.width,
+                    pixel_bytes_);
+    }
 }
 
 void Rotate90Block::quarter_turn(const NUV_Rotate90Band& band) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_mirrorrow_kernels.h"
 #include "core/include/nuv_pixelbytes.h"
 #include "core/include/nuv_pixelcopy.h"
 #include "core/rotate/source/nuv_rotate90plane.h"
@@ -67,6 +68,7 @@ void rotate90tile(const Rotate90Tile& tile, std::size_t pixel_bytes)
 
 #if NUV_X86
 void rotate90tile_1_sse2(const Rotate90Tile& tile, std::size_t pixel_bytes);
+void rotate90tile_2_sse2(const Rotate90Tile& tile, std::size_t pixel_bytes);
 void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
 #endif
 
@@ -77,47 +79,13 @@ void rotate90tile_3_avx2(const Rotate90Tile& tile, std::size_t pixel_bytes);
 #if NUV_X86
     if (pixel_bytes == 1 && cpu.has_sse2)
         return rotate90tile_1_sse2;
+    if (pixel_bytes == 2 && cpu.has_sse2)
+        return rotate90tile_2_sse2;
     if (pixel_bytes == 3 && cpu.has_avx2)
         return rotate90tile_3_avx2;
 #endif
     return visit_pixel_bytes(
         pixel_bytes, []<std::size_t Bytes>() -> Rotate90TileForm { return rotate90tile<Bytes>; });
-}
-
-// Copies bytes end for end.
-inline void reverse_bytes(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept
-{
-    constexpr std::size_t step = sizeof(std::uint64_t);
-    for (; count >= step; count -= step, out += step) {
-        std::uint64_t word;
-        std::memcpy(&word, in + count - step, step);
-        word = __builtin_bswap64(word);
-        std::memcpy(out, &word, step);
-    }
-    for (; count > 0; --count)
-        *out++ = in[count - 1];
-}
-
-template <std::size_t PixelBytes>
-void rotate90block_8xn_180(const NUV_Rotate90Band& band, std::size_t pixel_bytes)
-{
-    const std::size_t size = PixelBytes != 0 ? PixelBytes : pixel_bytes;
-    const std::size_t last = (std::size_t{band.width} - 1) * size;
-    for (std::uint32_t row = 0; row < band.rows; ++row) {
-        const std::uint8_t* in = band.src + row * band.src_step + last;
-        std::uint8_t* out =
-            band.plane + (band.height - 1 - (band.first_row + row)) * band.plane_step;
-        if constexpr (PixelBytes == 1) {
-            reverse_bytes(band.src + row * band.src_step, out, band.width);
-            continue;
-        }
-        // No byte follows the last pixel of the line; one follows all others.
-        stride_pixels_of_lines<PixelBytes>(in, 0, out, 1, pixel_bytes, false);
-        if (band.width == 1)
-            continue;
-        stride_pixels_of_lines<PixelBytes>(in - size, -static_cast<std::ptrdiff_t>(size),
-                                           out + size, band.width - 1, pixel_bytes, true);
-    }
 }
 
 // Puts bands of whole-byte pixels where they belong in the plane. With source pixel (x, y) of a
@@ -133,11 +101,12 @@ public:
 
 private:
     void quarter_turn(const NUV_Rotate90Band& band) const;
+    void half_turn(const NUV_Rotate90Band& band) const;
 
     std::int32_t angle_ = 0;
     std::size_t pixel_bytes_ = 0;
     Rotate90TileForm tile_form_ = nullptr; // for 90 and 270
-    void (*half_turn_)(const NUV_Rotate90Band&, std::size_t pixel_bytes) = nullptr; // for 180
+    MirrorRow mirror_row_ = nullptr;       // for 180
 };
 
 } // namespace nuv

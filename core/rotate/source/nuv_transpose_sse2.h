@@ -26,6 +26,21 @@ inline void transpose_bytes(__m128i (&rows)[16])
     }
 }
 
+// 8 rows of 8 pairs of bytes to 8 columns of 8 pairs, in three such rounds.
+NUV_TARGET("sse2")
+inline void transpose_pairs(__m128i (&rows)[8])
+{
+    for (int round = 0; round < 3; ++round) {
+        __m128i mixed[8];
+        for (std::size_t i = 0; i < 4; ++i) {
+            mixed[2 * i] = _mm_unpacklo_epi16(rows[i], rows[i + 4]);
+            mixed[2 * i + 1] = _mm_unpackhi_epi16(rows[i], rows[i + 4]);
+        }
+        for (std::size_t i = 0; i < 8; ++i)
+            rows[i] = mixed[i];
+    }
+}
+
 } // namespace nuv
 
 #endif // NUV_X86

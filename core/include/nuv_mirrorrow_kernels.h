@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace nuv {
 
@@ -14,11 +15,27 @@ namespace nuv {
 using MirrorRow = void (*)(const std::uint8_t* in, std::uint8_t* out, std::size_t width,
                            std::size_t pixel_bytes);
 
+// Copies bytes end for end.
+inline void reverse_bytes(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept
+{
+    constexpr std::size_t step = sizeof(std::uint64_t);
+    for (; count >= step; count -= step, out += step) {
+        std::uint64_t word;
+        std::memcpy(&word, in + count - step, step);
+        word = __builtin_bswap64(word);
+        std::memcpy(out, &word, step);
+    }
+    for (; count > 0; --count)
+        *out++ = in[count - 1];
+}
+
 // `PixelBytes` is the size of a pixel, or 0 where `pixel_bytes` says.
 template <std::size_t PixelBytes>
 void mirror_row_portable(const std::uint8_t* in, std::uint8_t* out, std::size_t width,
                          std::size_t pixel_bytes)
 {
+    if constexpr (PixelBytes == 1)
+        return reverse_bytes(in, out, width);
     const std::size_t bytes = PixelBytes > 0 ? PixelBytes : pixel_bytes;
     const std::uint8_t* from = in + width * bytes;
     for (std::size_t i = 0; i < width; ++i) {

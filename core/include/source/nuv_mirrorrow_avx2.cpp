@@ -1,4 +1,4 @@
-#include "core/mirror/source/nuv_mirrorx_kernels.h"
+#include "core/include/nuv_mirrorrow_kernels.h"
 
 #if NUV_X86
 
