@@ -37,7 +37,7 @@ pgmtopbm -threshold gray.pgm >bits.pbm
 pamdepth 65535 in.ppm >deep.ppm
 pnmtoplainpnm deep.ppm >plain.ppm
 head -c 900 in.ppm >cut.ppm
-head -c 500 photo.jpg >half.jpg
+head -c 900 photo.jpg >half.jpg
 echo "no picture at all, and long enough to look like one" >text
 mkdir folder
 mkfifo fifo

@@ -1,7 +1,7 @@
 // nuv: looks at pictures and converts them.
 
 #include "tools/nuv/nuv_commands.h"
-#include "tools/nuv/nuv_progress.h"
+#include "tools/nuv/nuv_output.h"
 #include "tools/nuv/nuv_text.h"
 
 #include <CLI/CLI.hpp>
@@ -37,8 +37,12 @@ int run(int count, char** arguments)
             return run_info(info);
         return run_convert(conversion);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0)
-            return app.exit(error); // --help and --version
+        if (error.get_exit_code() == 0) {
+            print_to_stdout(error.get_name() == "CallForVersion" ? app.version() + "\n"
+                                                                 : app.help());
+            finish_stdout();
+            return exit_done;
+        }
         throw UsageError(error.what());
     }
 }

@@ -3,6 +3,7 @@
 #include "tools/nuv/nuv_outputs.h"
 #include "tools/nuv/nuv_problem.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -32,6 +33,11 @@ public:
 
 struct InfoRequest {
     std::vector<std::string> paths;
+    bool json = false;
+    bool verify = false;
+    std::uint32_t page = 0;
+    bool quiet = false;
+    bool progress = false;
 };
 
 void add_info(CLI::App& app, InfoRequest& request);

@@ -1,108 +1,81 @@
 #include "tools/nuv/nuv_commands.h"
-#include "tools/nuv/nuv_names.h"
-#include "tools/nuv/nuv_source.h"
+#include "tools/nuv/nuv_infotext.h"
+#include "tools/nuv/nuv_inspection.h"
+#include "tools/nuv/nuv_output.h"
 
 #include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdio>
 
 namespace nuv_tool {
 
 namespace {
 
-constexpr std::size_t columns = 5;
-using Row = std::array<std::string, columns>; // path, size, samples, colour, kind and storing
-
-std::string storing(const ImageParam& picture)
+// A picture that is known and not served can be told of; all else is a failure.
+bool has_failed(const Inspection& told, bool is_to_be_verified)
 {
-    std::string text;
-    switch (picture.format) {
-    case Format::eRaw:
-        return "uncompressed";
-    case Format::eJPEG:
-        text = picture.is_jfif ? "JPEG (JFIF)" : "JPEG";
-        break;
-    case Format::eLosslessJPEG:
-        text = "lossless JPEG";
-        break;
-    case Format::eJPEG2000:
-        return "JPEG 2000";
-    case Format::eProgressiveJPEG:
-        text = picture.is_jfif ? "progressive JPEG (JFIF)" : "progressive JPEG";
-        break;
-    default:
-        return "compressed";
-    }
-    if (picture.sampling != 0)
-        text.append(" ").append(sampling_name(picture.sampling));
-    if (picture.precision != 0)
-        text.append(" ").append(std::to_string(picture.precision)).append(" bits");
-    return text;
-}
-
-// The kind of file, and how it has the picture.
-std::string kind_and_storing(const std::string& path, const ImageParam& picture)
-{
-    std::string text{file_kind(path)};
-    const bool is_read = try_reading(path) == 0;
-    if (is_read && text == "JPEG")
-        return storing(picture); // says so
-    if (is_read && text == "PNG")
-        return text; // never uncompressed, whatever comes out of it
-    if (!text.empty())
-        text.append(", ");
-    return text.append(is_read ? storing(picture) : "stored in a way that is not read");
-}
-
-Row row_of(const std::string& path, const ImageParam& picture)
-{
-    return {path, std::to_string(picture.width) + "x" + std::to_string(picture.height),
-            std::to_string(picture.channels) + "x" + std::to_string(picture.bits),
-            std::string{color_name(picture.color)}, kind_and_storing(path, picture)};
-}
-
-void print(const std::vector<Row>& rows)
-{
-    std::array<std::size_t, columns> widths{};
-    for (const Row& row : rows)
-        for (std::size_t i = 0; i < columns; ++i)
-            widths[i] = std::max(widths[i], row[i].size());
-    for (const Row& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i + 1 < columns; ++i)
-            line.append(row[i]).append(widths[i] - row[i].size() + 2, ' ');
-        line.append(row[columns - 1]).append("\n");
-        std::fputs(line.c_str(), stdout);
-    }
+    if (told.failure.status == NUV_OK)
+        return false;
+    return is_to_be_verified || !told.is_known || told.failure.status != NUV_UNSUPPORTED;
 }
 
 } // namespace
 
 void add_info(CLI::App& app, InfoRequest& request)
 {
-    CLI::App& command = *app.add_subcommand("info", "Show what pictures are, one line for each");
-    command.add_option("FILE", request.paths, "The pictures")->required();
+    CLI::App& command = *app.add_subcommand("info", "Tell what pictures are, in a line for each");
+    command.add_option("FILE", request.paths, "The pictures; - is the standard input")->required();
+    command.add_flag("--json", request.json,
+                     "One object of JSON a picture, each on a line of its own");
+    command.add_flag("--verify", request.verify, "Decode the pictures, to find damage");
+    command.add_option("--page", request.page, "Which picture of a file of several, from 0")
+        ->option_text("N");
+    command.add_flag("-q,--quiet", request.quiet, "Tell nothing on standard error but failures");
+    command.add_flag("--progress", request.progress, "Tell at once how far the work is");
+    command.footer(
+        R"(A line has the name, width x height in pixels, channels x bits of a sample, colour,
+and the kind of the file with how it is stored.
+
+Exit status: 0; 1 when one is no picture, or with --verify cannot be decoded; 2 when
+--verify has found damage in one, and all can be decoded.
+
+Examples:
+  nuv info scan.ppm photo.jpg
+  nuv info --json photo.jpg
+  nuv info --verify *.jpg
+)");
 }
 
 int run_info(const InfoRequest& request)
 {
-    bool all_readable = true;
-    std::vector<Row> rows;
-    for (const std::string& path : request.paths) {
-        ImageParam picture{};
-        const Problem problem = path == "-" ? "'-' cannot stand for a stream: name files"
-                                            : describe_source(path, picture);
-        if (problem)
-            report(*problem);
-        else
-            rows.push_back(row_of(path, picture));
-        all_readable = all_readable && !problem;
+    InspectionOptions options{.page = request.page, .verify = request.verify};
+    options.limits.size = sizeof(options.limits);
+    nuv_default_limits(&options.limits);
+    ShowProgress shown = request.verify ? ShowProgress::if_long : ShowProgress::never;
+    if (request.progress)
+        shown = ShowProgress::always;
+    int status = exit_done;
+    InfoTable table;
+    {
+        ProgressBar bar(request.quiet ? ShowProgress::never : shown, request.paths.size());
+        for (const std::string& path : request.paths) {
+            ProgressBar::Picture progress(bar);
+            const Inspection told = inspect(path, options, progress);
+            if (has_failed(told, request.verify)) {
+                status = exit_failed;
+                report(path + ": " + told.message);
+            } else if (told.damaged_line != 0 && request.verify) {
+                status = status == exit_done ? exit_mended : status;
+                if (!request.quiet)
+                    report(path + ": " + told.message);
+            }
+            if (request.json)
+                print_json(path, options, told);
+            else if (told.is_known)
+                table.add(path, told);
+        }
     }
-    print(rows);
-    return all_readable ? exit_done : exit_failed;
+    table.print();
+    finish_stdout();
+    return status;
 }
 
 } // namespace nuv_tool

@@ -1,5 +1,7 @@
 #include "tools/nuv/nuv_progress.h"
 
+#include "tools/nuv/nuv_output.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -14,23 +16,6 @@ constexpr std::uint64_t parts_of_picture = 1U << 20;
 constexpr auto patience = std::chrono::seconds(1);
 constexpr auto terminal_pause = std::chrono::milliseconds(100);
 constexpr auto log_pause = std::chrono::seconds(1);
-
-// Of stderr, which all threads share.
-std::mutex printing;
-bool bar_stands = false;
-
-void wipe_bar() noexcept
-{
-    if (bar_stands)
-        std::fputs("\r\x1b[K", stderr);
-    bar_stands = false;
-}
-
-[[nodiscard]] bool is_terminal() noexcept
-{
-    static const bool is = isatty(STDERR_FILENO) != 0;
-    return is;
-}
 
 [[nodiscard]] std::size_t terminal_columns() noexcept
 {
@@ -57,7 +42,8 @@ void wipe_bar() noexcept
 } // namespace
 
 ProgressBar::ProgressBar(ShowProgress show, std::size_t pictures)
-    : shown_(show == ShowProgress::always || (show == ShowProgress::if_long && is_terminal())),
+    : shown_(show == ShowProgress::always ||
+             (show == ShowProgress::if_long && is_stderr_a_terminal())),
       pictures_(std::max(pictures, std::size_t{1})),
       next_((show == ShowProgress::always ? start_ : start_ + patience).time_since_epoch().count())
 {}
@@ -66,10 +52,10 @@ ProgressBar::~ProgressBar()
 {
     if (!shown_)
         return;
-    if (!is_terminal())
+    if (is_stderr_a_terminal())
+        wipe_bar();
+    else
         draw(Clock::now());
-    const std::lock_guard lock(printing);
-    wipe_bar();
 }
 
 ProgressBar::Picture::~Picture()
@@ -104,7 +90,8 @@ void ProgressBar::add(std::uint64_t parts) noexcept
     if (!shown_)
         return;
     const Clock::time_point now = Clock::now();
-    const Clock::duration pause = is_terminal() ? Clock::duration{terminal_pause} : log_pause;
+    const Clock::duration pause =
+        is_stderr_a_terminal() ? Clock::duration{terminal_pause} : log_pause;
     Clock::rep due = next_;
     if (now.time_since_epoch().count() >= due &&
         next_.compare_exchange_strong(due, (now + pause).time_since_epoch().count()))
@@ -114,12 +101,12 @@ void ProgressBar::add(std::uint64_t parts) noexcept
 void ProgressBar::draw(Clock::time_point now) noexcept
 {
     try {
-        const std::string line = text(now);
-        const std::lock_guard lock(printing);
-        std::fprintf(stderr, is_terminal() ? "\r\x1b[K%s" : "%s\n", line.c_str());
-        bar_stands = is_terminal();
+        if (is_stderr_a_terminal())
+            draw_bar(text(now));
+        else
+            print_to_stderr("nuv: " + text(now));
     } catch (const std::exception&) {
-        shown_ = false; // the work matters more
+        shown_ = false; // for the work matters more
     }
 }
 
@@ -139,7 +126,7 @@ std::string ProgressBar::text(Clock::time_point now) const
     std::string line{numbers};
     if (done < all)
         line.append("  ").append(clock_text(left)).append(" left");
-    if (!is_terminal())
+    if (!is_stderr_a_terminal())
         return line;
     const std::size_t columns = terminal_columns();
     constexpr std::size_t frame = 5; // brackets, a space, and the last column, which would wrap
@@ -150,13 +137,6 @@ std::string ProgressBar::text(Clock::time_point now) const
     std::string bar{"["};
     bar.append(filled, '#').append(width - filled, '.').append("] ").append(line);
     return bar;
-}
-
-void print_to_stderr(const std::string& line)
-{
-    const std::lock_guard lock(printing);
-    wipe_bar();
-    std::fputs((line + "\n").c_str(), stderr);
 }
 
 } // namespace nuv_tool

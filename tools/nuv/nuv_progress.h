@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace nuv_tool {
@@ -57,8 +56,5 @@ private:
     std::atomic<std::uint64_t> parts_done_ = 0;
     std::atomic<std::size_t> pictures_done_ = 0;
 };
-
-// Prints `line` and a line end to stderr in one piece, above a bar that stands there.
-void print_to_stderr(const std::string& line);
 
 } // namespace nuv_tool

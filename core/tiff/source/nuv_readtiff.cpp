@@ -207,7 +207,10 @@ bool NUV_ReadTIFF::check(NUV_InputStorage* storage, const NUV_TIFFInfo* info)
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     if (!check_src_condition(*info))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method,
+                    NUV_Diagnosis().says("the coding '%s' with %u x %u bits",
+                                         info->encode_type()->key(), unsigned{info->channels()},
+                                         unsigned{info->bits()}));
     return true;
 }
 

@@ -1,0 +1,83 @@
+#include "tools/nuv/nuv_inspection.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <unistd.h>
+#include <vector>
+
+namespace nuv_tool {
+
+namespace {
+
+struct JobEnd {
+    void operator()(nuv_job* job) const noexcept { nuv_free(job); }
+};
+
+ptrdiff_t read_standard_input(void*, void* into, std::size_t bytes)
+{
+    return read(STDIN_FILENO, into, bytes);
+}
+
+void open_source(nuv_job* job, const std::string& path, std::uint32_t page)
+{
+    nuv_page(job, page);
+    if (path == "-")
+        nuv_open_stream(job, read_standard_input, nullptr);
+    else
+        nuv_open_file(job, path.c_str());
+}
+
+// Asks for every line. What is found out stands in the job.
+void read_all_lines(nuv_job* job, ProgressBar::Picture& progress)
+{
+    constexpr std::size_t usual_bytes = std::size_t{1} << 20;
+
+    nuv_picture is{};
+    is.size = sizeof(is);
+    if (nuv_look(job, &is) != NUV_OK)
+        return;
+    const std::uint64_t line_bits = std::uint64_t{is.width} * is.channels * is.bits;
+    const auto line_bytes = static_cast<std::size_t>(line_bits / 8 + 1);
+    const auto lines = static_cast<std::uint32_t>(usual_bytes / line_bytes + 1);
+    std::vector<unsigned char> band(lines * line_bytes);
+    std::uint32_t done = 0;
+    std::uint32_t got = 0;
+    while (nuv_read_lines(job, band.data(), 0, lines, &got) == NUV_OK && got != 0) {
+        done += got;
+        progress.tell(done, is.height);
+    }
+}
+
+} // namespace
+
+Inspection inspect(const std::string& path, const InspectionOptions& options,
+                   ProgressBar::Picture& progress)
+{
+    Inspection told;
+    told.source.size = sizeof(told.source);
+    told.failure.size = sizeof(told.failure);
+    nuv_limits limits = options.limits;
+    if (!options.verify) // a description holds no picture
+        limits.width = limits.height = 0, limits.pixels = 0;
+    const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&limits));
+    if (!job)
+        throw std::bad_alloc();
+    open_source(job.get(), path, options.page);
+    nuv_source_info(job.get(), &told.source);
+    // Files that have no more than a ratio of sides tell it as this.
+    if (told.source.x_resolution <= 1 && told.source.y_resolution <= 1)
+        told.source.x_resolution = told.source.y_resolution = 0;
+    told.is_known = told.source.kind[0] != '\0';
+    if (options.verify && nuv_state(job.get()) == NUV_OK) {
+        read_all_lines(job.get(), progress);
+        told.is_verified = true;
+    }
+    nuv_why(job.get(), &told.failure);
+    told.message = nuv_message(job.get());
+    if (told.failure.status == NUV_OK)
+        told.damaged_line = nuv_first_damaged_line(job.get()) + 1;
+    return told;
+}
+
+} // namespace nuv_tool
