@@ -1,4 +1,5 @@
 #include "core/scale/kernels/nuv_cubicweights.h"
+#include "core/scale/kernels/nuv_pixelwindows_kernels.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/kernels/nuv_scalepp_kernels.h"
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
@@ -132,6 +133,35 @@ TEST(ScaleForms, ConvolveRow)
     expect_same_rows<U16, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 65535);
     expect_same_rows<U16, NUV_CubicTaps<double>, double>({3, 4}, 4095);
     expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
+}
+
+template <std::size_t WindowBytes>
+void expect_same_windows(const char (&forms)[5])
+{
+    const auto choose = choose_move_pixel_windows<WindowBytes>;
+    expect_same_forms<U8>(forms, choose, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t line_bytes = draw.number(WindowBytes, 300);
+        std::vector<NUV_PixelWindow> windows(draw.length(9));
+        std::vector<U8> orders;
+        std::size_t bytes = 0;
+        for (NUV_PixelWindow& window : windows) {
+            const std::size_t last = line_bytes - WindowBytes;
+            window.begin = static_cast<std::uint32_t>(draw.one_of({last, draw.number(0, last)}));
+            window.bytes = static_cast<std::uint32_t>(draw.number(1, WindowBytes));
+            bytes += window.bytes;
+            for (std::size_t i = 0; i < WindowBytes; ++i)
+                orders.push_back(static_cast<U8>(draw.number(0, WindowBytes - 1)));
+        }
+        const NUV_PixelWindows row{windows.data(), orders.data(), windows.size()};
+        const U8* in = draw.input<U8>(line_bytes);
+        compare(bytes, [&](auto form, U8* out) { form(in, row, out, bytes); });
+    });
+}
+
+TEST(ScaleForms, MovePixelWindows)
+{
+    expect_same_windows<16>("PPAA");
+    expect_same_windows<64>("PPPV");
 }
 
 TEST(ScaleI2Forms, AreChosenByTheProcessor)

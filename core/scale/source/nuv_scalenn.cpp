@@ -6,6 +6,7 @@
 #include "core/scale/nuv_scaleire.h"
 #include "core/scale/nuv_scalennqdrle.h"
 #include "core/scale/nuv_scaless.h"
+#include "core/scale/source/nuv_pixelmover.h"
 #include "core/scale/source/nuv_scaleshrinkengine.h"
 #include "framework/engine/nuv_stepblocks.h"
 
@@ -32,33 +33,36 @@ public:
     [[nodiscard]] bool initiate(NUV_Manager& manager, const NUV_Header& source,
                                 std::uint32_t destination_width)
     {
-        if (!offsets_.allocate(manager, destination_width))
-            return false;
-        is_packed_ = source.bits() == 1;
-        pixel_bytes_ = (std::uint32_t{source.bits()} * source.channels() + 7) / 8;
         const double ratio = scale_ratio(source.width(), destination_width);
         const double last = source.width() - 1;
+        if (!pixels_.allocate(manager, destination_width))
+            return false;
         double position = ratio * 0.5;
-        for (std::uint32_t& offset : offsets_.items()) {
-            offset = static_cast<std::uint32_t>(std::min(position, last)) * pixel_bytes_;
+        for (std::uint32_t& pixel : pixels_.items()) {
+            pixel = static_cast<std::uint32_t>(std::min(position, last));
             position += ratio;
         }
-        return true;
+        if (source.bits() == 1)
+            return true;
+        const std::size_t pixel_bytes = std::size_t{source.bits()} / 8 * source.channels();
+        const bool initiated =
+            mover_.initiate(manager, source.line_bytes(), pixel_bytes, destination_width,
+                            [&](std::size_t k) { return pixels_[k] * pixel_bytes; });
+        pixels_.free();
+        return initiated;
     }
 
     void copy_line(const std::uint8_t* in, std::uint8_t* out) const noexcept
     {
-        if (is_packed_)
-            return gather_bits(in, offsets_.data(), out, offsets_.size());
-        visit_pixel_bytes(pixel_bytes_, [&]<std::size_t PixelBytes>() {
-            gather_pixels<PixelBytes>(in, offsets_.data(), out, offsets_.size(), pixel_bytes_);
-        });
+        if (pixels_.size() != 0)
+            gather_bits(in, pixels_.data(), out, pixels_.size());
+        else
+            mover_.move_row(in, out);
     }
 
 private:
-    NUV_Scratch<std::uint32_t> offsets_; // bytes, or bits of packed samples
-    std::uint32_t pixel_bytes_ = 1;
-    bool is_packed_ = false;
+    NUV_Scratch<std::uint32_t> pixels_; // of packed samples
+    NUV_PixelMover mover_;              // of all others
 };
 
 class NUV_ScaleWidthNNEngine final : public NUV_ScaleWidthEngine {

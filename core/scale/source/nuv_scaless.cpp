@@ -1,6 +1,6 @@
 #include "core/scale/nuv_scaless.h"
 
-#include "core/include/nuv_pixelcopy.h"
+#include "core/scale/source/nuv_pixelmover.h"
 #include "framework/engine/nuv_processengine.h"
 #include "framework/engine/nuv_stepblocks.h"
 
@@ -44,7 +44,7 @@ public:
 
 private:
     NUV_Subsampling subsampling_;
-    std::size_t pixel_bytes_ = 0;
+    NUV_PixelMover mover_;
     std::uint32_t lines_consumed_ = 0;
     std::uint32_t line_ = 0;
 };
@@ -61,10 +61,14 @@ bool NUV_ScaleSSEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, N
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     subsampling_ = subsampling;
-    pixel_bytes_ = std::size_t{header->channels()} * header->bits() / 8;
     header_.width(kept(header->width(), subsampling.step_x, subsampling.offset_x));
     header_.height(kept(header->height(), subsampling.step_y, subsampling.offset_y));
-    return src->block_bytes(header->line_bytes()) && dst->block_bytes(header_.line_bytes());
+    const std::size_t pixel_bytes = std::size_t{header->channels()} * header->bits() / 8;
+    return mover_.initiate(manager(), header->line_bytes(), pixel_bytes, header_.width(),
+                           [&](std::size_t k) {
+                               return (subsampling.offset_x + k * subsampling.step_x) * pixel_bytes;
+                           }) &&
+           src->block_bytes(header->line_bytes()) && dst->block_bytes(header_.line_bytes());
 }
 
 bool NUV_ScaleSSEngine::execute()
@@ -83,11 +87,7 @@ bool NUV_ScaleSSEngine::execute()
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    visit_pixel_bytes(pixel_bytes_, [&]<std::size_t PixelBytes>() {
-        stride_pixels<PixelBytes>(in.as<std::uint8_t>() + subsampling_.offset_x * pixel_bytes_,
-                                  static_cast<std::ptrdiff_t>(subsampling_.step_x * pixel_bytes_),
-                                  out.as<std::uint8_t>(), header_.width(), pixel_bytes_);
-    });
+    mover_.move_row(in.as<std::uint8_t>(), out.as<std::uint8_t>());
     ++line_;
     const bool released = in.release();
     const bool committed = out.commit(header_.line_bytes());
