@@ -45,6 +45,48 @@ NUV_TARGET("avx2") inline __m256i load_two(const void* low, const void* high) no
     return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
 }
 
+// Gray rows, eight pixels at a time, whose taps begin at `offsets` samples: those of the first
+// four, and those of the last four, are taken from 16 bytes that begin with the first one's.
+
+// How many samples each begins behind the first of its four.
+NUV_TARGET("avx2") inline __m256i behind_first(__m256i offsets) noexcept
+{
+    return _mm256_sub_epi32(offsets, _mm256_shuffle_epi32(offsets, 0));
+}
+
+// True when the 16 bytes have all taps, `Taps` for each pixel.
+template <class T, int Taps>
+NUV_TARGET("avx2")
+inline bool are_near(__m256i offsets) noexcept
+{
+    const __m256i most = _mm256_set1_epi32(16 / sizeof(T) - Taps);
+    const __m256i farthest = _mm256_max_epu32(behind_first(offsets), most);
+    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(farthest, most)) == -1;
+}
+
+// Which of the 16 bytes each begins with, in each byte of its 32 bits.
+template <class T>
+NUV_TARGET("avx2")
+inline __m256i first_bytes(__m256i offsets) noexcept
+{
+    const __m256i low_bytes = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12));
+    const __m256i bytes = _mm256_slli_epi32(behind_first(offsets), sizeof(T) - 1);
+    return _mm256_shuffle_epi8(bytes, low_bytes);
+}
+
+// The samples that begin there, and those behind them, as pairs of words.
+NUV_TARGET("avx2") inline __m256i pairs_at(__m256i first_bytes, __m256i in, std::uint8_t) noexcept
+{
+    // An index above 127 gives a zero byte.
+    const __m256i pair = _mm256_set1_epi32(static_cast<std::int32_t>(0x80018000));
+    return _mm256_shuffle_epi8(in, _mm256_add_epi8(first_bytes, pair));
+}
+NUV_TARGET("avx2") inline __m256i pairs_at(__m256i first_bytes, __m256i in, std::uint16_t) noexcept
+{
+    return _mm256_shuffle_epi8(in, _mm256_add_epi8(first_bytes, _mm256_set1_epi32(0x03020100)));
+}
+
 // Two weights of 16 bits, the first in the lower half, in every 32 bits.
 NUV_TARGET("avx2") inline __m256i weight_pairs(std::int32_t first, std::int32_t second) noexcept
 {

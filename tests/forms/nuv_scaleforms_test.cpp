@@ -2,6 +2,7 @@
 #include "core/scale/kernels/nuv_pixelwindows_kernels.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/kernels/nuv_scalepp_kernels.h"
+#include "core/scale/kernels/nuv_scaleshrinkli_kernels.h"
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
 #include "tests/support/nuv_testforms.h"
@@ -133,6 +134,51 @@ TEST(ScaleForms, ConvolveRow)
     expect_same_rows<U16, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 65535);
     expect_same_rows<U16, NUV_CubicTaps<double>, double>({3, 4}, 4095);
     expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
+}
+
+TEST(ScaleForms, ShrinkRow)
+{
+    for (const std::uint32_t channels : {1U, 3U, 4U}) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_shrink_row<U8, std::int32_t>(cpu, channels);
+        };
+        expect_same_forms<U8>("PPAA", choose, [=](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(40);
+            const std::size_t last = 400 - shrink_row_reach;
+            const std::size_t apart = draw.number(1, 6);
+            std::vector<std::uint32_t> offsets;
+            std::vector<std::int32_t> x;
+            for (std::size_t k = 0; k < pixels; ++k) {
+                const std::size_t i = std::min(k * apart * channels, last);
+                offsets.push_back(static_cast<std::uint32_t>(i));
+                x.push_back(
+                    static_cast<std::int32_t>(draw.one_of({draw.number(0, 4096), i % 2 * 4096})));
+            }
+            const auto y =
+                static_cast<std::int32_t>(draw.one_of({draw.number(0, 4096), pixels % 2 * 4096}));
+            const U8* lines[] = {draw.input<U8>(400), draw.input<U8>(400)};
+            compare(pixels * channels, [&](auto form, U8* out) {
+                form(lines[0], lines[1], {offsets.data(), x.data()}, y, out, pixels, channels);
+            });
+        });
+    }
+}
+
+TEST(ScaleForms, AverageFourRow)
+{
+    for (const std::uint32_t channels : {1U, 3U}) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_average_four_row<U8>(cpu, channels, 2 * channels);
+        };
+        expect_same_forms<U8>("PPAA", choose, [=](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(80);
+            const std::size_t cell = 2 * channels;
+            const U8* lines[] = {draw.input<U8>(pixels * cell), draw.input<U8>(pixels * cell)};
+            compare(pixels * channels, [&](auto form, U8* out) {
+                form(lines[0], lines[1], out, pixels, channels, cell);
+            });
+        });
+    }
 }
 
 template <std::size_t WindowBytes>

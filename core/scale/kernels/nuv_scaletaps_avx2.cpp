@@ -72,40 +72,6 @@ void convolve_packed_bytes(const std::uint8_t* line, const NUV_PackedTaps& taps,
     convolve_packed_row_portable<Channels>(line, rest, out + k * Channels, pixels - k, maximum);
 }
 
-// Where the taps of pixels k to k + 3, and those of the next four, lie behind the first of the
-// four, in bytes, once in each byte of a pixel's 32 bits.
-template <class T>
-NUV_TARGET("avx2")
-inline __m256i places_behind_first(__m256i offsets) noexcept
-{
-    const __m256i behind = _mm256_sub_epi32(offsets, _mm256_shuffle_epi32(offsets, 0));
-    const __m256i low_bytes = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12));
-    return _mm256_shuffle_epi8(_mm256_slli_epi32(behind, sizeof(T) - 1), low_bytes);
-}
-
-// True when 16 bytes from the first of four pixels on have all their taps, for both fours.
-template <class T>
-NUV_TARGET("avx2")
-inline bool are_near(__m256i offsets) noexcept
-{
-    const __m256i behind = _mm256_sub_epi32(offsets, _mm256_shuffle_epi32(offsets, 0));
-    const __m256i most = _mm256_set1_epi32(16 / sizeof(T) - 4);
-    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(_mm256_max_epu32(behind, most), most)) == -1;
-}
-
-// Gray: a pair of taps for each of eight pixels, as words, where are_near().
-NUV_TARGET("avx2") inline __m256i tap_pairs(__m256i in, __m256i places, std::uint8_t) noexcept
-{
-    // An index above 127 gives a zero byte.
-    const __m256i pair = _mm256_set1_epi32(static_cast<std::int32_t>(0x80018000));
-    return _mm256_shuffle_epi8(in, _mm256_add_epi8(places, pair));
-}
-NUV_TARGET("avx2") inline __m256i tap_pairs(__m256i in, __m256i places, std::uint16_t) noexcept
-{
-    return _mm256_shuffle_epi8(in, _mm256_add_epi8(places, _mm256_set1_epi32(0x03020100)));
-}
-
 template <bool HasFour, class T>
 NUV_TARGET("avx2")
 void convolve_packed_gray(const T* line, const NUV_PackedTaps& taps, T* out, std::size_t pixels,
@@ -117,17 +83,17 @@ void convolve_packed_gray(const T* line, const NUV_PackedTaps& taps, T* out, std
     std::size_t k = 0;
     for (; k + 8 <= pixels; k += 8) {
         const __m256i offsets = entries(taps.offsets + k);
-        if (!are_near<T>(offsets)) {
+        if (!are_near < T, HasFour ? 4 : 2 > (offsets)) {
             const NUV_PackedTaps far{taps.offsets + k, taps.first_pairs + k, taps.second_pairs + k};
             convolve_packed_row_portable<1>(line, far, out + k, 8, maximum);
             continue;
         }
         const __m256i in =
             _mm256_xor_si256(load_two(line + taps.offsets[k], line + taps.offsets[k + 4]), bias);
-        const __m256i places = places_behind_first<T>(offsets);
-        __m256i sums = _mm256_madd_epi16(tap_pairs(in, places, T{}), entries(taps.first_pairs + k));
+        const __m256i places = first_bytes<T>(offsets);
+        __m256i sums = _mm256_madd_epi16(pairs_at(places, in, T{}), entries(taps.first_pairs + k));
         if constexpr (HasFour) {
-            const __m256i last = tap_pairs(in, _mm256_add_epi8(places, two_taps), T{});
+            const __m256i last = pairs_at(_mm256_add_epi8(places, two_taps), in, T{});
             sums = _mm256_add_epi32(sums, _mm256_madd_epi16(last, entries(taps.second_pairs + k)));
         }
         sums = rounded(sums);

@@ -42,9 +42,13 @@ private:
     void average_cells(T* out) const noexcept;
 
     std::uint32_t row_ = 0; // the upper line
-    NUV_Scratch<NUV_ShrinkTaps<Weight>> taps_;
-    std::uint32_t inner_pixels_ = 0; // those with a right neighbour, from the left
+    NUV_Scratch<std::uint32_t> offsets_;
+    NUV_Scratch<Weight> x_;
+    std::uint32_t form_pixels_ = 0;  // for which the form stays inside the line, from the left
+    std::uint32_t inner_pixels_ = 0; // those with a right neighbour
     std::uint32_t cell_width_ = 0;   // in pixels; 0 unless both factors are even and whole
+    ShrinkRow<T, Weight> shrink_ = nullptr;
+    AverageFourRow<T> average_ = nullptr;
 };
 
 template <IntegerSample T, RealNumber R>
@@ -80,18 +84,27 @@ void NUV_ScaleShrinkLIEngine<T, R>::choose_cells() noexcept
 template <IntegerSample T, RealNumber R>
 bool NUV_ScaleShrinkLIEngine<T, R>::fill_table()
 {
-    if (cell_width_ != 0)
+    if (cell_width_ != 0) {
+        average_ = choose_average_four_row<T>(manager().cpu(), channels_,
+                                              std::size_t{cell_width_} * channels_);
         return true;
-    if (!taps_.allocate(manager(), destination_width_))
+    }
+    shrink_ = choose_shrink_row<T, Weight>(manager().cpu(), channels_);
+    if (!offsets_.allocate(manager(), destination_width_) ||
+        !x_.allocate(manager(), destination_width_))
         return false;
     double position = ratio_x_ * 0.5 - 0.5;
     const std::uint32_t last = source_width_ - 1;
-    for (NUV_ShrinkTaps<Weight>& taps : taps_.items()) {
+    const std::size_t samples = std::size_t{source_width_} * channels_;
+    for (std::uint32_t k = 0; k < destination_width_; ++k) {
         const auto i = static_cast<std::uint32_t>(std::min<double>(position, last));
-        taps = {std::size_t{i} * channels_, fraction(position, i)};
+        offsets_[k] = i * channels_;
+        x_[k] = fraction(position, i);
         inner_pixels_ += i < last ? 1 : 0;
+        form_pixels_ += offsets_[k] + shrink_row_reach / sizeof(T) <= samples ? 1 : 0;
         position += ratio_x_;
     }
+    form_pixels_ = std::min(form_pixels_, inner_pixels_);
     return true;
 }
 
@@ -118,12 +131,16 @@ void NUV_ScaleShrinkLIEngine<T, R>::interpolate(T* out) const noexcept
     const T* const upper = window_.lines<T>()[0];
     const T* const lower = window_.lines<T>()[1];
     const Weight y = fraction(position_y_, row_);
+    const NUV_ShrinkTaps<Weight> taps{offsets_.data(), x_.data()};
+    shrink_(upper, lower, taps, y, out, form_pixels_, channels_);
     visit_channels(channels_, [&]<int Channels>() {
-        shrink_row<Channels>(upper, lower, taps_.data(), y, out, inner_pixels_, channels_,
-                             channels_);
-        shrink_row<Channels>(upper, lower, taps_.data() + inner_pixels_, y,
-                             out + std::size_t{inner_pixels_} * channels_,
-                             destination_width_ - inner_pixels_, channels_, 0);
+        const auto shrink = [&](std::uint32_t begin, std::uint32_t end, std::size_t step) {
+            shrink_row<Channels>(upper, lower, taps.behind(begin), y,
+                                 out + std::size_t{begin} * channels_, end - begin, channels_,
+                                 step);
+        };
+        shrink(form_pixels_, inner_pixels_, channels_);
+        shrink(inner_pixels_, destination_width_, 0);
     });
 }
 
@@ -133,10 +150,8 @@ void NUV_ScaleShrinkLIEngine<T, R>::average_cells(T* out) const noexcept
     const std::size_t first = (cell_width_ / 2 - 1) * std::size_t{channels_};
     const T* const upper = window_.lines<T>()[0] + first;
     const T* const lower = window_.lines<T>()[1] + first;
-    visit_channels(channels_, [&]<int Channels>() {
-        average_four_row<Channels>(upper, lower, out, destination_width_, channels_,
-                                   std::size_t{cell_width_} * channels_);
-    });
+    average_(upper, lower, out, destination_width_, channels_,
+             std::size_t{cell_width_} * channels_);
 }
 
 } // namespace
