@@ -86,8 +86,12 @@ private:
     void take_info(const std::uint8_t* stored) noexcept;
     [[nodiscard]] bool has_valid_masks() const noexcept;
     void check_color_space() const;
+    // For what is wrong `offset` bytes into the header as it is stored.
+    [[nodiscard]] NUV_Diagnosis at(std::int64_t offset) const noexcept;
     // Always false.
     [[nodiscard]] bool invalid(const NUV_Diagnosis& why) const;
+
+    std::int64_t start_ = NUV_Diagnosis::unknown; // in the storage that it was read from
 };
 
 } // namespace nuv

@@ -75,10 +75,12 @@ private:
     [[nodiscard]] bool get_first(Directory& directory, std::uint16_t number, T& value);
     // Null for a tag that gives nothing.
     [[nodiscard]] QDTIFF_Tag* find_sound(Directory& directory, std::uint16_t number);
-    void warn_of_tag();
+    void warn_of_tag(std::uint16_t number);
+    void warn_of_offset(const char* operation, std::uint32_t offset);
 
-    // Raises what a status stands for under "NUV_ExifInfoBase::" and `operation`. True for success.
-    [[nodiscard]] bool raise(QDTIFF_Status status, const char* operation);
+    // Raises what a status of the header (offset 0) or of the directory at `offset` stands for,
+    // under "NUV_ExifInfoBase::" and `operation`. True for success.
+    [[nodiscard]] bool raise(QDTIFF_Status status, const char* operation, std::uint32_t offset);
 
     NUV_QDTIFFAllocator allocator_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_resolutioninfo.h"
 #include "framework/io/nuv_inputstorage.h"
@@ -30,6 +31,10 @@ public:
     {
         return load_by(storage, [this](NUV_InputStorage* open) { return load_internal(open); });
     }
+
+    // Why a reader refuses an info: what it says of a picture that there cannot be. Nothing for one
+    // that was not loaded.
+    [[nodiscard]] static NUV_Diagnosis why_refused(const NUV_FormatInfo* info);
 
     // True after a load() that worked.
     [[nodiscard]] bool loaded() const noexcept { return loaded_; }

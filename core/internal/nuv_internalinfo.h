@@ -27,8 +27,11 @@ private:
     [[nodiscard]] bool load_fields(NUV_InputStorage& storage);
     [[nodiscard]] bool describe(const std::uint8_t* fields);
     [[nodiscard]] bool load_palette(NUV_InputStorage& storage, const std::uint8_t* fields);
+    // For what is wrong `offset` bytes into the file.
+    [[nodiscard]] NUV_Diagnosis at(std::uint32_t offset) const noexcept;
     [[nodiscard]] bool refuse(std::uint32_t code, const NUV_Diagnosis& why = {});
 
+    std::int32_t start_ = 0; // of the file in its storage
     std::uint64_t data_size_ = 0;
 };
 

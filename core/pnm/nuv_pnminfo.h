@@ -30,7 +30,7 @@ private:
     static constexpr std::size_t most_digits = 21;
 
     [[nodiscard]] bool read_size(NUV_ByteReader& stream);
-    [[nodiscard]] bool describe();
+    [[nodiscard]] bool describe(const NUV_ByteReader& stream);
     // Goes to the first digit, over whitespace and comments.
     [[nodiscard]] bool skip_whitespace(NUV_ByteReader& stream);
     [[nodiscard]] bool skip_comment(NUV_ByteReader& stream);

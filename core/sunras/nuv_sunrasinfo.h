@@ -40,9 +40,13 @@ private:
     [[nodiscard]] bool describe(const NUV_Fields& fields);
     [[nodiscard]] bool load_map(NUV_InputStorage& storage, const NUV_Fields& fields);
     [[nodiscard]] bool load_palette(NUV_InputStorage& storage, std::uint32_t map_bytes);
-    [[nodiscard]] bool broken();
+    // For what is wrong `offset` bytes into the file.
+    [[nodiscard]] NUV_Diagnosis at(std::uint32_t offset) const noexcept;
+    [[nodiscard]] bool broken(const NUV_Diagnosis& why);
+    [[nodiscard]] bool broken_map(const NUV_InputStorage& storage, std::uint32_t map_bytes);
     [[nodiscard]] bool invalid(const NUV_Diagnosis& why);
 
+    std::int32_t start_ = 0; // of the file in its storage
     std::uint32_t type_ = standard_type;
     std::uint32_t map_type_ = 0;
 };

@@ -70,7 +70,7 @@ struct NUV_Diagnosis {
     [[gnu::format(printf, 2, 3)]] NUV_Diagnosis& says(const char* format, ...) noexcept;
 };
 
-// What was mended on the way: data that was missing or meant nothing, with the picture going on.
+// Pixels that were made up on the way: warnings of broken data that name no other cause.
 struct NUV_Damage {
     std::uint64_t count = 0;                          // warnings of broken data
     std::int64_t first_line = NUV_Diagnosis::unknown; // the lowest that one of them named

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/io/nuv_inputstorage.h"
 
 #include <cstdint>
@@ -23,5 +24,10 @@ namespace nuv {
 
 // `into` has room for `bytes`. After a failure of the storage itself, part of it may be there.
 [[nodiscard]] bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes);
+
+// Why `bytes` bytes of `what`, from the position on, could not be had: where the storage ends, and
+// by how much too early.
+[[nodiscard]] NUV_Diagnosis ends_early(const NUV_InputStorage& storage, const char* what,
+                                       std::uint64_t bytes);
 
 } // namespace nuv

@@ -15,6 +15,7 @@ bool NUV_BitmapFileHeader::read(NUV_InputStorage* storage)
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     std::uint8_t stored[stored_bytes];
+    start_ = storage->position();
     if (!read_exactly(*storage, stored, sizeof(type)))
         return fail(manager(), NUV_ERR_BROKEN_DATA, method,
                     NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
@@ -23,7 +24,7 @@ bool NUV_BitmapFileHeader::read(NUV_InputStorage* storage)
         return false;
     if (!read_exactly(*storage, stored + sizeof(type), stored_bytes - sizeof(type)))
         return fail(manager(), NUV_ERR_BROKEN_DATA, method,
-                    NUV_Diagnosis().says("the file header ends early"));
+                    ends_early(*storage, "the file header", stored_bytes - sizeof(type)));
     size = load_le32(stored + 2);
     reserved1 = load_le16(stored + 6);
     reserved2 = load_le16(stored + 8);
@@ -36,8 +37,8 @@ bool NUV_BitmapFileHeader::is_valid(std::uint32_t bytes_of_headers) const
     if (off_bits == 0 || off_bits >= bytes_of_headers)
         return true;
     return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_BitmapFileHeader::is_valid()",
-                NUV_Diagnosis().says("pixels at byte %u, within %u bytes of headers", off_bits,
-                                     bytes_of_headers));
+                at_offset().says("pixels at byte %u, within %u bytes of headers", off_bits,
+                                 bytes_of_headers));
 }
 
 } // namespace nuv

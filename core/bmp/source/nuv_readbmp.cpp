@@ -23,8 +23,9 @@ NUV_Engine* NUV_ReadBMP::engine(NUV_InputStorage* storage, const NUV_BMPInfo* in
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     const std::uint32_t off_bits = info->file_header().off_bits;
     if (off_bits != 0 && !seek_exactly(*storage, off_bits))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
-                    NUV_Diagnosis().says("pixels at byte %u, behind the end", off_bits));
+        return fail(
+            manager(), NUV_ERR_BROKEN_DATA, method,
+            info->file_header().at_offset().says("pixels at byte %u, behind the end", off_bits));
     return NUV_ReadDIB(manager()).engine(storage, info);
 }
 

@@ -47,17 +47,19 @@ bool NUV_BitmapInfoHeader::read(NUV_InputStorage* storage)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     std::uint8_t stored[most_bytes] = {};
     std::uint8_t* const behind_size = stored + sizeof(header_size);
-    const auto broken = [&] {
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
-                    NUV_Diagnosis().says("the information header ends early"));
+    const auto read_part = [&](std::uint8_t* into, std::uint32_t bytes) -> bool {
+        return read_exactly(*storage, into, bytes) ||
+               fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    ends_early(*storage, "the information header", bytes));
     };
-    if (!read_exactly(*storage, stored, sizeof(header_size)))
-        return broken();
+    start_ = storage->position();
+    if (!read_part(stored, sizeof(header_size)))
+        return false;
     header_size = load_le32(stored);
     if (!is_header_size(header_size))
         return false;
-    if (!read_exactly(*storage, behind_size, header_size - std::uint32_t{sizeof(header_size)}))
-        return broken();
+    if (!read_part(behind_size, header_size - std::uint32_t{sizeof(header_size)}))
+        return false;
     if (header_size == core_bytes) {
         take_core(stored);
         return true;
@@ -65,8 +67,8 @@ bool NUV_BitmapInfoHeader::read(NUV_InputStorage* storage)
     take_info(stored);
     if (!has_masks_behind())
         return true;
-    if (!read_exactly(*storage, stored + info_bytes, masks))
-        return broken();
+    if (!read_part(stored + info_bytes, masks))
+        return false;
     take_info(stored);
     return true;
 }
@@ -129,7 +131,13 @@ void NUV_BitmapInfoHeader::check_color_space() const
                                        embedded_profile};
     if (std::ranges::find(known, cs_type) == std::end(known))
         warn(manager(), NUV_WARN_BROKEN_DATA, is_valid_method,
-             NUV_Diagnosis().says("a colour space %08x", cs_type));
+             at(56).because(NUV_Cause::invalid).says("a colour space %08x", cs_type));
+}
+
+NUV_Diagnosis NUV_BitmapInfoHeader::at(std::int64_t offset) const noexcept
+{
+    NUV_Diagnosis why;
+    return start_ == NUV_Diagnosis::unknown ? why : why.at_byte(start_ + offset);
 }
 
 bool NUV_BitmapInfoHeader::invalid(const NUV_Diagnosis& why) const
@@ -143,17 +151,17 @@ bool NUV_BitmapInfoHeader::is_valid() const
 
     if (!is_header_size(header_size))
         return false;
+    NUV_Diagnosis depth_place = at(header_size == core_bytes ? 10 : 14);
     if (width <= 0 || height == 0)
-        return invalid(NUV_Diagnosis().says("%d x %d pixels", width, height));
+        return invalid(at(4).says("%d x %d pixels", width, height));
     if (std::ranges::find(depths, bit_count) == std::end(depths))
-        return invalid(NUV_Diagnosis().says("%u bits a pixel", unsigned{bit_count}));
+        return invalid(depth_place.says("%u bits a pixel", unsigned{bit_count}));
     if (compression > bit_fields)
-        return invalid(NUV_Diagnosis().says("a coding %u", compression));
+        return invalid(at(16).says("a coding %u", compression));
     if (compression == bit_fields && bit_count != 16 && bit_count != 32)
-        return invalid(NUV_Diagnosis().says("fields of %u bits", unsigned{bit_count}));
+        return invalid(depth_place.says("fields of %u bits", unsigned{bit_count}));
     if (compression == bit_fields && !has_valid_masks())
-        return invalid(
-            NUV_Diagnosis().says("fields %08x %08x %08x", red_mask, green_mask, blue_mask));
+        return invalid(at(40).says("fields %08x %08x %08x", red_mask, green_mask, blue_mask));
     if (header_size >= color_space_bytes)
         check_color_space();
     return true;

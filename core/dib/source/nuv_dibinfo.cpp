@@ -123,9 +123,9 @@ std::uint16_t NUV_DIBInfo::mask_depth(std::uint32_t bit_count) const noexcept
 bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
                                std::uint32_t clr_used, std::uint32_t bit_count)
 {
-    const auto broken = [this] {
+    const auto broken = [&](std::uint32_t bytes) {
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DIBInfo::read_palette()",
-                    NUV_Diagnosis().says("the colour table ends early"));
+                    ends_early(storage, "the colour table", bytes));
     };
     const std::uint32_t used = clr_used & 0xFFFF;
     const std::uint32_t entry_bytes = info_header_.color_bytes();
@@ -136,7 +136,7 @@ bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
     if (!has_indices) {
         // A table is a proposal for poorer screens here, and skipped.
         color_table_bytes_ = used * entry_bytes;
-        return skip_exactly(storage, color_table_bytes_) || broken();
+        return skip_exactly(storage, color_table_bytes_) || broken(color_table_bytes_);
     }
 
     const std::uint32_t limit = std::uint32_t{1} << bit_count;
@@ -144,9 +144,10 @@ bool NUV_DIBInfo::read_palette(NUV_InputStorage& storage, NUV_Palette& palette,
     const std::uint32_t beyond = used > limit ? used - limit : 0;
     color_table_bytes_ = count * entry_bytes;
     std::uint8_t stored[4 * most_colors];
-    if (!read_exactly(storage, stored, color_table_bytes_) ||
-        !skip_exactly(storage, beyond * entry_bytes))
-        return broken();
+    if (!read_exactly(storage, stored, color_table_bytes_))
+        return broken(color_table_bytes_);
+    if (!skip_exactly(storage, beyond * entry_bytes))
+        return broken(beyond * entry_bytes);
 
     std::uint8_t value[3 * most_colors];
     for (std::size_t i = 0; i < count; ++i)
@@ -191,6 +192,7 @@ void NUV_DIBInfo::warn_of_profile()
 {
     warn(manager(), NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()",
          NUV_Diagnosis()
+             .because(NUV_Cause::invalid)
              .at_byte(info_header_.profile_data)
              .says("%u bytes of a profile end early", info_header_.profile_size));
 }

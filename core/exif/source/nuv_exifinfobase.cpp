@@ -38,6 +38,22 @@ constexpr NUV_StatusCode status_of(std::int32_t code) noexcept
     }
 }
 
+[[nodiscard]] const char* reason_of(std::int32_t code) noexcept
+{
+    switch (code) {
+    case QDTIFF_Status::size_overflow:
+        return "has values of too many bytes";
+    case QDTIFF_Status::bad_entry_count:
+        return "has no entries, or too many";
+    case QDTIFF_Status::no_byte_order:
+        return "has no byte order";
+    case QDTIFF_Status::refused_tag:
+        return "has a tag of an unknown type, or twice";
+    default:
+        return "ends early";
+    }
+}
+
 // The words of a status.
 class Method {
 public:
@@ -68,16 +84,16 @@ bool NUV_ExifInfoBase::load_attributes(NUV_InputStorage* storage)
 
     reset_attributes();
     if (!storage)
-        return raise(QDTIFF_Status::read_failed, operation);
+        return raise(QDTIFF_Status::read_failed, operation, 0);
     NUV_QDTIFFInputStorage input(*storage);
     QDTIFF_ImageFileHeader header;
     const QDTIFF_Status status = header.read(input);
     if (is_bad_byte_order(status))
         warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid byte order").text());
-    else if (!raise(status, operation))
+    else if (!raise(status, operation, 0))
         return false;
     if (input.seek(header.first_ifd_offset) != header.first_ifd_offset) {
-        warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid offset").text());
+        warn_of_offset(operation, header.first_ifd_offset);
         return true;
     }
     QDTIFF_BigEndianValueInputStorage big(input);
@@ -129,7 +145,8 @@ bool NUV_ExifInfoBase::load_1st_ifd_tags(Directory& ifd0_tags)
 template <class Record>
 bool NUV_ExifInfoBase::load_record(Directory& directory, Record& record, const char* operation)
 {
-    return raise(directory.tags.read(directory.values), operation) &&
+    const std::uint32_t offset = directory.values.storage().tell();
+    return raise(directory.tags.read(directory.values), operation, offset) &&
            visit_tags<Record>([&](std::uint16_t number, auto attribute) {
                return tag_getter(directory, number, record.*attribute);
            });
@@ -143,7 +160,7 @@ bool NUV_ExifInfoBase::load_record_at(std::uint32_t offset, Directory& directory
         return true;
     if (directory.values.storage().seek(offset) == offset)
         return load_record(directory, record, operation);
-    warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid offset").text());
+    warn_of_offset(operation, offset);
     return true;
 }
 
@@ -208,7 +225,7 @@ bool NUV_ExifInfoBase::tag_getter(Directory& directory, std::uint16_t number,
     if (!tag)
         return true;
     if (tag->count() > few && sizeof(T) > most_growth * tag->element_size()) {
-        warn_of_tag();
+        warn_of_tag(number);
         return true;
     }
     if (!attribute.resize(tag->count()))
@@ -216,7 +233,7 @@ bool NUV_ExifInfoBase::tag_getter(Directory& directory, std::uint16_t number,
     if (tag->get(directory.values, attribute.items(), 0) == tag->count())
         return true;
     attribute.clear();
-    warn_of_tag();
+    warn_of_tag(number);
     return true;
 }
 
@@ -231,7 +248,7 @@ bool NUV_ExifInfoBase::get_first(Directory& directory, std::uint16_t number, T& 
         value = first;
         return true;
     }
-    warn_of_tag();
+    warn_of_tag(number);
     return false;
 }
 
@@ -241,22 +258,33 @@ QDTIFF_Tag* NUV_ExifInfoBase::find_sound(Directory& directory, std::uint16_t num
     if (!tag)
         return nullptr;
     if (!tag->status().is_good()) {
-        warn_of_tag();
+        warn_of_tag(number);
         return nullptr;
     }
     return tag->count() > 0 ? tag : nullptr;
 }
 
-void NUV_ExifInfoBase::warn_of_tag()
+void NUV_ExifInfoBase::warn_of_tag(std::uint16_t number)
 {
-    warn(manager(), NUV_WARN_INVALID_DATA, "NUV_ExifInfoBase::tag_getter() - invalid tag data");
+    warn(manager(), NUV_WARN_INVALID_DATA, "NUV_ExifInfoBase::tag_getter() - invalid tag data",
+         NUV_Diagnosis().says("the tag %u", unsigned{number}));
 }
 
-bool NUV_ExifInfoBase::raise(QDTIFF_Status status, const char* operation)
+void NUV_ExifInfoBase::warn_of_offset(const char* operation, std::uint32_t offset)
+{
+    warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid offset").text(),
+         NUV_Diagnosis().says("a directory at byte %u, behind the end", offset));
+}
+
+// Bytes are counted from the begin of the structure, which in a JPEG is not that of the source.
+bool NUV_ExifInfoBase::raise(QDTIFF_Status status, const char* operation, std::uint32_t offset)
 {
     if (status.is_good())
         return true;
-    return fail(manager(), status_of(status.code()), Method(operation).text());
+    const char* const what = offset == 0 ? "header" : "directory";
+    return fail(
+        manager(), status_of(status.code()), Method(operation).text(),
+        NUV_Diagnosis().says("the Exif %s at byte %u %s", what, offset, reason_of(status.code())));
 }
 
 } // namespace nuv

@@ -23,6 +23,11 @@ constexpr std::uint32_t header_bytes = 56; // magic and fields
 
 } // namespace
 
+NUV_Diagnosis NUV_InternalInfo::at(std::uint32_t offset) const noexcept
+{
+    return NUV_Diagnosis().at_byte(std::int64_t{start_} + offset);
+}
+
 bool NUV_InternalInfo::refuse(std::uint32_t code, const NUV_Diagnosis& why)
 {
     return fail(manager(), code, "NUV_InternalInfo::load()", why);
@@ -32,10 +37,10 @@ bool NUV_InternalInfo::load_internal(NUV_InputStorage* storage)
 {
     if (!storage || storage->is_closed())
         return refuse(NUV_ERR_ARGUMENT);
-    const std::int32_t start = storage->position();
+    start_ = storage->position();
     if (load_fields(*storage))
         return true;
-    static_cast<void>(storage->to(start));
+    static_cast<void>(storage->to(start_));
     return false;
 }
 
@@ -48,20 +53,20 @@ bool NUV_InternalInfo::load_fields(NUV_InputStorage& storage)
     if (load_be32(fields) != magic)
         return false;
     if (!read_exactly(storage, fields + magic_bytes, header_bytes - magic_bytes))
-        return refuse(NUV_ERR_BROKEN_DATA, NUV_Diagnosis().says("the header ends early"));
+        return refuse(NUV_ERR_BROKEN_DATA,
+                      ends_early(storage, "the header", header_bytes - magic_bytes));
     return describe(fields) && load_palette(storage, fields);
 }
 
 bool NUV_InternalInfo::describe(const std::uint8_t* fields)
 {
     if (load_be32(fields + 4) != version_1)
-        return refuse(NUV_ERR_UNSUPPORTED,
-                      NUV_Diagnosis().says("the version %08x", load_be32(fields + 4)));
+        return refuse(NUV_ERR_UNSUPPORTED, at(4).says("the version %08x", load_be32(fields + 4)));
     data_size_ = load_be64(fields + 8);
     if (data_size_ == 0)
-        return refuse(NUV_ERR_INVALID_DATA, NUV_Diagnosis().says("0 bytes of data"));
+        return refuse(NUV_ERR_INVALID_DATA, at(8).says("0 bytes of data"));
     if (load_be32(fields + 16) != 0 || load_be32(fields + 24) != 0) // upper halves
-        return refuse(NUV_ERR_UNSUPPORTED, NUV_Diagnosis().says("a side of 2^32 pixels or more"));
+        return refuse(NUV_ERR_UNSUPPORTED, at(16).says("a side of 2^32 pixels or more"));
     width(load_be32(fields + 20));
     height(load_be32(fields + 28));
     bits(load_be16(fields + 32));
@@ -88,17 +93,17 @@ bool NUV_InternalInfo::load_palette(NUV_InputStorage& storage, const std::uint8_
     if ((entry_bits != 8 && entry_bits != 16) || entry_channels == 0 || entries > most_entries ||
         bytes > most_bytes)
         return refuse(NUV_ERR_INVALID_DATA,
-                      NUV_Diagnosis().says("a palette of %u entries, %u x %u bits", entries,
-                                           unsigned{entry_channels}, unsigned{entry_bits}));
+                      at(48).says("a palette of %u entries, %u x %u bits", entries,
+                                  unsigned{entry_channels}, unsigned{entry_bits}));
     if (bytes > remaining_bytes(storage)) // before any memory is taken
-        return refuse(NUV_ERR_BROKEN_DATA, NUV_Diagnosis().says("the palette ends early"));
+        return refuse(NUV_ERR_BROKEN_DATA, ends_early(storage, "the palette", bytes));
 
     const auto stored_bytes = static_cast<std::uint32_t>(bytes);
     NUV_Scratch<std::uint8_t> value;
     if (!value.allocate(manager(), stored_bytes))
         return false;
     if (!read_exactly(storage, value.data(), stored_bytes))
-        return refuse(NUV_ERR_BROKEN_DATA);
+        return refuse(NUV_ERR_BROKEN_DATA, ends_early(storage, "the palette", stored_bytes));
     if (entry_bits == 16 && std::endian::native == std::endian::little)
         swap_bytes(value.data(), stored_bytes / 2, 2);
     palette().bits = entry_bits;

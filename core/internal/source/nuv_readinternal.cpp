@@ -107,7 +107,8 @@ NUV_Engine* NUV_ReadInternal::engine(NUV_InputStorage* storage)
 NUV_Engine* NUV_ReadInternal::engine(NUV_InputStorage* storage, const NUV_InternalInfo* info)
 {
     if (!info || !info->loaded() || !info->is_valid())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadInternal::engine()");
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadInternal::engine()",
+                    NUV_FormatInfo::why_refused(info));
     NUV_Engine* data = append_reader<NUV_ReadInternalEngine>(storage, info, info->data_size());
     return data ? NUV_ConvertEndianQDRL(manager()).engine(data) : nullptr;
 }

@@ -11,6 +11,7 @@
 #include <bit>
 #include <csetjmp>
 #include <cstring>
+#include <string_view>
 
 namespace nuv {
 namespace {
@@ -57,7 +58,7 @@ bool NUV_PNGInfoInternal::initiate(NUV_InputStorage* storage)
     if (!has_signature() || !create())
         return false;
     if (!read_info() || !get_fields()) {
-        nuv_pngregiststatus(manager(), message_, initiate_method, here());
+        nuv_pngregiststatus(manager(), message_, initiate_method, why_no_header());
         return false;
     }
     limits_memory_ = false; // lines depend on the width alone
@@ -194,6 +195,15 @@ NUV_PNGDecoded NUV_PNGInfoInternal::decode_process_interlace(std::uint8_t* image
 NUV_Diagnosis NUV_PNGInfoInternal::here() const noexcept
 {
     return NUV_Diagnosis().at_byte(position_);
+}
+
+// libpng takes the answer of the limit for a lack of memory, and says so in many ways.
+NUV_Diagnosis NUV_PNGInfoInternal::why_no_header() const noexcept
+{
+    NUV_Diagnosis why = here();
+    if (has_passed_limit_ && std::string_view(message_).find("emory") != std::string_view::npos)
+        why.because(NUV_Cause::limit).says("more than 32 MiB of texts and profiles");
+    return why;
 }
 
 NUV_PNGDecoded NUV_PNGInfoInternal::stop(bool is_complete, const char* method,
@@ -411,8 +421,10 @@ void* NUV_PNGInfoInternal::allocate(std::size_t bytes) noexcept
 {
     constexpr std::size_t most_bytes = std::size_t{32} << 20; // of texts and profiles
 
-    if (limits_memory_ && (bytes > most_bytes || held_bytes_ > most_bytes - bytes))
+    if (limits_memory_ && (bytes > most_bytes || held_bytes_ > most_bytes - bytes)) {
+        has_passed_limit_ = true;
         return nullptr;
+    }
     void* const memory = guarded<void*>(manager(), initiate_method, nullptr,
                                         [&] { return manager().allocate(size_bytes + bytes); });
     if (!memory) {

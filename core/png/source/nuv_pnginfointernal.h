@@ -91,6 +91,7 @@ private:
     [[nodiscard]] bool get_png_info();
     // Where reading has come to.
     [[nodiscard]] NUV_Diagnosis here() const noexcept;
+    [[nodiscard]] NUV_Diagnosis why_no_header() const noexcept;
     [[nodiscard]] NUV_PNGDecoded stop(bool is_complete, const char* method,
                                       const NUV_Diagnosis& why);
 
@@ -114,6 +115,7 @@ private:
     std::uint32_t gamma_ = 0;    // of the gAMA chunk as it is stored, 0 without one
     std::size_t held_bytes_ = 0; // by libpng
     bool limits_memory_ = true;  // while what it takes depends on texts and profiles
+    bool has_passed_limit_ = false;
     bool was_refused_memory_ = false;
     bool begun_ = false;
     bool stopped_ = false; // libpng has jumped, or has read all

@@ -60,9 +60,11 @@ void nuv_pngregiststatus(NUV_Manager& manager, const char* message, const char* 
     const NUV_StatusCode code = png_status_of(message);
     if (code == NUV_STATUS_OK)
         return;
-    if (code == NUV_ERROR) // the status of what libpng has no other for
+    if (code == NUV_ERROR && why.cause == NUV_Cause::none) // of what libpng has no other for
         why.because(NUV_Cause::damaged);
-    fail(manager, code, method, why.says("%s", message));
+    if (why.text[0] == '\0')
+        why.says("%s", message);
+    fail(manager, code, method, why);
 }
 
 } // namespace nuv

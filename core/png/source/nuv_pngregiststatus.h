@@ -12,7 +12,8 @@ namespace nuv {
 // which a probe is silent about.
 [[nodiscard]] NUV_StatusCode png_status_of(std::string_view message) noexcept;
 
-// Raises it, if any, under `method`, with the text as the reason. `why` has what else is known.
+// Raises it, if any, under `method`, with the text as the reason, unless `why`, which has what
+// else is known, tells a better one.
 void nuv_pngregiststatus(NUV_Manager& manager, const char* message, const char* method,
                          NUV_Diagnosis why);
 

@@ -28,6 +28,12 @@ public:
     [[nodiscard]] std::int32_t ready_bytes() const noexcept { return filled_ - at_; }
     void take(std::int32_t bytes) noexcept { at_ += bytes; }
 
+    // Where the next byte stands.
+    [[nodiscard]] std::int64_t position() const
+    {
+        return (storage_ ? std::int64_t{storage_->position()} : 0) - ready_bytes();
+    }
+
     // Undoes the last next(), which gave a byte.
     void put_back() noexcept { --at_; }
 

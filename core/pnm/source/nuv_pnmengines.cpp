@@ -7,6 +7,18 @@
 #include <limits>
 
 namespace nuv {
+namespace {
+
+// Of a line that breaks off at a character that was just taken, or at the end.
+NUV_Diagnosis stopped_at(int character, const NUV_ByteReader& stream, NUV_Diagnosis line)
+{
+    if (character == NUV_ByteReader::at_end)
+        return line;
+    return line.at_byte(stream.position() - 1)
+        .says("the byte %02x where a number should stand", static_cast<unsigned>(character));
+}
+
+} // namespace
 
 bool NUV_ReadPNMBinaryEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                        NUV_DstBuffer* dst)
@@ -75,7 +87,7 @@ bool NUV_ReadPBMAsciiEngine::read_value(std::uint8_t& byte, unsigned mask)
         }
         if (!separated_ || !is_digit(character))
             return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPBMAsciiEngine::read_value()",
-                        ends_early());
+                        stopped_at(character, stream_, ends_early()));
         if (character != '0') {
             byte = static_cast<std::uint8_t>(byte | mask);
             separated_ = false;
@@ -119,7 +131,9 @@ bool NUV_ReadPPMAsciiEngine::read_value(T* line)
             return false;
         if (value > std::numeric_limits<T>::max())
             return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::read_value()",
-                        ends_early().says("the sample %u is too large", value));
+                        ends_early()
+                            .at_byte(stream_.position() - 1)
+                            .says("the sample %u is too large", value));
         *to = static_cast<T>(value);
     }
     return true;
@@ -152,10 +166,9 @@ bool NUV_ReadPPMAsciiEngine::skip_whitespace()
     int character = stream_.next();
     while (is_whitespace(character))
         character = stream_.next();
-    if (!is_digit(character)) {
+    if (!is_digit(character))
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPPMAsciiEngine::skip_whitespace()",
-                    ends_early());
-    }
+                    stopped_at(character, stream_, ends_early()));
     stream_.put_back();
     return true;
 }
@@ -172,12 +185,14 @@ bool NUV_ReadPPMAsciiEngine::get_value(std::uint32_t& value)
         if (character == '0' && digits == 0)
             continue;
         if (digits == most_digits)
-            return fail(manager(), NUV_ERR_BROKEN_DATA, method, ends_early());
+            return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                        stopped_at(character, stream_, ends_early()).says("a sample is too large"));
         value = value * 10 + static_cast<std::uint32_t>(character - '0');
         ++digits;
     }
     if (!is_whitespace(character) && character != NUV_ByteReader::at_end)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method, ends_early());
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    stopped_at(character, stream_, ends_early()));
     return true;
 }
 

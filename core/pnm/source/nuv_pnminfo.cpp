@@ -10,15 +10,21 @@
 namespace nuv {
 namespace {
 
-[[nodiscard]] NUV_Diagnosis header_ends() noexcept
+// The place of the byte that was taken last.
+[[nodiscard]] NUV_Diagnosis at_last_byte(const NUV_ByteReader& stream)
 {
-    return NUV_Diagnosis().says("the header ends early");
+    return NUV_Diagnosis().at_byte(stream.position() - 1);
 }
 
-[[nodiscard]] NUV_Diagnosis no_number(int character) noexcept
+[[nodiscard]] NUV_Diagnosis header_ends(const NUV_ByteReader& stream)
 {
-    return NUV_Diagnosis().says("the byte %02x where the header has a number",
-                                static_cast<unsigned>(character));
+    return NUV_Diagnosis().at_byte(stream.position()).says("the header ends early");
+}
+
+[[nodiscard]] NUV_Diagnosis no_number(const NUV_ByteReader& stream, int character)
+{
+    return at_last_byte(stream).says("the byte %02x where the header has a number",
+                                     static_cast<unsigned>(character));
 }
 
 } // namespace
@@ -43,7 +49,7 @@ bool NUV_PNMInfo::load_internal(NUV_InputStorage* storage)
 
     magic_ = signature[1];
     NUV_ByteReader stream(*storage);
-    if (read_size(stream) && describe() && stream.settle())
+    if (read_size(stream) && describe(stream) && stream.settle())
         return true;
     static_cast<void>(storage->to(start));
     return false;
@@ -62,20 +68,21 @@ bool NUV_PNMInfo::read_size(NUV_ByteReader& stream)
         return false;
     // A comment right behind the last number would leave it open where the pixels begin.
     if (!separated_)
-        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::load()");
+        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::load()",
+                    at_last_byte(stream).says("a comment right behind the header"));
     NUV_Header::width(width);
     NUV_Header::height(height);
     return true;
 }
 
-bool NUV_PNMInfo::describe()
+bool NUV_PNMInfo::describe(const NUV_ByteReader& stream)
 {
     const bool is_bitmap = magic_ == '1' || magic_ == '4';
     const bool is_color = magic_ == '3' || magic_ == '6';
     const bool is_ascii = magic_ < '4';
     const std::uint32_t largest = is_ascii ? 65535 : 255;
     if (maximum_ > largest) {
-        NUV_Diagnosis why;
+        NUV_Diagnosis why = at_last_byte(stream);
         why.says("P%c with samples up to %u, served is %u", magic_, maximum_, largest);
         if (maximum_ <= 65535) // what the form allows
             why.because(NUV_Cause::unsupported);
@@ -103,16 +110,16 @@ bool NUV_PNMInfo::skip_whitespace(NUV_ByteReader& stream)
     for (;;) {
         const int character = stream.next();
         if (character == NUV_ByteReader::at_end)
-            return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
+            return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends(stream));
         if (is_digit(character)) {
             stream.put_back();
             return true;
         }
         if (character == '#') {
             if (!skip_comment(stream))
-                return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
+                return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends(stream));
         } else if (!is_whitespace(character)) {
-            return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(character));
+            return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(stream, character));
         }
         separated_ = true;
     }
@@ -140,22 +147,27 @@ bool NUV_PNMInfo::get_value(NUV_ByteReader& stream, char (&digits)[most_digits +
     constexpr auto method = "NUV_PNMInfo::get_value()";
 
     if (!separated_)
-        return fail(manager(), NUV_ERR_INVALID_DATA, method);
+        return fail(manager(), NUV_ERR_INVALID_DATA, method,
+                    at_last_byte(stream).says("no space before a number of the header"));
     std::size_t count = 0;
     int character = stream.next();
     for (; is_digit(character); character = stream.next()) {
         if (character == '0' && count == 0)
             continue;
         if (count == most_digits)
-            return fail(manager(), NUV_ERR_INVALID_DATA, method);
+            return fail(manager(), NUV_ERR_INVALID_DATA, method,
+                        at_last_byte(stream).says("a number of too many digits in the header"));
         digits[count++] = static_cast<char>(character);
     }
     digits[count] = '\0';
     if (character == NUV_ByteReader::at_end)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends());
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method, header_ends(stream));
+    if (count == 0)
+        return fail(manager(), NUV_ERR_INVALID_DATA, method,
+                    at_last_byte(stream).says("a 0 in the header"));
     const bool is_comment = character == '#';
-    if (count == 0 || !(is_comment || is_whitespace(character)))
-        return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(character));
+    if (!(is_comment || is_whitespace(character)))
+        return fail(manager(), NUV_ERR_INVALID_DATA, method, no_number(stream, character));
     if (is_comment) {
         stream.put_back();
         separated_ = false;
@@ -173,7 +185,7 @@ bool NUV_PNMInfo::read_value(NUV_ByteReader& stream, std::uint32_t& value)
         number = number * 10 + static_cast<unsigned>(*digit - '0');
         if (number > std::numeric_limits<std::uint32_t>::max())
             return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_PNMInfo::read_value()",
-                        NUV_Diagnosis().says("the number %s in the header", digits));
+                        at_last_byte(stream).says("the number %s in the header", digits));
     }
     value = static_cast<std::uint32_t>(number);
     return true;

@@ -25,7 +25,8 @@ NUV_Engine* NUV_ReadPNM::engine(NUV_InputStorage* storage)
 NUV_Engine* NUV_ReadPNM::engine(NUV_InputStorage* storage, const NUV_PNMInfo* info)
 {
     if (!is_readable(info))
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadPNM::engine()");
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadPNM::engine()",
+                    NUV_FormatInfo::why_refused(info));
     switch (info->magic()) {
     case '1':
         return NUV_ReadPBMAscii(manager()).engine(storage, info);
@@ -42,7 +43,7 @@ NUV_Engine* NUV_ReadPNMBinary::engine(NUV_InputStorage* storage, const NUV_PNMIn
     constexpr auto method = "NUV_ReadPNMBinary::engine()";
 
     if (!is_readable(info))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, method, NUV_FormatInfo::why_refused(info));
     if (info->magic() < '4')
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     return append_reader<NUV_ReadPNMBinaryEngine>(storage, info);
@@ -53,7 +54,7 @@ NUV_Engine* NUV_ReadPBMAscii::engine(NUV_InputStorage* storage, const NUV_PNMInf
     constexpr auto method = "NUV_ReadPBMAscii::engine()";
 
     if (!is_readable(info))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, method, NUV_FormatInfo::why_refused(info));
     if (info->magic() != '1')
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     return append_reader<NUV_ReadPBMAsciiEngine>(storage, info);
@@ -64,7 +65,7 @@ NUV_Engine* NUV_ReadPPMAscii::engine(NUV_InputStorage* storage, const NUV_PNMInf
     constexpr auto method = "NUV_ReadPPMAscii::engine()";
 
     if (!is_readable(info))
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, method, NUV_FormatInfo::why_refused(info));
     if (info->magic() != '2' && info->magic() != '3')
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     return append_reader<NUV_ReadPPMAsciiEngine>(storage, info);

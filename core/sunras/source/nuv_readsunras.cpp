@@ -63,7 +63,7 @@ NUV_Engine* NUV_ReadSunras::engine(NUV_InputStorage* storage, const NUV_SunrasIn
     constexpr auto method = "NUV_ReadSunras::engine()";
 
     if (!info || !info->loaded() || !info->is_valid())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, method, NUV_FormatInfo::why_refused(info));
     if (info->type() == NUV_SunrasInfo::byte_encoded_type)
         return fail(manager(), NUV_ERR_UNSUPPORTED, method,
                     NUV_Diagnosis().says("byte-encoded pixels (type 2)"));

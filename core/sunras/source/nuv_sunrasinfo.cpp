@@ -17,10 +17,19 @@ constexpr std::uint32_t rgb_map = 1;
 
 } // namespace
 
-bool NUV_SunrasInfo::broken()
+bool NUV_SunrasInfo::broken(const NUV_Diagnosis& why)
 {
-    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()",
-                NUV_Diagnosis().says("the header ends early"));
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()", why);
+}
+
+bool NUV_SunrasInfo::broken_map(const NUV_InputStorage& storage, std::uint32_t map_bytes)
+{
+    return broken(ends_early(storage, "the colour map", map_bytes));
+}
+
+NUV_Diagnosis NUV_SunrasInfo::at(std::uint32_t offset) const noexcept
+{
+    return NUV_Diagnosis().at_byte(std::int64_t{start_} + offset);
 }
 
 bool NUV_SunrasInfo::invalid(const NUV_Diagnosis& why)
@@ -32,10 +41,10 @@ bool NUV_SunrasInfo::load_internal(NUV_InputStorage* storage)
 {
     if (!storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_SunrasInfo::load()");
-    const std::int32_t start = storage->position();
+    start_ = storage->position();
     if (load_fields(*storage))
         return true;
-    static_cast<void>(storage->to(start));
+    static_cast<void>(storage->to(start_));
     return false;
 }
 
@@ -43,18 +52,17 @@ bool NUV_SunrasInfo::load_fields(NUV_InputStorage& storage)
 {
     std::uint8_t magic[4];
     if (read_up_to(storage, magic, sizeof(magic)) != sizeof(magic))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_SunrasInfo::load()",
-                    NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
+        return broken(NUV_Diagnosis().because(NUV_Cause::unknown_kind).says("it is too short"));
     if (load_be32(magic) != sun_magic)
         return false;
     std::uint8_t stored[28]; // width, height, depth, length, type, map type, map length
-    if (read_up_to(storage, stored, sizeof(stored)) != sizeof(stored))
-        return broken();
+    if (!read_exactly(storage, stored, sizeof(stored)))
+        return broken(ends_early(storage, "the header", sizeof(stored)));
 
     width(load_be32(stored));
     height(load_be32(stored + 4));
     if (width() == 0 || height() == 0)
-        return invalid(NUV_Diagnosis().says("%u x %u pixels", width(), height()));
+        return invalid(at(4).says("%u x %u pixels", width(), height()));
     const NUV_Fields fields{.depth = load_be32(stored + 8),
                             .type = load_be32(stored + 16),
                             .map_type = load_be32(stored + 20),
@@ -84,10 +92,10 @@ bool NUV_SunrasInfo::describe(const NUV_Fields& fields)
         color_type(NUV_ColorType::cmyk);
         break;
     default:
-        return invalid(NUV_Diagnosis().says("%u bits a pixel", fields.depth));
+        return invalid(at(12).says("%u bits a pixel", fields.depth));
     }
     if (fields.type > rgb_type)
-        return invalid(NUV_Diagnosis().says("type %u", fields.type));
+        return invalid(at(20).says("type %u", fields.type));
     type_ = fields.type;
     data_type(NUV_DataType::u_integer);
     encode_type(type_ == byte_encoded_type ? NUV_EncodeType::byte_encode : NUV_EncodeType::raw);
@@ -100,18 +108,16 @@ bool NUV_SunrasInfo::load_map(NUV_InputStorage& storage, const NUV_Fields& field
         return false;
     const bool is_palette = fields.map_type == rgb_map && bits() == 8 && channels() == 1;
     if (is_palette && (fields.map_bytes == 0 || fields.map_bytes % 3 != 0))
-        return invalid(NUV_Diagnosis().says("a colour map of %u bytes", fields.map_bytes));
+        return invalid(at(28).says("a colour map of %u bytes", fields.map_bytes));
     if (fields.map_type != no_map && fields.map_type != rgb_map)
-        return invalid(NUV_Diagnosis().says("a colour map of type %u", fields.map_type));
+        return invalid(at(24).says("a colour map of type %u", fields.map_type));
     // Before anything is skipped or allocated by it: any 32 bits can stand there.
-    const std::int64_t left = std::int64_t{storage.size()} - storage.position();
-    if (fields.map_bytes > left)
-        return broken();
-    const auto map_bytes = static_cast<std::int32_t>(fields.map_bytes);
+    if (fields.map_bytes > remaining_bytes(storage))
+        return broken_map(storage, fields.map_bytes);
     map_type_ = fields.map_type;
     if (is_palette)
         return load_palette(storage, fields.map_bytes);
-    return storage.ignore(map_bytes) == map_bytes || broken();
+    return skip_exactly(storage, fields.map_bytes) || broken_map(storage, fields.map_bytes);
 }
 
 // The map has all reds, then all greens, then all blues.
@@ -123,16 +129,15 @@ bool NUV_SunrasInfo::load_palette(NUV_InputStorage& storage, std::uint32_t map_b
     palette().bits = 8;
     palette().channels = 3;
     palette().entries = entries;
-    const auto stored_bytes = static_cast<std::int32_t>(map_bytes);
     if (entries > most_entries) // Not kept: the header is not valid, which the reader refuses.
-        return storage.ignore(stored_bytes) == stored_bytes || broken();
+        return skip_exactly(storage, map_bytes) || broken_map(storage, map_bytes);
 
     NUV_Scratch<std::uint8_t> stored;
     NUV_Scratch<std::uint8_t> value;
     if (!stored.allocate(manager(), map_bytes) || !value.allocate(manager(), map_bytes))
         return false;
-    if (read_up_to(storage, stored.data(), map_bytes) != map_bytes)
-        return broken();
+    if (!read_exactly(storage, stored.data(), map_bytes))
+        return broken_map(storage, map_bytes);
     for (std::size_t i = 0; i < entries; ++i) {
         for (std::size_t c = 0; c < 3; ++c)
             value[3 * i + c] = stored[c * entries + i];

@@ -62,9 +62,11 @@ bool NUV_DecodeWinRLEEngine::execute()
         return false;
     const std::uint32_t code = decoder_->decode_line(out.as<std::uint8_t>());
     if (code == NUV_WARN_BROKEN_DATA)
-        warn(manager(), NUV_WARN_BROKEN_DATA, method);
+        warn(manager(), NUV_WARN_BROKEN_DATA, method, NUV_Diagnosis().on_line(line_));
     else if (code != WinRLEDecoder::line_done)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    NUV_Diagnosis().on_line(line_).says("the codes end in stored line %u of %u",
+                                                        line_ + 1, header_.height()));
     ++line_;
     return out.commit(header_.line_bytes());
 }

@@ -47,4 +47,14 @@ bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes)
     return bytes <= remaining_bytes(storage) && read_up_to(storage, into, bytes) == bytes;
 }
 
+NUV_Diagnosis ends_early(const NUV_InputStorage& storage, const char* what, std::uint64_t bytes)
+{
+    const std::uint64_t left = remaining_bytes(storage);
+    NUV_Diagnosis why;
+    if (bytes <= left) // the storage failed within what it is said to have
+        return why.at_byte(storage.position()).says("%s cannot be read", what);
+    return why.at_byte(storage.size())
+        .says("%s ends %llu bytes early", what, static_cast<unsigned long long>(bytes - left));
+}
+
 } // namespace nuv

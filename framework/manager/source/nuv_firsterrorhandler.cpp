@@ -16,7 +16,8 @@ void NUV_FirstErrorHandler::raise_because(std::uint32_t code, const char* method
     if (code == NUV_STATUS_OK || !method || *method == '\0')
         return;
     const std::lock_guard<NUV_Mutex> held(lock_);
-    if (code == NUV_WARN_BROKEN_DATA)
+    const bool is_of_pixels = why.cause == NUV_Cause::none || why.cause == NUV_Cause::damaged;
+    if (code == NUV_WARN_BROKEN_DATA && is_of_pixels)
         count_damage(why);
     if (current_.has_error())
         return;

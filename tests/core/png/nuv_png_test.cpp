@@ -241,6 +241,19 @@ TEST(PNG, BoundsTheMemoryOfTexts)
     const NUV_TestStored stored(chain.manager(), craft.chunk("IDAT", {}).end());
     EXPECT_TRUE(NUV_PNGInfo(chain.manager()).load(stored.storage()));
     EXPECT_LE(chain.manager().memory().most_live_bytes(), std::size_t{33} << 20);
+
+    // What cannot be left out, where no room is left, ends the file.
+    PNGCraft full =
+        PNGCraft().header(3, 5, {8, 3, 0, 0, 0}).chunk("zTXt", text).chunk("zTXt", text);
+    for (int i = 0; i < 40; ++i) {
+        Bytes some(std::size_t{1} << (22 - i % 20), 'y');
+        some[1] = 0;
+        full.chunk("tEXt", some);
+    }
+    const NUV_TestStored too_much(chain.manager(), full.chunk("PLTE", Bytes(9)).end());
+    EXPECT_FALSE(NUV_PNGInfo(chain.manager()).load(too_much.storage()));
+    EXPECT_EQ(chain.status().code, NUV_ERROR);
+    EXPECT_EQ(chain.manager().diagnosis().cause, NUV_Cause::limit);
 }
 
 // What libpng reads ahead of one is not what the other reads next; and nothing is read twice.

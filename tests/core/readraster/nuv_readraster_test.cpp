@@ -293,28 +293,87 @@ Bytes flat_with(std::size_t offset, std::uint8_t byte)
     return stream;
 }
 
-TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFound)
+// A file of tests/data with some bytes, from a place on, in place of others.
+Bytes edited(const char* name, std::size_t at, const Bytes& bytes)
 {
-    const auto text = [](std::string_view file) { return Bytes(file.begin(), file.end()); };
+    Bytes file = test_data(name);
+    std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<std::ptrdiff_t>(at));
+    return file;
+}
+
+Bytes begin_of(const char* name, std::size_t bytes)
+{
+    Bytes file = test_data(name);
+    file.resize(bytes);
+    return file;
+}
+
+// One row a file: whose fault it is, where it stands, and the part of a sentence that says it.
+TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFoundWhere)
+{
     struct Case {
         Bytes stored;
         NUV_Cause cause;
+        std::int64_t byte;
         const char* found;
     };
     constexpr std::size_t sof = 3; // the second byte of the marker, and three behind it the depth
+    constexpr std::int64_t nowhere = NUV_Diagnosis::unknown;
+    using enum NUV_Cause;
     // clang-format off
     const Case cases[] = {
-        {text("hello, world"), NUV_Cause::unknown_kind, "it starts with 68 65 6c 6c"},
-        {text("P"), NUV_Cause::unknown_kind, "it is too short"},
-        {flat_with(sof, 0xC9), NUV_Cause::unsupported, "arithmetic coding (SOF9)"},
-        {flat_with(sof, 0xC5), NUV_Cause::unsupported, "hierarchical coding (SOF5)"},
-        {with_jfif(flat_with(sof, 0xCA)), NUV_Cause::unsupported, "arithmetic coding (SOF10)"},
-        {flat_with(sof, 0xCC), NUV_Cause::unsupported, "arithmetic coding (DAC)"},
-        {text("P5 2 1 65535\nabcd"), NUV_Cause::unsupported, "P5 with samples up to 65535, served is 255"},
-        {text("P5 2 1 65536\nabcd"), NUV_Cause::invalid, "P5 with samples up to 65536, served is 255"},
-        {text("P5 2     "), NUV_Cause::damaged, "the header ends early"},
-        {text("P5 x     "), NUV_Cause::invalid, "the byte 78 where the header has a number"},
-        {text("P5 2 3 255\nabc"), NUV_Cause::damaged, "line 2 of 3 is not there as a whole"},
+        {bytes_of("hello, world"), unknown_kind, 0, "it starts with 68 65 6c 6c"},
+        {bytes_of("P"), unknown_kind, nowhere, "it is too short"},
+        {flat_with(sof, 0xC9), unsupported, nowhere, "arithmetic coding (SOF9)"},
+        {flat_with(sof, 0xC5), unsupported, nowhere, "hierarchical coding (SOF5)"},
+        {with_jfif(flat_with(sof, 0xCA)), unsupported, nowhere, "arithmetic coding (SOF10)"},
+        {flat_with(sof, 0xCC), unsupported, 2, "arithmetic coding (DAC)"},
+        {bytes_of("P5 2 1 65535\nabcd"), unsupported, 12, "P5 with samples up to 65535, served is 255"},
+        {bytes_of("P5 2 1 65536\nabcd"), invalid, 12, "P5 with samples up to 65536, served is 255"},
+        {bytes_of("P5 2     "), damaged, 9, "the header ends early"},
+        {bytes_of("P5 x     "), invalid, 3, "the byte 78 where the header has a number"},
+        {bytes_of("P512 12 12 "), invalid, 1, "no space before a number of the header"},
+        {bytes_of("P5 1234567890123456789012 "), invalid, 24, "a number of too many digits in the header"},
+        {bytes_of("P5 4294967296 1 "), invalid, 13, "the number 4294967296 in the header"},
+        {bytes_of("P5 2 1 255#\nab"), invalid, 9, "a comment right behind the header"},
+        {bytes_of("P5 0 1 255\nab"), invalid, 4, "a 0 in the header"},
+        {bytes_of("P5 2 3 255\nabc"), damaged, 14, "line 2 of 3 is not there as a whole"},
+        {bytes_of("P1 2 2\n1 0 1 x"), damaged, 13, "the byte 78 where a number should stand"},
+        {bytes_of("P2 2 2 255\n1 2 x 4 5 6"), damaged, 15, "the byte 78 where a number should stand"},
+        {bytes_of("P2 2 2 255\n1 2 3 256 7 8"), damaged, 20, "the sample 256 is too large"},
+        {bytes_of("P2 2 2 255\n1 2 3 1234567 8"), damaged, 23, "a sample is too large"},
+        {begin_of("sunras/colour_im.sun", 9), damaged, 9, "the header ends 23 bytes early"},
+        {edited("sunras/colour_im.sun", 4, {0, 0, 0, 0}), invalid, 4, "0 x 5 pixels"},
+        {edited("sunras/colour_im.sun", 15, {7}), invalid, 12, "7 bits a pixel"},
+        {edited("sunras/colour_im.sun", 23, {4}), invalid, 20, "type 4"},
+        {edited("sunras/colour_im.sun", 27, {2}), invalid, 24, "a colour map of type 2"},
+        {edited("sunras/gray_map.ras", 30, {0, 1}), invalid, 28, "a colour map of 1 bytes"},
+        {begin_of("sunras/gray_map.ras", 99), damaged, 99, "the colour map ends 701 bytes early"},
+        {begin_of("sunras/colour_im.sun", 100), damaged, 100, "line 2 of 5 is not there as a whole"},
+        {test_data("sunras/run_length.ras"), unsupported, nowhere, "byte-encoded pixels (type 2)"},
+        {begin_of("bmp/windows_24.bmp", 9), damaged, 9, "the file header ends 5 bytes early"},
+        {begin_of("bmp/windows_24.bmp", 30), damaged, 30, "the information header ends 24 bytes early"},
+        {edited("bmp/windows_24.bmp", 10, {50}), invalid, 10, "pixels at byte 50, within 54 bytes of headers"},
+        {edited("bmp/windows_24.bmp", 11, {9}), damaged, 10, "pixels at byte 2358, behind the end"},
+        {edited("bmp/windows_24.bmp", 18, {0}), invalid, 18, "0 x 5 pixels"},
+        {edited("bmp/windows_24.bmp", 28, {3}), invalid, 28, "3 bits a pixel"},
+        {edited("bmp/os2_24.bmp", 24, {3}), invalid, 24, "3 bits a pixel"},
+        {edited("bmp/windows_24.bmp", 30, {4}), invalid, 30, "a coding 4"},
+        {edited("bmp/windows_24.bmp", 30, {3}), invalid, 28, "fields of 24 bits"},
+        {edited("bmp/v5_fields_32.bmp", 54, {0xFF}), invalid, 54, "fields 00ff00ff 0000ff00 000000ff"},
+        {begin_of("bmp/windows_4.bmp", 100), damaged, 100, "the colour table ends 18 bytes early"},
+        {begin_of("bmp/rle8.bmp", 1100), damaged, nowhere, "the codes end in stored line 2 of 5"},
+        {begin_of("internal/gray.nuv", 20), damaged, 20, "the header ends 36 bytes early"},
+        {edited("internal/gray.nuv", 5, {2}), unsupported, 4, "the version 00020000"},
+        {edited("internal/gray.nuv", 15, {0}), invalid, 8, "0 bytes of data"},
+        {edited("internal/gray.nuv", 19, {1}), unsupported, 16, "a side of 2^32 pixels or more"},
+        {edited("internal/gray.nuv", 49, {9, 0, 1, 0, 0, 0, 2}), invalid, 48, "a palette of 2 entries, 1 x 9 bits"},
+        {edited("internal/gray.nuv", 49, {8, 0, 1, 0, 0, 0, 99}), damaged, 121, "the palette ends 34 bytes early"},
+        {edited("internal/gray.nuv", 23, {0}), invalid, nowhere, "0 x 5 pixels, 1 x 8 bits, gray"},
+        {begin_of("internal/gray.nuv", 80), damaged, 69, "line 2 of 5 is not there as a whole"},
+        {edited("png/gray.png", 4, {0}), damaged, 8, "PNG file corrupted by ASCII conversion"},
+        {edited("png/gray.png", 24, {3}), damaged, 33, "IHDR: CRC error"},
+        {begin_of("png/gray.png", 60), damaged, 60, "Read error: nuv_read_callback()"},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -325,6 +384,8 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFound)
         if (chain.last())
             static_cast<void>(chain.run_bytes());
         EXPECT_EQ(chain.manager().diagnosis().cause, c.cause);
+        EXPECT_EQ(chain.manager().diagnosis().byte,
+                  c.byte < 0 ? c.byte : c.byte + NUV_TestStored::start);
         EXPECT_STREQ(chain.manager().diagnosis().text, c.found);
     }
 }

@@ -55,6 +55,7 @@ TEST(FirstErrorHandler, KeepsTheReasonOfTheStatusThatStandsAndTheFirstDamagedLin
     warn(manager, NUV_WARN_BROKEN_DATA, "b");
     warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().on_line(7));
     warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().on_line(8));
+    warn(manager, NUV_WARN_BROKEN_DATA, "c", NUV_Diagnosis().because(NUV_Cause::invalid));
     EXPECT_EQ(manager.diagnosis().line, 9);
     EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::damaged);
     fail(manager, NUV_ERR_IO, "d", NUV_Diagnosis().system(28).at_byte(5).says("%d", 1));
