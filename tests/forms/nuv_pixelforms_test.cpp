@@ -1,4 +1,5 @@
 #include "core/channel/source/nuv_interleave_kernels.h"
+#include "core/channel/source/nuv_selectrow_kernels.h"
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
@@ -140,13 +141,29 @@ TEST(PixelForms, BitmapRows)
 
 TEST(PixelForms, PlanesAndChromaUnits)
 {
-    expect_same_forms<U8>("PPAA", choose_interleave_triples, [](NUV_FormDraw& draw, auto compare) {
-        const std::size_t pixels = draw.length(100);
-        const U8* planes[] = {draw.input<U8>(pixels), draw.input<U8>(pixels),
-                              draw.input<U8>(pixels)};
-        compare(3 * pixels,
-                [&](auto form, U8* out) { form(planes[0], planes[1], planes[2], out, pixels); });
-    });
+    const auto compare_planes = []<class T>(T) {
+        expect_same_forms<T>("PPAA", choose_interleave_triples<T>, [](auto& draw, auto compare) {
+            const std::size_t pixels = draw.length(100);
+            const T* planes[] = {draw.template input<T>(pixels), draw.template input<T>(pixels),
+                                 draw.template input<T>(pixels)};
+            compare(3 * pixels,
+                    [&](auto form, T* out) { form(planes[0], planes[1], planes[2], out, pixels); });
+        });
+        const auto choose = [](const auto& cpu) {
+            return choose_select_row(cpu, 3 * sizeof(T), sizeof(T));
+        };
+        expect_same_forms<U8>("PPAA", choose, [](auto& draw, auto compare) {
+            const std::size_t pixels = draw.length(100);
+            const U8* in = draw.template input<U8>(3 * sizeof(T) * pixels);
+            const std::size_t first = draw.number(0, 2) * sizeof(T);
+            compare(pixels * sizeof(T), [&](auto form, U8* out) {
+                form(in + first, out, pixels, 3 * sizeof(T), sizeof(T));
+            });
+        });
+    };
+    compare_planes(U8{});
+    compare_planes(U16{});
+    expect_chosen("PPPP", [](auto& cpu) { return choose_select_row(cpu, 4, 1); });
     const auto compare_units = [](auto choose, std::size_t across, std::size_t down) {
         expect_same_forms<U8>("PPAA", choose, [=](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(60);

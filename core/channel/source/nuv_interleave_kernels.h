@@ -7,16 +7,15 @@
 
 namespace nuv {
 
-// Makes pixels of three bytes of three planes. Every form gives the same bytes and touches nothing
-// past the lines.
-using InterleaveTriples = void (*)(const std::uint8_t* first, const std::uint8_t* second,
-                                   const std::uint8_t* third, std::uint8_t* out,
+// Makes pixels of three samples of three planes. Every form gives the same bytes and touches
+// nothing past the lines.
+template <class T>
+using InterleaveTriples = void (*)(const T* first, const T* second, const T* third, T* out,
                                    std::size_t pixels);
 
-inline void interleave_triples_portable(const std::uint8_t* __restrict first,
-                                        const std::uint8_t* __restrict second,
-                                        const std::uint8_t* __restrict third,
-                                        std::uint8_t* __restrict out, std::size_t pixels)
+template <class T>
+void interleave_triples_portable(const T* __restrict first, const T* __restrict second,
+                                 const T* __restrict third, T* __restrict out, std::size_t pixels)
 {
     for (std::size_t p = 0; p < pixels; ++p) {
         out[3 * p] = first[p];
@@ -26,18 +25,20 @@ inline void interleave_triples_portable(const std::uint8_t* __restrict first,
 }
 
 #if NUV_X86
-void interleave_triples_avx2(const std::uint8_t* first, const std::uint8_t* second,
-                             const std::uint8_t* third, std::uint8_t* out, std::size_t pixels);
+template <class T>
+NUV_TARGET("avx2")
+void interleave_triples_avx2(const T* first, const T* second, const T* third, T* out,
+                             std::size_t pixels);
 #endif
 
-[[nodiscard]] inline InterleaveTriples choose_interleave_triples(
-    [[maybe_unused]] const NUV_Cpu& cpu)
+template <class T>
+[[nodiscard]] InterleaveTriples<T> choose_interleave_triples([[maybe_unused]] const NUV_Cpu& cpu)
 {
 #if NUV_X86
     if (cpu.has_avx2)
-        return interleave_triples_avx2;
+        return interleave_triples_avx2<T>;
 #endif
-    return interleave_triples_portable;
+    return interleave_triples_portable<T>;
 }
 
 } // namespace nuv

@@ -164,7 +164,7 @@ public:
             return false;
         if (header_.bits() != 8 * sizeof(T))
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
-        interleave_triples_ = choose_interleave_triples(manager().cpu());
+        interleave_triples_ = choose_interleave_triples<T>(manager().cpu());
         return true;
     }
 
@@ -177,12 +177,8 @@ private:
         const std::size_t width = header_.width();
         if (lines_.size() == 2 && is_planar())
             return interleave<T, 2>({line(0), line(1)}, to, width);
-        if (lines_.size() == 3 && is_planar()) {
-            if constexpr (sizeof(T) == 1)
-                return interleave_triples_(line(0), line(1), line(2), to, width);
-            else
-                return interleave<T, 3>({line(0), line(1), line(2)}, to, width);
-        }
+        if (lines_.size() == 3 && is_planar())
+            return interleave_triples_(line(0), line(1), line(2), to, width);
 
         const std::size_t stride = header_.channels();
         for (std::size_t i = 0; i < lines_.size(); ++i) {
@@ -196,7 +192,7 @@ private:
         }
     }
 
-    InterleaveTriples interleave_triples_ = nullptr; // for samples of a byte
+    InterleaveTriples<T> interleave_triples_ = nullptr;
 };
 
 // The eight bits of a byte, each `Step` bits behind the one before it, the last in bit 0.

@@ -1,6 +1,7 @@
 #include "core/channel/nuv_selectchannel.h"
 
 #include "core/channel/source/nuv_linebits.h"
+#include "core/channel/source/nuv_selectrow_kernels.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
@@ -10,35 +11,6 @@
 
 namespace nuv {
 namespace {
-
-// Copies `unit` bytes out of each `stride` bytes. `UnitBytes` is the unit, or 0 where `unit` says.
-template <std::size_t UnitBytes>
-void select_row(const std::uint8_t* in, std::uint8_t* out, std::size_t width, std::size_t stride,
-                std::size_t unit)
-{
-    const std::size_t bytes = UnitBytes > 0 ? UnitBytes : unit;
-    for (std::size_t p = 0; p < width; ++p)
-        std::memcpy(out + p * bytes, in + p * stride, bytes);
-}
-
-using SelectRow = void (*)(const std::uint8_t* in, std::uint8_t* out, std::size_t width,
-                           std::size_t stride, std::size_t unit);
-
-[[nodiscard]] SelectRow choose_select_row(std::size_t unit) noexcept
-{
-    switch (unit) {
-    case 1:
-        return select_row<1>;
-    case 2:
-        return select_row<2>;
-    case 3:
-        return select_row<3>;
-    case 4:
-        return select_row<4>;
-    default:
-        return select_row<0>;
-    }
-}
 
 // What both forms have in common: the output header.
 class NUV_SelectEngine : public NUV_ProcessLineToLineEngine {
@@ -81,7 +53,7 @@ public:
         first_bytes_ = first_ * sample_bytes;
         stride_ = src_channels_ * sample_bytes;
         unit_ = count_ * sample_bytes;
-        select_row_ = choose_select_row(unit_);
+        select_row_ = choose_select_row(manager().cpu(), stride_, unit_);
         return true;
     }
 
