@@ -35,11 +35,19 @@ public:
     [[nodiscard]] std::size_t held_blocks() const noexcept { return blocks_.size() - first_; }
 
 private:
+    // Memory of many blocks, which stand behind it. It goes with its last use.
+    struct alignas(std::max_align_t) Slab {
+        std::size_t uses = 0;
+    };
+
     // Frees nothing: a block is given back by the buffer or by the cache.
     struct Block {
         std::uint8_t* data = nullptr;
-        bool owned = false; // else it is a reader's memory, lent for the writer to fill
+        bool owned = false;   // else it is a reader's memory, lent for the writer to fill
+        Slab* slab = nullptr; // that an owned one is part of, or null
     };
+    static void give_back(NUV_Manager& manager, const Block& block) noexcept;
+    static void drop_use(NUV_Manager& manager, Slab* slab) noexcept;
 
     // At most one spare block, so that a pipeline in steady state allocates nothing.
     class BlockCache final : public NUV_Utility {
@@ -52,8 +60,7 @@ private:
         [[nodiscard]] Block take() noexcept { return std::exchange(block_, {}); }
         void put(Block block) noexcept
         {
-            if (block_.owned)
-                manager().deallocate(block_.data);
+            give_back(manager(), block_);
             block_ = block;
         }
 
@@ -69,6 +76,9 @@ private:
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
     void free_memory() noexcept;
     [[nodiscard]] bool add_block();
+    [[nodiscard]] Block new_block();
+    [[nodiscard]] bool has_many_blocks() const noexcept;
+    [[nodiscard]] Block take_of_slab();
     void drop_block() noexcept;
     void drop_passed_blocks() noexcept;
     [[nodiscard]] bool add_reader(NUV_SrcBuffer* reader);
@@ -84,6 +94,8 @@ private:
     bool taken_ = false;             // a reader has had a block
     bool has_lent_ = false;          // some held block may be a reader's memory
     BlockCache cache_;
+    Slab* slab_ = nullptr; // that blocks are being taken of, which is a use
+    std::size_t slab_taken_ = 0;
     NUV_Vector<Block> blocks_; // those before first_ have been dropped
     std::size_t first_ = 0;
     NUV_Vector<Reader> readers_;     // each at its place()

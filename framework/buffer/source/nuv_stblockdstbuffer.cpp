@@ -8,8 +8,16 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
+#include <utility>
 
 namespace nuv {
+namespace {
+
+constexpr std::size_t slab_bytes = std::size_t{4} << 20;
+constexpr std::size_t most_slab_block_bytes = slab_bytes / 16;
+
+} // namespace
 
 NUV_STBlockDstBuffer::NUV_STBlockDstBuffer(NUV_Manager& manager) noexcept
     : NUV_DstBufferBase(manager),
@@ -28,13 +36,12 @@ void NUV_STBlockDstBuffer::free_memory() noexcept
 {
     manager().deallocate(bounce_);
     bounce_ = nullptr;
-    for (std::size_t i = 0; i < held_blocks(); ++i) {
-        if (block(i).owned)
-            manager().deallocate(block(i).data);
-    }
+    for (std::size_t i = 0; i < held_blocks(); ++i)
+        give_back(manager(), block(i));
     NUV_Vector<Block>(manager()).swap(blocks_);
     first_ = 0;
     cache_.put({});
+    drop_use(manager(), std::exchange(slab_, nullptr));
 }
 
 std::uint32_t NUV_STBlockDstBuffer::mem_block_bytes()
@@ -128,16 +135,64 @@ bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
 bool NUV_STBlockDstBuffer::add_block()
 {
     Block fresh = cache_.take();
-    if (!fresh.data) {
-        fresh.data = static_cast<std::uint8_t*>(manager().allocate(mem_block_bytes_));
-        if (!fresh.data)
-            return false;
-        fresh.owned = true;
-    }
+    if (!fresh.data)
+        fresh = new_block();
+    if (!fresh.data)
+        return false;
     if (blocks_.push_back(fresh))
         return true;
-    manager().deallocate(fresh.data);
+    give_back(manager(), fresh);
     return false;
+}
+
+// Where a branch has to wait, most of the picture is held for it, line by line: that is touched
+// faster on huge pages, which the memory of a slab is large enough for.
+bool NUV_STBlockDstBuffer::has_many_blocks() const noexcept
+{
+    constexpr std::size_t many_bytes = std::size_t{1} << 20;
+    return readers_.size() > 1 && held_blocks() * mem_block_bytes_ >= many_bytes &&
+           mem_block_bytes_ <= most_slab_block_bytes;
+}
+
+NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::new_block()
+{
+    if (slab_ || has_many_blocks())
+        return take_of_slab();
+    auto* const data = static_cast<std::uint8_t*>(manager().allocate(mem_block_bytes_));
+    return {data, data != nullptr};
+}
+
+NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::take_of_slab()
+{
+    const std::size_t each = (mem_block_bytes_ + sizeof(Slab) - 1) / sizeof(Slab) * sizeof(Slab);
+    if (!slab_) {
+        void* const memory = manager().allocate(slab_bytes);
+        if (!memory)
+            return {};
+        slab_ = ::new (memory) Slab{1};
+        slab_taken_ = 0;
+    }
+    Slab* const slab = slab_;
+    auto* const data = reinterpret_cast<std::uint8_t*>(slab + 1) + each * slab_taken_;
+    ++slab->uses;
+    ++slab_taken_;
+    if (sizeof(Slab) + each * (slab_taken_ + 1) > slab_bytes)
+        drop_use(manager(), std::exchange(slab_, nullptr));
+    return {data, true, slab};
+}
+
+void NUV_STBlockDstBuffer::give_back(NUV_Manager& manager, const Block& block) noexcept
+{
+    if (block.slab)
+        drop_use(manager, block.slab);
+    else if (block.owned)
+        manager.deallocate(block.data);
+}
+
+void NUV_STBlockDstBuffer::drop_use(NUV_Manager& manager, Slab* slab) noexcept
+{
+    if (slab && --slab->uses == 0)
+        manager.deallocate(slab);
 }
 
 void NUV_STBlockDstBuffer::drop_block() noexcept

@@ -246,6 +246,39 @@ TEST(STBlockDstBuffer, HoldsItsBlocksForTheSlowestReader)
     EXPECT_EQ(buffer->held_blocks(), 0u) << "nobody reads any more";
 }
 
+// So many that they stand in several pieces of memory, which come and go as the readers go on.
+TEST(STBlockDstBuffer, HoldsManyLargeBlocks)
+{
+    constexpr std::uint32_t bytes = 250'000;
+    NUV_TestChain chain;
+    auto buffer = make_initiated<NUV_STBlockDstBuffer>(chain.manager(), std::uint64_t{1} << 30);
+    ASSERT_TRUE(buffer->block_bytes(bytes));
+    NUV_Vector<NUV_SrcBuffer*> readers(chain.manager());
+    buffer->create_src_buffer(readers, buffer.get(), 2);
+    ASSERT_TRUE(readers.size() == 2 && readers[0]->block_bytes(bytes));
+    const auto read = [](NUV_SrcBuffer& reader, int value) {
+        const auto* block = static_cast<const std::uint8_t*>(reader.get(nullptr));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(block[0], value);
+        EXPECT_EQ(block[bytes - 1], value);
+        EXPECT_TRUE(reader.release());
+    };
+    for (int i = 1; i <= 90; ++i) {
+        void* out = buffer->get();
+        ASSERT_NE(out, nullptr);
+        std::memset(out, i, bytes);
+        ASSERT_TRUE(buffer->release(bytes));
+        read(*readers[0], i);
+        if (i > 40) // a block goes for each that comes
+            read(*readers[1], i - 40);
+    }
+    EXPECT_EQ(buffer->held_blocks(), 40u);
+    for (int i = 51; i <= 70; ++i)
+        read(*readers[1], i);
+    for (NUV_SrcBuffer* reader : readers.items())
+        EXPECT_TRUE(reader->end());
+}
+
 TEST(STBlockDstBuffer, HasNoReadersThatWouldMissTheBeginning)
 {
     ByHand hand(10, 10, 20);
