@@ -40,4 +40,4 @@ for method in nearest linear cubic area fine; do
     columns+=("$work/$method.ppm")
 done
 pnmcat -lr "${columns[@]}" >"$work/sheet.ppm"
-"$nuv" convert "$work/sheet.ppm" docs/scaling.jpg --quality 88 --sampling 444
+"$nuv" convert "$work/sheet.ppm" -o docs/scaling.jpg --quality 88 --sampling 444

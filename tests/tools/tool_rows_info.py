@@ -23,7 +23,7 @@ ROWS = (
     (64, "nuv info", "", "", "nuv: *FILE is required"),
     (64, "nuv info --quality 3 in.ppm", "", "", "nuv: *--quality*"),
     (64, "nuv convert", "", "", "nuv: *SRC is required"),
-    (64, "nuv convert in.ppm", "", "", "nuv: *DST is required"),
+    (64, "nuv convert in.ppm", "", "", "nuv: *DST is required*"),
     # Control characters, and bytes that are no text, do not reach a terminal.
     (1, r"nuv info $'\e[31m\n\x80é\u202e'", "", "", r"nuv: \x1b[31m\n\x80é\xe2\x80\xae: *"),
 )

@@ -31,10 +31,14 @@ int run(int count, char** arguments)
     add_info(app, info);
     ConvertRequest conversion;
     add_convert(app, conversion);
+    ThumbnailRequest thumbnails;
+    add_thumbnail(app, thumbnails);
     try {
         app.parse(count, arguments);
         if (app.got_subcommand("info"))
             return run_info(info);
+        if (app.got_subcommand("thumbnail"))
+            return run_thumbnail(thumbnails);
         return run_convert(conversion);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/nuv/nuv_outputs.h"
+#include "tools/nuv/nuv_batch.h"
 #include "tools/nuv/nuv_problem.h"
 
 #include <cstdint>
@@ -44,17 +44,25 @@ void add_info(CLI::App& app, InfoRequest& request);
 [[nodiscard]] int run_info(const InfoRequest& request);
 
 struct ConvertRequest {
-    std::string source;
-    std::string destination;
-    std::vector<std::string> operations;
-    std::string write;     // a kind; empty: by the ending of the destination
-    std::string input_raw; // empty: a stored picture
+    std::vector<std::string> arguments; // source, destination and words; with -o sources and words
+    std::string input_raw;              // empty: a stored picture
     bool planar_input = false;
-    OutputSettings settings;
+    WritingRequest writing;
 };
 
 void add_convert(CLI::App& app, ConvertRequest& request);
 [[nodiscard]] int run_convert(const ConvertRequest& request);
+
+struct ThumbnailRequest {
+    std::vector<std::string> sources;
+    std::string size = "256";
+    bool fill = false;
+    bool enlarge = false;
+    WritingRequest writing;
+};
+
+void add_thumbnail(CLI::App& app, ThumbnailRequest& request);
+[[nodiscard]] int run_thumbnail(const ThumbnailRequest& request);
 
 // Prints `problem` to stderr, as every line of this program.
 void report(const std::string& problem);

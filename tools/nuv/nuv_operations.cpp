@@ -1,213 +1,216 @@
 #include "tools/nuv/nuv_operations.h"
 
+#include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_numbers.h"
 #include "tools/nuv/nuv_pixelwords.h"
+#include "tools/nuv/nuv_sizes.h"
+#include "tools/nuv/nuv_text.h"
+#include "tools/nuv/nuv_words.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string_view>
-#include <utility>
 
 namespace nuv_tool {
 
 namespace {
 
-struct OperationWord {
-    std::string_view name;
-    std::string_view argument; // what the help shows behind "="; empty for words without one
-    std::string_view help;
-    // Turns the text behind "=" into the operation.
-    Problem (*parse)(std::string_view argument, Operation& operation);
-};
+using Append = std::function<Problem(nuv_job*)>;
 
-bool has_whole_samples(const ImageParam& picture)
+// A call that leaves its failure in the job.
+template <class Call>
+Append appending(Call call)
 {
-    return picture.bits == 8 || picture.bits == 16;
+    return [call](nuv_job* job) -> Problem {
+        call(job);
+        return {};
+    };
 }
 
-// What the operations that only move pixels can serve.
-bool has_movable_pixels(const ImageParam& picture)
+template <nuv_status (*call)(nuv_job*)>
+Append parse_plain(std::string_view)
 {
-    return has_whole_samples(picture) || (picture.bits == 1 && picture.channels == 1);
+    return appending(call);
 }
 
-Problem append_mirror_x(NuvWrapperClass& job, ImageParam& picture)
+template <nuv_flip_axis axis>
+Append parse_mirror(std::string_view)
 {
-    if (!has_movable_pixels(picture))
-        return "mirror-x serves samples of 8 and 16 bits, and of 1 bit in one channel";
-    job.MirrorX();
-    return {};
+    return appending([](nuv_job* job) { nuv_flip(job, axis); });
 }
 
-Problem parse_rotate(std::string_view argument, Operation& operation)
+Append parse_rotate(std::string_view argument)
 {
     const std::optional<int> angle = number_of<int>(argument);
     if (!angle || *angle % 90 != 0)
-        return "rotate takes a multiple of 90 degrees, not " + quoted(argument);
-    operation.append = [angle = *angle](NuvWrapperClass& job, ImageParam& picture) -> Problem {
-        if (!has_movable_pixels(picture))
-            return "rotate serves samples of 8 and 16 bits, and of 1 bit in one channel";
-        job.Rotate90(angle);
-        if (angle % 180 != 0)
-            std::swap(picture.width, picture.height);
-        return {};
-    };
-    return {};
+        throw UsageError("rotate takes a multiple of 90 degrees, not " + quoted(argument));
+    return appending([angle = *angle](nuv_job* job) { nuv_rotate(job, angle); });
 }
 
-// How large a picture is to become: "800x600", "800x" and "x600", which keep its proportions, or
-// "50%".
-struct Size {
-    std::optional<std::uint32_t> width;
-    std::optional<std::uint32_t> height;
-    double percent = 0;
-};
-
-std::optional<Size> size_of(std::string_view text)
-{
-    constexpr double most_percent = 1e6;
-
-    Size size;
-    if (text.ends_with('%')) {
-        const auto percent = number_of<double>(text.substr(0, text.size() - 1));
-        if (!percent || !(*percent > 0 && *percent <= most_percent))
-            return std::nullopt;
-        size.percent = *percent;
-        return size;
-    }
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos || text.size() == 1)
-        return std::nullopt;
-    const std::string_view width = text.substr(0, cross);
-    const std::string_view height = text.substr(cross + 1);
-    size.width = number_of<std::uint32_t>(width);
-    size.height = number_of<std::uint32_t>(height);
-    const bool wrong = (!width.empty() && size.width.value_or(0) == 0) ||
-                       (!height.empty() && size.height.value_or(0) == 0);
-    return wrong ? std::nullopt : std::optional<Size>(size);
-}
-
-// `side` times a ratio, at least 1 pixel; 0 where no picture is that large.
-std::uint32_t scaled(std::uint32_t side, double ratio)
-{
-    const double pixels = std::floor(side * ratio + 0.5);
-    if (pixels > std::numeric_limits<std::uint32_t>::max())
-        return 0;
-    return std::max(static_cast<std::uint32_t>(pixels), std::uint32_t{1});
-}
-
-bool resize(ImageParam& picture, const Size& size)
-{
-    const double width = picture.width;
-    const double height = picture.height;
-    if (size.percent > 0) {
-        picture.width = scaled(picture.width, size.percent / 100);
-        picture.height = scaled(picture.height, size.percent / 100);
-    } else {
-        picture.width = size.width ? *size.width : scaled(picture.width, *size.height / height);
-        picture.height = size.height ? *size.height : scaled(picture.height, *size.width / width);
-    }
-    return picture.width != 0 && picture.height != 0;
-}
-
-using Scale = int (NuvWrapperClass::*)(unsigned width, unsigned height);
-
-// The `parse` of a scaling word. Those that make new values take no bits and no colour tables.
-template <Scale scale, bool makes_new_values>
-Problem parse_scale(std::string_view argument, Operation& operation)
+// The `parse` of a scaling word.
+template <nuv_scaling how>
+Append parse_scale(std::string_view argument)
 {
     const std::optional<Size> size = size_of(argument);
     if (!size)
-        return quoted(argument) + " is not a size such as 800x600, 800x, x600 or 50%";
-    operation.append = [size = *size](NuvWrapperClass& job, ImageParam& picture) -> Problem {
-        const bool indexed = picture.channels == 1 && picture.color == ColorType::eRGB;
-        if (makes_new_values && (!has_whole_samples(picture) || indexed))
-            return "this scaling serves samples of 8 and 16 bits, and no colour tables";
-        if (!has_movable_pixels(picture))
-            return "scaling serves samples of 8 and 16 bits, and nearest 1 bit in one channel";
-        if (!resize(picture, size))
+        throw UsageError(quoted(argument) +
+                         " is not a size such as 800x600, 800x, x600, 50%, 256 or 800x600^");
+    return [size = *size](nuv_job* job) -> Problem {
+        const nuv_picture is = look(job);
+        if (is.width == 0)
+            return {}; // the job has failed
+        const auto to = scaled({is.width, is.height}, size);
+        if (!to)
             return "the picture would become too large";
-        (job.*scale)(picture.width, picture.height);
+        nuv_scale(job, how, to->width, to->height);
         return {};
     };
-    return {};
 }
 
-// The `parse` of a word without an argument.
-template <Problem (*append)(NuvWrapperClass&, ImageParam&)>
-Problem parse_plain(std::string_view, Operation& operation)
+// The `parse` of a word for a box.
+template <unsigned flags>
+Append parse_box(std::string_view argument)
 {
-    operation.append = append;
-    return {};
+    const std::optional<Extent> box = box_of(argument);
+    if (!box)
+        throw UsageError(quoted(argument) + " is not a box such as 800x600, or 256 for 256x256");
+    return appending([box = *box](nuv_job* job) {
+        make_scalable(job);
+        nuv_fit(job, NUV_FINE, box.width, box.height, flags);
+    });
 }
 
-constexpr std::array operation_words{
-    OperationWord{"mirror-x", "", "every line end for end", parse_plain<append_mirror_x>},
-    OperationWord{"rotate", "DEGREES", "clockwise, by a multiple of 90", parse_rotate},
-    OperationWord{"nearest", "SIZE", "scale, taking the nearest pixel",
-                  parse_scale<&NuvWrapperClass::ScaleNN, false>},
-    OperationWord{"linear", "SIZE", "scale, linear between neighbours",
-                  parse_scale<&NuvWrapperClass::ScaleLI, true>},
-    OperationWord{"cubic", "SIZE", "scale by cubic convolution",
-                  parse_scale<&NuvWrapperClass::ScaleCC, true>},
-    OperationWord{"area", "SIZE", "scale to the mean of the covered area",
-                  parse_scale<&NuvWrapperClass::ScalePP, true>},
-    OperationWord{"fine", "SIZE", "scale by masks that follow the ratio",
-                  parse_scale<&NuvWrapperClass::ScaleI2VAREx, true>},
-    OperationWord{"color", "gray|gray-reverse|rgb|ycbcr", "another colour space", parse_color},
-    OperationWord{"lut", "FILE:BITS", "samples through a table of so many bits", parse_lut},
-    OperationWord{"convert", "SLOPE:OFFSET:BITS", "sample * slope + offset, in so many bits",
-                  parse_convert},
+Append parse_max(std::string_view argument)
+{
+    if (!number_of<std::uint32_t>(argument))
+        throw UsageError("max takes a number of pixels, not " + quoted(argument));
+    return parse_box<0>(argument);
+}
+
+// A place along one side: pixels from its near or from its far end.
+struct Place {
+    std::uint32_t distance = 0;
+    bool is_from_far = false;
 };
 
-std::string usage(const OperationWord& word)
+std::optional<Place> place_of(std::string_view text)
 {
-    std::string text{word.name};
-    if (!word.argument.empty())
-        text.append("=").append(word.argument);
-    return text;
+    Place place{.is_from_far = text.starts_with('-')};
+    if (place.is_from_far)
+        text.remove_prefix(1);
+    const auto distance = number_of<std::uint32_t>(text);
+    if (!distance)
+        return std::nullopt;
+    place.distance = *distance;
+    return place;
 }
 
-Problem parse_operation(std::string_view text, Operation& operation)
+// Nothing for a place that no pixel of a side of `length` has.
+std::optional<std::uint32_t> pixel_at(const Place& place, std::uint32_t length)
 {
-    const std::string_view name = text.substr(0, text.find('='));
-    const auto word = std::ranges::find(operation_words, name, &OperationWord::name);
-    if (word == operation_words.end())
-        return "unknown operation " + quoted(text) + ", see nuv convert --help";
-    const bool has_argument = name.size() < text.size();
+    if (place.is_from_far ? place.distance == 0 || place.distance > length
+                          : place.distance >= length)
+        return std::nullopt;
+    return place.is_from_far ? length - place.distance : place.distance;
+}
+
+Append parse_crop(std::string_view argument)
+{
+    const auto first = argument.find(',');
+    const auto second = first == std::string_view::npos ? first : argument.find(',', first + 1);
+    if (second == std::string_view::npos)
+        throw UsageError(quoted(argument) + " is not of the form X,Y,WxH");
+    const auto x = place_of(argument.substr(0, first));
+    const auto y = place_of(argument.substr(first + 1, second - first - 1));
+    const auto box = box_of(argument.substr(second + 1));
+    if (!x || !y || !box)
+        throw UsageError(quoted(argument) + " is not of the form X,Y,WxH");
+    return [x = *x, y = *y, box = *box](nuv_job* job) -> Problem {
+        const nuv_picture is = look(job);
+        if (is.width == 0)
+            return {}; // the job has failed
+        const auto left = pixel_at(x, is.width);
+        const auto top = pixel_at(y, is.height);
+        if (!left || !top)
+            return "begins outside the picture, which has " + std::to_string(is.width) + "x" +
+                   std::to_string(is.height) + " pixels";
+        nuv_crop(job, *left, *top, box.width, box.height);
+        return {};
+    };
+}
+
+struct WordParser {
+    std::string_view name;
+    // Turns the text behind "=" into what the word does. Throws UsageError.
+    Append (*parse)(std::string_view argument);
+};
+
+constexpr std::array parsers{
+    WordParser{"auto-orient", parse_plain<nuv_upright>},
+    WordParser{"crop", parse_crop},
+    WordParser{"mirror-x", parse_mirror<NUV_LEFT_TO_RIGHT>},
+    WordParser{"mirror-y", parse_mirror<NUV_TOP_TO_BOTTOM>},
+    WordParser{"rotate", parse_rotate},
+    WordParser{"fit", parse_box<0>},
+    WordParser{"fill", parse_box<NUV_FILL>},
+    WordParser{"max", parse_max},
+    WordParser{"nearest", parse_scale<NUV_NEAREST>},
+    WordParser{"linear", parse_scale<NUV_LINEAR>},
+    WordParser{"cubic", parse_scale<NUV_CUBIC>},
+    WordParser{"area", parse_scale<NUV_AREA>},
+    WordParser{"fine", parse_scale<NUV_FINE>},
+    WordParser{"invert", parse_invert},
+    WordParser{"channel", parse_channel},
+    WordParser{"color", parse_color},
+    WordParser{"lut", parse_lut},
+    WordParser{"convert", parse_convert},
+};
+
+Operation parse_operation(const std::string& text)
+{
+    const std::string_view whole = text;
+    const std::string_view name = whole.substr(0, whole.find('='));
+    const Word* const word = find_word(name);
+    const auto parser = std::ranges::find(parsers, name, &WordParser::name);
+    if (!word || parser == parsers.end())
+        throw UsageError(unknown_word("word", name, word_names()));
+    const bool has_argument = name.size() < whole.size();
     if (has_argument == word->argument.empty())
-        return quoted(text) + " is not of the form " + usage(*word);
-    return word->parse(has_argument ? text.substr(name.size() + 1) : std::string_view{}, operation);
+        throw UsageError(quoted(text) + " is not of the form " + usage_of(*word));
+    return {text, parser->parse(has_argument ? whole.substr(name.size() + 1) : std::string_view{})};
 }
 
 } // namespace
 
-Problem parse_operations(const std::vector<std::string>& words, std::vector<Operation>& operations)
+std::vector<Operation> parse_operations(const std::vector<std::string>& words)
 {
-    for (const std::string& word : words) {
-        Operation operation;
-        if (Problem problem = parse_operation(word, operation))
-            return problem;
-        operations.push_back(std::move(operation));
-    }
-    return {};
+    std::vector<Operation> operations;
+    for (const std::string& word : words)
+        operations.push_back(parse_operation(word));
+    return operations;
 }
 
-std::string operations_help()
+nuv_picture look(nuv_job* job)
 {
-    constexpr std::size_t column = 34;
-    std::string text;
-    for (const OperationWord& word : operation_words) {
-        const std::string shown = usage(word);
-        text.append("  ").append(shown);
-        text.append(column - std::min(shown.size(), column - 1), ' ');
-        text.append(word.help).append("\n");
+    nuv_picture is{};
+    is.size = sizeof(is);
+    nuv_look(job, &is);
+    return is;
+}
+
+void make_scalable(nuv_job* job)
+{
+    constexpr int white = 255;
+
+    nuv_picture is = look(job);
+    if (is.palette_entries != 0) {
+        nuv_recolor(job, static_cast<nuv_color>(is.color));
+        is = look(job);
     }
-    return text;
+    if (is.bits == 1)
+        nuv_expand_bits(job, 8, 0, white);
 }
 
 } // namespace nuv_tool

@@ -2,7 +2,7 @@
 
 #include "tools/nuv/nuv_problem.h"
 
-#include <nuv/nuv_wrapper.h>
+#include <nuv/nuv.h>
 
 #include <functional>
 #include <string>
@@ -10,19 +10,24 @@
 
 namespace nuv_tool {
 
-// One operation of a command line, its argument already understood.
+// One word of a command line that does something to a picture, its argument already understood. It
+// may serve several jobs at once.
 struct Operation {
-    // Adds the operation to `job`. `picture` tells what comes in, and is made to tell what goes
-    // out. A problem when such a picture is not served; the job is then of no further use.
-    std::function<Problem(NuvWrapperClass& job, ImageParam& picture)> append;
+    std::string word; // as it was written, for messages
+    // Puts the operation behind the chain of `job`. A failure stands in the job, or is answered
+    // when it is the word's own.
+    std::function<Problem(nuv_job* job)> append;
 };
 
-// Understands `words`, as "mirror-x", and puts them into `operations` in the order given. A problem
-// names the first word that is not an operation or has a wrong argument.
-[[nodiscard]] Problem parse_operations(const std::vector<std::string>& words,
-                                       std::vector<Operation>& operations);
+// Understands words as "mirror-x", in the order given. Throws UsageError for what is no word or has
+// a wrong argument, and std::runtime_error for a file of an argument that cannot be read.
+[[nodiscard]] std::vector<Operation> parse_operations(const std::vector<std::string>& words);
 
-// One line for each operation that exists, for the help text.
-[[nodiscard]] std::string operations_help();
+// What leaves the chain of `job`; zeros behind a failure.
+[[nodiscard]] nuv_picture look(nuv_job* job);
+
+// Puts samples behind the chain that new values can be made of: colours in the place of indices,
+// and bytes in the place of bits. A failure stands in the job.
+void make_scalable(nuv_job* job);
 
 } // namespace nuv_tool

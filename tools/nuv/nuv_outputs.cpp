@@ -1,154 +1,123 @@
 #include "tools/nuv/nuv_outputs.h"
 
-#include "tools/nuv/nuv_jpegcheck.h"
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_operations.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <limits>
-#include <system_error>
 
 namespace nuv_tool {
 
 namespace {
 
-// Storages count in signed 32 bits.
-constexpr std::uint64_t largest_file = std::numeric_limits<std::int32_t>::max();
-// T.81, B.2.2: lines and samples per line are 16-bit numbers.
-constexpr std::uint32_t largest_jpeg_side = 65535;
-
-std::string shape(const ImageParam& picture)
+Problem append_jpeg(nuv_job* job, const OutputSettings& settings)
 {
-    return std::to_string(picture.channels) + " x " + std::to_string(picture.bits) + " bits";
-}
-
-std::optional<std::uint64_t> times(std::optional<std::uint64_t> a, std::uint64_t b)
-{
-    if (!a || (b != 0 && *a > std::numeric_limits<std::uint64_t>::max() / b))
-        return {};
-    return *a * b;
-}
-
-Problem check_size(const std::string& path, std::optional<std::uint64_t> expected)
-{
-    std::error_code error;
-    const std::uintmax_t written = std::filesystem::file_size(path, error);
-    if (error)
-        return "the result cannot be looked at: " + error.message();
-    if (expected != written)
-        return "broke off after " + std::to_string(written) + " of " +
-               std::to_string(expected.value_or(0)) +
-               " bytes: the source is damaged or the destination is full";
+    nuv_as_jpeg(job, settings.quality.value_or(-1),
+                settings.sampling.value_or(NUV_SAMPLING_DEFAULT));
     return {};
 }
 
-Problem refuse_large(std::optional<std::uint64_t> bytes)
+Problem append_lossless(nuv_job* job, const OutputSettings& settings)
 {
-    if (bytes && *bytes <= largest_file)
-        return {};
-    return "the result would not fit into a file of 2 GiB, the largest that can be written";
-}
-
-Problem append_raw(NuvWrapperClass& job, const ImageParam& picture, const OutputSettings&)
-{
-    if (Problem problem = refuse_large(interleaved_bytes(picture)))
-        return problem;
-    job.WriteStorage(nullptr);
+    nuv_as_lossless_jpeg(job, settings.optimise ? 1 : 0);
     return {};
 }
 
-Problem check_raw(const std::string& path, const ImageParam& picture)
+Problem append_anymap(nuv_job* job, const OutputSettings&)
 {
-    return check_size(path, interleaved_bytes(picture));
-}
-
-Problem append_planar(NuvWrapperClass& job, const ImageParam& picture, const OutputSettings&)
-{
-    if (Problem problem = refuse_large(planar_bytes(picture)))
-        return problem;
-    if (picture.bits != 1 && picture.bits % 8 != 0)
-        return "planes have samples of 1 bit or of whole bytes, not " + shape(picture);
-    job.WriteStoragePlanar(nullptr);
+    nuv_as_anymap(job);
     return {};
 }
 
-Problem check_planar(const std::string& path, const ImageParam& picture)
+// P4, of a picture that is black and white by now: where to draw the line is not for us to say.
+Problem append_bitmap(nuv_job* job, const OutputSettings& settings)
 {
-    return check_size(path, planar_bytes(picture));
+    const nuv_picture is = look(job);
+    if (is.width != 0 && (is.bits != 1 || is.channels != 1 || is.palette_entries != 0)) {
+        const bool is_gray = is.channels == 1 && is.palette_entries == 0;
+        const int middle = is.bits == 16 ? 32768 : 128;
+        return "a .pbm has one bit a pixel; " +
+               quoted((is_gray ? "convert=1:" : "color=gray convert=1:") + std::to_string(middle) +
+                      ":1") +
+               " makes one of what the picture has";
+    }
+    return append_anymap(job, settings);
 }
 
-// What both kinds of JPEG refuse.
-Problem refuse_for_jpeg(const ImageParam& picture)
+// P5 and P6, whatever the picture has.
+template <nuv_color color>
+Problem append_map(nuv_job* job, const OutputSettings& settings)
 {
-    if (picture.channels == 1 && picture.color == ColorType::eRGB)
-        return "a JPEG has no colour table, and this picture has one";
-    if (picture.width > largest_jpeg_side || picture.height > largest_jpeg_side)
-        return "a JPEG is at most 65535 pixels wide and high";
-    return {};
+    make_scalable(job);
+    nuv_recolor(job, color);
+    return append_anymap(job, settings);
 }
 
-Problem append_lossless(NuvWrapperClass& job, const ImageParam& picture,
-                        const OutputSettings& settings)
+template <int planar>
+Problem append_samples(nuv_job* job, const OutputSettings&)
 {
-    const bool served = picture.bits == 8 || picture.bits == 16;
-    if (!served || (picture.channels != 1 && picture.channels != 3))
-        return "a lossless JPEG has 1 or 3 channels of 8 or 16 bits, not " + shape(picture);
-    if (Problem problem = refuse_for_jpeg(picture))
-        return problem;
-    WriteLosslessJPEGOption option{.optimise = static_cast<std::uint8_t>(settings.optimise)};
-    job.WriteLosslessJPEG(&option);
-    return {};
-}
-
-Problem append_jpeg(NuvWrapperClass& job, const ImageParam& picture, const OutputSettings& settings)
-{
-    if (picture.bits != 8 || (picture.channels != 1 && picture.channels != 3))
-        return "a JPEG has 1 or 3 channels of 8 bits, not " + shape(picture);
-    if (Problem problem = refuse_for_jpeg(picture))
-        return problem;
-    constexpr int default_quality = 75;
-    WriteJPEGOption option{
-        .quality = settings.quality.value_or(default_quality),
-        .sampling = settings.sampling.value_or(WriteJPEGOption::eSampling422),
-    };
-    job.WriteJPEG(&option);
+    nuv_as_samples(job, planar);
     return {};
 }
 
 constexpr std::array output_kinds{
-    OutputKind{"jpeg", append_jpeg, check_jpeg},
-    OutputKind{"lossless", append_lossless, check_jpeg},
-    OutputKind{"raw", append_raw, check_raw},
-    OutputKind{"planar", append_planar, check_planar},
+    OutputKind{"jpeg", append_jpeg},         OutputKind{"lossless", append_lossless},
+    OutputKind{"anymap", append_anymap},     OutputKind{"raw", append_samples<0>},
+    OutputKind{"planar", append_samples<1>},
 };
 
 struct Ending {
     std::string_view text;
-    std::string_view kind;
+    OutputKind kind;
 };
 
-// Every other ending means raw samples.
 constexpr std::array endings{
-    Ending{".jpg", "jpeg"},
-    Ending{".jpeg", "jpeg"},
-    Ending{".ljpg", "lossless"},
+    Ending{".jpg", {"jpeg", append_jpeg}},
+    Ending{".jpeg", {"jpeg", append_jpeg}},
+    Ending{".ljpg", {"lossless", append_lossless}},
+    Ending{".pnm", {"anymap", append_anymap}},
+    Ending{".ppm", {"anymap", append_map<NUV_RGB>}},
+    Ending{".pgm", {"anymap", append_map<NUV_GRAY>}},
+    Ending{".pbm", {"anymap", append_bitmap}},
+    Ending{".raw", {"raw", append_samples<0>}},
 };
 
-} // namespace
-
-const OutputKind* output_kind(std::string_view name)
+const OutputKind& kind_of_name(const std::string& name)
 {
     const auto kind = std::ranges::find(output_kinds, name, &OutputKind::name);
-    return kind != output_kinds.end() ? &*kind : nullptr;
+    if (kind == output_kinds.end())
+        throw UsageError("--write " + name + ": not one of " + output_kind_names());
+    return *kind;
 }
 
-const OutputKind& output_kind_of_path(std::string_view path)
+const OutputKind& kind_of_path(const std::string& path)
 {
+    if (path == "-")
+        throw UsageError("standard output has no ending: --write tells what goes there, " +
+                         output_kind_names());
     std::string extension = std::filesystem::path{path}.extension().string();
     for (char& letter : extension)
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
     const auto ending = std::ranges::find(endings, extension, &Ending::text);
-    return *output_kind(ending != endings.end() ? ending->kind : "raw");
+    if (ending == endings.end())
+        throw UsageError(path + ": no kind that is written has this ending, but " +
+                         output_endings() + "; or --write tells what to write, " +
+                         output_kind_names());
+    return ending->kind;
+}
+
+} // namespace
+
+const OutputKind& choose_output(const std::string& write, const std::string& path,
+                                const OutputSettings& settings)
+{
+    const OutputKind& kind = write.empty() ? kind_of_path(path) : kind_of_name(write);
+    if (kind.name != "jpeg" && (settings.quality || settings.sampling))
+        throw UsageError("--quality and --sampling serve JPEG files alone");
+    if (kind.name != "lossless" && settings.optimise)
+        throw UsageError("--optimise serves lossless JPEG files alone");
+    return kind;
 }
 
 std::string output_kind_names()
@@ -159,20 +128,12 @@ std::string output_kind_names()
     return names;
 }
 
-std::optional<std::uint64_t> interleaved_bytes(const ImageParam& picture)
+std::string output_endings()
 {
-    const std::uint64_t sample_bits = std::uint64_t{picture.channels} * picture.bits;
-    const std::optional<std::uint64_t> line_bits = times(sample_bits, picture.width);
-    if (!line_bits)
-        return {};
-    return times(*line_bits / 8 + (*line_bits % 8 != 0 ? 1 : 0), picture.height);
-}
-
-std::optional<std::uint64_t> planar_bytes(const ImageParam& picture)
-{
-    ImageParam plane = picture;
-    plane.channels = 1;
-    return times(interleaved_bytes(plane), picture.channels);
+    std::string texts;
+    for (const Ending& ending : endings)
+        texts.append(texts.empty() ? "" : ", ").append(ending.text);
+    return texts;
 }
 
 } // namespace nuv_tool

@@ -15,5 +15,10 @@ using Problem = std::optional<std::string>;
 {
     return std::string{"'"}.append(text).append("'");
 }
+// Or std::quoted() would be the nearer one.
+[[nodiscard]] inline std::string quoted(const std::string& text)
+{
+    return quoted(std::string_view{text});
+}
 
 } // namespace nuv_tool

@@ -1,0 +1,288 @@
+#include "tools/nuv/nuv_batch.h"
+
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_names.h"
+#include "tools/nuv/nuv_numbers.h"
+#include "tools/nuv/nuv_signals.h"
+#include "tools/nuv/nuv_streams.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace nuv_tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A number with k, M or G behind it, which stand for `thousand` and its powers; 0 stands for none.
+std::uint64_t amount_of(const std::string& text, const std::string& option, std::uint64_t thousand)
+{
+    constexpr std::string_view units = "kMG";
+
+    std::string_view digits = text;
+    std::uint64_t unit = 1;
+    const auto power = digits.empty() ? std::string_view::npos : units.find(digits.back());
+    if (power != std::string_view::npos) {
+        digits.remove_suffix(1);
+        for (std::size_t i = 0; i <= power; ++i)
+            unit *= thousand;
+    }
+    const auto number = number_of<std::uint64_t>(digits);
+    if (!number || *number > std::numeric_limits<std::uint64_t>::max() / unit)
+        throw UsageError(option + " takes a number, as 50M, not " + quoted(text));
+    return *number * unit;
+}
+
+nuv_limits limits_of(const WritingRequest& request)
+{
+    nuv_limits limits{};
+    limits.size = sizeof(limits);
+    nuv_default_limits(&limits);
+    if (!request.max_pixels.empty()) {
+        limits.pixels = amount_of(request.max_pixels, "--max-pixels", 1000);
+        limits.width = 0; // the number of pixels limits the sides as well
+        limits.height = 0;
+    }
+    if (!request.max_memory.empty())
+        limits.memory_bytes = amount_of(request.max_memory, "--max-memory", 1024);
+    limits.strict = request.strict ? 1 : 0;
+    return limits;
+}
+
+std::string expanded(const std::string& pattern, const fs::path& source, std::size_t number)
+{
+    std::string path;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern[i] != '%') {
+            path += pattern[i];
+            continue;
+        }
+        const char letter = ++i < pattern.size() ? pattern[i] : '\0';
+        if (letter == 's')
+            path += source == "-" ? "stdin" : source.stem().string();
+        else if (letter == 'd')
+            path += source.has_parent_path() ? source.parent_path().string() : ".";
+        else if (letter == 'n')
+            path += std::to_string(number);
+        else if (letter == '%')
+            path += '%';
+        else
+            throw UsageError("-o " + quoted(pattern) + ": % is followed by s, d, n or %");
+    }
+    return path;
+}
+
+// The same for all names of a file.
+std::string identity(const std::string& path)
+{
+    std::error_code error;
+    const fs::path whole = fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : whole.string();
+}
+
+void refuse_collisions(const std::vector<Errand>& errands)
+{
+    std::map<std::string, const Errand*> sources;
+    for (const Errand& errand : errands)
+        sources.emplace(identity(errand.source), &errand);
+    std::map<std::string, const Errand*> taken;
+    for (const Errand& errand : errands) {
+        const std::string destination = identity(errand.destination);
+        const auto [other, is_first] = taken.emplace(destination, &errand);
+        if (!is_first)
+            throw UsageError(errand.destination + ": would be written from " +
+                             other->second->source + " and again from " + errand.source +
+                             "; nothing was done");
+        const auto source = sources.find(destination);
+        if (source != sources.end() && source->second->source != errand.source)
+            throw UsageError(errand.destination + ": would be written from " + errand.source +
+                             ", but is itself a source; nothing was done");
+    }
+}
+
+void refuse_streams(const Errand& errand, const WritingRequest& request)
+{
+    if (names_standard_output(errand.destination))
+        throw UsageError(errand.destination + ": the name of standard output is -");
+    if (errand.destination == "-" && isatty(STDOUT_FILENO) != 0 && !request.force)
+        throw UsageError("standard output is a terminal, which shows no picture");
+}
+
+// A word or two for a number of pictures.
+std::string count_of(std::size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what;
+}
+
+class Batch {
+public:
+    Batch(const Recipe& recipe, const std::vector<Errand>& errands, const WritingRequest& request)
+        : recipe_(recipe),
+          errands_(errands),
+          request_(request),
+          bar_(shown(request), errands.size())
+    {}
+
+    void run()
+    {
+        const std::size_t most = std::min<std::size_t>(request_.threads, errands_.size());
+        std::vector<std::thread> others;
+        for (std::size_t i = 1; i < most; ++i)
+            others.emplace_back([this] { work(); });
+        work();
+        for (std::thread& other : others)
+            other.join();
+    }
+
+    [[nodiscard]] std::size_t count(Outcome outcome) const
+    {
+        return counts_[static_cast<std::size_t>(outcome)];
+    }
+
+private:
+    [[nodiscard]] static ShowProgress shown(const WritingRequest& request)
+    {
+        if (request.quiet)
+            return ShowProgress::never;
+        return request.progress ? ShowProgress::always : ShowProgress::if_long;
+    }
+
+    void work()
+    {
+        for (std::size_t i = next_++; i < errands_.size() && !is_signalled(); i = next_++) {
+            ProgressBar::Picture picture(bar_);
+            Outcome outcome = Outcome::failed;
+            try {
+                outcome = convert(recipe_, errands_[i], !request_.quiet, picture);
+            } catch (const std::exception& error) { // of the containers
+                report(errands_[i].source + ": " + error.what());
+            }
+            ++counts_[static_cast<std::size_t>(outcome)];
+        }
+    }
+
+    const Recipe& recipe_;
+    const std::vector<Errand>& errands_;
+    const WritingRequest& request_;
+    ProgressBar bar_;
+    std::atomic<std::size_t> next_ = 0;
+    std::array<std::atomic<std::size_t>, 3> counts_{}; // of each Outcome
+};
+
+} // namespace
+
+void add_writing(CLI::App& command, WritingRequest& request)
+{
+    command
+        .add_option("-o,--output", request.output,
+                    "Where to write; with %s for the name of the source without its ending, %d for "
+                    "its folder, %n for its number")
+        ->option_text("PATTERN");
+    command
+        .add_option("--write", request.write,
+                    "What to write; by default by the ending of the destination: " +
+                        output_endings())
+        ->option_text(output_kind_names());
+    command.add_option("--quality", request.settings.quality, "Quality of a JPEG, by default 75")
+        ->check(CLI::Range(0, 100))
+        ->option_text("0-100");
+    command
+        .add_option_function<std::string>(
+            "--sampling",
+            [&request](const std::string& name) {
+                request.settings.sampling = find_sampling(name);
+                if (!request.settings.sampling)
+                    throw UsageError("--sampling " + name + ": not one of 444, 422, 420, 411");
+            },
+            "Sampling of a JPEG, by default 422")
+        ->option_text("444|422|420|411");
+    command.add_flag("--optimise", request.settings.optimise,
+                     "Make the Huffman table of a lossless JPEG for the picture");
+    command
+        .add_option("-j,--jobs", request.threads,
+                    "How many pictures are worked at side by side, by default 1")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("N");
+    command.add_option("--page", request.page, "Which picture of a file of several, from 0")
+        ->option_text("N");
+    command.add_flag("--strict", request.strict,
+                     "Refuse damaged pictures in place of mending them");
+    command.add_flag("-f,--force", request.force,
+                     "Write over a picture that is named without -o, and to a terminal");
+    command
+        .add_option("--max-pixels", request.max_pixels,
+                    "The most pixels of a picture, by default 268435456; 0 for no limit")
+        ->option_text("N[k|M|G]");
+    command
+        .add_option("--max-memory", request.max_memory,
+                    "The most bytes of memory for a picture, by default 1G; 0 for no limit")
+        ->option_text("N[k|M|G]");
+    command.add_option("--timeout", request.timeout_seconds, "The longest time for a picture")
+        ->check(CLI::PositiveNumber)
+        ->option_text("SECONDS");
+    command.add_flag("-q,--quiet", request.quiet, "Tell of failures alone");
+    command.add_flag("-v,--verbose", request.verbose,
+                     "Tell what is read, what each word makes of it, time and memory");
+    command.add_flag("--progress", request.progress, "Tell at once how far the work is");
+}
+
+Recipe recipe_of(const WritingRequest& request)
+{
+    Recipe recipe;
+    recipe.limits = limits_of(request);
+    recipe.timeout_seconds = request.timeout_seconds;
+    recipe.page = request.page;
+    recipe.settings = request.settings;
+    recipe.verbose = request.verbose;
+    return recipe;
+}
+
+std::vector<Errand> plan(const std::vector<std::string>& sources, const WritingRequest& request)
+{
+    std::vector<Errand> errands;
+    for (const std::string& source : sources) {
+        Errand errand{source, request.output};
+        if (request.output != "-")
+            errand.destination = expanded(request.output, source, errands.size() + 1);
+        refuse_streams(errand, request);
+        errand.kind = &choose_output(request.write, errand.destination, request.settings);
+        errands.push_back(std::move(errand));
+    }
+    refuse_collisions(errands);
+    return errands;
+}
+
+int run_errands(const Recipe& recipe, const std::vector<Errand>& errands,
+                const WritingRequest& request)
+{
+    notice_signals();
+    std::size_t mended = 0;
+    std::size_t failed = 0;
+    {
+        Batch batch(recipe, errands, request);
+        batch.run();
+        mended = batch.count(Outcome::mended);
+        failed = batch.count(Outcome::failed);
+    }
+    end_by_signal();
+    if (errands.size() > 1 && !request.quiet) {
+        report(count_of(errands.size() - failed, "written, ") +
+               (mended != 0 ? count_of(mended, "of them mended, ") : "") +
+               count_of(failed, "failed"));
+    }
+    if (failed != 0)
+        return exit_failed;
+    return mended != 0 ? exit_mended : exit_done;
+}
+
+} // namespace nuv_tool

@@ -1,0 +1,265 @@
+#include "tools/nuv/nuv_conversion.h"
+
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_names.h"
+#include "tools/nuv/nuv_signals.h"
+#include "tools/nuv/nuv_streams.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace nuv_tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct JobEnd {
+    void operator()(nuv_job* job) const noexcept { nuv_free(job); }
+};
+using JobHandle = std::unique_ptr<nuv_job, JobEnd>;
+
+// What a run is watched by.
+struct Watch {
+    ProgressBar::Picture* progress = nullptr;
+    std::optional<Clock::time_point> deadline;
+    bool is_late = false;
+    int stream_error = 0; // errno
+
+    static int look(void* user, std::uint32_t lines_done, std::uint32_t lines) noexcept
+    {
+        auto& watch = *static_cast<Watch*>(user);
+        watch.progress->tell(lines_done, lines);
+        watch.is_late = watch.deadline && Clock::now() > *watch.deadline;
+        return watch.is_late || is_signalled() ? 1 : 0;
+    }
+    static int write(void* user, const void* from, std::size_t bytes)
+    {
+        auto& watch = *static_cast<Watch*>(user);
+        return write_standard_output(from, bytes, watch.stream_error) ? 0 : 1;
+    }
+    static ptrdiff_t read(void* user, void* into, std::size_t bytes)
+    {
+        return read_standard_input(into, bytes, static_cast<Watch*>(user)->stream_error);
+    }
+};
+
+std::string milliseconds(Clock::duration time)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f ms",
+                  std::chrono::duration<double, std::milli>(time).count());
+    return text.data();
+}
+
+std::string described(const nuv_picture& is)
+{
+    return std::to_string(is.width) + "x" + std::to_string(is.height) + ", " +
+           std::to_string(is.channels) + "x" + std::to_string(is.bits) + " " +
+           std::string{color_name(is.color)} +
+           (is.palette_entries != 0 ? ", with a colour table" : "");
+}
+
+std::string_view option_of(std::int32_t limit)
+{
+    switch (limit) {
+    case NUV_PASSED_SIDE:
+    case NUV_PASSED_PIXELS:
+        return "--max-pixels";
+    case NUV_PASSED_MEMORY:
+        return "--max-memory";
+    default:
+        return {};
+    }
+}
+
+// A stream by a word for it.
+std::string shown(const std::string& path, std::string_view stream)
+{
+    return path == "-" ? std::string{stream} : path;
+}
+
+// One job from its source to its destination.
+class Conversion {
+public:
+    Conversion(const Recipe& recipe, const Errand& errand)
+        : recipe_(recipe),
+          source_(shown(errand.source, "standard input")),
+          errand_(errand),
+          job_(nuv_new(&recipe.limits))
+    {}
+
+    [[nodiscard]] Outcome work(bool tell_mending, ProgressBar::Picture& progress)
+    {
+        Watch watch;
+        watch.progress = &progress;
+        if (recipe_.timeout_seconds) {
+            watch.deadline = start_ + std::chrono::duration_cast<Clock::duration>(
+                                          std::chrono::duration<double>(*recipe_.timeout_seconds));
+        }
+        if (!open(watch) || !build() || !run(watch)) {
+            if (!is_signalled())
+                report(why(watch));
+            return Outcome::failed;
+        }
+        tell("took " + milliseconds(Clock::now() - start_) + ", and at the most " +
+             std::to_string(nuv_memory_peak(job()) / 1024) + " KiB of memory");
+        if (nuv_first_damaged_line(job()) < 0)
+            return Outcome::done;
+        if (tell_mending)
+            report(source_ + ": " + nuv_message(job()));
+        return Outcome::mended;
+    }
+
+private:
+    [[nodiscard]] nuv_job* job() const noexcept { return job_.get(); }
+    [[nodiscard]] bool is_well() const noexcept { return !problem_ && nuv_state(job()) == NUV_OK; }
+
+    void tell(const std::string& text) const
+    {
+        if (recipe_.verbose)
+            report(source_ + ": " + text);
+    }
+
+    [[nodiscard]] bool open(Watch& watch)
+    {
+        nuv_page(job(), recipe_.page);
+        const bool is_stream = errand_.source == "-";
+        if (recipe_.raw) {
+            if (is_stream)
+                problem_ = input_.open_samples(job(), *recipe_.raw, recipe_.planar_input,
+                                               recipe_.limits.memory_bytes);
+            else
+                nuv_open_samples_file(job(), errand_.source.c_str(), &*recipe_.raw,
+                                      recipe_.planar_input ? 1 : 0);
+        } else if (is_stream) {
+            nuv_open_stream(job(), Watch::read, &watch);
+        } else {
+            nuv_open_file(job(), errand_.source.c_str());
+        }
+        if (recipe_.verbose && is_well())
+            tell_source();
+        return is_well();
+    }
+
+    void tell_source() const
+    {
+        nuv_source is{};
+        is.size = sizeof(is);
+        nuv_source_info(job(), &is);
+        std::string text = std::string{is.kind} + ", " + is.coding;
+        if (is.sampling != 0)
+            text.append(" ").append(sampling_name(is.sampling));
+        tell(text + ", " + described(look(job())) + ", opened in " +
+             milliseconds(Clock::now() - start_));
+    }
+
+    [[nodiscard]] bool build()
+    {
+        if (recipe_.first)
+            problem_ = recipe_.first(job());
+        for (const Operation& operation : recipe_.operations) {
+            if (!is_well())
+                return false;
+            word_ = operation.word;
+            problem_ = operation.append(job());
+            if (is_well() && recipe_.verbose)
+                tell(quoted(word_) + " makes " + described(look(job())));
+        }
+        if (!is_well())
+            return false;
+        word_.clear();
+        is_forming_ = true;
+        problem_ = errand_.kind->append(job(), recipe_.settings);
+        if (is_well() && recipe_.verbose)
+            tell("written as " + std::string{errand_.kind->name} + ", " + described(look(job())));
+        return is_well();
+    }
+
+    [[nodiscard]] bool run(Watch& watch)
+    {
+        if (errand_.destination == "-")
+            nuv_run_to_stream(job(), Watch::write, Watch::look, &watch);
+        else
+            nuv_run_to_file(job(), errand_.destination.c_str(), Watch::look, &watch);
+        return is_well();
+    }
+
+    // The line that tells the failure, with the file that it is about.
+    [[nodiscard]] std::string why(const Watch& watch) const
+    {
+        if (!job())
+            return source_ + ": There is not enough memory.";
+        if (watch.is_late)
+            return source_ + ": It takes longer than is allowed (--timeout).";
+        nuv_failure failure{};
+        failure.size = sizeof(failure);
+        nuv_why(job(), &failure);
+        const bool is_of_result = failure.in_destination != 0 || (is_forming_ && problem_);
+        const std::string file =
+            is_of_result ? shown(errand_.destination, "standard output") : source_;
+        std::string text = problem_ ? *problem_ : nuv_message(job());
+        if (watch.stream_error != 0)
+            text = std::string{is_of_result ? "The result cannot be written: "
+                                            : "The source cannot be read: "} +
+                   std::generic_category().message(watch.stream_error) + ".";
+        name_the_word(text);
+        const std::string_view option = option_of(failure.limit);
+        if (!option.empty()) {
+            if (text.ends_with('.'))
+                text.pop_back();
+            text.append(" (").append(option).append(").");
+        }
+        if (names_standard_input(errand_.source) && failure.status == NUV_IO)
+            text += " (The name of standard input is -.)";
+        return file + ": " + text;
+    }
+
+    // In the place of the call that it stands for.
+    void name_the_word(std::string& text) const
+    {
+        const auto call = text.starts_with("nuv_") ? text.find("()") : std::string::npos;
+        std::string name = word_.empty() ? "--input-raw" : quoted(word_);
+        if (is_forming_)
+            name = "--write " + std::string{errand_.kind->name};
+        if (call != std::string::npos)
+            text.replace(0, call + 2, name);
+        else if (!word_.empty() && problem_)
+            text.insert(0, name + ": ");
+    }
+
+    const Recipe& recipe_;
+    const std::string source_;
+    const Errand& errand_;
+    const Clock::time_point start_ = Clock::now();
+    StreamedSamples input_; // before the job, which reads them
+    JobHandle job_;
+    Problem problem_;
+    std::string word_; // that is being appended
+    bool is_forming_ = false;
+};
+
+} // namespace
+
+Outcome convert(const Recipe& recipe, const Errand& errand, bool tell_mending,
+                ProgressBar::Picture& progress)
+{
+    return Conversion(recipe, errand).work(tell_mending, progress);
+}
+
+bool is_stored_picture(const std::string& path)
+{
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
+        return false;
+    const JobHandle job(nuv_new(nullptr));
+    const nuv_status opened = nuv_open_file(job.get(), path.c_str());
+    return opened == NUV_OK || opened == NUV_UNSUPPORTED || opened == NUV_INVALID ||
+           opened == NUV_DAMAGED || opened == NUV_LIMIT;
+}
+
+} // namespace nuv_tool

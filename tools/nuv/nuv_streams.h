@@ -1,0 +1,35 @@
+#pragma once
+
+#include "tools/nuv/nuv_problem.h"
+
+#include <nuv/nuv.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace nuv_tool {
+
+// For a nuv_read and a nuv_write of the standard streams. They fail once a signal was noticed;
+// `error` is then errno.
+[[nodiscard]] ptrdiff_t read_standard_input(void* into, std::size_t bytes, int& error);
+[[nodiscard]] bool write_standard_output(const void* from, std::size_t bytes, int& error);
+
+// True for the names that the system has for these streams, as "/dev/stdout".
+[[nodiscard]] bool names_standard_input(std::string_view path);
+[[nodiscard]] bool names_standard_output(std::string_view path);
+
+// Samples that come by the standard input, and have to stay as long as the job that reads them.
+class StreamedSamples {
+public:
+    // Takes them, and opens them in `job`. A problem when they do not come whole or are more than
+    // `most_bytes` bytes; 0 for no limit. Other failures stand in the job.
+    [[nodiscard]] Problem open_samples(nuv_job* job, const nuv_picture& is, bool is_planar,
+                                       std::uint64_t most_bytes);
+
+private:
+    std::vector<unsigned char> bytes_;
+};
+
+} // namespace nuv_tool

@@ -1,0 +1,68 @@
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_sizes.h"
+
+#include <CLI/CLI.hpp>
+
+#include <utility>
+
+namespace nuv_tool {
+
+namespace {
+
+// Scales into the box and turns upright what lies down; turned last, it holds the small picture.
+Problem shrink(nuv_job* job, Extent box, unsigned flags)
+{
+    constexpr std::int32_t first_lying = 5; // TIFF 6.0, section 8: 5 to 8 have rows for columns
+
+    nuv_source is{};
+    is.size = sizeof(is);
+    nuv_source_info(job, &is);
+    if (is.orientation >= first_lying)
+        std::swap(box.width, box.height);
+    make_scalable(job);
+    nuv_fit(job, NUV_FINE, box.width, box.height, flags);
+    nuv_upright(job);
+    return {};
+}
+
+} // namespace
+
+void add_thumbnail(CLI::App& app, ThumbnailRequest& request)
+{
+    CLI::App& command = *app.add_subcommand("thumbnail", "Make small pictures of pictures");
+    command.add_option("FILE", request.sources, "The pictures; - is the standard input")
+        ->required();
+    command
+        .add_option("-s,--size", request.size, "The box to fit into, by default 256 for 256x256")
+        ->option_text("N|WxH");
+    command.add_flag("--fill", request.fill,
+                     "Cover the box, and cut off what stands over on both sides");
+    command.add_flag("--enlarge", request.enlarge,
+                     "Enlarge pictures that are smaller than the box");
+    add_writing(command, request.writing);
+    command.footer(R"(Pictures are turned as their files say that they are to be seen.
+
+Examples:
+  nuv thumbnail photo.jpg -o small.jpg
+  nuv thumbnail *.jpg -s 256 -o 'thumbs/%s.jpg' -j 4
+  nuv thumbnail *.tif -s 120x90 --fill -o '%d/%s_small.jpg'
+  nuv thumbnail icon.png -s 64 --enlarge -o icon64.ppm
+  nuv thumbnail - -s 100 -o - --write jpeg <photo.jpg >small.jpg
+)");
+}
+
+int run_thumbnail(const ThumbnailRequest& request)
+{
+    const auto box = box_of(request.size);
+    if (!box)
+        throw UsageError("--size " + quoted(request.size) + ": not a box such as 256 or 320x240");
+    if (request.writing.output.empty())
+        throw UsageError("-o is required, as -o 'small/%s.jpg'");
+    const unsigned flags =
+        (request.fill ? unsigned{NUV_FILL} : 0U) | (request.enlarge ? unsigned{NUV_ENLARGE} : 0U);
+    Recipe recipe = recipe_of(request.writing);
+    recipe.first = [box = *box, flags](nuv_job* job) { return shrink(job, box, flags); };
+    return run_errands(recipe, plan(request.sources, request.writing), request.writing);
+}
+
+} // namespace nuv_tool
