@@ -13,6 +13,23 @@ namespace nuv {
 namespace {
 
 constexpr mode_t rights = 07777;
+constexpr mode_t new_file = 0666; // of which the process takes its mask
+
+// With its slash; empty for the folder in which the process is.
+[[nodiscard]] std::string folder_of(const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// By which a file without a name can be reached as long as it is open.
+struct NamelessPath {
+    explicit NamelessPath(int descriptor) noexcept
+    {
+        std::snprintf(text, sizeof(text), "/proc/self/fd/%d", descriptor);
+    }
+    char text[32];
+};
 
 struct Freed {
     void operator()(char* text) const noexcept { std::free(text); }
@@ -57,26 +74,41 @@ int NUV_ReplacedFile::create(const char* path)
             return errno;
         destination_ = resolved.get();
     }
-    const int error = open_beside();
+    const int error = open_nameless() ? 0 : take_name([this](const char* name) {
+        descriptor_ = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, new_file);
+        return descriptor_ >= 0;
+    });
     if (error == 0 && is_there && ::fchmod(descriptor_, there.st_mode & rights) != 0)
         return errno;
     return error;
 }
 
-int NUV_ReplacedFile::open_beside()
+bool NUV_ReplacedFile::open_nameless()
+{
+#if defined(O_TMPFILE)
+    const std::string folder = folder_of(destination_);
+    const int opened =
+        ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, new_file);
+    // Without /proc it could not get a name later.
+    if (opened >= 0 && ::access(NamelessPath(opened).text, F_OK) != 0)
+        ::close(opened);
+    else
+        descriptor_ = opened;
+#endif
+    return descriptor_ >= 0;
+}
+
+template <class Take>
+int NUV_ReplacedFile::take_name(Take take)
 {
     constexpr unsigned most_attempts = 100;
-    constexpr mode_t new_file = 0666; // of which the process takes its mask
 
-    const auto slash = destination_.rfind('/');
-    const std::string folder =
-        slash == std::string::npos ? std::string() : destination_.substr(0, slash + 1);
+    const std::string folder = folder_of(destination_);
     for (unsigned attempt = 0; attempt < most_attempts; ++attempt) {
         char name[32];
         std::snprintf(name, sizeof(name), ".nuv-%012llx", unlikely_number(this, attempt));
         std::string candidate = folder + name;
-        descriptor_ = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, new_file);
-        if (descriptor_ >= 0) {
+        if (take(candidate.c_str())) {
             path_.swap(candidate);
             return 0;
         }
@@ -91,10 +123,23 @@ int NUV_ReplacedFile::duplicate() const noexcept
     return ::fcntl(descriptor_, F_DUPFD_CLOEXEC, 0);
 }
 
-int NUV_ReplacedFile::keep() noexcept
+int NUV_ReplacedFile::give_name()
+{
+    const NamelessPath nameless(descriptor_);
+    const auto link = [&nameless](const char* name) {
+        return ::linkat(AT_FDCWD, nameless.text, AT_FDCWD, name, AT_SYMLINK_FOLLOW) == 0;
+    };
+    return take_name(link);
+}
+
+int NUV_ReplacedFile::keep()
 {
     if (::fsync(descriptor_) != 0)
         return errno;
+    // What has a name already can only be replaced by another name.
+    const int error = path_.empty() ? give_name() : 0;
+    if (error != 0)
+        return error;
     if (std::rename(path_.c_str(), destination_.c_str()) != 0)
         return errno;
     path_.clear();

@@ -3,6 +3,11 @@
 # pylint: disable=line-too-long
 RAW = "--input-raw 4x1x4x8"
 FOUR = "printf 0123456789abcdef >four; "
+# gray.pgm in a TIFF file, to be turned clockwise.
+LYING = r"""python3 -c "
+from struct import pack; from sys import stdout
+tags = (256, 33), (257, 17), (258, 8), (259, 1), (262, 1), (273, 8), (274, 6), (277, 1), (278, 17), (279, 561)
+stdout.buffer.write(pack('<4sI', b'II*\\0', 570) + open('gray.pgm', 'rb').read()[-561:] + bytes(1) + pack('<H', len(tags)) + b''.join(pack('<HHII', tag, 3, 1, value) for tag, value in tags) + bytes(4))" >t.tif; """
 
 ROWS = (
     # What operations make, as netpbm and arithmetic have it. netpbm, too, says 1 for black.
@@ -99,4 +104,42 @@ ROWS = (
     (64, FOUR + "nuv convert four o.raw --input-raw 2x2x4x8:blue", "four", "", "nuv: *does not end in*"),
     (64, FOUR + "nuv convert four o.raw --input-raw 4x4x1x8:rgb", "four", "", "nuv: *this colour has 3 channels"),
     (64, "nuv convert in.ppm o.raw --input-raw 2x2x1x8", "", "", "nuv: *is a stored picture*"),
+    # Words, as netpbm has it.
+    (0, "nuv convert in.ppm o.ppm crop=-8,2,5x99", "o.ppm", "", "", "pamcut -left -8 -width 5 -top 2 in.ppm | cmp - o.ppm"),
+    (0, "nuv convert in.ppm o.ppm crop=3,-4,9x2", "o.ppm", "", "", "pamcut -left 3 -width 9 -top -4 -height 2 in.ppm | cmp - o.ppm"),
+    (0, "nuv convert in.ppm o.ppm mirror-y", "o.ppm", "", "", "pamflip -tb in.ppm | cmp - o.ppm"),
+    (0, "nuv convert in.ppm o.ppm invert; nuv convert bits.pbm o.pbm invert", "o.ppm o.pbm", "", "", "pnminvert in.ppm | cmp - o.ppm && pnminvert bits.pbm | cmp - o.pbm"),
+    (0, "nuv convert in.ppm o.pgm channel=2", "o.pgm", "", "", "pamchannel -infile in.ppm 2 -tupletype GRAYSCALE | pamtopnm | cmp - o.pgm"),
+    (0, "nuv convert palette.png o.ppm invert", "o.ppm", "", "", "pngtopnm palette.png | pnminvert | cmp - o.ppm"),
+    (0, LYING + "nuv convert t.tif o.pgm auto-orient; nuv thumbnail t.tif -s 9x99 -o p.pgm", "t.tif o.pgm p.pgm", "", "", "pamflip -cw gray.pgm | cmp - o.pgm && pamfile p.pgm | grep '9 by 17'"),
+    *[(0, f"nuv convert in.ppm o.ppm {word}", "o.ppm", "", "", f"pamfile o.ppm | grep ' {size} '")
+      for word, size in (("fit=10x20", "10 by 5"), ("fit=99", "33 by 17"), ("fill=10x10", "10 by 10"), ("max=20", "20 by 10"), ("area=66", "66 by 34"), ("cubic=10x10^", "19 by 10"), ("color=hsl color=rgb", "33 by 17"))],
+    (0, "nuv convert bits.pbm o.pgm max=8; nuv convert bits.pbm p.pgm convert=255:0:8 color=gray fine=8x", "o.pgm p.pgm", "", "", "cmp o.pgm p.pgm"),
+    *[(64, f"nuv convert in.ppm o.ppm {word}", "", "", f"nuv: {text}*") for word, text in (("crop=1,1", "'1,1' is not of the form X,Y,WxH"), ("crop=--1,1,1x1", "'--1,1,1x1' is not"), ("fit=10x", "'10x' is not a box"), ("max=9x9", "max takes a number"), ("channel=red", "channel takes a number"), ("area=10x^", "'10x^' is not a size"))],
+    *[(1, f"nuv convert in.ppm o.ppm {word}", "", "", f"nuv: in.ppm: '{word}': {text}*") for word, text in (("crop=33,0,1x1", "begins outside the picture, which has 33x17"), ("crop=0,-18,1x1", "begins outside"), ("channel=3", "the picture has 3 channels"))],
+    # Streams.
+    (0, "nuv convert - - --write anymap mirror-x <in.ppm >o; cat photo.jpg | nuv convert - p.jpg; nuv convert photo.jpg q.jpg", "o p.jpg q.jpg", "", "", "pamflip -lr in.ppm | cmp - o && cmp p.jpg q.jpg"),
+    (0, "tail -c 1683 in.ppm | nuv convert - o.ppm --input-raw 33x17x3x8; nuv convert in.ppm - --write planar | nuv convert - p.ppm --input-raw 33x17x3x8 --planar-input", "o.ppm p.ppm", "", "", "cmp in.ppm o.ppm && cmp in.ppm p.ppm"),
+    (1, "nuv convert - o.ppm --input-raw 33x17x3x8 <cut.ppm", "", "", "nuv: standard input: ends behind 900 of the 1683 bytes that --input-raw describes"),
+    (1, "nuv convert - o.ppm --max-memory 2k <in.ppm", "", "", "nuv: standard input: A limit*(--max-memory)."),
+    (1, "nuv convert /dev/stdin o.ppm < <(cat in.ppm)", "", "", "nuv: /dev/stdin: * (The name of standard input is -.)"),
+    (141, "nuv convert in.ppm - --write raw nearest=999x999 | true", "", "", ""),
+    # Several pictures: each is told, and the last line sums up.
+    (0, "nuv convert in.ppm gray.pgm -o folder/%s-%n%%.jpg mirror-x -j 2; ls folder", "", "gray-2%.jpg\nin-1%.jpg", "nuv: 2 written, 0 failed"),
+    (0, "cp in.ppm folder; nuv convert folder/in.ppm gray.pgm -o %d/%s.x --write raw -q", "gray.x", "", "", "tail -c 1683 in.ppm | cmp - folder/in.x"),
+    (1, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg text in.ppm -o folder/%s.pgm; s=$?; ls folder; exit $s", "half.jpg", "half.pgm\nin.pgm", "nuv: half.jpg: *damaged*\nnuv: text: *\nnuv: 2 written, 1 of them mended, 1 failed"),
+    (2, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg in.ppm -o folder/%s.pgm -j 9", "half.jpg", "", "nuv: half.jpg: *damaged*\nnuv: 2 written, 1 of them mended, 0 failed"),
+    (64, "nuv convert in.ppm folder/../in.ppm -o o.jpg", "", "", "nuv: o.jpg: would be written from in.ppm and again from folder/../in.ppm; nothing was done"),
+    (64, "ln -s in.ppm 1.ppm; nuv convert gray.pgm in.ppm -o %n.ppm", "1.ppm", "", "nuv: 1.ppm: would be written from gray.pgm, but is itself a source*"),
+    (64, "ln -s in.ppm l.ppm; nuv convert gray.pgm in.ppm -o l.ppm", "l.ppm", "", "nuv: l.ppm: would be written from gray.pgm*"),
+    (64, "nuv convert in.ppm gray.pgm", "", "", "nuv: gray.pgm: is a picture already*"),
+    (64, "nuv convert in.ppm o.jpg photo.jpg", "", "", "nuv: photo.jpg: several pictures need -o*"),
+    (64, "nuv convert in.ppm -o %x.jpg", "", "", "nuv: -o '%x.jpg': % is followed by s, d, n or %"),
+    (64, "nuv convert in.ppm -o o.jpg mirrorx", "", "", "nuv: unknown word 'mirrorx': did you mean mirror-x?"),
+    # Thumbnails.
+    (0, "nuv thumbnail in.ppm turned.tif -s 16x12 -o folder/%s.ppm; cd folder; pamfile *.ppm", "", "in.ppm:* 16 by 8 *turned.ppm:* 12 by 12 *", "nuv: 2 written, 0 failed"),
+    (0, "nuv thumbnail bits.pbm -o a.pgm -s 8 --fill; nuv thumbnail gray.pgm -s 66 --enlarge -o b.pgm; nuv thumbnail cmyk.jpg -s 999 -o c.ppm", "a.pgm b.pgm c.ppm", "", "", "pamfile a.pgm | grep '8 by 8' && pamfile b.pgm | grep '66 by 34'"),
+    (64, "nuv thumbnail in.ppm", "", "", "nuv: -o is required*"),
+    (64, "nuv thumbnail in.ppm -s 9x -o o.jpg", "", "", "nuv: --size '9x': not a box*"),
+    (0, "nuv convert photo.jpg o.pgm fine=9x color=gray -v", "o.pgm", "", "nuv: photo.jpg: jfif, sequential 4:2:0, 33x17, 3x8 ycbcr, opened in * ms\nnuv: photo.jpg: 'fine=9x' makes 9x5, 3x8 ycbcr\n*1x8 gray\n*written as anymap*\nnuv: photo.jpg: took * ms, and at the most * KiB of memory"),
 )

@@ -4,7 +4,7 @@ namespace nuv_tool {
 
 // Lets the signals that end a program be noticed in place of ending it: what is under way is
 // cancelled, which leaves no file behind, and then end_by_signal() ends it. Those that are ignored
-// stay so. A second one ends the program at once.
+// stay so. One that comes some seconds later ends the program at once.
 void notice_signals();
 
 // True behind such a signal.
