@@ -54,7 +54,8 @@ def expected(text):
 
 
 def run(command, folder, tool):
-    environment = os.environ | {"PATH": f"{tool.parent}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
+    environment = os.environ | {"PATH": f"{tool.parent}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
+                                "NUV_SOURCE": str(HERE.parents[1] / "tools/nuv")}
     return subprocess.run(["bash", "-o", "pipefail", "-c", FUNCTIONS + command], cwd=folder,
                           env=environment, capture_output=True, stdin=subprocess.DEVNULL,
                           text=True, errors="backslashreplace", timeout=120, check=False)

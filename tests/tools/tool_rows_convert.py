@@ -48,7 +48,7 @@ ROWS = (
     (1, "nuv convert in.ppm - --write raw >/dev/full", "", "", "nuv: standard output: The result cannot be written: No space left on device."),
     (1, "nuv convert in.ppm nowhere/o.raw", "", "", "nuv: nowhere/o.raw: The result cannot be written: No such file or directory."),
     (1, "nuv convert in.ppm in.ppm/o.raw", "", "", "nuv: in.ppm/o.raw: The result cannot be written: Not a directory."),
-    *[(128 + number, f"truncate -s 200000000 large; timeout --preserve-status -s {number} 0.2 nuv convert large o.jpg mirror-x --input-raw 10000x20000x1x8", "large", "", "") for number in (1, 2, 3, 13, 15)],
+    *[(128 + number, f"truncate -s 200000000 large; timeout --foreground --preserve-status -s {number} 0.2 nuv convert large o.jpg mirror-x --input-raw 10000x20000x1x8", "large", "", "") for number in (1, 2, 3, 13, 15)],
     # Refusals.
     (64, "nuv convert in.ppm -", "", "", "nuv: standard output has no ending*"),
     # Endings: what none has is refused; anymaps are of the kind that their ending tells.

@@ -17,13 +17,26 @@ ROWS = (
     (0, "nuv info --verify --progress in.ppm photo.jpg 2>&1 >folder/o | tail -n 1", "", "nuv: 100%  2 of 2 pictures", ""),
     (1, "nuv info in.ppm >/dev/full", "", "", "nuv: standard output: No space left on device"),
     (1, "nuv --version >/dev/full", "", "", "nuv: standard output: No space left on device"),
-    # Usage.
-    (64, "nuv", "", "", "nuv: *"),
-    (64, "nuv convart", "", "", "nuv: *"),
-    (64, "nuv info", "", "", "nuv: *FILE is required"),
-    (64, "nuv info --quality 3 in.ppm", "", "", "nuv: *--quality*"),
-    (64, "nuv convert", "", "", "nuv: *SRC is required"),
-    (64, "nuv convert in.ppm", "", "", "nuv: *DST is required*"),
+    # Usage, and words that come near.
+    (64, "nuv", "", "", "nuv: which command?*"),
+    (64, "nuv convart", "", "", "nuv: unknown command 'convart': did you mean convert?"),
+    (64, "nuv --versoin", "", "", "nuv: unknown option '--versoin': did you mean --version?"),
+    (64, "nuv info", "", "", "nuv: FILE is required"),
+    (64, "nuv info --jsno in.ppm", "", "", "nuv: unknown option '--jsno': did you mean --json?"),
+    (64, "nuv info in.ppm --page x", "", "", "nuv: *--page*"),
+    (64, "nuv convert", "", "", "nuv: SRC is required"),
+    (64, "nuv convert in.ppm", "", "", "nuv: DST is required*"),
+    (64, "nuv convert in.ppm o.jpg roate=90", "", "", "nuv: unknown word 'roate': did you mean rotate?"),
+    (64, "nuv help q", "", "", "nuv: unknown topic 'q'"),
+    (64, "nuv help a b", "", "", "nuv: unexpected argument 'b'"),
+    # Help: of the program, of all commands and words, and whole.
+    (0, "nuv --help; nuv help | cmp - <(nuv -h)", "", "Usage: nuv COMMAND*Commands:\n  info  *  crop=X,Y,WxH  *SIZE is one of\n*\nExamples:\n  nuv *\n  nuv *\n  nuv *\n  nuv *\n  nuv *", ""),
+    (0, "for t in $(nuv help all | sed -n '/^Commands/,/^$/s/^  \\([a-z-]*\\) .*/\\1/p') $(nuv help all | sed -n '/^Words/,/^$/s/^  \\([a-z-]*\\).*/\\1/p'); do nuv help $t >folder/$t || exit 1; done; cd folder; [ $(ls | wc -l) -ge 20 ] && ! find . -empty -type f | grep .; nuv help convert | cmp - <(nuv convert --help)", "", "", ""),
+    (0, "nuv help rotate", "", "nuv convert ... rotate=DEGREES\n*multiple of 90*", ""),
+    (0, "nuv help | awk 'length > 100'", "", "", ""),
+    # What shells are told, and what bash makes of it.
+    (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert a b --sampling 41; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),
+    (0, "source $NUV_SOURCE/completion/nuv.bash; t() { COMP_LINE=$1 COMP_POINT=${#1}; _nuv; echo ${COMPREPLY[*]}; }; t 'nuv thu'; t 'nuv convert a\\ b c color=itu'; t 'nuv convert '; t 'nuv info --verify --pr'", "", "thumbnail\nitu-lab\n\n--progress", ""),
     # Control characters, and bytes that are no text, do not reach a terminal.
     (1, r"nuv info $'\e[31m\n\x80é\u202e'", "", "", r"nuv: \x1b[31m\n\x80é\xe2\x80\xae: *"),
 )

@@ -1,54 +1,98 @@
 // nuv: looks at pictures and converts them.
 
 #include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_help.h"
 #include "tools/nuv/nuv_output.h"
 #include "tools/nuv/nuv_text.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
+#include <string_view>
 
 namespace nuv_tool {
 
 namespace {
 
-constexpr const char* examples = R"(Examples:
-  nuv info scan.ppm photo.ras
-  nuv convert scan.ppm scan.jpg
-  nuv convert scan.ppm scan.jpg mirror-x --quality 90 --sampling 444
-  nuv convert samples.bin scan.jpg --input-raw 640x480x3x8:rgb
-  nuv convert scan.ppm planes.bin --write planar
-)";
+std::string unknown_option(const CLI::App& command, std::string_view typed)
+{
+    const std::vector<std::string> names = option_names(command);
+    return unknown_word("option", typed.substr(0, typed.find('=')),
+                        std::vector<std::string_view>(names.begin(), names.end()));
+}
+
+// Of what no option and no argument takes, the first; an option that is mistyped may have its value
+// behind it.
+std::string unexpected(const CLI::App& app)
+{
+    const std::vector<std::string> rest = app.remaining(/*recurse=*/true);
+    const auto option =
+        std::ranges::find_if(rest, [](const std::string& text) { return text.starts_with("-"); });
+    if (option == rest.end())
+        return rest.empty() ? "the command line has too much"
+                            : "unexpected argument " + nuv_tool::quoted(rest.front());
+    const auto commands = app.get_subcommands();
+    const std::vector<std::string> names = option_names(commands.empty() ? app : *commands.front());
+    return unknown_word("option", option->substr(0, option->find('=')),
+                        std::vector<std::string_view>(names.begin(), names.end()));
+}
+
+int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)
+{
+    const auto commands = app.get_subcommands();
+    if (asked.get_name() == "CallForVersion")
+        print_to_stdout(NUV_TOOL_VERSION "\n");
+    else
+        print_to_stdout(help_of(commands.empty() ? app : *commands.front()));
+    finish_stdout();
+    return exit_done;
+}
 
 int run(int count, char** arguments)
 {
     CLI::App app{"Look at pictures and convert them", "nuv"};
-    app.set_version_flag("--version", NUV_TOOL_VERSION);
+    app.set_help_flag("-h,--help", "Print this help");
+    app.set_version_flag("--version", NUV_TOOL_VERSION, "Print the version");
     app.require_subcommand(1);
-    app.footer(examples);
     InfoRequest info;
     add_info(app, info);
     ConvertRequest conversion;
     add_convert(app, conversion);
     ThumbnailRequest thumbnails;
     add_thumbnail(app, thumbnails);
+    HelpRequest help;
+    add_help(app, help);
+    const std::span<char* const> words(arguments + 1, static_cast<std::size_t>(count - 1));
+    if (words.empty())
+        throw UsageError("which command? See nuv --help");
+    const std::string_view first = words.front();
+    if (first == "complete")
+        return run_complete(app, words.subspan(1));
+    if (first.starts_with("-")) {
+        const std::vector<std::string> options = option_names(app);
+        if (std::ranges::find(options, first) == options.end())
+            throw UsageError(unknown_option(app, first));
+    } else if (find_command(app, first) == nullptr) {
+        throw UsageError(unknown_word("command", first, command_names(app)));
+    }
     try {
         app.parse(count, arguments);
-        if (app.got_subcommand("info"))
-            return run_info(info);
-        if (app.got_subcommand("thumbnail"))
-            return run_thumbnail(thumbnails);
-        return run_convert(conversion);
+    } catch (const CLI::ExtrasError&) {
+        throw UsageError(unexpected(app));
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            print_to_stdout(error.get_name() == "CallForVersion" ? app.version() + "\n"
-                                                                 : app.help());
-            finish_stdout();
-            return exit_done;
-        }
+        if (error.get_exit_code() == 0)
+            return print_version_or_help(app, error);
         throw UsageError(error.what());
     }
+    if (app.got_subcommand("info"))
+        return run_info(info);
+    if (app.got_subcommand("help"))
+        return run_help(app, help);
+    if (app.got_subcommand("thumbnail"))
+        return run_thumbnail(thumbnails);
+    return run_convert(conversion);
 }
 
 } // namespace

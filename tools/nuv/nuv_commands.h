@@ -4,6 +4,7 @@
 #include "tools/nuv/nuv_problem.h"
 
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -63,6 +64,18 @@ struct ThumbnailRequest {
 
 void add_thumbnail(CLI::App& app, ThumbnailRequest& request);
 [[nodiscard]] int run_thumbnail(const ThumbnailRequest& request);
+
+struct HelpRequest {
+    std::string topic; // empty for the program
+};
+
+void add_help(CLI::App& app, HelpRequest& request);
+[[nodiscard]] int run_help(const CLI::App& app, const HelpRequest& request);
+
+// For the completion of shells, which call it as `nuv complete WORD...`: prints what the last word,
+// which may be empty, can become behind those before it. A line each, with what it stands for
+// behind a tab; nothing where names of files are wanted.
+[[nodiscard]] int run_complete(const CLI::App& app, std::span<char* const> typed);
 
 // Prints `problem` to stderr, as every line of this program.
 void report(const std::string& problem);

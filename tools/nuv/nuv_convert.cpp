@@ -106,8 +106,7 @@ void add_convert(CLI::App& app, ConvertRequest& request)
     command.add_flag("--planar-input", request.planar_input,
                      "The raw samples stand plane by plane");
     add_writing(command, request.writing);
-    command.footer("Words:\n" + words_help() + R"(
-Examples:
+    command.footer(R"(Examples:
   nuv convert scan.ppm scan.jpg
   nuv convert photo.jpg small.jpg auto-orient max=1600 --quality 85
   nuv convert *.jpg -o 'gray/%s.pgm' color=gray -j 4

@@ -1,9 +1,10 @@
 #include "tools/nuv/nuv_inspection.h"
 
+#include "tools/nuv/nuv_streams.h"
+
 #include <cstddef>
 #include <memory>
 #include <new>
-#include <unistd.h>
 #include <vector>
 
 namespace nuv_tool {
@@ -14,16 +15,17 @@ struct JobEnd {
     void operator()(nuv_job* job) const noexcept { nuv_free(job); }
 };
 
-ptrdiff_t read_standard_input(void*, void* into, std::size_t bytes)
+ptrdiff_t read_stream(void*, void* into, std::size_t bytes)
 {
-    return read(STDIN_FILENO, into, bytes);
+    int error = 0;
+    return read_standard_input(into, bytes, error);
 }
 
 void open_source(nuv_job* job, const std::string& path, std::uint32_t page)
 {
     nuv_page(job, page);
     if (path == "-")
-        nuv_open_stream(job, read_standard_input, nullptr);
+        nuv_open_stream(job, read_stream, nullptr);
     else
         nuv_open_file(job, path.c_str());
 }

@@ -8,7 +8,7 @@ namespace nuv_tool {
 
 namespace {
 
-constexpr std::string_view size_help = R"(SIZE is one of
+constexpr std::string_view size_text = R"(SIZE is one of
   800x600       exactly so
   800x, x600    one side; the other keeps the proportions
   50%           of both sides
@@ -51,8 +51,7 @@ SIZE is 800x600, 800x, x600, 50%, 256 for the longer side, or 800x600^ for what 
     Word{"linear", "SIZE", "scale, linear between neighbours", scaling_details},
     Word{"cubic", "SIZE", "scale by cubic convolution: the sharpest", scaling_details},
     Word{"area", "SIZE", "scale to the mean of the covered area", scaling_details},
-    Word{"fine", "SIZE", "scale by masks that follow the ratio: the finest for photographs",
-         scaling_details},
+    Word{"fine", "SIZE", "scale by masks that follow the ratio: the finest", scaling_details},
     Word{"invert", "", "every bit turned over",
          "Black becomes white, and each colour its opposite.\n"},
     Word{"channel", "N", "one channel alone, as gray; the first is 0",
@@ -103,9 +102,14 @@ std::string usage_of(const Word& word)
     return text;
 }
 
+std::string_view size_help()
+{
+    return size_text;
+}
+
 std::string words_help()
 {
-    constexpr std::size_t column = 28;
+    constexpr std::size_t column = 26;
     std::string text;
     for (const Word& word : all_words) {
         const std::string shown = usage_of(word);
@@ -113,7 +117,7 @@ std::string words_help()
         text.append(column - std::min(shown.size(), column - 1), ' ');
         text.append(word.help).append("\n");
     }
-    return text.append("\n").append(size_help);
+    return text.append("\n").append(size_text);
 }
 
 } // namespace nuv_tool

@@ -27,6 +27,9 @@ struct Word {
 // "rotate=DEGREES"
 [[nodiscard]] std::string usage_of(const Word& word);
 
+// What a SIZE is, in lines.
+[[nodiscard]] std::string_view size_help();
+
 // One line for each word, and what a SIZE is.
 [[nodiscard]] std::string words_help();
 

@@ -1,0 +1,248 @@
+#include "tools/nuv/nuv_help.h"
+
+#include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_names.h"
+#include "tools/nuv/nuv_output.h"
+#include "tools/nuv/nuv_text.h"
+#include "tools/nuv/nuv_words.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace nuv_tool {
+
+namespace {
+
+constexpr std::string_view examples = R"(Examples:
+  nuv info scan.tif photo.jpg
+  nuv convert photo.jpg small.jpg auto-orient fit=1600x1200 --quality 85
+  nuv convert fax.tif page.jpg --page 1 rotate=90
+  nuv thumbnail *.jpg -s 256 -o 'small/%s.jpg' -j 4
+  nuv convert - - --write jpeg <scan.ppm >scan.jpg
+)";
+
+struct Topic {
+    std::string_view name;
+    std::string_view help;
+};
+constexpr Topic all_topic{"all", "everything, as in the manual page"};
+constexpr Topic colors_topic{"colors", "the names of colours"};
+constexpr Topic size_topic{"size", "what a SIZE is"};
+
+// Appends "  left    right", with `right` in a column of its own that is broken at blanks.
+void append_row(std::string& text, std::string_view left, std::string_view right)
+{
+    constexpr std::size_t column = 28; // where the right part begins
+    constexpr std::size_t last_column = 88;
+
+    text.append("  ").append(left);
+    std::size_t place = left.size() + 2;
+    if (place + 2 > column) {
+        text.append("\n");
+        place = 0;
+    }
+    while (!right.empty()) {
+        std::string_view line = right.substr(0, last_column - column);
+        if (line.size() < right.size() && right[line.size()] != ' ')
+            line = line.substr(0, line.rfind(' '));
+        text.append(column - place, ' ').append(line).append("\n");
+        right.remove_prefix(std::min(line.size() + 1, right.size()));
+        place = 0;
+    }
+}
+
+std::string joined(const std::vector<std::string>& parts)
+{
+    std::string text;
+    for (const std::string& part : parts)
+        text.append(text.empty() ? "" : ", ").append(part);
+    return text;
+}
+
+std::vector<std::string> names_of(const CLI::Option& option)
+{
+    std::vector<std::string> names;
+    for (const std::string& name : option.get_snames())
+        names.push_back("-" + name);
+    for (const std::string& name : option.get_lnames())
+        names.push_back("--" + name);
+    return names;
+}
+
+std::string positional_usage(const CLI::Option& option)
+{
+    if (!option.get_option_text().empty()) // what may stand behind it
+        return option.get_name() + " " + option.get_option_text();
+    const bool is_list = option.get_items_expected_max() > 1;
+    const std::string text = option.get_name() + (is_list ? "..." : "");
+    return option.get_required() ? text : "[" + text + "]";
+}
+
+std::vector<const CLI::Option*> positionals_of(const CLI::App& command)
+{
+    return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
+}
+
+std::string usage_of(const CLI::App& command)
+{
+    std::string text = "nuv " + command.get_name();
+    if (option_names(command).size() > 2) // others than -h and --help
+        text.append(" [OPTION...]");
+    for (const CLI::Option* option : positionals_of(command))
+        text.append(" ").append(positional_usage(*option));
+    return text;
+}
+
+void append_options(std::string& text, const CLI::App& command)
+{
+    for (const CLI::Option* option : command.get_options()) {
+        if (!option->nonpositional())
+            continue;
+        std::string left = joined(names_of(*option));
+        if (!option->get_option_text().empty())
+            left.append(" ").append(option->get_option_text());
+        append_row(text, left, option->get_description());
+    }
+}
+
+std::string commands_help(const CLI::App& app)
+{
+    std::string text = "Commands:\n";
+    for (const CLI::App* command : app.get_subcommands({}))
+        append_row(text, command->get_name(), command->get_description());
+    return text;
+}
+
+// Of a command, behind its usage.
+std::string details_of(const CLI::App& command, bool with_words)
+{
+    std::string text = command.get_description() + ".\n\nArguments:\n";
+    for (const CLI::Option* option : positionals_of(command))
+        append_row(text, positional_usage(*option), option->get_description());
+    text.append("\nOptions:\n");
+    append_options(text, command);
+    if (command.get_name() == "convert" && with_words)
+        text.append("\nWords:\n").append(words_help());
+    if (!command.get_footer().empty())
+        text.append("\n").append(command.get_footer());
+    return text;
+}
+
+std::string colors_help()
+{
+    std::string text = "COLOR is one of\n";
+    for (const ColorName& color : colors())
+        append_row(text, color.name, color.help);
+    return text;
+}
+
+std::string word_help(const Word& word)
+{
+    std::string text = "nuv convert ... " + usage_of(word) + "\n\n";
+    text.append(word.name).append(": ").append(word.help).append(".\n\n").append(word.details);
+    if (word.argument == "COLOR")
+        text.append("\n").append(colors_help());
+    return text;
+}
+
+// Pages in sections, as a manual is made from them.
+std::string all_help(const CLI::App& app)
+{
+    std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
+                       commands_help(app) + "\nOptions:\n";
+    append_options(text, app);
+    for (const CLI::App* command : app.get_subcommands({}))
+        text.append("\n")
+            .append(usage_of(*command))
+            .append(":\n\n")
+            .append(details_of(*command, /*with_words=*/false));
+    text.append("\nWords of nuv convert:\n");
+    for (const Word& word : words()) {
+        std::string details{word.details};
+        std::ranges::replace(details, '\n', ' ');
+        append_row(text, usage_of(word), std::string{word.help} + ". " + details);
+    }
+    text.append("\nColours:\n").append(colors_help());
+    return text.append("\n").append(examples);
+}
+
+} // namespace
+
+void add_help(CLI::App& app, HelpRequest& request)
+{
+    CLI::App& command = *app.add_subcommand("help", "Tell about a command or a word");
+    command.add_option("TOPIC", request.topic,
+                       "A command, a word of 'nuv convert', or all, colors or size");
+}
+
+int run_help(const CLI::App& app, const HelpRequest& request)
+{
+    print_to_stdout(request.topic.empty() ? help_of(app) : help_on(app, request.topic));
+    finish_stdout();
+    return exit_done;
+}
+
+std::string help_of(const CLI::App& app)
+{
+    if (app.get_parent() != nullptr)
+        return "Usage: " + usage_of(app) + "\n\n" + details_of(app, /*with_words=*/true);
+    std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
+                       commands_help(app) + "\nOptions:\n";
+    append_options(text, app);
+    text.append("\nWords of nuv convert:\n").append(words_help());
+    return text.append("\n").append(examples);
+}
+
+std::vector<std::string_view> help_topics(const CLI::App& app)
+{
+    std::vector<std::string_view> topics = command_names(app);
+    topics.insert(topics.end(), {all_topic.name, colors_topic.name, size_topic.name});
+    topics.insert(topics.end(), word_names().begin(), word_names().end());
+    return topics;
+}
+
+std::string help_on(const CLI::App& app, std::string_view topic)
+{
+    if (const CLI::App* const command = find_command(app, topic))
+        return help_of(*command);
+    if (topic == all_topic.name)
+        return all_help(app);
+    if (topic == colors_topic.name)
+        return colors_help();
+    if (topic == size_topic.name)
+        return std::string{size_help()};
+    const Word* const word = find_word(topic.substr(0, topic.find('=')));
+    if (word != nullptr)
+        return word_help(*word);
+    throw UsageError(unknown_word("topic", topic, help_topics(app)));
+}
+
+const CLI::App* find_command(const CLI::App& app, std::string_view name)
+{
+    const auto commands = app.get_subcommands({});
+    const auto command = std::ranges::find_if(
+        commands, [name](const CLI::App* each) { return each->get_name() == name; });
+    return command != commands.end() ? *command : nullptr;
+}
+
+std::vector<std::string_view> command_names(const CLI::App& app)
+{
+    std::vector<std::string_view> names;
+    for (const CLI::App* command : app.get_subcommands({}))
+        names.emplace_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> option_names(const CLI::App& command)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        const auto more = names_of(*option);
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    return names;
+}
+
+} // namespace nuv_tool
