@@ -159,7 +159,10 @@ public:
         if (!engine)
             return false;
         if (depth_ >= deepest)
-            return fail(*this, NUV_ERR_UNSUPPORTED, "NUV_ManagerImpl::pull()");
+            return fail(*this, NUV_ERR_UNSUPPORTED, "NUV_ManagerImpl::pull()",
+                        NUV_Diagnosis()
+                            .because(NUV_Cause::limit)
+                            .says("more than %u operations one behind the other", deepest));
         const Depth held(depth_);
         return workflow_->run_step(engine);
     }

@@ -71,6 +71,7 @@ ROWS = (
     (1, "nuv convert in.ppm o.ppm --max-pixels 560", "", "", "nuv: in.ppm: * 33 x 17 pixels, 560 are allowed (--max-pixels)."),
     (1, "nuv convert in.ppm o.ppm nearest=9999x9999 rotate=90 --max-memory 1M", "", "", "nuv: in.ppm: A limit *of 1048576 that are allowed (--max-memory)."),
     (1, "nuv convert in.ppm o.ppm linear=9999x9999 --timeout 0.001", "", "", "nuv: in.ppm: It takes longer than is allowed (--timeout)."),
+    (1, "nuv convert in.ppm o.ppm $(yes mirror-x | head -20000)", "", "", "nuv: in.ppm: A limit of the job is passed: more than 1000 operations*"),
     (64, "nuv convert in.ppm o.ppm --max-memory 1T", "", "", "nuv: --max-memory takes a number, as 50M, not '1T'"),
     (1, "nuv convert missing o.raw", "", "", "nuv: missing: The source cannot be read: No such file*"),
     (1, "nuv convert text o.raw", "", "", "nuv: text: The source is no picture of a kind that is known*"),
@@ -135,7 +136,7 @@ ROWS = (
     (64, "nuv convert in.ppm gray.pgm", "", "", "nuv: gray.pgm: is a picture already*"),
     (64, "nuv convert in.ppm o.jpg photo.jpg", "", "", "nuv: photo.jpg: several pictures need -o*"),
     (64, "nuv convert in.ppm -o %x.jpg", "", "", "nuv: -o '%x.jpg': % is followed by s, d, n or %"),
-    (64, "nuv convert in.ppm -o o.jpg mirrorx", "", "", "nuv: unknown word 'mirrorx': did you mean mirror-x?"),
+    (64, "nuv convert in.ppm -o o.jpg mirrorx", "", "", "nuv: unknown word 'mirrorx': did you mean mirror-x? And there is no such file."),
     # Thumbnails.
     (0, "nuv thumbnail in.ppm turned.tif -s 16x12 -o folder/%s.ppm; cd folder; pamfile *.ppm", "", "in.ppm:* 16 by 8 *turned.ppm:* 12 by 12 *", "nuv: 2 written, 0 failed"),
     (0, "nuv thumbnail bits.pbm -o a.pgm -s 8 --fill; nuv thumbnail gray.pgm -s 66 --enlarge -o b.pgm; nuv thumbnail cmyk.jpg -s 999 -o c.ppm", "a.pgm b.pgm c.ppm", "", "", "pamfile a.pgm | grep '8 by 8' && pamfile b.pgm | grep '66 by 34'"),

@@ -34,7 +34,8 @@ void sort_out(const ConvertRequest& request, std::vector<std::string>& sources,
         }
         const std::string_view name = std::string_view{text}.substr(0, text.find('='));
         if (!is_there(text) && text != "-" && !near_word(name, word_names()).empty())
-            throw UsageError(unknown_word("word", name, word_names()));
+            throw UsageError(unknown_word("word", name, word_names()) +
+                             " And there is no such file.");
         sources.push_back(text);
     }
     if (sources.empty())
