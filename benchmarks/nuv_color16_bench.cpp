@@ -3,12 +3,16 @@
 // has. The peers have the whole picture at once.
 
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/lut/source/nuv_lineartable.h"
+#include "core/lut/source/nuv_lut_kernels.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 #include <vector>
 
 #if NUV_BENCH_OPENCV
@@ -96,6 +100,45 @@ void gray_to_rgb(benchmark::State& state, const NUV_Cpu& cpu)
     matrix(state, cpu, {1, 1, 1}, {0, 0, 0});
 }
 
+// One table for all samples, RGB: the least of what a chain does for ConvertDataType().
+template <class I, class O>
+void table(benchmark::State& state, const NUV_Cpu& cpu)
+{
+    constexpr std::size_t range = std::size_t{1} << (8 * sizeof(I));
+    std::vector<O> entries(range);
+    for (std::size_t i = 0; i < range; ++i)
+        entries[i] = static_cast<O>(i * 7 + i / 256);
+    const auto form = choose_lut_row<I, O>(cpu, 1);
+    run<I, O>(state, 3, 3,
+              [&](const I* in, O* out) { form(in, out, 3 * width, 1, entries.data()); });
+}
+
+// The same where the entries lie on a line.
+template <class I, class O>
+void linear_table(benchmark::State& state, const NUV_Cpu& cpu)
+{
+    constexpr double slope =
+        double{std::numeric_limits<O>::max()} / double{std::numeric_limits<I>::max()};
+    std::vector<O> entries(std::size_t{1} << (8 * sizeof(I)));
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        entries[i] = static_cast<O>(static_cast<double>(i) * slope + 0.5);
+    const auto line = find_linear_table<I>(entries.data(), slope, 0);
+    const auto form = choose_linear_row<I, O>(cpu);
+    if (!line || !form) {
+        state.SkipWithError("no line");
+        return;
+    }
+    run<I, O>(state, 3, 3, [&](const I* in, O* out) { form(in, out, 3 * width, *line); });
+}
+
+using U8 = std::uint8_t;
+using U16 = std::uint16_t;
+constexpr auto table_8_to_16 = table<U8, U16>;
+constexpr auto table_16_to_16 = table<U16, U16>;
+constexpr auto table_16_to_8 = table<U16, U8>;
+constexpr auto linear_8_to_16 = linear_table<U8, U16>;
+constexpr auto linear_16_to_8 = linear_table<U16, U8>;
+
 // Registers `row` with each of three levels.
 #define NUV_BENCH_LEVELS(row)                                                                      \
     BENCHMARK_CAPTURE(row, portable, NUV_Cpu::portable)->Unit(benchmark::kMillisecond);            \
@@ -106,6 +149,11 @@ BENCHMARK(copy)->Unit(benchmark::kMillisecond);
 NUV_BENCH_LEVELS(rgb_to_ycbcr);
 NUV_BENCH_LEVELS(rgb_to_gray);
 NUV_BENCH_LEVELS(gray_to_rgb);
+NUV_BENCH_LEVELS(table_8_to_16);
+NUV_BENCH_LEVELS(table_16_to_16);
+NUV_BENCH_LEVELS(table_16_to_8);
+BENCHMARK_CAPTURE(linear_8_to_16, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(linear_16_to_8, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
 
 #if NUV_BENCH_OPENCV
 template <class I, class O, class Work>
@@ -132,6 +180,29 @@ void opencv_color(benchmark::State& state, int code, int in_channels, int out_ch
         state, in_channels, out_channels,
         [=](const cv::Mat& in, cv::Mat& out) { cv::cvtColor(in, out, code); });
 }
+
+template <class I, class O>
+void opencv_convert(benchmark::State& state)
+{
+    constexpr double slope =
+        double{std::numeric_limits<O>::max()} / double{std::numeric_limits<I>::max()};
+    run_opencv<I, O>(state, 3, 3, [](const cv::Mat& in, cv::Mat& out) {
+        in.convertTo(out, cv::DataType<O>::depth, slope);
+    });
+}
+
+void opencv_table(benchmark::State& state)
+{
+    cv::Mat entries(1, 256, CV_16U);
+    for (int i = 0; i < 256; ++i)
+        entries.at<std::uint16_t>(i) = static_cast<std::uint16_t>(i * 7);
+    run_opencv<std::uint8_t, std::uint16_t>(
+        state, 3, 3, [&](const cv::Mat& in, cv::Mat& out) { cv::LUT(in, entries, out); });
+}
+
+BENCHMARK(opencv_table)->Unit(benchmark::kMillisecond);
+BENCHMARK(opencv_convert<U8, U16>)->Unit(benchmark::kMillisecond);
+BENCHMARK(opencv_convert<U16, U8>)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(opencv_color, rgb_to_ycbcr, cv::COLOR_RGB2YCrCb, 3, 3)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(opencv_color, rgb_to_gray, cv::COLOR_RGB2GRAY, 3, 1)

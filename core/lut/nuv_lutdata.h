@@ -19,6 +19,10 @@ public:
     std::uint16_t channels = 0; // 1: one table for all channels of the image
     std::uint32_t entries = 0;  // of each channel
     const NUV_DataType* data_type = NUV_DataType::u_integer; // of the entries
+    // What one table for all channels was made by, as in x slope + offset, where it is known. Who
+    // goes by it looks at each entry.
+    double slope = 0; // 0 where it is not
+    double offset = 0;
 
     // The tables, one channel after the other, entries in host order. Null when there is none.
     [[nodiscard]] const std::uint8_t* value() const noexcept { return value_; }

@@ -1,9 +1,11 @@
 #include "core/channel/source/nuv_interleave_kernels.h"
 #include "core/channel/source/nuv_selectrow_kernels.h"
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/convertdatatype/source/nuv_convertsample.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
 #include "core/include/nuv_mirrorrow_kernels.h"
+#include "core/lut/source/nuv_lineartable.h"
 #include "core/lut/source/nuv_lut_kernels.h"
 #include "core/rotate/source/nuv_rotate90_1_kernels.h"
 #include "core/rotate/source/nuv_rotate90_8xn_kernels.h"
@@ -15,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace nuv {
 namespace {
@@ -39,23 +42,65 @@ TEST(PixelForms, MirrorRotateAndDLut)
 
 TEST(PixelForms, Lut)
 {
-    const auto choose = [](std::size_t channels) {
-        return [=](const NUV_Cpu& cpu) { return choose_lut_row<U8, U8>(cpu, channels); };
-    };
-    const auto draw_call = [](std::size_t channels) {
-        return [=](NUV_FormDraw& draw, auto compare) {
-            const std::size_t pixels = draw.length(200);
-            const U8* in = draw.input<U8>(pixels * channels);
-            const U8* tables = draw.input<U8>(256 * channels);
-            compare(pixels * channels,
-                    [&](auto form, U8* out) { form(in, out, pixels, channels, tables); });
+    const auto compare_all = []<class O>(const char(&forms)[5], std::size_t channels, O) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_lut_row<U8, O>(cpu, channels);
         };
+        expect_same_forms<O>(forms, choose, [=](auto& draw, auto compare) {
+            const std::size_t pixels = draw.length(200);
+            const U8* in = draw.template input<U8>(pixels * channels);
+            const O* tables = draw.template input<O>(256 * channels);
+            compare(pixels * channels,
+                    [&](auto form, O* out) { form(in, out, pixels, channels, tables); });
+        });
     };
-    expect_same_forms<U8>("PPAV", choose(1), draw_call(1));
+    compare_all("PPAV", 1, U8{});
     for (const std::size_t channels : {2U, 3U, 4U})
-        expect_same_forms<U8>("PPPV", choose(channels), draw_call(channels));
-    expect_chosen("PPPP", choose(5));
+        compare_all("PPPV", channels, U8{});
+    compare_all("PPPV", 1, U16{});
+    expect_chosen("PPPP", [](auto& cpu) { return choose_lut_row<U8, U8>(cpu, 5); });
     expect_chosen("PPPP", [](auto& cpu) { return choose_lut_row<U16, U8>(cpu, 1); });
+}
+
+// Whatever the line, whether or not a table has it.
+TEST(PixelForms, LinearTable)
+{
+    const auto compare_all = []<class I, class O>(I, O) {
+        const auto choose = [](const NUV_Cpu& cpu) {
+            const auto form = choose_linear_row<I, O>(cpu);
+            return form ? form : linear_row_portable<I, O>;
+        };
+        expect_same_forms<O>("PPAA", choose, [](auto& draw, auto compare) {
+            const std::size_t count = draw.length(100);
+            const I* in = draw.template input<I>(count);
+            const std::uint32_t* numbers = draw.template input<std::uint32_t>(4);
+            const NUV_LinearTable line{numbers[0] >> draw.number(0, 24), numbers[1] >> 1,
+                                       numbers[2] | 1U << 31, numbers[3],
+                                       static_cast<int>(draw.number(0, 24))};
+            compare(count, [&](auto form, O* out) { form(in, out, count, line); });
+        });
+    };
+    compare_all(U8{}, U16{});
+    compare_all(U16{}, U8{});
+
+    // All entries are looked at, so that a line is that of the table.
+    const auto finds = []<class I, class O>(I, O, double slope, double offset) {
+        std::vector<O> entries(std::size_t{1} << (8 * sizeof(I)));
+        convert_all([](std::size_t i) { return static_cast<I>(i); }, entries.data(), entries.size(),
+                    {slope, offset});
+        const bool found = find_linear_table<I>(entries.data(), slope, offset).has_value();
+        ++entries[entries.size() / 3];
+        EXPECT_FALSE(find_linear_table<I>(entries.data(), slope, offset));
+        return found;
+    };
+    for (const double offset : {0.0, 100.0, -3.25, -70000.0, 20000.0}) {
+        for (const double slope : {1.5, 16.0, 100.3, 256.0, 257.0})
+            EXPECT_TRUE(finds(U8{}, U16{}, slope, offset)) << slope << ", " << offset;
+        for (const double slope : {0.5, 1 / 16.0, 1 / 256.0, 1 / 257.0})
+            EXPECT_TRUE(finds(U16{}, U8{}, slope, offset)) << slope << ", " << offset;
+    }
+    for (const double slope : {1e300, 1e-300, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_FALSE(finds(U8{}, U16{}, slope, 1)) << slope;
 }
 
 // Factors of any 16 bits, small ones, and zeros among them.

@@ -64,6 +64,8 @@ struct Samples {
     table->channels = 1;
     table->entries = entries;
     table->data_type = target.type;
+    table->slope = rule.slope;
+    table->offset = rule.offset;
     const auto fill = [&]<class O>() {
         NUV_Scratch<O> values;
         if (!values.allocate(manager, entries))

@@ -1,5 +1,6 @@
 #include "core/lut/nuv_lut.h"
 
+#include "core/lut/source/nuv_lineartable.h"
 #include "core/lut/source/nuv_lut_kernels.h"
 #include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <type_traits>
 
 namespace nuv {
@@ -32,7 +34,12 @@ private:
 
     [[nodiscard]] bool process_line(const void* in, void* out) override;
 
+    // Where the entries of unsigned samples lie on a line, and are faster calculated.
+    void look_for_line(const NUV_Header& header, const NUV_LutData& table);
+
     LutRow<I, O> lut_row_ = nullptr;
+    LinearRow<I, O> linear_row_ = nullptr; // comes before lut_row_
+    NUV_LinearTable line_;
     NUV_Scratch<O> tables_;
     std::size_t tables_of_pixel_ = 1; // one for each channel, or one for all
     std::size_t pixels_ = 0;          // of that many samples in a line
@@ -84,7 +91,23 @@ bool NUV_Lut8xNbitsEngine<I, O>::initiate(const NUV_Header* header, NUV_SrcBuffe
         return false;
     std::memcpy(tables_.data(), table->value(), tables_.size() * sizeof(O));
     lut_row_ = choose_lut_row<I, O>(manager().cpu(), tables_of_pixel_);
+    look_for_line(*header, *table);
     return dst->block_bytes(header_.line_bytes());
+}
+
+template <class I, class O>
+void NUV_Lut8xNbitsEngine<I, O>::look_for_line(const NUV_Header& header, const NUV_LutData& table)
+{
+    if (tables_of_pixel_ != 1 || !(table.slope > 0) ||
+        header.data_type() != NUV_DataType::u_integer)
+        return;
+    const auto form = choose_linear_row<I, O>(manager().cpu());
+    const auto line =
+        form ? find_linear_table<I>(tables_.data(), table.slope, table.offset) : std::nullopt;
+    if (!line)
+        return;
+    line_ = *line;
+    linear_row_ = form;
 }
 
 template <class I, class O>
@@ -97,8 +120,12 @@ void NUV_Lut8xNbitsEngine<I, O>::put_zero_first() noexcept
 template <class I, class O>
 bool NUV_Lut8xNbitsEngine<I, O>::process_line(const void* in, void* out)
 {
-    lut_row_(static_cast<const I*>(in), static_cast<O*>(out), pixels_, tables_of_pixel_,
-             tables_.data());
+    const auto* from = static_cast<const I*>(in);
+    auto* to = static_cast<O*>(out);
+    if (linear_row_)
+        linear_row_(from, to, pixels_, line_);
+    else
+        lut_row_(from, to, pixels_, tables_of_pixel_, tables_.data());
     return true;
 }
 

@@ -2,8 +2,9 @@
 
 #if NUV_X86
 
+#    include "core/include/nuv_avx512.h"
+
 #    include <algorithm>
-#    include <immintrin.h>
 
 namespace nuv {
 namespace {
@@ -81,7 +82,62 @@ void look_up_row(const std::uint8_t* in, std::uint8_t* out, std::size_t count,
     }
 }
 
+// The low and the high bytes of a table of 16 bits.
+struct WideTable {
+    Table low;
+    Table high;
+};
+
+// The low bytes of the words of two registers, in order.
+NUV_TARGET("avx512vbmi,avx512bw")
+inline __m512i low_bytes(__m512i first, __m512i second)
+{
+    return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi16_epi8(first)),
+                              _mm512_cvtepi16_epi8(second), 1);
+}
+
+NUV_TARGET("avx512vbmi,avx512bw")
+inline WideTable load_table(const std::uint16_t* entries)
+{
+    WideTable table;
+    for (std::size_t k = 0; k < 4; ++k, entries += step) {
+        const __m512i first = _mm512_loadu_si512(entries);
+        const __m512i second = _mm512_loadu_si512(entries + step / 2);
+        table.low.quarters[k] = low_bytes(first, second);
+        table.high.quarters[k] =
+            low_bytes(_mm512_srli_epi16(first, 8), _mm512_srli_epi16(second, 8));
+    }
+    return table;
+}
+
+// Of 64 samples, of which those of `used` are read, and written.
+NUV_TARGET("avx512vbmi,avx512bw")
+inline void look_up_words(const std::uint8_t* in, std::uint16_t* out, __mmask64 used,
+                          const WideTable& table)
+{
+    // So that interleaving, which works on pieces of 16 bytes, gives the words in order.
+    const __m512i apart = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+    const __m512i samples = _mm512_permutexvar_epi64(apart, _mm512_maskz_loadu_epi8(used, in));
+    const __m512i low = look_up(samples, table.low);
+    const __m512i high = look_up(samples, table.high);
+    _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(used), _mm512_unpacklo_epi8(low, high));
+    _mm512_mask_storeu_epi16(out + step / 2, static_cast<__mmask32>(used >> 32),
+                             _mm512_unpackhi_epi8(low, high));
+}
+
 } // namespace
+
+NUV_TARGET("avx512vbmi,avx512bw")
+void lut_row_to_16_avx512vbmi(const std::uint8_t* in, std::uint16_t* out, std::size_t pixels,
+                              std::size_t, const std::uint16_t* entries)
+{
+    const WideTable table = load_table(entries);
+    constexpr __mmask64 all = ~std::uint64_t{0};
+    for (; pixels >= step; pixels -= step, in += step, out += step)
+        look_up_words(in, out, all, table);
+    if (pixels > 0)
+        look_up_words(in, out, all >> (step - pixels), table);
+}
 
 void lut_row_avx512vbmi(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                         std::size_t channels, const std::uint8_t* tables)

@@ -44,6 +44,9 @@ void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
 // One to four channels.
 void lut_row_avx512vbmi(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                         std::size_t channels, const std::uint8_t* tables);
+// One channel.
+void lut_row_to_16_avx512vbmi(const std::uint8_t* in, std::uint16_t* out, std::size_t pixels,
+                              std::size_t channels, const std::uint16_t* tables);
 #endif
 
 // The fastest form that `cpu` can run.
@@ -57,6 +60,10 @@ template <class I, class O>
             return lut_row_avx512vbmi;
         if (cpu.has_avx2 && channels == 1)
             return lut_row_avx2;
+    }
+    if constexpr (sizeof(I) == 1 && sizeof(O) == 2) {
+        if (cpu.has_avx512vbmi && channels == 1)
+            return lut_row_to_16_avx512vbmi;
     }
 #endif
     if (channels == 1)
