@@ -23,13 +23,17 @@ constexpr std::string_view examples = R"(Examples:
   nuv convert - - --write jpeg <scan.ppm >scan.jpg
 )";
 
-struct Topic {
-    std::string_view name;
-    std::string_view help;
-};
-constexpr Topic all_topic{"all", "everything, as in the manual page"};
-constexpr Topic colors_topic{"colors", "the names of colours"};
-constexpr Topic size_topic{"size", "what a SIZE is"};
+constexpr std::string_view statuses = R"(The exit status is one of
+  0           all went well
+  1           at least one picture failed
+  2           none failed, but damage was mended or found
+  64          the command line means nothing; nothing was done
+)";
+
+// What help tells about beside commands and words.
+constexpr std::string_view all_topic = "all";
+constexpr std::string_view colors_topic = "colors";
+constexpr std::string_view size_topic = "size";
 
 // Appends "  left    right", with `right` in a column of its own that is broken at blanks.
 void append_row(std::string& text, std::string_view left, std::string_view right)
@@ -115,19 +119,29 @@ std::string commands_help(const CLI::App& app)
     return text;
 }
 
-// Of a command, behind its usage.
-std::string details_of(const CLI::App& command, bool with_words)
+// Replaces each `what` in `text`.
+void replace_all(std::string& text, std::string_view what, std::string_view by)
 {
-    std::string text = command.get_description() + ".\n\nArguments:\n";
+    for (std::size_t at = text.find(what); at != std::string::npos;
+         at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+}
+
+// Of a command, behind its usage. `of` goes behind headings, where one page has several commands.
+std::string details_of(const CLI::App& command, std::string_view of)
+{
+    std::string text = command.get_description() + ".\n\nArguments";
+    text.append(of).append(":\n");
     for (const CLI::Option* option : positionals_of(command))
         append_row(text, positional_usage(*option), option->get_description());
-    text.append("\nOptions:\n");
+    text.append("\nOptions").append(of).append(":\n");
     append_options(text, command);
-    if (command.get_name() == "convert" && with_words)
+    if (command.get_name() == "convert" && of.empty())
         text.append("\nWords:\n").append(words_help());
-    if (!command.get_footer().empty())
-        text.append("\n").append(command.get_footer());
-    return text;
+    std::string footer = command.get_footer();
+    if (!of.empty())
+        replace_all(footer, "Examples:\n", std::string{"Examples"}.append(of).append(":\n\n"));
+    return footer.empty() ? text : text.append("\n").append(footer);
 }
 
 std::string colors_help()
@@ -147,25 +161,29 @@ std::string word_help(const Word& word)
     return text;
 }
 
-// Pages in sections, as a manual is made from them.
+// In the form of which help2man makes a manual page: sections between asterisks, examples behind a
+// dollar sign.
 std::string all_help(const CLI::App& app)
 {
     std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
                        commands_help(app) + "\nOptions:\n";
     append_options(text, app);
-    for (const CLI::App* command : app.get_subcommands({}))
-        text.append("\n")
-            .append(usage_of(*command))
-            .append(":\n\n")
-            .append(details_of(*command, /*with_words=*/false));
-    text.append("\nWords of nuv convert:\n");
+    for (const CLI::App* command : app.get_subcommands({})) {
+        const std::string name = "nuv " + command->get_name();
+        text.append("\n*").append(name).append("*\n\n").append(usage_of(*command)).append("\n\n");
+        text.append(details_of(*command, " of " + name));
+    }
+    text.append("\n*words*\n\n");
     for (const Word& word : words()) {
         std::string details{word.details};
         std::ranges::replace(details, '\n', ' ');
         append_row(text, usage_of(word), std::string{word.help} + ". " + details);
     }
-    text.append("\nColours:\n").append(colors_help());
-    return text.append("\n").append(examples);
+    text.append("\n*size*\n\n").append(size_help());
+    text.append("\n*color*\n\n").append(colors_help());
+    text.append("\n*exit*status*\n\n").append(statuses).append("\n").append(examples);
+    replace_all(text, "\n  nuv ", "\n  $ nuv ");
+    return text;
 }
 
 } // namespace
@@ -187,18 +205,18 @@ int run_help(const CLI::App& app, const HelpRequest& request)
 std::string help_of(const CLI::App& app)
 {
     if (app.get_parent() != nullptr)
-        return "Usage: " + usage_of(app) + "\n\n" + details_of(app, /*with_words=*/true);
+        return "Usage: " + usage_of(app) + "\n\n" + details_of(app, {});
     std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
                        commands_help(app) + "\nOptions:\n";
     append_options(text, app);
     text.append("\nWords of nuv convert:\n").append(words_help());
-    return text.append("\n").append(examples);
+    return text.append("\n").append(statuses).append("\n").append(examples);
 }
 
 std::vector<std::string_view> help_topics(const CLI::App& app)
 {
     std::vector<std::string_view> topics = command_names(app);
-    topics.insert(topics.end(), {all_topic.name, colors_topic.name, size_topic.name});
+    topics.insert(topics.end(), {all_topic, colors_topic, size_topic});
     topics.insert(topics.end(), word_names().begin(), word_names().end());
     return topics;
 }
@@ -207,11 +225,11 @@ std::string help_on(const CLI::App& app, std::string_view topic)
 {
     if (const CLI::App* const command = find_command(app, topic))
         return help_of(*command);
-    if (topic == all_topic.name)
+    if (topic == all_topic)
         return all_help(app);
-    if (topic == colors_topic.name)
+    if (topic == colors_topic)
         return colors_help();
-    if (topic == size_topic.name)
+    if (topic == size_topic)
         return std::string{size_help()};
     const Word* const word = find_word(topic.substr(0, topic.find('=')));
     if (word != nullptr)

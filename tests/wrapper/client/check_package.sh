@@ -21,15 +21,16 @@ shopt -s globstar nullglob
 pkgconfig=("$prefix"/lib*/**/pkgconfig)
 libraries=("$prefix"/lib*/**/libnuv.{so,a})
 headers=("$prefix"/include/**/*.h*)
-pages=("$prefix"/share/man/man1/nuv.1)
 if [[ ${headers[*]#"$prefix/include/nuv/"} != "nuv.h nuv.hpp nuv_wrapper.h" ]]; then
     echo "the headers should be nuv.h, nuv.hpp and nuv_wrapper.h, found: ${headers[*]}" >&2
     exit 1
 fi
-if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 || ${#pages[@]} -ne 1 ]]; then
-    echo "library, nuv.pc or man page is missing below $prefix" >&2
+if [[ ${#libraries[@]} -ne 1 || ${#pkgconfig[@]} -ne 1 ]]; then
+    echo "library or nuv.pc is missing below $prefix" >&2
     exit 1
 fi
+ls "$prefix"/share/{man/man1/nuv.1,bash-completion/completions/nuv,zsh/site-functions/_nuv} \
+    "$prefix"/share/fish/vendor_completions.d/nuv.fish >/dev/null
 
 # A sanitizer's or a counter's runtime wants to know where the sources are.
 if [[ -z $4 ]] && grep -rlF -e "$source" -e "$build" "$prefix"; then
