@@ -23,11 +23,28 @@ namespace {
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 
+// Weights that put many sums on a half, but for what is lost in adding up a position.
+double draw_fraction(NUV_FormDraw& draw)
+{
+    return draw.one_of({0.0, 0.37, 0.75, 1.0 / 6 + 1e-13, 0.5 - 1e-13, 0.5});
+}
+
+TEST(ScaleForms, BlendLines)
+{
+    expect_same_forms<U16>(
+        "PPAV", choose_blend_lines<U16, double>, [](NUV_FormDraw& draw, auto compare) {
+            const std::size_t count = draw.length(100);
+            const double weight = draw_fraction(draw);
+            const U16* lines[] = {draw.input<U16>(count), draw.input<U16>(count)};
+            compare(count,
+                    [&](auto form, U16* out) { form(lines[0], lines[1], out, count, weight); });
+        });
+}
+
 // What these give is compared with a model, at each level, among the operations.
-TEST(ScaleForms, BlendLinesAndReduceArea)
+TEST(ScaleForms, BlendBytesAndReduceArea)
 {
     expect_chosen("PPAA", choose_blend_lines<U8, std::int32_t>);
-    expect_chosen("PPAA", choose_blend_lines<U16, double>);
     expect_chosen("PPAA", choose_blend_lines<U16, std::int32_t>);
     expect_chosen("PPAA", choose_reduce_area_lines<U8, std::int32_t>);
     for (const std::uint32_t channels : {3U, 4U}) {
@@ -46,11 +63,11 @@ auto combine_lines_chosen(bool narrow)
 
 // Half of the samples are ends of the range, so that sums leave it on both sides.
 template <class T, RealNumber R>
-void expect_same_combinations()
+void expect_same_combinations(const char (&forms)[5])
 {
     const auto choose = combine_lines_chosen<T, ScaleWeight<R>>(true);
-    expect_same_forms<T>("PPAA", choose, [](NUV_FormDraw& draw, auto compare) {
-        const std::size_t count = draw.length(100);
+    expect_same_forms<T>(forms, choose, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t count = draw.length(100) * draw.one_of({1, 1, 20});
         const T* lines[4] = {};
         for (const T*& line : lines) {
             T* samples = draw.input<T>(count);
@@ -58,8 +75,7 @@ void expect_same_combinations()
                 samples[i] = draw.one_of({std::numeric_limits<T>::max(), T{0}});
             line = samples;
         }
-        const double t = draw.one_of({0.0, 0.37, 0.75});
-        const auto weights = cubic_weights<R>(t, draw.one_of({-1, -4, 4}));
+        const auto weights = cubic_weights<R>(draw_fraction(draw), draw.one_of({-1, -1, -4, 4}));
         const auto limits = NUV_SampleLimits<T>::of_bits(draw.one_of<U16>({0, 6}));
         compare(count, [&](auto form, T* out) { form(lines, out, count, weights, limits); });
     });
@@ -67,11 +83,11 @@ void expect_same_combinations()
 
 TEST(ScaleForms, CombineLines)
 {
-    expect_same_combinations<U8, NUV_FixedReal>();
-    expect_same_combinations<U16, NUV_FixedReal>();
-    expect_same_combinations<U16, double>();
+    expect_same_combinations<U8, NUV_FixedReal>("PPAA");
+    expect_same_combinations<U16, NUV_FixedReal>("PPAA");
+    expect_same_combinations<U16, double>("PPAV");
     expect_chosen("PPPP", combine_lines_chosen<U8, std::int32_t>(false));
-    expect_chosen("PPAA", combine_lines_chosen<U16, double>(false));
+    expect_chosen("PPAV", combine_lines_chosen<U16, double>(false));
 }
 
 // The pixels of a row begin anywhere on a line of 300 samples, often at its end, or near each

@@ -104,13 +104,6 @@ void blend_lines_avx2(const std::uint8_t* upper, const std::uint8_t* lower, std:
 }
 
 NUV_TARGET("avx2")
-void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
-                      std::size_t samples, double weight)
-{
-    blend_lines_body(upper, lower, out, samples, weight);
-}
-
-NUV_TARGET("avx2")
 void combine_lines_avx2(const std::uint8_t* const lines[4], std::uint8_t* out, std::size_t samples,
                         const NUV_CubicWeights<std::int32_t>& weights,
                         NUV_SampleLimits<std::uint8_t> limits)
@@ -156,15 +149,6 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
     const std::uint16_t* const rest[4] = {lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i};
     combine_lines_fixed_portable<std::uint16_t, std::int32_t>(rest, out + i, samples - i, weights,
                                                               limits);
-}
-
-NUV_TARGET("avx2")
-void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
-                        std::size_t samples, const NUV_CubicWeights<double>& weights,
-                        NUV_SampleLimits<std::uint16_t> limits)
-{
-    combine_lines_body<std::uint16_t>(lines[0], lines[1], lines[2], lines[3], out, samples, weights,
-                                      limits);
 }
 
 } // namespace nuv

@@ -14,6 +14,7 @@ namespace nuv {
 // the `samples` samples of each line.
 
 // A line between two lines, `weight` of the way down: out = upper x (1 - weight) + lower x weight.
+// In double precision the weight may be a hair below 0 or above 1.
 template <IntegerSample T, class Weight>
 using BlendLines = void (*)(const T* upper, const T* lower, T* out, std::size_t samples,
                             Weight weight);
@@ -129,6 +130,11 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<double>& weights,
                         NUV_SampleLimits<std::uint16_t> limits);
+void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
+                        std::size_t samples, double weight);
+void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
+                          std::size_t samples, const NUV_CubicWeights<double>& weights,
+                          NUV_SampleLimits<std::uint16_t> limits);
 #endif
 
 // The fastest forms that `cpu` can run. Called once per engine.
@@ -140,6 +146,10 @@ template <IntegerSample T, class Weight>
     constexpr bool is_fixed_byte =
         std::is_same_v<T, std::uint8_t> && !std::is_same_v<Weight, double>;
     if constexpr (is_fixed_byte || std::is_same_v<T, std::uint16_t>) {
+        if constexpr (std::is_same_v<Weight, double>) {
+            if (cpu.has_avx512vbmi)
+                return blend_lines_avx512;
+        }
         if (cpu.has_avx2)
             return blend_lines_avx2;
     }
@@ -156,6 +166,8 @@ template <IntegerSample T, class Weight>
     if constexpr (std::is_same_v<Weight, double>) {
 #if NUV_X86
         if constexpr (std::is_same_v<T, std::uint16_t>) {
+            if (cpu.has_avx512vbmi)
+                return combine_lines_avx512;
             if (cpu.has_avx2)
                 return combine_lines_avx2;
         }

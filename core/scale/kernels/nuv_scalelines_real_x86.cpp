@@ -1,0 +1,330 @@
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
+
+#if NUV_X86
+
+#    include "core/include/nuv_avx512.h"
+#    include "core/include/nuv_pixelvectors_avx2.h"
+#    include "core/scale/kernels/nuv_splitweights.h"
+
+namespace nuv {
+namespace {
+
+// 2^52, in whose lowest bits a sample stands as it is.
+constexpr double two_to_52 = 4503599627370496.0;
+
+// ---- AVX2
+
+// Four samples, and 2^52.
+NUV_TARGET("avx2") inline __m256d four_above(const std::uint16_t* from) noexcept
+{
+    const __m256i wide =
+        _mm256_cvtepu16_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+    const __m256i above = _mm256_castpd_si256(_mm256_set1_pd(two_to_52));
+    return _mm256_castsi256_pd(_mm256_or_si256(wide, above));
+}
+NUV_TARGET("avx2") inline __m256d four_samples(const std::uint16_t* from) noexcept
+{
+    return _mm256_sub_pd(four_above(from), _mm256_set1_pd(two_to_52));
+}
+
+NUV_TARGET("avx2") inline __m128i truncated(__m256d sums) noexcept
+{
+    return _mm256_cvttpd_epi32(_mm256_add_pd(sums, _mm256_set1_pd(0.5)));
+}
+
+struct NUV_BlendAVX2 {
+    __m256d rest;
+    __m256d weight;
+
+    NUV_TARGET("avx2")
+    __m128i four(const std::uint16_t* upper, const std::uint16_t* lower) const noexcept
+    {
+        return truncated(_mm256_add_pd(_mm256_mul_pd(four_samples(lower), weight),
+                                       _mm256_mul_pd(four_samples(upper), rest)));
+    }
+};
+
+// Sixteen samples in double precision. Packing saturates what is not in the range.
+NUV_TARGET("avx2")
+inline __m256i combined_by_doubles(const std::uint16_t* const lines[4], std::size_t i,
+                                   const NUV_CubicWeights<double>& weights) noexcept
+{
+    const __m256d w0 = _mm256_set1_pd(weights.tap[0]);
+    const __m256d w2 = _mm256_set1_pd(weights.tap[2]);
+    const __m256d w3 = _mm256_set1_pd(weights.tap[3]);
+    __m128i part[4];
+    for (std::size_t p = 0; p < 4; ++p, i += 4) {
+        const __m256d center = four_above(lines[1] + i);
+        __m256d sum = _mm256_mul_pd(_mm256_sub_pd(four_above(lines[0] + i), center), w0);
+        sum =
+            _mm256_add_pd(sum, _mm256_mul_pd(_mm256_sub_pd(four_above(lines[2] + i), center), w2));
+        sum =
+            _mm256_add_pd(sum, _mm256_mul_pd(_mm256_sub_pd(four_above(lines[3] + i), center), w3));
+        part[p] = truncated(_mm256_add_pd(sum, _mm256_sub_pd(center, _mm256_set1_pd(two_to_52))));
+    }
+    return _mm256_set_m128i(_mm_packus_epi32(part[2], part[3]), _mm_packus_epi32(part[0], part[1]));
+}
+
+NUV_TARGET("avx2") inline __m256i load_signed(const std::uint16_t* from) noexcept
+{
+    const __m256i samples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    return _mm256_xor_si256(samples, _mm256_set1_epi16(-32768));
+}
+
+// The same by split weights. `doubt` becomes true of samples that have to be made again.
+struct NUV_SplitAVX2 {
+    __m256i high_upper;
+    __m256i high_lower;
+    __m256i low_upper;
+    __m256i low_lower;
+    __m256i doubts; // twice split_doubt, or 0
+
+    NUV_TARGET("avx2")
+    explicit NUV_SplitAVX2(const NUV_SplitWeights& split) noexcept
+        : high_upper(weight_pairs(split.high[0], split.high[1])),
+          high_lower(weight_pairs(split.high[2], split.high[3])),
+          low_upper(weight_pairs(split.low[0], split.low[1])),
+          low_lower(weight_pairs(split.low[2], split.low[3])),
+          doubts(_mm256_set1_epi32(split.is_exact ? 0 : 2 * split_doubt))
+    {}
+
+    // v + 2^13
+    NUV_TARGET("avx2") __m256i sums(__m256i upper, __m256i lower) const noexcept
+    {
+        const __m256i low = _mm256_add_epi32(_mm256_madd_epi16(upper, low_upper),
+                                             _mm256_madd_epi16(lower, low_lower));
+        const __m256i high = _mm256_add_epi32(_mm256_madd_epi16(upper, high_upper),
+                                              _mm256_madd_epi16(lower, high_lower));
+        return _mm256_add_epi32(_mm256_add_epi32(high, _mm256_srai_epi32(low, split_bits)),
+                                _mm256_set1_epi32(1 << (split_bits - 1)));
+    }
+    // How far each is above the doubtful ones around a half, modulo 2^14.
+    NUV_TARGET("avx2") static __m256i distances(__m256i sums) noexcept
+    {
+        const __m256i moved = _mm256_add_epi32(sums, _mm256_set1_epi32(split_doubt));
+        return _mm256_and_si256(moved, _mm256_set1_epi32((1 << split_bits) - 1));
+    }
+    NUV_TARGET("avx2")
+    __m256i sixteen(const std::uint16_t* const lines[4], std::size_t i, bool& doubt) const noexcept
+    {
+        const __m256i line0 = load_signed(lines[0] + i);
+        const __m256i line1 = load_signed(lines[1] + i);
+        const __m256i line2 = load_signed(lines[2] + i);
+        const __m256i line3 = load_signed(lines[3] + i);
+        const __m256i first =
+            sums(_mm256_unpacklo_epi16(line0, line1), _mm256_unpacklo_epi16(line2, line3));
+        const __m256i second =
+            sums(_mm256_unpackhi_epi16(line0, line1), _mm256_unpackhi_epi16(line2, line3));
+        const __m256i nearest = _mm256_min_epi32(distances(first), distances(second));
+        doubt = _mm256_movemask_epi8(_mm256_cmpgt_epi32(doubts, nearest)) != 0;
+        const __m256i words = _mm256_packs_epi32(_mm256_srai_epi32(first, split_bits),
+                                                 _mm256_srai_epi32(second, split_bits));
+        return _mm256_xor_si256(words, _mm256_set1_epi16(-32768));
+    }
+};
+
+// ---- AVX-512
+
+#    define NUV_AVX512 NUV_TARGET("avx512vbmi,avx512bw")
+
+NUV_AVX512 inline __m512d eight_above(const std::uint16_t* from) noexcept
+{
+    const __m512i wide =
+        _mm512_cvtepu16_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+    const __m512i above = _mm512_castpd_si512(_mm512_set1_pd(two_to_52));
+    return _mm512_castsi512_pd(_mm512_or_si512(wide, above));
+}
+NUV_AVX512 inline __m512d eight_samples(const std::uint16_t* from) noexcept
+{
+    return _mm512_sub_pd(eight_above(from), _mm512_set1_pd(two_to_52));
+}
+NUV_AVX512 inline __m256i truncated(__m512d sums) noexcept
+{
+    return _mm512_cvttpd_epi32(_mm512_add_pd(sums, _mm512_set1_pd(0.5)));
+}
+NUV_AVX512 inline __m256i packed(__m256i first, __m256i second) noexcept
+{
+    return _mm256_permute4x64_epi64(_mm256_packus_epi32(first, second), 0xD8);
+}
+
+struct NUV_BlendAVX512 {
+    __m512d rest;
+    __m512d weight;
+
+    NUV_AVX512 __m256i eight(const std::uint16_t* upper, const std::uint16_t* lower) const noexcept
+    {
+        return truncated(_mm512_add_pd(_mm512_mul_pd(eight_samples(lower), weight),
+                                       _mm512_mul_pd(eight_samples(upper), rest)));
+    }
+};
+
+NUV_AVX512 inline __m512i combined_by_doubles_avx512(
+    const std::uint16_t* const lines[4], std::size_t i,
+    const NUV_CubicWeights<double>& weights) noexcept
+{
+    const __m512d w0 = _mm512_set1_pd(weights.tap[0]);
+    const __m512d w2 = _mm512_set1_pd(weights.tap[2]);
+    const __m512d w3 = _mm512_set1_pd(weights.tap[3]);
+    __m256i part[4];
+    for (std::size_t p = 0; p < 4; ++p, i += 8) {
+        const __m512d center = eight_above(lines[1] + i);
+        __m512d sum = _mm512_mul_pd(_mm512_sub_pd(eight_above(lines[0] + i), center), w0);
+        sum =
+            _mm512_add_pd(sum, _mm512_mul_pd(_mm512_sub_pd(eight_above(lines[2] + i), center), w2));
+        sum =
+            _mm512_add_pd(sum, _mm512_mul_pd(_mm512_sub_pd(eight_above(lines[3] + i), center), w3));
+        part[p] = truncated(_mm512_add_pd(sum, _mm512_sub_pd(center, _mm512_set1_pd(two_to_52))));
+    }
+    return _mm512_inserti64x4(_mm512_castsi256_si512(packed(part[0], part[1])),
+                              packed(part[2], part[3]), 1);
+}
+
+NUV_AVX512 inline __m512i load_signed_avx512(const std::uint16_t* from) noexcept
+{
+    return _mm512_xor_si512(_mm512_loadu_si512(from), _mm512_set1_epi16(-32768));
+}
+
+NUV_AVX512 inline __m512i weight_pairs_avx512(std::int32_t first, std::int32_t second) noexcept
+{
+    const std::uint32_t low = static_cast<std::uint16_t>(first);
+    const std::uint32_t high = static_cast<std::uint16_t>(second);
+    return _mm512_set1_epi32(static_cast<std::int32_t>(low | high << 16));
+}
+
+struct NUV_SplitAVX512 {
+    __m512i high_upper;
+    __m512i high_lower;
+    __m512i low_upper;
+    __m512i low_lower;
+    __m512i doubts;
+
+    NUV_AVX512 explicit NUV_SplitAVX512(const NUV_SplitWeights& split) noexcept
+        : high_upper(weight_pairs_avx512(split.high[0], split.high[1])),
+          high_lower(weight_pairs_avx512(split.high[2], split.high[3])),
+          low_upper(weight_pairs_avx512(split.low[0], split.low[1])),
+          low_lower(weight_pairs_avx512(split.low[2], split.low[3])),
+          doubts(_mm512_set1_epi32(split.is_exact ? 0 : 2 * split_doubt))
+    {}
+
+    NUV_AVX512 __m512i sums(__m512i upper, __m512i lower) const noexcept
+    {
+        const __m512i low = _mm512_add_epi32(_mm512_madd_epi16(upper, low_upper),
+                                             _mm512_madd_epi16(lower, low_lower));
+        const __m512i high = _mm512_add_epi32(_mm512_madd_epi16(upper, high_upper),
+                                              _mm512_madd_epi16(lower, high_lower));
+        return _mm512_add_epi32(_mm512_add_epi32(high, _mm512_srai_epi32(low, split_bits)),
+                                _mm512_set1_epi32(1 << (split_bits - 1)));
+    }
+    NUV_AVX512 static __m512i distances(__m512i sums) noexcept
+    {
+        const __m512i moved = _mm512_add_epi32(sums, _mm512_set1_epi32(split_doubt));
+        return _mm512_and_si512(moved, _mm512_set1_epi32((1 << split_bits) - 1));
+    }
+    NUV_AVX512 __m512i thirty_two(const std::uint16_t* const lines[4], std::size_t i,
+                                  bool& doubt) const noexcept
+    {
+        const __m512i line0 = load_signed_avx512(lines[0] + i);
+        const __m512i line1 = load_signed_avx512(lines[1] + i);
+        const __m512i line2 = load_signed_avx512(lines[2] + i);
+        const __m512i line3 = load_signed_avx512(lines[3] + i);
+        const __m512i first =
+            sums(_mm512_unpacklo_epi16(line0, line1), _mm512_unpacklo_epi16(line2, line3));
+        const __m512i second =
+            sums(_mm512_unpackhi_epi16(line0, line1), _mm512_unpackhi_epi16(line2, line3));
+        const __m512i nearest = _mm512_min_epi32(distances(first), distances(second));
+        doubt = _mm512_cmpgt_epi32_mask(doubts, nearest) != 0;
+        const __m512i words = _mm512_packs_epi32(_mm512_srai_epi32(first, split_bits),
+                                                 _mm512_srai_epi32(second, split_bits));
+        return _mm512_xor_si512(words, _mm512_set1_epi16(-32768));
+    }
+};
+
+// Of weights that put many sums on a half all blocks are made in double precision, once so many
+// more have been in doubt than a quarter of those before.
+constexpr std::size_t patience = 8;
+
+} // namespace
+
+NUV_TARGET("avx2")
+void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
+                      std::size_t samples, double weight)
+{
+    const NUV_BlendAVX2 blend{_mm256_set1_pd(1 - weight), _mm256_set1_pd(weight)};
+    std::size_t i = 0;
+    for (; i + 8 <= samples; i += 8) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
+                         _mm_packus_epi32(blend.four(upper + i, lower + i),
+                                          blend.four(upper + i + 4, lower + i + 4)));
+    }
+    blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
+}
+
+NUV_AVX512
+void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
+                        std::size_t samples, double weight)
+{
+    const NUV_BlendAVX512 blend{_mm512_set1_pd(1 - weight), _mm512_set1_pd(weight)};
+    std::size_t i = 0;
+    for (; i + 16 <= samples; i += 16) {
+        _mm256_storeu_si256(
+            reinterpret_cast<__m256i*>(out + i),
+            packed(blend.eight(upper + i, lower + i), blend.eight(upper + i + 8, lower + i + 8)));
+    }
+    blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
+}
+
+NUV_TARGET("avx2")
+void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
+                        std::size_t samples, const NUV_CubicWeights<double>& weights,
+                        NUV_SampleLimits<std::uint16_t> limits)
+{
+    const NUV_SplitWeights split = split_weights(weights.tap);
+    const NUV_SplitAVX2 integers(split);
+    const __m256i maximum = _mm256_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+    constexpr std::size_t step = 16;
+    std::size_t doubtful = 0;
+    std::size_t i = 0;
+    for (; split.fits && i + step <= samples; i += step) {
+        bool doubt = doubtful > patience + i / (4 * step);
+        __m256i line = _mm256_setzero_si256();
+        if (!doubt) {
+            line = integers.sixteen(lines, i, doubt);
+            doubtful += doubt ? 1 : 0;
+        }
+        if (doubt)
+            line = combined_by_doubles(lines, i, weights);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_min_epu16(line, maximum));
+    }
+    combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
+                                      out + i, samples - i, weights, limits);
+}
+
+NUV_AVX512
+void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
+                          std::size_t samples, const NUV_CubicWeights<double>& weights,
+                          NUV_SampleLimits<std::uint16_t> limits)
+{
+    const NUV_SplitWeights split = split_weights(weights.tap);
+    const NUV_SplitAVX512 integers(split);
+    const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+    constexpr std::size_t step = 32;
+    std::size_t doubtful = 0;
+    std::size_t i = 0;
+    for (; split.fits && i + step <= samples; i += step) {
+        bool doubt = doubtful > patience + i / (4 * step);
+        __m512i line = _mm512_setzero_si512();
+        if (!doubt) {
+            line = integers.thirty_two(lines, i, doubt);
+            doubtful += doubt ? 1 : 0;
+        }
+        if (doubt)
+            line = combined_by_doubles_avx512(lines, i, weights);
+        _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
+    }
+    combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
+                                      out + i, samples - i, weights, limits);
+}
+
+} // namespace nuv
+
+#endif // NUV_X86

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/scale/kernels/nuv_scalelines_kernels.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+
+namespace nuv {
+
+// The four weights of a sum in double precision, as integers that 16-bit multiplications take: a
+// weight is about high / 2^14 + low / 2^28. A form calculates in these, and again in double
+// precision only what is too close to a half to tell how it rounds. All is in units of 2^-14, s are
+// 16-bit samples, and those less 32768, which have a sign, go into the multiplications:
+//
+// - The integers W of the four weights w, in units of 2^-28, add up to 2^28, as the weights add up
+//   to one. So their errors add up to nothing, and may be taken with the differences from the
+//   second sample, whose own falls out. The other three are rounded to the nearest: 3 x 1/2 x 65535
+//   units of 2^-28 at most, which is less than 6.
+// - v = sum of high x s + ((sum of low x s) >> 14) is less than 1 below the sum with W.
+// - In double precision eight operations on numbers below 2^19 are off by less than 2^-20 in all.
+//
+// So the sum in double precision lies between v - 7 and v + 8, and is rounded as v is unless a half
+// lies there: if (v + 2^13) mod 2^14 is from 8 to 2^14 - 9. Where all weights are whole multiples
+// of 2^-14, v is the sum, and so is what double precision gives, for nothing in it is rounded.
+struct NUV_SplitWeights {
+    std::int32_t high[4]; // these fit 16 bits
+    std::int32_t low[4];
+    bool is_exact;
+    bool fits; // else nothing holds
+};
+
+inline constexpr int split_bits = 14;
+
+// How far off a half both ways a v has to be; see above.
+inline constexpr std::int32_t split_doubt = 8;
+
+[[nodiscard]] inline NUV_SplitWeights split_weights(const double (&weights)[4]) noexcept
+{
+    constexpr double unit = std::int64_t{1} << 2 * split_bits;
+    constexpr std::int64_t half = std::int64_t{1} << (split_bits - 1);
+    NUV_SplitWeights split{{}, {}, true, true};
+    std::int64_t units[4] = {0, std::int64_t{1} << 2 * split_bits, 0, 0};
+    std::int64_t magnitude = 0;
+    for (const int i : {0, 2, 3, 1}) {
+        if (!(std::abs(weights[i]) < 1.99)) {
+            split.fits = false;
+            return split;
+        }
+        if (i != 1) {
+            units[i] = std::llround(weights[i] * unit);
+            units[1] -= units[i];
+        }
+        const std::int64_t high = (units[i] + half) >> split_bits;
+        split.high[i] = static_cast<std::int32_t>(high);
+        split.low[i] = static_cast<std::int32_t>(units[i] - (high << split_bits));
+        split.is_exact = split.is_exact && split.low[i] == 0 &&
+                         weights[i] * (1 << split_bits) == static_cast<double>(high);
+        magnitude += std::abs(high);
+    }
+    constexpr std::int64_t most_magnitude = 65000; // so that sums fit 32 bits
+    split.fits = magnitude <= most_magnitude;
+    return split;
+}
+
+} // namespace nuv
