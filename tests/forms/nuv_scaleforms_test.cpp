@@ -4,6 +4,7 @@
 #include "core/scale/kernels/nuv_scalepp_kernels.h"
 #include "core/scale/kernels/nuv_scaleshrinkli_kernels.h"
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
+#include "core/scale/kernels/nuv_splitweights.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
 #include "tests/support/nuv_testforms.h"
 
@@ -90,14 +91,32 @@ TEST(ScaleForms, CombineLines)
     expect_chosen("PPAV", combine_lines_chosen<U16, double>(false));
 }
 
+// Tables of the packed forms, in turns.
+struct PackedTaps {
+    std::vector<std::uint32_t> offsets;
+    std::vector<std::int32_t> pairs[2];
+
+    void push(std::size_t offset, const std::int32_t (&weights)[4])
+    {
+        offsets.push_back(static_cast<std::uint32_t>(offset));
+        for (std::size_t i = 0; i < 4; i += 2)
+            pairs[i / 2].push_back((weights[i] & 0xFFFF) | weights[i + 1] * 65536);
+    }
+    [[nodiscard]] NUV_PackedTaps taps() const
+    {
+        return {offsets.data(), pairs[0].data(), pairs[1].data()};
+    }
+};
+
 // The pixels of a row begin anywhere on a line of 300 samples, often at its end, or near each
-// other. Rows of fixed-point weights have a packed table, too.
+// other. The table has all layouts.
 template <class T, class Taps, class R>
-void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
+void expect_same_rows(const char (&far)[5], const char (&forms)[5],
+                      std::initializer_list<std::uint32_t> served, T maximum)
 {
-    constexpr bool packs = !std::is_same_v<R, double>;
+    constexpr bool is_real = std::is_same_v<R, double>;
     const auto weight_of = [](double t) {
-        return static_cast<ScaleWeight<R>>(packs ? std::round(t * 4096) : t);
+        return static_cast<ScaleWeight<R>>(is_real ? t : std::round(t * 4096));
     };
     for (const std::uint32_t channels : served) {
         const auto choose = [=](bool narrow) {
@@ -105,37 +124,45 @@ void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
                 return choose_convolve_row<T, Taps>(cpu, channels, narrow).convolve;
             };
         };
-        expect_chosen(packs ? "PPPP" : "PPAA", choose(false));
-        expect_same_forms<T>("PPAA", choose(true), [&](NUV_FormDraw& draw, auto compare) {
+        expect_chosen(far, choose(false));
+        expect_same_forms<T>(forms, choose(true), [&](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(40);
             const T* line = draw.input<T>(300 + packed_taps_slack_bytes / sizeof(T));
             std::vector<Taps> taps(pixels);
-            std::vector<std::uint32_t> offsets(pixels);
-            std::vector<std::int32_t> pairs[2];
+            PackedTaps packed;
+            PackedTaps low;
+            bool is_exact = true;
             const std::size_t last = 300 / channels - 4;
             const std::size_t nearest = draw.one_of({std::size_t{0}, draw.number(0, last)});
+            const double a = draw.one_of({-1, -4});
+            const bool ties = draw.number(0, 1) == 0;
             for (std::size_t k = 0; k < pixels; ++k) {
                 const std::size_t farthest =
                     nearest != 0 ? std::min(last, nearest + k * 6 / 5) : last;
                 taps[k].offset =
                     channels *
                     draw.one_of({farthest, nearest != 0 ? farthest : draw.number(0, last)});
-                offsets[k] = static_cast<std::uint32_t>(taps[k].offset);
-                const double t = static_cast<double>(draw.number(0, 39)) / 40;
-                auto weights = cubic_weights<R>(t, draw.one_of({-1, -4}));
+                const double t =
+                    ties ? draw_fraction(draw) : static_cast<double>(draw.number(0, 99)) / 100;
+                auto weights = cubic_weights<R>(t, a);
                 if constexpr (requires { taps[k].second; }) {
                     weights = {{weight_of(1 - t), weight_of(t), 0, 0}};
                     taps[k] = {taps[k].offset, weights.tap[0], weights.tap[1]};
                 } else {
                     std::copy_n(weights.tap, 4, taps[k].weight);
                 }
-                for (std::size_t i = 0; packs && i < 4; i += 2)
-                    pairs[i / 2].push_back((static_cast<std::int32_t>(weights.tap[i]) & 0xFFFF) |
-                                           static_cast<std::int32_t>(weights.tap[i + 1]) * 65536);
+                if constexpr (is_real) {
+                    const NUV_SplitWeights split = split_weights(weights.tap);
+                    packed.push(taps[k].offset, split.high);
+                    low.push(taps[k].offset, split.low);
+                    is_exact = is_exact && split.is_exact;
+                } else {
+                    packed.push(taps[k].offset, weights.tap);
+                }
             }
-            const NUV_PackedTaps packed{offsets.data(), pairs[0].data(), pairs[1].data()};
             compare(pixels * channels, [&](auto form, T* out) {
-                form(line, {taps.data(), packed}, out, pixels, channels, {0, maximum});
+                form(line, {taps.data(), packed.taps(), low.taps(), is_exact}, out, pixels,
+                     channels, {0, maximum});
             });
         });
     }
@@ -144,12 +171,13 @@ void expect_same_rows(std::initializer_list<std::uint32_t> served, T maximum)
 TEST(ScaleForms, ConvolveRow)
 {
     using Fixed = NUV_FixedReal;
-    expect_same_rows<U8, NUV_CubicTaps<std::int32_t>, Fixed>({1, 3, 4}, 63);
-    expect_same_rows<U8, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 255);
-    expect_same_rows<U16, NUV_CubicTaps<std::int32_t>, Fixed>({1, 3, 4}, 4095);
-    expect_same_rows<U16, NUV_LinearTaps<std::int32_t>, Fixed>({1, 3, 4}, 65535);
-    expect_same_rows<U16, NUV_CubicTaps<double>, double>({3, 4}, 4095);
-    expect_same_rows<U16, NUV_LinearTaps<double>, double>({3, 4}, 65535);
+    expect_same_rows<U8, NUV_CubicTaps<std::int32_t>, Fixed>("PPPP", "PPAA", {1, 3, 4}, 63);
+    expect_same_rows<U8, NUV_LinearTaps<std::int32_t>, Fixed>("PPPP", "PPAA", {1, 3, 4}, 255);
+    expect_same_rows<U16, NUV_CubicTaps<std::int32_t>, Fixed>("PPPP", "PPAA", {1, 3, 4}, 4095);
+    expect_same_rows<U16, NUV_LinearTaps<std::int32_t>, Fixed>("PPPP", "PPAA", {1, 3, 4}, 65535);
+    expect_same_rows<U16, NUV_CubicTaps<double>, double>("PPPP", "PPPV", {1}, 4095);
+    expect_same_rows<U16, NUV_CubicTaps<double>, double>("PPAA", "PPAV", {3, 4}, 4095);
+    expect_same_rows<U16, NUV_LinearTaps<double>, double>("PPAA", "PPAA", {3, 4}, 65535);
 }
 
 TEST(ScaleForms, ShrinkRow)

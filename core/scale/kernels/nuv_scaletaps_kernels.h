@@ -38,13 +38,17 @@ struct NUV_PackedTaps {
 };
 
 // Bytes behind the last pixel of a work line that the packed forms may read and ignore.
-inline constexpr std::size_t packed_taps_slack_bytes = 16;
+inline constexpr std::size_t packed_taps_slack_bytes = 128;
 
 // A table in the layout that the form at hand reads; see NUV_ConvolveForm.
 template <class Taps>
 struct NUV_TapTable {
     const Taps* taps = nullptr;
     NUV_PackedTaps packed;
+    // Of doubles that are split, see nuv_splitweights.h: the lower parts, `packed` being the higher
+    // ones, and whether all are exact.
+    NUV_PackedTaps low;
+    bool is_exact = false;
 };
 
 // Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing
@@ -148,9 +152,17 @@ NUV_TARGET("avx2")
 void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
                         std::uint16_t* out, std::size_t pixels, std::size_t channels,
                         NUV_SampleLimits<std::uint16_t> limits);
+// The same of 1, 3 or 4 channels in integers, where these tell how a sum rounds, and else in
+// doubles. Both of them are in the table.
+template <int Channels>
+NUV_TARGET("avx512vbmi,avx512bw")
+void convolve_split_avx512(const std::uint16_t* line,
+                           const NUV_TapTable<NUV_CubicTaps<double>>& table, std::uint16_t* out,
+                           std::size_t pixels, std::size_t channels,
+                           NUV_SampleLimits<std::uint16_t> limits);
 #endif
 
-// A form, and which layout of the table it reads.
+// A form, and which layout of the table it reads. Of doubles, a packed one has split weights.
 template <IntegerSample T, class Taps>
 struct NUV_ConvolveForm {
     ConvolveRow<T, Taps> convolve = nullptr;
@@ -162,8 +174,8 @@ template <class Taps>
 inline constexpr bool has_real_weights =
     std::is_same_v<Taps, NUV_CubicTaps<double>> || std::is_same_v<Taps, NUV_LinearTaps<double>>;
 
-// The fastest form that `cpu` can run. `narrow`: a packed table can hold offsets and weights, and
-// sums of fixed-point weights fit 32 bits. Called once per engine.
+// The fastest form that `cpu` can run. `narrow`: a packed table can hold offsets and weights, split
+// ones of doubles, and sums of fixed-point weights fit 32 bits. Called once per engine.
 template <IntegerSample T, class Taps>
 [[nodiscard]] NUV_ConvolveForm<T, Taps> choose_convolve_row([[maybe_unused]] const NUV_Cpu& cpu,
                                                             std::uint32_t channels,
@@ -175,6 +187,11 @@ template <IntegerSample T, class Taps>
         if constexpr (std::is_unsigned_v<T> && !has_real_weights<Taps> && Channels != 0) {
             if (cpu.has_avx2 && narrow)
                 return {convolve_packed_avx2<Channels, T, Taps>, true};
+        }
+        if constexpr (std::is_same_v<T, std::uint16_t> &&
+                      std::is_same_v<Taps, NUV_CubicTaps<double>> && Channels != 0) {
+            if (cpu.has_avx512vbmi && narrow)
+                return {convolve_split_avx512<Channels>, true};
         }
         if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels > 1) {
             if (cpu.has_avx2)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
+#include "core/scale/kernels/nuv_splitweights.h"
 #include "core/scale/source/nuv_padline.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_manager.h"
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <type_traits>
 
 namespace nuv {
 
@@ -47,14 +49,29 @@ public:
 
     [[nodiscard]] bool finish_table(NUV_Manager& manager)
     {
+        if (!form_.is_packed)
+            return true;
+        if (!packed_.allocate(manager, pixels_))
+            return false;
         if constexpr (!has_real_weights<Taps>) {
-            if (!form_.is_packed)
-                return true;
-            if (!packed_.allocate(manager, pixels_))
-                return false;
             for (std::size_t k = 0; k < pixels_; ++k)
                 packed_.set(k, taps_[k].offset, weights_of(taps_[k]));
             taps_.free();
+        } else if constexpr (std::is_same_v<Taps, NUV_CubicTaps<double>>) {
+            if (!low_.allocate(manager, pixels_))
+                return false;
+            is_exact_ = true;
+            for (std::size_t k = 0; k < pixels_; ++k) {
+                const NUV_SplitWeights split = split_weights(taps_[k].weight);
+                if (!split.fits) {
+                    constexpr bool is_narrow = false;
+                    form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels_, is_narrow);
+                    return true;
+                }
+                packed_.set(k, taps_[k].offset, std::to_array(split.high));
+                low_.set(k, taps_[k].offset, std::to_array(split.low));
+                is_exact_ = is_exact_ && split.is_exact;
+            }
         }
         return true;
     }
@@ -65,8 +82,8 @@ public:
     void convolve(T* out, NUV_SampleLimits<T> limits = {}) const noexcept
     {
         line_.fill_pads();
-        form_.convolve(line_.samples(), {taps_.data(), packed_.taps()}, out, pixels_, channels_,
-                       limits);
+        form_.convolve(line_.samples(), {taps_.data(), packed_.taps(), low_.taps(), is_exact_}, out,
+                       pixels_, channels_, limits);
     }
 
 private:
@@ -74,8 +91,10 @@ private:
     std::size_t pixels_ = 0;
     NUV_ConvolveForm<T, Taps> form_;
     NUV_PaddedLine<T, Pads> line_;
-    NUV_Scratch<Taps> taps_;    // one of the two is filled
-    NUV_PackedTapTable packed_; // in the end
+    NUV_Scratch<Taps> taps_;    // one of the two is filled in the end,
+    NUV_PackedTapTable packed_; // or all three, for split weights
+    NUV_PackedTapTable low_;
+    bool is_exact_ = false;
 };
 
 } // namespace nuv
