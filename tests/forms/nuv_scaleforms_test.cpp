@@ -68,7 +68,7 @@ void expect_same_combinations(const char (&forms)[5])
 {
     const auto choose = combine_lines_chosen<T, ScaleWeight<R>>(true);
     expect_same_forms<T>(forms, choose, [](NUV_FormDraw& draw, auto compare) {
-        const std::size_t count = draw.length(100) * draw.one_of({1, 1, 20});
+        const std::size_t count = draw.length(100) * draw.one_of<std::size_t>({1, 1, 20});
         const T* lines[4] = {};
         for (const T*& line : lines) {
             T* samples = draw.input<T>(count);
