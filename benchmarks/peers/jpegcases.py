@@ -38,21 +38,22 @@ def decode(pictures):
 
 
 def lossless(pictures):
-    """16 bits of gray. dcmconv reads and writes as dcmtk's coders do, and codes nothing."""
-    plain = pictures.gray16_dicom
-    raw_words = ("--input-raw", f"{pictures.width}x{pictures.height}x1x16:gray")
-    theirs = pictures.path("theirs.dcm")
-    ours = pictures.path("ours.ljpg")
-    copy = Command("copy", (pictures.nuv, "convert", pictures.gray16, pictures.path("copy.raw"),
-                            *raw_words))
-    floor = Command("dcmconv, no coding", ("dcmconv", plain, theirs))
-    encoded = (pictures.nuv, "convert", pictures.gray16, ours, *raw_words)
-    peers = (Command("dcmcjpeg", ("dcmcjpeg", "+e1", plain, theirs)),)
-    for name, words in (("fixed table", ()), ("own table", ("--optimise",))):
-        yield Case(f"encode lossless, {name}", pictures.pixels, Command("nuv", (*encoded, *words)),
-                   peers, copy, floor, 0.5)
-    ours = pictures.path("ours.raw")
-    yield Case("decode lossless", pictures.pixels,
-               Command("nuv", (pictures.nuv, "convert", pictures.lossless, ours)),
-               (Command("dcmdjpeg", ("dcmdjpeg", pictures.lossless_dicom, theirs)),),
-               copy, floor, 0.5, (ours, pictures.gray16))
+    """16 bits of gray, and RGB. dcmconv reads and writes as dcmtk's coders do, and codes nothing."""
+    for kind, raw, form in (("gray 16", pictures.gray16, "1x16:gray"),
+                            ("RGB", pictures.rgb, "3x8:rgb")):
+        plain, stored = pictures.dicom(raw), pictures.lossless_dicom(raw)
+        raw_words = ("--input-raw", f"{pictures.width}x{pictures.height}x{form}")
+        theirs, ours = pictures.path("theirs.dcm"), pictures.path("ours.ljpg")
+        copy = Command("copy", (pictures.nuv, "convert", raw, pictures.path("copy.raw"),
+                                *raw_words))
+        floor = Command("dcmconv, no coding", ("dcmconv", plain, theirs))
+        encoded = (pictures.nuv, "convert", raw, ours, *raw_words)
+        peers = (Command("dcmcjpeg", ("dcmcjpeg", "+e1", plain, theirs)),)
+        for name, words in (("fixed table", ()), ("own table", ("--optimise",))):
+            yield Case(f"lossless {kind}, {name}", pictures.pixels,
+                       Command("nuv", (*encoded, *words)), peers, copy, floor, 0.5)
+        ours = pictures.path("ours.raw")
+        yield Case(f"decode lossless {kind}", pictures.pixels,
+                   Command("nuv", (pictures.nuv, "convert", pictures.lossless(stored), ours)),
+                   (Command("dcmdjpeg", ("dcmdjpeg", stored, theirs)),),
+                   copy, floor, 0.5, (ours, raw))

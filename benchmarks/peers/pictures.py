@@ -121,36 +121,44 @@ class Pictures:
         return path
 
     @functools.cached_property
-    def gray16_dicom(self):
-        """The same samples, uncompressed, as dcmtk takes them."""
-        described = self.path("gray16.dump")
+    def rgb(self):
+        """The samples of the photograph."""
+        path = self.path("rgb.raw")
+        subprocess.run([self.nuv, "convert", self.photo, path], check=True)
+        return path
+
+    def dicom(self, raw):
+        """The samples of `gray16` or `rgb`, uncompressed, as dcmtk takes them."""
+        kind = "US 1\n(0028,0004) CS [MONOCHROME2]" if raw == self.gray16 else (
+            "US 3\n(0028,0004) CS [RGB]\n(0028,0006) US 0")
+        bits = 16 if raw == self.gray16 else 8
+        described, path = f"{raw}.dump", f"{raw}.dcm"
+        if os.path.exists(path):
+            return path
         with open(described, "w", encoding="ascii") as file:
             file.write(f"(0002,0010) UI =LittleEndianExplicit\n"
                        f"(0008,0016) UI =SecondaryCaptureImageStorage\n"
                        f"(0008,0018) UI [1.2.3.4]\n(0008,0060) CS [OT]\n"
-                       f"(0028,0002) US 1\n(0028,0004) CS [MONOCHROME2]\n"
+                       f"(0028,0002) {kind}\n"
                        f"(0028,0010) US {self.height}\n(0028,0011) US {self.width}\n"
-                       f"(0028,0100) US 16\n(0028,0101) US 16\n(0028,0102) US 15\n"
-                       f"(0028,0103) US 0\n(7fe0,0010) OW ={self.gray16}\n")
-        path = self.path("gray16.dcm")
+                       f"(0028,0100) US {bits}\n(0028,0101) US {bits}\n"
+                       f"(0028,0102) US {bits - 1}\n(0028,0103) US 0\n(7fe0,0010) OW ={raw}\n")
         subprocess.run(["dump2dcm", "+te", described, path], check=True)
         return path
 
-    @functools.cached_property
-    def lossless_dicom(self):
-        path = self.path("lossless.dcm")
-        subprocess.run(["dcmcjpeg", "+e1", self.gray16_dicom, path], check=True)
+    def lossless_dicom(self, raw):
+        path = f"{raw}_lossless.dcm"
+        subprocess.run(["dcmcjpeg", "+e1", self.dicom(raw), path], check=True)
         return path
 
-    @functools.cached_property
-    def lossless(self):
-        """The stream inside `lossless_dicom`: PS3.5, A.4: a table of offsets, then one fragment."""
-        with open(self.lossless_dicom, "rb") as file:
+    def lossless(self, dicom):
+        """The stream inside a file of dcmcjpeg: PS3.5, A.4: a table of offsets, then one fragment."""
+        with open(dicom, "rb") as file:
             data = file.read()
         at = data.index(b"\xe0\x7f\x10\x00OB\0\0\xff\xff\xff\xff") + 12
         at += 8 + int.from_bytes(data[at + 4:at + 8], "little")
         size = int.from_bytes(data[at + 4:at + 8], "little")
-        path = self.path("lossless.jpg")
+        path = f"{dicom}.jpg"
         with open(path, "wb") as file:
             file.write(data[at + 8:at + 8 + size])
         return path

@@ -46,8 +46,8 @@ private:
 // How a lossless JPEG is to be written.
 class NUV_WriteLosslessJPEGOption : public NUV_EncodeJPEGAttributes {
 public:
-    // `optimise` builds the Huffman table from the image, which is then held in memory with 16 bits
-    // for each sample and written at its end. The restart interval is in pixels, whole lines of
+    // `optimise` builds the Huffman table from the image, which is then held in memory as it comes
+    // and written at its end. The restart interval is in pixels, whole lines of
     // them; 0 stands for one line, and anything above 65535 or not below the image's size for none.
     NUV_WriteLosslessJPEGOption(bool optimise, std::uint32_t restart_interval) noexcept
         : optimise_(optimise),

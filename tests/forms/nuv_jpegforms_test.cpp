@@ -1,3 +1,4 @@
+#include "core/jpeg/kernels/nuv_jpegdifferences.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
 #include "tests/support/nuv_testforms.h"
@@ -107,6 +108,61 @@ TEST(JPEGForms, SamplesOfABlock)
         compare(7 * stride + 8, [&](auto form, U8* out) { form(block, table, out, stride); });
     };
     expect_same_forms<U8>("PSAA", sample_form(&Samples::block_to_samples), draw_call, 20000);
+}
+
+// Random data under random tables, which have codes without meaning and of all lengths: the same
+// differences, and the same end of them, as by the plain tables.
+TEST(JPEGForms, LosslessDifferences)
+{
+    for (std::size_t round = 0; round < 3000; ++round) {
+        NUV_FormDraw draw(round);
+        NUV_JPEGDifferenceTable table;
+        U8 counts[16] = {};
+        std::size_t free_codes = 1;
+        for (std::size_t i = 0; i < 16; ++i) {
+            free_codes = std::min<std::size_t>(2 * free_codes, 200);
+            const std::size_t most = std::min<std::size_t>(free_codes - 1, i < 8 ? 3 : 15);
+            counts[i] = static_cast<U8>(draw.number(0, most));
+            free_codes -= counts[i];
+        }
+        U8* const symbols = draw.input<U8>(256);
+        const std::size_t categories = draw.one_of<std::size_t>({6, 9, 17, 18});
+        for (std::size_t i = 0; i < 256; ++i)
+            symbols[i] = static_cast<U8>(symbols[i] % categories);
+        ASSERT_EQ(huffman_decode_difference_init(counts, symbols, &table), NUV_JPEGResult::good);
+        const std::size_t size = draw.number(1, 300);
+        U8* const data = draw.input<U8>(size);
+        for (std::size_t i = 1; i < size; ++i) {
+            if (draw.number(0, 8) == 0)
+                data[i] = 0xFF;
+            if (data[i - 1] == 0xFF && draw.number(0, 40) != 0)
+                data[i] = 0;
+        }
+
+        const std::size_t components = draw.number(1, 4);
+        constexpr std::size_t columns = 300;
+        const NUV_JPEGDifferenceTable* const tables[] = {&table, &table, &table, &table};
+        const NUV_JPEGDecodeTable* const plain[] = {&table.plain, &table.plain, &table.plain,
+                                                    &table.plain};
+        U16 got[4][columns] = {};
+        U16 wanted[4][columns] = {};
+        U16* const got_rows[] = {got[0], got[1], got[2], got[3]};
+        U16* const wanted_rows[] = {wanted[0], wanted[1], wanted[2], wanted[3]};
+        const auto bytes = static_cast<std::int32_t>(size);
+        NUV_JPEGDecodeState state{};
+        std::int32_t position = 0;
+        U8 marker = 0;
+        const NUV_JPEGResult result = jpeg_primitives({}).lossless_decode_rows(
+            data, bytes, &position, wanted_rows, columns, static_cast<std::int32_t>(components),
+            &marker, plain, &state);
+        U8 other_marker = 0;
+        NUV_JPEGBitReader reader(data, bytes, 0, &other_marker, {});
+        ASSERT_EQ(
+            decode_differences(reader, tables, got_rows, components, round % 2 == 0, 0, columns),
+            result)
+            << "round " << round;
+        ASSERT_TRUE(std::equal(got[0], got[0] + 4 * columns, wanted[0])) << "round " << round;
+    }
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "core/jpeg/kernels/nuv_jpegdifferences.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstring>
 #include <utility>
 
@@ -14,15 +15,34 @@ constexpr std::uint8_t lost_byte = 0x80;
 constexpr std::uint16_t lost_word = 0x8080;
 constexpr std::uint32_t piece_columns = 64;
 
-// Every `channels`-th sample of a line, from sample `place` on. The line need not be aligned.
-template <class T>
-void put_row(const std::uint16_t* row, std::size_t width, std::uint32_t shift, std::size_t channels,
-             std::size_t place, std::uint8_t* out) noexcept
+using Rows = std::array<const std::uint16_t*, jpeg_most_components>;
+
+// A line, which need not be aligned, of the samples of `channels` rows, as many as `Channels` says
+// where that is not 0.
+template <class T, std::size_t Channels>
+void put_line(const Rows& rows, std::size_t width, std::size_t channels, std::uint32_t shift,
+              std::uint8_t* out) noexcept
 {
     for (std::size_t x = 0; x < width; ++x) {
-        const auto sample = static_cast<T>(row[x] << shift);
-        std::memcpy(out + (channels * x + place) * sizeof(T), &sample, sizeof(T));
+        for (std::size_t i = 0; i < (Channels == 0 ? channels : Channels); ++i) {
+            const auto sample = static_cast<T>(rows[i][x] << (Channels == 0 ? shift : 0));
+            std::memcpy(out, &sample, sizeof(T));
+            out += sizeof(T);
+        }
     }
+}
+
+// The usual kinds of lines have loops of their own.
+template <class T>
+void put_any_line(const Rows& rows, std::size_t width, std::size_t channels, std::uint32_t shift,
+                  std::uint8_t* out) noexcept
+{
+    if (shift == 0 && channels == 1)
+        put_line<T, 1>(rows, width, channels, shift, out);
+    else if (shift == 0 && channels == 3)
+        put_line<T, 3>(rows, width, channels, shift, out);
+    else
+        put_line<T, 0>(rows, width, channels, shift, out);
 }
 
 } // namespace
@@ -43,10 +63,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
     const NUV_JPEGFrame& frame = header.frame();
     const std::size_t width = frame.width;
     is_streamed_ = header.scan().components == frame.components;
-    NUV_JPEGCode code = tables_.open(allocator);
-    if (!is_good(code))
-        return code;
-    if (!row_memory_.allocate(allocator, 2 * frame.components * width))
+    if (!tables_.allocate(allocator, NUV_JPEGStoredTables::destinations) ||
+        !row_memory_.allocate(allocator, 2 * frame.components * width))
         return NUV_JPEGCode::no_memory;
     for (std::size_t i = 0; i < frame.components; ++i) {
         rows_[i] = row_memory_.data() + 2 * i * width;
@@ -58,7 +76,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
     const std::uint64_t samples = std::uint64_t{width} * frame.height * frame.components;
     const std::uint64_t line_bytes =
         std::uint64_t{width} * frame.components * (frame.precision > 8 ? 2 : 1);
-    code = check_stored_size(line_bytes, frame.height, 2 * samples, samples, input.remaining());
+    const NUV_JPEGCode code =
+        check_stored_size(line_bytes, frame.height, 2 * samples, samples, input.remaining());
     if (!is_good(code))
         return code;
     if (!planes_.allocate(allocator, samples))
@@ -69,7 +88,7 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
 
 void NUV_JPEGLosslessDecoder::close() noexcept
 {
-    tables_.close();
+    tables_.free();
     row_memory_.free();
     planes_.free();
 }
@@ -85,15 +104,30 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::begin_scan() noexcept
         reader.begin(frame.restart_interval / frame.width, NUV_JPEGScanReader::Restarts::marked);
     else
         reader.begin(restart_rows_, NUV_JPEGScanReader::Restarts::optional);
-    const NUV_JPEGCode code =
-        tables_.build(header_->tables(), scan_header_, NUV_JPEGScanTables::Kinds::dc);
+    const NUV_JPEGCode code = build_tables();
     if (!is_good(code))
         return code;
     if (frame.restart_interval % frame.width != 0)
         return NUV_JPEGCode::bad_segment;
-    for (std::size_t i = 0; i < scan_header_.components; ++i)
-        row_tables_[i] = &tables_.dc(scan_header_.component[i].dc_table);
     scans_.note_planes(scan_header_);
+    return NUV_JPEGCode::good;
+}
+
+// NUV_JPEGCode::bad_segment for a table that is missing or inconsistent.
+NUV_JPEGCode NUV_JPEGLosslessDecoder::build_tables() noexcept
+{
+    std::bitset<NUV_JPEGStoredTables::destinations> built;
+    for (std::size_t i = 0; i < scan_header_.components; ++i) {
+        const std::size_t place = scan_header_.component[i].dc_table;
+        const NUV_JPEGStoredTables::Huffman& stored = header_->tables().dc[place];
+        row_tables_[i] = &tables_[place];
+        if (built[place])
+            continue;
+        built[place] = true;
+        if (!stored.defined || !is_good(huffman_decode_difference_init(
+                                   stored.counts.data(), stored.symbols.data(), &tables_[place])))
+            return NUV_JPEGCode::bad_segment;
+    }
     return NUV_JPEGCode::good;
 }
 
@@ -152,11 +186,13 @@ std::uint16_t* NUV_JPEGLosslessDecoder::plane_line(std::size_t component,
 
 void NUV_JPEGLosslessDecoder::keep_in_planes(std::uint32_t line) noexcept
 {
+    const std::size_t width = header_->frame().width;
+    const std::uint32_t shift = scan_header_.low;
     for (std::size_t i = 0; i < scan_header_.components; ++i) {
         const std::uint16_t* const from = previous_[i];
         std::uint16_t* const to = plane_line(scan_header_.component[i].index, line);
-        for (std::size_t x = 0; x < header_->frame().width; ++x)
-            to[x] = static_cast<std::uint16_t>(from[x] << scan_header_.low);
+        for (std::size_t x = 0; x < width; ++x)
+            to[x] = static_cast<std::uint16_t>(from[x] << shift);
     }
 }
 
@@ -190,9 +226,9 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_row_differences() noexcept
     return decode_run(scans_.reader(), pieces, most_bytes_of_piece, done,
                       [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                           const std::uint32_t end = std::min(column + piece_columns, width);
-                          const NUV_JPEGResult result =
-                              decode_differences(bits, row_tables_.data(), rows_.data(),
-                                                 scan_header_.components, column, end);
+                          const NUV_JPEGResult result = decode_differences(
+                              bits, row_tables_.data(), rows_.data(), scan_header_.components,
+                              header_->frame().precision > 8, column, end);
                           if (!is_good(result))
                               return result;
                           column = end;
@@ -223,19 +259,15 @@ void NUV_JPEGLosslessDecoder::deliver(
     const std::array<const std::uint16_t*, jpeg_most_components>& rows, std::uint32_t shift,
     std::uint8_t* out) const noexcept
 {
-    const std::size_t width = header_->frame().width;
-    const bool is_wide = header_->frame().precision > 8;
-    for (std::size_t i = 0; i < header_->frame().components; ++i) {
+    const NUV_JPEGFrame& frame = header_->frame();
+    Rows delivered{};
+    for (std::size_t i = 0; i < frame.components; ++i) {
         const std::size_t component = is_streamed_ ? scan_header_.component[i].index : i;
-        if (component - first_ >= delivered_)
-            continue;
-        const std::uint16_t* const row = rows[i];
-        const std::size_t place = component - first_;
-        if (is_wide)
-            put_row<std::uint16_t>(row, width, shift, delivered_, place, out);
-        else
-            put_row<std::uint8_t>(row, width, shift, delivered_, place, out);
+        if (component - first_ < delivered_)
+            delivered[component - first_] = rows[i];
     }
+    const auto put = frame.precision > 8 ? put_any_line<std::uint16_t> : put_any_line<std::uint8_t>;
+    put(delivered, frame.width, delivered_, shift, out);
 }
 
 } // namespace nuv

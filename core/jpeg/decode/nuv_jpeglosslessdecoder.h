@@ -27,6 +27,7 @@ public:
 
 private:
     [[nodiscard]] NUV_JPEGCode begin_scan() noexcept;
+    [[nodiscard]] NUV_JPEGCode build_tables() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_scan_to_planes() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
     [[nodiscard]] NUV_JPEGCode decode_row_differences() noexcept;
@@ -45,8 +46,8 @@ private:
     bool is_streamed_ = true;
     std::uint32_t interval_seen_ = 0; // that the last row belonged to
     NUV_JPEGScanHeader scan_header_;
-    NUV_JPEGScanTables tables_;
-    std::array<const NUV_JPEGWideTable*, jpeg_most_components>
+    NUV_JPEGMemory<NUV_JPEGDifferenceTable> tables_;
+    std::array<const NUV_JPEGDifferenceTable*, jpeg_most_components>
         row_tables_{}; // by place in the scan
     NUV_JPEGScans scans_;
     // By component: the row that is being made (first its differences), and the one above it.

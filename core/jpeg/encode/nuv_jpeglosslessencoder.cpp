@@ -31,7 +31,7 @@ struct Difference {
     std::uint32_t low;
 };
 
-Difference difference_of(std::uint16_t modulo) noexcept
+constexpr Difference difference_of(std::uint16_t modulo) noexcept
 {
     const std::int32_t value = static_cast<std::int16_t>(modulo);
     const std::int32_t sign = value >> 31; // -1 or 0
@@ -40,42 +40,80 @@ Difference difference_of(std::uint16_t modulo) noexcept
             static_cast<std::uint32_t>(value + sign)};
 }
 
+// The difference of samples of 8 bits that has these low 9 bits.
+constexpr std::uint16_t small_difference(std::uint32_t low_bits) noexcept
+{
+    return static_cast<std::uint16_t>(low_bits < 256 ? low_bits : low_bits - 512);
+}
+
+constexpr std::size_t small_differences = 512;
+
+template <class Sample>
+constexpr bool is_small = sizeof(Sample) == 1;
+
+template <class Sample>
+std::uint32_t modulo_difference(Sample sample, Sample prediction) noexcept
+{
+    return static_cast<std::uint32_t>(sample) - static_cast<std::uint32_t>(prediction);
+}
+
 } // namespace
 
+// In several counters, since one after the other often is alike and would wait for the one before.
 template <class Sample, std::size_t Components>
-void NUV_JPEGLosslessEncoder::split_line(const void* line, std::size_t width,
-                                         std::uint16_t* rows) noexcept
+void NUV_JPEGLosslessEncoder::count_line(const void* samples, std::size_t width,
+                                         std::uint32_t* counters) noexcept
 {
-    const auto* samples = static_cast<const Sample*>(line);
-    for (std::size_t component = 0; component < Components; ++component) {
-        for (std::size_t x = 0; x < width; ++x)
-            rows[component * width + x] = samples[x * Components + component];
+    const auto* sample = static_cast<const Sample*>(samples);
+    const auto* prediction = sample - Components;
+    for (std::size_t i = 0; i < width * Components; ++i) {
+        const std::uint32_t difference = modulo_difference(sample[i], prediction[i]);
+        std::size_t kind = 0;
+        if constexpr (is_small<Sample>)
+            kind = difference % small_differences;
+        else
+            kind = difference_of(static_cast<std::uint16_t>(difference)).category;
+        ++counters[kind * lanes + i % lanes];
     }
 }
 
-template <std::size_t Components>
-std::uint8_t* NUV_JPEGLosslessEncoder::put_piece(const DifferenceRows& rows, std::size_t columns,
+template <class Sample, std::size_t Components>
+std::uint8_t* NUV_JPEGLosslessEncoder::put_piece(const void* samples, std::size_t columns,
                                                  const Codes& codes, std::uint8_t* output,
                                                  NUV_JPEGEncodeState& state) noexcept
 {
-    // Several differences at once, of one pixel or of two, as long as their bits allow.
-    constexpr std::size_t group = Components == 1 ? 2 : 1; // pixels
+    // Several differences at once, of one pixel or of several, as long as their bits allow.
+    constexpr std::size_t group = Components == 1 ? (is_small<Sample> ? 4 : 2) : Components;
+    const auto* sample = static_cast<const Sample*>(samples);
+    const auto* const line_end = sample + columns * Components;
     NUV_JPEGBitWriter writer(output, state);
-    for (std::size_t x = 0; x < columns;) {
+    while (sample != line_end) {
         std::uint64_t bits = 0;
         std::uint32_t count = 0;
-        for (const std::size_t end = std::min(x + group, columns); x < end; ++x) {
-            for (std::size_t component = 0; component < Components; ++component) {
-                const Difference difference = difference_of(rows[component][x]);
-                const Code& code = codes[difference.category];
-                if (count + code.count > NUV_JPEGBitWriter::most_bits) [[unlikely]] {
-                    writer.put(bits, count);
-                    bits = 0;
-                    count = 0;
-                }
-                bits = bits << code.count | code.bits | (difference.low & code.low_mask);
-                count += code.count;
+        const auto* const end =
+            line_end - sample < std::ptrdiff_t{group} ? line_end : sample + group;
+        for (; sample != end; ++sample) {
+            const std::uint32_t modulo =
+                modulo_difference(*sample, sample[-std::ptrdiff_t{Components}]);
+            std::uint32_t more = 0;
+            std::uint32_t more_count = 0;
+            if constexpr (is_small<Sample>) {
+                const std::uint32_t entry = codes.by_difference[modulo % small_differences];
+                more = entry >> 8;
+                more_count = entry & 0xFFU;
+            } else {
+                const Difference difference = difference_of(static_cast<std::uint16_t>(modulo));
+                const Code& code = codes.by_category[difference.category];
+                more = code.bits | (difference.low & code.low_mask);
+                more_count = code.count;
             }
+            if (count + more_count > NUV_JPEGBitWriter::most_bits) [[unlikely]] {
+                writer.put(bits, count);
+                bits = 0;
+                count = 0;
+            }
+            bits = bits << more_count | more;
+            count += more_count;
         }
         writer.put(bits, count);
     }
@@ -94,16 +132,16 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::start(const NUV_JPEGFrame& frame, NUV_JPEG
     table_ = table;
     output_ = output;
     primitives_ = &primitives;
-    row_samples_ = frame_.width * frame_.components;
+    pixel_bytes_ = frame_.components * (frame_.precision / 8U);
+    line_bytes_ = (std::size_t{frame_.width} + 1) * pixel_bytes_;
     lines_per_interval_ = frame_.restart_interval / frame_.width;
     lines_ = 0;
     coded_bytes_ = 0;
-    frequencies_ = {};
     primitives_->huffman_encode_state_init(&bits_);
     choose_forms();
     if (!allocate_memory(allocator))
         return NUV_JPEGCode::no_memory;
-    if (table_ == NUV_JPEGLosslessTable::optimal)
+    if (holds_all())
         return NUV_JPEGCode::good;
 
     std::array<std::uint8_t, categories> values{};
@@ -114,40 +152,40 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::start(const NUV_JPEGFrame& frame, NUV_JPEG
 
 void NUV_JPEGLosslessEncoder::choose_forms() noexcept
 {
+    const auto choose = [this]<class Sample, std::size_t Components>() {
+        count_line_ = count_line<Sample, Components>;
+        put_piece_ = put_piece<Sample, Components>;
+    };
     const bool is_wide = frame_.precision > 8;
     if (frame_.components == 1) {
-        put_piece_ = put_piece<1>;
-        split_line_ = is_wide ? nullptr : split_line<std::uint8_t, 1>;
-        return;
+        is_wide ? choose.template operator()<std::uint16_t, 1>()
+                : choose.template operator()<std::uint8_t, 1>();
+    } else {
+        is_wide ? choose.template operator()<std::uint16_t, most_components>()
+                : choose.template operator()<std::uint8_t, most_components>();
     }
-    put_piece_ = put_piece<most_components>;
-    split_line_ = is_wide ? split_line<std::uint16_t, most_components>
-                          : split_line<std::uint8_t, most_components>;
 }
 
 bool NUV_JPEGLosslessEncoder::allocate_memory(const NUV_JPEGAllocator& allocator) noexcept
 {
-    const bool holds_all = table_ == NUV_JPEGLosslessTable::optimal;
-    const std::uint64_t differences = std::uint64_t{row_samples_} * (holds_all ? frame_.height : 1);
-    if (!std::in_range<std::size_t>(differences))
+    const std::uint64_t bytes = std::uint64_t{line_bytes_} * (holds_all() ? frame_.height : 1);
+    const std::size_t counters = lanes * (frame_.precision > 8 ? categories : small_differences);
+    if (!std::in_range<std::size_t>(bytes))
         return false;
     // Coded lines are seldom longer than twice their samples; else they go out in pieces.
-    const bool ok = (split_line_ == nullptr || line_.allocate(allocator, row_samples_)) &&
-                    rows_.allocate(allocator, 2 * row_samples_) &&
-                    differences_.allocate(allocator, static_cast<std::size_t>(differences)) &&
-                    coded_.allocate(allocator, 4 * row_samples_ + most_piece_bytes);
-    row_ = rows_.data();
-    previous_row_ = ok ? row_ + row_samples_ : nullptr;
+    const std::size_t samples = std::size_t{frame_.width} * frame_.components;
+    const bool ok = lines_memory_.allocate(allocator, static_cast<std::size_t>(bytes)) &&
+                    (!holds_all() || counters_.allocate(allocator, counters)) &&
+                    coded_.allocate(allocator, 4 * samples + most_piece_bytes);
+    if (ok && holds_all())
+        std::ranges::fill(counters_.items(), 0U);
     return ok;
 }
 
 void NUV_JPEGLosslessEncoder::free_memory() noexcept
 {
-    line_.free();
-    rows_.free();
-    row_ = nullptr;
-    previous_row_ = nullptr;
-    differences_.free();
+    lines_memory_.free();
+    counters_.free();
     coded_.free();
 }
 
@@ -166,9 +204,14 @@ bool NUV_JPEGLosslessEncoder::set_table(const std::uint8_t* counts,
         const std::uint32_t low_bits = category < 16 ? category : 0;
         const std::uint32_t code = table.words[category] & 0xFFFFU;
         const std::uint32_t code_bits = table.words[category] >> 16;
-        codes_[category] = {.bits = code << low_bits,
-                            .low_mask = (1U << low_bits) - 1U,
-                            .count = code_bits == 0 ? 0 : code_bits + low_bits};
+        codes_.by_category[category] = {.bits = code << low_bits,
+                                        .low_mask = (1U << low_bits) - 1U,
+                                        .count = code_bits == 0 ? 0 : code_bits + low_bits};
+    }
+    for (std::uint32_t i = 0; i < small_differences; ++i) {
+        const Difference difference = difference_of(small_difference(i));
+        const Code& code = codes_.by_category[difference.category];
+        codes_.by_difference[i] = (code.bits | (difference.low & code.low_mask)) << 8 | code.count;
     }
     return true;
 }
@@ -194,10 +237,15 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::write_header() noexcept
     return NUV_JPEGCode::good;
 }
 
+// The first sample of a line.
+std::uint8_t* NUV_JPEGLosslessEncoder::samples_of(std::size_t line) noexcept
+{
+    return lines_memory_.data() + (holds_all() ? line * line_bytes_ : 0) + pixel_bytes_;
+}
+
 std::uint8_t* NUV_JPEGLosslessEncoder::next_line() noexcept
 {
-    void* line = split_line_ == nullptr ? row_ : line_.data();
-    return static_cast<std::uint8_t*>(line);
+    return lines_memory_.data() == nullptr ? nullptr : samples_of(lines_);
 }
 
 // Whether a restart marker stands before a line.
@@ -206,57 +254,30 @@ bool NUV_JPEGLosslessEncoder::starts_interval(std::size_t line) const noexcept
     return lines_per_interval_ != 0 && line != 0 && line % lines_per_interval_ == 0;
 }
 
-std::uint16_t* NUV_JPEGLosslessEncoder::differences_of(std::size_t line) const noexcept
+// T.81, H.1.1 and H.1.2.1: the first pixel of a line is predicted from the one above it, but in the
+// first line of the picture and of an interval, which has none above.
+void NUV_JPEGLosslessEncoder::set_first_prediction() noexcept
 {
-    const bool holds_all = table_ == NUV_JPEGLosslessTable::optimal;
-    return differences_.data() + (holds_all ? line * row_samples_ : 0);
+    std::uint8_t* const first = samples_of(lines_);
+    std::uint8_t* const prediction = first - pixel_bytes_;
+    const bool has_none_above = lines_ == 0 || starts_interval(lines_);
+    if (!has_none_above)
+        std::copy_n(pixel_above_.data(), pixel_bytes_, prediction);
+    else if (frame_.precision > 8)
+        std::fill_n(reinterpret_cast<std::uint16_t*>(prediction), frame_.components, 0x8000);
+    else
+        std::fill_n(prediction, frame_.components, 0x80);
+    std::copy_n(first, pixel_bytes_, pixel_above_.data());
 }
 
 NUV_JPEGCode NUV_JPEGLosslessEncoder::encode_line() noexcept
 {
-    if (split_line_ != nullptr)
-        split_line_(line_.data(), frame_.width, row_);
-    std::uint16_t* differences = differences_of(lines_);
-    if (!take_differences(differences))
-        return NUV_JPEGCode::bad_parameter;
-    std::swap(row_, previous_row_);
-    ++lines_;
-    if (table_ == NUV_JPEGLosslessTable::standard)
-        return put_line(lines_ - 1);
-    count_categories(differences);
+    set_first_prediction();
+    const std::size_t line = lines_++;
+    if (!holds_all())
+        return put_line(line);
+    count_line_(samples_of(line), frame_.width, counters_.data());
     return NUV_JPEGCode::good;
-}
-
-// T.81, H.1.1 and H.1.2.1: the first line of the picture and of an interval has none above.
-bool NUV_JPEGLosslessEncoder::take_differences(std::uint16_t* differences) noexcept
-{
-    const bool is_first = lines_ == 0 || starts_interval(lines_);
-    const std::size_t width = frame_.width;
-    const auto columns = static_cast<std::int32_t>(width);
-    bool ok = true;
-    for (std::size_t start = 0; start < row_samples_; start += width) {
-        ok &= is_good(
-            is_first
-                ? primitives_->lossless_diff_first_row(row_ + start, differences + start, columns,
-                                                       frame_.precision, point_transform)
-                : primitives_->lossless_diff_other_rows(row_ + start, previous_row_ + start,
-                                                        differences + start, columns, predictor));
-    }
-    return ok;
-}
-
-// In several counters, since one after the other often has the same category and would wait for
-// the one before.
-void NUV_JPEGLosslessEncoder::count_categories(const std::uint16_t* differences) noexcept
-{
-    constexpr std::size_t lanes = 4;
-    std::array<std::array<std::uint32_t, categories>, lanes> counts{};
-    for (std::size_t i = 0; i < row_samples_; ++i)
-        ++counts[i % lanes][difference_of(differences[i]).category];
-    for (const auto& lane : counts) {
-        for (std::size_t category = 0; category < categories; ++category)
-            frequencies_[category] += lane[category];
-    }
 }
 
 NUV_JPEGCode NUV_JPEGLosslessEncoder::put_line(std::size_t line) noexcept
@@ -265,18 +286,16 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::put_line(std::size_t line) noexcept
         put_marker(
             static_cast<std::uint8_t>(jpeg_marker_rst0 + ((line / lines_per_interval_ - 1) & 7U)));
     const std::size_t width = frame_.width;
-    const std::uint16_t* differences = differences_of(line);
+    const std::uint8_t* const samples = samples_of(line);
     for (std::size_t x = 0; x < width; x += piece_columns) {
         if (coded_.size() - coded_bytes_ < most_piece_bytes) {
             const NUV_JPEGCode code = write_coded();
             if (!is_good(code))
                 return code;
         }
-        DifferenceRows rows{};
-        for (std::size_t component = 0; component < frame_.components; ++component)
-            rows[component] = differences + component * width + x;
-        const std::uint8_t* end = put_piece_(rows, std::min(piece_columns, width - x), codes_,
-                                             coded_.data() + coded_bytes_, bits_);
+        const std::uint8_t* end =
+            put_piece_(samples + x * pixel_bytes_, std::min(piece_columns, width - x), codes_,
+                       coded_.data() + coded_bytes_, bits_);
         coded_bytes_ = static_cast<std::size_t>(end - coded_.data());
     }
     return write_coded();
@@ -297,7 +316,7 @@ void NUV_JPEGLosslessEncoder::put_marker(std::uint8_t id) noexcept
 NUV_JPEGCode NUV_JPEGLosslessEncoder::close() noexcept
 {
     NUV_JPEGCode code = NUV_JPEGCode::good;
-    if (table_ == NUV_JPEGLosslessTable::optimal)
+    if (holds_all())
         code = write_stored_lines();
     if (!is_good(code))
         return code;
@@ -305,13 +324,24 @@ NUV_JPEGCode NUV_JPEGLosslessEncoder::close() noexcept
     return write_coded();
 }
 
+NUV_JPEGLosslessEncoder::Frequencies NUV_JPEGLosslessEncoder::count_categories() const noexcept
+{
+    Frequencies frequencies{};
+    for (std::size_t i = 0; i < counters_.size(); ++i) {
+        const auto kind = static_cast<std::uint32_t>(i / lanes);
+        frequencies[frame_.precision > 8 ? kind : difference_of(small_difference(kind)).category] +=
+            counters_[i];
+    }
+    return frequencies;
+}
+
 // The second pass: now that the frequencies and the height are known.
 NUV_JPEGCode NUV_JPEGLosslessEncoder::write_stored_lines() noexcept
 {
     std::array<std::uint8_t, 16> counts{};
     std::array<std::uint8_t, 256> values{};
-    if (primitives_->huffman_optimal_table(frequencies_.data(), counts.data(), values.data()) !=
-            NUV_JPEGResult::good ||
+    if (primitives_->huffman_optimal_table(count_categories().data(), counts.data(),
+                                           values.data()) != NUV_JPEGResult::good ||
         !set_table(counts.data(), values.data()))
         return NUV_JPEGCode::bad_table;
     frame_.height = static_cast<std::uint16_t>(lines_);

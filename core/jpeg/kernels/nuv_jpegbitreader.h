@@ -3,6 +3,8 @@
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/stream/nuv_jpegbytes.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 
 namespace nuv {
@@ -24,11 +26,11 @@ public:
     NUV_JPEGBitReader(const std::uint8_t* input, std::int32_t size, std::int32_t position,
                       std::uint8_t* marker, const NUV_JPEGDecodeState& state) noexcept
         : input_(input),
+          end_(*marker == 0 ? input + size : input + position),
           next_(input + position),
-          end_(*marker == 0 ? input + size : next_),
-          marker_(marker),
+          bits_(state.bits),
           accumulator_(state.accumulator),
-          bits_(state.bits)
+          marker_(marker)
     {}
 
     // Whether `count` bits (at most 48) are held, after reading on when they are not.
@@ -44,6 +46,22 @@ public:
     [[nodiscard]] NUV_JPEGResult shortage() const noexcept
     {
         return *marker_ != 0 ? NUV_JPEGResult::no_code : NUV_JPEGResult::out_of_data;
+    }
+
+    // Reads on until 56 bits or more are held, unless the data does not go on.
+    void fill() noexcept
+    {
+        if (bits_ <= 56) [[likely]]
+            refill();
+    }
+
+    // What is held, the next bit highest; what lies below is not defined.
+    [[nodiscard]] std::uint64_t held_bits() const noexcept { return accumulator_; }
+    // Puts back what is left of held_bits() after taking `count` bits.
+    void keep(std::uint64_t left, std::uint32_t count) noexcept
+    {
+        accumulator_ = left;
+        bits_ -= count;
     }
 
     // Bits that were read and not taken.
@@ -122,11 +140,40 @@ private:
         }
         // A copy, so that the reader itself can stay in registers.
         NUV_JPEGBitReader copy = *this;
-        copy.refill_by_bytes();
+        copy.refill_with_ff();
         *this = copy;
     }
 
-    [[gnu::noinline]] void refill_by_bytes() noexcept
+    // Drops the 0 behind each 0xFF of eight bytes at once. Where a 0xFF is something else, and near
+    // the end of the data, byte by byte.
+    [[gnu::noinline]] void refill_with_ff() noexcept
+    {
+        if (end_ - next_ < 8 || bits_ > 56)
+            return refill_by_bytes();
+        std::uint64_t bytes = load_eight_bytes(next_);
+        std::uint64_t found = find_bytes_ff(bytes);
+        std::uint32_t taken = (63 - bits_) >> 3; // of what is left without the 0 bytes
+        std::uint32_t dropped = 0;
+        for (;;) {
+            const auto place = static_cast<std::uint32_t>(std::countl_zero(found)) / 8;
+            if (place >= taken)
+                break;
+            const std::uint64_t behind = ~std::uint64_t{0} >> (8 * place + 8);
+            if ((bytes & behind) >> (48 - 8 * place) != 0)
+                return refill_by_bytes();
+            bytes = (bytes & ~behind) | (bytes << 8 & behind);
+            found = found << 8 & behind;
+            ++dropped;
+            // What follows the last byte is not seen.
+            taken = std::min(taken, std::max(7 - dropped, place + 1));
+        }
+        if (taken != 0)
+            accumulator_ |= (bytes & ~std::uint64_t{0} << (64 - 8 * taken)) >> bits_;
+        next_ += taken + dropped;
+        bits_ += 8 * taken;
+    }
+
+    void refill_by_bytes() noexcept
     {
         while (bits_ <= 56 && next_ != end_) {
             std::uint64_t byte = *next_;
@@ -176,12 +223,13 @@ private:
         return NUV_JPEGResult::no_code;
     }
 
+    // g++ keeps pairs of neighbours that change in one vector register, so these are none.
     const std::uint8_t* input_;
-    const std::uint8_t* next_;
     const std::uint8_t* end_;
-    std::uint8_t* marker_;
-    std::uint64_t accumulator_; // left justified
+    const std::uint8_t* next_;
     std::uint32_t bits_;        // held
+    std::uint64_t accumulator_; // left justified
+    std::uint8_t* marker_;
 };
 
 } // namespace nuv

@@ -26,6 +26,24 @@ struct NUV_JPEGWideTable {
                                                       const std::uint8_t* values,
                                                       NUV_JPEGWideTable* table);
 
+// A decoding table for lossless differences (T.81, H.1.2.2): code and value in one step, whether
+// the value is among the index bits or goes on behind them.
+struct NUV_JPEGDifferenceTable {
+    static constexpr std::uint32_t index_bits = 13;
+    static constexpr std::uint32_t no_code = 65; // more bits than are ever held
+
+    NUV_JPEGDecodeTable plain;
+    // By the next 13 bits: in bits 0 to 9 how many bits code and value take; in 10 to 15 how many
+    // of these, the lowest of the value, are still to be added; in 16 to 31 the difference without
+    // them. Where the code and the sign of the value are not among the 13 bits, no_code.
+    std::uint32_t entries[1U << index_bits];
+};
+
+// As huffman_decode_spec_init of the primitives, for differences.
+[[nodiscard]] NUV_JPEGResult huffman_decode_difference_init(const std::uint8_t* bits,
+                                                            const std::uint8_t* values,
+                                                            NUV_JPEGDifferenceTable* table);
+
 // An encoding table for AC coefficients that gives code and low bits of a small value at once.
 struct NUV_JPEGWideEncodeTable {
     static constexpr std::int32_t reach = 32; // values from -32 to 31

@@ -112,6 +112,55 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
     return static_cast<std::uint32_t>(value) << 16 | symbol << 8 | used;
 }
 
+// What the table of differences holds for the same.
+[[nodiscard]] std::uint32_t difference_entry(std::uint32_t index, std::uint32_t length,
+                                             std::uint32_t symbol) noexcept
+{
+    constexpr std::uint32_t index_bits = NUV_JPEGDifferenceTable::index_bits;
+    constexpr std::uint32_t last_category = 16; // the difference 32768, without bits behind it
+    if (symbol == last_category)
+        return 32768U << 16 | length;
+    if (symbol == 0)
+        return length;
+    if (symbol > last_category || length == index_bits)
+        return NUV_JPEGDifferenceTable::no_code;
+    const std::uint32_t used = length + symbol;
+    const std::uint32_t rest = used > index_bits ? used - index_bits : 0;
+    const std::uint32_t known = symbol - rest; // bits of the value, its sign among them
+    const std::uint32_t high_bits = index >> (index_bits - length - known) & ((1U << known) - 1U);
+    const std::int32_t value = extend_sign(high_bits << rest, symbol);
+    return static_cast<std::uint32_t>(value) << 16 | rest << 10 | used;
+}
+
+// A decoding table with entries by the next bits in front; `none` where no code fits there.
+template <auto entry_of, class Table>
+NUV_JPEGResult init_with_entries(const std::uint8_t* bits, const std::uint8_t* values, Table* table,
+                                 std::uint32_t none)
+{
+    if (bits == nullptr || values == nullptr || table == nullptr)
+        return NUV_JPEGResult::null_pointer;
+    CodeRanges ranges;
+    NUV_JPEGResult result = assign_codes(bits, ranges);
+    if (is_good(result))
+        result = huffman_decode_spec_init(bits, values, &table->plain);
+    if (!is_good(result))
+        return result;
+
+    constexpr std::uint32_t index_bits = Table::index_bits;
+    std::ranges::fill(table->entries, none);
+    for (std::uint32_t length = 1; length <= index_bits; ++length) {
+        const CodeRange& range = ranges.of_length[length];
+        const std::uint32_t entries = 1U << (index_bits - length); // of a code
+        std::uint32_t index = range.first_code * entries;
+        for (std::uint32_t i = 0; i < range.count; ++i) {
+            const std::uint32_t symbol = values[range.first_index + i];
+            for (const std::uint32_t end = index + entries; index < end; ++index)
+                table->entries[index] = entry_of(index, length, symbol);
+        }
+    }
+    return NUV_JPEGResult::good;
+}
+
 NUV_JPEGResult size_in_bytes(std::int32_t* size, std::size_t bytes) noexcept
 {
     if (size == nullptr)
@@ -222,28 +271,14 @@ NUV_JPEGResult huffman_optimal_table(const std::uint64_t* frequencies, std::uint
 NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uint8_t* values,
                                         NUV_JPEGWideTable* table)
 {
-    if (bits == nullptr || values == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-    CodeRanges ranges;
-    NUV_JPEGResult result = assign_codes(bits, ranges);
-    if (is_good(result))
-        result = huffman_decode_spec_init(bits, values, &table->plain);
-    if (!is_good(result))
-        return result;
+    return init_with_entries<wide_entry>(bits, values, table, 0);
+}
 
-    constexpr std::uint32_t index_bits = NUV_JPEGWideTable::index_bits;
-    std::ranges::fill(table->entries, 0U);
-    for (std::uint32_t length = 1; length <= index_bits; ++length) {
-        const CodeRange& range = ranges.of_length[length];
-        const std::uint32_t entries = 1U << (index_bits - length); // of a code
-        std::uint32_t index = range.first_code * entries;
-        for (std::uint32_t i = 0; i < range.count; ++i) {
-            const std::uint32_t symbol = values[range.first_index + i];
-            for (const std::uint32_t end = index + entries; index < end; ++index)
-                table->entries[index] = wide_entry(index, length, symbol);
-        }
-    }
-    return NUV_JPEGResult::good;
+NUV_JPEGResult huffman_decode_difference_init(const std::uint8_t* bits, const std::uint8_t* values,
+                                              NUV_JPEGDifferenceTable* table)
+{
+    return init_with_entries<difference_entry>(bits, values, table,
+                                               NUV_JPEGDifferenceTable::no_code);
 }
 
 void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept

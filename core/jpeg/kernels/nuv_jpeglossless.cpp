@@ -5,7 +5,6 @@
 #include "core/jpeg/kernels/nuv_jpegforms.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace nuv {
 namespace {
@@ -30,9 +29,11 @@ NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size
         return NUV_JPEGResult::bad_parameter;
 
     NUV_JPEGBitReader reader(input, size, *position, marker, *state);
-    const NUV_JPEGResult result =
-        decode_differences(reader, tables, rows, static_cast<std::size_t>(components), 0,
-                           static_cast<std::size_t>(columns));
+    NUV_JPEGResult result = NUV_JPEGResult::good;
+    for (std::int32_t x = 0; x < columns && is_good(result); ++x) {
+        for (std::int32_t i = 0; i < components && is_good(result); ++i)
+            result = read_difference(reader, *tables[i], rows[i][x]);
+    }
     reader.store(*position, *state);
     return result;
 }

@@ -31,4 +31,12 @@ inline void store_eight_bytes(std::uint8_t* to, std::uint64_t bytes) noexcept
     return (bytes & ~(bytes + ones) & (ones << 7)) != 0;
 }
 
+// The top bit of each byte that is 0xFF.
+[[nodiscard]] constexpr std::uint64_t find_bytes_ff(std::uint64_t bytes) noexcept
+{
+    constexpr std::uint64_t low_bits = 0x7F7F7F7F7F7F7F7F;
+    const std::uint64_t others = ~bytes;
+    return ~(((others & low_bits) + low_bits) | others | low_bits);
+}
+
 } // namespace nuv

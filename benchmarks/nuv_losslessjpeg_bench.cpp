@@ -1,5 +1,6 @@
 // Lossless coding of a photograph-like picture of six megapixels from memory to memory.
 
+#include "core/jpeg/decode/nuv_jpegdecoder.h"
 #include "core/jpeg/encode/nuv_jpegencoder.h"
 
 #include <benchmark/benchmark.h>
@@ -99,6 +100,66 @@ void encode_lossless(benchmark::State& state, std::uint32_t components, std::uin
     state.counters["coded_bytes"] = static_cast<double>(sink.at);
 }
 
+struct Source {
+    const std::uint8_t* bytes;
+    std::int32_t size;
+    std::int32_t at = 0;
+};
+
+NUV_JPEGSource source_of(Source& source)
+{
+    return {
+        .storage = &source,
+        .read =
+            [](void* self, std::uint8_t* into, std::int32_t count) {
+                auto& from = *static_cast<Source*>(self);
+                count = std::min(count, from.size - from.at);
+                std::copy_n(from.bytes + from.at, count, into);
+                from.at += count;
+                return count;
+            },
+        .to =
+            [](void* self, std::int32_t position) {
+                static_cast<Source*>(self)->at = position;
+                return true;
+            },
+        .position = [](void* self) { return static_cast<Source*>(self)->at; },
+        .size = [](void* self) { return static_cast<Source*>(self)->size; },
+    };
+}
+
+bool decode(Source source, std::vector<std::uint8_t>& line)
+{
+    NUV_JPEGDecoder coder;
+    NUV_JPEGCode code = coder.open(heap, source_of(source), NUV_Cpu::current());
+    if (!is_failure(code))
+        code = coder.read_header(nullptr);
+    if (!is_failure(code))
+        code = coder.start_decode();
+    for (std::size_t y = 0; y < height && !is_failure(code); ++y) {
+        code = coder.read_line(line.data());
+        benchmark::DoNotOptimize(line.data());
+    }
+    return !is_failure(code);
+}
+
+void decode_lossless(benchmark::State& state, std::uint32_t components, std::uint32_t bits,
+                     NUV_JPEGLosslessTable table)
+{
+    const std::vector<std::uint8_t> samples = make_samples(components, bits);
+    Sink sink;
+    std::vector<std::uint8_t> line(samples.size() / height);
+    if (!encode(sink, samples, components, bits, table))
+        state.SkipWithError("encoding failed");
+    const Source source{sink.bytes.data(), static_cast<std::int32_t>(sink.at)};
+    for ([[maybe_unused]] auto _ : state) {
+        if (!decode(source, line))
+            state.SkipWithError("decoding failed");
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * width * height);
+    state.counters["coded_bytes"] = static_cast<double>(sink.at);
+}
+
 constexpr auto standard = NUV_JPEGLosslessTable::standard;
 constexpr auto optimal = NUV_JPEGLosslessTable::optimal;
 
@@ -107,7 +168,15 @@ BENCHMARK_CAPTURE(encode_lossless, gray_8_optimal, 1, 8, optimal);
 BENCHMARK_CAPTURE(encode_lossless, gray_16, 1, 16, standard);
 BENCHMARK_CAPTURE(encode_lossless, gray_16_optimal, 1, 16, optimal);
 BENCHMARK_CAPTURE(encode_lossless, rgb_8, 3, 8, standard);
+BENCHMARK_CAPTURE(encode_lossless, rgb_8_optimal, 3, 8, optimal);
 BENCHMARK_CAPTURE(encode_lossless, rgb_16, 3, 16, standard);
+BENCHMARK_CAPTURE(decode_lossless, gray_8, 1, 8, standard);
+BENCHMARK_CAPTURE(decode_lossless, gray_8_optimal, 1, 8, optimal);
+BENCHMARK_CAPTURE(decode_lossless, gray_16, 1, 16, standard);
+BENCHMARK_CAPTURE(decode_lossless, gray_16_optimal, 1, 16, optimal);
+BENCHMARK_CAPTURE(decode_lossless, rgb_8, 3, 8, standard);
+BENCHMARK_CAPTURE(decode_lossless, rgb_8_optimal, 3, 8, optimal);
+BENCHMARK_CAPTURE(decode_lossless, rgb_16, 3, 16, standard);
 
 } // namespace
 } // namespace nuv
