@@ -3,17 +3,21 @@
 // has. The peers have the whole picture at once.
 
 #include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/dlut/source/nuv_dlut_kernels.h"
 #include "core/lut/source/nuv_lineartable.h"
 #include "core/lut/source/nuv_lut_kernels.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
 #include <vector>
+
+#include "benchmarks/nuv_lcmsgrid.h"
 
 #if NUV_BENCH_OPENCV
 #    include <opencv2/imgproc.hpp>
@@ -131,6 +135,29 @@ void linear_table(benchmark::State& state, const NUV_Cpu& cpu)
     run<I, O>(state, 3, 3, [&](const I* in, O* out) { form(in, out, 3 * width, *line); });
 }
 
+constexpr std::size_t points = 33;
+
+// RGB to RGB by a table of 33 points an axis.
+void grid(benchmark::State& state, const NUV_Cpu& cpu)
+{
+    std::vector<std::uint16_t> samples(points * points * points * 4);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::uint16_t>(i * 2654435761U >> 16);
+    std::vector<std::uint32_t> places(65537);
+    for (std::uint32_t v = 0; v < 65536; ++v) {
+        const double t = v * (32.0 / 65535);
+        const std::uint32_t point = std::min(static_cast<std::uint32_t>(t), 31U);
+        const double fraction = (t - point) * dlut_one + 0.5;
+        places[v] = point << dlut_fraction_bits | static_cast<std::uint32_t>(fraction);
+    }
+    const NUV_DLutGrid<std::uint16_t> view{
+        samples.data(), places.data(), {points * points * 4, points * 4, 4, 0}, 3};
+    const auto form = choose_dlut_row<std::uint16_t>(cpu, 3, 3, samples.size() / 4);
+    run<std::uint16_t, std::uint16_t>(
+        state, 3, 3,
+        [&](const std::uint16_t* in, std::uint16_t* out) { form(in, out, width, view); });
+}
+
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 constexpr auto table_8_to_16 = table<U8, U16>;
@@ -152,6 +179,8 @@ NUV_BENCH_LEVELS(gray_to_rgb);
 NUV_BENCH_LEVELS(table_8_to_16);
 NUV_BENCH_LEVELS(table_16_to_16);
 NUV_BENCH_LEVELS(table_16_to_8);
+BENCHMARK_CAPTURE(grid, portable, NUV_Cpu::portable)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(grid, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(linear_8_to_16, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(linear_16_to_8, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
 
@@ -209,6 +238,19 @@ BENCHMARK_CAPTURE(opencv_color, rgb_to_gray, cv::COLOR_RGB2GRAY, 3, 1)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(opencv_color, gray_to_rgb, cv::COLOR_GRAY2RGB, 1, 3)
     ->Unit(benchmark::kMillisecond);
+#endif
+
+#if NUV_BENCH_LCMS
+void grid_of_lcms(benchmark::State& state)
+{
+    cmsHTRANSFORM transform = lcms_grid(points, TYPE_RGB_16);
+    run<std::uint16_t, std::uint16_t>(state, 3, 3,
+                                      [&](const std::uint16_t* in, std::uint16_t* out) {
+                                          cmsDoTransform(transform, in, out, width);
+                                      });
+    cmsDeleteTransform(transform);
+}
+BENCHMARK(grid_of_lcms)->Unit(benchmark::kMillisecond);
 #endif
 
 } // namespace

@@ -12,9 +12,7 @@
 #include <cstring>
 #include <vector>
 
-#if NUV_BENCH_LCMS
-#    include <lcms2.h>
-#endif
+#include "benchmarks/nuv_lcmsgrid.h"
 
 namespace {
 
@@ -104,29 +102,13 @@ void grid(benchmark::State& state)
 }
 
 #if NUV_BENCH_LCMS
-// A table of 33 points an axis, which interpolates by tetrahedra as well.
 void grid_of_lcms(benchmark::State& state)
 {
-    cmsPipeline* pipeline = cmsPipelineAlloc(nullptr, 3, 3);
-    std::vector<cmsUInt16Number> samples(points * points * points * 3);
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = static_cast<cmsUInt16Number>(i * 2654435761U >> 16);
-    cmsStage* stage = cmsStageAllocCLut16bit(nullptr, points, 3, 3, samples.data());
-    cmsPipelineInsertStage(pipeline, cmsAT_END, stage);
-    cmsHPROFILE link = cmsCreateProfilePlaceholder(nullptr);
-    cmsSetProfileVersion(link, 2.1);
-    cmsSetDeviceClass(link, cmsSigLinkClass);
-    cmsSetColorSpace(link, cmsSigRgbData);
-    cmsSetPCS(link, cmsSigRgbData);
-    cmsWriteTag(link, cmsSigAToB0Tag, pipeline);
-    cmsHTRANSFORM transform = cmsCreateMultiprofileTransform(&link, 1, TYPE_RGB_8, TYPE_RGB_8,
-                                                             INTENT_PERCEPTUAL, cmsFLAGS_NOCACHE);
+    cmsHTRANSFORM transform = lcms_grid(points, TYPE_RGB_8);
     run(state, line, line, [&](const std::uint8_t* in, std::uint8_t* out) {
         cmsDoTransform(transform, in, out, width);
     });
     cmsDeleteTransform(transform);
-    cmsCloseProfile(link);
-    cmsPipelineFree(pipeline);
 }
 BENCHMARK(grid_of_lcms)->Unit(benchmark::kMillisecond);
 #endif

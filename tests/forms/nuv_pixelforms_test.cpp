@@ -40,6 +40,34 @@ TEST(PixelForms, MirrorRotateAndDLut)
     expect_chosen("PPPP", [](auto& cpu) { return choose_dlut_row<U8>(cpu, 4, 4, 9); });
 }
 
+// Fractions of any kind, equal ones and whole ones among them.
+TEST(PixelForms, DLutOf16Bits)
+{
+    for (const std::uint32_t outputs : {1U, 3U, 4U}) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_dlut_row<U16>(cpu, 3, outputs, 27);
+        };
+        expect_same_forms<U16>(
+            "PPAA", choose,
+            [=](NUV_FormDraw& draw, auto compare) {
+                const std::size_t pixels = draw.length(40);
+                const U16* in = draw.input<U16>(3 * pixels);
+                auto* samples = draw.input<U16>(std::size_t{27} * 4);
+                samples[draw.number(0, 107)] = draw.one_of<U16>({0, 65535});
+                auto* places = draw.input<std::uint32_t>(65537);
+                for (std::size_t i = 0; i < 3 * pixels; ++i)
+                    places[in[i]] =
+                        static_cast<std::uint32_t>(draw.number(0, 1)) << dlut_fraction_bits |
+                        draw.one_of({0U, 1U, dlut_half, dlut_one,
+                                     static_cast<std::uint32_t>(draw.number(0, dlut_one))});
+                const NUV_DLutGrid<U16> grid{samples, places, {36, 12, 4, 0}, outputs};
+                compare(pixels * outputs,
+                        [&](auto form, U16* out) { form(in, out, pixels, grid); });
+            },
+            300);
+    }
+}
+
 TEST(PixelForms, Lut)
 {
     const auto compare_all = []<class O>(const char(&forms)[5], std::size_t channels, O) {

@@ -92,6 +92,8 @@ void dlut_row_portable(const T* in, T* out, std::size_t pixels, const NUV_DLutGr
 // Three inputs, and 1, 3 or 4 outputs; the table has fewer than 2^29 points.
 void dlut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                    const NUV_DLutGrid<std::uint8_t>& grid);
+void dlut_row_avx2(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
+                   const NUV_DLutGrid<std::uint16_t>& grid);
 #endif
 
 template <class T>
@@ -116,11 +118,9 @@ template <class T>
                                          [[maybe_unused]] std::size_t points) noexcept
 {
 #if NUV_X86
-    if constexpr (sizeof(T) == 1) {
-        const bool is_served = outputs == 1 || outputs == 3 || outputs == 4;
-        if (cpu.has_avx2 && inputs == 3 && is_served && points < (std::size_t{1} << 29))
-            return dlut_row_avx2;
-    }
+    const bool is_served = outputs == 1 || outputs == 3 || outputs == 4;
+    if (cpu.has_avx2 && inputs == 3 && is_served && points < (std::size_t{1} << 29))
+        return dlut_row_avx2;
 #endif
     return choose_dlut_row_portable<T>(inputs);
 }
