@@ -148,12 +148,21 @@ class Suite:
         built = {line.split(":")[0] for line in
                  must("ninja", "-C", BUILD, "-t", "targets", "all").splitlines()}
         self.needs, self.programs = {}, []
-        for test in json.loads(must("ctest", "--show-only=json-v1", cwd=BUILD))["tests"]:
+        for test in self.listed():
             inside = [os.path.relpath(word, BUILD) for word in test.get("command", [])
                       if word.startswith(str(BUILD))]
             self.needs[test["name"]] = [path for path in inside if path in built]
             if test.get("command", [""])[0].startswith(str(BUILD)):
                 self.programs.append(test["name"])
+
+    def listed(self):
+        """ctest's tests. Of programs that were never built it tells no command: they are built."""
+        for _ in range(2):
+            tests = json.loads(must("ctest", "--show-only=json-v1", cwd=BUILD))["tests"]
+            if all("command" in test for test in tests):
+                break
+            must("ninja", "-C", BUILD, "-j", self.jobs)
+        return tests
 
     def named(self, regex):
         if not regex:
