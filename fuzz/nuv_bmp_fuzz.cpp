@@ -6,7 +6,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     GTEST_FLAG_SET(break_on_failure, true);
-    std::vector<std::uint8_t> file = {'B', 'M'};
+    Bytes file = {'B', 'M'};
     file.insert(file.end(), data + std::min<std::size_t>(size, 2), data + size);
     nuv::expect_as_model(file);
     return 0;

@@ -7,7 +7,6 @@
 #include "tests/core/ccitt/nuv_faxjob.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "fuzz/nuv_numbers.h"
 

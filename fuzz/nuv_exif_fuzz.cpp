@@ -2,10 +2,6 @@
 
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <string>
-
 #include "fuzz/nuv_readjob.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -28,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (written != 8 * 8 * 3)
         std::abort();
 
-    std::vector<std::uint8_t> file(data, data + size);
+    Bytes file(data, data + size);
     std::fill_n(file.begin(), 2, file[0] == 'M' ? std::uint8_t{'M'} : std::uint8_t{'I'});
     nuv::read_whole(file.data(), size);
     return 0;

@@ -4,8 +4,6 @@
 #include "framework/utility/nuv_endian.h"
 #include "tests/support/nuv_pngcraft.h"
 
-#include <algorithm>
-
 #include "fuzz/nuv_readjob.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

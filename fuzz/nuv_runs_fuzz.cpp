@@ -12,22 +12,12 @@
 #include "core/scale/nuv_scalenn.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <optional>
-#include <utility>
-#include <vector>
 
 #include "fuzz/nuv_numbers.h"
 
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 struct Operation {
     std::uint32_t kind;

@@ -8,8 +8,6 @@
 #include "core/decodetoraw/nuv_decodetoraw.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <iterator>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -19,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const nuv::NUV_SmallCodec& codec = nuv::small_codecs[data[0] % std::size(nuv::small_codecs)];
     const nuv::NUV_TestImage image =
         nuv::image_of(codec, 1 + data[1] + (data[2] & 3U) * 256, 1U + data[3] % 64);
-    const std::vector<std::uint8_t> stream(data + numbers, data + size);
+    const Bytes stream(data + numbers, data + size);
     if (nuv::decode<nuv::NUV_DecodeToRaw>(stream, image, 1U + data[4]) !=
         codec.plain(stream, image.width, image.height)) {
         std::fprintf(stderr, "%s differs from the plain decoder\n", codec.name);

@@ -3,9 +3,7 @@
 
 #include "tests/support/nuv_tiffcompare.h"
 
-#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

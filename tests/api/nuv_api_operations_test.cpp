@@ -23,8 +23,8 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "extension/scalei2varex/nuv_scalei2varexby.h"
 #include "tests/api/nuv_apijob.h"
+#include "tests/support/nuv_test.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Jobs from their sources to their results, and what they say when they fail.
 
 #include "tests/api/nuv_apijob.h"
-#include "tests/support/nuv_testsamples.h"
+#include "tests/support/nuv_test.h"
 
 #include <gtest/gtest.h>
 

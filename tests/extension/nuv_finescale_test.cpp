@@ -11,11 +11,6 @@
 #include "extension/scalei2varex/nuv_scalelifastby.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
 namespace nuv {
 namespace {
 

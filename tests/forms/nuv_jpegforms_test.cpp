@@ -3,12 +3,6 @@
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
 #include "tests/support/nuv_testforms.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-
 namespace nuv {
 namespace {
 

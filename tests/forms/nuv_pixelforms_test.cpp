@@ -12,13 +12,6 @@
 #include "core/tiff/source/nuv_chromaunits_kernels.h"
 #include "tests/support/nuv_testforms.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <limits>
-#include <vector>
-
 namespace nuv {
 namespace {
 

@@ -8,15 +8,7 @@
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
 #include "tests/support/nuv_testforms.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <initializer_list>
-#include <limits>
-#include <vector>
 
 namespace nuv {
 namespace {

@@ -6,23 +6,12 @@
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <span>
-#include <tuple>
-#include <type_traits>
-#include <vector>
-
 namespace nuv {
 
 // Any bytes are refused, described and read as the plain reader does, in the same words.
 template <class Info, class Reader>
 void expect_as_model_of(std::span<const std::uint8_t> stored)
 {
-    using Bytes = std::vector<std::uint8_t>;
 
     const Bytes bytes(stored.begin(), stored.end());
     const model::Bitmap wanted(bytes, std::is_same_v<Info, NUV_BMPInfo>);

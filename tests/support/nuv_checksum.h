@@ -1,9 +1,8 @@
 #pragma once
 
+#include "tests/support/nuv_test.h"
+
 #include <concepts>
-#include <cstddef>
-#include <cstdint>
-#include <vector>
 
 namespace nuv {
 

@@ -1,12 +1,8 @@
 #pragma once
 
 #include "framework/base/nuv_manager.h"
+#include "tests/support/nuv_test.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdlib>
-#include <cstring>
-#include <limits>
 #include <malloc.h>
 
 namespace nuv {

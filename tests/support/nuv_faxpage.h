@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "tests/support/nuv_test.h"
+
 #include <sys/mman.h>
 #include <tiffio.h>
 #include <unistd.h>
-#include <vector>
 
 namespace nuv {
 
@@ -21,13 +20,13 @@ struct NUV_FaxPage {
     std::uint32_t width;
     std::uint32_t height;
     std::uint32_t rows; // per strip
-    std::vector<std::uint8_t> bits = std::vector<std::uint8_t>(line_bytes() * height);
+    Bytes bits = Bytes(line_bytes() * height);
 
     [[nodiscard]] std::size_t line_bytes() const { return (std::size_t{width} + 7) / 8; }
 
     // `mode` tells the order of bytes, "wl" or "wb".
-    [[nodiscard]] std::vector<std::uint8_t> file(const NUV_FaxForm& form, const char* mode,
-                                                 std::uint32_t fill_order) const
+    [[nodiscard]] Bytes file(const NUV_FaxForm& form, const char* mode,
+                             std::uint32_t fill_order) const
     {
         const int memory = memfd_create("page", 0);
         TIFF* tiff = TIFFFdOpen(dup(memory), "page", mode);
@@ -44,11 +43,11 @@ struct NUV_FaxPage {
             TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, form.options);
         if (form.with_rtc)
             TIFFSetField(tiff, TIFFTAG_FAXMODE, FAXMODE_CLASSIC);
-        std::vector<std::uint8_t> lines = bits;
+        Bytes lines = bits;
         for (std::uint32_t y = 0; y < height; ++y)
             TIFFWriteScanline(tiff, &lines[y * line_bytes()], y, 0);
         TIFFClose(tiff);
-        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(lseek(memory, 0, SEEK_END)));
+        Bytes bytes(static_cast<std::size_t>(lseek(memory, 0, SEEK_END)));
         static_cast<void>(!pread(memory, bytes.data(), bytes.size(), 0));
         close(memory);
         return bytes;

@@ -3,14 +3,8 @@
 #include "framework/base/nuv_status.h"
 #include "tests/support/nuv_model_codecs.h"
 
-#include <algorithm>
 #include <bit>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 namespace nuv::model {
 
@@ -23,20 +17,20 @@ public:
     std::uint32_t height = 0;
     std::uint16_t bits = 0; // of the samples that come out
     std::uint16_t channels = 1;
-    int color = 220;                   // sRGB, 100 is gray, and 102 gray with 0 as white
-    int coding = 0;                    // 0 is raw, 300 and 310 run-length coded in 8 and 4 bits
-    std::vector<std::uint8_t> palette; // red, green, blue
-    std::uint64_t table_bytes = 0;     // of the colour table as far as pixels can name it
+    int color = 220;               // sRGB, 100 is gray, and 102 gray with 0 as white
+    int coding = 0;                // 0 is raw, 300 and 310 run-length coded in 8 and 4 bits
+    Bytes palette;                 // red, green, blue
+    std::uint64_t table_bytes = 0; // of the colour table as far as pixels can name it
     std::uint64_t pixels_at = 0;
     std::int32_t across = 0; // pixels of a metre
     std::int32_t down = 0;
     bool is_too_large = false; // for samples
-    std::vector<std::uint8_t> samples;
+    Bytes samples;
     NUV_StatusCode code = NUV_STATUS_OK; // of the first error, or else of the first warning
     std::string text;
 
     // With a file header or without.
-    Bitmap(std::vector<std::uint8_t> stored, bool has_file_header) : stored_(std::move(stored))
+    Bitmap(Bytes stored, bool has_file_header) : stored_(std::move(stored))
     {
         is_loaded = (!has_file_header || load_file_header()) && load_info_header() && is_valid() &&
                     load_palette();
@@ -155,9 +149,8 @@ private:
         channels = depth_ > 8 ? 3 : 1;
         bits = depth_ == 1 ? 1 : compression_ == 3 ? mask_depth() : 8;
         coding = compression_ == 1 ? 300 : compression_ == 2 ? 310 : 0;
-        const bool is_dark_first = palette == std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255};
-        if (depth_ == 1 &&
-            (is_dark_first || palette == std::vector<std::uint8_t>{255, 255, 255, 0, 0, 0})) {
+        const bool is_dark_first = palette == Bytes{0, 0, 0, 255, 255, 255};
+        if (depth_ == 1 && (is_dark_first || palette == Bytes{255, 255, 255, 0, 0, 0})) {
             color = is_dark_first ? 100 : 102;
             palette.clear();
         }
@@ -246,7 +239,7 @@ private:
             samples.push_back(static_cast<std::uint8_t>(sample >> 8 * byte));
     }
 
-    std::vector<std::uint8_t> stored_;
+    Bytes stored_;
     std::size_t at_ = 0;
     std::uint32_t off_bits_ = 0;
     std::size_t info_ = 0;

@@ -1,15 +1,9 @@
 #pragma once
 
 #include "core/ccitt/nuv_ccittoption.h"
+#include "tests/support/nuv_test.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <numeric>
-#include <span>
-#include <sstream>
-#include <utility>
-#include <vector>
 
 namespace nuv::model {
 
@@ -320,11 +314,11 @@ struct FaxModel {
 
 // A page of `line_bytes` a line, 1 for black, and whether a decoder is to warn. A line that fails
 // where a strip may begin is taken from the next strip.
-inline std::pair<std::vector<std::uint8_t>, bool> fax_page(FaxModel decoder, std::size_t height,
-                                                           std::size_t rows_per_strip)
+inline std::pair<Bytes, bool> fax_page(FaxModel decoder, std::size_t height,
+                                       std::size_t rows_per_strip)
 {
     const auto line_bytes = static_cast<std::size_t>(decoder.width + 7) / 8;
-    std::vector<std::uint8_t> page(line_bytes * height);
+    Bytes page(line_bytes * height);
     bool warns = false;
     for (std::size_t row = 1; row <= height; ++row) {
         decoder.decode();

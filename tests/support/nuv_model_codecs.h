@@ -1,18 +1,14 @@
 #pragma once
 
-#include <zlib.h>
+#include "tests/support/nuv_test.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <span>
-#include <vector>
+#include <zlib.h>
 
 namespace nuv::model {
 
 // What a decoder is to deliver: whole lines, and whether it complained.
 struct Decoded {
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     bool broken = false; // ended by an error
     bool warned = false; // an error hides it
     bool operator==(const Decoded& other) const
@@ -54,7 +50,7 @@ Decoded win_rle(std::span<const std::uint8_t> in, std::uint32_t width, std::uint
     unsigned dy = 0;
     const auto has = [&](std::size_t count) { return in.size() - at >= count; };
     for (unsigned line = 0; line < lines; ++line) {
-        std::vector<std::uint8_t> pixels(width);
+        Bytes pixels(width);
         const auto put = [&](unsigned x, std::uint8_t byte, unsigned i) {
             pixels[x + i] = bits == 8    ? byte
                             : i % 2 == 0 ? std::uint8_t(byte >> 4)

@@ -2,12 +2,6 @@
 
 #include "tests/support/nuv_modelimage.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <vector>
-
 // Scaling one sample at a time, the slow and obvious way: what the engines are held against. Every
 // coordinate is clamped where it is used, so there are no pads, tables or buffers to get wrong.
 namespace nuv::model {

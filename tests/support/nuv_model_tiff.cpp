@@ -3,9 +3,7 @@
 #include "framework/base/nuv_status.h"
 #include "tests/support/nuv_model_codecs.h"
 
-#include <algorithm>
 #include <bit>
-#include <limits>
 #include <set>
 
 namespace nuv::model {
@@ -387,11 +385,11 @@ bool is_readable(const TIFFFile& file)
 }
 
 // As much as there is of `size` bytes, or all.
-std::vector<std::uint8_t> stored(const TIFFFile& file, std::size_t strip, std::uint64_t size)
+Bytes stored(const TIFFFile& file, std::size_t strip, std::uint64_t size)
 {
     const auto rest = file.bytes.subspan(file.attributes.at(strip_offsets)[strip]);
     const auto part = rest.first(std::min<std::uint64_t>(size, rest.size()));
-    std::vector<std::uint8_t> bytes(part.begin(), part.end());
+    Bytes bytes(part.begin(), part.end());
     for (std::size_t i = 0; file[fill_order] == 2 && i < bytes.size(); ++i) {
         for (int bit = 0; bit < 8; ++bit)
             bytes[i] = static_cast<std::uint8_t>(bytes[i] << 1 | (part[i] >> bit & 1));
@@ -405,15 +403,15 @@ bool is_reached(const TIFFFile& file, std::size_t strip)
 }
 
 // The strips one behind the other, as far as there is no gap.
-std::vector<std::uint8_t> joined(const TIFFFile& file, std::uint64_t line)
+Bytes joined(const TIFFFile& file, std::uint64_t line)
 {
-    std::vector<std::uint8_t> stream;
+    Bytes stream;
     std::uint64_t left = file[image_length];
     const Numbers& counts = file.attributes.at(strip_byte_counts);
     for (std::size_t strip = 0; strip < counts.size() && is_reached(file, strip); ++strip) {
         const std::uint64_t rows = std::min(left, file[rows_per_strip]);
         const std::uint64_t size = file[compression] == 1 ? rows * line : counts[strip];
-        const std::vector<std::uint8_t> bytes = stored(file, strip, size);
+        const Bytes bytes = stored(file, strip, size);
         stream.insert(stream.end(), bytes.begin(), bytes.end());
         if (bytes.size() < size)
             break;

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <cstdint>
+#include "tests/support/nuv_test.h"
+
 #include <map>
-#include <optional>
-#include <span>
-#include <string>
-#include <vector>
 
 // A second reader of TIFF, as plain as can be, that shares nothing with the library: what a file is
 // taken for, what is said about it, and what comes out of it.
@@ -46,7 +43,7 @@ struct TIFFFile {
     std::string encoding;
     std::string color;
     bool has_palette = false;
-    std::vector<std::uint8_t> palette;
+    Bytes palette;
     double resolution[2] = {};
     std::uint64_t resolution_unit = 0;
 
@@ -72,7 +69,7 @@ struct TIFFPicture {
     std::uint64_t channels = 0;
     std::uint64_t bits = 0;
     std::string color;
-    std::vector<std::vector<std::uint8_t>> strips; // decoded, or one stream of all of them
+    std::vector<Bytes> strips; // decoded, or one stream of all of them
     // Of samples, the extra ones among them; 0 for what only they lack.
     std::vector<Numbers> lines;
 };

@@ -1,8 +1,5 @@
 #include "tests/support/nuv_modelimage.h"
 
-#include <iterator>
-#include <sstream>
-
 namespace nuv {
 namespace {
 
@@ -68,7 +65,7 @@ NUV_ModelImage NUV_ModelImage::without_samples() const
     return {width, height, channels, bits, is_signed, color_type, encode_type, {}};
 }
 
-void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::uint32_t end)
+void append_record(Bytes& bytes, std::uint32_t start, std::uint32_t end)
 {
     for (const std::uint32_t word : {start, end}) {
         for (int shift = 0; shift < 32; shift += 8)
@@ -76,19 +73,19 @@ void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::u
     }
 }
 
-std::vector<std::uint8_t> records_of(const NUV_ModelRuns& runs)
+Bytes records_of(const NUV_ModelRuns& runs)
 {
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     for (const auto& [start, end] : runs)
         append_record(bytes, start, end);
     return bytes;
 }
 
-std::vector<std::uint8_t> NUV_ModelImage::bytes() const
+Bytes NUV_ModelImage::bytes() const
 {
     const std::size_t line_samples = std::size_t{width} * channels;
     if (!is_raw()) {
-        std::vector<std::uint8_t> records;
+        Bytes records;
         for (std::uint32_t y = 0; y < height; ++y) {
             for (std::uint32_t x = 0; x < width; ++x) {
                 const std::uint32_t start = x;
@@ -101,7 +98,7 @@ std::vector<std::uint8_t> NUV_ModelImage::bytes() const
         }
         return records;
     }
-    std::vector<std::uint8_t> out(line_bytes() * height);
+    Bytes out(line_bytes() * height);
     for (std::size_t i = 0; i < samples.size(); ++i) {
         std::uint8_t* line = out.data() + i / line_samples * line_bytes();
         const std::size_t index = i % line_samples;
@@ -116,7 +113,7 @@ std::vector<std::uint8_t> NUV_ModelImage::bytes() const
     return out;
 }
 
-void NUV_ModelImage::pad(std::vector<std::uint8_t>& bytes, bool is_set) const
+void NUV_ModelImage::pad(Bytes& bytes, bool is_set) const
 {
     if (!has_padding())
         return;
@@ -127,7 +124,7 @@ void NUV_ModelImage::pad(std::vector<std::uint8_t>& bytes, bool is_set) const
     }
 }
 
-void NUV_ModelImage::samples_of(const std::vector<std::uint8_t>& bytes)
+void NUV_ModelImage::samples_of(const Bytes& bytes)
 {
     const std::size_t line_samples = std::size_t{width} * channels;
     samples.resize(line_samples * height);

@@ -2,13 +2,6 @@
 
 #include "tests/support/nuv_testchain.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace nuv {
 
 // An image that stands whole in memory, one entry for each sample, for computing naively what a
@@ -67,16 +60,16 @@ struct NUV_ModelImage {
     [[nodiscard]] NUV_ModelImage without_samples() const;
 
     // As the library has it: lines of packed samples, 16-bit ones in host order, or runs.
-    [[nodiscard]] std::vector<std::uint8_t> bytes() const;
+    [[nodiscard]] Bytes bytes() const;
     // Sets or clears the bits behind the last sample of each line of such bytes, where there are
     // any.
-    void pad(std::vector<std::uint8_t>& bytes, bool is_set) const;
+    void pad(Bytes& bytes, bool is_set) const;
     [[nodiscard]] bool has_padding() const
     {
         return is_raw() && std::uint64_t{width} * channels * bits % 8 != 0;
     }
     // The samples of such bytes, which are of raw lines.
-    void samples_of(const std::vector<std::uint8_t>& bytes);
+    void samples_of(const Bytes& bytes);
     [[nodiscard]] std::size_t line_bytes() const
     {
         return (std::size_t{width} * channels * bits + 7) / 8;
@@ -86,9 +79,9 @@ struct NUV_ModelImage {
 };
 
 // One run of a line, or its end, as stored.
-void append_record(std::vector<std::uint8_t>& bytes, std::uint32_t start, std::uint32_t end);
+void append_record(Bytes& bytes, std::uint32_t start, std::uint32_t end);
 using NUV_ModelRuns = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
-[[nodiscard]] std::vector<std::uint8_t> records_of(const NUV_ModelRuns& runs);
+[[nodiscard]] Bytes records_of(const NUV_ModelRuns& runs);
 
 [[nodiscard]] inline NUV_TestImage run_description(std::uint32_t width, std::uint32_t height)
 {

@@ -1,13 +1,5 @@
 #include "tests/support/nuv_operationtable.h"
 
-#include "framework/base/nuv_held.h"
-#include "tests/support/nuv_testlevels.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-
 namespace nuv {
 
 NUV_ModelImage draw_image(const NUV_OperationRow& row, std::mt19937& random)
@@ -56,7 +48,7 @@ NUV_TableChain NUV_TableChain::draw(NUV_OperationRows rows, std::size_t most, st
     return drawn;
 }
 
-bool NUV_TableChain::build(NUV_TestChain& chain, std::vector<std::uint8_t> bytes) const
+bool NUV_TableChain::build(NUV_TestChain& chain, Bytes bytes) const
 {
     chain.source_bytes(source_.description(), std::move(bytes));
     return std::all_of(operations_.begin(), operations_.end(),
@@ -98,7 +90,7 @@ void NUV_TableChain::expect_whole() const
 void NUV_TableChain::expect_cut(std::mt19937& random) const
 {
     SCOPED_TRACE(text_);
-    std::vector<std::uint8_t> bytes = source_bytes_;
+    Bytes bytes = source_bytes_;
     bytes.resize(random() % bytes.size());
     NUV_TestChain chain;
     ASSERT_TRUE(build(chain, std::move(bytes)));

@@ -1,15 +1,6 @@
 #pragma once
 
 #include "tests/support/nuv_modelimage.h"
-#include "tests/support/nuv_testchain.h"
-
-#include <cstdint>
-#include <functional>
-#include <random>
-#include <span>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace nuv {
 
@@ -47,7 +38,7 @@ public:
     // Up to `most` operations of the rows, where they suit.
     static NUV_TableChain draw(NUV_OperationRows rows, std::size_t most, std::mt19937& random);
 
-    [[nodiscard]] bool build(NUV_TestChain& chain, std::vector<std::uint8_t> bytes) const;
+    [[nodiscard]] bool build(NUV_TestChain& chain, Bytes bytes) const;
     [[nodiscard]] bool build(NUV_TestChain& chain) const { return build(chain, source_bytes_); }
 
     // The bytes that come out are those of the models, at every processor level, and so is the
@@ -62,7 +53,7 @@ public:
 private:
     NUV_ModelImage source_;
     NUV_ModelImage result_;
-    std::vector<std::uint8_t> source_bytes_;
+    Bytes source_bytes_;
     std::vector<NUV_Append> operations_;
     std::string text_;
 };

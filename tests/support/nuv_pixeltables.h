@@ -5,18 +5,13 @@
 #include "core/lut/nuv_lut.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <vector>
-
 namespace nuv {
 
 // Tables for the operations that want one, made on a chain's manager when they are appended.
 
 [[nodiscard]] inline NUV_Held<NUV_LutData> make_table(NUV_Manager& manager, std::uint16_t bits,
                                                       std::uint16_t channels,
-                                                      const NUV_DataType* type,
-                                                      const std::vector<std::uint8_t>& bytes)
+                                                      const NUV_DataType* type, const Bytes& bytes)
 {
     NUV_Held<NUV_LutData> table = make_object<NUV_LutData>(manager);
     if (!table)
@@ -32,8 +27,7 @@ namespace nuv {
 
 // Entries of `bits` bits for each of `channels` channels.
 [[nodiscard]] inline NUV_Append appending_table(std::uint16_t bits, std::uint16_t channels,
-                                                const NUV_DataType* type,
-                                                std::vector<std::uint8_t> bytes)
+                                                const NUV_DataType* type, Bytes bytes)
 {
     return [=](NUV_TestChain& chain) {
         const auto table = make_table(chain.manager(), bits, channels, type, bytes);
@@ -58,7 +52,7 @@ template <class Creator = NUV_ColorMatrix>
 // A table of `points` points an axis, whose samples lie in the bytes.
 [[nodiscard]] inline NUV_Append appending_grid(std::uint16_t bits, std::uint16_t inputs,
                                                std::uint16_t outputs, std::uint32_t points,
-                                               std::vector<std::uint8_t> bytes,
+                                               Bytes bytes,
                                                const NUV_ColorType* target = NUV_ColorType::none)
 {
     return [=](NUV_TestChain& chain) {

@@ -4,16 +4,11 @@
 
 #include <zlib.h>
 
-#include <cstdint>
-#include <string_view>
-#include <vector>
-
 namespace nuv {
 
 // PNG files put together by hand: chunks (PNG second edition, 5.3) in any order, with lengths and
 // checksums that are right.
 struct PNGCraft {
-    using Bytes = std::vector<std::uint8_t>;
 
     Bytes bytes = {137, 'P', 'N', 'G', 13, 10, 26, 10};
 

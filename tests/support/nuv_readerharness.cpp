@@ -3,16 +3,8 @@
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "framework/utility/nuv_endian.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <tuple>
-
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 struct Outcome {
     Bytes samples;
@@ -230,7 +222,7 @@ void check_refusals(const NUV_ReaderRow& row)
 
 } // namespace
 
-std::vector<std::uint8_t> anymap_samples(const char* file, std::size_t bytes, std::uint16_t bits)
+Bytes anymap_samples(const char* file, std::size_t bytes, std::uint16_t bits)
 {
     const Bytes stored = test_data(file);
     Bytes samples(stored.end() - static_cast<std::ptrdiff_t>(std::min(bytes, stored.size())),

@@ -1,16 +1,8 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
-#include "framework/base/nuv_held.h"
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <optional>
-#include <string>
-#include <vector>
 
 // What every reader of stored images owes, checked once for all of them. A format describes itself
 // in a row, whose fixtures other programs have made, and gets check_reader(); its own edges are
@@ -69,8 +61,8 @@ template <class Info, class Reader>
 // way. Without a description, the image is not looked at.
 struct NUV_ReaderCase {
     const char* what;
-    std::vector<std::uint8_t> stored;
-    std::vector<std::uint8_t> samples;
+    Bytes stored;
+    Bytes samples;
     NUV_StatusCode code = NUV_STATUS_OK;
     const char* method = "";
     std::optional<NUV_TestImage> image = std::nullopt;
@@ -84,7 +76,6 @@ void check_reader(const NUV_ReaderRow& row);
 void check_reader_cases(const NUV_ReaderRow& row, const std::vector<NUV_ReaderCase>& cases);
 
 // Samples at the end of a binary anymap: `bytes` of them, in host order.
-[[nodiscard]] std::vector<std::uint8_t> anymap_samples(const char* file, std::size_t bytes,
-                                                       std::uint16_t bits);
+[[nodiscard]] Bytes anymap_samples(const char* file, std::size_t bytes, std::uint16_t bits);
 
 } // namespace nuv

@@ -1,7 +1,5 @@
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
 namespace nuv {
 
 void expect_refusals(std::initializer_list<NUV_Refusal> refusals)
@@ -34,7 +32,7 @@ void expect_nothing_invented(const NUV_TestImage& image, std::size_t lines,
 {
     NUV_TestChain chain;
     const std::size_t bits = std::size_t{image.width} * image.channels * image.bits;
-    chain.source_bytes(image, std::vector<std::uint8_t>(lines * ((bits + 7) / 8)));
+    chain.source_bytes(image, Bytes(lines * ((bits + 7) / 8)));
     if (chain.last() && append(chain))
         EXPECT_LE(chain.run_bytes().size(), lines * chain.header().line_bytes());
     else

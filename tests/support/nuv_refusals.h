@@ -2,10 +2,7 @@
 
 #include "tests/support/nuv_testchain.h"
 
-#include <functional>
 #include <initializer_list>
-#include <string>
-#include <utility>
 
 namespace nuv {
 

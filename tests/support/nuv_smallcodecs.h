@@ -3,9 +3,6 @@
 #include "tests/support/nuv_model_codecs.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <cstdint>
-#include <vector>
-
 namespace nuv {
 
 // A coding of bytes, the images that are coded so, and what decoding is to give.
@@ -37,8 +34,7 @@ inline NUV_TestImage image_of(const NUV_SmallCodec& codec, std::uint32_t width,
 
 // What Creator gives for the stream, which comes in blocks of `block_bytes`.
 template <class Creator>
-model::Decoded decode(const std::vector<std::uint8_t>& in, const NUV_TestImage& image,
-                      std::uint32_t block_bytes)
+model::Decoded decode(const Bytes& in, const NUV_TestImage& image, std::uint32_t block_bytes)
 {
     NUV_TestChain chain;
     chain.source_bytes(image, in, block_bytes);

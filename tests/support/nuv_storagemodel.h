@@ -4,23 +4,12 @@
 #include "framework/io/nuv_outputstorage.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <limits>
-#include <random>
-#include <string>
 #include <unistd.h>
-#include <vector>
 
 // Storages of every kind beside a vector that says what they should answer.
 namespace nuv {
-
-using Bytes = std::vector<std::uint8_t>;
 
 [[nodiscard]] inline Bytes counted_bytes(std::size_t count)
 {

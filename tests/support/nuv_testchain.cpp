@@ -5,11 +5,6 @@
 #include "framework/engine/nuv_writeengine.h"
 #include "framework/manager/nuv_relationforst.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-
 namespace nuv {
 namespace {
 
@@ -18,8 +13,8 @@ class NUV_TestSourceEngine final : public NUV_GenerateEngine {
 public:
     using NUV_GenerateEngine::NUV_GenerateEngine;
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
-                                const std::vector<std::uint8_t>* bytes, std::uint32_t block_bytes)
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst, const Bytes* bytes,
+                                std::uint32_t block_bytes)
     {
         if (!NUV_GenerateEngine::initiate(header, dst))
             return false;
@@ -42,7 +37,7 @@ public:
     }
 
 private:
-    std::vector<std::uint8_t> bytes_;
+    Bytes bytes_;
     std::size_t done_ = 0;
 };
 
@@ -56,7 +51,7 @@ public:
     bool cleanup() override { return NUV_BufferInputEngine::cleanup(initiated()); }
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_OutputStorage*,
-                                std::vector<std::uint8_t>* collected)
+                                Bytes* collected)
     {
         if (!NUV_NoOutputEngine::initiate() || !NUV_BufferInputEngine::initiate(header, src))
             return false;
@@ -75,20 +70,19 @@ public:
     }
 
 private:
-    std::vector<std::uint8_t>* collected_ = nullptr;
+    Bytes* collected_ = nullptr;
 };
 
 class NUV_TestEnds final : public NUV_EngineCreator {
 public:
     using NUV_EngineCreator::NUV_EngineCreator;
 
-    [[nodiscard]] NUV_Engine* source(const NUV_Header* header,
-                                     const std::vector<std::uint8_t>& bytes,
+    [[nodiscard]] NUV_Engine* source(const NUV_Header* header, const Bytes& bytes,
                                      std::uint32_t block_bytes)
     {
         return append_generator<NUV_TestSourceEngine>(header, &bytes, block_bytes);
     }
-    [[nodiscard]] NUV_Engine* sink(NUV_Engine& previous, std::vector<std::uint8_t>& collected)
+    [[nodiscard]] NUV_Engine* sink(NUV_Engine& previous, Bytes& collected)
     {
         return append_writer<NUV_TestSinkEngine>(previous, nullptr, &collected);
     }
@@ -111,7 +105,7 @@ public:
     palette.bits = 8;
     palette.channels = 3;
     palette.entries = 1U << image.bits;
-    std::vector<std::uint8_t> value(std::size_t{3} * palette.entries);
+    Bytes value(std::size_t{3} * palette.entries);
     for (std::size_t i = 0; i < value.size(); ++i)
         value[i] = static_cast<std::uint8_t>(37 * i);
     return palette.value(value.data(), static_cast<std::uint32_t>(value.size()));
@@ -136,8 +130,7 @@ NUV_TestChain::~NUV_TestChain()
     EXPECT_TRUE(!relation || relation->is_empty()) << "engines or dependencies are left";
 }
 
-void NUV_TestChain::source_bytes(const NUV_TestImage& image, std::vector<std::uint8_t> bytes,
-                                 std::uint32_t block_bytes)
+void NUV_TestChain::source_bytes(const NUV_TestImage& image, Bytes bytes, std::uint32_t block_bytes)
 {
     NUV_Header header(manager_);
     if (fill_header(header, image))
@@ -152,8 +145,7 @@ void NUV_TestChain::blank_source(const NUV_TestImage& image)
     const std::uint64_t bits = std::uint64_t{image.channels} * image.bits * image.width;
     const std::size_t bytes = image.encode_type == NUV_EncodeType::raw ? (bits + 7) / 8 : 0;
     constexpr std::size_t enough = 1 << 20; // for refusals of huge images, which are never run
-    source_bytes(image, std::vector<std::uint8_t>(
-                            bytes * image.height <= enough ? bytes * image.height : 0));
+    source_bytes(image, Bytes(bytes * image.height <= enough ? bytes * image.height : 0));
 }
 
 void NUV_TestChain::headless_source()
@@ -162,9 +154,9 @@ void NUV_TestChain::headless_source()
     last_ = headless_.get();
 }
 
-std::vector<std::uint8_t> NUV_TestChain::run_bytes()
+Bytes NUV_TestChain::run_bytes()
 {
-    std::vector<std::uint8_t> collected;
+    Bytes collected;
     NUV_Engine* sink = last_ ? NUV_TestEnds(manager_).sink(*last_, collected) : nullptr;
     last_ = nullptr;
     if (!sink)
@@ -175,9 +167,8 @@ std::vector<std::uint8_t> NUV_TestChain::run_bytes()
     return collected;
 }
 
-void expect_result(const char* what, const NUV_TestImage& image,
-                   const std::vector<std::uint8_t>& source, const NUV_Append& append,
-                   const std::vector<std::uint8_t>& wanted, NUV_StatusCode code)
+void expect_result(const char* what, const NUV_TestImage& image, const Bytes& source,
+                   const NUV_Append& append, const Bytes& wanted, NUV_StatusCode code)
 {
     SCOPED_TRACE(what);
     NUV_TestChain chain;

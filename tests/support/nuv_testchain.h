@@ -1,6 +1,5 @@
 #pragma once
 
-#include "framework/base/nuv_cpu.h"
 #include "framework/base/nuv_header.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
@@ -10,14 +9,6 @@
 #include "framework/manager/nuv_managerimpl.h"
 #include "tests/support/nuv_failingmemory.h"
 #include "tests/support/nuv_testlevels.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <optional>
-#include <utility>
-#include <vector>
 
 namespace nuv {
 
@@ -74,15 +65,14 @@ public:
         image.bits = static_cast<std::uint16_t>(8 * sizeof(T));
         image.data_type =
             static_cast<T>(-1) < T{0} ? NUV_DataType::s_integer : NUV_DataType::u_integer;
-        std::vector<std::uint8_t> bytes(samples.size() * sizeof(T));
+        Bytes bytes(samples.size() * sizeof(T));
         if (!bytes.empty())
             std::memcpy(bytes.data(), samples.data(), bytes.size());
         source_bytes(image, std::move(bytes));
     }
     // The bytes of an image of any kind: raw lines, which may break off, or a coded stream, which
     // comes in blocks of `block_bytes`.
-    void source_bytes(const NUV_TestImage& image, std::vector<std::uint8_t> bytes,
-                      std::uint32_t block_bytes = 64);
+    void source_bytes(const NUV_TestImage& image, Bytes bytes, std::uint32_t block_bytes = 64);
     // An image of zeros.
     void blank_source(const NUV_TestImage& image);
     // An engine without an image.
@@ -96,11 +86,11 @@ public:
         return last_ != nullptr;
     }
     // Steps the sink until it answers false, and gives what came. Empty without a chain.
-    [[nodiscard]] std::vector<std::uint8_t> run_bytes();
+    [[nodiscard]] Bytes run_bytes();
     template <class T>
     [[nodiscard]] std::vector<T> run()
     {
-        const std::vector<std::uint8_t> bytes = run_bytes();
+        const Bytes bytes = run_bytes();
         std::vector<T> samples(bytes.size() / sizeof(T));
         if (!samples.empty())
             std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(T));
@@ -138,9 +128,9 @@ template <class Creator, class... Args>
 }
 
 // What comes out of the call behind that source.
-void expect_result(const char* what, const NUV_TestImage& image,
-                   const std::vector<std::uint8_t>& source, const NUV_Append& append,
-                   const std::vector<std::uint8_t>& wanted, NUV_StatusCode code = NUV_STATUS_OK);
+void expect_result(const char* what, const NUV_TestImage& image, const Bytes& source,
+                   const NUV_Append& append, const Bytes& wanted,
+                   NUV_StatusCode code = NUV_STATUS_OK);
 
 // Runs `build_and_run` once, and then once for each of its allocations with that one failing. The
 // chain complains if anything is left behind.

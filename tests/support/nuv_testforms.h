@@ -1,18 +1,9 @@
 #pragma once
 
+#include "tests/support/nuv_test.h"
 #include "tests/support/nuv_testlevels.h"
-#include "tests/support/nuv_testsamples.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <initializer_list>
-#include <iterator>
-#include <memory>
-#include <random>
-#include <vector>
 
 namespace nuv {
 

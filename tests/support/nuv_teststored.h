@@ -3,19 +3,9 @@
 #include "framework/base/nuv_held.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 #include "framework/io/nuv_decorator.h"
+#include "tests/support/nuv_test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace nuv {
 
@@ -26,20 +16,20 @@ namespace nuv {
 }
 
 // The bytes of a file of tests/data.
-[[nodiscard]] inline std::vector<std::uint8_t> test_data(const std::string& name)
+[[nodiscard]] inline Bytes test_data(const std::string& name)
 {
     std::ifstream file(test_data_folder() + "/" + name, std::ios::binary);
     EXPECT_TRUE(file.good()) << name << " cannot be read; NUV_TEST_DATA is the folder of the data";
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-[[nodiscard]] inline std::vector<std::uint8_t> bytes_of(std::string_view text)
+[[nodiscard]] inline Bytes bytes_of(std::string_view text)
 {
     return {text.begin(), text.end()};
 }
 
 // The last `bytes` bytes of a number, the highest first.
-inline void append_be(std::vector<std::uint8_t>& to, std::uint64_t value, int bytes)
+inline void append_be(Bytes& to, std::uint64_t value, int bytes)
 {
     for (int shift = 8 * bytes - 8; shift >= 0; shift -= 8)
         to.push_back(static_cast<std::uint8_t>(value >> shift));
@@ -52,8 +42,7 @@ class NUV_TestStored {
 public:
     static constexpr std::int32_t start = 1;
 
-    NUV_TestStored(NUV_Manager& manager, std::vector<std::uint8_t> bytes,
-                   std::int32_t begin = start)
+    NUV_TestStored(NUV_Manager& manager, Bytes bytes, std::int32_t begin = start)
         : bytes_(std::move(bytes)),
           begin_(begin)
     {
@@ -72,7 +61,7 @@ public:
     [[nodiscard]] std::int32_t position() const { return storage_->position() - begin_; }
 
 private:
-    std::vector<std::uint8_t> bytes_;
+    Bytes bytes_;
     std::int32_t begin_;
     NUV_Held<NUV_ByteArrayInputStorage> storage_;
 };

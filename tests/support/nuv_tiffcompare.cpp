@@ -5,11 +5,6 @@
 #include "tests/support/nuv_model_tiff.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <algorithm>
-#include <sstream>
-#include <tuple>
-#include <type_traits>
-
 namespace nuv {
 namespace {
 
@@ -145,7 +140,7 @@ private:
             std::tuple(info_.width(), info_.height(), wanted.bits, count, color))
             differences_ << "description of what is read; ";
         const std::size_t line_bytes = header.line_bytes();
-        const std::vector<std::uint8_t> got = chain_.run_bytes();
+        const Bytes got = chain_.run_bytes();
         if (first == 0) // planes of other samples may end before
             same("bytes", got.size(), wanted.lines.size() * line_bytes);
         for (std::size_t y = 0; y * line_bytes < got.size() && y < wanted.lines.size(); ++y) {

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <span>
-#include <string>
+#include "tests/support/nuv_test.h"
 
 namespace nuv {
 

@@ -1,15 +1,7 @@
 #pragma once
 
+#include "tests/support/nuv_test.h"
 #include "wrapper/nuv_wrapper.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
 
 // Jobs from memory to memory, by the public header alone.
 

@@ -4,8 +4,6 @@
 #include "tests/support/nuv_failingheap.h"
 #include "tests/wrapper/nuv_testjob.h"
 
-#include <algorithm>
-
 namespace {
 
 const Bytes ppm = text("P6 9 5 255\n") + Bytes(135, 'x');

@@ -1,9 +1,6 @@
 #include "tests/wrapper/nuv_testjob.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <tuple>
-#include <utility>
 
 namespace {
 

@@ -2,25 +2,19 @@
 #include "framework/utility/nuv_endian.h"
 #include "tests/support/nuv_bitmapjudge.h"
 #include "tests/support/nuv_readerharness.h"
-#include "tests/support/nuv_testsamples.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
-#include <iterator>
 #include <numeric>
-#include <vector>
 
 namespace nuv {
 namespace {
 
 // A file of tests/data with other numbers in its header, and random bytes behind it.
-[[nodiscard]] std::vector<std::uint8_t> changed(
-    const char* name, const std::vector<std::pair<std::size_t, std::uint32_t>>& numbers,
-    std::size_t bytes_behind = 0)
+[[nodiscard]] Bytes changed(const char* name,
+                            const std::vector<std::pair<std::size_t, std::uint32_t>>& numbers,
+                            std::size_t bytes_behind = 0)
 {
-    std::vector<std::uint8_t> file = test_data(name);
+    Bytes file = test_data(name);
     for (const auto& [at, number] : numbers) {
         for (std::size_t i = 0; i < 4; ++i)
             file[at + i] = static_cast<std::uint8_t>(number >> 8 * i);
@@ -129,7 +123,7 @@ TEST(Bitmaps, RefuseOrBearWhatTheirHeadersMayNotSay)
 TEST(Bitmaps, HaveTheFieldsOfTheirHeadersWhereTheyStand)
 {
     constexpr std::size_t intent = 26; // as a word of the header
-    std::vector<std::uint8_t> stored(124);
+    Bytes stored(124);
     std::iota(stored.begin(), stored.end(), std::uint8_t{0});
     const auto word = [&stored](std::size_t i) { return load_le32(stored.data() + 4 * i); };
     for (const int bytes : {40, 52, 56, 60, 96, 108, 112, 120, 124}) {

@@ -5,9 +5,6 @@
 #include "tests/support/nuv_faxpage.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
 #include <typeinfo>
 
 namespace nuv {
@@ -15,8 +12,7 @@ namespace {
 
 using model::FaxCoding;
 
-std::vector<std::uint8_t> read(NUV_TestChain& chain, const std::vector<std::uint8_t>& file,
-                               bool to_runs)
+Bytes read(NUV_TestChain& chain, const Bytes& file, bool to_runs)
 {
     const auto storage = make_initiated<NUV_ByteArrayInputStorage>(
         chain.manager(), file.data(), static_cast<std::int32_t>(file.size()));
@@ -77,10 +73,10 @@ TEST(FaxDecoders, ReadWhatLibtiffWrites)
 }
 
 // Bits as they are written, in words.
-std::vector<std::uint8_t> coded(std::string words)
+Bytes coded(std::string words)
 {
     std::erase(words, ' ');
-    std::vector<std::uint8_t> bytes((words.size() + 7) / 8);
+    Bytes bytes((words.size() + 7) / 8);
     for (std::size_t i = 0; i < words.size(); ++i)
         bytes[i / 8] |= static_cast<std::uint8_t>(words[i] == '1' ? 128U >> i % 8 : 0);
     return bytes;
@@ -152,7 +148,7 @@ TEST(FaxDecoders, TakeMoreMemoryForLinesOfManyRuns)
     for (int run = 0; run < 35000; ++run)
         words += "001 000111 010 ";
     const auto data = coded(words + std::string(140000, '1'));
-    const std::vector<std::uint8_t> page(26250, 0x55);
+    const Bytes page(26250, 0x55);
     expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
         chain.source_bytes({70000, 3, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr}, data);
         EXPECT_TRUE((chain.append<NUV_DecodeMMR>() && chain.run_bytes() == page) ||

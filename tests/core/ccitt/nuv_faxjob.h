@@ -6,13 +6,11 @@
 #include "tests/support/nuv_model_ccitt.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <cstdlib>
-
 namespace nuv {
 
 // A coded page, and how it is handed to the decoders.
 struct NUV_FaxJob {
-    std::vector<std::uint8_t> data = {};
+    Bytes data = {};
     model::FaxCoding coding = model::FaxCoding::mh;
     NUV_CCITTMHOption option = {};
     std::uint32_t width = 1;

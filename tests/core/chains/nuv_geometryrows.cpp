@@ -6,8 +6,6 @@
 #include "framework/engine/nuv_nop.h"
 #include "tests/core/chains/nuv_operationrows.h"
 
-#include <algorithm>
-
 namespace nuv {
 namespace {
 

@@ -2,8 +2,6 @@
 
 #include "tests/support/nuv_operationtable.h"
 
-#include <vector>
-
 namespace nuv {
 
 // The rows of each area. All of them run in nuv_operations_test.cpp.

@@ -1,10 +1,6 @@
 #include "tests/core/chains/nuv_operationrows.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-
 namespace nuv {
 namespace {
 

@@ -10,11 +10,6 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "tests/core/chains/nuv_operationrows.h"
 #include "tests/support/nuv_pixeltables.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <algorithm>
-#include <cmath>
-#include <iterator>
 
 namespace nuv {
 namespace {
@@ -196,7 +191,7 @@ NUV_DrawnOperation table(const Image& in, std::mt19937& random)
     const Image out = of_other_type(in, random);
     const std::uint16_t channels = random() % 3 == 0 ? 1 : in.channels;
     const std::size_t table_bytes = (std::size_t{1} << in.bits) * out.bits / 8;
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     for (std::uint16_t c = 0; c < channels; ++c) {
         const auto entries = random_samples<std::uint8_t>(table_bytes, random() % 3);
         bytes.insert(bytes.end(), entries.begin(), entries.end());

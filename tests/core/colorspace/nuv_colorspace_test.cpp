@@ -2,19 +2,8 @@
 
 #include "tests/support/nuv_checksum.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <lcms2.h>
-#include <limits>
-#include <memory>
-#include <vector>
 
 namespace nuv {
 namespace {
@@ -207,7 +196,7 @@ TEST(ColorSpace, InvertsOrRelabelsBits)
             EXPECT_EQ(chain.last() == before, source == target);
             EXPECT_EQ(chain.header().color_type(), target);
             const bool inverts = (source == Color::gray_reverse) != (target == Color::gray_reverse);
-            const std::vector<std::uint8_t> as_it_is{0x0F, 0x81}, inverted{0xF0, 0x7E};
+            const Bytes as_it_is{0x0F, 0x81}, inverted{0xF0, 0x7E};
             EXPECT_EQ(chain.run_bytes(), inverts ? inverted : as_it_is);
         }
     }

@@ -6,15 +6,11 @@
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
-#include <gtest/gtest.h>
-
 #include <set>
-#include <sstream>
 
 namespace nuv {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using Numbers = std::vector<std::uint32_t>;
 using Lines = std::set<std::string>;
 

@@ -9,12 +9,8 @@
 #include "tests/support/nuv_modelimage.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t far = 0xFFFFFFFF;
 constexpr std::pair end{far, far}; // of a line of runs

@@ -2,19 +2,8 @@
 #include "core/readraster/nuv_readraster.h"
 #include "tests/support/nuv_readerharness.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr auto broken = NUV_ERR_BROKEN_DATA;
 constexpr auto unsupported = NUV_ERR_UNSUPPORTED;

@@ -2,13 +2,9 @@
 
 // Streams made by hand, for what no coder here writes.
 
+#include "tests/support/nuv_test.h"
+
 #include <bit>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <random>
-#include <string_view>
-#include <vector>
 
 namespace nuv {
 
@@ -105,17 +101,17 @@ public:
         const std::uint32_t count = (8 - held_bits_ % 8) % 8;
         return bits((1U << count) - 1, count);
     }
-    [[nodiscard]] std::vector<std::uint8_t> end() { return flush().marker(0xD9).stream_; }
-    [[nodiscard]] const std::vector<std::uint8_t>& stream() const { return stream_; }
+    [[nodiscard]] Bytes end() { return flush().marker(0xD9).stream_; }
+    [[nodiscard]] const Bytes& stream() const { return stream_; }
 
 private:
-    std::vector<std::uint8_t> stream_;
+    Bytes stream_;
     std::uint32_t held_ = 0;
     std::uint32_t held_bits_ = 0;
 };
 
 // 8 x 8 pixels of 3 channels that are all 128.
-inline std::vector<std::uint8_t> flat_stream()
+inline Bytes flat_stream()
 {
     JPEGCraft craft;
     craft.frame(0xC0, 8, 8, 8, {0x11, 0x11, 0x11}).quantisers().categories().symbols(0x10, {0});
@@ -124,8 +120,7 @@ inline std::vector<std::uint8_t> flat_stream()
 }
 
 // A stream with a segment behind SOI.
-inline std::vector<std::uint8_t> with_segment(std::vector<std::uint8_t> stream, std::uint8_t id,
-                                              std::string_view payload)
+inline Bytes with_segment(Bytes stream, std::uint8_t id, std::string_view payload)
 {
     const std::size_t length = payload.size() + 2;
     const auto high = static_cast<std::uint8_t>(length >> 8);
@@ -143,9 +138,9 @@ struct JPEGLosslessPicture {
     std::vector<std::uint16_t> samples;
 
     // As the lines of an image, less the bits below the point transform.
-    [[nodiscard]] std::vector<std::uint8_t> lines(std::uint32_t point_transform = 0) const
+    [[nodiscard]] Bytes lines(std::uint32_t point_transform = 0) const
     {
-        std::vector<std::uint8_t> bytes;
+        Bytes bytes;
         for (const std::uint32_t sample : samples) {
             const std::uint32_t kept = sample >> point_transform << point_transform;
             const std::uint8_t halves[] = {static_cast<std::uint8_t>(kept),
@@ -226,8 +221,8 @@ inline void craft_lossless_scan(JPEGCraft& craft, const JPEGLosslessPicture& pic
     craft.flush();
 }
 
-inline std::vector<std::uint8_t> craft_lossless(const JPEGLosslessPicture& picture,
-                                                const JPEGLosslessSettings& settings)
+inline Bytes craft_lossless(const JPEGLosslessPicture& picture,
+                            const JPEGLosslessSettings& settings)
 {
     JPEGCraft craft;
     craft.frame(0xC3, static_cast<int>(picture.precision), static_cast<int>(picture.width),

@@ -7,7 +7,7 @@
 namespace nuv {
 namespace {
 
-using Stream = JPEGBytes;
+using Stream = Bytes;
 using Code = NUV_JPEGCode;
 
 // A stream and what the three steps answer to it.
@@ -187,9 +187,8 @@ TEST(JPEGDecoder, TakesBlocksInTheOrderOfTheScanAndComponentsByTheirIdentifiers)
         craft.difference(level * 8).bits(0, 3);
     const JPEGDecoded decoded = decode_stream(craft.end());
     ASSERT_TRUE(decoded.is_clean());
-    const std::vector<std::uint8_t> pixel(decoded.picture.samples.begin(),
-                                          decoded.picture.samples.begin() + 3);
-    EXPECT_EQ(pixel, (std::vector<std::uint8_t>{128 - 16, 128 + 8, 128 + 40}));
+    const Bytes pixel(decoded.picture.samples.begin(), decoded.picture.samples.begin() + 3);
+    EXPECT_EQ(pixel, (Bytes{128 - 16, 128 + 8, 128 + 40}));
 }
 
 // More blocks to an MCU than a writer may put into one.

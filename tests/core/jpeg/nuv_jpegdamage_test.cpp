@@ -3,12 +3,10 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <random>
-
 namespace nuv {
 namespace {
 
-using Stream = JPEGBytes;
+using Stream = Bytes;
 using Code = NUV_JPEGCode;
 
 double mean_difference(const JPEGTestPicture& a, const JPEGTestPicture& b)
@@ -102,7 +100,7 @@ TEST(JPEGDamage, IsWhatNoScanBringsAndNotAMissingEnd)
 TEST(JPEGDamage, EndsAScanAndNotThoseBehindIt)
 {
     for (const Stream& whole : {in_three_scans(), lossless_in_three_scans()}) {
-        const std::vector<std::uint8_t> expected = decode_stream(whole).picture.samples;
+        const Bytes expected = decode_stream(whole).picture.samples;
         Stream no_table = whole;
         no_table[places_of(whole, 0xDA)[1] + 6] = 0x33;
         Stream no_code = whole;

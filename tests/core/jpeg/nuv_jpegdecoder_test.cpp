@@ -1,13 +1,10 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <random>
-#include <sstream>
-
 namespace nuv {
 namespace {
 
-using Stream = JPEGBytes;
+using Stream = Bytes;
 using Code = NUV_JPEGCode;
 
 struct Layout {

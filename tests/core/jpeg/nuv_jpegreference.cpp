@@ -2,9 +2,7 @@
 
 #include <csetjmp>
 #include <cstdio>
-#include <cstdlib>
 #include <jpeglib.h>
-#include <sstream>
 
 namespace nuv {
 namespace {
@@ -70,7 +68,7 @@ void set_up(jpeg_compress_struct& coder, const JPEGTestPicture& picture,
 
 // Calls `work` with a decoder behind the header. False when there was anything to complain of.
 template <class Work>
-bool with_decoder(const JPEGBytes& stream, const Work& work)
+bool with_decoder(const Bytes& stream, const Work& work)
 {
     jpeg_decompress_struct coder{};
     Errors errors{};
@@ -92,7 +90,7 @@ bool with_decoder(const JPEGBytes& stream, const Work& work)
 
 } // namespace
 
-JPEGBytes encode_by_reference(const JPEGTestPicture& picture, const JPEGReferenceSettings& settings)
+Bytes encode_by_reference(const JPEGTestPicture& picture, const JPEGReferenceSettings& settings)
 {
     const std::vector<jpeg_scan_info> scans = parse_scans(settings.scans);
     jpeg_compress_struct coder{};
@@ -114,13 +112,13 @@ JPEGBytes encode_by_reference(const JPEGTestPicture& picture, const JPEGReferenc
         jpeg_write_scanlines(&coder, &line, 1);
     }
     jpeg_finish_compress(&coder);
-    JPEGBytes stream(memory, memory + bytes);
+    Bytes stream(memory, memory + bytes);
     jpeg_destroy_compress(&coder);
     std::free(memory);
     return stream;
 }
 
-std::optional<JPEGTestPicture> decode_by_reference(const JPEGBytes& stream)
+std::optional<JPEGTestPicture> decode_by_reference(const Bytes& stream)
 {
     JPEGTestPicture picture;
     const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {
@@ -141,7 +139,7 @@ std::optional<JPEGTestPicture> decode_by_reference(const JPEGBytes& stream)
     return is_clean ? std::optional(picture) : std::nullopt;
 }
 
-std::vector<JPEGReferencePlane> coefficients_by_reference(const JPEGBytes& stream)
+std::vector<JPEGReferencePlane> coefficients_by_reference(const Bytes& stream)
 {
     std::vector<JPEGReferencePlane> planes;
     const bool is_clean = with_decoder(stream, [&](jpeg_decompress_struct& coder) {

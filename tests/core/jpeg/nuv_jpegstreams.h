@@ -7,33 +7,19 @@
 #include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <limits>
 #include <numbers>
-#include <optional>
 #include <ostream>
-#include <string>
-#include <vector>
 
 namespace nuv {
 
-using JPEGBytes = std::vector<std::uint8_t>;
-
 // The first `count` bytes of a stream, which has as many.
-inline JPEGBytes first_bytes(const JPEGBytes& bytes, std::size_t count)
+inline Bytes first_bytes(const Bytes& bytes, std::size_t count)
 {
     return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
 // The stream without the bytes from `from` to `to`.
-inline JPEGBytes cut(JPEGBytes stream, std::size_t from, std::size_t to)
+inline Bytes cut(Bytes stream, std::size_t from, std::size_t to)
 {
     stream.erase(stream.begin() + static_cast<std::ptrdiff_t>(from),
                  stream.begin() + static_cast<std::ptrdiff_t>(to));
@@ -41,7 +27,7 @@ inline JPEGBytes cut(JPEGBytes stream, std::size_t from, std::size_t to)
 }
 
 // Where the markers of this kind stand.
-inline std::vector<std::size_t> places_of(const JPEGBytes& stream, std::uint8_t marker)
+inline std::vector<std::size_t> places_of(const Bytes& stream, std::uint8_t marker)
 {
     std::vector<std::size_t> places;
     for (std::size_t i = 0; i + 1 < stream.size(); ++i) {
@@ -64,7 +50,7 @@ struct JPEGTestPicture {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint32_t channels = 0;
-    JPEGBytes samples;
+    Bytes samples;
 
     [[nodiscard]] std::size_t line_bytes() const { return std::size_t{width} * channels; }
     [[nodiscard]] std::uint8_t at(std::size_t x, std::size_t y, std::size_t channel) const
@@ -107,13 +93,13 @@ struct JPEGTestSegments {
     struct Segment {
         std::uint8_t id;
         std::size_t position; // of the payload
-        JPEGBytes payload;
+        Bytes payload;
     };
     std::vector<Segment> segments;
     std::vector<std::size_t> scan_markers; // where their 0xFF stand
     std::size_t scan_position = 2;
 
-    explicit JPEGTestSegments(const JPEGBytes& stream)
+    explicit JPEGTestSegments(const Bytes& stream)
     {
         std::size_t& at = scan_position; // behind SOI
         while (at + 4 <= stream.size() && (segments.empty() || segments.back().id != 0xDA)) {
@@ -131,9 +117,9 @@ struct JPEGTestSegments {
         }
     }
 
-    [[nodiscard]] JPEGBytes ids() const
+    [[nodiscard]] Bytes ids() const
     {
-        JPEGBytes ids;
+        Bytes ids;
         for (const Segment& segment : segments)
             ids.push_back(segment.id);
         return ids;
@@ -144,7 +130,7 @@ struct JPEGTestSegments {
         const auto found = std::ranges::find(segments, id, &Segment::id);
         return found == segments.end() ? Segment{id, 0, {}} : *found;
     }
-    [[nodiscard]] JPEGBytes payload(std::uint8_t id) const { return find(id).payload; }
+    [[nodiscard]] Bytes payload(std::uint8_t id) const { return find(id).payload; }
 };
 
 struct JPEGDecoded {
@@ -175,7 +161,7 @@ inline void as_it_is(NUV_JPEGDecoder&) {}
 inline constexpr std::int32_t whole = std::numeric_limits<std::int32_t>::max();
 
 // Out of a storage that gives no more than `chunk` bytes in one read.
-inline JPEGDecoded decode_stream(const JPEGBytes& stream, std::int32_t chunk = whole,
+inline JPEGDecoded decode_stream(const Bytes& stream, std::int32_t chunk = whole,
                                  const std::function<void(NUV_JPEGDecoder&)>& prepare = as_it_is,
                                  const NUV_Cpu& cpu = NUV_Cpu::current())
 {
@@ -200,7 +186,7 @@ inline JPEGDecoded decode_stream(const JPEGBytes& stream, std::int32_t chunk = w
     picture.width = decoder.width();
     picture.height = decoder.height();
     picture.channels = static_cast<std::uint32_t>(decoder.components() * decoder.sample_bytes());
-    JPEGBytes line(picture.line_bytes());
+    Bytes line(picture.line_bytes());
     for (std::uint32_t y = 0; y < picture.height && !is_failure(decoded.lines); ++y) {
         const NUV_JPEGCode code = decoded.codes.emplace_back(decoder.read_line(line.data()));
         if (!is_good(code))
@@ -228,12 +214,12 @@ struct JPEGReferenceSettings {
     int adobe_transform = -1; // below 0 for no Adobe segment
 };
 
-[[nodiscard]] JPEGBytes encode_by_reference(const JPEGTestPicture& picture,
-                                            const JPEGReferenceSettings& settings);
+[[nodiscard]] Bytes encode_by_reference(const JPEGTestPicture& picture,
+                                        const JPEGReferenceSettings& settings);
 
 // The decoded components without any change of colour. Nothing when there is anything to complain
 // of.
-[[nodiscard]] std::optional<JPEGTestPicture> decode_by_reference(const JPEGBytes& stream);
+[[nodiscard]] std::optional<JPEGTestPicture> decode_by_reference(const Bytes& stream);
 
 // The dequantised coefficients of one component, block by block and each in natural order.
 struct JPEGReferencePlane {
@@ -243,6 +229,6 @@ struct JPEGReferencePlane {
 };
 
 // Empty when the reference has anything to complain of.
-[[nodiscard]] std::vector<JPEGReferencePlane> coefficients_by_reference(const JPEGBytes& stream);
+[[nodiscard]] std::vector<JPEGReferencePlane> coefficients_by_reference(const Bytes& stream);
 
 } // namespace nuv

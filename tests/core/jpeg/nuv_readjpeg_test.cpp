@@ -13,8 +13,6 @@
 namespace nuv {
 namespace {
 
-using Bytes = JPEGBytes;
-
 // What comes out of a stored stream, and what the manager says afterwards.
 struct Outcome {
     NUV_TestImage image = {.color_type = nullptr}; // without an engine

@@ -8,13 +8,9 @@
 #include "tests/core/jpeg/nuv_jpegstreams.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <random>
-#include <utility>
-
 namespace nuv {
 namespace {
 
-using Bytes = JPEGBytes;
 using Lossy = NUV_WriteJPEGOption;
 using Lossless = NUV_WriteLosslessJPEGOption;
 

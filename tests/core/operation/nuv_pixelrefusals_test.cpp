@@ -11,19 +11,10 @@
 #include "tests/support/nuv_pixeltables.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <limits>
-#include <memory>
-#include <string>
-#include <vector>
-
 namespace nuv {
 namespace {
 
 using Color = NUV_ColorType;
-using Bytes = std::vector<std::uint8_t>;
 const NUV_DataType* const u = NUV_DataType::u_integer;
 const NUV_DataType* const s = NUV_DataType::s_integer;
 const NUV_DataType* const real = NUV_DataType::floating;

@@ -3,16 +3,6 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "tests/support/nuv_checksum.h"
 #include "tests/support/nuv_pixeltables.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <limits>
-#include <type_traits>
-#include <vector>
 
 // Over all types and arguments, what comes out is held by sums. The results behind the sums agree
 // with models that outside readers made of the definitions; a sum that changes is a change of
@@ -21,7 +11,6 @@
 namespace nuv {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 const NUV_DataType* const u = NUV_DataType::u_integer;
 const NUV_DataType* const s = NUV_DataType::s_integer;
 const NUV_DataType* const real = NUV_DataType::floating;

@@ -7,23 +7,12 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "tests/support/nuv_modelimage.h"
 #include "tests/support/nuv_pixeltables.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <utility>
-#include <vector>
 
 // Results that a reader can check by hand, and what the table of operations does not draw.
 
 namespace nuv {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 const NUV_DataType* const u = NUV_DataType::u_integer;
 const NUV_DataType* const s = NUV_DataType::s_integer;
 const NUV_DataType* const real = NUV_DataType::floating;

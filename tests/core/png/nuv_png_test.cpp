@@ -2,23 +2,11 @@
 #include "framework/utility/nuv_endian.h"
 #include "tests/support/nuv_pngcraft.h"
 #include "tests/support/nuv_readerharness.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <bit>
-#include <cstddef>
-#include <cstdint>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 [[nodiscard]] NUV_ReaderRow png_row()
 {

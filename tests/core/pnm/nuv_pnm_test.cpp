@@ -3,13 +3,7 @@
 #include "framework/io/nuv_bytearrayoutputstorage.h"
 #include "tests/support/nuv_readerharness.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace nuv {
 namespace {
@@ -171,7 +165,7 @@ TEST(PNM, PlainTextIsReadToTheLetter)
 TEST(PNM, TextIsReadAcrossAllBlocks)
 {
     std::string text = "P2 9000 2 255 ";
-    std::vector<std::uint8_t> wanted;
+    Bytes wanted;
     for (std::size_t i = 0; i < 18000; ++i) {
         wanted.push_back(static_cast<std::uint8_t>(i * i >> 3));
         text += std::to_string(wanted.back()) + (i % 7 == 0 ? "\r\n" : " ");
@@ -220,10 +214,9 @@ TEST(PNM, EachReaderServesItsOwnForms)
 }
 
 // The anymap that a picture of these sample bytes becomes, or none.
-[[nodiscard]] std::vector<std::uint8_t> written(NUV_TestChain& chain, const NUV_TestImage& image,
-                                                const std::vector<std::uint8_t>& samples)
+[[nodiscard]] Bytes written(NUV_TestChain& chain, const NUV_TestImage& image, const Bytes& samples)
 {
-    std::vector<std::uint8_t> bytes(256);
+    Bytes bytes(256);
     const auto storage = make_initiated<NUV_ByteArrayOutputStorage>(
         chain.manager(), bytes.data(), static_cast<std::int32_t>(bytes.size()));
     chain.source_bytes(image, samples);

@@ -8,8 +8,6 @@
 #include "tests/support/nuv_modelimage.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
 namespace nuv {
 namespace {
 
@@ -54,7 +52,7 @@ TEST(HostileRuns, AreAnErrorWhereALineIsBroken)
         const auto got = chain.run_bytes();
         EXPECT_EQ(chain.status().code, NUV_ERR_BROKEN_DATA);
         EXPECT_EQ(chain.status().method, text);
-        EXPECT_TRUE(!is_raw || got == (std::vector<std::uint8_t>{0xFF, 0x80}));
+        EXPECT_TRUE(!is_raw || got == (Bytes{0xFF, 0x80}));
     };
     for (const auto& [append, text] : whole_readers) {
         for (const NUV_ModelRuns& second_line : {NUV_ModelRuns{},

@@ -5,24 +5,10 @@
 #include "extension/readrasterex/nuv_readrasterex.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/support/nuv_refusals.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
 #include "tests/support/nuv_teststored.h"
-
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <string>
-#include <string_view>
-#include <type_traits>
-#include <vector>
 
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 Bytes with_jfif(const Bytes& stream)
 {

@@ -11,12 +11,8 @@
 #include "tests/support/nuv_model_scale.h"
 #include "tests/support/nuv_refusals.h"
 
-#include <gtest/gtest.h>
-
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::pair end{0xFFFFFFFF, 0xFFFFFFFF}; // of a line of runs
 

@@ -7,11 +7,6 @@
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "tests/support/nuv_storagemodel.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-#include <utility>
-
 namespace nuv {
 namespace {
 

@@ -1,16 +1,8 @@
 #include "core/sunras/nuv_readsunras.h"
 #include "tests/support/nuv_readerharness.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <vector>
-
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 // The fields of a header as they are stored; 3 x 1 gray pixels unless it says otherwise.
 struct Stored {

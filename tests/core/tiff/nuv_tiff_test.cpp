@@ -12,21 +12,15 @@
 #include "tests/support/nuv_model_tiff.h"
 #include "tests/support/nuv_refusals.h"
 #include "tests/support/nuv_smallcodecs.h"
-#include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 #include "tests/support/nuv_tiffcompare.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <filesystem>
 #include <set>
 #include <tiffio.h>
 
 namespace nuv {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 // Files of folders of the data whose names begin so.
 std::vector<std::string> files(const std::string& begin, const std::string& or_so)

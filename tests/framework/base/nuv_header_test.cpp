@@ -2,10 +2,6 @@
 
 #include "tests/support/nuv_testchain.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 namespace nuv {
 namespace {
 
@@ -51,7 +47,7 @@ TEST(Header, IsValidForSamplesThatTypeColorAndPaletteAllow)
             header.palette().bits = 8;
             header.palette().channels = 3;
             header.palette().entries = c.entries;
-            const std::vector<std::uint8_t> value(std::size_t{3} * c.entries);
+            const Bytes value(std::size_t{3} * c.entries);
             ASSERT_TRUE(header.palette().value(value.data(), 3 * c.entries));
         }
         EXPECT_EQ(header.is_valid(), c.valid);

@@ -1,18 +1,12 @@
 #include "framework/base/nuv_status.h"
 
 #include "framework/base/nuv_failure.h"
-#include "framework/base/nuv_held.h"
 #include "framework/manager/nuv_countedmemorymanager.h"
 #include "framework/manager/nuv_createmanager.h"
 #include "framework/manager/nuv_firsterrorhandler.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <gtest/gtest.h>
-
 #include <initializer_list>
-#include <limits>
-#include <string>
-#include <utility>
 
 namespace nuv {
 namespace {

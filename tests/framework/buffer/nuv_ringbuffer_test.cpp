@@ -1,13 +1,6 @@
 #include "framework/buffer/nuv_ringbuffer.h"
 
-#include "framework/base/nuv_held.h"
 #include "tests/support/nuv_refusals.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
 
 namespace nuv {
 namespace {

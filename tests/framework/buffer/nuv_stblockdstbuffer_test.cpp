@@ -1,17 +1,8 @@
 #include "framework/buffer/nuv_stblockdstbuffer.h"
 
-#include "framework/base/nuv_held.h"
 #include "framework/buffer/nuv_dstbufferproxy.h"
 #include "framework/buffer/nuv_srcbuffer.h"
 #include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <utility>
-#include <vector>
 
 namespace nuv {
 namespace {
@@ -63,8 +54,8 @@ TEST(STBlockDstBuffer, CarriesTheStreamForEveryPairOfBlockSizes)
                 chain.source_bytes({.encode_type = NUV_EncodeType::unknown}, stream, block);
                 NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
                 ASSERT_TRUE(reader->block_bytes(src_block));
-                std::vector<std::uint8_t> got;
-                std::vector<std::uint8_t> into(src_block);
+                Bytes got;
+                Bytes into(src_block);
                 for (int turn = 0;; ++turn) {
                     std::uint32_t count = 77;
                     const bool copies = form == 0 || (form == 2 && turn % 3 == 0);
@@ -132,9 +123,9 @@ public:
         static_cast<void>(writer.release());
     }
     // The next block, in memory that is the reader's alone.
-    std::vector<std::uint8_t> next()
+    Bytes next()
     {
-        std::vector<std::uint8_t> into(8, 0xEE);
+        Bytes into(8, 0xEE);
         std::uint32_t count = 77;
         if (reader->get(into.data(), &count)) {
             EXPECT_TRUE(reader->release());
@@ -149,10 +140,10 @@ public:
 TEST(STBlockDstBuffer, WritesStraightIntoTheReadersMemoryAndLetsGoOfAWriterThatIsDone)
 {
     Lending lending({8, 8}, 16);
-    EXPECT_EQ(lending.next(), std::vector<std::uint8_t>(8, 1));
+    EXPECT_EQ(lending.next(), Bytes(8, 1));
     EXPECT_FALSE(lending.gone);
     const std::size_t allocations = lending.chain.manager().memory().allocations();
-    EXPECT_EQ(lending.next(), std::vector<std::uint8_t>(8, 2));
+    EXPECT_EQ(lending.next(), Bytes(8, 2));
     EXPECT_EQ(lending.chain.manager().memory().allocations(), allocations);
     EXPECT_TRUE(lending.gone) << "with the last block, not with a get beyond it";
 }
@@ -165,11 +156,11 @@ TEST(STBlockDstBuffer, ForgetsLentMemoryAfterAShortBlockAnEmptyOneAndWithItsRead
         SCOPED_TRACE(sizes.size() > 1 ? sizes[1] : 0);
         Lending lending(sizes);
         EXPECT_EQ(lending.next().size(), 8u);
-        std::vector<std::uint8_t> into(8, 0xEE);
+        Bytes into(8, 0xEE);
         std::uint32_t count = 77;
         EXPECT_EQ(lending.reader->get(into.data(), &count), sizes.size() > 1);
         EXPECT_EQ(count, sizes.size() > 1 ? sizes[1] : 0);
-        std::vector<std::uint8_t> wanted(count, 2);
+        Bytes wanted(count, 2);
         wanted.resize(8, 0xEE);
         EXPECT_EQ(into, wanted);
         if (count == 8)

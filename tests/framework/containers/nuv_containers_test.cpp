@@ -4,13 +4,6 @@
 #include "framework/containers/nuv_vector.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <functional>
-#include <limits>
-#include <utility>
-
 namespace nuv {
 namespace {
 

@@ -8,14 +8,6 @@
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/engine/nuv_processplanetolineengine.h"
 #include "tests/support/nuv_refusals.h"
-#include "tests/support/nuv_testchain.h"
-#include "tests/support/nuv_testsamples.h"
-
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <utility>
-#include <vector>
 
 namespace nuv {
 namespace {
@@ -100,8 +92,7 @@ TEST(LineToLineEngine, DeliversTheLinesBeforeTheOneThatFails)
         chain.source<std::uint8_t>({.width = 5, .height = 4}, image);
         ASSERT_TRUE(chain.append<Append<FailingLineEngine>>(fails_at));
         const auto got = chain.run<std::uint8_t>();
-        EXPECT_EQ(got, std::vector<std::uint8_t>(image.begin(),
-                                                 image.begin() + std::ptrdiff_t{5} * fails_at));
+        EXPECT_EQ(got, Bytes(image.begin(), image.begin() + std::ptrdiff_t{5} * fails_at));
         EXPECT_EQ(chain.status().code, fails_at < 4 ? NUV_ERR_BROKEN_DATA : NUV_STATUS_OK);
     }
 }
@@ -209,9 +200,9 @@ TEST(Engine, TakesNoMoreMemoryForALongerImage)
 }
 
 // The first blocks of one branch.
-std::vector<std::uint8_t> drain(NUV_Engine* engine, std::uint32_t steps = 1000)
+Bytes drain(NUV_Engine* engine, std::uint32_t steps = 1000)
 {
-    std::vector<std::uint8_t> got;
+    Bytes got;
     NUV_Held<NUV_SrcBuffer> reader(engine->src_buffer());
     std::uint32_t count = 0;
     for (const void* block = nullptr; reader && steps > 0 && (block = reader->get(&count));

@@ -11,10 +11,7 @@
 #include "framework/io/nuv_stripcombineinputstorage.h"
 #include "tests/support/nuv_storagemodel.h"
 
-#include <gtest/gtest.h>
-
 #include <thread>
-#include <utility>
 
 namespace nuv {
 namespace {

@@ -9,8 +9,6 @@
 #include "framework/io/nuv_sourcedataprovider.h"
 #include "tests/support/nuv_storagemodel.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 

@@ -1,16 +1,7 @@
-#include "framework/base/nuv_held.h"
 #include "framework/manager/nuv_relationforst.h"
 #include "tests/support/nuv_testchain.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <iterator>
 #include <new>
-#include <random>
-#include <string>
-#include <vector>
 
 namespace nuv {
 namespace {
