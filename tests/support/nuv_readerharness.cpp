@@ -14,18 +14,6 @@ struct Outcome {
     std::optional<NUV_TestImage> image; // when a chain stood
 };
 
-[[nodiscard]] NUV_TestImage image_of(const NUV_Header& header)
-{
-    return {.width = header.width(),
-            .height = header.height(),
-            .channels = header.channels(),
-            .bits = header.bits(),
-            .data_type = header.data_type(),
-            .encode_type = header.encode_type(),
-            .color_type = header.color_type(),
-            .palette = !header.palette().is_empty()};
-}
-
 void expect_image(const NUV_TestImage& got, const NUV_TestImage& wanted)
 {
     const auto all = [](const NUV_TestImage& i) {
@@ -191,9 +179,7 @@ void check_refusals(const NUV_ReaderRow& row)
     NUV_TestChain chain;
     const auto expect_refusal = [&](bool answer, NUV_StatusCode code, const char* method) {
         EXPECT_FALSE(answer);
-        EXPECT_EQ(chain.status().code, code);
-        EXPECT_STREQ(chain.status().method, method);
-        chain.manager().reset();
+        expect_status(chain.manager(), code, method);
     };
     const auto is_read = [&](const NUV_TestStored& stored, const NUV_FormatInfo* info) {
         return row.read_as(chain.manager(), stored.storage(), info) != nullptr;

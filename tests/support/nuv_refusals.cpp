@@ -10,8 +10,7 @@ void expect_refusals(std::initializer_list<NUV_Refusal> refusals)
         refusal.source.build(chain);
         const std::size_t live = chain.manager().memory().live();
         EXPECT_FALSE(refusal.append(chain));
-        EXPECT_EQ(chain.status().code, refusal.code);
-        EXPECT_EQ(chain.status().method, refusal.text);
+        expect_status(chain.manager(), refusal.code, refusal.text);
         EXPECT_EQ(chain.manager().memory().live(), live) << "something is left";
     }
 }

@@ -55,12 +55,9 @@ protected:
     {
         return make_initiated<T>(manager_, std::forward<Args>(args)...);
     }
-    // What is wrong is told, and forgotten.
     void expect_status(NUV_StatusCode code, const char* method)
     {
-        EXPECT_EQ(manager_.status().code, code) << manager_.status().method;
-        EXPECT_STREQ(manager_.status().method, method);
-        manager_.reset();
+        nuv::expect_status(manager_, code, method);
     }
     // Whether a storage stands that is made of these.
     template <class T, class... Args>
@@ -156,6 +153,7 @@ inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, i
             if (at < size)
                 model.expect_at(storage.get() == content[static_cast<std::size_t>(at)], at + 1);
         };
+        // clang-format off
         const std::function<void()> calls[] = {
             get,
             [&] { read(std::min(n, reach)); },
@@ -163,13 +161,10 @@ inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, i
             [&] { EXPECT_EQ(storage.move(n), model.go(at + n)); },
             [&] { EXPECT_EQ(storage.ignore(n), model.go(at + n)); },
             [&] { model.expect_at(storage.to(n) == (n >= 0), n >= 0 ? n : at); },
-            [&] {
-                model.expect_at(storage.to_from_end(n) == (n <= 0 || from_end_clamps), size + n);
-            },
-            [&] {
-                model.expect_at(n < 0 ? storage.to_begin() : storage.to_end(), n < 0 ? 0 : size);
-            },
+            [&] { model.expect_at(storage.to_from_end(n) == (n <= 0 || from_end_clamps), size + n); },
+            [&] { model.expect_at(n < 0 ? storage.to_begin() : storage.to_end(), n < 0 ? 0 : size); },
         };
+        // clang-format on
         calls[model.any(0, 7)]();
         EXPECT_EQ(storage.position(), model.position);
         EXPECT_EQ(storage.is_end(), model.position == size);
@@ -210,19 +205,14 @@ inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, i
             EXPECT_EQ(storage.put(0x5A), 0x5A);
             model.overwrite({0x5A});
         };
+        // clang-format off
         const std::function<void()> calls[] = {
-            put,
-            write,
-            write,
-            write,
-            fill,
+            put, write, write, write, fill,
             [&] { EXPECT_EQ(storage.move(n), model.go(at + n)); },
             [&] { model.expect_at(storage.to(n) == (n < 1 || model.size() > 0), n); },
-            [&] {
-                model.expect_at(storage.to_from_end(n) == (n >= 0 || model.size() > 0),
-                                model.size() + n);
-            },
+            [&] { model.expect_at(storage.to_from_end(n) == (n >= 0 || model.size() > 0), model.size() + n); },
         };
+        // clang-format on
         calls[model.any(0, 7)]();
         EXPECT_EQ(storage.position(), model.position);
         if (model.any(0, 3) == 0) {

@@ -88,7 +88,9 @@ public:
     }
 };
 
-[[nodiscard]] bool fill_header(NUV_Header& header, const NUV_TestImage& image)
+} // namespace
+
+bool fill_header(NUV_Header& header, const NUV_TestImage& image)
 {
     header.width(image.width);
     header.height(image.height);
@@ -111,7 +113,20 @@ public:
     return palette.value(value.data(), static_cast<std::uint32_t>(value.size()));
 }
 
-} // namespace
+NUV_TestImage image_of(const NUV_Header& header)
+{
+    return {header.width(),      header.height(),
+            header.channels(),   header.bits(),
+            header.data_type(),  header.encode_type(),
+            header.color_type(), !header.palette().is_empty()};
+}
+
+void expect_status(NUV_Manager& manager, NUV_StatusCode code, const std::string& method)
+{
+    EXPECT_EQ(manager.status().code, code) << manager.status().method;
+    EXPECT_EQ(manager.status().method, method);
+    manager.reset();
+}
 
 NUV_TestChain::NUV_TestChain(std::size_t fail_at, const NUV_Cpu& cpu)
     : manager_(cpu),

@@ -44,6 +44,13 @@ struct NUV_TestImage { // NOLINT(clang-analyzer-optin.performance.Padding)
     bool palette = false; // one that the bits can index, of 8-bit RGB
 };
 
+// False when there was no memory for the palette.
+bool fill_header(NUV_Header& header, const NUV_TestImage& image);
+[[nodiscard]] NUV_TestImage image_of(const NUV_Header& header);
+
+// What the manager says, which is forgotten then.
+void expect_status(NUV_Manager& manager, NUV_StatusCode code, const std::string& method);
+
 // A chain on a manager of its own: a source of given samples, operations, and a sink that collects
 // what comes out. At its end nothing may be left: no memory, no engine, no dependency.
 class NUV_TestChain {

@@ -80,16 +80,9 @@ Image turned(const Image& in, int quarters)
     const bool exchanges = quarters % 2 != 0;
     return in.with(exchanges ? in.height : in.width, exchanges ? in.width : in.height, in.channels,
                    [&](auto x, auto y, auto c) {
-                       switch (quarters & 3) {
-                       case 1:
-                           return in.at(y, bottom - x, c);
-                       case 2:
-                           return in.at(right - x, bottom - y, c);
-                       case 3:
-                           return in.at(right - y, x, c);
-                       default:
-                           return in.at(x, y, c);
-                       }
+                       const std::uint32_t across[] = {x, y, right - x, right - y};
+                       const std::uint32_t down[] = {y, bottom - x, bottom - y, x};
+                       return in.at(across[quarters & 3], down[quarters & 3], c);
                    });
 }
 
@@ -129,13 +122,7 @@ NUV_DrawnOperation bytes_as_another_image(const Image& in, std::mt19937&)
         if (!chain.last())
             return false;
         NUV_Header header(chain.manager());
-        if (!header.copy(chain.header()))
-            return false;
-        header.width(description.width);
-        header.height(description.height);
-        header.channels(description.channels);
-        header.color_type(description.color_type);
-        return chain.append<NUV_RewriteHeader>(&header);
+        return fill_header(header, description) && chain.append<NUV_RewriteHeader>(&header);
     };
     return {append, out};
 }

@@ -34,11 +34,7 @@ Outcome read(const Bytes& stored, const Reader& reader = read_raster)
     NUV_TestChain chain;
     const NUV_TestStored storage(chain.manager(), stored);
     if (NUV_Engine* const engine = reader(chain.manager(), storage.storage())) {
-        const NUV_Header& header = *engine->header();
-        outcome.image.width = header.width();
-        outcome.image.height = header.height();
-        outcome.image.bits = header.bits();
-        outcome.image.color_type = header.color_type();
+        outcome.image = image_of(*engine->header());
         // Whoever shares the storage may move it.
         EXPECT_TRUE(storage.storage()->to(3));
         chain.last(engine);
@@ -368,11 +364,7 @@ TEST(DecodeJPEG, TakesTablesFromAStreamOfTheirOwn)
         EXPECT_EQ(chain.run_bytes(), decode_by_reference(stream)->samples);
     }
 
-    NUV_TestChain raw;
-    raw.blank_source({.width = 2, .height = 2});
-    NUV_Engine* const before = raw.last();
-    EXPECT_TRUE(raw.append<NUV_DecodeJPEG>());
-    EXPECT_EQ(raw.last(), before);
+    expect_nothing_appended({.width = 2, .height = 2}, {appending<NUV_DecodeJPEG>()});
     expect_refusals({{"no chain", NUV_RefusalSource([](NUV_TestChain&) {}),
                       appending<NUV_DecodeJPEG>(), NUV_ERR_ARGUMENT, "NUV_DecodeJPEG::engine()"}});
     NUV_TestChain foreign;

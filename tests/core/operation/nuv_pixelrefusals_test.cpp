@@ -289,8 +289,7 @@ TEST(PixelRefusals, OfGrids)
         EXPECT_FALSE(table.allocate(static_cast<std::uint16_t>(bits),
                                     static_cast<std::uint16_t>(inputs),
                                     static_cast<std::uint16_t>(outputs), points));
-        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-        EXPECT_STREQ(chain.status().method, "NUV_DLutData::allocate()");
+        expect_status(chain.manager(), NUV_ERR_ARGUMENT, "NUV_DLutData::allocate()");
         EXPECT_TRUE(table.is_empty());
     }
 }

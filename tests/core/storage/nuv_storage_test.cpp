@@ -18,40 +18,32 @@ struct Writing {
     std::int32_t offset = 0, line_pad = 0, line_gap = 0, byte_order = 1;
 };
 
-class ReadWriteStorage : public StorageTest {
-protected:
-    void describe(NUV_Header& header, const NUV_TestImage& image)
-    {
-        header.width(image.width);
-        header.height(image.height);
-        header.channels(image.channels);
-        header.bits(image.bits);
-        header.encode_type(image.encode_type);
-        header.color_type(image.color_type);
+class ReadWriteStorage : public StorageTest {};
+
+[[nodiscard]] NUV_Engine* reader(NUV_Manager& manager, const NUV_TestImage& image,
+                                 const Bytes& stored, const Reading& how = {})
+{
+    NUV_Header header(manager);
+    fill_header(header, image);
+    auto storage = make_initiated<NUV_ByteArrayInputStorage>(
+        manager, stored.data(), static_cast<std::int32_t>(stored.size()));
+    return NUV_ReadStorage(manager).engine(storage.get(), &header, how.offset, how.line_gap,
+                                           how.byte_order);
+}
+
+// Runs a raw write to its end; whether the chain stood.
+bool write(NUV_Manager& manager, NUV_Engine* previous, NUV_OutputStorage* storage,
+           const Writing& how = {})
+{
+    NUV_Engine* writer = NUV_WriteStorage(manager).engine(
+        previous, storage, how.offset, how.line_pad, how.line_gap, how.byte_order);
+    if (!writer)
+        return false;
+    while (writer->execute()) {
     }
-    [[nodiscard]] NUV_Engine* reader(const NUV_TestImage& image, const Bytes& stored,
-                                     const Reading& how = {})
-    {
-        NUV_Header header(manager_);
-        describe(header, image);
-        auto storage = make<NUV_ByteArrayInputStorage>(stored.data(),
-                                                       static_cast<std::int32_t>(stored.size()));
-        return NUV_ReadStorage(manager_).engine(storage.get(), &header, how.offset, how.line_gap,
-                                                how.byte_order);
-    }
-    // Runs a raw write to its end; whether the chain stood.
-    bool write(NUV_Engine* previous, NUV_OutputStorage* storage, const Writing& how = {})
-    {
-        NUV_Engine* writer = NUV_WriteStorage(manager_).engine(
-            previous, storage, how.offset, how.line_pad, how.line_gap, how.byte_order);
-        if (!writer)
-            return false;
-        while (writer->execute()) {
-        }
-        writer->end();
-        return true;
-    }
-};
+    writer->end();
+    return true;
+}
 
 // Samples of a line the other way round; what is no whole sample stays.
 void turn_samples(Bytes& line, std::size_t sample_bytes, std::int32_t byte_order)
@@ -126,7 +118,8 @@ TEST_F(ReadWriteStorage, PlaceTheLinesAsTheModelDoes)
             lines.push_back(std::move(line));
         }
         const auto expect_written = [&](NUV_OutputStorage& output, bool is_full) {
-            EXPECT_TRUE(write(reader(image, stored, reading), &output, writing));
+            EXPECT_TRUE(
+                write(manager_, reader(manager_, image, stored, reading), &output, writing));
             if (is_full)
                 EXPECT_EQ(manager_.status().code, NUV_ERR_IO);
             else if (lines.size() < image.height)
@@ -163,7 +156,7 @@ TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)
         auto file = make<NUV_FileOutputStorage>(path());
         Bytes expected(static_cast<std::size_t>(there), 7);
         ASSERT_EQ(file->write(expected.data(), there), there);
-        EXPECT_TRUE(write(reader(image, {1, 2}), file.get(), {.offset = 10}));
+        EXPECT_TRUE(write(manager_, reader(manager_, image, {1, 2}), file.get(), {.offset = 10}));
         expected.resize(12, 0);
         expected[10] = 1;
         expected[11] = 2;
@@ -171,7 +164,7 @@ TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)
     }
     std::uint8_t target[8];
     auto array = make<NUV_ByteArrayOutputStorage>(static_cast<std::uint8_t*>(target), 8);
-    EXPECT_FALSE(write(reader(image, {1, 2}), array.get(), {.offset = 10}));
+    EXPECT_FALSE(write(manager_, reader(manager_, image, {1, 2}), array.get(), {.offset = 10}));
     expect_status(NUV_ERR_IO, "NUV_WriteStorageEngine::initiate()");
 }
 
@@ -181,7 +174,7 @@ TEST_F(ReadWriteStorage, CopiesStreamsOfAnyLength)
     for (const std::size_t count : {1U, 4095U, 4096U, 4097U, 20000U}) {
         const Bytes stored = counted_bytes(count);
         auto output = make<NUV_MemoryOutputStorage>(1000);
-        EXPECT_TRUE(write(reader(image, stored), output.get()));
+        EXPECT_TRUE(write(manager_, reader(manager_, image, stored), output.get()));
         EXPECT_EQ(content_of(*output), stored);
         EXPECT_EQ(manager_.status().code, NUV_STATUS_OK);
     }
@@ -194,7 +187,7 @@ TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
     constexpr auto write_engine = "NUV_WriteStorageEngine::initiate()";
     const Bytes stored = counted_bytes(12);
     NUV_Header header(manager_);
-    describe(header, {.width = 2, .height = 2});
+    fill_header(header, {.width = 2, .height = 2});
     auto closed = make_object<NUV_ByteArrayInputStorage>(manager_);
     auto open = make<NUV_ByteArrayInputStorage>(stored.data(), 12);
     auto output = make<NUV_MemoryOutputStorage>(16);
@@ -203,14 +196,17 @@ TEST_F(ReadWriteStorage, RefusesWithItsOwnWords)
         return [=, this] { return NUV_ReadStorage(manager_).engine(storage, image, offset, 0, 1); };
     };
     const auto writes = [&](NUV_OutputStorage* storage, const Writing& how) {
-        return [=, this, &stored] { return write(reader({}, stored), storage, how); };
+        return [=, this, &stored] {
+            return write(manager_, reader(manager_, {}, stored), storage, how);
+        };
     };
     expect_refusals({
         {argument, "NUV_ReadStorageEngine::initiate()", reads(open.get(), &header, -1)},
         {argument, read_base, reads(nullptr, &header)},
         {argument, read_base, reads(closed.get(), &header)},
         {argument, "NUV_BufferOutputEngine::initiate()", reads(open.get(), nullptr)},
-        {argument, "NUV_WriteStorage::engine()", [&] { return write(nullptr, output.get()); }},
+        {argument, "NUV_WriteStorage::engine()",
+         [&] { return write(manager_, nullptr, output.get()); }},
         {argument, "NUV_StorageOutputEngine::initiate()", writes(nullptr, {})},
         {argument, write_engine, writes(output.get(), {.offset = -1})},
         {argument, write_engine, writes(output.get(), {.line_pad = -1})},
@@ -225,7 +221,7 @@ TEST_F(DstEngineInput, ReadsLikeTheModelAndRunsTheProducerAsFarAsItTakes)
 {
     const Bytes content = counted_bytes(120);
     const NUV_TestImage image = {.width = 10, .height = 12};
-    auto lazy = make<NUV_DstEngineInputStorage>(reader(image, content));
+    auto lazy = make<NUV_DstEngineInputStorage>(reader(manager_, image, content));
     ASSERT_TRUE(lazy);
     const std::size_t before = manager_.memory().allocations();
     EXPECT_TRUE(lazy->to(45));
@@ -243,7 +239,7 @@ TEST_F(DstEngineInput, DoesNotRunAhead)
 {
     const Bytes content = counted_bytes(120);
     NUV_Header header(manager_);
-    describe(header, {.width = 10, .height = 12});
+    fill_header(header, {.width = 10, .height = 12});
     auto source = make<NUV_ByteArrayInputStorage>(content.data(), 120);
     auto lazy = make<NUV_DstEngineInputStorage>(
         NUV_ReadStorage(manager_).engine(source.get(), &header, 0, 0, 1));
@@ -265,13 +261,13 @@ TEST_F(DstEngineInput, IsCleanWhoeverGoesFirst)
         SCOPED_TRACE(read_first);
         const std::int32_t expected = std::min(read_first, 50);
         const std::size_t live = manager_.memory().live();
-        auto lazy = make<NUV_DstEngineInputStorage>(reader(image, content));
+        auto lazy = make<NUV_DstEngineInputStorage>(reader(manager_, image, content));
         EXPECT_EQ(lazy->read(into, read_first), expected);
         lazy.reset();
         // What has finished waits for nobody.
         EXPECT_TRUE(read_first < 60 || manager_.memory().live() == live);
         manager_.clear();
-        lazy = make<NUV_DstEngineInputStorage>(reader(image, content));
+        lazy = make<NUV_DstEngineInputStorage>(reader(manager_, image, content));
         EXPECT_EQ(lazy->read(into, read_first), expected);
         manager_.clear();
         // The producer is gone; what it had put out is there.
@@ -283,38 +279,29 @@ TEST_F(DstEngineInput, EndsWhereItsProducerFails)
 {
     const NUV_TestImage image = {.width = 10, .height = 12};
     const Bytes cut = counted_bytes(35);
-    auto lazy = make<NUV_DstEngineInputStorage>(reader(image, cut));
+    auto lazy = make<NUV_DstEngineInputStorage>(reader(manager_, image, cut));
     EXPECT_EQ(lazy->size(), 30);
     EXPECT_EQ(read_rest(*lazy).size(), 30u);
     expect_status(NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
 }
 
-TEST_F(ReadWriteStorage, SurvivesEveryFailedAllocation)
+// From the source, through a storage made of an engine, to memory.
+TEST(StorageChains, AreCleanAtEveryAllocation)
 {
     const Bytes content = counted_bytes(60);
-    const auto live = manager_.memory().live();
-    // From the source, through a storage made of an engine, to memory.
-    const auto build_and_run = [&] {
-        auto lazy = make<NUV_DstEngineInputStorage>(reader({.width = 10, .height = 6}, content));
-        NUV_Header header(manager_);
-        describe(header, {.width = 20, .height = 3});
-        auto output = make<NUV_MemoryOutputStorage>(32);
-        return write(NUV_ReadStorage(manager_).engine(lazy.get(), &header, 0, 0, 1),
-                     output.get()) &&
-               content_of(*output) == content;
-    };
-    EXPECT_TRUE(build_and_run());
-    bool is_reached = true;
-    for (std::size_t k = 0; is_reached; ++k) {
-        SCOPED_TRACE(k);
-        manager_.memory().fail_at(k);
-        const bool is_complete = build_and_run();
-        is_reached = manager_.memory().allocations() > k;
-        EXPECT_TRUE(is_reached || is_complete);
-        manager_.memory().fail_at(NUV_FailingMemory::never);
-        manager_.clear();
-        EXPECT_EQ(manager_.memory().live(), live);
-    }
+    expect_clean_at_every_allocation([&](NUV_TestChain& chain) {
+        NUV_TestManager& manager = chain.manager();
+        auto lazy = make_initiated<NUV_DstEngineInputStorage>(
+            manager, reader(manager, {.width = 10, .height = 6}, content));
+        NUV_Header header(manager);
+        fill_header(header, {.width = 20, .height = 3});
+        auto output = make_initiated<NUV_MemoryOutputStorage>(manager, 32);
+        const bool is_whole =
+            write(manager, NUV_ReadStorage(manager).engine(lazy.get(), &header, 0, 0, 1),
+                  output.get()) &&
+            content_of(*output) == content;
+        EXPECT_TRUE(is_whole || chain.status().has_error());
+    });
 }
 
 } // namespace

@@ -37,12 +37,7 @@ TEST(Header, IsValidForSamplesThatTypeColorAndPaletteAllow)
         SCOPED_TRACE(c.what);
         NUV_TestChain chain;
         NUV_Header header(chain.manager());
-        header.width(c.image.width);
-        header.height(c.image.height);
-        header.channels(c.image.channels);
-        header.bits(c.image.bits);
-        header.data_type(c.image.data_type);
-        header.color_type(c.image.color_type);
+        fill_header(header, c.image);
         if (c.entries > 0) {
             header.palette().bits = 8;
             header.palette().channels = 3;
@@ -58,20 +53,16 @@ TEST(Header, LineBytesStopWhereThirtyTwoBitsEnd)
 {
     NUV_TestChain chain;
     NUV_Header header(chain.manager());
-    const auto set = [&](std::uint32_t width, std::uint32_t height, std::uint16_t channels,
-                         std::uint16_t bits) -> const NUV_Header& {
-        header.width(width);
-        header.height(height);
-        header.channels(channels);
-        header.bits(bits);
+    const auto with = [&](const NUV_TestImage& image) -> const NUV_Header& {
+        fill_header(header, image);
         return header;
     };
-    EXPECT_EQ(set(0x1FFFFFFF, 1, 1, 8).checked_line_bytes(), 0x1FFFFFFFu); // bits, rounded up, fit
-    EXPECT_FALSE(set(0x20000001, 1, 1, 8).checked_line_bytes());           // 1 in 32-bit arithmetic
-    EXPECT_EQ(set(1, 1, 65535, 65535).checked_line_bytes(), (65535ULL * 65535 + 7) / 8);
-    EXPECT_FALSE(set(2, 1, 65535, 65535).checked_line_bytes());
-    EXPECT_FALSE(set(9, 0xFFFFFFFF, 1, 1).checked_plane_bytes());
-    EXPECT_EQ(set(9, 0x7FFFFFFF, 1, 1).checked_plane_bytes(), 0xFFFFFFFEu);
+    EXPECT_EQ(with({0x1FFFFFFF, 1}).checked_line_bytes(), 0x1FFFFFFFu); // bits, rounded up, fit
+    EXPECT_FALSE(with({0x20000001, 1}).checked_line_bytes());           // 1 in 32-bit arithmetic
+    EXPECT_EQ(with({1, 1, 65535, 65535}).checked_line_bytes(), (65535ULL * 65535 + 7) / 8);
+    EXPECT_FALSE(with({2, 1, 65535, 65535}).checked_line_bytes());
+    EXPECT_FALSE(with({9, 0xFFFFFFFF, 1, 1}).checked_plane_bytes());
+    EXPECT_EQ(with({9, 0x7FFFFFFF, 1, 1}).checked_plane_bytes(), 0xFFFFFFFEu);
 }
 
 TEST(Palette, TakesExactlyItsBytesAndCopiesOrBecomesEmpty)
@@ -101,13 +92,6 @@ TEST(Palette, TakesExactlyItsBytesAndCopiesOrBecomesEmpty)
     palette.entries = 0xFFFFFFFF; // more bytes than a size can tell
     palette.channels = 65535;
     EXPECT_FALSE(palette.value(bytes, 6));
-}
-
-TEST(Tags, AreFoundByTheirIdAndUnknownOtherwise)
-{
-    EXPECT_EQ(NUV_EncodeType::by_id(NUV_EncodeType::jpeg->id()), NUV_EncodeType::jpeg);
-    EXPECT_EQ(NUV_ColorType::by_id(NUV_ColorType::cmyk->id()), NUV_ColorType::cmyk);
-    EXPECT_EQ(NUV_DataType::by_id(9999), NUV_DataType::unknown);
 }
 
 } // namespace

@@ -115,15 +115,6 @@ TEST(Manager, FinishReportsWhatEndingAddsUnlessAnErrorStoodBefore)
     EXPECT_EQ(out.code, NUV_WARN_BROKEN_DATA);
 }
 
-TEST(Manager, IsMadeForKindZeroOnlyAndDestroyedQuietlyWhenNull)
-{
-    EXPECT_EQ(create_manager(1), nullptr);
-    destroy_manager(nullptr);
-    NUV_Manager* manager = create_manager(0);
-    ASSERT_NE(manager, nullptr);
-    destroy_manager(manager);
-}
-
 TEST(CountedMemory, RefusesWhatPassesItsLimitAndTellsSo)
 {
     NUV_MemoryCount count;

@@ -38,8 +38,8 @@ TEST(STBlockDstBuffer, CutsMemoryIntoWholeReadersBlocks)
     EXPECT_EQ(ByHand(128, 64).buffer->mem_block_bytes(), 192u); // one more than needed
     ByHand wide(0xFFFFFF00, 0xFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(wide.buffer->mem_block_bytes(), 0u);
-    EXPECT_EQ(wide.chain.status().code, NUV_ERR_UNSUPPORTED);
-    EXPECT_STREQ(wide.chain.status().method, "NUV_STBlockDstBuffer::mem_block_bytes()");
+    expect_status(wide.chain.manager(), NUV_ERR_UNSUPPORTED,
+                  "NUV_STBlockDstBuffer::mem_block_bytes()");
 }
 
 // Every pair of block sizes, through straddling writes, with a last block that comes short; the
@@ -177,9 +177,7 @@ TEST(STBlockDstBuffer, RefusesWhatIsOutOfOrder)
     NUV_STBlockDstBuffer& buffer = *hand.buffer;
     const auto refuses = [&](auto answer, NUV_StatusCode code, const char* method) {
         EXPECT_FALSE(answer);
-        EXPECT_EQ(hand.chain.status().code, code);
-        EXPECT_STREQ(hand.chain.status().method, method);
-        hand.chain.manager().reset();
+        expect_status(hand.chain.manager(), code, method);
     };
     constexpr auto sequence = NUV_ERR_SEQUENCE;
     refuses(buffer.release(1), sequence, "NUV_STBlockDstBuffer::release()");
@@ -279,9 +277,8 @@ TEST(STBlockDstBuffer, HasNoReadersThatWouldMissTheBeginning)
         EXPECT_TRUE(is_dropped ? hand.reader->release() : hand.reader->get(nullptr) != nullptr);
         hand.buffer->create_src_buffer(late, hand.buffer.get(), 2);
         EXPECT_TRUE(late.empty());
-        EXPECT_EQ(hand.chain.status().code, NUV_ERR_SEQUENCE);
-        EXPECT_STREQ(hand.chain.status().method, "NUV_DstBufferImpl::create_src_buffer()");
-        hand.chain.manager().reset();
+        expect_status(hand.chain.manager(), NUV_ERR_SEQUENCE,
+                      "NUV_DstBufferImpl::create_src_buffer()");
     }
 }
 

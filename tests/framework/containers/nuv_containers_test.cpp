@@ -26,8 +26,7 @@ TEST(Containers, TurnEveryFailureIntoAStatusAndAFalse)
     for (const auto& [method, run] : cases) {
         NUV_TestChain chain;
         EXPECT_FALSE(run(chain.manager())) << method;
-        EXPECT_EQ(chain.status().code, NUV_ERROR) << method;
-        EXPECT_STREQ(chain.status().method, method);
+        expect_status(chain.manager(), NUV_ERROR, method);
     }
 }
 
