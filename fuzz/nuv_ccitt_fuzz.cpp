@@ -6,9 +6,8 @@
 
 #include "tests/core/ccitt/nuv_faxjob.h"
 
-#include <cstdio>
-
 #include "fuzz/nuv_numbers.h"
+#include "fuzz/nuv_require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -25,9 +24,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     job.block_bytes = 1 + numbers.byte() * 8;
     while (!numbers.empty())
         job.data.push_back(static_cast<std::uint8_t>(numbers.byte()));
-    if (!is_decoded_alike(job)) {
-        std::fputs("differs from the plain decoder\n", stderr);
-        std::abort();
-    }
+    nuv::require(is_decoded_alike(job), "differs from the plain decoder");
     return 0;
 }

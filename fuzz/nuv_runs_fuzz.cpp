@@ -10,11 +10,10 @@
 #include "core/qdrle/nuv_qdrlerun.h"
 #include "core/rotate/nuv_rotate90.h"
 #include "core/scale/nuv_scalenn.h"
-#include "tests/support/nuv_testchain.h"
-
-#include <cstdio>
+#include "tests/support/nuv_modelimage.h"
 
 #include "fuzz/nuv_numbers.h"
+#include "fuzz/nuv_require.h"
 
 namespace nuv {
 namespace {
@@ -42,7 +41,7 @@ struct Job {
                 number = numbers.byte();
         }
         while (!numbers.empty())
-            append_record(numbers);
+            put(numbers);
     }
 
     // Half a terminator ends a line for those who read whole images, and is a run outside the line
@@ -59,13 +58,8 @@ struct Job {
     }
 
 private:
-    void put(std::uint32_t start, std::uint32_t end)
-    {
-        records.resize(records.size() + NUV_QDRLERun::bytes);
-        store_run(records.data() + records.size() - NUV_QDRLERun::bytes, {start, end});
-    }
     // Mostly a run a little behind the last one and in some lines before it, in two bytes.
-    void append_record(NUV_Numbers& numbers)
+    void put(NUV_Numbers& numbers)
     {
         const auto number = [&] {
             const std::uint32_t low = numbers.word();
@@ -76,15 +70,15 @@ private:
             return records.push_back(static_cast<std::uint8_t>(numbers.byte()));
         if (first == 0xFE) {
             const std::uint32_t start = number();
-            return put(start, number());
+            return append_record(records, start, number());
         }
         if (first == 0xFF) {
             next_ = 0;
-            return put(NUV_QDRLERun::terminator, NUV_QDRLERun::terminator);
+            return append_record(records, NUV_QDRLERun::terminator, NUV_QDRLERun::terminator);
         }
         next_ += first < 0xF0 ? first : first - 0x100;
         const std::uint32_t length = numbers.byte();
-        put(next_, next_ + (length < 0xF0 ? length : length - 0x100));
+        append_record(records, next_, next_ + (length < 0xF0 ? length : length - 0x100));
         next_ += length;
     }
 
@@ -104,12 +98,6 @@ void append_operation(NUV_TestChain& chain, const Operation& operation)
         chain.append<NUV_ScaleNN>(numbers[0] | (numbers[2] & 3) << 8, numbers[1]);
 }
 
-[[noreturn]] void fail(const char* what, std::uint32_t width, std::uint32_t height)
-{
-    std::fprintf(stderr, "%s in an image of %ux%u\n", what, width, height);
-    std::abort();
-}
-
 // What every reader of the form may rely on, whatever damage stood before.
 void check_lines(const Bytes& bytes, std::uint32_t width, std::uint32_t height)
 {
@@ -120,22 +108,21 @@ void check_lines(const Bytes& bytes, std::uint32_t width, std::uint32_t height)
         if (run.is_terminator()) {
             ++lines;
             free_from = 0;
-        } else if (run.start < free_from || run.start > run.end || run.end >= width) {
-            fail("runs out of order", width, height);
         } else {
+            require(free_from <= run.start && run.start <= run.end && run.end < width,
+                    "runs out of order");
             free_from = std::uint64_t{run.end} + 2;
         }
     }
-    if (bytes.size() % NUV_QDRLERun::bytes != 0 || lines > height || free_from != 0)
-        fail("no whole lines", width, height);
+    require(bytes.size() % NUV_QDRLERun::bytes == 0 && lines <= height && free_from == 0,
+            "no whole lines");
 }
 
 // Without an error there is a whole image. What stands behind the width counts as zero.
 [[nodiscard]] Bytes finished(std::uint32_t width, std::uint32_t height, Bytes bytes)
 {
     const std::size_t line_bytes = (std::size_t{width} + 7) / 8;
-    if (bytes.size() != line_bytes * height)
-        fail("not all bytes", width, height);
+    require(bytes.size() == line_bytes * height, "not all bytes");
     for (std::size_t i = line_bytes; i <= bytes.size(); i += line_bytes)
         bytes[i - 1] = static_cast<std::uint8_t>(bytes[i - 1] & 0xFFU << (line_bytes * 8 - width));
     return bytes;
@@ -145,11 +132,7 @@ void check_lines(const Bytes& bytes, std::uint32_t width, std::uint32_t height)
 // still as they came.
 bool build(NUV_TestChain& chain, const Job& job, bool bits_first)
 {
-    chain.source_bytes({.width = job.width,
-                        .height = job.height,
-                        .bits = 1,
-                        .encode_type = NUV_EncodeType::qd_rle},
-                       job.records, job.block_bytes);
+    chain.source_bytes(run_description(job.width, job.height), job.records, job.block_bytes);
     const NUV_Engine* const source = chain.last();
     if (bits_first) { // inverting puts runs of any kind in order, decoding does not
         chain.append<NUV_Not>();
@@ -201,9 +184,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!from_runs || scales || !job.is_read_by_all_alike()) // scaling runs has a rule of its own
         return 0;
     const auto from_bits = nuv::run(job, true); // may see damage behind what the runs were read for
-    if (from_bits && *from_bits != *from_runs) {
-        std::fputs("bits and runs differ\n", stderr);
-        std::abort();
-    }
+    nuv::require(!from_bits || *from_bits == *from_runs, "bits and runs differ");
     return 0;
 }

@@ -7,7 +7,7 @@
 
 #include "core/decodetoraw/nuv_decodetoraw.h"
 
-#include <cstdio>
+#include "fuzz/nuv_require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -18,10 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const nuv::NUV_TestImage image =
         nuv::image_of(codec, 1 + data[1] + (data[2] & 3U) * 256, 1U + data[3] % 64);
     const Bytes stream(data + numbers, data + size);
-    if (nuv::decode<nuv::NUV_DecodeToRaw>(stream, image, 1U + data[4]) !=
-        codec.plain(stream, image.width, image.height)) {
-        std::fprintf(stderr, "%s differs from the plain decoder\n", codec.name);
-        std::abort();
-    }
+    nuv::require(nuv::decode<nuv::NUV_DecodeToRaw>(stream, image, 1U + data[4]) ==
+                     codec.plain(stream, image.width, image.height),
+                 codec.name);
     return 0;
 }
