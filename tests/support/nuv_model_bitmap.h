@@ -1,15 +1,13 @@
 #pragma once
 
-#include "framework/base/nuv_status.h"
 #include "tests/support/nuv_model_codecs.h"
 
 #include <bit>
-#include <initializer_list>
 
 namespace nuv::model {
 
 // What a bitmap is and what comes of it, read field by field and pixel by pixel.
-class Bitmap {
+class Bitmap : public Status {
 public:
     bool is_loaded = false; // the description is there
     bool is_read = false;   // and a chain that delivers the image, as far as the data goes
@@ -26,8 +24,6 @@ public:
     std::int32_t down = 0;
     bool is_too_large = false; // for samples
     Bytes samples;
-    NUV_StatusCode code = NUV_STATUS_OK; // of the first error, or else of the first warning
-    std::string text;
 
     // With a file header or without.
     Bitmap(Bytes stored, bool has_file_header) : stored_(std::move(stored))
@@ -47,18 +43,10 @@ public:
 private:
     static constexpr std::uint64_t most_bytes = 1U << 22; // of samples
 
-    // An error hides what was there but an error. False.
     bool fail(NUV_StatusCode new_code, const char* new_text)
     {
-        if (code == NUV_STATUS_OK || (is_error(new_code) && !is_error(code))) {
-            code = new_code;
-            text = new_text;
-        }
+        raise(new_code, new_text);
         return false;
-    }
-    static bool is_one_of(std::uint32_t value, std::initializer_list<std::uint32_t> values)
-    {
-        return std::ranges::find(values, value) != values.end();
     }
     std::uint64_t left() const { return stored_.size() - at_; }
     // Bytes that are missing are zeros.
@@ -89,7 +77,7 @@ private:
     {
         info_ = at_;
         size_ = load(at_, 4);
-        if (left() >= 4 && !is_one_of(size_, {12, 40, 52, 56, 60, 96, 108, 112, 120, 124}))
+        if (left() >= 4 && !any_of(size_, 12, 40, 52, 56, 60, 96, 108, 112, 120, 124))
             return false;
         const bool is_short = size_ == 12;
         const auto number = [&](std::uint32_t offset) -> std::int64_t {
@@ -101,7 +89,7 @@ private:
         depth_ = field(is_short ? 10 : 14, 2);
         compression_ = is_short ? 0 : field(16);
         at_ += size_;
-        at_ += size_ == 40 && compression_ == 3 && is_one_of(depth_, {16, 32}) ? 12 : 0;
+        at_ += size_ == 40 && compression_ == 3 && any_of(depth_, 16, 32) ? 12 : 0;
         for (std::size_t i = 0; i < 3 && info_ + 52 <= at_; ++i)
             masks_[i] = load(info_ + 40 + 4 * i, 4);
         return std::max(info_ + 4, at_) <= stored_.size() ||
@@ -110,8 +98,8 @@ private:
     bool is_valid()
     {
         constexpr auto method = "NUV_BitmapInfoHeader::is_valid()";
-        bool good = columns_ > 0 && lines_ != 0 && is_one_of(depth_, {1, 4, 8, 16, 24, 32}) &&
-                    (compression_ < 3 || (compression_ == 3 && is_one_of(depth_, {16, 32})));
+        bool good = columns_ > 0 && lines_ != 0 && any_of(depth_, 1, 4, 8, 16, 24, 32) &&
+                    (compression_ < 3 || (compression_ == 3 && any_of(depth_, 16, 32)));
         std::uint32_t seen = 0;
         for (const std::uint64_t mask : masks_) { // a run with one more at its end is one bit
             good = good && (compression_ != 3 ||
@@ -120,7 +108,7 @@ private:
         }
         if (!good)
             return fail(NUV_ERR_INVALID_DATA, method);
-        if (!is_one_of(field(56), {0, 0x73524742, 0x57696E20, 0x4C494E4B, 0x4D424544}))
+        if (!any_of(field(56), 0, 0x73524742, 0x57696E20, 0x4C494E4B, 0x4D424544))
             fail(NUV_WARN_BROKEN_DATA, method);
         return true;
     }
@@ -157,7 +145,7 @@ private:
         across = static_cast<std::int32_t>(field(24));
         down = static_cast<std::int32_t>(field(28));
         const std::uint64_t profile = field(116);
-        if (is_one_of(field(56), {0x4C494E4B, 0x4D424544}) && profile != 0 &&
+        if (any_of(field(56), 0x4C494E4B, 0x4D424544) && profile != 0 &&
             field(112) + profile > stored_.size())
             fail(NUV_WARN_BROKEN_DATA, "NUV_DIBInfo::read_profile()");
     }

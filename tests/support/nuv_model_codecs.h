@@ -1,10 +1,29 @@
 #pragma once
 
+#include "framework/base/nuv_status.h"
 #include "tests/support/nuv_test.h"
 
 #include <zlib.h>
 
 namespace nuv::model {
+
+template <class... T>
+bool any_of(std::uint64_t value, T... values)
+{
+    return ((value == static_cast<std::uint64_t>(values)) || ...);
+}
+
+// The first error stands, and until there is one, the first warning.
+struct Status {
+    NUV_StatusCode code = NUV_STATUS_OK;
+    std::string text;
+
+    void raise(NUV_StatusCode new_code, const std::string& new_text)
+    {
+        if (code == NUV_STATUS_OK || (!is_error(code) && is_error(new_code)))
+            *this = {new_code, new_text};
+    }
+};
 
 // What a decoder is to deliver: whole lines, and whether it complained.
 struct Decoded {

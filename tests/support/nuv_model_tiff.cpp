@@ -1,8 +1,5 @@
 #include "tests/support/nuv_model_tiff.h"
 
-#include "framework/base/nuv_status.h"
-#include "tests/support/nuv_model_codecs.h"
-
 #include <bit>
 #include <set>
 
@@ -46,12 +43,6 @@ const Members all_members[] = {
 // clang-format on
 
 constexpr unsigned element_sizes[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-
-template <class... T>
-bool any_of(std::uint64_t value, T... values)
-{
-    return ((value == static_cast<std::uint64_t>(values)) || ...);
-}
 
 // The statuses of the structure: -1 is read or sought in vain.
 void raise_structure(Status& status, int code, const char* words)
@@ -421,14 +412,6 @@ Bytes joined(const TIFFFile& file, std::uint64_t line)
 }
 
 } // namespace
-
-void Status::raise(std::uint32_t new_code, const std::string& new_text)
-{
-    if (code == NUV_STATUS_OK || (!is_error(code) && is_error(new_code))) {
-        code = new_code;
-        text = new_text;
-    }
-}
 
 std::uint64_t TIFFFile::number(std::uint64_t at, std::uint64_t size) const
 {

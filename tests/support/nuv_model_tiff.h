@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/nuv_test.h"
+#include "tests/support/nuv_model_codecs.h"
 
 #include <map>
 
@@ -9,14 +9,6 @@
 namespace nuv::model {
 
 using Numbers = std::vector<std::uint64_t>;
-
-// The first error stands, and until there is one, the first warning.
-struct Status {
-    std::uint32_t code = 0;
-    std::string text;
-
-    void raise(std::uint32_t new_code, const std::string& new_text);
-};
 
 struct TIFFEntry {
     std::uint64_t tag = 0;
