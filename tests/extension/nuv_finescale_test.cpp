@@ -69,19 +69,14 @@ TEST(FineScale, AppendsNothingForTheSameSizeAndNoLimit)
 
 TEST(AnyScale, InventsNothingAtTheLargestSizes)
 {
-    struct Case {
-        NUV_TestImage source;
-        std::uint32_t w, h;
-    };
     for (const std::uint32_t size : {0xFFFFFFFFU, 0xFFFFFFFEU}) {
         const NUV_TestImage high{.width = 8, .height = size};
         const NUV_TestImage small{.width = 8, .height = 20};
-        for (const auto& [source, w, h] : {Case{high, 8, 100},
-                                           {high, 8, size - 1},
-                                           {high, 8, size + 1},
-                                           {small, size, 20},
-                                           {small, size, 8},
-                                           {small, 8, size}}) {
+        // clang-format off
+        const std::tuple<NUV_TestImage, std::uint32_t, std::uint32_t> cases[] = {
+            {high, 8, 100}, {high, 8, size - 1}, {high, 8, size + 1}, {small, size, 20}, {small, size, 8}, {small, 8, size}};
+        // clang-format on
+        for (const auto& [source, w, h] : cases) {
             for (const NUV_Append& append :
                  {appending<NUV_ScaleNN>(w, h), appending<NUV_ScaleLI>(w, h, true),
                   appending<NUV_ScaleLI>(w, h, false), appending<NUV_ScaleCC>(w, h, true),

@@ -156,16 +156,6 @@ TEST(FaxDecoders, TakeMoreMemoryForLinesOfManyRuns)
     });
 }
 
-TEST(FaxDecoders, AreFoundByTheCoding)
-{
-    NUV_TestImage image = {.width = 8, .bits = 1, .encode_type = NUV_EncodeType::mh};
-    expect_result("MH", image, coded(EOL "1000 010 1011"), appending<NUV_DecodeToRaw>(), {0x10});
-    image.encode_type = NUV_EncodeType::mr;
-    expect_result("MR", image, coded(EOL "0 001 1000 010 1"), appending<NUV_DecodeToRaw>(), {0x10});
-    image.encode_type = NUV_EncodeType::mmr;
-    expect_result("MMR", image, coded("001 1000 010 1"), appending<NUV_DecodeToRaw>(), {0x10});
-}
-
 // Has what it is told last, and wants no more.
 struct NUV_FaxListener final : QDCCITTDecoder::ReportHandler {
     bool report(const QDCCITTBase::Status& status) override

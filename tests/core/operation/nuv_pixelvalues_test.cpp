@@ -30,16 +30,6 @@ template <class O, class I>
     return chain.run<O>();
 }
 
-template <class O>
-[[nodiscard]] std::vector<O> bits_result(const NUV_TestImage& image, const Bytes& bytes,
-                                         const NUV_Append& append)
-{
-    NUV_TestChain chain;
-    chain.source_bytes(image, bytes);
-    EXPECT_TRUE(append(chain)) << chain.status().method;
-    return chain.run<O>();
-}
-
 [[nodiscard]] NUV_Append converting(const NUV_DataType* type, std::uint16_t bits, double slope,
                                     double offset)
 {
@@ -68,8 +58,7 @@ TEST(PixelValues, OfConversions)
     const double hair = 1e-16; // next to a unit, and counts as one
     const auto expanding =
         appending<NUV_ConvertDataTypeFrom1bit>(s, std::uint16_t{32}, 1 - hair, 1 - hair);
-    EXPECT_EQ(bits_result<std::int32_t>({.width = 2, .bits = 1}, {0x40}, expanding),
-              (std::vector<std::int32_t>{1, 2}));
+    expect_result("a hair", {.width = 2, .bits = 1}, {0x40}, expanding, {1, 0, 0, 0, 2, 0, 0, 0});
 }
 
 TEST(PixelValues, OfTables)
@@ -120,20 +109,14 @@ TEST(PixelValues, OfMatrices)
 
 TEST(PixelValues, OfInversion)
 {
-    const auto inverted = [](const NUV_TestImage& image, const Bytes& bytes) {
-        return bits_result<std::uint8_t>(image, bytes, appending<NUV_Not>());
-    };
-    EXPECT_EQ(inverted({.width = 3, .bits = 1}, {0xA0}), Bytes{0x5F}) << "whole bytes";
-    EXPECT_EQ(inverted({.bits = 32, .data_type = real}, {0, 1, 2, 3}), (Bytes{255, 254, 253, 252}));
-    // A line of runs without an end is white.
-    Bytes runs;
-    Bytes wanted;
-    constexpr std::uint32_t end = 0xFFFFFFFF;
-    for (const auto& [first, last] : {std::pair{0U, 1U}, {end, end}, {0U, 1U}})
-        append_record(runs, first, last);
-    for (const auto& [first, last] : {std::pair{2U, 4U}, {end, end}, {0U, 4U}, {end, end}})
-        append_record(wanted, first, last);
-    EXPECT_EQ(inverted(run_description(5, 2), runs), wanted);
+    const NUV_TestImage reals{.bits = 32, .data_type = real};
+    const auto invert = appending<NUV_Not>();
+    expect_result("whole bytes", {.width = 3, .bits = 1}, {0xA0}, invert, {0x5F});
+    expect_result("reals", reals, {0, 1, 2, 3}, invert, {255, 254, 253, 252});
+    constexpr std::pair end{0xFFFFFFFF, 0xFFFFFFFF};
+    expect_result("a line of runs without an end is white", run_description(5, 2),
+                  records_of({{0, 1}, end, {0, 1}}), invert,
+                  records_of({{2, 4}, end, {0, 4}, end}));
 }
 
 TEST(PixelValues, OfConstants)

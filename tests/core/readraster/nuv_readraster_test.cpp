@@ -94,8 +94,7 @@ TEST(ReadRaster, TellsWhyNobodyTakesTheDataAndLeavesTheStorageWhereItStood)
             EXPECT_FALSE(i % 2 == 0 ? reader.engine(image.storage(), c.page) != nullptr
                                     : reader.format_info(image.storage(), c.page) != nullptr);
             const char* member = i % 2 == 0 ? "engine()" : "format_info()";
-            EXPECT_EQ(chain.status().code, c.code);
-            EXPECT_EQ(chain.status().method, c.method + (c.method == search ? member : ""));
+            expect_status(chain.manager(), c.code, c.method + (c.method == search ? member : ""));
             EXPECT_EQ(image.position(), 0);
         }
     });
@@ -121,42 +120,38 @@ TEST(ReadRaster, LetsAStatusStandThatStoodBefore)
 
 // The probes before the one that takes the anymap run out of memory, and their errors are gone:
 // with one of them pending, no reader could be built.
-template <class Reader>
-void expect_errors_of_refusing_probes_forgotten()
-{
-    std::size_t accepted = 0;
-    bool is_through = false;
-    for (std::size_t k = 0; !is_through; ++k) {
-        SCOPED_TRACE(k);
-        NUV_TestChain chain;
-        const NUV_TestStored image(chain.manager(), anymap());
-        NUV_FailingMemory& memory = chain.manager().memory();
-        memory.fail_at(k);
-        NUV_Held<NUV_FormatInfo> info(Reader(chain.manager()).format_info(image.storage(), 0));
-        const NUV_StatusCode info_code = chain.status().code;
-        EXPECT_EQ(info_code, info ? NUV_STATUS_OK : NUV_ERR_MEMORY);
-        is_through = memory.allocations() <= k;
-        info.reset();
-
-        chain.manager().reset();
-        EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
-        memory.fail_at(k);
-        chain.last(Reader(chain.manager()).engine(image.storage(), 0));
-        const bool is_hit = memory.allocations() > k;
-        is_through = is_through && !is_hit;
-        memory.fail_at(NUV_FailingMemory::never);
-        EXPECT_EQ(chain.status().code, chain.last() ? NUV_STATUS_OK : NUV_ERR_MEMORY);
-        if (chain.last()) {
-            accepted += is_hit ? 1 : 0;
-            EXPECT_EQ(chain.run_bytes(), bytes_of("abcdef"));
-        }
-    }
-    EXPECT_GT(accepted, 0u);
-}
-
 TEST(ReadRaster, ForgetsTheErrorOfARefusingProbeWhenALaterOneAccepts)
 {
-    with_both_readers([]<class Reader>() { expect_errors_of_refusing_probes_forgotten<Reader>(); });
+    with_both_readers([]<class Reader>() {
+        std::size_t accepted = 0;
+        bool is_through = false;
+        for (std::size_t k = 0; !is_through; ++k) {
+            SCOPED_TRACE(k);
+            NUV_TestChain chain;
+            const NUV_TestStored image(chain.manager(), anymap());
+            NUV_FailingMemory& memory = chain.manager().memory();
+            memory.fail_at(k);
+            NUV_Held<NUV_FormatInfo> info(Reader(chain.manager()).format_info(image.storage(), 0));
+            const NUV_StatusCode info_code = chain.status().code;
+            EXPECT_EQ(info_code, info ? NUV_STATUS_OK : NUV_ERR_MEMORY);
+            is_through = memory.allocations() <= k;
+            info.reset();
+
+            chain.manager().reset();
+            EXPECT_TRUE(image.storage()->to(NUV_TestStored::start));
+            memory.fail_at(k);
+            chain.last(Reader(chain.manager()).engine(image.storage(), 0));
+            const bool is_hit = memory.allocations() > k;
+            is_through = is_through && !is_hit;
+            memory.fail_at(NUV_FailingMemory::never);
+            EXPECT_EQ(chain.status().code, chain.last() ? NUV_STATUS_OK : NUV_ERR_MEMORY);
+            if (chain.last()) {
+                accepted += is_hit ? 1 : 0;
+                EXPECT_EQ(chain.run_bytes(), bytes_of("abcdef"));
+            }
+        }
+        EXPECT_GT(accepted, 0u);
+    });
 }
 
 TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
@@ -167,9 +162,7 @@ TEST(ReadRaster, IsRefusedWithoutAStorageUnderItsOwnName)
     NUV_InputStorage* const closed = stored.storage();
     const auto expect_refusal = [&](const void* result, const char* method) {
         EXPECT_EQ(result, nullptr);
-        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-        EXPECT_STREQ(chain.status().method, method);
-        chain.manager().reset();
+        expect_status(chain.manager(), NUV_ERR_ARGUMENT, method);
     };
     NUV_ReadRaster plain(chain.manager());
     NUV_ReadRasterEx extended(chain.manager());
@@ -249,8 +242,7 @@ TEST(ReadRaster, TakesTheFirstFormatThatFits)
                 continue;
             }
             EXPECT_EQ(chain.last() ? chain.header().color_type() : nullptr, c.color);
-            EXPECT_EQ(chain.status().code, c.code);
-            EXPECT_STREQ(chain.status().method, c.method);
+            expect_status(chain.manager(), c.code, c.method);
             EXPECT_TRUE(chain.last() || image.position() == 0);
         }
     });
@@ -376,43 +368,19 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFoundWhere)
     }
 }
 
-TEST(DecodeToRaw, PutsADecoderOnlyBehindWhatIsCoded)
+TEST(DecodeToRaw, AppendsNothingBehindSamplesAndRefusesWhatItCannotDecode)
 {
-    NUV_TestChain raw;
-    raw.source<std::uint8_t>({.width = 3}, {1, 2, 3});
-    NUV_Engine* const source = raw.last();
-    ASSERT_TRUE(raw.append<NUV_DecodeToRaw>());
-    EXPECT_EQ(raw.last(), source);
-    EXPECT_EQ(raw.live_objects_behind_source(), 0u);
-    EXPECT_EQ(raw.run_bytes(), (Bytes{1, 2, 3}));
-
-    NUV_TestChain stream;
-    stream.source_bytes({.width = 8,
-                         .height = 8,
-                         .channels = 3,
-                         .encode_type = NUV_EncodeType::jpeg,
-                         .color_type = NUV_ColorType::ycbcr},
-                        with_jfif(flat_stream()), 5);
-    ASSERT_TRUE(stream.append<NUV_DecodeToRaw>());
-    EXPECT_TRUE(stream.header().is_raw());
-    EXPECT_EQ(stream.run_bytes(), Bytes(std::size_t{8} * 8 * 3, 128));
-}
-
-TEST(DecodeToRaw, RefusesWhatItCannotDecode)
-{
-    for (const auto* encoding : {NUV_EncodeType::jpeg2000, NUV_EncodeType::unknown}) {
-        const NUV_TestImage image{.encode_type = encoding};
-        expect_refusals({{encoding->key(), image, appending<NUV_DecodeToRaw>(), NUV_ERR_UNSUPPORTED,
-                          "NUV_DecodeToRaw::engine()"}});
-    }
-    for (const bool is_headless : {false, true}) {
-        NUV_TestChain chain;
-        if (is_headless)
-            chain.headless_source();
-        EXPECT_FALSE(chain.append<NUV_DecodeToRaw>());
-        EXPECT_EQ(chain.status().code, NUV_ERR_ARGUMENT);
-        EXPECT_STREQ(chain.status().method, "NUV_DecodeToRaw::engine()");
-    }
+    expect_nothing_appended({.width = 3}, {appending<NUV_DecodeToRaw>()});
+    const NUV_TestImage jpeg2000{.encode_type = NUV_EncodeType::jpeg2000};
+    const NUV_TestImage unknown{.encode_type = NUV_EncodeType::unknown};
+    const NUV_RefusalSource nothing([](NUV_TestChain&) {});
+    const NUV_RefusalSource headless([](NUV_TestChain& chain) { chain.headless_source(); });
+    constexpr auto engine = "NUV_DecodeToRaw::engine()";
+    const auto decode = appending<NUV_DecodeToRaw>();
+    expect_refusals({{"JPEG 2000", jpeg2000, decode, NUV_ERR_UNSUPPORTED, engine},
+                     {"unknown", unknown, decode, NUV_ERR_UNSUPPORTED, engine},
+                     {"nothing", nothing, decode, NUV_ERR_ARGUMENT, engine},
+                     {"no image", headless, decode, NUV_ERR_ARGUMENT, engine}});
 }
 
 } // namespace

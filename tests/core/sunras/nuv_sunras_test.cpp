@@ -19,10 +19,8 @@ struct Stored {
 {
     Bytes bytes;
     for (const std::uint32_t field :
-         {0x59A66A95U, h.width, h.height, h.depth, h.length, h.type, h.map_type, h.map_length}) {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<std::uint8_t>(field >> shift));
-    }
+         {0x59A66A95U, h.width, h.height, h.depth, h.length, h.type, h.map_type, h.map_length})
+        append_be(bytes, field, 4);
     bytes.insert(bytes.end(), behind.begin(), behind.end());
     return bytes;
 }
