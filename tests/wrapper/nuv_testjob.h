@@ -5,17 +5,7 @@
 
 // Jobs from memory to memory, by the public header alone.
 
-using Bytes = std::vector<unsigned char>;
 using Call = std::function<void(NuvWrapperClass&)>;
-
-inline Bytes random_bytes(std::size_t count, unsigned seed)
-{
-    std::mt19937 random(seed);
-    Bytes bytes(count);
-    for (unsigned char& byte : bytes)
-        byte = static_cast<unsigned char>(random());
-    return bytes;
-}
 
 inline Bytes operator+(Bytes a, const Bytes& b)
 {

@@ -21,7 +21,7 @@ const Call mirror = [](NuvWrapperClass& w) { w.MirrorX(); };
 const Call write_plain_jpeg = [](NuvWrapperClass& w) { w.WriteJPEG(nullptr); };
 
 // A colour picture, and its anymap.
-const Bytes pixels = random_bytes(std::size_t{40} * 24 * 3, 2);
+const Bytes pixels = nuv::random_samples<unsigned char>(std::size_t{40} * 24 * 3, 2);
 const Bytes picture = text("P6 40 24 255\n") + pixels;
 
 TEST(Wrapper, CarriesRawSamplesThroughAndMirrorsThem)
@@ -53,7 +53,8 @@ TEST(Wrapper, ReadsAndWritesPlanes)
     for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{16}}) {
         const ImageParam param = raw_image(5, 3, 3, bits, ColorType::eRGB);
         const std::size_t sample = bits / 8U;
-        const Bytes planes = random_bytes(std::size_t{5} * 3 * 3 * sample, bits);
+        const Bytes planes =
+            nuv::random_samples<unsigned char>(std::size_t{5} * 3 * 3 * sample, bits);
         Bytes joined(planes.size());
         for (std::size_t i = 0; i < 15; ++i) {
             for (std::size_t c = 0; c < 3; ++c)
@@ -67,7 +68,7 @@ TEST(Wrapper, ReadsAndWritesPlanes)
         }
     }
     // As many as there can be: time that grew with the square of them would be minutes here.
-    const Bytes pixel = random_bytes(65535, 1);
+    const Bytes pixel = nuv::random_samples<unsigned char>(65535, 1);
     const Call split =
         in_turn(read_raw(raw_image(1, 1, 65535, 8)), [](auto& w) { w.WriteStoragePlanar({}); });
     EXPECT_EQ(made(pixel, split), pixel);

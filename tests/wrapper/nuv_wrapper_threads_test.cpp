@@ -35,7 +35,7 @@ std::vector<Bytes> do_everything(const Bytes& samples)
 
 TEST(WrapperThreads, WorkSideBySideAsTheyDoAlone)
 {
-    const Bytes samples = random_bytes(std::size_t{3} * width * height, 1);
+    const Bytes samples = nuv::random_samples<unsigned char>(std::size_t{3} * width * height, 1);
     // The threads come first, so that they are the ones to fill what is filled once.
     std::vector<Bytes> one;
     std::vector<Bytes> other;
