@@ -15,6 +15,8 @@ ROWS = (
     (2, "nuv info --json --verify half.jpg | tail -n 1; exit ${PIPESTATUS[0]}", "", '*"verified":"mended","damaged_line":*', "nuv: *"),
     (1, "nuv info --json --verify cut.ppm", "", '*"verified":"failed","damaged_line":null,"error":{"status":"damaged","message":*,"byte":900,"line":9}}', "nuv: *"),
     (0, "nuv info --verify --progress in.ppm photo.jpg 2>&1 >folder/o | tail -n 1", "", "nuv: 100%  2 of 2 pictures", ""),
+    (0, "script -qec 'nuv info --verify --progress in.ppm photo.jpg' /dev/null", "", "\n[###*%  * of 2 pictures*\x1b[Kin.ppm *", ""),
+    (0, "printf 'P5 2000000000 1 255\\n' >wide; nuv info wide", "wide", "wide  2000000000x1  *(beyond the limits)", ""),
     (1, "nuv info in.ppm >/dev/full", "", "", "nuv: standard output: No space left on device"),
     (1, "nuv --version >/dev/full", "", "", "nuv: standard output: No space left on device"),
     # Usage, and words that come near.
@@ -28,6 +30,7 @@ ROWS = (
     (64, "nuv convert in.ppm", "", "", "nuv: DST is required*"),
     (64, "nuv convert in.ppm o.jpg roate=90", "", "", "nuv: unknown word 'roate': did you mean rotate?"),
     (64, "nuv help q", "", "", "nuv: unknown topic 'q'"),
+    (64, "nuv help fti", "", "", "nuv: unknown topic 'fti': did you mean fit?"),
     (64, "nuv help a b", "", "", "nuv: unexpected argument 'b'"),
     # Help: of the program, of all commands and words, and whole.
     (0, "nuv --help; nuv help | cmp - <(nuv -h)", "", "Usage: nuv COMMAND*Commands:\n  info  *  crop=X,Y,WxH  *SIZE is one of\n*\nExamples:\n  nuv *\n  nuv *\n  nuv *\n  nuv *\n  nuv *", ""),
@@ -35,8 +38,8 @@ ROWS = (
     (0, "nuv help rotate", "", "nuv convert ... rotate=DEGREES\n*multiple of 90*", ""),
     (0, "nuv help | awk 'length > 100'", "", "", ""),
     # What shells are told, and what bash makes of it.
-    (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert a b --sampling 41; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),
+    (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert --quality 90 a col; nuv complete convert a b --sampling 41; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),
     (0, "source $NUV_SOURCE/completion/nuv.bash; t() { COMP_LINE=$1 COMP_POINT=${#1}; _nuv; echo ${COMPREPLY[*]}; }; t 'nuv thu'; t 'nuv convert a\\ b c color=itu'; t 'nuv convert '; t 'nuv info --verify --pr'", "", "thumbnail\nitu-lab\n\n--progress", ""),
     # Control characters, and bytes that are no text, do not reach a terminal.
-    (1, r"nuv info $'\e[31m\n\x80é\u202e'", "", "", r"nuv: \x1b[31m\n\x80é\xe2\x80\xae: *"),
+    (1, r"nuv info $'\e[31m\n\x80é\u202e\u009b\xc0\x9b'", "", "", r"nuv: \x1b[31m\n\x80é\xe2\x80\xae\xc2\x9b\xc0\x9b: *"),
 )

@@ -9,12 +9,15 @@ namespace nuv_tool {
 
 namespace {
 
-// A picture that is known and not served can be told of; all else is a failure.
+// A picture that is known can be told of, though it is not served or too large; all else is a
+// failure.
 bool has_failed(const Inspection& told, bool is_to_be_verified)
 {
-    if (told.failure.status == NUV_OK)
+    const std::int32_t status = told.failure.status;
+    if (status == NUV_OK)
         return false;
-    return is_to_be_verified || !told.is_known || told.failure.status != NUV_UNSUPPORTED;
+    return is_to_be_verified || !told.is_known ||
+           (status != NUV_UNSUPPORTED && status != NUV_LIMIT);
 }
 
 } // namespace

@@ -111,6 +111,8 @@ std::string kind_and_storing(const Inspection& told)
         return text.append(", damaged from line ").append(std::to_string(told.damaged_line));
     if (told.failure.status == NUV_UNSUPPORTED)
         return text.append(" (not served)");
+    if (told.failure.status == NUV_LIMIT)
+        return text.append(" (beyond the limits)");
     if (told.failure.status == NUV_OK && told.is_verified)
         return text.append(", whole");
     return text;

@@ -59,10 +59,7 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
     Inspection told;
     told.source.size = sizeof(told.source);
     told.failure.size = sizeof(told.failure);
-    nuv_limits limits = options.limits;
-    if (!options.verify) // a description holds no picture
-        limits.width = limits.height = 0, limits.pixels = 0;
-    const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&limits));
+    const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&options.limits));
     if (!job)
         throw std::bad_alloc();
     open_source(job.get(), path, options.page);

@@ -21,8 +21,8 @@ struct Inspection {
 
 struct InspectionOptions {
     std::uint32_t page = 0; // of the source, from 0
-    bool verify = false;    // runs the decoder, within the limits
-    nuv_limits limits{};
+    bool verify = false;    // runs the decoder
+    nuv_limits limits{};    // a picture beyond them is described
 };
 
 // "-" is the standard input.
