@@ -35,17 +35,45 @@ TEST(ScaleForms, BlendLines)
 }
 
 // What these give is compared with a model, at each level, among the operations.
-TEST(ScaleForms, BlendBytesAndReduceArea)
+TEST(ScaleForms, BlendBytesAndReduceAreaRow)
 {
     expect_chosen("PPAA", choose_blend_lines<U8, std::int32_t>);
     expect_chosen("PPAA", choose_blend_lines<U16, std::int32_t>);
-    expect_chosen("PPAA", choose_reduce_area_lines<U8, std::int32_t>);
     for (const std::uint32_t channels : {3U, 4U}) {
         for (const bool has_small_sums : {false, true})
             expect_chosen(has_small_sums ? "PPAA" : "PPPP", [=](const NUV_Cpu& cpu) {
                 return choose_reduce_area_row<U8>(cpu, channels, has_small_sums);
             });
     }
+}
+
+// Ratios that put many means on a half are among them, and those of which all lie between.
+template <class T, class Sum>
+void expect_same_area_lines()
+{
+    const auto choose = choose_reduce_area_lines<T, Sum>;
+    expect_same_forms<T>("PPAA", choose, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t count = draw.length(100) * draw.one_of<std::size_t>({1, 1, 20});
+        const std::size_t lines = draw.number(0, 3);
+        const double share = draw.one_of({0.5, 1.0, draw_fraction(draw)});
+        const double rest = draw.one_of({0.0, 0.5, 1.0, 1 - share});
+        const double ratio = share + static_cast<double>(lines) + rest;
+        const T* ends[] = {draw.input<T>(count), draw.input<T>(count)};
+        std::vector<Sum> sums(count);
+        for (Sum& sum : sums)
+            sum = static_cast<Sum>(draw.number(0, lines * std::numeric_limits<T>::max()));
+        const double inverse = 1 / std::max(ratio, 1.0);
+        compare(count, [&](auto form, T* out) {
+            form(ends[0], sums.data(), ends[1], out, count, {0, share, rest}, inverse);
+        });
+    });
+}
+
+TEST(ScaleForms, ReduceAreaLines)
+{
+    expect_same_area_lines<U8, std::int16_t>();
+    expect_same_area_lines<U8, std::int32_t>();
+    expect_same_area_lines<U16, std::int32_t>();
 }
 
 template <class T, class Weight>

@@ -60,7 +60,8 @@ void reduce_area_row_portable(const T* __restrict in, const NUV_AreaTaps* __rest
     }
 }
 
-// The same for lines: `first`, `sums` of the lines between, `last`.
+// The same for lines: `first`, `sums` of the lines between, `last`. Of samples of 8 bits the sums
+// may have 16 bits, of others they have 32 or 64; they are not negative.
 template <IntegerSample T, class Sum>
 using ReduceAreaLines = void (*)(const T* first, const Sum* sums, const T* last, T* out,
                                  std::size_t samples, const NUV_AreaTaps& taps, double inverse);
@@ -93,6 +94,12 @@ void reduce_area_row_4_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps, st
 void reduce_area_lines_avx2(const std::uint8_t* first, const std::int32_t* sums,
                             const std::uint8_t* last, std::uint8_t* out, std::size_t samples,
                             const NUV_AreaTaps& taps, double inverse);
+void reduce_area_lines_avx2(const std::uint8_t* first, const std::int16_t* sums,
+                            const std::uint8_t* last, std::uint8_t* out, std::size_t samples,
+                            const NUV_AreaTaps& taps, double inverse);
+void reduce_area_lines_avx2(const std::uint16_t* first, const std::int32_t* sums,
+                            const std::uint16_t* last, std::uint16_t* out, std::size_t samples,
+                            const NUV_AreaTaps& taps, double inverse);
 #endif
 
 // The fastest forms that `cpu` can run. `small_sums`: sums of the whole pixels fit 31 bits.
@@ -119,7 +126,7 @@ template <IntegerSample T, class Sum>
     [[maybe_unused]] const NUV_Cpu& cpu) noexcept
 {
 #if NUV_X86
-    if constexpr (std::is_same_v<T, std::uint8_t> && std::is_same_v<Sum, std::int32_t>) {
+    if constexpr (!std::is_same_v<Sum, std::int64_t>) {
         if (cpu.has_avx2)
             return reduce_area_lines_avx2;
     }

@@ -35,10 +35,23 @@ inline constexpr int split_bits = 14;
 // How far off a half both ways a v has to be; see above.
 inline constexpr std::int32_t split_doubt = 8;
 
+// One weight, in units of 2^-28.
+struct NUV_SplitWeight {
+    std::int32_t high;
+    std::int32_t low;
+};
+
+[[nodiscard]] constexpr NUV_SplitWeight split_units(std::int64_t units) noexcept
+{
+    constexpr std::int64_t half = std::int64_t{1} << (split_bits - 1);
+    const std::int64_t high = (units + half) >> split_bits;
+    return {static_cast<std::int32_t>(high),
+            static_cast<std::int32_t>(units - (high << split_bits))};
+}
+
 [[nodiscard]] inline NUV_SplitWeights split_weights(const double (&weights)[4]) noexcept
 {
     constexpr double unit = std::int64_t{1} << 2 * split_bits;
-    constexpr std::int64_t half = std::int64_t{1} << (split_bits - 1);
     NUV_SplitWeights split{{}, {}, true, true};
     std::int64_t units[4] = {0, std::int64_t{1} << 2 * split_bits, 0, 0};
     std::int64_t magnitude = 0;
@@ -51,11 +64,11 @@ inline constexpr std::int32_t split_doubt = 8;
             units[i] = std::llround(weights[i] * unit);
             units[1] -= units[i];
         }
-        const std::int64_t high = (units[i] + half) >> split_bits;
-        split.high[i] = static_cast<std::int32_t>(high);
-        split.low[i] = static_cast<std::int32_t>(units[i] - (high << split_bits));
-        split.is_exact = split.is_exact && split.low[i] == 0 &&
-                         weights[i] * (1 << split_bits) == static_cast<double>(high);
+        const auto [high, low] = split_units(units[i]);
+        split.high[i] = high;
+        split.low[i] = low;
+        split.is_exact =
+            split.is_exact && split.low[i] == 0 && weights[i] * (1 << split_bits) == high;
         magnitude += std::abs(high);
     }
     constexpr std::int64_t most_magnitude = 65000; // so that sums fit 32 bits

@@ -47,12 +47,12 @@ private:
 };
 
 // The same for a count of 2 to the power of `Shift`, of which the sums are small.
-template <int Shift>
+template <int Shift, class Sum = std::int32_t>
 class NUV_ShiftedMean {
 public:
-    [[nodiscard]] static constexpr std::int32_t of(std::int32_t sum) noexcept
+    [[nodiscard]] static constexpr Sum of(Sum sum) noexcept
     {
-        return (sum + (1 << Shift >> 1)) >> Shift;
+        return static_cast<Sum>(static_cast<Sum>(sum + (1 << Shift >> 1)) >> Shift);
     }
 };
 
@@ -246,7 +246,10 @@ private:
         NUV_OutputBlock out(*dst_buffer_);
         if (!out)
             return false;
-        average_sums(sums.data(), out.as<T>(), samples_, NUV_RoundedMean<Sum>(factor_));
+        if (factor_ == 4)
+            average_sums(sums.data(), out.as<T>(), samples_, NUV_ShiftedMean<2, Sum>());
+        else
+            average_sums(sums.data(), out.as<T>(), samples_, NUV_RoundedMean<Sum>(factor_));
         ++line_;
         return out.commit(line_bytes_);
     }

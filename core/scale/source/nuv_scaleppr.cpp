@@ -47,11 +47,11 @@ private:
     }
 };
 
-// True when sums of the samples of T that an output sample covers fit 31 bits.
-template <IntegerSample T>
+// True when a Sum holds sums of the samples of T that an output sample covers.
+template <IntegerSample T, class Sum = std::int32_t>
 bool sums_are_small(double ratio) noexcept
 {
-    return (ratio + 2) * std::numeric_limits<T>::max() < std::numeric_limits<std::int32_t>::max();
+    return (ratio + 2) * std::numeric_limits<T>::max() < std::numeric_limits<Sum>::max();
 }
 
 template <IntegerSample T>
@@ -179,7 +179,7 @@ private:
     static void add(const T* __restrict line, Sum* __restrict sums, std::size_t samples) noexcept
     {
         for (std::size_t i = 0; i < samples; ++i)
-            sums[i] += line[i];
+            sums[i] = static_cast<Sum>(sums[i] + line[i]);
     }
 
     NUV_AreaWalk walk_;
@@ -212,7 +212,12 @@ NUV_Engine* NUV_ScaleHeightPPR::append(NUV_Engine* previous, std::uint32_t heigh
                                        const char* method)
 {
     return scale_unsigned(previous, Axis::height, height, method, [&]<class T>() -> NUV_Engine* {
-        if (sums_are_small<T>(scale_ratio(previous->header()->height(), height))) {
+        const double ratio = scale_ratio(previous->header()->height(), height);
+        if constexpr (sizeof(T) == 1) {
+            if (sums_are_small<T, std::int16_t>(ratio))
+                return append_new<NUV_ScaleHeightPPREngine<T, std::int16_t>>(*previous, height);
+        }
+        if (sums_are_small<T>(ratio)) {
             return append_new<NUV_ScaleHeightPPREngine<T, std::int32_t>>(*previous, height);
         }
         return append_new<NUV_ScaleHeightPPREngine<T, std::int64_t>>(*previous, height);
