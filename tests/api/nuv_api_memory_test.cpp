@@ -22,6 +22,12 @@ nuv_status open_planes(nuv_job* job)
     return nuv_open_planes(job, planes, 0, &is);
 }
 
+nuv_status open_file(nuv_job* job)
+{
+    const nuv_picture is = api_picture(9, 9, 3, NUV_RGB);
+    return nuv_open_samples_file(job, api_fixture("jpeg/420.jpg").c_str(), &is, 1);
+}
+
 nuv_status open_stream(nuv_job* job)
 {
     static const ApiBytes jpeg = api_read(api_fixture("jpeg/420.jpg"));
@@ -36,6 +42,7 @@ TEST(ApiMemory, NothingIsLeftWhicheverAllocationFails)
         [](nuv_job* j) { open_stream(j); nuv_fit(j, NUV_FINE, 9, 9, NUV_FILL | NUV_FAST); nuv_recolor(j, NUV_RGB); nuv_as_jpeg(j, 50, NUV_SAMPLING_420); return nuv_run_to_memory(j, nullptr, nullptr); },
         [](nuv_job* j) { open_planes(j); nuv_crop(j, 1, 1, 9, 9); nuv_pick_channels(j, mixed, 3, NUV_RGB); nuv_rotate(j, 90); nuv_flip(j, NUV_TOP_TO_BOTTOM); nuv_as_samples(j, 1); return nuv_run_to_memory(j, nullptr, nullptr); },
         [](nuv_job* j) { open_planes(j); nuv_invert(j); nuv_reverse_channels(j); nuv_table(j, samples.data(), 256, 1, 8); nuv_matrix(j, factors, 3, nullptr, NUV_RGB); nuv_color_table(j, samples.data(), 2, 3, NUV_RGB); nuv_clamp(j, 9, 99); nuv_as_lossless_jpeg(j, 1); return nuv_run_to_memory(j, nullptr, nullptr); },
+        [](nuv_job* j) { open_file(j); nuv_table(j, samples.data(), 99, 3, 16); nuv_as_samples(j, 0); return nuv_run_to_memory(j, nullptr, nullptr); },
         [](nuv_job* j) { open_planes(j); nuv_convert(j, NUV_UNSIGNED, 1, 1, 70); nuv_expand_bits(j, 16, 0, 9); nuv_shift(j, NUV_UNSIGNED, 8, 1); nuv_scale(j, NUV_AREA, 5, 5); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); },
         [](nuv_job* j) { ApiBytes line(64); std::uint32_t got = 1; nuv_status last = open_planes(j); while (last == NUV_OK && got != 0) last = nuv_read_lines(j, line.data(), 0, 1, &got); return last; },
     };

@@ -4,6 +4,7 @@
 #include <nuv/nuv.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <ranges>
 
 namespace {
@@ -44,6 +45,7 @@ TEST(Hpp, RunsChainsAndOwnsTheirResults)
     EXPECT_NE(failed.error().message.find("nuv_crop()"), std::string::npos);
     const auto nowhere = nuv::Job::open("no such file").raw().to_file("no such folder/x");
     EXPECT_EQ(nowhere.error().status, NUV_IO);
+    EXPECT_EQ(nuv::Job::samples_file("no such file", open().picture()).why().system_error, ENOENT);
     const auto told = open().raw().to_memory([](auto, auto) -> bool { throw 1; });
     EXPECT_EQ(told.error().status, NUV_CANCELLED);
     const auto size = open().raw().to_memory().and_then(

@@ -140,6 +140,8 @@ ROWS = (
     # Thumbnails.
     (0, "nuv thumbnail in.ppm turned.tif -s 16x12 -o folder/%s.ppm; cd folder; pamfile *.ppm", "", "in.ppm:* 16 by 8 *turned.ppm:* 12 by 12 *", "nuv: 2 written, 0 failed"),
     (0, "nuv thumbnail bits.pbm -o a.pgm -s 8 --fill; nuv thumbnail gray.pgm -s 66 --enlarge -o b.pgm; nuv thumbnail cmyk.jpg -s 999 -o c.ppm", "a.pgm b.pgm c.ppm", "", "", "pamfile a.pgm | grep '8 by 8' && pamfile b.pgm | grep '66 by 34'"),
+    (0, "nuv thumbnail in.ppm -s 9 -o a.pgm -v", "a.pgm", "", "nuv: in.ppm: pnm, *\nnuv: in.ppm: '--size 9' makes 9x5, 3x8 rgb\n*"),
+    (0, "nuv convert in.ppm o.jpg fine=200x; nuv thumbnail o.jpg -s 25 -o a.jpg; nuv thumbnail o.jpg -s 25 -o b.jpg --fast", "o.jpg a.jpg b.jpg", "", "", "! cmp -s a.jpg b.jpg && djpeg -outfile a a.jpg && djpeg -outfile b b.jpg && near 25 a b"),
     (64, "nuv thumbnail in.ppm", "", "", "nuv: -o is required*"),
     (64, "nuv thumbnail in.ppm -s 9x -o o.jpg", "", "", "nuv: --size '9x': not a box*"),
     (0, "nuv convert photo.jpg o.pgm fine=9x color=gray -v", "o.pgm", "", "nuv: photo.jpg: jfif, sequential 4:2:0, 33x17, 3x8 ycbcr, opened in * ms\nnuv: photo.jpg: 'fine=9x' makes 9x5, 3x8 ycbcr\n*1x8 gray\n*written as anymap*\nnuv: photo.jpg: took * ms, and at the most * KiB of memory"),

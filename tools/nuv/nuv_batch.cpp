@@ -137,8 +137,13 @@ public:
     {
         const std::size_t most = std::min<std::size_t>(request_.threads, errands_.size());
         std::vector<std::thread> others;
-        for (std::size_t i = 1; i < most; ++i)
-            others.emplace_back([this] { work(); });
+        others.reserve(most);
+        try {
+            for (std::size_t i = 1; i < most; ++i)
+                others.emplace_back([this] { work(); });
+        } catch (const std::system_error&) {
+            // Those that there are do the work.
+        }
         work();
         for (std::thread& other : others)
             other.join();

@@ -59,6 +59,7 @@ struct ThumbnailRequest {
     std::string size = "256";
     bool fill = false;
     bool enlarge = false;
+    bool fast = false;
     WritingRequest writing;
 };
 

@@ -160,8 +160,6 @@ private:
 
     [[nodiscard]] bool build()
     {
-        if (recipe_.first)
-            problem_ = recipe_.first(job());
         for (const Operation& operation : recipe_.operations) {
             if (!is_well())
                 return false;

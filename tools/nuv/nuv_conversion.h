@@ -7,7 +7,6 @@
 #include <nuv/nuv.h>
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,12 +15,11 @@ namespace nuv_tool {
 
 // What is done with a picture, whichever it is.
 struct Recipe {
-    nuv_limits limits{};                        // all of them set
-    std::optional<double> timeout_seconds;      // for one picture
-    std::uint32_t page = 0;                     // of the source
-    std::optional<nuv_picture> raw;             // the source has nothing but such samples
-    bool planar_input = false;                  // and those plane by plane
-    std::function<Problem(nuv_job* job)> first; // before all words; may be empty
+    nuv_limits limits{};                   // all of them set
+    std::optional<double> timeout_seconds; // for one picture
+    std::uint32_t page = 0;                // of the source
+    std::optional<nuv_picture> raw;        // the source has nothing but such samples
+    bool planar_input = false;             // and those plane by plane
     std::vector<Operation> operations;
     OutputSettings settings;
     bool verbose = false;

@@ -39,8 +39,14 @@ void add_thumbnail(CLI::App& app, ThumbnailRequest& request)
                      "Cover the box, and cut off what stands over on both sides");
     command.add_flag("--enlarge", request.enlarge,
                      "Enlarge pictures that are smaller than the box");
+    command.add_flag(
+        "--fast", request.fast,
+        "Decode a JPEG at 1/2, 1/4 or 1/8 of its size where that is enough; the result "
+        "is another one");
     add_writing(command, request.writing);
-    command.footer(R"(Pictures are turned as their files say that they are to be seen.
+    command.footer(
+        R"(Pictures are scaled as by 'fine', and turned as their files say that they are to be seen. Those that
+fit into the box already keep their size.
 
 Examples:
   nuv thumbnail photo.jpg -o small.jpg
@@ -58,10 +64,13 @@ int run_thumbnail(const ThumbnailRequest& request)
         throw UsageError("--size " + quoted(request.size) + ": not a box such as 256 or 320x240");
     if (request.writing.output.empty())
         throw UsageError("-o is required, as -o 'small/%s.jpg'");
-    const unsigned flags =
-        (request.fill ? unsigned{NUV_FILL} : 0U) | (request.enlarge ? unsigned{NUV_ENLARGE} : 0U);
+    const unsigned flags = (request.fill ? unsigned{NUV_FILL} : 0U) |
+                           (request.enlarge ? unsigned{NUV_ENLARGE} : 0U) |
+                           (request.fast ? unsigned{NUV_FAST} : 0U);
     Recipe recipe = recipe_of(request.writing);
-    recipe.first = [box = *box, flags](nuv_job* job) { return shrink(job, box, flags); };
+    recipe.operations.push_back({"--size " + request.size, [box = *box, flags](nuv_job* job) {
+                                     return shrink(job, box, flags);
+                                 }});
     return run_errands(recipe, plan(request.sources, request.writing), request.writing);
 }
 

@@ -285,8 +285,8 @@ public:
     }
 
     // Samples in a file of nothing else: line behind line, or channel behind channel.
-    static Job samples(const std::filesystem::path& path, Picture is, bool planar = false,
-                       const Limits& limits = {})
+    static Job samples_file(const std::filesystem::path& path, Picture is, bool planar = false,
+                            const Limits& limits = {})
     {
         Job job(limits);
         is.size = sizeof(is);
