@@ -86,12 +86,13 @@ std::uint16_t depth(NUV_Job& it)
 nuv_color color(NUV_Job& it)
 {
     return static_cast<nuv_color>(
-        one_of({0, 0x10, 0x11, 0x12, 0x100, 0x104, 0x1000, 0x2000, -1}, it));
+        one_of({0, 0x10, 0x11, 0x12, 0x100, 0x104, 0x1000, 0x2000, 0x3FFF}, it));
 }
 
 nuv_sampling sampling(NUV_Job& it)
 {
-    return static_cast<nuv_sampling>(one_of({0, 0x1001, 0x1010, 0x1011, 0x1100, 0x1111, -1}, it));
+    return static_cast<nuv_sampling>(
+        one_of({0, 0x1001, 0x1010, 0x1011, 0x1100, 0x1111, 0x1FFF}, it));
 }
 
 double factor(NUV_Job& it)
@@ -261,7 +262,7 @@ constexpr Call calls[] = {
     call<nuv_why, told<nuv_failure>>,
     call<nuv_crop, size, size, size, size>,
     call<nuv_rotate, whole>,
-    call<nuv_flip, below<nuv_flip_axis, 3>>,
+    call<nuv_flip, below<nuv_flip_axis, 2>>,
     call<nuv_upright>,
     call<nuv_scale, below<nuv_scaling, 6>, below<std::uint32_t, 700>, below<std::uint32_t, 700>>,
     call<nuv_fit, below<nuv_scaling, 6>, below<std::uint32_t, 700>, below<std::uint32_t, 700>, below<unsigned, 9>>,

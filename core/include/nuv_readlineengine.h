@@ -33,11 +33,10 @@ protected:
     std::uint32_t line_bytes_ = 0;
 
 private:
-    // To the first line. False when there cannot be one.
-    [[nodiscard]] bool begin();
+    [[nodiscard]] bool can_be_there() const;
 
     std::uint32_t line_ = 0;
-    std::int32_t start_ = 0; // position of the pixels
+    std::int32_t position_ = 0; // of what is read next; others may move the storage
 };
 
 } // namespace nuv

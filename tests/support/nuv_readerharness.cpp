@@ -1,5 +1,6 @@
 #include "tests/support/nuv_readerharness.h"
 
+#include "framework/buffer/nuv_srcbuffer.h"
 #include "framework/io/nuv_memoryoutputstorage.h"
 #include "framework/utility/nuv_endian.h"
 
@@ -115,6 +116,61 @@ void check_other_storage(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixt
     EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
 }
 
+// Two readers of one storage, in turns of a line, or of what else a step is.
+void check_turns(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixture)
+{
+    const Bytes stored = test_data(fixture.file);
+    NUV_TestChain chain;
+    const NUV_TestStored source(chain.manager(), stored, row.begin);
+    Bytes got[2];
+    NUV_Held<NUV_SrcBuffer> lines[2];
+    for (const int i : {0, 1}) {
+        EXPECT_TRUE(source.to_begin());
+        NUV_Engine* const reader = row.read(chain.manager(), source.storage());
+        ASSERT_TRUE(reader);
+        lines[i] = NUV_Held<NUV_SrcBuffer>(reader->src_buffer());
+    }
+    for (bool goes_on = true; goes_on;) {
+        goes_on = false;
+        for (const int i : {0, 1}) {
+            std::uint32_t bytes = 0;
+            const auto* const line = static_cast<const std::uint8_t*>(lines[i]->get(&bytes));
+            if (!line)
+                continue;
+            got[i].insert(got[i].end(), line, line + bytes);
+            goes_on = lines[i]->release();
+        }
+    }
+    for (const Bytes& samples : got)
+        EXPECT_EQ(samples, read(row, stored).samples);
+}
+
+// Nothing comes any more from some read on: what is not whole has a status, but for a last number
+// of text that may have ended there.
+void check_failing_reads(const NUV_ReaderRow& row, const NUV_ReaderFixture& fixture)
+{
+    const Bytes stored = test_data(fixture.file);
+    const Bytes whole = read(row, stored).samples;
+    const auto last = std::max<std::ptrdiff_t>(fixture.image.bits / 8, 1);
+    NUV_StatusCode code = NUV_ERR_IO;
+    for (std::size_t k = 0; code != NUV_STATUS_OK; ++k) {
+        SCOPED_TRACE("read " + std::to_string(k));
+        NUV_TestChain chain;
+        const NUV_TestStored source(chain.manager(), stored, row.begin);
+        const auto storage = make_object<NUV_MeanStorage>(chain.manager(), k);
+        ASSERT_TRUE(storage->initiate(source.storage()));
+        chain.last(row.read(chain.manager(), storage.get()));
+        const Bytes got = chain.run_bytes();
+        code = chain.status().code;
+        EXPECT_LE(got.size(), whole.size());
+        if (code == NUV_STATUS_OK) {
+            ASSERT_EQ(got.size(), whole.size());
+            EXPECT_TRUE(std::equal(got.begin(), got.end() - last, whole.begin()));
+        }
+        ASSERT_LE(k, 9 * stored.size());
+    }
+}
+
 // What can be said of any bytes that once were a file of the format.
 void expect_whole_lines(const NUV_ReaderRow& row, const Outcome& outcome)
 {
@@ -228,6 +284,8 @@ void check_reader(const NUV_ReaderRow& row)
         SCOPED_TRACE(fixture.file);
         check_samples(row, fixture);
         check_other_storage(row, fixture);
+        check_turns(row, fixture);
+        check_failing_reads(row, fixture);
         if (!row.is_damaged_elsewhere) {
             check_cuts(row, fixture);
             check_flips(row, fixture);

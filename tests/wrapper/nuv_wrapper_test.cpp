@@ -156,6 +156,16 @@ TEST(Wrapper, TellsWhatAFileIsWithoutDisturbingAChain)
                   (std::tuple(7u, 5u, c.format == Format::eRaw ? 0 : c.bits, c.is_jfif)))
             << c.what;
     }
+    // In the library's own format the description is its own, and of the stream the coding alone.
+    constexpr std::uint8_t fields[] = {0, 1, 0, 0,    0, 0, 0, 0,    0, 0, 0, 1, 0, 0, 0, 0, 0, 0,
+                                       0, 7, 0, 0,    0, 0, 0, 0,    0, 5, 0, 8, 0, 3, 0, 0, 0, 0,
+                                       0, 0, 7, 0xD0, 0, 0, 1, 0x2C, 0, 0, 0, 0, 0, 0, 0, 0};
+    ImageParam carried{};
+    EXPECT_EQ(
+        info_of(text("NUVF") + Bytes(std::begin(fields), std::end(fields)) + Bytes(1), carried), 0);
+    EXPECT_EQ((std::tuple(carried.format, carried.color, carried.width, carried.height,
+                          carried.bits, carried.channels, carried.precision, carried.sampling)),
+              (std::tuple(1, ycc, 7u, 5u, 8, 3, 0, 0)));
     const auto look = [](NuvWrapperClass& w) {
         ImageParam info{};
         EXPECT_EQ(w.GetSrcImgInfo(&info), 0);

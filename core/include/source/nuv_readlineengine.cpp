@@ -9,7 +9,7 @@ bool NUV_ReadLineEngine::initiate(NUV_InputStorage* storage, const NUV_Header* h
 {
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
-    start_ = storage->position();
+    position_ = storage->position();
     line_bytes_ = header_.line_bytes();
     return dst->block_bytes(line_bytes_);
 }
@@ -22,28 +22,27 @@ NUV_Diagnosis NUV_ReadLineEngine::ends_early() const
         .says("line %u of %u is not there as a whole", line_ + 1, header_.height());
 }
 
-bool NUV_ReadLineEngine::begin()
+bool NUV_ReadLineEngine::can_be_there() const
 {
-    // Whoever shares the storage may have moved it since.
-    if (storage_->position() != start_)
-        static_cast<void>(storage_->to(start_));
     const std::int64_t left = std::int64_t{storage_->size()} - storage_->position();
-    if (left >= 0 && least_line_bytes() <= static_cast<std::uint64_t>(left))
-        return true;
-    static_cast<void>(read_line(nullptr));
-    return false;
+    return left >= 0 && least_line_bytes() <= static_cast<std::uint64_t>(left);
 }
 
 bool NUV_ReadLineEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    if (line_ == 0 && !begin())
+    if (storage_->position() != position_)
+        static_cast<void>(storage_->to(position_));
+    if (line_ == 0 && !can_be_there()) {
+        static_cast<void>(read_line(nullptr));
         return false;
+    }
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
     const bool done = read_line(out.as<std::uint8_t>());
+    position_ = storage_->position();
     const bool committed = out.commit(done ? line_bytes_ : 0);
     ++line_;
     return done && committed;
