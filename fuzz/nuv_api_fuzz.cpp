@@ -45,12 +45,17 @@ T one_of(const T (&values)[count], NUV_Job& it)
     return values[it.numbers.byte() % count];
 }
 
+// Mostly of its true size, and of any other with room behind it, as of a later version.
 template <class T>
-T record(NUV_Numbers& numbers)
+T& record(NUV_Numbers& numbers)
 {
-    T made{};
-    made.size = numbers.byte() < 0xFC ? sizeof(made) : numbers.byte();
-    return made;
+    static struct {
+        T record;
+        std::byte behind[256];
+    } room;
+    room = {};
+    room.record.size = numbers.byte() < 0xFC ? sizeof(T) : numbers.byte();
+    return room.record;
 }
 
 // Arguments. Some are small, with the ends of the range among them.
@@ -136,8 +141,7 @@ const double* factors(NUV_Job& it)
 
 const nuv_picture* picture(NUV_Job& it)
 {
-    static nuv_picture is;
-    is = record<nuv_picture>(it.numbers);
+    nuv_picture& is = record<nuv_picture>(it.numbers);
     is.width = below<std::uint32_t, most_side + 1>(it);
     is.height = below<std::uint32_t, most_side + 1>(it);
     is.channels = below<std::uint16_t, most_channels>(it);
@@ -158,9 +162,7 @@ const void* const* planes(NUV_Job& it)
 template <class T>
 T* told(NUV_Job& it)
 {
-    static T out;
-    out = record<T>(it.numbers);
-    return &out;
+    return &record<T>(it.numbers);
 }
 
 // Functions of the caller.
@@ -291,7 +293,7 @@ constexpr Call calls[] = {
 
 nuv_job* made(NUV_Numbers& numbers)
 {
-    auto limits = record<nuv_limits>(numbers);
+    auto& limits = record<nuv_limits>(numbers);
     if (nuv_default_limits(&limits) != NUV_OK)
         return nuv_new(&limits);
     limits.pixels = std::uint64_t{1} << (6 + numbers.byte() % 12);
