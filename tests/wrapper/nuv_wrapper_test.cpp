@@ -170,7 +170,7 @@ TEST(Wrapper, TellsWhatAFileIsWithoutDisturbingAChain)
         ImageParam info{};
         EXPECT_EQ(w.GetSrcImgInfo(&info), 0);
     };
-    EXPECT_EQ(made(picture, in_turn(read_any, write_raw, look)), pixels);
+    EXPECT_EQ(made(picture, in_turn(look, read_any, write_raw, look)), pixels);
     // A recognised file is read as such also where raw data is asked for; of this stream the
     // description alone can be read, and its bytes are raw data.
     EXPECT_EQ(made(picture, in_turn(read_raw(raw_image(1, 1, 1, 8)), write_raw)), pixels);

@@ -137,7 +137,6 @@ void NUV_ReadRaster::keep_reader_failure()
 {
     kept_ = NUV_Report(manager());
     is_over_ = true;
-    static_cast<void>(storage_->to(start_));
 }
 
 void NUV_ReadRaster::end_search(const char* method)
