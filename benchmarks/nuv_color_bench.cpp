@@ -14,6 +14,10 @@
 
 #include "benchmarks/nuv_lcmsgrid.h"
 
+#if NUV_BENCH_OPENCV
+#    include <opencv2/imgproc.hpp>
+#endif
+
 namespace {
 
 using namespace nuv;
@@ -38,7 +42,7 @@ void table(benchmark::State& state, const NUV_Cpu& cpu)
     });
 }
 
-void matrix(benchmark::State& state, const std::vector<double>& factors,
+void matrix(benchmark::State& state, const NUV_Cpu& cpu, const std::vector<double>& factors,
             const std::vector<double>& offsets)
 {
     std::vector<std::int32_t> fixed_factors;
@@ -51,33 +55,33 @@ void matrix(benchmark::State& state, const std::vector<double>& factors,
         fixed_offsets.push_back(NUV_FixedReal(offset).units());
     const NUV_MatrixView<std::int32_t> view{fixed_factors.data(), fixed_offsets.data(),
                                             offsets.size(), factors.size() / offsets.size()};
-    const auto form = choose_matrix_row<std::uint8_t, std::int32_t>(NUV_Cpu::current(), view);
+    const auto form = choose_matrix_row<std::uint8_t, std::int32_t>(cpu, view);
     run(state, width * view.columns, width * view.rows,
         [&](const std::uint8_t* in, std::uint8_t* out) { form(in, out, width, view); });
 }
 
-void ycbcr_to_rgb(benchmark::State& state)
+void ycbcr_to_rgb(benchmark::State& state, const NUV_Cpu& cpu)
 {
-    matrix(state, {1, 0, 1.402, 1, -0.3441, -0.7141, 1, 1.772, 0},
+    matrix(state, cpu, {1, 0, 1.402, 1, -0.3441, -0.7141, 1, 1.772, 0},
            {-1.402 * 128, (0.3441 + 0.7141) * 128, -1.772 * 128});
 }
 
-void rgb_to_ycbcr(benchmark::State& state)
+void rgb_to_ycbcr(benchmark::State& state, const NUV_Cpu& cpu)
 {
-    matrix(state,
+    matrix(state, cpu,
            {0.298992944, 0.587015974, 0.113991082, -0.16873191, -0.331273123, 0.500005033,
             0.500005033, -0.418698983, -0.08130605},
            {0, 128, 128});
 }
 
-void rgb_to_gray(benchmark::State& state)
+void rgb_to_gray(benchmark::State& state, const NUV_Cpu& cpu)
 {
-    matrix(state, {0.298992944, 0.587015974, 0.113991082}, {0});
+    matrix(state, cpu, {0.298992944, 0.587015974, 0.113991082}, {0});
 }
 
-void gray_to_rgb(benchmark::State& state)
+void gray_to_rgb(benchmark::State& state, const NUV_Cpu& cpu)
 {
-    matrix(state, {1, 1, 1}, {0, 0, 0});
+    matrix(state, cpu, {1, 1, 1}, {0, 0, 0});
 }
 
 constexpr std::size_t points = 33;
@@ -117,10 +121,36 @@ BENCHMARK(copy)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(table, portable, NUV_Cpu{})->Arg(1)->Arg(3)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(table, avx2, NUV_Cpu{.has_avx2 = true})->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(table, here, NUV_Cpu::current())->Arg(1)->Arg(3)->Unit(benchmark::kMillisecond);
-BENCHMARK(ycbcr_to_rgb)->Unit(benchmark::kMillisecond);
-BENCHMARK(rgb_to_ycbcr)->Unit(benchmark::kMillisecond);
-BENCHMARK(rgb_to_gray)->Unit(benchmark::kMillisecond);
-BENCHMARK(gray_to_rgb)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(ycbcr_to_rgb, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(ycbcr_to_rgb, here, NUV_Cpu::current())->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rgb_to_ycbcr, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rgb_to_ycbcr, here, NUV_Cpu::current())->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rgb_to_gray, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rgb_to_gray, here, NUV_Cpu::current())->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(gray_to_rgb, avx2, NUV_Cpu::avx2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(gray_to_rgb, here, NUV_Cpu::current())->Unit(benchmark::kMillisecond);
 BENCHMARK(grid)->Unit(benchmark::kMillisecond);
+
+#if NUV_BENCH_OPENCV
+void opencv_color(benchmark::State& state, int code, int in_channels, int out_channels)
+{
+    cv::setNumThreads(1);
+    const cv::Mat in(height, width, CV_8UC(in_channels),
+                     const_cast<std::uint8_t*>(source().data()));
+    cv::Mat out(height, width, CV_8UC(out_channels), destination().data());
+    for ([[maybe_unused]] auto _ : state) {
+        cv::cvtColor(in, out, code);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK_CAPTURE(opencv_color, ycbcr_to_rgb, cv::COLOR_YCrCb2RGB, 3, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, rgb_to_ycbcr, cv::COLOR_RGB2YCrCb, 3, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, rgb_to_gray, cv::COLOR_RGB2GRAY, 3, 1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, gray_to_rgb, cv::COLOR_GRAY2RGB, 1, 3)
+    ->Unit(benchmark::kMillisecond);
+#endif
 
 } // namespace

@@ -86,12 +86,12 @@ TEST(PixelForms, Lut)
 // Whatever the line, whether or not a table has it.
 TEST(PixelForms, LinearTable)
 {
-    const auto compare_all = []<class I, class O>(I, O) {
+    const auto compare_all = []<class I, class O>(const char(&forms)[5], I, O) {
         const auto choose = [](const NUV_Cpu& cpu) {
             const auto form = choose_linear_row<I, O>(cpu);
             return form ? form : linear_row_portable<I, O>;
         };
-        expect_same_forms<O>("PPAA", choose, [](auto& draw, auto compare) {
+        expect_same_forms<O>(forms, choose, [](auto& draw, auto compare) {
             const std::size_t count = draw.length(100);
             const I* in = draw.template input<I>(count);
             const std::uint32_t* numbers = draw.template input<std::uint32_t>(4);
@@ -101,8 +101,8 @@ TEST(PixelForms, LinearTable)
             compare(count, [&](auto form, O* out) { form(in, out, count, line); });
         });
     };
-    compare_all(U8{}, U16{});
-    compare_all(U16{}, U8{});
+    compare_all("PPAP", U8{}, U16{}); // the table is faster with AVX-512
+    compare_all("PPAA", U16{}, U8{});
 
     // All entries are looked at, so that a line is that of the table.
     const auto finds = []<class I, class O>(I, O, double slope, double offset) {
@@ -135,18 +135,23 @@ TEST(PixelForms, ColorMatrix)
     for (const std::size_t rows : {1U, 3U}) {
         for (std::size_t columns = 4 - rows; columns <= 3; columns += 2) {
             const std::size_t count = rows * columns;
-            expect_same_forms<U8>("PPAA", choose({extremes, extremes, rows, columns}),
-                                  [&](NUV_FormDraw& draw, auto compare) {
-                                      const std::size_t pixels = draw.length(90);
-                                      const U8* in = draw.input<U8>(columns * pixels);
-                                      auto* numbers = draw.input<std::int32_t>(count + rows);
-                                      for (std::size_t i = 0; i < count + rows; ++i)
-                                          numbers[i] >>= i < count ? draw.one_of({16, 19, 31}) : 10;
-                                      const Matrix matrix{numbers, numbers + count, rows, columns};
-                                      compare(rows * pixels, [&](auto form, U8* out) {
-                                          form(in, out, pixels, matrix);
-                                      });
-                                  });
+            const auto& forms = rows == 3 && columns == 3 ? "PPAV" : "PPAA";
+            expect_same_forms<U8>(
+                forms, choose({extremes, extremes, rows, columns}),
+                [&](NUV_FormDraw& draw, auto compare) {
+                    const std::size_t pixels = draw.length(90);
+                    const U8* in = draw.input<U8>(columns * pixels);
+                    auto* numbers = draw.input<std::int32_t>(count + rows);
+                    for (std::size_t i = 0; i < count + rows; ++i)
+                        numbers[i] >>= i < count ? draw.one_of({16, 19, 31}) : 10;
+                    if (draw.number(0, 3) == 0) { // what repeats gray
+                        std::fill_n(numbers, count, NUV_FixedReal::one);
+                        std::fill_n(numbers + count, rows, draw.one_of({0, 5000}));
+                    }
+                    const Matrix matrix{numbers, numbers + count, rows, columns};
+                    compare(rows * pixels,
+                            [&](auto form, U8* out) { form(in, out, pixels, matrix); });
+                });
         }
     }
     expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));

@@ -2,6 +2,7 @@
 
 #if NUV_X86
 
+#    include <algorithm>
 #    include <immintrin.h>
 
 namespace nuv {
@@ -156,6 +157,39 @@ std::size_t multiply_by_one_row(const std::uint8_t* in, std::uint8_t* out, std::
     return i;
 }
 
+// True when all three rows of a column give the sample itself.
+[[nodiscard]] bool repeats(const NUV_MatrixView<std::int32_t>& matrix)
+{
+    const auto is = [](const std::int32_t* numbers, std::int32_t wanted) {
+        return std::all_of(numbers, numbers + 3, [=](std::int32_t n) { return n == wanted; });
+    };
+    return is(matrix.factors, NUV_FixedReal::one) && is(matrix.offsets, 0);
+}
+
+// 32 samples three times each.
+NUV_TARGET("avx2")
+std::size_t repeat_samples(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels)
+{
+    constexpr std::size_t step = 4 * pixels_at_once;
+    const __m256i orders[3] = {
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5)),
+        _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10)),
+        _mm256_broadcastsi128_si256(
+            _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15))};
+    std::size_t i = 0;
+    for (; i + step <= pixels; i += step) {
+        const __m256i samples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
+        auto* const to = reinterpret_cast<__m128i*>(out + 3 * i);
+        for (int k = 0; k < 3; ++k) {
+            const __m256i piece = _mm256_shuffle_epi8(samples, orders[k]);
+            _mm_storeu_si128(to + k, _mm256_castsi256_si128(piece));
+            _mm_storeu_si128(to + 3 + k, _mm256_extracti128_si256(piece, 1));
+        }
+    }
+    return i;
+}
+
 } // namespace
 
 void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
@@ -171,7 +205,9 @@ void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixe
     const auto form = shape == Shape::column   ? multiply_by_three_rows<Shape::column>
                       : shape == Shape::sparse ? multiply_by_three_rows<Shape::sparse>
                                                : multiply_by_three_rows<Shape::full>;
-    const std::size_t done = form(in, out, pixels, matrix);
+    const std::size_t done = shape == Shape::column && repeats(matrix)
+                                 ? repeat_samples(in, out, pixels)
+                                 : form(in, out, pixels, matrix);
     matrix_row_portable<std::uint8_t, std::int32_t, 3, 0>(in + matrix.columns * done,
                                                           out + 3 * done, pixels - done, matrix);
 }

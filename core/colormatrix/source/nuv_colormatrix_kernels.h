@@ -65,7 +65,11 @@ void matrix_row_portable(const T* in, T* out, std::size_t pixels, const NUV_Matr
 // Three rows of one or three columns, or one row of three; the factors fit 16 bits.
 void matrix_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                      const NUV_MatrixView<std::int32_t>& matrix);
-// The same three shapes. The sums are made of the same doubles in the same order.
+// Three rows of three columns; the factors fit 16 bits.
+void matrix_row_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
+                       const NUV_MatrixView<std::int32_t>& matrix);
+// Three rows of one or three columns, or one row of three. The sums are made of the same doubles in
+// the same order.
 void matrix16_row_avx2(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
                        const NUV_MatrixView<double>& matrix);
 void matrix16_row_avx512(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
@@ -92,7 +96,7 @@ template <class T, class Sum>
 #if NUV_X86
     if constexpr (sizeof(T) == 1 && std::is_same_v<Sum, std::int32_t>) {
         if (cpu.has_avx2 && (widens || is_square || narrows) && factors_fit_16_bits(matrix))
-            return matrix_row_avx2;
+            return cpu.has_avx512vbmi && is_square ? matrix_row_avx512 : matrix_row_avx2;
     }
     if constexpr (sizeof(T) == 2 && std::is_same_v<Sum, double>) {
         if (cpu.has_avx2 && (widens || is_square || narrows))

@@ -95,7 +95,8 @@ template <class I, class O>
 {
 #if NUV_X86
     if constexpr (sizeof(I) + sizeof(O) == 3) {
-        if (cpu.has_avx2)
+        const bool has_faster_table = sizeof(I) == 1 && cpu.has_avx512vbmi;
+        if (cpu.has_avx2 && !has_faster_table)
             return linear_row_avx2<I, O>;
     }
 #endif
