@@ -7,8 +7,9 @@ namespace nuv {
 namespace {
 
 // Most runs are short or as long as they can be: they go in one piece, and all of what is left of
-// the longest behind it. What is written behind a run is made anew by the next one.
-constexpr std::size_t piece = 32;
+// the longest behind it. What is written behind a run is made anew by the next one. Lines of pages
+// are so short that near their end the piece alone, where it fits, counts as well.
+constexpr std::size_t piece = 64;
 constexpr std::size_t longest_run = QDPackBitsBase::longest_run;
 
 constexpr unsigned no_operation = 128;
@@ -20,28 +21,31 @@ constexpr std::size_t run_length(unsigned control) noexcept
     return control < no_operation ? control + 1 : 257 - control;
 }
 
-// `count` bytes of which `longest_run` can be read; where there is room for as many, more of them
-// may be written.
+// `count` bytes of which `longest_run` can be read; where there is room, more of them are written.
 void copy(std::uint8_t* to, const std::uint8_t* from, std::size_t count, std::size_t room) noexcept
 {
-    if (room < longest_run) {
+    if (room >= longest_run) {
+        std::memcpy(to, from, piece);
+        if (count > piece)
+            std::memcpy(to + piece, from + piece, longest_run - piece);
+    } else if (count <= piece && room >= piece) {
+        std::memcpy(to, from, piece);
+    } else {
         std::memcpy(to, from, count);
-        return;
     }
-    std::memcpy(to, from, piece);
-    if (count > piece)
-        std::memcpy(to + piece, from + piece, longest_run - piece);
 }
 
 void fill(std::uint8_t* to, std::uint8_t value, std::size_t count, std::size_t room) noexcept
 {
-    if (room < longest_run) {
+    if (room >= longest_run) {
+        std::memset(to, value, piece);
+        if (count > piece)
+            std::memset(to + piece, value, longest_run - piece);
+    } else if (count <= piece && room >= piece) {
+        std::memset(to, value, piece);
+    } else {
         std::memset(to, value, count);
-        return;
     }
-    std::memset(to, value, piece);
-    if (count > piece)
-        std::memset(to + piece, value, longest_run - piece);
 }
 
 } // namespace
