@@ -236,7 +236,10 @@ template <class Lookup>
                                     std::uint32_t width) noexcept
 {
     using Modes = QDCCITTModeLookup;
-    static_assert(Modes::most_copies <= QDCCITTFastLine::spare_words);
+    // Lookups that the bits of one refill serve, and the words that each of them may add.
+    constexpr std::uint32_t lookups = 5;
+    static_assert(lookups * Modes::bits <= QDCCITTBitReader::most_bits);
+    static_assert(lookups * (Modes::most_copies + 1) <= QDCCITTFastLine::spare_words);
     // Before a lookup `b1` stands at most one word behind the first of those that end the line.
     static_assert(1 + Modes::most_copies <= QDCCITTFastReference::end_words);
 
@@ -246,62 +249,69 @@ template <class Lookup>
     const std::uint32_t* const last_to = to + (line.most - 2);
     std::int32_t a0 = -1;
     std::int32_t odd = 0;
-    for (;;) {
+    while (a0 != end) {
         bits.refill();
-        const auto codes = QDCCITTFastTables::modes[bits.head() >> (64 - Modes::bits)];
         if (to > last_to)
             return false;
-        // T.6, 2.2.3.2: V0 copies a change; those behind the last one are written over.
-        const std::uint32_t copies = codes.copies();
-        std::memcpy(to, b1, Modes::most_copies * sizeof(*to));
-        to += copies;
-        b1 += copies;
-        odd ^= static_cast<std::int32_t>(copies & 1);
-        const std::int32_t is_copied = copies == 0 ? 0 : -1; // a mask: branches guess badly here
-        a0 += (position(b1[-1]) + 1 - odd - a0) & is_copied;
-        if (a0 == end) [[unlikely]] { // where further V0 are those of the next line
+        for (std::uint32_t lookup = 0; lookup < lookups; ++lookup) {
+            const auto codes = QDCCITTFastTables::modes[bits.head() >> (64 - Modes::bits)];
+            // T.6, 2.2.3.2: V0 copies a change; those behind the last one are written over.
+            const std::uint32_t copies = codes.copies();
+            std::memcpy(to, b1, Modes::most_copies * sizeof(*to));
+            to += copies;
+            b1 += copies;
+            odd ^= static_cast<std::int32_t>(copies & 1);
+            const std::int32_t copied = position(b1[-1]) + 1 - odd;
+            a0 = copies == 0 ? a0 : copied;
+            if (codes.passes_reference()) [[likely]] {
+                // A vertical mode or a pass (T.6, 2.2.3.1): no branch tells them apart.
+                const std::int32_t passed = codes.passed();
+                const std::int32_t changes = passed & 1;
+                const std::int32_t a1 =
+                    position(b1[passed - 1]) + (odd ^ changes ^ 1) + codes.offset();
+                *to = *b1 + static_cast<std::uint32_t>(codes.offset());
+                if (a1 > a0 && a1 < end) [[likely]] {
+                    bits.take(codes.length());
+                    to += changes;
+                    b1 += passed;
+                    odd ^= changes;
+                    a0 = a1;
+                    if (position(b1[-2]) > a0 - odd) [[unlikely]]
+                        b1 -= 2;
+                    while (position(*b1) <= a0 - odd)
+                        b1 += 2;
+                    continue;
+                }
+                if (a0 != end) {
+                    if (a1 != end || changes == 0)
+                        return false;
+                    bits.take(codes.length());
+                    ++to;
+                    a0 = end;
+                    break;
+                }
+            } else if (a0 != end) {
+                if (!codes.is_horizontal())
+                    return false;
+                bits.take(codes.length());
+                bits.refill();
+                // Where the reference is of no use, one follows the other.
+                do {
+                    const std::uint32_t words = take_horizontal(bits, to, odd != 0, a0, end);
+                    if (words == 0 || to > last_to)
+                        return false;
+                    to += words;
+                    bits.refill();
+                } while (a0 != end && take_if_horizontal(bits));
+                while (a0 != end && position(*b1) <= a0 - odd)
+                    b1 += 2;
+                break;
+            }
+            // Further V0 and what follows them are those of the next line.
             const std::uint32_t behind = reference.changes_behind_end(b1 - 1, copies, width);
             bits.take(copies - behind);
             to -= behind;
             break;
-        }
-        bits.take(codes.length());
-        if (codes.next() == Modes::Next::vertical) [[likely]] {
-            const std::int32_t a1 = position(*b1) + odd + codes.offset();
-            *to++ = static_cast<std::uint32_t>(a1 - odd);
-            if (a1 <= a0 || a1 >= end) [[unlikely]] {
-                if (a1 != end)
-                    return false;
-                break;
-            }
-            a0 = a1;
-            odd ^= 1;
-            const std::int32_t passed = a1 - odd;
-            ++b1;
-            if (position(b1[-2]) > passed) [[unlikely]]
-                b1 -= 2;
-            while (position(*b1) <= passed)
-                b1 += 2;
-        } else if (codes.next() == Modes::Next::horizontal) {
-            // Where the reference is of no use, one follows the other.
-            do {
-                const std::uint32_t words = take_horizontal(bits, to, odd != 0, a0, end);
-                if (words == 0 || to > last_to)
-                    return false;
-                to += words;
-                bits.refill();
-            } while (a0 != end && take_if_horizontal(bits));
-            if (a0 == end)
-                break;
-            while (position(*b1) <= a0 - odd)
-                b1 += 2;
-        } else if (codes.next() == Modes::Next::pass) { // T.6, 2.2.3.1
-            a0 = position(b1[1]) + (1 - odd);
-            if (a0 >= end)
-                return false;
-            b1 += 2;
-        } else if (codes.next() == Modes::Next::no_code) {
-            return false;
         }
     }
     // The change at the end of a line that ends white is no run.

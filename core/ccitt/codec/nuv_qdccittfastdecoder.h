@@ -10,8 +10,8 @@ namespace nuv {
 
 // Where the fast path writes a line: words of runs as in QDRLELine, without the terminator.
 struct QDCCITTFastLine {
-    // Words behind `most` that may be written over.
-    static constexpr std::uint32_t spare_words = 8;
+    // Words behind `most` that may be written over: most is looked at once for some lookups.
+    static constexpr std::uint32_t spare_words = 45;
 
     std::uint32_t* words = nullptr;
     std::uint32_t most = 0; // words

@@ -139,7 +139,8 @@ public:
     static constexpr std::uint32_t bits = 11;
     static constexpr std::uint32_t most_copies = 8; // of V0 in one entry
 
-    enum class Next : std::uint8_t { nothing, vertical, pass, horizontal, no_code };
+    // The first of them are numbered by the changes of the reference that they pass.
+    enum class Next : std::uint8_t { vertical = 1, pass, horizontal, no_code };
 
     // In one word, which is taken apart where it is used.
     class Entry {
@@ -155,17 +156,32 @@ public:
         [[nodiscard]] constexpr std::uint32_t length() const noexcept { return word_ & 0xFF; }
         // V0.
         [[nodiscard]] constexpr std::uint32_t copies() const noexcept { return word_ >> 8 & 0xFF; }
-        [[nodiscard]] constexpr Next next() const noexcept
+        // By a vertical mode or a pass behind those.
+        [[nodiscard]] constexpr bool passes_reference() const noexcept
         {
-            return static_cast<Next>(word_ >> 16 & 0xFF);
+            return next() < Next::horizontal;
         }
-        // Of a vertical mode.
+        [[nodiscard]] constexpr bool is_horizontal() const noexcept
+        {
+            return next() == Next::horizontal;
+        }
+        // Changes of the reference, then.
+        [[nodiscard]] constexpr std::int32_t passed() const noexcept
+        {
+            return static_cast<std::int32_t>(next());
+        }
+        // Of a vertical mode; else 0.
         [[nodiscard]] constexpr std::int32_t offset() const noexcept
         {
             return static_cast<std::int32_t>(word_) >> 24;
         }
 
     private:
+        [[nodiscard]] constexpr Next next() const noexcept
+        {
+            return static_cast<Next>(word_ >> 16 & 0xFF);
+        }
+
         std::uint32_t word_ = 0;
     };
 
@@ -190,10 +206,11 @@ private:
             ++copies;
         constexpr std::size_t mask = (std::size_t{1} << bits) - 1;
         const auto mode = modes[(pattern << copies & mask) >> (bits - QDMRModeTable::bits)];
-        if (mode.length == 0)
-            return {copies, copies, copies == 0 ? Next::no_code : Next::nothing, 0};
-        if (copies + mode.length > bits || mode.value == 0)
-            return {copies, copies, Next::nothing, 0};
+        const bool fits = mode.length != 0 && copies + mode.length <= bits && mode.value != 0;
+        if (!fits && copies == 0)
+            return {0, 0, Next::no_code, 0};
+        if (!fits) // the last V0 is what follows
+            return {copies, copies - 1, Next::vertical, 0};
         const Next next = next_of(mode.value);
         const std::int32_t offset = next == Next::vertical ? mode.value : 0;
         return {copies + mode.length, copies, next, offset};

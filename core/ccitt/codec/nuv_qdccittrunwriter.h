@@ -15,7 +15,7 @@ public:
     // What stands in the word in front: as a signed number, -2, in front of every position.
     static constexpr std::uint32_t before_first = 0xFFFFFFFE;
     // Words behind the room for runs that may be written over.
-    static constexpr std::uint32_t spare_words = 24;
+    static constexpr std::uint32_t spare_words = 48;
 
     // For lines of `width` pixels; nothing is taken yet.
     QDCCITTRunArray(QDCCITTAllocator* allocator, std::uint32_t width) noexcept;

@@ -76,17 +76,13 @@ bool NUV_DecodeCCITTEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* sr
             {.initiate = "NUV_DecodeCCITTEngine::initiate()", .execute = raw_execute_method}))
         return false;
     header_.encode_type(NUV_EncodeType::raw);
-    return dst->block_bytes(header_.line_bytes());
+    line_bytes_ = header_.line_bytes();
+    return dst->block_bytes(line_bytes_);
 }
 
 bool NUV_DecodeCCITTEngine::decode_line(void* block)
 {
     return decoder().decode(static_cast<unsigned char*>(block));
-}
-
-std::uint32_t NUV_DecodeCCITTEngine::decoded_bytes() const noexcept
-{
-    return header_.line_bytes();
 }
 
 bool NUV_DecodeCCITTToQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,

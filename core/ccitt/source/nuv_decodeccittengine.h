@@ -66,7 +66,10 @@ public:
 
 protected:
     [[nodiscard]] bool decode_line(void* block) override;
-    [[nodiscard]] std::uint32_t decoded_bytes() const noexcept override;
+    [[nodiscard]] std::uint32_t decoded_bytes() const noexcept override { return line_bytes_; }
+
+private:
+    std::uint32_t line_bytes_ = 0;
 };
 
 // Delivers runs, which the codec writes straight into the block.
