@@ -5,6 +5,7 @@
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
 #include "core/include/nuv_mirrorrow_kernels.h"
+#include "core/include/nuv_reversebits_kernels.h"
 #include "core/lut/source/nuv_lineartable.h"
 #include "core/lut/source/nuv_lut_kernels.h"
 #include "core/rotate/source/nuv_rotate90_1_kernels.h"
@@ -59,6 +60,16 @@ TEST(PixelForms, DLutOf16Bits)
             },
             300);
     }
+}
+
+TEST(PixelForms, ReverseBits)
+{
+    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
+        const auto width = static_cast<std::uint32_t>(draw.length(1500));
+        const U8* in = draw.input<U8>((width + 7) / 8);
+        compare((width + 7) / 8, [&](auto form, U8* out) { form(in, out, width); });
+    };
+    expect_same_forms<U8>("PPAA", choose_reverse_bits, draw_call);
 }
 
 TEST(PixelForms, Lut)

@@ -1,10 +1,10 @@
 #include "core/mirror/nuv_mirrorx.h"
 
 #include "core/include/nuv_mirrorrow_kernels.h"
+#include "core/include/nuv_reversebits_kernels.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
-#include "framework/utility/nuv_mirroredbytes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -53,37 +53,20 @@ public:
         if (header->bits() != 1 || header->channels() != 1 ||
             header->data_type() != NUV_DataType::u_integer)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
-        tail_bits_ = header->width() & 7;
-        line_bytes_ = header->line_bytes();
-        return dst->block_bytes(line_bytes_);
+        reverse_bits_ = choose_reverse_bits(manager().cpu());
+        return dst->block_bytes(header_.line_bytes());
     }
 
 private:
-    [[nodiscard]] bool process_line(const void* in, void* out) override;
-
-    std::uint32_t tail_bits_ = 0; // pixels in the last byte of a line, 0 when it is full
-    std::uint32_t line_bytes_ = 0;
-};
-
-bool NUV_MirrorX1BitEngine::process_line(const void* in, void* out)
-{
-    const auto* from = static_cast<const std::uint8_t*>(in);
-    auto* to = static_cast<std::uint8_t*>(out);
-    const std::size_t last = line_bytes_ - 1;
-    if (tail_bits_ == 0) {
-        for (std::size_t i = 0; i <= last; ++i)
-            to[i] = mirrored_bytes[from[last - i]];
+    [[nodiscard]] bool process_line(const void* in, void* out) override
+    {
+        reverse_bits_(static_cast<const std::uint8_t*>(in), static_cast<std::uint8_t*>(out),
+                      header_.width());
         return true;
     }
-    // Eight pixels that end at the last one stand across two bytes.
-    const unsigned right = 8 - tail_bits_;
-    for (std::size_t i = 0; i < last; ++i) {
-        const std::uint8_t* at = from + last - i;
-        to[i] = mirrored_bytes[(at[0] >> right | at[-1] << tail_bits_) & 0xFF];
-    }
-    to[last] = mirrored_bytes[from[0] >> right];
-    return true;
-}
+
+    ReverseBits reverse_bits_ = nullptr;
+};
 
 } // namespace
 

@@ -5,38 +5,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace nuv {
 namespace {
 
 constexpr std::uint32_t group_rows = 8;
-
-[[nodiscard]] std::uint64_t load_word(const std::uint8_t* from) noexcept
-{
-    std::uint64_t word;
-    std::memcpy(&word, from, sizeof(word));
-    return word;
-}
-
-// Each byte end for end.
-[[nodiscard]] constexpr std::uint64_t reverse_in_bytes(std::uint64_t word) noexcept
-{
-    word = (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
-    word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
-    return (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
-}
-
-// The bytes b of `low` with the bits before them: (b >> shift) | (byte before << (8 - shift)),
-// where `high` holds the bytes before.
-[[nodiscard]] constexpr std::uint64_t shift_bytes(std::uint64_t low, std::uint64_t high,
-                                                  unsigned shift) noexcept
-{
-    constexpr std::uint64_t each_byte = 0x0101010101010101;
-    const std::uint64_t kept_of_low = each_byte * (0xFFU >> shift);
-    const std::uint64_t kept_of_high = each_byte * (0xFFU << (8 - shift) & 0xFFU);
-    return (low >> shift & kept_of_low) | (high << (8 - shift) & kept_of_high);
-}
 
 } // namespace
 
@@ -65,30 +38,6 @@ void rotate90groups_from(std::span<const Rotate90Group> groups, const Rotate90Li
     }
 }
 
-void reverse_bits(const std::uint8_t* in, std::uint8_t* out, std::uint32_t width) noexcept
-{
-    const std::size_t bytes = (std::size_t{width} + 7) >> 3;
-    const unsigned pad = static_cast<unsigned>(bytes * 8 - width);
-    // Byte i of the output is made of byte bytes-1-i of the input, less its pad bits, and of the
-    // lowest bits of the byte before that.
-    constexpr std::size_t step = sizeof(std::uint64_t);
-    std::size_t i = 0;
-    for (; i + step < bytes; i += step) {
-        const std::uint8_t* from = in + (bytes - i - step);
-        std::uint64_t word = load_word(from);
-        if (pad != 0)
-            word = shift_bytes(word, load_word(from - 1), pad);
-        word = __builtin_bswap64(reverse_in_bytes(word));
-        std::memcpy(out + i, &word, sizeof(word));
-    }
-    for (; i < bytes; ++i) {
-        const std::size_t from = bytes - 1 - i;
-        const unsigned before = from > 0 ? in[from - 1] : 0U;
-        const unsigned byte = (in[from] >> pad | before << (8 - pad)) & 0xFF;
-        out[i] = static_cast<std::uint8_t>(reverse_in_bytes(byte));
-    }
-}
-
 bool NUV_Rotate90_1Engine::cleanup()
 {
     blank_line_.free();
@@ -111,6 +60,7 @@ bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
 
     angle_ = wanted.normalized();
     rotate_groups_ = choose_rotate90groups(manager().cpu());
+    reverse_bits_ = choose_reverse_bits(manager().cpu());
     if (!prepare(wanted, block, initiate_method) ||
         !blank_line_.allocate(manager(), std::max<std::size_t>(src_line_bytes_, 1)))
         return false;
@@ -132,8 +82,8 @@ void NUV_Rotate90_1Engine::half_turn(const NUV_Rotate90Band& band) const
 {
     for (std::uint32_t row = 0; row < band.rows; ++row) {
         const std::size_t line = band.height - 1 - (band.first_row + row);
-        reverse_bits(band.src + row * band.src_step, band.plane + line * band.plane_step,
-                     band.width);
+        reverse_bits_(band.src + row * band.src_step, band.plane + line * band.plane_step,
+                      band.width);
     }
 }
 

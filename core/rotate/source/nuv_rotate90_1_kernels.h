@@ -61,8 +61,4 @@ void rotate90groups_from(std::span<const Rotate90Group> groups, const Rotate90Li
     return rotate90groups_portable;
 }
 
-// Writes a line of `width` bits end for end. What stands behind the last pixel of the input is
-// ignored, and zero in the output.
-void reverse_bits(const std::uint8_t* in, std::uint8_t* out, std::uint32_t width) noexcept;
-
 } // namespace nuv

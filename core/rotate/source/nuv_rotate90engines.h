@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_reversebits_kernels.h"
 #include "core/qdrle/nuv_qdrlebuffer.h"
 #include "core/rotate/source/nuv_edgelist.h"
 #include "core/rotate/source/nuv_rotate90_1_kernels.h"
@@ -41,6 +42,7 @@ private:
 
     std::int32_t angle_ = 0;                 // 90, 180 or 270
     Rotate90Groups rotate_groups_ = nullptr; // for 90 and 270
+    ReverseBits reverse_bits_ = nullptr;     // for 180
     NUV_Scratch<std::uint8_t> blank_line_;   // stands for the lines outside the band
 };
 
