@@ -1,13 +1,18 @@
 #include "core/rotate/source/nuv_edgelist.h"
 
 #include "framework/base/nuv_failure.h"
+#include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 namespace nuv {
 namespace {
+
+constexpr std::uint32_t digit_bits = 16;
+constexpr std::uint32_t digits = std::uint32_t{1} << digit_bits;
 
 // The columns at which a line changes colour, from the left: the start of each run, and the column
 // behind its end.
@@ -89,34 +94,56 @@ bool NUV_EdgeList::add_edge(std::uint32_t first, std::uint32_t last, std::uint32
     return edges_.push_back(Edge{first, last, row});
 }
 
-void NUV_EdgeList::finish() noexcept
+// Edges come in the order of their lines, which sorting by digits keeps.
+bool NUV_EdgeList::finish()
 {
-    const auto edges = edges_.items();
-    std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) {
-        return a.first != b.first ? a.first < b.first : a.row < b.row;
-    });
+    return sort_by_digit(0) && (width_ <= digits || sort_by_digit(digit_bits));
+}
+
+// Counts how many edges have each digit, and puts each behind those with a smaller one.
+bool NUV_EdgeList::sort_by_digit(std::uint32_t shift)
+{
+    NUV_Scratch<std::size_t> places;
+    EdgeVector sorted(manager());
+    if (!places.allocate(manager(), std::size_t{std::min(width_, digits)} + 1) ||
+        !sorted.resize(edges_.size()))
+        return fail(manager(), NUV_ERR_MEMORY, "NUV_EdgeList::finish()");
+    std::ranges::fill(places.items(), std::size_t{0});
+    const auto digit_of = [shift](const Edge& edge) { return edge.first >> shift & (digits - 1); };
+    for (const Edge& edge : edges_.items())
+        ++places[digit_of(edge) + 1];
+    std::partial_sum(places.items().begin(), places.items().end(), places.items().begin());
+    Edge* const to = sorted.items().data();
+    for (const Edge& edge : edges_.items())
+        to[places[digit_of(edge)]++] = edge;
+    edges_.swap(sorted);
+    return true;
 }
 
 // Takes the edges that end before the next column out of those that cross, and those that begin
 // there in.
 bool NUV_EdgeList::step()
 {
-    next_crossing_.clear();
-    const auto begins_here = [this] {
-        return next_edge_ < edges_.size() && edges_[next_edge_].first == column_;
-    };
-    for (const Edge& edge : crossing_.items()) {
-        for (; begins_here() && edges_[next_edge_].row < edge.row; ++next_edge_) {
-            if (!next_crossing_.push_back(edges_[next_edge_]))
-                return false;
-        }
-        if (edge.last >= column_ && !next_crossing_.push_back(edge))
-            return false;
+    const auto edges = edges_.items();
+    const std::size_t first = next_edge_;
+    while (next_edge_ < edges.size() && edges[next_edge_].first == column_)
+        ++next_edge_;
+    const auto crossing = crossing_.items();
+    if (!next_crossing_.resize(crossing.size() + (next_edge_ - first)))
+        return false;
+    const Edge* begins = edges.data() + first;
+    const Edge* const end_of_begins = edges.data() + next_edge_;
+    Edge* out = next_crossing_.items().data();
+    for (const Edge& edge : crossing) {
+        for (; begins != end_of_begins && begins->row < edge.row; ++begins)
+            *out++ = *begins;
+        *out = edge; // and written over when it ends here
+        out += edge.last >= column_ ? 1 : 0;
     }
-    for (; begins_here(); ++next_edge_) {
-        if (!next_crossing_.push_back(edges_[next_edge_]))
-            return false;
-    }
+    out = std::copy(begins, end_of_begins, out);
+    const auto count = static_cast<std::size_t>(out - next_crossing_.items().data());
+    if (!next_crossing_.resize(count))
+        return false;
     crossing_.swap(next_crossing_);
     ++column_;
     return true;

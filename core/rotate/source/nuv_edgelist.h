@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool add_line(std::uint32_t row, std::span<const NUV_QDRLERun> above,
                                 std::span<const NUV_QDRLERun> line);
     // No more lines: columns may be asked for.
-    void finish() noexcept;
+    [[nodiscard]] bool finish();
 
     // Appends the runs of the next column to `column`, positions counted from the top.
     [[nodiscard]] bool next_column(NUV_QDRLERunVector& column);
@@ -48,14 +48,14 @@ private:
         std::uint32_t last;  // inclusive
         std::uint32_t row;   // of the line below it
     };
-    // The edges that cross one column, by line.
     using EdgeVector = NUV_Vector<Edge>;
 
     [[nodiscard]] bool add_edge(std::uint32_t first, std::uint32_t last, std::uint32_t row);
+    [[nodiscard]] bool sort_by_digit(std::uint32_t shift);
     [[nodiscard]] bool step();
 
-    NUV_Vector<Edge> edges_; // by first column, then by line, once finished
-    EdgeVector crossing_;    // the column that came out last
+    EdgeVector edges_;    // by line; once finished by first column, then by line
+    EdgeVector crossing_; // the column that came out last, by line
     EdgeVector next_crossing_;
     std::size_t next_edge_ = 0;
     std::uint32_t width_ = 0;

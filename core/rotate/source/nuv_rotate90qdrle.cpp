@@ -63,9 +63,8 @@ bool NUV_Rotate90QDRLEEngine::build()
     }
     if (!edges_->add_line(height, buffer_->line(height - 1), {}))
         return false;
-    edges_->finish();
     buffer_.reset();
-    return true;
+    return edges_->finish();
 }
 
 bool NUV_Rotate90QDRLEEngine::turn_line()
