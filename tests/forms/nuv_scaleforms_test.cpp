@@ -1,4 +1,5 @@
 #include "core/scale/kernels/nuv_cubicweights.h"
+#include "core/scale/kernels/nuv_nearestbits_kernels.h"
 #include "core/scale/kernels/nuv_pixelwindows_kernels.h"
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 #include "core/scale/kernels/nuv_scalepp_kernels.h"
@@ -6,6 +7,7 @@
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/kernels/nuv_splitweights.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
+#include "framework/base/nuv_fastpext.h"
 #include "tests/support/nuv_testforms.h"
 
 #include <initializer_list>
@@ -74,6 +76,35 @@ TEST(ScaleForms, ReduceAreaLines)
     expect_same_area_lines<U8, std::int16_t>();
     expect_same_area_lines<U8, std::int32_t>();
     expect_same_area_lines<U16, std::int32_t>();
+}
+
+TEST(ScaleForms, MoveBits)
+{
+    struct Steps {
+        std::uint32_t least;
+        std::uint32_t most;
+        std::vector<std::uint32_t> pixels; // any of the kind
+    };
+    for (const Steps& steps : {Steps{1, 3, {0, 2}}, Steps{1, 150, {0, 2}}, Steps{0, 1, {0, 0}}}) {
+        const auto draw_call = [&](NUV_FormDraw& draw, auto compare) {
+            std::vector<std::uint32_t> pixels(1 + draw.length(300));
+            auto pixel = static_cast<std::uint32_t>(draw.number(0, 70));
+            for (std::uint32_t& next : pixels) {
+                next = pixel;
+                pixel += static_cast<std::uint32_t>(draw.number(steps.least, steps.most));
+            }
+            NUV_NearestBits bits{.pixels = pixels, .words = {}, .in_bytes = pixels.back() / 8 + 1};
+            const U8* in = draw.input<U8>(bits.in_bytes);
+            compare((pixels.size() + 7) / 8, [&](auto form, U8* out) {
+                std::vector<NUV_NearestBits::Word> words(count_nearest_bit_words(form, bits));
+                set_nearest_bit_words(form, pixels, words);
+                bits.words = words;
+                form(bits, in, out);
+            });
+        };
+        const auto choose = [&](const NUV_Cpu& cpu) { return choose_move_bits(cpu, steps.pixels); };
+        expect_same_forms<U8>(has_fast_pext() ? "PPAA" : "PPPP", choose, draw_call);
+    }
 }
 
 template <class T, class Weight>

@@ -2,6 +2,7 @@
 
 #include "core/include/nuv_pixelcopy.h"
 #include "core/include/nuv_scaleframe.h"
+#include "core/scale/kernels/nuv_nearestbits_kernels.h"
 #include "core/scale/nuv_scaleengine.h"
 #include "core/scale/nuv_scaleire.h"
 #include "core/scale/nuv_scalennqdrle.h"
@@ -43,7 +44,7 @@ public:
             position += ratio;
         }
         if (source.bits() == 1)
-            return true;
+            return initiate_bits(manager, source.line_bytes());
         const std::size_t pixel_bytes = std::size_t{source.bits()} / 8 * source.channels();
         const bool initiated =
             mover_.initiate(manager, source.line_bytes(), pixel_bytes, destination_width,
@@ -54,15 +55,32 @@ public:
 
     void copy_line(const std::uint8_t* in, std::uint8_t* out) const noexcept
     {
-        if (pixels_.size() != 0)
-            gather_bits(in, pixels_.data(), out, pixels_.size());
+        if (move_bits_ != nullptr)
+            move_bits_(bits_, in, out);
         else
             mover_.move_row(in, out);
     }
 
 private:
+    [[nodiscard]] bool initiate_bits(NUV_Manager& manager, std::size_t line_bytes)
+    {
+        move_bits_ = choose_move_bits(manager.cpu(), pixels_.items());
+        bits_ = {.pixels = pixels_.items(), .words = {}, .in_bytes = line_bytes};
+        const std::size_t words = count_nearest_bit_words(move_bits_, bits_);
+        if (words == 0)
+            return true;
+        if (!words_.allocate(manager, words))
+            return false;
+        set_nearest_bit_words(move_bits_, pixels_.items(), words_.items());
+        bits_.words = words_.items();
+        return true;
+    }
+
     NUV_Scratch<std::uint32_t> pixels_; // of packed samples
-    NUV_PixelMover mover_;              // of all others
+    NUV_Scratch<NUV_NearestBits::Word> words_;
+    NUV_NearestBits bits_;
+    MoveBits move_bits_ = nullptr;
+    NUV_PixelMover mover_; // of all others
 };
 
 class NUV_ScaleWidthNNEngine final : public NUV_ScaleWidthEngine {
