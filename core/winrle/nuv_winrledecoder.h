@@ -27,22 +27,28 @@ public:
     // NUV_WARN_BROKEN_DATA for a line that is done but has pixels left over, which are dropped;
     // NUV_ERR_ARGUMENT without a line or for a width of 0.
     [[nodiscard]] virtual std::uint32_t decode_line(std::uint8_t* line) = 0;
+    // Of the last line: pixels in runs that lie wholly behind its end.
+    [[nodiscard]] std::uint64_t dropped_pixels() const noexcept { return dropped_pixels_; }
 
 protected:
     WinRLEDecoder(DataInStream& input, std::uint32_t width) noexcept : input_(input), width_(width)
     {}
 
-    // `fill(to, count, value)` sets a run of pixels; `copy(to, count)` reads single ones, with what
-    // fills them up, and is false at the end of the data.
+    // `fill(to, count, value)` sets a run of pixels, inlined where the count is a constant;
+    // `copy(to, count)` reads single ones, with what fills them up, and is false at the end of the
+    // data.
     template <class Fill, class Copy>
     [[nodiscard]] std::uint32_t decode(std::uint8_t* line, Fill fill, Copy copy);
 
     QDCodedCursor input_;
 
 private:
+    template <class Fill>
+    [[nodiscard]] std::uint32_t fill_short_runs(std::uint8_t* line, std::uint32_t x, Fill fill);
     [[nodiscard]] std::uint32_t drop_rest(std::uint8_t first, std::uint8_t second);
 
     std::uint32_t width_;
+    std::uint64_t dropped_pixels_ = 0;
     std::uint8_t dx_ = 0; // the delta that is still to be applied
     std::uint8_t dy_ = 0;
 };

@@ -18,6 +18,8 @@ public:
     [[nodiscard]] bool execute() override;
 
 private:
+    [[nodiscard]] NUV_Diagnosis why_dropped() const noexcept;
+
     NUV_CodedInput stream_;
     std::optional<WinRLE8Decoder> decoder8_; // one of the two, by the coding
     std::optional<WinRLE4Decoder> decoder4_;
@@ -51,6 +53,16 @@ bool NUV_DecodeWinRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     return dst->block_bytes(header_.line_bytes());
 }
 
+// Some programs code what fills up a line to whole words, too: no pixel is lost by that.
+NUV_Diagnosis NUV_DecodeWinRLEEngine::why_dropped() const noexcept
+{
+    constexpr std::uint64_t most_padding = 3;
+    NUV_Diagnosis why;
+    if (decoder_->dropped_pixels() <= most_padding)
+        why.because(NUV_Cause::invalid);
+    return why.on_line(line_);
+}
+
 bool NUV_DecodeWinRLEEngine::execute()
 {
     constexpr auto method = "NUV_DecodeWinRLEEngine::execute()";
@@ -62,7 +74,7 @@ bool NUV_DecodeWinRLEEngine::execute()
         return false;
     const std::uint32_t code = decoder_->decode_line(out.as<std::uint8_t>());
     if (code == NUV_WARN_BROKEN_DATA)
-        warn(manager(), NUV_WARN_BROKEN_DATA, method, NUV_Diagnosis().on_line(line_));
+        warn(manager(), NUV_WARN_BROKEN_DATA, method, why_dropped());
     else if (code != WinRLEDecoder::line_done)
         return fail(manager(), NUV_ERR_BROKEN_DATA, method,
                     NUV_Diagnosis().on_line(line_).says("the codes end in stored line %u of %u",

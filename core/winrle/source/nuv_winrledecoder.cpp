@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 namespace nuv {
 namespace {
@@ -13,7 +14,29 @@ constexpr std::uint8_t end_of_line = 0;
 constexpr std::uint8_t end_of_bitmap = 1;
 constexpr std::uint8_t delta = 2;
 
+constexpr std::uint32_t longest_short_run = 16; // pixels
+
 } // namespace
+
+// Short runs, while a longest one is left behind each: each is written as long as that, of
+// which the next one, or zeros behind the last, take back what is too much. Where they have come
+// to.
+template <class Fill>
+std::uint32_t WinRLEDecoder::fill_short_runs(std::uint8_t* line, std::uint32_t x, Fill fill)
+{
+    const std::uint32_t last_begin = width_ - 2 * longest_short_run;
+    const std::span<const std::uint8_t> codes = input_.left();
+    std::size_t used = 0;
+    while (codes.size() - used >= 2 && codes[used] - 1U < longest_short_run && x <= last_begin) {
+        fill(line + x, longest_short_run, codes[used + 1]);
+        x += codes[used];
+        used += 2;
+    }
+    if (used > 0)
+        std::memset(line + x, 0, longest_short_run);
+    input_.skip(used);
+    return x;
+}
 
 template <class Fill, class Copy>
 std::uint32_t WinRLEDecoder::decode(std::uint8_t* line, Fill fill, Copy copy)
@@ -21,6 +44,7 @@ std::uint32_t WinRLEDecoder::decode(std::uint8_t* line, Fill fill, Copy copy)
     if (line == nullptr || width_ == 0)
         return NUV_ERR_ARGUMENT;
     std::memset(line, 0, width_);
+    dropped_pixels_ = 0;
     if (dy_ > 0) {
         --dy_;
         return line_done;
@@ -30,6 +54,8 @@ std::uint32_t WinRLEDecoder::decode(std::uint8_t* line, Fill fill, Copy copy)
     std::uint8_t first = 0;  // length of a run, or 0 and then the code
     std::uint8_t second = 0; // value of a run
     while (x < width_) {
+        if (width_ >= 2 * longest_short_run)
+            x = fill_short_runs(line, x, fill);
         if (!input_.read_byte(first))
             return data_ended;
         if (first != 0) {
@@ -73,6 +99,7 @@ std::uint32_t WinRLEDecoder::drop_rest(std::uint8_t first, std::uint8_t second)
     while (first != 0 || second > end_of_bitmap) {
         if (!input_.read_byte(first) || !input_.read_byte(second))
             return data_ended;
+        dropped_pixels_ += first;
         ++dropped;
     }
     dx_ = 0;

@@ -119,6 +119,19 @@ TEST(Bitmaps, RefuseOrBearWhatTheirHeadersMayNotSay)
     EXPECT_EQ(chain.manager().diagnosis().byte, 138 + (std::int64_t{999} << 22));
 }
 
+// Runs of pixels behind the end of a line lose nothing as long as they may be what fills it up.
+TEST(Bitmaps, CountAsDamagedByMoreThanPadding)
+{
+    for (const std::uint32_t width : {11U, 5U}) {
+        NUV_TestChain chain;
+        const NUV_TestStored stored(chain.manager(), changed("bmp/rle8.bmp", {{18, width}}), 0);
+        chain.last(NUV_ReadBMP(chain.manager()).engine(stored.storage()));
+        EXPECT_EQ(chain.run_bytes().size(), std::size_t{5} * width);
+        EXPECT_EQ(chain.status().code, NUV_WARN_BROKEN_DATA);
+        EXPECT_EQ(chain.manager().damage().count > 0, width == 5);
+    }
+}
+
 // Also those that nobody looks at.
 TEST(Bitmaps, HaveTheFieldsOfTheirHeadersWhereTheyStand)
 {
