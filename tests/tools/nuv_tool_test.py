@@ -58,7 +58,7 @@ def run(command, folder, tool):
                                 "NUV_SOURCE": str(HERE.parents[1] / "tools/nuv")}
     return subprocess.run(["bash", "-o", "pipefail", "-c", FUNCTIONS + command], cwd=folder,
                           env=environment, capture_output=True, stdin=subprocess.DEVNULL,
-                          text=True, errors="backslashreplace", timeout=120, check=False)
+                          text=True, errors="replace", timeout=120, check=False)
 
 
 def problem_of(row, pictures, tool):
