@@ -2,7 +2,6 @@
 
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_names.h"
-#include "tools/nuv/nuv_numbers.h"
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
 
@@ -12,7 +11,6 @@
 #include <array>
 #include <atomic>
 #include <filesystem>
-#include <limits>
 #include <map>
 #include <system_error>
 #include <thread>
@@ -23,41 +21,6 @@ namespace nuv_tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A number with k, M or G behind it, which stand for `thousand` and its powers; 0 stands for none.
-std::uint64_t amount_of(const std::string& text, const std::string& option, std::uint64_t thousand)
-{
-    constexpr std::string_view units = "kMG";
-
-    std::string_view digits = text;
-    std::uint64_t unit = 1;
-    const auto power = digits.empty() ? std::string_view::npos : units.find(digits.back());
-    if (power != std::string_view::npos) {
-        digits.remove_suffix(1);
-        for (std::size_t i = 0; i <= power; ++i)
-            unit *= thousand;
-    }
-    const auto number = number_of<std::uint64_t>(digits);
-    if (!number || *number > std::numeric_limits<std::uint64_t>::max() / unit)
-        throw UsageError(option + " takes a number, as 50M, not " + quoted(text));
-    return *number * unit;
-}
-
-nuv_limits limits_of(const WritingRequest& request)
-{
-    nuv_limits limits{};
-    limits.size = sizeof(limits);
-    nuv_default_limits(&limits);
-    if (!request.max_pixels.empty()) {
-        limits.pixels = amount_of(request.max_pixels, "--max-pixels", 1000);
-        limits.width = 0; // the number of pixels limits the sides as well
-        limits.height = 0;
-    }
-    if (!request.max_memory.empty())
-        limits.memory_bytes = amount_of(request.max_memory, "--max-memory", 1024);
-    limits.strict = request.strict ? 1 : 0;
-    return limits;
-}
 
 std::string expanded(const std::string& pattern, const fs::path& source, std::size_t number)
 {
@@ -224,14 +187,7 @@ void add_writing(CLI::App& command, WritingRequest& request)
                      "Refuse damaged pictures in place of mending them");
     command.add_flag("-f,--force", request.force,
                      "Write over a picture that is named without -o, and to a terminal");
-    command
-        .add_option("--max-pixels", request.max_pixels,
-                    "The most pixels of a picture, by default 268435456; 0 for no limit")
-        ->option_text("N[k|M|G]");
-    command
-        .add_option("--max-memory", request.max_memory,
-                    "The most bytes of memory for a picture, by default 1G; 0 for no limit")
-        ->option_text("N[k|M|G]");
+    add_limits(command, request.limits);
     command.add_option("--timeout", request.timeout_seconds, "The longest time for a picture")
         ->check(CLI::PositiveNumber)
         ->option_text("SECONDS");
@@ -244,7 +200,8 @@ void add_writing(CLI::App& command, WritingRequest& request)
 Recipe recipe_of(const WritingRequest& request)
 {
     Recipe recipe;
-    recipe.limits = limits_of(request);
+    recipe.limits = limits_of(request.limits);
+    recipe.limits.strict = request.strict ? 1 : 0;
     recipe.timeout_seconds = request.timeout_seconds;
     recipe.page = request.page;
     recipe.settings = request.settings;

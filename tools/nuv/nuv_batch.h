@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/nuv/nuv_conversion.h"
+#include "tools/nuv/nuv_limits.h"
 
 #include <cstdint>
 #include <optional>
@@ -20,8 +21,7 @@ struct WritingRequest {
     OutputSettings settings;
     unsigned threads = 1;
     std::uint32_t page = 0;
-    std::string max_pixels; // a number; empty for the library's limit
-    std::string max_memory;
+    LimitsRequest limits;
     std::optional<double> timeout_seconds;
     bool strict = false;
     bool force = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/nuv/nuv_batch.h"
+#include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_problem.h"
 
 #include <cstdint>
@@ -37,6 +38,7 @@ struct InfoRequest {
     bool json = false;
     bool verify = false;
     std::uint32_t page = 0;
+    LimitsRequest limits;
     bool quiet = false;
     bool progress = false;
 };

@@ -1,6 +1,7 @@
 #include "tools/nuv/nuv_conversion.h"
 
 #include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_names.h"
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
@@ -62,19 +63,6 @@ std::string described(const nuv_picture& is)
            std::to_string(is.channels) + "x" + std::to_string(is.bits) + " " +
            std::string{color_name(is.color)} +
            (is.palette_entries != 0 ? ", with a colour table" : "");
-}
-
-std::string_view option_of(std::int32_t limit)
-{
-    switch (limit) {
-    case NUV_PASSED_SIDE:
-    case NUV_PASSED_PIXELS:
-        return "--max-pixels";
-    case NUV_PASSED_MEMORY:
-        return "--max-memory";
-    default:
-        return {};
-    }
 }
 
 // A stream by a word for it.
@@ -206,12 +194,7 @@ private:
                                             : "The source cannot be read: "} +
                    std::generic_category().message(watch.stream_error) + ".";
         name_the_word(text);
-        const std::string_view option = option_of(failure.limit);
-        if (!option.empty()) {
-            if (text.ends_with('.'))
-                text.pop_back();
-            text.append(" (").append(option).append(").");
-        }
+        name_option(text, failure.limit);
         if (names_standard_input(errand_.source) && failure.status == NUV_IO)
             text += " (The name of standard input is -.)";
         return file + ": " + text;

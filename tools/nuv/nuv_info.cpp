@@ -31,6 +31,7 @@ void add_info(CLI::App& app, InfoRequest& request)
     command.add_flag("--verify", request.verify, "Decode the pictures, to find damage");
     command.add_option("--page", request.page, "Which picture of a file of several, from 0")
         ->option_text("N");
+    add_limits(command, request.limits);
     command.add_flag("-q,--quiet", request.quiet, "Tell nothing on standard error but failures");
     command.add_flag("--progress", request.progress, "Tell at once how far the work is");
     command.footer(
@@ -49,9 +50,8 @@ Examples:
 
 int run_info(const InfoRequest& request)
 {
-    InspectionOptions options{.page = request.page, .verify = request.verify};
-    options.limits.size = sizeof(options.limits);
-    nuv_default_limits(&options.limits);
+    const InspectionOptions options{
+        .page = request.page, .verify = request.verify, .limits = limits_of(request.limits)};
     ShowProgress shown = request.verify ? ShowProgress::if_long : ShowProgress::never;
     if (request.progress)
         shown = ShowProgress::always;

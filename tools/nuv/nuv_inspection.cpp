@@ -1,5 +1,6 @@
 #include "tools/nuv/nuv_inspection.h"
 
+#include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_streams.h"
 
 #include <cstddef>
@@ -74,6 +75,7 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
     }
     nuv_why(job.get(), &told.failure);
     told.message = nuv_message(job.get());
+    name_option(told.message, told.failure.limit);
     if (told.failure.status == NUV_OK)
         told.damaged_line = nuv_first_damaged_line(job.get()) + 1;
     return told;

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <nuv/nuv.h>
+
+#include <cstdint>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace nuv_tool {
+
+// What --max-pixels and --max-memory ask for: numbers, or empty for the library's limits.
+struct LimitsRequest {
+    std::string max_pixels;
+    std::string max_memory;
+};
+
+void add_limits(CLI::App& command, LimitsRequest& request);
+
+// Throws UsageError for what is no number.
+[[nodiscard]] nuv_limits limits_of(const LimitsRequest& request);
+
+// Puts the option that moves a nuv_passed_limit, if there is one, into the message about it.
+void name_option(std::string& message, std::int32_t limit);
+
+} // namespace nuv_tool
