@@ -22,7 +22,7 @@ import subprocess
 import sys
 import tempfile
 
-from peers import bitmapcases, geometrycases, jpegcases, tiffcases
+from peers import bitmapcases, geometrycases, jpegcases, pngcases, tiffcases
 from peers.measure import count_instructions, median_ratio, take_turns
 from peers.pictures import Pictures
 
@@ -31,6 +31,7 @@ GROUPS = {
     "decode": jpegcases.decode,
     "lossless": jpegcases.lossless,
     "bitmaps": bitmapcases.bitmaps,
+    "png": pngcases.png,
     "scale": geometrycases.scale,
     "rotate": geometrycases.rotate,
     "tiff": tiffcases.tiff,
@@ -39,6 +40,7 @@ NEEDED = {  # what a group cannot make its files without
     "decode": ("cjpeg",),
     "lossless": ("dump2dcm", "dcmcjpeg"),
     "bitmaps": ("ppmtobmp",),
+    "png": ("pnmtopng",),
 }
 SMALL_SIZES = ((600, 400), (1200, 800))
 

@@ -1,9 +1,11 @@
 // Windows bitmaps of 6000 x 4000 pixels in memory, the lowest line first, to lines that are
 // dropped. Beside each a plain copy of the stored bytes, or of those that come out where these are
-// more.
+// more. Besides the library's own format, and the same samples without a header.
 
 #include "core/bmp/nuv_readbmp.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
+#include "core/internal/nuv_readinternal.h"
+#include "core/storage/nuv_readstorage.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
 
 #include <benchmark/benchmark.h>
@@ -76,16 +78,15 @@ constexpr BitmapCase cases[] = {
     return file;
 }
 
-void read_bitmap(benchmark::State& state)
+// By the chain that `make(manager, storage)` begins.
+template <class Make>
+void read_file(benchmark::State& state, const std::vector<std::uint8_t>& file, Make make)
 {
-    const BitmapCase& bitmap = cases[state.range(0)];
-    const std::vector<std::uint8_t> file = file_of(bitmap);
-    state.SetLabel(bitmap.name);
     for ([[maybe_unused]] auto _ : state) {
         NUV_Manager* manager = create_manager(0);
         auto storage = make_initiated<NUV_ByteArrayInputStorage>(
             *manager, file.data(), static_cast<std::int32_t>(file.size()));
-        NUV_Engine* engine = NUV_ReadBMP(*manager).engine(storage.get());
+        NUV_Engine* engine = make(*manager, storage.get());
         const bool is_done = NUV_BenchEnds(*manager).run(engine, state);
         storage.reset();
         destroy_manager(manager);
@@ -93,6 +94,50 @@ void read_bitmap(benchmark::State& state)
             break;
     }
     count_pixels(state);
+}
+
+void read_bitmap(benchmark::State& state)
+{
+    const BitmapCase& bitmap = cases[state.range(0)];
+    state.SetLabel(bitmap.name);
+    read_file(state, file_of(bitmap), [](NUV_Manager& manager, NUV_InputStorage* storage) {
+        return NUV_ReadBMP(manager).engine(storage);
+    });
+}
+
+// RGB behind the header of docs/formats.md; of 16 bits with the higher byte first.
+void read_internal(benchmark::State& state)
+{
+    const auto bits = static_cast<std::uint32_t>(state.range(0));
+    std::vector<std::uint8_t> file = {'N', 'U', 'V', 'F', 0, 1, 0, 0};
+    const std::uint32_t bytes = width * height * channels * bits / 8;
+    for (const std::uint32_t field :
+         {0U, bytes, 0U, width, 0U, height, bits << 16 | channels, 0U, 0U, 220U, 0U, 0U}) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            file.push_back(static_cast<std::uint8_t>(field >> shift));
+    }
+    file.resize(file.size() + bytes, 7);
+    read_file(state, file, [](NUV_Manager& manager, NUV_InputStorage* storage) {
+        return NUV_ReadInternal(manager).engine(storage);
+    });
+}
+
+void read_samples(benchmark::State& state)
+{
+    constexpr std::int32_t host_order = 1;
+    const auto bits = static_cast<std::uint16_t>(state.range(0));
+    const std::vector<std::uint8_t> file(std::size_t{width} * height * channels * bits / 8, 7);
+    read_file(state, file, [&](NUV_Manager& manager, NUV_InputStorage* storage) {
+        NUV_Header header(manager);
+        header.width(width);
+        header.height(height);
+        header.channels(channels);
+        header.bits(bits);
+        header.data_type(NUV_DataType::u_integer);
+        header.color_type(NUV_ColorType::s_rgb);
+        header.encode_type(NUV_EncodeType::raw);
+        return NUV_ReadStorage(manager).engine(storage, &header, 0, 0, host_order);
+    });
 }
 
 void copy_bytes(benchmark::State& state)
@@ -128,6 +173,8 @@ void convert_row(benchmark::State& state)
 constexpr auto last = static_cast<std::int64_t>(std::size(cases)) - 1;
 BENCHMARK(copy_bytes)->DenseRange(0, last)->Unit(benchmark::kMillisecond);
 BENCHMARK(read_bitmap)->DenseRange(0, last)->Unit(benchmark::kMillisecond);
+BENCHMARK(read_internal)->Arg(8)->Arg(16)->Unit(benchmark::kMillisecond);
+BENCHMARK(read_samples)->Arg(8)->Arg(16)->Unit(benchmark::kMillisecond);
 BENCHMARK(convert_row)->ArgsProduct({{0, 1}, {16, 24, 32}})->ArgNames({"form", "depth"});
 
 } // namespace

@@ -182,6 +182,13 @@ class Pictures:
                            stdout=file, check=True)
         return path
 
+    def png(self, level):
+        path = self.path(f"level{level}.png")
+        with open(path, "wb") as file:
+            subprocess.run(["pnmtopng", "-quiet", "-compression", str(level), self.photo],
+                           stdout=file, check=True)
+        return path
+
     @functools.cached_property
     def scan_size(self):
         """20000 x 20000 beside 24 megapixels, and in proportion."""
