@@ -195,8 +195,8 @@ private:
                    std::generic_category().message(watch.stream_error) + ".";
         name_the_word(text);
         name_option(text, failure.limit);
-        if (names_standard_input(errand_.source) && failure.status == NUV_IO)
-            text += " (The name of standard input is -.)";
+        if (failure.status == NUV_IO)
+            hint_at_standard_input(text, errand_.source);
         return file + ": " + text;
     }
 

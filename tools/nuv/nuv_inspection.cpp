@@ -76,6 +76,8 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
     nuv_why(job.get(), &told.failure);
     told.message = nuv_message(job.get());
     name_option(told.message, told.failure.limit);
+    if (told.failure.status == NUV_IO)
+        hint_at_standard_input(told.message, path);
     if (told.failure.status == NUV_OK)
         told.damaged_line = nuv_first_damaged_line(job.get()) + 1;
     return told;

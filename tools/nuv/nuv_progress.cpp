@@ -121,8 +121,11 @@ std::string ProgressBar::text(Clock::time_point now) const
     const auto left = std::chrono::duration_cast<std::chrono::seconds>(
         spent * (static_cast<double>(all - done) / static_cast<double>(done)));
     char numbers[96];
-    std::snprintf(numbers, sizeof(numbers), "%3u%%  %zu of %zu pictures",
-                  static_cast<unsigned>(percent), pictures_done_.load(), pictures_);
+    const int length =
+        std::snprintf(numbers, sizeof(numbers), "%3u%%", static_cast<unsigned>(percent));
+    if (pictures_ > 1)
+        std::snprintf(numbers + length, sizeof(numbers) - static_cast<std::size_t>(length),
+                      "  %zu of %zu pictures", pictures_done_.load(), pictures_);
     std::string line{numbers};
     if (done < all)
         line.append("  ").append(clock_text(left)).append(" left");

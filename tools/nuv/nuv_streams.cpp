@@ -51,9 +51,10 @@ bool write_standard_output(const void* from, std::size_t bytes, int& error)
     return true;
 }
 
-bool names_standard_input(std::string_view path)
+void hint_at_standard_input(std::string& message, std::string_view path)
 {
-    return path == "/dev/stdin" || path == "/dev/fd/0" || path == "/proc/self/fd/0";
+    if (path == "/dev/stdin" || path == "/dev/fd/0" || path == "/proc/self/fd/0")
+        message.append(" (The name of standard input is -.)");
 }
 
 bool names_standard_output(std::string_view path)

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,8 +17,10 @@ namespace nuv_tool {
 [[nodiscard]] ptrdiff_t read_standard_input(void* into, std::size_t bytes, int& error);
 [[nodiscard]] bool write_standard_output(const void* from, std::size_t bytes, int& error);
 
-// True for the names that the system has for these streams, as "/dev/stdout".
-[[nodiscard]] bool names_standard_input(std::string_view path);
+// Of a message that the file at `path` cannot be read: tells the name that the tool has for it,
+// when it is the system's name of the standard input, as "/dev/stdin".
+void hint_at_standard_input(std::string& message, std::string_view path);
+// True for the names that the system has for the standard output.
 [[nodiscard]] bool names_standard_output(std::string_view path);
 
 // Samples that come by the standard input, and have to stay as long as the job that reads them.
