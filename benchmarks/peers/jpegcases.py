@@ -10,8 +10,8 @@ def encode(pictures):
     for sampling, factors, aim in (("420", "2x2", 1.25), ("422", "2x1", 1.25), ("444", "1x1", None)):
         yield Case(
             f"encode {':'.join(sampling)}", pictures.pixels,
-            Command("nuv", (pictures.nuv, "convert", photo, ours, "--quality", "75", "--sampling",
-                            sampling)),
+            Command("nuv", (pictures.nuv, "convert", photo, ours, "-f", "--quality", "75",
+                            "--sampling", sampling)),
             (Command("cjpeg", ("cjpeg", "-quality", "75", "-sample", factors, "-dct", "int",
                                "-outfile", theirs, photo)),),
             aim=aim)
@@ -47,7 +47,7 @@ def lossless(pictures):
         copy = Command("copy", (pictures.nuv, "convert", raw, pictures.path("copy.raw"),
                                 *raw_words))
         floor = Command("dcmconv, no coding", ("dcmconv", plain, theirs))
-        encoded = (pictures.nuv, "convert", raw, ours, *raw_words)
+        encoded = (pictures.nuv, "convert", raw, ours, "-f", *raw_words)
         peers = (Command("dcmcjpeg", ("dcmcjpeg", "+e1", plain, theirs)),)
         for name, words in (("fixed table", ()), ("own table", ("--optimise",))):
             yield Case(f"lossless {kind}, {name}", pictures.pixels,

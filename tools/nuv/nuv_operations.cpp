@@ -187,6 +187,7 @@ Operation parse_operation(const std::string& text)
 std::vector<Operation> parse_operations(const std::vector<std::string>& words)
 {
     std::vector<Operation> operations;
+    operations.reserve(words.size());
     for (const std::string& word : words)
         operations.push_back(parse_operation(word));
     return operations;
