@@ -133,6 +133,12 @@ void nuv_job::take_failure() noexcept
         why = NUV_Diagnosis().because(NUV_Cause::damaged).says("it ends early");
     if (why.cause == NUV_Cause::bad_call)
         why.cause = NUV_Cause::invalid; // what a header says does not fit together
+    // A place that the file does not reach, and a part that is not what the whole says it is.
+    const bool is_beyond =
+        why.cause == NUV_Cause::io && why.system_error == 0 && !why.in_destination;
+    const bool is_part = why.cause == NUV_Cause::unknown_kind && info;
+    if (why.text[0] == '\0' && (is_beyond || is_part))
+        why.cause = NUV_Cause::damaged;
     if (why.cause == NUV_Cause::limit) {
         const bool is_memory = manager->status().code == nuv::NUV_ERR_MEMORY;
         note_limit(is_memory ? NUV_PASSED_MEMORY : NUV_PASSED_COUNT);

@@ -220,6 +220,8 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         {NUV_UNKNOWN_KIND, "The source is empty.", [&](nuv_job* j) { return nuv_open_memory(j, text.data(), 0); }},
         {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide), NUV_PASSED_SIDE},
         {NUV_UNSUPPORTED, "not served: arithmetic coding (DAC), at byte 177.", [](nuv_job* j) { return nuv_open_file(j, api_fixture("jpeg/refused_arithmetic.jpg").c_str()); }},
+        {NUV_DAMAGED, "", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/planes_cut.tif").c_str()); }},
+        {NUV_DAMAGED, "", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/stream_too_short.tif").c_str()); }},
         {NUV_DAMAGED, "line 2 of 2 is not there", [&](nuv_job* j) { open_bytes(short_one)(j); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
         {NUV_BAD_CALL, "nuv_open_samples(): the record", [&](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, &wrong); }},
         {NUV_BAD_CALL, "into a stride of 5", [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 5, &picture); }},

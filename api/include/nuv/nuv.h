@@ -313,8 +313,9 @@ NUV_API nuv_status nuv_as_samples(nuv_job* job, int planar);
 
 /* ---- the run: one of these, once. `progress` may be null ---- */
 
-/* Beside the destination first, and in its place only when it is whole and the system has it on the
-   disk. A file that stood there keeps its rights; a failure leaves it as it was. */
+/* In the place of the destination only when it is whole and the system has it on the disk; without
+   a name until then, or beside the destination where the system has no such files. A file that
+   stood there keeps its rights; a failure leaves it as it was. */
 NUV_API nuv_status nuv_run_to_file(nuv_job* job, const char* path, nuv_progress progress,
                                    void* user);
 /* Into memory of the job: see nuv_result(). */
