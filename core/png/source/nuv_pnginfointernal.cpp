@@ -7,6 +7,8 @@
 #include "framework/io/nuv_checkedstream.h"
 #include "framework/utility/nuv_endian.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <bit>
 #include <csetjmp>
@@ -372,17 +374,36 @@ bool NUV_PNGInfoInternal::read_end() noexcept
 
 void NUV_PNGInfoInternal::read_callback(png_structp png, png_bytep into, std::size_t bytes)
 {
-    constexpr std::uint8_t gamma_name[] = {'g', 'A', 'M', 'A'};
-    constexpr png_uint_32 in_data = PNG_IO_READING | PNG_IO_CHUNK_DATA;
-
     auto* self = static_cast<NUV_PNGInfoInternal*>(png_get_io_ptr(png));
     // No chunk, and so no request, is longer than 31 bits.
     if (!self->read_storage(into, static_cast<std::uint32_t>(bytes)))
         png_error(png, "Read error: nuv_read_callback()");
-    const bool is_gamma = png_get_io_chunk_type(png) == load_be32(gamma_name) &&
-                          png_get_io_state(png) == in_data && bytes == sizeof(gamma_);
-    if (is_gamma && self->gamma_ == 0) // libpng drops a second one
-        self->gamma_ = load_be32(into);
+    if (bytes == sizeof(self->gamma_))
+        self->note_gamma(into);
+}
+
+// libpng does not tell whether it has kept a gAMA chunk where an sRGB chunk implies a gamma, too.
+// It drops one behind a palette, one with a wrong checksum, a second one, and what can be no gamma.
+void NUV_PNGInfoInternal::note_gamma(const std::uint8_t* four_bytes) noexcept
+{
+    constexpr std::uint8_t gamma_name[] = {'g', 'A', 'M', 'A'};
+    constexpr std::uint8_t palette_name[] = {'P', 'L', 'T', 'E'};
+    constexpr std::uint32_t least = 16;
+    constexpr std::uint32_t most = 625000000;
+
+    const png_uint_32 chunk = png_get_io_chunk_type(png_);
+    const png_uint_32 part = png_get_io_state(png_) & PNG_IO_MASK_LOC;
+    const std::uint32_t number = load_be32(four_bytes);
+    is_behind_palette_ = is_behind_palette_ || chunk == load_be32(palette_name);
+    if (chunk != load_be32(gamma_name) || is_behind_palette_ || gamma_ != 0)
+        return;
+    if (part == PNG_IO_CHUNK_DATA) {
+        std::copy_n(gamma_name, sizeof(gamma_name), gamma_chunk_);
+        std::copy_n(four_bytes, sizeof(gamma_), gamma_chunk_ + sizeof(gamma_name));
+    } else if (part == PNG_IO_CHUNK_CRC && crc32(0, gamma_chunk_, sizeof(gamma_chunk_)) == number) {
+        const std::uint32_t stored = load_be32(gamma_chunk_ + sizeof(gamma_name));
+        gamma_ = stored >= least && stored <= most ? stored : 0;
+    }
 }
 
 void NUV_PNGInfoInternal::error_callback(png_structp png, png_const_charp text)

@@ -81,6 +81,8 @@ private:
     static void free_callback(png_structp png, void* memory);
 
     [[nodiscard]] bool read_storage(void* into, std::uint32_t bytes) noexcept;
+    // For each piece of four bytes, of whatever.
+    void note_gamma(const std::uint8_t* four_bytes) noexcept;
     [[nodiscard]] void* allocate(std::size_t bytes) noexcept;
     void deallocate(void* memory) noexcept;
 
@@ -112,9 +114,11 @@ private:
     png_textp text_chunks_ = nullptr;
     int text_count_ = 0;
 
-    std::uint32_t gamma_ = 0;    // of the gAMA chunk as it is stored, 0 without one
-    std::size_t held_bytes_ = 0; // by libpng
-    bool limits_memory_ = true;  // while what it takes depends on texts and profiles
+    std::uint32_t gamma_ = 0;          // of the gAMA chunk as it is stored, 0 without one
+    std::uint8_t gamma_chunk_[8] = {}; // its name and its data
+    bool is_behind_palette_ = false;   // the chunk at hand, or that itself
+    std::size_t held_bytes_ = 0;       // by libpng
+    bool limits_memory_ = true;        // while what it takes depends on texts and profiles
     bool has_passed_limit_ = false;
     bool was_refused_memory_ = false;
     bool begun_ = false;

@@ -157,6 +157,15 @@ TEST(PNG, TellsWhatTheFileSaysBesideItsPixels)
     const NUV_TestStored bare(chain.manager(), little.end());
     ASSERT_TRUE(info.load(bare.storage()));
     EXPECT_EQ(told(info), "2 0 2, bits 0 0, time 0 0 0, background 0 0, offset 0 0 2, pixels 0 2, 0 0 0, scale 0 0 3, 0100000000");
+    // What libpng drops is not told because an sRGB chunk implies it.
+    const auto with_srgb = [&] { return picture.head().chunk("sRGB", {2}); };
+    PNGCraft spoilt_gamma = with_srgb().chunk("gAMA", {0, 0, 0x4E, 0x20});
+    spoilt_gamma.bytes.back() ^= 1;
+    for (PNGCraft craft_without : {spoilt_gamma, with_srgb().chunk("PLTE", Bytes(6, 9)).chunk("gAMA", {0, 0, 0x4E, 0x20}), with_srgb().chunk("gAMA", {0, 0, 0, 15})}) {
+        const NUV_TestStored without(chain.manager(), craft_without.chunk("IDAT", {}).end());
+        ASSERT_TRUE(info.load(without.storage()));
+        EXPECT_FALSE(info.fields().present[NUV_PNGTypes::gama]);
+    }
     // clang-format on
 }
 
