@@ -62,22 +62,30 @@ constexpr Format gray16 = {1, 16};
 
 // `build(job, param)` adds what stands between the two memories.
 template <class Build>
-void run(benchmark::State& state, const Format& format, Build&& build)
+void run_between(benchmark::State& state, const Bytes& in, Bytes& out, const Format& format,
+                 std::uint32_t across, std::uint32_t down, Build&& build)
 {
+    ImageParam param{};
+    param.width = across;
+    param.height = down;
+    param.bits = format.bits;
+    param.channels = format.channels;
+    param.color = param.channels == 1 ? ColorType::eGray : ColorType::eRGB;
+    const auto bytes = static_cast<int>(across * down * format.channels * format.bits / 8);
     for ([[maybe_unused]] auto _ : state) {
         NuvWrapperClass job;
-        job.SetSrcMemory(source().data(), format.bytes());
-        job.SetDstMemory(destination().data(), format.bytes());
-        ImageParam param{};
-        param.width = width;
-        param.height = height;
-        param.bits = format.bits;
-        param.channels = format.channels;
-        param.color = format.channels == 1 ? ColorType::eGray : ColorType::eRGB;
+        job.SetSrcMemory(in.data(), bytes);
+        job.SetDstMemory(out.data(), bytes);
         build(job, param);
         if (job.Execute() != 0)
             state.SkipWithError("the run failed");
     }
+}
+
+template <class Build>
+void run(benchmark::State& state, const Format& format, Build&& build)
+{
+    run_between(state, source(), destination(), format, width, height, build);
 }
 
 // The same for an operation of core.
@@ -109,13 +117,30 @@ void run_core(benchmark::State& state, const Format& format, Append&& append)
     destroy_manager(manager);
 }
 
+void turn(NuvWrapperClass& job, ImageParam& param, int angle)
+{
+    job.ReadStorage(&param);
+    job.Rotate90(angle);
+    job.WriteStorage(nullptr);
+}
+
 void rotate(benchmark::State& state, const Format& format, int angle)
 {
-    run(state, format, [=](NuvWrapperClass& job, ImageParam& param) {
-        job.ReadStorage(&param);
-        job.Rotate90(angle);
-        job.WriteStorage(nullptr);
-    });
+    run(state, format, [=](NuvWrapperClass& job, ImageParam& param) { turn(job, param, angle); });
+}
+
+// RGB of so many thousand pixels and lines, as time a pixel.
+void rotate_large(benchmark::State& state)
+{
+    const auto side = static_cast<std::uint32_t>(state.range(0));
+    const std::uint32_t megapixels = side * side;
+    const Bytes in(std::size_t{3'000'000} * megapixels, 1);
+    Bytes out(in.size(), 1);
+    run_between(state, in, out, rgb, 1000 * side, 1000 * side,
+                [](NuvWrapperClass& job, ImageParam& each) { turn(job, each, 90); });
+    state.counters["a_pixel"] =
+        benchmark::Counter(1e6 * megapixels, benchmark::Counter::kIsIterationInvariantRate |
+                                                 benchmark::Counter::kInvert);
 }
 
 void mirror_y(benchmark::State& state, const Format& format)
@@ -147,6 +172,11 @@ BENCHMARK_CAPTURE(rotate, gray_90, gray, 90)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, gray_180, gray, 180)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, gray16_90, gray16, 90)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, gray16_180, gray16, 180)->Unit(benchmark::kMillisecond);
+BENCHMARK(rotate_large)
+    ->RangeMultiplier(2)
+    ->Range(2, 16)
+    ->MinWarmUpTime(0.1)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(mirror_y, rgb, rgb)->Unit(benchmark::kMillisecond);
 BENCHMARK(read_planes)->Unit(benchmark::kMillisecond);
 BENCHMARK(write_planes)->Unit(benchmark::kMillisecond);
