@@ -85,7 +85,7 @@ void combine_lines(benchmark::State& state)
                                source<T>().data() + 3 * line_samples};
     constexpr double unit = std::is_same_v<Weight, double> ? 1 : 4096;
     NUV_CubicWeights<Weight> weights{};
-    const double taps[4] = {-0.125, 0.625, 0.625, -0.125};
+    const double taps[4] = {-0.1, 0.6, 0.62, -0.12};
     for (int i = 0; i < 4; ++i)
         weights.tap[i] = static_cast<Weight>(taps[i] * unit);
     std::vector<T> out(line_samples);
@@ -125,8 +125,9 @@ void convolve_row(benchmark::State& state)
     const auto kernel =
         choose_convolve_row<Byte, NUV_CubicTaps<std::int32_t>>(form(state), count, true).convolve;
     for ([[maybe_unused]] auto _ : state) {
-        kernel(source<Byte>().data(), {taps.data(), {offsets.data(), pairs.data(), pairs.data()}},
-               out.data(), pixels, count, {});
+        kernel(source<Byte>().data(),
+               {taps.data(), {offsets.data(), pairs.data(), pairs.data()}, {}, false}, out.data(),
+               pixels, count, {});
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));
@@ -148,13 +149,14 @@ void reduce_area_row(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels));
 }
 
+template <class T, class Sum>
 void reduce_area_lines(benchmark::State& state)
 {
-    std::vector<Byte> out(line_samples);
-    const std::vector<std::int32_t> sums(line_samples, 200);
-    const auto kernel = choose_reduce_area_lines<Byte, std::int32_t>(form(state));
+    std::vector<T> out(line_samples);
+    const std::vector<Sum> sums(line_samples, 200);
+    const auto kernel = choose_reduce_area_lines<T, Sum>(form(state));
     for ([[maybe_unused]] auto _ : state) {
-        kernel(source<Byte>().data(), sums.data(), source<Byte>().data() + line_samples, out.data(),
+        kernel(source<T>().data(), sums.data(), source<T>().data() + line_samples, out.data(),
                line_samples, {0, 0.75, 0.75}, 1 / 2.5);
         benchmark::ClobberMemory();
     }
@@ -162,12 +164,16 @@ void reduce_area_lines(benchmark::State& state)
 }
 
 BENCHMARK(combine_lines<Byte, std::int32_t>)->Arg(0)->Arg(1);
-BENCHMARK(combine_lines<Word, double>)->Arg(0)->Arg(1);
+BENCHMARK(combine_lines<Word, std::int32_t>)->Arg(0)->Arg(1);
+BENCHMARK(combine_lines<Word, double>)->Arg(0)->Arg(1)->Arg(2);
 BENCHMARK(blend_lines<Byte, std::int32_t>)->Arg(0)->Arg(1);
-BENCHMARK(blend_lines<Word, double>)->Arg(0)->Arg(1);
+BENCHMARK(blend_lines<Word, std::int32_t>)->Arg(0)->Arg(1);
+BENCHMARK(blend_lines<Word, double>)->Arg(0)->Arg(1)->Arg(2);
 BENCHMARK(convolve_row)->ArgsProduct({{0, 1}, {1, 3, 4}});
 BENCHMARK(reduce_area_row)->ArgsProduct({{0, 1}, {3, 4}});
-BENCHMARK(reduce_area_lines)->Arg(0)->Arg(1);
+BENCHMARK(reduce_area_lines<Byte, std::int16_t>)->Arg(0)->Arg(1);
+BENCHMARK(reduce_area_lines<Byte, std::int32_t>)->Arg(0)->Arg(1);
+BENCHMARK(reduce_area_lines<Word, std::int32_t>)->Arg(0)->Arg(1);
 
 } // namespace
 } // namespace nuv

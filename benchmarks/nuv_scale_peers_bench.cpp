@@ -1,8 +1,21 @@
-// Scaling 24 megapixels from memory to memory through the exported class, each row beside a library
-// that does the like: OpenCV, libyuv, zimg or stb, those that are installed. zimg has a plane for
-// each channel. Its filters, and those of libyuv and stb, are not ours.
+// Scaling 24 megapixels from memory to memory, with all forms and with those for AVX2 alone, each
+// row beside a library that does the like: OpenCV, libyuv, zimg or stb, those that are installed.
+// zimg has a plane for each channel. Its filters, and those of libyuv and stb, are not ours.
 
-#include "wrapper/nuv_wrapper.h"
+#include "core/scale/nuv_scalecc.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
+#include "core/scale/nuv_scalepp.h"
+#include "core/storage/nuv_readstorage.h"
+#include "core/storage/nuv_writestorage.h"
+#include "extension/scalei2varex/nuv_scalei2varexby.h"
+#include "framework/base/nuv_held.h"
+#include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_bytearrayoutputstorage.h"
+#include "framework/manager/nuv_blockworkflow.h"
+#include "framework/manager/nuv_firsterrorhandler.h"
+#include "framework/manager/nuv_mallocmemorymanager.h"
+#include "framework/manager/nuv_managerimpl.h"
 
 #include <benchmark/benchmark.h>
 
@@ -78,26 +91,48 @@ std::uint8_t* destination(const Task& task)
     return bytes.data();
 }
 
-using Scale = int (NuvWrapperClass::*)(unsigned, unsigned);
+using Append = nuv::NUV_Engine* (*)(nuv::NUV_Manager&, nuv::NUV_Engine*, unsigned, unsigned);
 
-void run_nuv(benchmark::State& state, const Task& task, Scale scale)
+template <class Creator>
+nuv::NUV_Engine* append(nuv::NUV_Manager& manager, nuv::NUV_Engine* last, unsigned to_width,
+                        unsigned to_height)
 {
+    return Creator(manager).engine(last, to_width, to_height);
+}
+
+// With the forms for `level`, which is looked at when it runs.
+void scale(benchmark::State& state, const Task& task, Append append_scale,
+           const nuv::NUV_Cpu* level)
+{
+    using Manager = nuv::NUV_ManagerImpl<nuv::NUV_MallocMemoryManager, nuv::NUV_FirstErrorHandler,
+                                         nuv::NUV_BlockWorkflow>;
+    if (!nuv::NUV_Cpu::current().can_run(*level)) {
+        state.SkipWithError("not this processor");
+        return;
+    }
     const std::uint8_t* from = source(task);
     std::uint8_t* to = destination(task);
     for ([[maybe_unused]] auto _ : state) {
-        NuvWrapperClass job;
-        job.SetSrcMemory(from, static_cast<int>(task.in_bytes()));
-        job.SetDstMemory(to, static_cast<int>(task.out_bytes()));
-        ImageParam param{};
-        param.width = width;
-        param.height = height;
-        param.bits = static_cast<unsigned short>(task.bits);
-        param.channels = static_cast<unsigned short>(task.channels);
-        job.ReadStorage(&param);
-        (job.*scale)(task.out_width(), task.out_height());
-        job.WriteStorage(nullptr);
-        if (job.Execute() != 0)
-            state.SkipWithError("the run failed");
+        Manager manager(*level);
+        const auto in = nuv::make_initiated<nuv::NUV_ByteArrayInputStorage>(
+            manager, from, static_cast<std::int32_t>(task.in_bytes()));
+        const auto out = nuv::make_initiated<nuv::NUV_ByteArrayOutputStorage>(
+            manager, to, static_cast<std::int32_t>(task.out_bytes()));
+        nuv::NUV_Header header(manager);
+        header.width(width);
+        header.height(height);
+        header.channels(static_cast<std::uint16_t>(task.channels));
+        header.bits(static_cast<std::uint16_t>(task.bits));
+        nuv::NUV_Engine* engine = nuv::NUV_ReadStorage(manager).engine(in.get(), &header, 0, 0, 1);
+        engine = append_scale(manager, engine, task.out_width(), task.out_height());
+        engine = nuv::NUV_WriteStorage(manager).engine(engine, out.get(), 0, 0, 0, 1);
+        if (!engine) {
+            state.SkipWithError("no chain");
+            return;
+        }
+        while (engine->execute()) {
+        }
+        engine->end();
     }
 }
 
@@ -227,17 +262,17 @@ constexpr Peer stb_area = nullptr;
 
 struct Row {
     const char* name;
-    Scale scale;
+    Append append_scale;
     Task task;
     const char* peer_name;
     Peer peer;
 };
 
-constexpr Scale nearest = &NuvWrapperClass::ScaleNN;
-constexpr Scale linear = &NuvWrapperClass::ScaleLI;
-constexpr Scale cubic = &NuvWrapperClass::ScaleCC;
-constexpr Scale area = &NuvWrapperClass::ScalePP;
-constexpr Scale fine = &NuvWrapperClass::ScaleI2VAREx;
+constexpr Append nearest = append<nuv::NUV_ScaleNN>;
+constexpr Append linear = append<nuv::NUV_ScaleLI>;
+constexpr Append cubic = append<nuv::NUV_ScaleCC>;
+constexpr Append area = append<nuv::NUV_ScalePP>;
+constexpr Append fine = append<nuv::NUV_ScaleI2VARExBy<nuv::NUV_FixedReal>>;
 
 // Channels, bits, percent.
 // clang-format off
@@ -284,8 +319,12 @@ std::string title(const Row& row)
 
 [[maybe_unused]] const bool are_registered = [] {
     for (const Row& row : rows) {
-        benchmark::RegisterBenchmark((title(row) + "/nuv").c_str(), run_nuv, row.task, row.scale)
-            ->Unit(benchmark::kMillisecond);
+        for (const nuv::NUV_Cpu* level : {&nuv::NUV_Cpu::current(), &nuv::NUV_Cpu::avx2}) {
+            const char* form = level == &nuv::NUV_Cpu::avx2 ? "/AVX2" : "/nuv";
+            benchmark::RegisterBenchmark((title(row) + form).c_str(), scale, row.task,
+                                         row.append_scale, level)
+                ->Unit(benchmark::kMillisecond);
+        }
         if (row.peer)
             benchmark::RegisterBenchmark((title(row) + "/" + row.peer_name).c_str(), row.peer,
                                          row.task)

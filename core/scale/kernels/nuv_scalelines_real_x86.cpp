@@ -282,7 +282,7 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
     const NUV_SplitAVX2 integers(split);
     const __m256i maximum = _mm256_set1_epi16(static_cast<std::int16_t>(limits.maximum));
     constexpr std::size_t step = 16;
-    std::size_t doubtful = 0;
+    std::size_t doubtful = split.is_nearly_exact ? samples : 0;
     std::size_t i = 0;
     for (; split.fits && i + step <= samples; i += step) {
         bool doubt = doubtful > patience + i / (4 * step);
@@ -308,7 +308,7 @@ void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* ou
     const NUV_SplitAVX512 integers(split);
     const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
     constexpr std::size_t step = 32;
-    std::size_t doubtful = 0;
+    std::size_t doubtful = split.is_nearly_exact ? samples : 0;
     std::size_t i = 0;
     for (; split.fits && i + step <= samples; i += step) {
         bool doubt = doubtful > patience + i / (4 * step);

@@ -27,7 +27,8 @@ struct NUV_SplitWeights {
     std::int32_t high[4]; // these fit 16 bits
     std::int32_t low[4];
     bool is_exact;
-    bool fits; // else nothing holds
+    bool is_nearly_exact; // but for a hair, and not whole numbers, whose sums are far off a half
+    bool fits;            // else nothing holds
 };
 
 inline constexpr int split_bits = 14;
@@ -52,9 +53,10 @@ struct NUV_SplitWeight {
 [[nodiscard]] inline NUV_SplitWeights split_weights(const double (&weights)[4]) noexcept
 {
     constexpr double unit = std::int64_t{1} << 2 * split_bits;
-    NUV_SplitWeights split{{}, {}, true, true};
+    NUV_SplitWeights split{{}, {}, true, true, true};
     std::int64_t units[4] = {0, std::int64_t{1} << 2 * split_bits, 0, 0};
     std::int64_t magnitude = 0;
+    bool is_whole = true;
     for (const int i : {0, 2, 3, 1}) {
         if (!(std::abs(weights[i]) < 1.99)) {
             split.fits = false;
@@ -67,10 +69,12 @@ struct NUV_SplitWeight {
         const auto [high, low] = split_units(units[i]);
         split.high[i] = high;
         split.low[i] = low;
-        split.is_exact =
-            split.is_exact && split.low[i] == 0 && weights[i] * (1 << split_bits) == high;
+        split.is_nearly_exact = split.is_nearly_exact && low == 0;
+        split.is_exact = split.is_exact && low == 0 && weights[i] * (1 << split_bits) == high;
+        is_whole = is_whole && high % (1 << split_bits) == 0;
         magnitude += std::abs(high);
     }
+    split.is_nearly_exact = split.is_nearly_exact && !split.is_exact && !is_whole;
     constexpr std::int64_t most_magnitude = 65000; // so that sums fit 32 bits
     split.fits = magnitude <= most_magnitude;
     return split;

@@ -77,7 +77,7 @@ public:
 
 private:
     // On average a window has to make so many pixels.
-    static constexpr std::size_t least_pixels = 2;
+    static constexpr std::size_t least_pixels = 3;
 
     std::size_t pixel_bytes_ = 1;
     std::size_t pixels_ = 0;

@@ -61,17 +61,19 @@ public:
             if (!low_.allocate(manager, pixels_))
                 return false;
             is_exact_ = true;
+            bool fits = true;
+            std::size_t nearly_exact = 0;
             for (std::size_t k = 0; k < pixels_; ++k) {
                 const NUV_SplitWeights split = split_weights(taps_[k].weight);
-                if (!split.fits) {
-                    constexpr bool is_narrow = false;
-                    form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels_, is_narrow);
-                    return true;
-                }
                 packed_.set(k, taps_[k].offset, std::to_array(split.high));
                 low_.set(k, taps_[k].offset, std::to_array(split.low));
+                fits = fits && split.fits;
                 is_exact_ = is_exact_ && split.is_exact;
+                nearly_exact += split.is_nearly_exact ? 1 : 0;
             }
+            constexpr bool is_narrow = false;
+            if (!fits || nearly_exact > pixels_ / 8)
+                form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels_, is_narrow);
         }
         return true;
     }
