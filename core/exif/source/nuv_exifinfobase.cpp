@@ -89,7 +89,8 @@ bool NUV_ExifInfoBase::load_attributes(NUV_InputStorage* storage)
     QDTIFF_ImageFileHeader header;
     const QDTIFF_Status status = header.read(input);
     if (is_bad_byte_order(status))
-        warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid byte order").text());
+        warn(manager(), NUV_WARN_INVALID_DATA, Method(operation, " - invalid byte order").text(),
+             NUV_Diagnosis().says("a byte order that is neither II nor MM"));
     else if (!raise(status, operation, 0))
         return false;
     if (input.seek(header.first_ifd_offset) != header.first_ifd_offset) {

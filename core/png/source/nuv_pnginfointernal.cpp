@@ -377,7 +377,7 @@ void NUV_PNGInfoInternal::read_callback(png_structp png, png_bytep into, std::si
     auto* self = static_cast<NUV_PNGInfoInternal*>(png_get_io_ptr(png));
     // No chunk, and so no request, is longer than 31 bits.
     if (!self->read_storage(into, static_cast<std::uint32_t>(bytes)))
-        png_error(png, "Read error: nuv_read_callback()");
+        png_error(png, png_read_error);
     if (bytes == sizeof(self->gamma_))
         self->note_gamma(into);
 }

@@ -31,7 +31,7 @@ constexpr PNGMessage messages[] = {
     {"PLTE: CRC error", NUV_ERR_BROKEN_DATA},
     {"IDAT: CRC error", NUV_ERR_BROKEN_DATA},
     {"IEND: CRC error", NUV_ERR_BROKEN_DATA},
-    {"Read error: nuv_read_callback()", NUV_ERR_BROKEN_DATA},
+    {png_read_error, NUV_ERR_BROKEN_DATA},
     {"Image width or height is zero in IHDR", NUV_ERR_INVALID_DATA},
     {"Unknown interlace method in IHDR", NUV_ERR_INVALID_DATA},
     {"Unknown compression method in IHDR", NUV_ERR_INVALID_DATA},
@@ -63,7 +63,7 @@ void nuv_pngregiststatus(NUV_Manager& manager, const char* message, const char* 
     if (code == NUV_ERROR && why.cause == NUV_Cause::none) // of what libpng has no other for
         why.because(NUV_Cause::damaged);
     if (why.text[0] == '\0')
-        why.says("%s", message);
+        why.says("%s", std::string_view(message) == png_read_error ? "it ends early" : message);
     fail(manager, code, method, why);
 }
 

@@ -8,6 +8,9 @@
 
 namespace nuv {
 
+// What libpng is told when the storage has no more.
+inline constexpr const char* png_read_error = "Read error: nuv_read_callback()";
+
 // The status that an error text of libpng stands for; NUV_STATUS_OK for data that is no PNG file,
 // which a probe is silent about.
 [[nodiscard]] NUV_StatusCode png_status_of(std::string_view message) noexcept;

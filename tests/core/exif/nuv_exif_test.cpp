@@ -143,6 +143,7 @@ std::size_t probed(const Bytes& file, bool is_taken, NUV_StatusCode code = NUV_S
     EXPECT_EQ(probe.info.loaded(), is_taken);
     EXPECT_EQ(probe.chain.status().code, code);
     EXPECT_EQ(probe.chain.status().method, words.empty() ? "" : "NUV_ExifInfoBase::" + words);
+    EXPECT_EQ(*probe.chain.manager().diagnosis().text != '\0', !words.empty()) << "a reason";
     probe.chain.manager().reset();
     EXPECT_TRUE(probe.storage->to_begin());
     NUV_ReadRasterEx search(probe.chain.manager());
