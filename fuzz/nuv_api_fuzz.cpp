@@ -3,7 +3,6 @@
 // api/libnuvc.symbols has its entry here, which the build checks.
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <tuple>
@@ -11,21 +10,29 @@
 
 #include "api/include/nuv/nuv.h"
 #include "fuzz/nuv_numbers.h"
+#include "fuzz/nuv_require.h"
 
 namespace {
 
 using nuv::NUV_Numbers;
+using nuv::require;
 
 constexpr int most_calls = 64;
 constexpr std::uint32_t most_side = 64; // of samples of the caller
 constexpr std::size_t most_stride = std::size_t{1} << 12;
 constexpr std::uint32_t most_channels = 6;
 
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+// What arguments are taken from: what there is, and what there is not.
+constexpr auto no_color = static_cast<nuv_color>(0x3FFF);
+constexpr auto no_sampling = static_cast<nuv_sampling>(0x1FFF);
+// clang-format off
+constexpr std::uint16_t depths[] = {8, 1, 16, 32, 64, 2, 3, 0, 65535};
+constexpr nuv_color colors[] = {NUV_COLOR_OTHER, NUV_GRAY, NUV_GRAY_REVERSE, NUV_LSTAR, NUV_RGB, NUV_XYZ, NUV_YCBCR, NUV_CMYK, no_color};
+constexpr nuv_sampling samplings[] = {NUV_SAMPLING_DEFAULT, NUV_SAMPLING_444, NUV_SAMPLING_422, NUV_SAMPLING_420, NUV_SAMPLING_411, NUV_SAMPLING_OTHER, no_sampling};
+constexpr double factors[] = {1, -1, 0.5, 257, 1 / 257.0, 0, 1e300, -1e-300};
+constexpr std::uint32_t entries[] = {256, 65536, 0, 1, 99, 65537};
+constexpr const char* paths[] = {nullptr, "", "/dev/null", "no/such/folder/file"};
+// clang-format on
 
 // What the functions of the caller are given.
 struct NUV_Job {
@@ -38,12 +45,6 @@ struct NUV_Job {
 
     bool is_enough() { return calls_left > 0 && --calls_left == 0; }
 };
-
-template <class T, std::size_t count>
-T one_of(const T (&values)[count], NUV_Job& it)
-{
-    return values[it.numbers.byte() % count];
-}
 
 // Mostly of its true size, and of any other with room behind it, as of a later version.
 template <class T>
@@ -83,36 +84,10 @@ int whole(NUV_Job& it)
     return (static_cast<int>(it.numbers.byte()) - 128) * 15;
 }
 
-std::uint16_t depth(NUV_Job& it)
+template <auto& values>
+auto one_of(NUV_Job& it)
 {
-    return one_of<std::uint16_t>({8, 1, 16, 32, 64, 2, 3, 0, 65535}, it);
-}
-
-nuv_color color(NUV_Job& it)
-{
-    return static_cast<nuv_color>(
-        one_of({0, 0x10, 0x11, 0x12, 0x100, 0x104, 0x1000, 0x2000, 0x3FFF}, it));
-}
-
-nuv_sampling sampling(NUV_Job& it)
-{
-    return static_cast<nuv_sampling>(
-        one_of({0, 0x1001, 0x1010, 0x1011, 0x1100, 0x1111, 0x1FFF}, it));
-}
-
-double factor(NUV_Job& it)
-{
-    return one_of<double>({1, -1, 0.5, 257, 1 / 257.0, 0, 1e300, -1e-300}, it);
-}
-
-std::uint32_t entries(NUV_Job& it)
-{
-    return one_of<std::uint32_t>({256, 65536, 0, 1, 99, 65537}, it);
-}
-
-const char* path(NUV_Job& it)
-{
-    return one_of<const char*>({nullptr, "", "/dev/null", "no/such/folder/file"}, it);
+    return values[it.numbers.byte() % std::size(values)];
 }
 
 // As large as any call may read that says no more than this target does.
@@ -132,10 +107,10 @@ const std::uint16_t* channels(NUV_Job& it)
     return picked;
 }
 
-const double* factors(NUV_Job& it)
+const double* matrix(NUV_Job& it)
 {
     static double numbers[most_channels * most_channels];
-    std::generate(std::begin(numbers), std::end(numbers), [&] { return factor(it); });
+    std::generate(std::begin(numbers), std::end(numbers), [&] { return one_of<factors>(it); });
     return numbers;
 }
 
@@ -145,8 +120,8 @@ const nuv_picture* picture(NUV_Job& it)
     is.width = below<std::uint32_t, most_side + 1>(it);
     is.height = below<std::uint32_t, most_side + 1>(it);
     is.channels = below<std::uint16_t, most_channels>(it);
-    is.bits = depth(it);
-    is.color = color(it);
+    is.bits = one_of<depths>(it);
+    is.color = one_of<colors>(it);
     is.type = byte<std::int32_t>(it) % 8 == 0 ? 1 : 0;
     return &is;
 }
@@ -169,7 +144,7 @@ T* told(NUV_Job& it)
 
 int progress(void* user, std::uint32_t done, std::uint32_t lines)
 {
-    require(done <= lines);
+    require(done <= lines, "more lines than there are");
     return static_cast<int>(static_cast<NUV_Job*>(user)->is_enough());
 }
 
@@ -216,7 +191,8 @@ void multiply(NUV_Job& it)
 {
     nuv_picture& is = *told<nuv_picture>(it);
     if (nuv_look(it.job, &is) == NUV_OK && is.channels <= most_channels)
-        call<nuv_matrix, factors, below<std::uint16_t, most_channels + 1>, factors, color>(it);
+        call<nuv_matrix, matrix, below<std::uint16_t, most_channels + 1>, matrix, one_of<colors>>(
+            it);
 }
 
 // Nothing may stand between two of these, not even a look.
@@ -232,7 +208,7 @@ void read_lines(NUV_Job& it)
     const std::size_t stride = it.numbers.byte() % 2 * (it.line_bytes - 1); // 0, or too little
     std::uint32_t got = 0;
     nuv_read_lines(it.job, into.get(), stride, lines, &got);
-    require(got <= lines);
+    require(got <= lines, "more lines than were asked for");
 }
 
 // A file that there is, or could be, is left alone.
@@ -245,7 +221,8 @@ void run_to_memory(NUV_Job& it)
 {
     const bool is_done = nuv_run_to_memory(it.job, progress, &it) == NUV_OK;
     std::size_t bytes = 0;
-    require((nuv_result(it.job, &bytes) != nullptr) == is_done && (bytes > 0) == is_done);
+    require((nuv_result(it.job, &bytes) != nullptr) == is_done && (bytes > 0) == is_done,
+            "a result without a run, or a run without one");
 }
 
 using Call = void (*)(NUV_Job& it);
@@ -256,8 +233,8 @@ constexpr Call calls[] = {
     open_bytes<true>,
     call<nuv_open_samples, memory, below<std::size_t, most_stride>, picture>,
     call<nuv_open_planes, planes, below<std::size_t, most_stride>, picture>,
-    call<nuv_open_file, path>,
-    call<nuv_open_samples_file, path, picture, byte<int>>,
+    call<nuv_open_file, one_of<paths>>,
+    call<nuv_open_samples_file, one_of<paths>, picture, byte<int>>,
     call<nuv_page, size>,
     call<nuv_look, told<nuv_picture>>,
     call<nuv_source_info, told<nuv_source>>,
@@ -269,17 +246,17 @@ constexpr Call calls[] = {
     call<nuv_scale, below<nuv_scaling, 6>, below<std::uint32_t, 700>, below<std::uint32_t, 700>>,
     call<nuv_fit, below<nuv_scaling, 6>, below<std::uint32_t, 700>, below<std::uint32_t, 700>, below<unsigned, 9>>,
     call<nuv_invert>,
-    call<nuv_pick_channels, channels, below<std::uint16_t, 9>, color>,
+    call<nuv_pick_channels, channels, below<std::uint16_t, 9>, one_of<colors>>,
     call<nuv_reverse_channels>,
-    call<nuv_table, memory, entries, below<std::uint16_t, most_channels + 1>, depth>,
-    call<nuv_color_table, memory, below<std::uint32_t, 12>, below<std::uint16_t, most_channels + 1>, color>,
+    call<nuv_table, memory, one_of<entries>, below<std::uint16_t, most_channels + 1>, one_of<depths>>,
+    call<nuv_color_table, memory, below<std::uint32_t, 12>, below<std::uint16_t, most_channels + 1>, one_of<colors>>,
     multiply,
-    call<nuv_recolor, color>,
-    call<nuv_convert, below<nuv_sample_type, 4>, depth, factor, factor>,
-    call<nuv_shift, below<nuv_sample_type, 4>, depth, whole>,
+    call<nuv_recolor, one_of<colors>>,
+    call<nuv_convert, below<nuv_sample_type, 4>, one_of<depths>, one_of<factors>, one_of<factors>>,
+    call<nuv_shift, below<nuv_sample_type, 4>, one_of<depths>, whole>,
     call<nuv_clamp, whole, size>,
-    call<nuv_expand_bits, depth, whole, whole>,
-    call<nuv_as_jpeg, whole, sampling>,
+    call<nuv_expand_bits, one_of<depths>, whole, whole>,
+    call<nuv_as_jpeg, whole, one_of<samplings>>,
     call<nuv_as_lossless_jpeg, byte<int>>,
     call<nuv_as_anymap>,
     call<nuv_as_samples, byte<int>>,
@@ -287,7 +264,7 @@ constexpr Call calls[] = {
     run_to_memory,
     [](NUV_Job& it) { nuv_run_to_stream(it.job, write, progress, &it); },
     read_lines,
-    [](NUV_Job&) { require(nuv_version() == NUV_VERSION && *nuv_build_info() != '\0'); },
+    [](NUV_Job&) { require(nuv_version() == NUV_VERSION && *nuv_build_info() != '\0', "version"); },
 };
 // clang-format on
 
@@ -311,14 +288,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     nuv_status first = nuv_state(it.job);
     for (int i = 0; i < most_calls && !numbers.empty(); ++i) {
         calls[numbers.byte() % std::size(calls)](it);
-        // The first failure stays, and has a sentence.
         const nuv_status now = nuv_state(it.job);
-        require(first == NUV_OK || now == first);
-        require(now == NUV_OK || *nuv_message(it.job) != '\0');
-        require(nuv_first_damaged_line(it.job) >= -1);
+        require(first == NUV_OK || now == first, "the first failure is gone");
+        require(now == NUV_OK || *nuv_message(it.job) != '\0', "a failure without a sentence");
+        require(nuv_first_damaged_line(it.job) >= -1, "no line");
         first = now;
     }
-    require(!it.job || nuv_memory_peak(it.job) <= std::uint64_t{1} << 26);
+    require(nuv_memory_peak(it.job) <= std::uint64_t{1} << 26, "more memory than is allowed");
     nuv_free(it.job);
     return 0;
 }
