@@ -45,7 +45,8 @@ NUV_Engine* NUV_DecodeToRaw::engine(NUV_Engine* previous)
         if (const std::optional<NUV_Engine*> decoder = try_to_decode(manager(), *previous))
             return *decoder;
     }
-    return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+    return fail(manager(), NUV_ERR_UNSUPPORTED, method,
+                NUV_Diagnosis().says("the coding %s", previous->header()->encode_type()->key()));
 }
 
 } // namespace nuv

@@ -55,7 +55,9 @@ bool NUV_ConvertEndianQDRLEngine::initiate(const NUV_Header* header, NUV_SrcBuff
     });
     if (form == forms.end() || header->bits() != form->sample_bits || header->channels() != 1 ||
         header->data_type() != NUV_DataType::u_integer)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method,
+                    NUV_Diagnosis().says("run data of %u x %u bits", unsigned{header->channels()},
+                                         unsigned{header->bits()}));
     header_.encode_type(form->little_endian);
     unit_bytes_ = form->unit_bytes;
     // Blocks of whole numbers.
@@ -73,7 +75,8 @@ bool NUV_ConvertEndianQDRLEngine::execute()
     if (!in)
         return false;
     if (bytes % unit_bytes_ != 0)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ConvertEndianQDRLEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ConvertEndianQDRLEngine::execute()",
+                    NUV_Diagnosis().says("the run data ends within a number"));
     swap_bytes(out.data(), bytes / unit_bytes_, unit_bytes_);
     return in.release() && out.commit(bytes);
 }

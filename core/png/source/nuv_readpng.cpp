@@ -119,11 +119,13 @@ bool NUV_ReadPNGInterlaceEngine::initiate(NUV_InputStorage* storage, const NUV_H
 {
     if (!NUV_ReadPNGEngine::initiate(storage, header, dst, decoder))
         return false;
+    NUV_Diagnosis why;
+    why.says("%u x %u pixels in passes", header_.width(), header_.height());
     if (!can_be_there())
-        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method, why);
     const std::optional<std::uint32_t> bytes = header_.checked_plane_bytes();
     if (!bytes)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method, why.because(NUV_Cause::limit));
     image_bytes_ = *bytes;
     return dst->block_bytes(image_bytes_);
 }

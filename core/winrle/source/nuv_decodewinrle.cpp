@@ -42,7 +42,9 @@ bool NUV_DecodeWinRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
     if (!is_supported(*header))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method,
+                    NUV_Diagnosis().says("run-length coding of %u x %u bits",
+                                         unsigned{header->channels()}, unsigned{header->bits()}));
     stream_.source(src);
     if (header->encode_type() == NUV_EncodeType::win_rle8)
         decoder_ = &decoder8_.emplace(stream_, header->width());
