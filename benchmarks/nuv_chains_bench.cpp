@@ -88,8 +88,37 @@ void plain_mirror(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(image_bytes));
 }
 
+// What a stage costs a line whatever its width: lines of 16 bytes through so many half turns of
+// them. The difference of two rows, by their stages and lines, is the cost.
+void narrow_lines(benchmark::State& state)
+{
+    constexpr std::uint32_t lines = 200'000;
+    constexpr std::uint32_t pixels = 16;
+    const auto mirrors = state.range(0);
+    for ([[maybe_unused]] auto _ : state) {
+        NuvWrapperClass job;
+        job.SetSrcMemory(source().data(), lines * pixels);
+        job.SetDstMemory(destination().data(), lines * pixels);
+        ImageParam param{};
+        param.width = pixels;
+        param.height = lines;
+        param.bits = 8;
+        param.channels = 1;
+        job.ReadStorage(&param);
+        for (std::int64_t i = 0; i < mirrors; ++i)
+            job.MirrorX();
+        job.WriteStorage(nullptr);
+        if (job.Execute() != 0)
+            state.SkipWithError("the run failed");
+    }
+    state.counters["ns_a_line"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * lines * 1e-9,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
 BENCHMARK(memcpy_whole)->Unit(benchmark::kMillisecond);
 BENCHMARK(chain)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(narrow_lines)->Arg(0)->Arg(2)->Arg(12)->Unit(benchmark::kMillisecond);
 BENCHMARK(plain_mirror)->Unit(benchmark::kMillisecond);
 
 } // namespace

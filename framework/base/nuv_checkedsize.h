@@ -23,9 +23,10 @@ namespace nuv {
 {
     const std::uint64_t pixel_bits = std::uint64_t{channels} * bits; // below 2^32: both are 16-bit
     constexpr std::uint64_t limit = std::numeric_limits<std::uint32_t>::max() - 7ULL;
-    if (width != 0 && pixel_bits > limit / width)
+    const std::uint64_t line_bits = pixel_bits * width;
+    if (line_bits > limit)
         return std::nullopt;
-    return static_cast<std::uint32_t>((pixel_bits * width + 7) >> 3);
+    return static_cast<std::uint32_t>((line_bits + 7) >> 3);
 }
 
 // Bytes of one line as a file stores it, `pixel_bits` bits a pixel. Its bits may be more than

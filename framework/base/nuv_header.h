@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_tags.h"
 #include "framework/base/nuv_utility.h"
 
@@ -85,7 +86,10 @@ public:
 
     // Bytes of one line. Nothing where they pass what 32-bit sizes can hold; the base of the
     // engines refuses such a header, so behind its initiate() line_bytes() is exact.
-    [[nodiscard]] std::optional<std::uint32_t> checked_line_bytes() const noexcept;
+    [[nodiscard]] std::optional<std::uint32_t> checked_line_bytes() const noexcept
+    {
+        return nuv::checked_line_bytes(channels_, bits_, width_);
+    }
     [[nodiscard]] std::uint32_t line_bytes() const noexcept
     {
         return checked_line_bytes().value_or(0);

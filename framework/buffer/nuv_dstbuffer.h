@@ -40,6 +40,9 @@ public:
     // `reader` is gone.
     virtual bool src_end(const NUV_SrcBuffer* reader) = 0;
 
+    // Where the bytes are: this buffer or the one that it stands for. Null where that is to come.
+    [[nodiscard]] virtual NUV_DstBuffer* holder() { return this; }
+
     // New readers whose destination is `owner`: one, or `count` of them into `result`, which is
     // empty after a failure.
     [[nodiscard]] virtual NUV_SrcBuffer* create_src_buffer(NUV_DstBuffer* owner) = 0;

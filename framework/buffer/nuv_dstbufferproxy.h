@@ -32,6 +32,7 @@ public:
     [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
     [[nodiscard]] bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) override;
     bool src_end(const NUV_SrcBuffer* reader) override;
+    [[nodiscard]] NUV_DstBuffer* holder() override;
     [[nodiscard]] NUV_SrcBuffer* create_src_buffer() override;
     void create_src_buffers(NUV_Vector<NUV_SrcBuffer*>& result, std::uint32_t count) override;
     bool flush() override;

@@ -51,10 +51,13 @@ public:
     [[nodiscard]] bool release() override;
 
 private:
+    [[nodiscard]] NUV_DstBuffer& from() noexcept { return holder_ ? *holder_ : *dst_; }
     [[nodiscard]] bool take(std::uint32_t got, std::uint32_t* count);
 
     NUV_DstBuffer* dst_ = nullptr;
-    std::uint64_t position_ = 0; // of the next byte in the stream
+    NUV_DstBuffer* holder_ = nullptr; // where dst_ has the bytes, from the first block on
+    std::uint64_t position_ = 0;      // of the next byte in the stream
+    std::uint32_t block_ = 0;         // bytes of a block, fixed by the first get()
     std::uint64_t gets_ = 0;
     std::uint64_t releases_ = 0;
 };

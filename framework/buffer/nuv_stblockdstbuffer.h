@@ -30,7 +30,10 @@ public:
                            std::uint32_t count) override;
 
     // Bytes of a memory block, decided once, when both sides have said theirs. 0 after a failure.
-    [[nodiscard]] std::uint32_t mem_block_bytes();
+    [[nodiscard]] std::uint32_t mem_block_bytes()
+    {
+        return mem_block_bytes_ != 0 ? mem_block_bytes_ : decide_mem_block_bytes();
+    }
     // Memory blocks that are held.
     [[nodiscard]] std::size_t held_blocks() const noexcept { return blocks_.size() - first_; }
 
@@ -73,6 +76,24 @@ private:
         std::uint64_t position = 0;
     };
 
+    // Where a byte of the stream at `base_` or behind it lies, once the block size is decided. It
+    // is in the first two blocks as good as always: a line must not cost a division.
+    struct Place {
+        std::uint64_t index;  // of the memory block
+        std::uint64_t offset; // in it
+    };
+    [[nodiscard]] Place place_of(std::uint64_t position) const noexcept
+    {
+        const std::uint64_t mem = mem_block_bytes_;
+        const std::uint64_t ahead = position - base_; // base_ is a multiple of mem
+        if (ahead < mem)
+            return {0, ahead};
+        if (ahead < 2 * mem)
+            return {1, ahead - mem};
+        return {ahead / mem, ahead % mem};
+    }
+
+    [[nodiscard]] std::uint32_t decide_mem_block_bytes();
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
     void free_memory() noexcept;
     [[nodiscard]] bool add_block();

@@ -155,7 +155,7 @@ public:
         // A pull runs inside the pull of the stage behind it. A chain of this many stages is no
         // image job but a mistake, and must not end in a stack overflow.
         constexpr unsigned deepest = 1000;
-        NUV_Engine* engine = workflow_ ? find(dst) : nullptr;
+        NUV_Engine* engine = workflow_ && relation_ ? relation_->find(dst) : nullptr;
         if (!engine)
             return false;
         if (depth_ >= deepest)

@@ -145,11 +145,6 @@ bool NUV_Header::is_valid() const noexcept
            palette_.entries <= std::uint32_t{1} << bits_;
 }
 
-std::optional<std::uint32_t> NUV_Header::checked_line_bytes() const noexcept
-{
-    return nuv::checked_line_bytes(channels_, bits_, width_);
-}
-
 std::optional<std::uint32_t> NUV_Header::checked_plane_bytes() const noexcept
 {
     const auto line = checked_line_bytes();

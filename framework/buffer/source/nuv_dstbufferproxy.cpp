@@ -99,6 +99,11 @@ bool NUV_DstBufferProxy::src_end(const NUV_SrcBuffer* reader)
     return real_ ? real_->src_end(reader) : true;
 }
 
+NUV_DstBuffer* NUV_DstBufferProxy::holder()
+{
+    return real_;
+}
+
 NUV_SrcBuffer* NUV_DstBufferProxy::create_src_buffer()
 {
     if (!real_)

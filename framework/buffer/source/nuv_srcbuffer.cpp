@@ -48,7 +48,7 @@ bool NUV_SrcBufferImpl::get(void* into, std::uint32_t* count)
     if (!into)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     std::uint32_t got = 0;
-    return dst_->copy_block(into, position_, &got) && take(got, count);
+    return from().copy_block(into, position_, &got) && take(got, count);
 }
 
 const void* NUV_SrcBufferImpl::get(std::uint32_t* count)
@@ -58,18 +58,22 @@ const void* NUV_SrcBufferImpl::get(std::uint32_t* count)
     if (!dst_)
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::get()");
     std::uint32_t got = 0;
-    const void* block = dst_->peek(position_, &got);
+    const void* block = from().peek(position_, &got);
     return block && take(got, count) ? block : nullptr;
 }
 
 // A block of `got` bytes has come. False when the reader wanted whole blocks and this is none.
 bool NUV_SrcBufferImpl::take(std::uint32_t got, std::uint32_t* count)
 {
+    if (gets_ == 0) {
+        block_ = block_bytes();
+        holder_ = dst_->holder();
+    }
     position_ += got;
     if (count) {
         *count = got;
-    } else if (got < block_bytes()) {
-        static_cast<void>(dst_->advance(this, position_));
+    } else if (got < block_) {
+        static_cast<void>(from().advance(this, position_));
         return false;
     }
     ++gets_;
@@ -82,7 +86,7 @@ bool NUV_SrcBufferImpl::release()
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::release()");
     ++releases_;
     // Whole blocks, also for a short last one: a reader that released it stands behind the stream.
-    return dst_->advance(this, std::uint64_t{block_bytes()} * releases_);
+    return from().advance(this, std::uint64_t{block_} * releases_);
 }
 
 } // namespace nuv

@@ -44,12 +44,10 @@ void NUV_STBlockDstBuffer::free_memory() noexcept
     drop_use(manager(), std::exchange(slab_, nullptr));
 }
 
-std::uint32_t NUV_STBlockDstBuffer::mem_block_bytes()
+std::uint32_t NUV_STBlockDstBuffer::decide_mem_block_bytes()
 {
     constexpr auto method = "NUV_STBlockDstBuffer::mem_block_bytes()";
 
-    if (mem_block_bytes_ != 0)
-        return mem_block_bytes_;
     if (block_bytes_ == 0 || src_block_bytes_ == 0) {
         fail(manager(), NUV_ERR_UNSUPPORTED, method);
         return 0;
@@ -80,8 +78,7 @@ void* NUV_STBlockDstBuffer::get()
     if (written_ < base_)
         return fail(manager(), NUV_ERR_SEQUENCE, method);
 
-    const std::uint64_t index = (written_ - base_) / mem;
-    const std::uint64_t offset = written_ % mem;
+    const auto [index, offset] = place_of(written_);
     const std::size_t held = held_blocks();
     if (index > held || (index == held && offset != 0))
         return fail(manager(), NUV_ERR_SEQUENCE, method);
@@ -114,8 +111,7 @@ bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
 
     if (state_ == State::in_bounce && bytes > 0) {
         const std::uint32_t mem = mem_block_bytes_;
-        const std::uint64_t index = (written_ - base_) / mem;
-        const std::uint64_t offset = written_ % mem;
+        const auto [index, offset] = place_of(written_);
         if (index >= held_blocks() || !block(index).data)
             return fail(manager(), NUV_ERR_SEQUENCE, method);
         const std::uint64_t tail = std::min<std::uint64_t>(mem - offset, bytes);
@@ -198,6 +194,11 @@ void NUV_STBlockDstBuffer::drop_use(NUV_Manager& manager, Slab* slab) noexcept
 void NUV_STBlockDstBuffer::drop_block() noexcept
 {
     Block& oldest = block(0);
+    // A chain in steady state goes on in the one block that it has.
+    if (held_blocks() == 1 && oldest.owned && base_ + mem_block_bytes_ <= written_) {
+        base_ += mem_block_bytes_;
+        return;
+    }
     if (oldest.owned)
         cache_.put(oldest);
     oldest = {};
@@ -230,14 +231,13 @@ const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* co
     if (written_ <= position)
         return nullptr;
 
-    const std::uint64_t index = position < base_ ? held_blocks() : (position - base_) / mem;
-    if (index >= held_blocks())
+    const auto [index, offset] = place_of(position);
+    if (position < base_ || index >= held_blocks())
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_STBlockDstBuffer::peek()");
     const std::uint8_t* data = block(index).data;
     if (!data)
         return nullptr;
     taken_ = true;
-    const std::uint64_t offset = position % mem;
     // A reader whose last block came short stands off its grid, and could reach past the memory.
     const std::uint64_t there = std::min<std::uint64_t>(written_ - position, src_block_bytes_);
     *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(there, mem - offset));
@@ -264,17 +264,17 @@ bool NUV_STBlockDstBuffer::can_lend(std::uint64_t position) noexcept
     const std::uint32_t mem = mem_block_bytes_;
     if (readers_.size() > 1 || mem != src_block_bytes_ || state_ != State::idle)
         return false;
-    if (position + src_block_bytes_ <= written_ || position % mem != 0 || position < base_)
+    if (position + src_block_bytes_ <= written_ || position < base_)
         return false;
-    const std::uint64_t index = (position - base_) / mem;
-    if (index > held_blocks())
+    const auto [index, offset] = place_of(position);
+    if (offset != 0 || index > held_blocks())
         return false;
     return index == held_blocks() ? position >= written_ : block(index).data != nullptr;
 }
 
 bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count)
 {
-    const std::uint64_t index = (position - base_) / mem_block_bytes_;
+    const std::uint64_t index = place_of(position).index;
     if (index == held_blocks()) {
         if (!blocks_.push_back({into, false}))
             return false;

@@ -22,6 +22,7 @@ bool NUV_EngDstTable::remove(NUV_Engine* engine)
     const Entry* entry = entries_.find(engine);
     if (!entry)
         return false;
+    known_ = {};
     if (entry->dst)
         feeds_.erase(entry->dst);
     else
@@ -30,10 +31,13 @@ bool NUV_EngDstTable::remove(NUV_Engine* engine)
     return true;
 }
 
-NUV_Engine* NUV_EngDstTable::find(const NUV_DstBuffer* dst) const noexcept
+NUV_Engine* NUV_EngDstTable::look_up(const NUV_DstBuffer* dst) const noexcept
 {
     NUV_Engine* const* engine = feeds_.find(dst);
-    return engine ? *engine : nullptr;
+    if (!engine)
+        return nullptr;
+    known_[place_of(dst)] = {dst, *engine};
+    return *engine;
 }
 
 void NUV_EngDstTable::clear()
