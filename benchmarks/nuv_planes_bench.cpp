@@ -1,4 +1,5 @@
-// Turning, mirroring, and planes, memory to memory through the exported class: 6000 x 4000 pixels.
+// Turning, mirroring, planes, colours and widths of samples, memory to memory through the exported
+// class: 6000 x 4000 pixels.
 // The peers go from the same memory to the same memory.
 
 #include "core/mirror/nuv_mirrory.h"
@@ -17,7 +18,7 @@
 #include <vector>
 
 #if NUV_BENCH_OPENCV
-#    include <opencv2/core.hpp>
+#    include <opencv2/imgproc.hpp>
 #endif
 #if NUV_BENCH_LIBYUV
 #    include <libyuv/planar_functions.h>
@@ -36,7 +37,7 @@ using Bytes = std::vector<unsigned char>;
 Bytes& source()
 {
     static Bytes bytes = [] {
-        Bytes made(pixels * 3);
+        Bytes made(pixels * 6);
         for (std::size_t i = 0; i < made.size(); ++i)
             made[i] = static_cast<unsigned char>(i * 2654435761U >> 24);
         return made;
@@ -46,7 +47,7 @@ Bytes& source()
 
 Bytes& destination()
 {
-    static Bytes bytes(pixels * 3, 1);
+    static Bytes bytes(pixels * 6, 1);
     return bytes;
 }
 
@@ -59,6 +60,7 @@ struct Format {
 constexpr Format rgb = {3, 8};
 constexpr Format gray = {1, 8};
 constexpr Format gray16 = {1, 16};
+constexpr Format rgb16 = {3, 16};
 
 // `build(job, param)` adds what stands between the two memories.
 template <class Build>
@@ -75,7 +77,7 @@ void run_between(benchmark::State& state, const Bytes& in, Bytes& out, const For
     for ([[maybe_unused]] auto _ : state) {
         NuvWrapperClass job;
         job.SetSrcMemory(in.data(), bytes);
-        job.SetDstMemory(out.data(), bytes);
+        job.SetDstMemory(out.data(), static_cast<int>(out.size()));
         build(job, param);
         if (job.Execute() != 0)
             state.SkipWithError("the run failed");
@@ -166,6 +168,41 @@ void write_planes(benchmark::State& state)
     });
 }
 
+void color(benchmark::State& state, const Format& format, ColorType::eColorType from,
+           ColorType::eColorType to)
+{
+    run(state, format, [=](NuvWrapperClass& job, ImageParam& param) {
+        param.color = from;
+        job.ReadStorage(&param);
+        job.ColorSpace(to);
+        job.WriteStorage(nullptr);
+    });
+}
+
+void convert(benchmark::State& state, const Format& format, std::uint16_t bits, double slope)
+{
+    run(state, format, [=](NuvWrapperClass& job, ImageParam& param) {
+        ConvertDataParam rule{slope, 0, bits};
+        job.ReadStorage(&param);
+        job.ConvertDataType(&rule);
+        job.WriteStorage(nullptr);
+    });
+}
+
+BENCHMARK_CAPTURE(color, rgb_gray, rgb, ColorType::eRGB, ColorType::eGray)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(color, gray_rgb, gray, ColorType::eGray, ColorType::eRGB)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(color, rgb_ycbcr, rgb, ColorType::eRGB, ColorType::eYCbCr)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(color, ycbcr_rgb, rgb, ColorType::eYCbCr, ColorType::eRGB)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(color, rgb16_gray, rgb16, ColorType::eRGB, ColorType::eGray)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(color, rgb16_ycbcr, rgb16, ColorType::eRGB, ColorType::eYCbCr)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(convert, 8_16, rgb, 16, 257.0)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(convert, 16_8, rgb16, 8, 1 / 257.0)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, rgb_90, rgb, 90)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, rgb_180, rgb, 180)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(rotate, gray_90, gray, 90)->Unit(benchmark::kMillisecond);
@@ -207,6 +244,35 @@ void opencv_mirror_y(benchmark::State& state, const Format& format)
     run_opencv(state, format, false, [](const cv::Mat& in, cv::Mat& out) { cv::flip(in, out, 0); });
 }
 
+void opencv_color(benchmark::State& state, const Format& format, int code, int channels)
+{
+    const int depth = format.bits == 8 ? CV_8U : CV_16U;
+    cv::Mat to(height, width, CV_MAKETYPE(depth, channels), destination().data());
+    run_opencv(state, format, false,
+               [&](const cv::Mat& in, cv::Mat&) { cv::cvtColor(in, to, code); });
+}
+
+void opencv_convert(benchmark::State& state, const Format& format, int depth, double slope)
+{
+    cv::Mat to(height, width, CV_MAKETYPE(depth, format.channels), destination().data());
+    run_opencv(state, format, false,
+               [&](const cv::Mat& in, cv::Mat&) { in.convertTo(to, depth, slope); });
+}
+
+BENCHMARK_CAPTURE(opencv_color, rgb_gray, rgb, cv::COLOR_RGB2GRAY, 1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, gray_rgb, gray, cv::COLOR_GRAY2RGB, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, rgb_ycbcr, rgb, cv::COLOR_RGB2YCrCb, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, ycbcr_rgb, rgb, cv::COLOR_YCrCb2RGB, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, rgb16_gray, rgb16, cv::COLOR_RGB2GRAY, 1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_color, rgb16_ycbcr, rgb16, cv::COLOR_RGB2YCrCb, 3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_convert, 8_16, rgb, CV_16U, 257.0)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(opencv_convert, 16_8, rgb16, CV_8U, 1 / 257.0)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(opencv_rotate, rgb_90, rgb, cv::ROTATE_90_CLOCKWISE)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(opencv_rotate, rgb_180, rgb, cv::ROTATE_180)->Unit(benchmark::kMillisecond);
