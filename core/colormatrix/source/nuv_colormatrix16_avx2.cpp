@@ -22,6 +22,23 @@ struct Results {
     __m128i of[Rows];
 };
 
+// One channel of the four pixels, of which the first two stand in the lower half, and the others in
+// the last 12 bytes of the upper one.
+template <int Channel>
+NUV_TARGET("avx2")
+inline __m256d take(__m256i pixels)
+{
+    constexpr char at = 2 * Channel;
+    const __m256i order = _mm256_setr_epi8(at, at + 1, -1, -1, -1, -1, -1, -1, at + 6, at + 7, -1,
+                                           -1, -1, -1, -1, -1, at + 4, at + 5, -1, -1, -1, -1, -1,
+                                           -1, at + 10, at + 11, -1, -1, -1, -1, -1, -1);
+    // As a double, 2^52 and a whole number below that have the bits of the number in the lower
+    // ones.
+    const __m256d base = _mm256_set1_pd(0x1p52);
+    const __m256i samples = _mm256_shuffle_epi8(pixels, order);
+    return _mm256_sub_pd(_mm256_or_pd(_mm256_castsi256_pd(samples), base), base);
+}
+
 template <int Columns>
 NUV_TARGET("avx2")
 inline Samples<Columns> load_four(const std::uint16_t* in)
@@ -29,22 +46,8 @@ inline Samples<Columns> load_four(const std::uint16_t* in)
     if constexpr (Columns == 1) {
         return {{four_numbers(in)}};
     } else {
-        // Pixels 0 and 1 stand in the lower half, pixels 2 and 3 in the last 12 bytes of the upper.
         const __m256i pixels = load_two(in, in + 4);
-        const __m256i first_two =
-            _mm256_setr_epi8(0, 1, -1, -1, 6, 7, -1, -1, 2, 3, -1, -1, 8, 9, -1, -1, 4, 5, -1, -1,
-                             10, 11, -1, -1, 6, 7, -1, -1, 12, 13, -1, -1);
-        const __m256i third =
-            _mm256_setr_epi8(4, 5, -1, -1, 10, 11, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 8, 9, -1,
-                             -1, 14, 15, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-        constexpr int halves_by_channel = 0xD8; // quarters 0, 2, 1 and 3
-        const __m256i both =
-            _mm256_permute4x64_epi64(_mm256_shuffle_epi8(pixels, first_two), halves_by_channel);
-        const __m256i last =
-            _mm256_permute4x64_epi64(_mm256_shuffle_epi8(pixels, third), halves_by_channel);
-        return {{_mm256_cvtepi32_pd(_mm256_castsi256_si128(both)),
-                 _mm256_cvtepi32_pd(_mm256_extracti128_si256(both, 1)),
-                 _mm256_cvtepi32_pd(_mm256_castsi256_si128(last))}};
+        return {{take<0>(pixels), take<1>(pixels), take<2>(pixels)}};
     }
 }
 

@@ -13,26 +13,25 @@ constexpr std::size_t pixels_at_once = 8;
 
 using Order = std::array<std::uint8_t, sizeof(__m512i)>;
 
-// Brings the samples of one channel of eight pixels to lanes of 32 bits, whose upper halves a mask
-// clears.
+// As a double, 2^52 and a whole number below that have the bits of the number in the lower ones.
+constexpr double two_to_52 = 0x1p52;
+
+// Brings the samples of one channel of eight pixels to the lower bits of lanes of 64 bits.
 template <int Columns, int Column>
 constexpr Order spread_order = [] {
     Order order{};
-    for (std::size_t i = 0; i < 4 * pixels_at_once; ++i)
-        order[i] = static_cast<std::uint8_t>(2 * (i / 4 * Columns + Column) + i % 2);
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i] = static_cast<std::uint8_t>(2 * (i / 8 * Columns + Column) + i % 2);
     return order;
 }();
+constexpr __mmask64 spread_mask = 0x0303030303030303;
 
-// Brings results together. Those of the first two rows stand in the halves of eight lanes of 32
-// bits, those of the third in the eight lanes behind these.
+// Brings results together, which stand one after the other in the lower bits of each lane.
 template <int Rows>
 constexpr Order gather_order = [] {
-    constexpr std::size_t starts[] = {0, 2, 4 * pixels_at_once};
     Order order{};
-    for (std::size_t i = 0; i < 2 * Rows * pixels_at_once; ++i) {
-        const std::size_t pixel = i / 2 / Rows;
-        order[i] = static_cast<std::uint8_t>(starts[i / 2 % Rows] + 4 * pixel + i % 2);
-    }
+    for (std::size_t i = 0; i < 2 * Rows * pixels_at_once; ++i)
+        order[i] = static_cast<std::uint8_t>(i / (2 * Rows) * 8 + i % (2 * Rows));
     return order;
 }();
 
@@ -41,17 +40,22 @@ NUV_TARGET("avx512vbmi,avx512bw")
 inline __m512d take(__m512i pixels)
 {
     const __m512i order = _mm512_loadu_si512(spread_order<Columns, Column>.data());
-    const __m512i samples = _mm512_maskz_permutexvar_epi8(0x33333333, order, pixels);
-    return _mm512_cvtepi32_pd(_mm512_castsi512_si256(samples));
+    const __m512d base = _mm512_set1_pd(two_to_52);
+    const __m512i bits =
+        _mm512_mask_permutexvar_epi8(_mm512_castpd_si512(base), spread_mask, order, pixels);
+    return _mm512_sub_pd(_mm512_castsi512_pd(bits), base);
 }
 
-// As matrix_sample() does: both comparisons give their second operand for what is not a number.
+// As matrix_sample() does: both comparisons give their second operand for what is not a number, and
+// the last sum cuts off what is behind the point. The sample stands in the lower bits.
 NUV_TARGET("avx512vbmi,avx512bw")
-inline __m256i round(__m512d sum)
+inline __m512i round(__m512d sum)
 {
     constexpr double maximum = std::numeric_limits<std::uint16_t>::max();
     sum = _mm512_min_pd(_mm512_max_pd(sum, _mm512_setzero_pd()), _mm512_set1_pd(maximum));
-    return _mm512_cvttpd_epi32(_mm512_add_pd(sum, _mm512_set1_pd(0.5)));
+    sum = _mm512_add_pd(sum, _mm512_set1_pd(0.5));
+    constexpr int towards_zero = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
+    return _mm512_castpd_si512(_mm512_add_round_pd(sum, _mm512_set1_pd(two_to_52), towards_zero));
 }
 
 // A matrix in registers.
@@ -79,17 +83,18 @@ inline void multiply_eight(const std::uint16_t* in, __mmask32 in_mask, std::uint
         samples.of[1] = take<Columns, 1>(pixels);
         samples.of[2] = take<Columns, 2>(pixels);
     }
-    __m256i results[Rows];
+    __m512i results[Rows];
     for (int j = 0; j < Rows; ++j) {
         __m512d sum = matrix.offsets[j];
         for (int k = 0; k < Columns; ++k)
             sum = _mm512_add_pd(sum, _mm512_mul_pd(samples.of[k], matrix.factors[j][k]));
         results[j] = round(sum);
     }
-    __m512i all = _mm512_castsi256_si512(results[0]);
+    __m512i all = results[0];
     if constexpr (Rows == 3) {
-        const __m256i pairs = _mm256_or_si256(results[0], _mm256_slli_epi32(results[1], 16));
-        all = _mm512_inserti64x4(_mm512_castsi256_si512(pairs), results[2], 1);
+        constexpr int any_of_three = 0xFE;
+        all = _mm512_ternarylogic_epi64(all, _mm512_slli_epi64(results[1], 16),
+                                        _mm512_slli_epi64(results[2], 32), any_of_three);
     }
     const __m512i order = _mm512_loadu_si512(gather_order<Rows>.data());
     _mm512_mask_storeu_epi16(out, out_mask, _mm512_permutexvar_epi8(order, all));
