@@ -106,9 +106,14 @@ TEST(PixelForms, LinearTable)
             const std::size_t count = draw.length(100);
             const I* in = draw.template input<I>(count);
             const std::uint32_t* numbers = draw.template input<std::uint32_t>(4);
-            const NUV_LinearTable line{numbers[0] >> draw.number(0, 24), numbers[1] >> 1,
-                                       numbers[2] | 1U << 31, numbers[3],
-                                       static_cast<int>(draw.number(0, 24))};
+            NUV_LinearTable line{numbers[0] >> draw.number(0, 24), numbers[1] >> 1,
+                                 numbers[2] | 1U << 31, numbers[3],
+                                 static_cast<int>(draw.number(0, 24))};
+            const std::uint32_t whole = numbers[1] << 16 >> draw.number(0, 8);
+            if (draw.number(0, 2) == 0) // with little to add, as tables have it
+                line = {numbers[0] >> 16, 0, ~whole, whole, line.shift};
+            else if (draw.number(0, 1) == 0) // or to take away
+                line = {numbers[0] >> 16, whole, ~0U, 0 - whole, line.shift};
             compare(count, [&](auto form, O* out) { form(in, out, count, line); });
         });
     };

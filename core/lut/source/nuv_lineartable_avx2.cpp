@@ -67,6 +67,37 @@ inline void store_sixteen(std::uint8_t* out, __m256i values)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
 }
 
+// True where the lower halves of the products say nothing: the offset has nothing in its own, and
+// the limits only keep the sum from wrapping around.
+[[nodiscard]] bool is_upper_half_enough(const NUV_LinearTable& line)
+{
+    constexpr std::uint32_t limit = std::numeric_limits<std::uint32_t>::max();
+    const bool adds = line.least == 0 && line.most == limit - line.offset;
+    const bool subtracts = line.least == 0 - line.offset && line.most == limit;
+    return line.shift >= 16 && line.factor <= std::numeric_limits<std::uint16_t>::max() &&
+           (line.offset & 0xFFFF) == 0 && (adds || subtracts);
+}
+
+NUV_TARGET("avx2")
+std::size_t by_upper_halves(const std::uint16_t* in, std::uint8_t* out, std::size_t count,
+                            const NUV_LinearTable& line)
+{
+    const auto upper_half = [](std::uint32_t value) { return static_cast<short>(value >> 16); };
+    const __m256i factor = _mm256_set1_epi16(static_cast<short>(line.factor));
+    const __m256i less = _mm256_set1_epi16(upper_half(line.least));
+    const __m256i more = _mm256_set1_epi16(line.least == 0 ? upper_half(line.offset) : short{0});
+    const __m128i shift = _mm_cvtsi32_si128(line.shift - 16);
+    const __m256i maximum = _mm256_set1_epi16(std::numeric_limits<std::uint8_t>::max());
+    std::size_t i = 0;
+    for (; i + samples_at_once <= count; i += samples_at_once) {
+        const __m256i samples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
+        const __m256i product = _mm256_mulhi_epu16(samples, factor);
+        const __m256i sum = _mm256_adds_epu16(_mm256_subs_epu16(product, less), more);
+        store_sixteen(out + i, _mm256_min_epu16(_mm256_srl_epi16(sum, shift), maximum));
+    }
+    return i;
+}
+
 } // namespace
 
 template <class I, class O>
@@ -80,6 +111,10 @@ void linear_row_avx2(const I* in, O* out, std::size_t count, const NUV_LinearTab
                     all(std::numeric_limits<O>::max()),
                     _mm_cvtsi32_si128(table.shift)};
     std::size_t i = 0;
+    if constexpr (sizeof(O) == 1) {
+        if (is_upper_half_enough(table))
+            i = by_upper_halves(in, out, count, table);
+    }
     for (; i + samples_at_once <= count; i += samples_at_once) {
         const __m256i first = entries(load_eight(in + i), line);
         const __m256i second = entries(load_eight(in + i + samples_at_once / 2), line);
