@@ -36,14 +36,16 @@ from the right and from the lower edge. What reaches over an edge is cut off.
          R"(Negative DEGREES turn the other way. The whole result is held in memory, but for
 multiples of 360.
 )"},
-    Word{"fit", "SIZE", "scale down to fit into a box, by 'fine'",
-         R"(The largest size of the same proportions that fits into the box. A picture that fits
-already stays as it is.
+    Word{"fit", "WxH", "scale down to fit into a box, as fine does",
+         R"(The largest size of the same proportions that fits into the box; one number is both of
+its sides. A picture that fits already stays as it is.
 )"},
-    Word{"fill", "SIZE", "scale to cover a box, and crop to it",
-         R"(The picture covers the box, and what stands over is cut off on both sides.
+    Word{"fill", "WxH", "scale down to cover a box, and crop to it",
+         R"(The picture covers the box, and what stands over is cut off on both sides; one number
+is both sides of the box. A picture that is smaller is not enlarged.
 )"},
-    Word{"max", "N", "neither side longer than N pixels", "As fit=NxN.\n"},
+    Word{"max", "N", "neither side longer than N pixels",
+         "As fit=NxN: a picture that fits already stays as it is.\n"},
     Word{"nearest", "SIZE", "scale, taking the nearest pixel",
          R"(The only scaling for pictures of 1 bit and with a colour table.
 SIZE is 800x600, 800x, x600, 50%, 256 for the longer side, or 800x600^ for what covers so much.
