@@ -147,15 +147,9 @@ private:
     std::array<std::atomic<std::size_t>, 3> counts_{}; // of each Outcome
 };
 
-} // namespace
-
-void add_writing(CLI::App& command, WritingRequest& request)
+// What is written, whatever is done before.
+void add_form(CLI::App& command, WritingRequest& request)
 {
-    command
-        .add_option("-o,--output", request.output,
-                    "Where to write; with %s for the name of the source without its ending, %d for "
-                    "its folder, %n for its number")
-        ->option_text("PATTERN");
     command
         .add_option("--write", request.write,
                     "What to write; by default by the ending of the destination: " +
@@ -176,6 +170,18 @@ void add_writing(CLI::App& command, WritingRequest& request)
         ->option_text("444|422|420|411");
     command.add_flag("--optimise", request.settings.optimise,
                      "Make the Huffman table of a lossless JPEG for the picture");
+}
+
+} // namespace
+
+void add_writing(CLI::App& command, WritingRequest& request)
+{
+    command
+        .add_option("-o,--output", request.output,
+                    "Where to write; with %s for the name of the source without its ending, %d for "
+                    "its folder, %n for its number")
+        ->option_text("PATTERN");
+    add_form(command, request);
     command
         .add_option("-j,--jobs", request.threads,
                     "How many pictures are worked at side by side, by default 1")
