@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/tiff/nuv_tiffinfo.h"
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/engine/nuv_enginecreator.h"
 
 #include <cstddef>
@@ -49,6 +50,8 @@ protected:
 private:
     [[nodiscard]] bool check(NUV_InputStorage* storage, const NUV_TIFFInfo* info);
     [[nodiscard]] bool check_src_condition(const NUV_TIFFInfo& info);
+    // What of an image is not read, in words; none where all is.
+    [[nodiscard]] NUV_Diagnosis not_served(const NUV_TIFFInfo& info) const;
     [[nodiscard]] bool read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                             NUV_Vector<NUV_Engine*>& engines, bool to_qdrle);
     [[nodiscard]] NUV_Engine* read_combined(NUV_InputStorage* storage, const NUV_TIFFInfo& info);

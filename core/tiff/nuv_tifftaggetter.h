@@ -52,7 +52,9 @@ public:
             warn(manager(), NUV_WARN_INVALID_DATA, method);
             return true;
         }
-        return fail(manager(), NUV_ERR_INVALID_DATA, method);
+        return fail(
+            manager(), NUV_ERR_INVALID_DATA, method,
+            NUV_Diagnosis().says("the value of the tag %u means nothing", unsigned{number}));
     }
 
     // The first element alone; true when there is one.

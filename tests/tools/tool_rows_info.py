@@ -5,7 +5,7 @@ ROWS = (
     (0, "nuv info in.ppm fax_t6.tif photo.jpg", "", "in.ppm      33x17  3x8  rgb           PNM, uncompressed\nfax_t6.tif  13x5   1x1  gray-reverse  TIFF, facsimile T.6\nphoto.jpg   33x17  3x8  ycbcr         JPEG (JFIF), sequential 4:2:0, quality 90", ""),
     (1, "nuv info text missing folder fifo in.ppm", "", "in.ppm  33x17  3x8  rgb  PNM, uncompressed", "nuv: text: *\nnuv: missing: *No such file*\nnuv: folder: *\nnuv: fifo: *"),
     (0, "nuv info refused_lzw.tif", "", "*TIFF, LZW (not served)", ""),
-    (1, "nuv info --verify refused_lzw.tif", "", "*(not served)", "nuv: refused_lzw.tif: *not served: the coding 'lzw' with 3 x 8 bits."),
+    (1, "nuv info --verify refused_lzw.tif", "", "*(not served)", "nuv: refused_lzw.tif: *not served: the coding 'lzw' (compression 5)."),
     (0, "nuv info --verify in.ppm - <photo.jpg", "", "in.ppm *, whole\n- *JPEG*, whole", ""),
     (1, "nuv info --verify cut.ppm half.jpg", "", "cut.ppm *uncompressed\nhalf.jpg *damaged from line *", "nuv: cut.ppm: *damaged: line 9 of 17 is not there as a whole, at byte 900.\nnuv: half.jpg: *damaged from line *"),
     (2, "nuv info --verify -q half.jpg", "", "half.jpg *damaged from line *", ""),

@@ -103,8 +103,11 @@ bool NUV_DecodeFlateEngine::execute()
     if (!block)
         return false;
     if (!fill_block(block.data())) {
+        const char* const trouble = last_result_ == Z_OK ? "ends" : "means nothing";
         last_result_ = Z_STREAM_END;
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeFlateEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeFlateEngine::execute()",
+                    NUV_Diagnosis().says("the compressed data %s behind %lu bytes", trouble,
+                                         inflater_.total_in));
     }
     const auto produced = static_cast<std::uint32_t>(
         std::min<std::uint64_t>(line_bytes_ - inflater_.avail_out, wanted_bytes_));

@@ -61,12 +61,19 @@ bool NUV_DecodePackBitsEngine::execute()
     if (!out)
         return false;
     if (!decoder_[0].decode_line(out.as<std::uint8_t>()))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()",
+                    packbits_end_in_line(line_, header_.height()));
     ++line_;
     return out.commit(line_bytes_);
 }
 
 } // namespace
+
+NUV_Diagnosis packbits_end_in_line(std::uint32_t line, std::uint32_t lines) noexcept
+{
+    return NUV_Diagnosis().on_line(line).says("the coded data ends in line %u of %u", line + 1,
+                                              lines);
+}
 
 NUV_Engine* NUV_DecodePackBits::append_decoder(NUV_Engine& previous)
 {

@@ -15,11 +15,12 @@ public:
 
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                 NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
-                                std::int32_t byte_order);
+                                std::int32_t byte_order, const NUV_Diagnosis& early_end);
     [[nodiscard]] bool execute() override;
 
 private:
     [[nodiscard]] bool skip_gap();
+    [[nodiscard]] bool end_early();
 
     std::int32_t line_gap_ = 0;
     std::int32_t position_ = 0;    // of the next line, or of the gap before it
@@ -27,11 +28,12 @@ private:
     std::uint32_t sample_bytes_ = 1;
     std::int32_t byte_order_ = host_byte_order;
     bool raw_ = false;
+    NUV_Diagnosis early_end_;
 };
 
 bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                      NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
-                                     std::int32_t byte_order)
+                                     std::int32_t byte_order, const NUV_Diagnosis& early_end)
 {
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
@@ -39,18 +41,17 @@ bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     line_gap_ = line_gap;
     byte_order_ = byte_order;
+    early_end_ = early_end;
     sample_bytes_ = (header_.bits() + 7U) / 8U;
     raw_ = header_.is_raw();
     if (!storage->to(offset))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method, early_end);
     position_ = storage->position();
     return dst->block_bytes(raw_ ? header_.line_bytes() : manager().default_block_bytes());
 }
 
 bool NUV_ReadStorageEngine::execute()
 {
-    constexpr auto method = "NUV_ReadStorageEngine::execute()";
-
     if (raw_ && lines_done_ >= header_.height())
         return false;
     // Whoever shares the storage may have moved it since.
@@ -59,7 +60,7 @@ bool NUV_ReadStorageEngine::execute()
     const std::uint32_t bytes = dst_buffer_->block_bytes();
     // A header alone may state any size: memory is asked for when there is a line to put into it.
     if (raw_ && lines_done_ == 0 && remaining_bytes(*storage_) < bytes)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return end_early();
     NUV_OutputBlock block(*dst_buffer_);
     if (!block || !skip_gap())
         return false;
@@ -67,7 +68,7 @@ bool NUV_ReadStorageEngine::execute()
     const std::uint32_t got = read_up_to(*storage_, block.data(), bytes);
     position_ = storage_->position();
     if (raw_ && got != bytes)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return end_early();
     if (got == 0)
         return false;
     if (raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order)
@@ -81,16 +82,25 @@ bool NUV_ReadStorageEngine::skip_gap()
 {
     if (lines_done_ == 0 || line_gap_ == 0 || storage_->move(line_gap_) == line_gap_)
         return true;
-    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()");
+    return end_early();
+}
+
+bool NUV_ReadStorageEngine::end_early()
+{
+    if (early_end_.text[0] == '\0')
+        early_end_.says("line %u of %u is not there as a whole", lines_done_ + 1, header_.height());
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()",
+                early_end_.on_line(lines_done_));
 }
 
 } // namespace
 
 NUV_Engine* NUV_ReadStorage::engine(NUV_InputStorage* storage, const NUV_Header* header,
                                     std::int32_t offset, std::int32_t line_gap,
-                                    std::int32_t byte_order)
+                                    std::int32_t byte_order, const NUV_Diagnosis& early_end)
 {
-    return append_reader<NUV_ReadStorageEngine>(storage, header, offset, line_gap, byte_order);
+    return append_reader<NUV_ReadStorageEngine>(storage, header, offset, line_gap, byte_order,
+                                                early_end);
 }
 
 } // namespace nuv

@@ -32,14 +32,31 @@ constexpr NUV_StatusCode status_of(std::int32_t code) noexcept
     }
 }
 
+// Of a directory, at which all of these codes turn up.
+constexpr const char* text_of(std::int32_t code) noexcept
+{
+    switch (code) {
+    case QDTIFF_Status::read_failed:
+        return "a directory ends early";
+    case QDTIFF_Status::not_usable:
+        return "there is no such page";
+    case QDTIFF_Status::bad_entry_count:
+        return "a directory of no entries, or of more than 1024";
+    default:
+        return "";
+    }
+}
+
 } // namespace
 
-bool NUV_QDTIFFStatus::raise(const char* method) const
+bool NUV_QDTIFFStatus::raise(const char* method, NUV_Diagnosis why) const
 {
     if (is_good())
         return true;
+    if (why.text[0] == '\0')
+        why.says("%s", text_of(code()));
     const NUV_StatusCode raised = status_of(code());
-    return raised == NUV_STATUS_OK ? false : fail(manager_, raised, method);
+    return raised == NUV_STATUS_OK ? false : fail(manager_, raised, method, why);
 }
 
 void* NUV_QDTIFFAllocator::allocate(std::size_t bytes)

@@ -2,6 +2,7 @@
 
 #include "core/tiff/structure/nuv_qdtiffstatus.h"
 #include "core/tiff/structure/nuv_qdtiffstorage.h"
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_utility.h"
 
 #include <cstddef>
@@ -21,8 +22,9 @@ public:
     {}
 
     // Raises what a failure stands for in the words of the caller: nothing for data that is no TIFF
-    // and where memory was refused, for that has been raised. True for success.
-    [[nodiscard]] bool raise(const char* method) const;
+    // and where memory was refused, for that has been raised. `why` without a text is given that of
+    // a directory. True for success.
+    [[nodiscard]] bool raise(const char* method, NUV_Diagnosis why) const;
 
 private:
     NUV_Manager& manager_;

@@ -207,10 +207,7 @@ bool NUV_ReadTIFF::check(NUV_InputStorage* storage, const NUV_TIFFInfo* info)
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     if (!check_src_condition(*info))
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method,
-                    NUV_Diagnosis().says("the coding '%s' with %u x %u bits",
-                                         info->encode_type()->key(), unsigned{info->channels()},
-                                         unsigned{info->bits()}));
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method, not_served(*info));
     return true;
 }
 
@@ -221,17 +218,39 @@ bool NUV_ReadTIFF::check_src_condition(const NUV_TIFFInfo& info)
         "NUV_ReadTIFF::check_src_condition()- plane-order but samples-per-pixel == 1.",
         "NUV_ReadTIFF::check_src_condition() - SubIFD(child images) is not supported. In this "
         "cace, you can get only primary image.");
-    const bool is_plainly_coded = (info.compression != Compression::t4 ||
-                                   !info.has(NUV_TIFFAttributes::T4Options::uncompressed)) &&
-                                  (info.compression != Compression::t6 ||
-                                   !info.has(NUV_TIFFAttributes::T6Options::uncompressed));
+    return is_laid_out && not_served(info).text[0] == '\0';
+}
+
+NUV_Diagnosis NUV_ReadTIFF::not_served(const NUV_TIFFInfo& info) const
+{
+    NUV_Diagnosis why;
+    const std::uint32_t bits = info.bits_per_sample[0];
+    if (info.tile_width != 0)
+        return why.says("tiles");
+    if (!is_compression_supported(info))
+        return why.says("the coding '%s' (compression %d)", info.encode_type()->key(),
+                        static_cast<int>(info.compression));
+    if ((info.compression == Compression::t4 &&
+         info.has(NUV_TIFFAttributes::T4Options::uncompressed)) ||
+        (info.compression == Compression::t6 &&
+         info.has(NUV_TIFFAttributes::T6Options::uncompressed)))
+        return why.says("facsimile data in uncompressed mode");
     // Samples of two bytes would come out the wrong way round.
-    const bool is_in_order = info.byte_order() == NUV_TIFFByteOrder::little_endian ||
-                             info.bits_per_sample[0] <= 8 ||
-                             info.compression != Compression::pack_bits;
-    return is_laid_out && is_compression_supported(info) && is_plainly_coded && is_in_order &&
-           is_read_color(info) && are_read_samples(info) && is_read_subsampling(info) &&
-           is_read_jpeg(info);
+    if (info.byte_order() != NUV_TIFFByteOrder::little_endian && bits > 8 &&
+        info.compression == Compression::pack_bits)
+        return why.says("%u bits a sample in PackBits, the high byte first", bits);
+    if (!is_read_color(info))
+        return why.says("the photometric interpretation %d",
+                        static_cast<int>(info.photometric_interpretation));
+    if (!are_read_samples(info))
+        return why.says("%u x %u bits, or samples of different depths",
+                        unsigned{info.samples_per_pixel}, bits);
+    if (!is_read_subsampling(info))
+        return why.says("chroma for %u x %u pixels, stored so", unsigned{info.ycbcr_subsampling[0]},
+                        unsigned{info.ycbcr_subsampling[1]});
+    if (!is_read_jpeg(info))
+        return why.says("JPEG of %u channels, or without a stream", unsigned{info.channels()});
+    return why;
 }
 
 // The engines of the strips, or of the streams that strips make together, which deliver raw lines.
@@ -269,7 +288,7 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
     // Strips behind the image count only where a run may go on from one to the next.
     const std::size_t count = is_raw ? strips.size() : info.strip_offsets.size();
     NUV_TIFFStripStream stream(manager(), *storage);
-    if (!stream.make_room(count))
+    if (!stream.make_room(count, 0, count))
         return nullptr;
     for (std::size_t i = 0; i < count; ++i) {
         if (is_raw)
@@ -278,11 +297,12 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
         else
             stream.add(info.strip_offsets[i], info.strip_byte_counts[i]);
     }
+    const NUV_Diagnosis early_end = stream.early_end();
     const auto bytes = stream.open(storage);
     if (!bytes || info.compression != Compression::pack_bits)
-        return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info) : nullptr;
+        return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info, early_end) : nullptr;
     NUV_TIFFStripStream whole(manager(), *bytes);
-    if (!whole.make_room(1))
+    if (!whole.make_room(1, 0, 1))
         return nullptr;
     whole.add(0, std::numeric_limits<std::uint32_t>::max());
     return read_packbits(bytes.get(), info, whole, info, info.image_length);
@@ -304,21 +324,21 @@ bool NUV_ReadTIFF::read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& in
                                NUV_Vector<NUV_Engine*>& engines)
 {
     const NUV_TIFFStrips strips(info);
-    if (strips.size() > NUV_ReadTIFFCode::most_strips)
-        return fail(manager(), NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()");
+    if (!strips.check_count(manager()))
+        return false;
     const bool is_raw = info.compression == Compression::none;
     const auto size = static_cast<std::uint32_t>(std::max(storage->size(), 0));
     NUV_Header header(manager());
     bool good = describe_tiff_strip(header, info, true);
     for (std::size_t first = 0; good && first < strips.size(); first += strips.per_plane()) {
         NUV_TIFFStripStream stream(manager(), *storage);
-        good = stream.make_room(strips.per_plane());
+        good = stream.make_room(strips.per_plane(), first, strips.size());
         header.width(strips[first].width);
         header.height(0);
         for (std::size_t i = first; good && i < first + strips.per_plane(); ++i) {
+            if (!strips.check_begin(manager(), *storage, i))
+                return false;
             const NUV_TIFFStrip strip = strips[i];
-            if (strip.offset > size)
-                return fail(manager(), NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
             header.height(header.height() + strip.height);
             if (is_raw)
                 stream.add_raw(strip.offset, strip.bytes);
@@ -338,8 +358,9 @@ NUV_Engine* NUV_ReadTIFF::read_plane(NUV_InputStorage* storage, const NUV_Header
 {
     if (info.compression == Compression::none) {
         // How long each strip is is known, so that they are one stream all the same.
+        const NUV_Diagnosis early_end = strips.early_end();
         const auto bytes = strips.open(storage);
-        return bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
+        return bytes ? read_tiff_bytes(manager(), bytes.get(), header, info, early_end) : nullptr;
     }
     return read_packbits(storage, header, strips, info, info.rows_per_strip);
 }

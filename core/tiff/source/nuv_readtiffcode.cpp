@@ -49,7 +49,9 @@ NUV_Vector<NUV_Engine*> NUV_ReadTIFFCode::create_engine(NUV_InputStorage* storag
     const NUV_TIFFStrips strips(info);
     const bool keeps_palette = palettes == Palettes::kept;
     const std::uint64_t palette_bytes = keeps_palette ? info.palette().stored_bytes() : 0;
-    if (strips.size() > most_strips || strips.size() * palette_bytes > most_palette_bytes) {
+    if (!strips.check_count(manager()))
+        return engines;
+    if (strips.size() * palette_bytes > most_palette_bytes) {
         fail(manager(), NUV_ERR_UNSUPPORTED, engine_method);
         return engines;
     }
@@ -59,7 +61,7 @@ NUV_Vector<NUV_Engine*> NUV_ReadTIFFCode::create_engine(NUV_InputStorage* storag
         const NUV_TIFFStrip strip = strips[i];
         header.width(strip.width);
         header.height(strip.height);
-        const auto bytes = open_tiff_strip(manager(), storage, strip);
+        const auto bytes = open_tiff_strip(manager(), storage, strips, i);
         NUV_Engine* engine =
             bytes ? read_tiff_bytes(manager(), bytes.get(), header, info) : nullptr;
         good = engine && engines.push_back(engine);

@@ -2,7 +2,6 @@
 
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_readjpeg.h"
-#include "core/tiff/nuv_readtiffcode.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
@@ -23,7 +22,8 @@ public:
     {}
 
     [[nodiscard]] bool load_tables();
-    [[nodiscard]] NUV_Engine* read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip);
+    [[nodiscard]] NUV_Engine* read(NUV_InputStorage* storage, const NUV_TIFFStrips& strips,
+                                   std::size_t index);
 
 private:
     [[nodiscard]] std::uint32_t restart_rows() const noexcept;
@@ -53,9 +53,10 @@ std::uint32_t JPEGStrips::restart_rows() const noexcept
                : 0;
 }
 
-NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& strip)
+NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrips& strips,
+                             std::size_t index)
 {
-    const auto stored = open_tiff_strip(manager_, storage, strip);
+    const auto stored = open_tiff_strip(manager_, storage, strips, index);
     NUV_Held<NUV_InputStorage> mirrored;
     NUV_InputStorage* const stream =
         stored ? turn_tiff_bits(manager_, stored.get(), info_, mirrored) : nullptr;
@@ -66,7 +67,11 @@ NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrip& str
     if (!jpeg.load(stream, NUV_ColorType::unknown, &tables_, option.restart_rows()))
         return fail(manager_, NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
     if (jpeg.channels() != info_.channels() || jpeg.bits() != info_.bits())
-        return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()");
+        return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()",
+                    NUV_Diagnosis().says("strip %zu of %zu has %u x %u bits, the directory %u x %u",
+                                         index + 1, strips.size(), unsigned{jpeg.channels()},
+                                         unsigned{jpeg.bits()}, unsigned{info_.channels()},
+                                         unsigned{info_.bits()}));
     // A strip cannot tell its colour itself; that of a palette comes behind the joined strips.
     if (info_.compression == Compression::jpeg && info_.palette().is_empty())
         jpeg.color_type(info_.color_type());
@@ -79,13 +84,13 @@ bool read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
                            const NUV_TIFFInfo& info, NUV_Vector<NUV_Engine*>& engines)
 {
     const NUV_TIFFStrips strips(info);
-    if (strips.size() > NUV_ReadTIFFCode::most_strips)
-        return fail(manager, NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()");
+    if (!strips.check_count(manager))
+        return false;
     JPEGStrips jpeg(manager, info);
     if (!jpeg.load_tables())
         return false;
     for (std::size_t i = 0; i < strips.size(); ++i) {
-        NUV_Engine* engine = jpeg.read(storage, strips[i]);
+        NUV_Engine* engine = jpeg.read(storage, strips, i);
         if (!engine || !engines.push_back(engine))
             return false;
     }

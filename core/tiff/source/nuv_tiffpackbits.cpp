@@ -1,5 +1,6 @@
 #include "core/tiff/source/nuv_tiffpackbits.h"
 
+#include "core/packbits/nuv_decodepackbits.h"
 #include "core/packbits/nuv_packbitsdecoder.h"
 #include "framework/engine/nuv_readengine.h"
 #include "framework/engine/nuv_stepblocks.h"
@@ -104,7 +105,8 @@ bool NUV_ReadPackBitsStripsEngine::execute()
     if (!out || (line_ % rows_ == 0 && !begin_strip(line_ / rows_)))
         return false;
     if (!decoder_[0].decode_line(out.as<std::uint8_t>()))
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodePackBitsEngine::execute()",
+                    packbits_end_in_line(line_, header_.height()));
     ++line_;
     return out.commit(line_bytes_);
 }

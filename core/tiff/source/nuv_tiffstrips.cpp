@@ -1,6 +1,7 @@
 #include "core/tiff/source/nuv_tiffstrips.h"
 
 #include "core/storage/nuv_readstorage.h"
+#include "core/tiff/nuv_readtiffcode.h"
 #include "core/tiff/source/nuv_mirroredinputstorage.h"
 #include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_failure.h"
@@ -22,6 +23,21 @@ namespace {
 using Compression = NUV_TIFFAttributes::Compression;
 
 constexpr std::uint64_t last_position = std::numeric_limits<std::int32_t>::max();
+
+std::uint32_t bytes_of(const NUV_InputStorage& storage)
+{
+    return static_cast<std::uint32_t>(std::max(storage.size(), 0));
+}
+
+// Strips are counted from 1 for people.
+NUV_Diagnosis begins_behind_end(std::size_t index, std::size_t all, std::uint32_t offset,
+                                std::uint32_t storage_bytes) noexcept
+{
+    return NUV_Diagnosis()
+        .because(NUV_Cause::damaged)
+        .says("strip %zu of %zu is said to begin at byte %u, of %u there are", index + 1, all,
+              offset, storage_bytes);
+}
 
 // A stored strip begins with the marker of a JPEG stream. Leaves the storage where it was.
 bool begins_as_jpeg(NUV_InputStorage& strip)
@@ -82,6 +98,26 @@ NUV_TIFFStrip NUV_TIFFStrips::operator[](std::size_t index) const noexcept
     return strip;
 }
 
+bool NUV_TIFFStrips::check_count(NUV_Manager& manager) const
+{
+    constexpr std::size_t most = NUV_ReadTIFFCode::most_strips;
+    if (size() <= most)
+        return true;
+    return fail(manager, NUV_ERR_UNSUPPORTED, "NUV_ReadTIFFCode::engine()",
+                NUV_Diagnosis().says("%zu strips, served are %zu", size(), most));
+}
+
+bool NUV_TIFFStrips::check_begin(NUV_Manager& manager, const NUV_InputStorage& storage,
+                                 std::size_t index) const
+{
+    const std::uint32_t offset = (*this)[index].offset;
+    const std::uint32_t storage_bytes = bytes_of(storage);
+    if (offset <= storage_bytes)
+        return true;
+    return fail(manager, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()",
+                begins_behind_end(index, size(), offset, storage_bytes));
+}
+
 // TIFF 6.0, section 22: the stream of JPEGInterchangeFormat, which some writers end in front of its
 // coded data.
 NUV_TIFFStrip NUV_TIFFStrips::jpeg_stream() const noexcept
@@ -117,16 +153,14 @@ std::uint32_t NUV_TIFFStrips::raw_bytes(const NUV_TIFFStrip& strip) const noexce
 }
 
 NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager, NUV_InputStorage* storage,
-                                           const NUV_TIFFStrip& strip)
+                                           const NUV_TIFFStrips& strips, std::size_t index)
 {
-    const auto size = static_cast<std::uint32_t>(std::max(storage->size(), 0));
-    if (strip.offset > size) {
-        fail(manager, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()");
+    if (!strips.check_begin(manager, *storage, index))
         return {};
-    }
     // A strip that the storage does not hold whole is as long as it can be: its lines are read
     // until they end.
-    const std::uint32_t there = size - strip.offset;
+    const NUV_TIFFStrip strip = strips[index];
+    const std::uint32_t there = bytes_of(*storage) - strip.offset;
     const std::uint32_t bytes = strip.bytes == 0 ? there : std::min(strip.bytes, there);
     const auto own = make_initiated<NUV_MoveInMoveOutInputStorage>(
         manager, storage, static_cast<std::int32_t>(strip.offset));
@@ -142,12 +176,26 @@ NUV_TIFFStripStream::NUV_TIFFStripStream(NUV_Manager& manager,
     : manager_(manager),
       offsets_(manager),
       byte_counts_(manager),
-      storage_bytes_(static_cast<std::uint32_t>(std::max(storage.size(), 0)))
+      storage_bytes_(bytes_of(storage))
 {}
 
-bool NUV_TIFFStripStream::make_room(std::size_t strips)
+NUV_Diagnosis NUV_TIFFStripStream::early_end() const noexcept
+{
+    if (is_whole_)
+        return {};
+    const std::size_t last = count_ - 1;
+    if (offsets_[last] > storage_bytes_)
+        return begins_behind_end(before_ + last, all_, offsets_[last], storage_bytes_);
+    return NUV_Diagnosis()
+        .at_byte(storage_bytes_)
+        .says("strip %zu of %zu ends %u bytes early", before_ + count_, all_, missing_);
+}
+
+bool NUV_TIFFStripStream::make_room(std::size_t strips, std::size_t before, std::size_t all)
 {
     count_ = 0;
+    before_ = before;
+    all_ = all;
     return offsets_.resize(strips) && byte_counts_.resize(strips);
 }
 
@@ -179,13 +227,14 @@ NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,
 }
 
 NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes, const NUV_Header& header,
-                            const NUV_TIFFInfo& info)
+                            const NUV_TIFFInfo& info, const NUV_Diagnosis& early_end)
 {
     NUV_Held<NUV_InputStorage> mirrored;
     NUV_InputStorage* const source = turn_tiff_bits(manager, bytes, info, mirrored);
     const bool is_host_order = (std::endian::native == std::endian::little) ==
                                (info.byte_order() == NUV_TIFFByteOrder::little_endian);
-    return source ? NUV_ReadStorage(manager).engine(source, &header, 0, 0, is_host_order ? 1 : 0)
+    return source ? NUV_ReadStorage(manager).engine(source, &header, 0, 0, is_host_order ? 1 : 0,
+                                                    early_end)
                   : nullptr;
 }
 

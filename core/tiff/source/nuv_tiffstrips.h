@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/tiff/nuv_tiffinfo.h"
+#include "framework/base/nuv_diagnosis.h"
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_engine.h"
 #include "framework/io/nuv_inputstorage.h"
@@ -32,6 +33,12 @@ public:
     // Bytes of a raw strip of the first plane that is not its last.
     [[nodiscard]] std::uint32_t usual_raw_bytes() const noexcept { return usual_raw_bytes_; }
 
+    // False after NUV_ERR_UNSUPPORTED for more strips than engines are made for.
+    [[nodiscard]] bool check_count(NUV_Manager& manager) const;
+    // False after NUV_ERR_IO for a strip that begins behind the end of the storage.
+    [[nodiscard]] bool check_begin(NUV_Manager& manager, const NUV_InputStorage& storage,
+                                   std::size_t index) const;
+
 private:
     [[nodiscard]] NUV_TIFFStrip jpeg_stream() const noexcept;
     // Bytes of the pixels of a raw strip.
@@ -47,18 +54,20 @@ private:
 };
 
 // The bytes of a strip as a storage of their own, over a storage that others read from, too.
-// Empty after NUV_ERR_IO for an offset that the storage does not have.
+// Empty after what check_begin() says.
 [[nodiscard]] NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager,
                                                          NUV_InputStorage* storage,
-                                                         const NUV_TIFFStrip& strip);
+                                                         const NUV_TIFFStrips& strips,
+                                                         std::size_t index);
 
 // Strips one behind the other.
 class NUV_TIFFStripStream {
 public:
     NUV_TIFFStripStream(NUV_Manager& manager, const NUV_InputStorage& storage) noexcept;
 
-    // Room for so many strips, of which there are none yet. False without memory.
-    [[nodiscard]] bool make_room(std::size_t strips);
+    // Room for `strips` of the `all` that the image has, behind the first `before` of them; there
+    // are none yet. False without memory.
+    [[nodiscard]] bool make_room(std::size_t strips, std::size_t before, std::size_t all);
     // Behind the strips so far, for which there is room.
     void add(std::uint32_t offset, std::uint32_t bytes) noexcept
     {
@@ -74,8 +83,11 @@ public:
         const bool is_reached = offset <= storage_bytes_;
         const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
         is_whole_ = is_reached && there == bytes;
+        missing_ = bytes - there;
         add(offset, there);
     }
+    // What to say where raw strips end early.
+    [[nodiscard]] NUV_Diagnosis early_end() const noexcept;
     // The strips as one stream, to which they are handed on. Nobody else may move the storage
     // meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
@@ -88,8 +100,11 @@ private:
     NUV_Vector<std::uint32_t> offsets_;
     NUV_Vector<std::uint32_t> byte_counts_;
     std::size_t count_ = 0;
+    std::size_t before_ = 0;
+    std::size_t all_ = 0;
     std::uint32_t storage_bytes_;
     bool is_whole_ = true;
+    std::uint32_t missing_ = 0; // of the last strip
 };
 
 // `bytes` with their bits in the order of the library, over it where that is needed: then
@@ -100,9 +115,11 @@ private:
                                                NUV_Held<NUV_InputStorage>& mirrored);
 
 // The bytes of strips with `header`, for the stages behind: their bits in the order of the library,
-// samples of 16 bits in that of the host. Null after a status.
+// samples of 16 bits in that of the host. `early_end` as NUV_ReadStorage has it. Null after a
+// status.
 [[nodiscard]] NUV_Engine* read_tiff_bytes(NUV_Manager& manager, NUV_InputStorage* bytes,
-                                          const NUV_Header& header, const NUV_TIFFInfo& info);
+                                          const NUV_Header& header, const NUV_TIFFInfo& info,
+                                          const NUV_Diagnosis& early_end = {});
 
 // What all strips of an image have in common, but for their sizes: one channel of no colour for a
 // plane, `unknown` for the coding of raw units of luma and chroma. Without its palette an image of

@@ -19,7 +19,11 @@ bool NUV_TIFFInfo::validate_presence()
         photometric_interpretation == PhotometricInterpretation::absent)
         return fail(manager(), NUV_ERR_INVALID_DATA,
                     "NUV_TIFFInfo::validate() - some MUST tags(ImageWidth, ImageLength, "
-                    "PhotometricInterpretation, etc.) don't exist.can't process any more!");
+                    "PhotometricInterpretation, etc.) don't exist.can't process any more!",
+                    NUV_Diagnosis().says("the directory tells no %s",
+                                         image_width == 0    ? "ImageWidth"
+                                         : image_length == 0 ? "ImageLength"
+                                                             : "PhotometricInterpretation"));
     if (x_resolution == Rational{})
         warn(manager(), NUV_WARN_INVALID_DATA, "NUV_TIFFInfo::validate() - no XResolution.");
     if (y_resolution == Rational{})
@@ -33,7 +37,8 @@ bool NUV_TIFFInfo::validate_color_map()
         return true;
     if (color_map.empty())
         return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - not found colormap.");
+                    "NUV_TIFFInfo::validate() - not found colormap.",
+                    NUV_Diagnosis().says("a palette image without a ColorMap"));
     if (color_map.size() / 3 > most_colors())
         warn(manager(), NUV_WARN_INVALID_DATA,
              "NUV_TIFFInfo::validate() - too many entries of colormap.");
@@ -47,7 +52,9 @@ bool NUV_TIFFInfo::validate_samples()
                                  : photometric_color()->channels();
     if (samples_per_pixel < base)
         return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - invalid SamplesPerPixel.");
+                    "NUV_TIFFInfo::validate() - invalid SamplesPerPixel.",
+                    NUV_Diagnosis().says("%u samples a pixel, the colour needs %zu",
+                                         unsigned{samples_per_pixel}, base));
     const std::size_t described = base + extra_samples.size();
     if (samples_per_pixel > described) {
         warn(manager(), NUV_WARN_INVALID_DATA,
@@ -80,7 +87,8 @@ bool NUV_TIFFInfo::validate_planes()
     if (is_planar() && is_of_one_stream)
         return fail(manager(), NUV_ERR_INVALID_DATA,
                     "NUV_TIFFInfo::validate() - invalid combination of compression and "
-                    "planar-configuration.");
+                    "planar-configuration.",
+                    NUV_Diagnosis().says("the coding '%s' in planes", coding()->key()));
     return true;
 }
 
@@ -92,11 +100,17 @@ bool NUV_TIFFInfo::validate_strips()
     }
     if (rows_per_strip == 0)
         return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - RowsPerStrip is 0.");
+                    "NUV_TIFFInfo::validate() - RowsPerStrip is 0.",
+                    NUV_Diagnosis().says("strips of 0 lines"));
     const std::uint64_t planes = is_planar() ? samples_per_pixel : 1;
     if (strip_offsets.size() < planes * strips_per_plane())
         return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - not enough # of strips.");
+                    "NUV_TIFFInfo::validate() - not enough # of strips.",
+                    tile_width != 0
+                        ? NUV_Diagnosis().because(NUV_Cause::unsupported).says("tiles")
+                        : NUV_Diagnosis().says(
+                              "%zu StripOffsets, the image has %llu strips", strip_offsets.size(),
+                              static_cast<unsigned long long>(planes * strips_per_plane())));
     if (strip_byte_counts.size() < strip_offsets.size())
         warn(manager(), NUV_WARN_INVALID_DATA, "NUV_TIFFInfo::validate() - no StripByteCounts.");
     return strip_byte_counts.resize(strip_offsets.size());
@@ -128,12 +142,15 @@ bool NUV_TIFFInfo::validate_subsampling()
     }
     if (!is_subsampled())
         return true;
+    const auto why = NUV_Diagnosis().says(
+        "chroma for %u x %u pixels in strips of %u x %u", unsigned{ycbcr_subsampling[0]},
+        unsigned{ycbcr_subsampling[1]}, image_width, rows_per_strip);
     if (ycbcr_subsampling[0] == 0 || ycbcr_subsampling[1] == 0)
-        return fail(manager(), NUV_ERR_INVALID_DATA, bad_size);
+        return fail(manager(), NUV_ERR_INVALID_DATA, bad_size, why);
     if (coding() == NUV_EncodeType::jpeg)
         return true;
     if (image_width % ycbcr_subsampling[0] != 0 || rows_per_strip % ycbcr_subsampling[1] != 0)
-        return fail(manager(), NUV_ERR_INVALID_DATA, bad_size);
+        return fail(manager(), NUV_ERR_INVALID_DATA, bad_size, why);
     return true;
 }
 
@@ -143,13 +160,16 @@ bool NUV_TIFFInfo::validate_jpeg()
         return true;
     if (bits_per_sample[0] != 8 && bits_per_sample[0] != 12)
         return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - invalid BitsPerSample for JPEG.");
+                    "NUV_TIFFInfo::validate() - invalid BitsPerSample for JPEG.",
+                    NUV_Diagnosis().says("JPEG of %u bits a sample", unsigned{bits_per_sample[0]}));
     if (compression == Compression::jpeg)
         return true;
     if (jpeg_interchange_format > strip_offsets[0])
         return fail(manager(), NUV_ERR_INVALID_DATA,
                     "NUV_TIFFInfo::validate() - SOS exists before SOI (JPEG).sorry, now can't "
-                    "read in this case.");
+                    "read in this case.",
+                    NUV_Diagnosis().says("a JPEG stream from byte %u on, with a strip at byte %u",
+                                         jpeg_interchange_format, strip_offsets[0]));
     const std::uint64_t end =
         std::uint64_t{jpeg_interchange_format} + jpeg_interchange_format_length;
     if (strip_offsets[0] >= end)

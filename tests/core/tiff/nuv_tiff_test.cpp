@@ -179,6 +179,7 @@ struct Read {
     Bytes bytes;
     NUV_StatusCode code;
     std::string text;
+    NUV_Diagnosis why;
 };
 template <class Engine>
 Read read(const Bytes& file, Engine engine, std::size_t fail_at = NUV_FailingMemory::never)
@@ -187,7 +188,8 @@ Read read(const Bytes& file, Engine engine, std::size_t fail_at = NUV_FailingMem
     const auto storage = storage_of(chain.manager(), file);
     if (storage)
         chain.last(engine(chain.manager(), storage.get()));
-    return {chain.run_bytes(), chain.status().code, chain.status().method};
+    const Bytes bytes = chain.run_bytes();
+    return {bytes, chain.status().code, chain.status().method, chain.manager().diagnosis()};
 }
 NUV_Engine* read_tiff(NUV_Manager& manager, NUV_InputStorage* storage)
 {
@@ -239,6 +241,55 @@ TEST(TIFF, IsNotMadeOfOtherData)
     const Read other = read(test_data("jpeg/444.jpg"), read_tiff);
     EXPECT_EQ(other.code, NUV_ERR_FORMAT);
     EXPECT_EQ(other.text, "NUV_ReadTIFF::engine()");
+}
+
+TEST(TIFF, TellsWhatWasFoundAndWhere)
+{
+    struct Case {
+        const char* file;
+        std::size_t at; // a byte that is changed
+        std::uint8_t to;
+        std::int64_t byte, line;
+        const char* text;
+    };
+    constexpr std::int64_t none = NUV_Diagnosis::unknown;
+    // clang-format off
+    const Case cases[] = {
+        {"tiff/rgb", 5, 1, none, none, "a directory is said to begin at byte 460, where the file has ended"},
+        {"tiff/rgb", 4, 192, none, none, "a directory of no entries, or of more than 1024"},
+        {"tiff/refused_lzw", 2, 42, none, none, "the coding 'lzw' (compression 5)"},
+        {"tiff/refused_tiles", 2, 42, none, none, "tiles"},
+        {"tiff_crafted/form_000", 105, 215, 222, 2, "strip 1 of 1 ends 5 bytes early"},
+        {"tiff_crafted/form_017", 208, 236, 237, 1, "strip 3 of 3 ends 1 bytes early"},
+        {"tiff_crafted/form_016", 109, 213, none, 0, "the coded data ends in line 1 of 2"},
+        {"tiff_crafted/planes_cut", 2, 42, none, none, "strip 4 of 6 is said to begin at byte 300, of 292 there are"},
+        {"tiff_crafted/strip_outside", 2, 42, none, 2, "strip 2 of 2 is said to begin at byte 100000, of 242 there are"},
+        {"tiff_crafted/first_strip_outside", 2, 42, none, none, "strip 1 of 2 is said to begin at byte 100000, of 242 there are"},
+        {"tiff_crafted/width_0", 2, 42, none, none, "the directory tells no ImageWidth"},
+        {"tiff_crafted/rows_0", 2, 42, none, none, "strips of 0 lines"},
+        {"tiff_crafted/no_map", 2, 42, none, none, "a palette image without a ColorMap"},
+        {"tiff_crafted/one_offset_for_two", 2, 42, none, none, "1 StripOffsets, the image has 2 strips"},
+        {"tiff_crafted/jpeg_refused_gray_strip", 2, 42, none, none, "strip 2 of 2 has 1 x 8 bits, the directory 3 x 8"},
+        {"tiff_crafted/fax_uncompressed", 2, 42, none, none, "facsimile data in uncompressed mode"},
+        {"tiff_crafted/packbits_16_bits", 2, 42, none, none, "16 bits a sample in PackBits, the high byte first"},
+        {"tiff_crafted/bits_2", 2, 42, none, none, "1 x 2 bits, or samples of different depths"},
+        {"tiff_crafted/log", 2, 42, none, none, "the photometric interpretation 32844"},
+        {"tiff_crafted/chroma_for_three", 2, 42, none, none, "chroma for 3 x 1 pixels in strips of 16 x 4"},
+        {"tiff_crafted/units_in_packbits", 2, 42, none, none, "chroma for 2 x 1 pixels, stored so"},
+        {"tiff_crafted/jpeg_16_bits", 2, 42, none, none, "JPEG of 16 bits a sample"},
+        {"tiff_crafted/jpeg_planes", 2, 42, none, none, "the coding 'jpeg' in planes"},
+        {"tiff_crafted/colour_of_one_sample", 2, 42, none, none, "1 samples a pixel, the colour needs 3"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        Bytes file = test_data(std::string(c.file) + ".tif");
+        file[c.at] = c.to;
+        const NUV_Diagnosis why = read(file, read_tiff).why;
+        EXPECT_STREQ(why.text, c.text);
+        EXPECT_EQ(why.byte, c.byte);
+        EXPECT_EQ(why.line, c.line);
+    }
 }
 
 // A strip is looked at when the chain is built and read when its lines are wanted.
