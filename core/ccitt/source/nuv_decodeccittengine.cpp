@@ -5,6 +5,7 @@
 #include "framework/utility/nuv_endian.h"
 
 #include <bit>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -52,9 +53,24 @@ bool NUV_DecodeCCITTBaseEngine::execute()
     if (decoder().status().code() > QDCCITTBase::Code::good) {
         const bool is_inside_strip = rows_per_strip_ != 0 && row_ % rows_per_strip_ > 1;
         if (!is_inside_strip && !begins_strip(out.data()))
-            warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method); // of both forms
+            warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method, damage()); // of both forms
     }
     return out.commit(decoded_bytes());
+}
+
+// The line at hand, and for the first bad one, of which alone it is kept, what was found.
+NUV_Diagnosis NUV_DecodeCCITTBaseEngine::damage()
+{
+    using Code = QDCCITTBase::Code;
+    const QDCCITTBase::Status& status = decoder().status();
+    auto why = NUV_Diagnosis().on_line(std::int64_t{row_} - 1);
+    if (std::exchange(is_damage_told_, true))
+        return why;
+    if (status.code() == Code::page_over)
+        return why.says("the page ends in line %u of %u", row_, header_.height());
+    return why.says("%s at pixel %u of line %u of %u",
+                    status.code() == Code::unexpected_eol ? "the line ends" : "a bad code",
+                    status.position(), row_, header_.height());
 }
 
 // The decoder sees no more of a strip's end than that its data ends, so a bad line at such a place

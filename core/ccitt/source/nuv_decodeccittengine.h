@@ -49,10 +49,12 @@ protected:
 
 private:
     [[nodiscard]] bool begins_strip(void* block);
+    [[nodiscard]] NUV_Diagnosis damage();
 
     std::uint32_t rows_per_strip_ = 0; // 0: the data is in one piece
     std::uint32_t row_ = 0;
     const char* execute_method_ = nullptr;
+    bool is_damage_told_ = false;
 };
 
 // Delivers packed lines, 1 for black.

@@ -6,6 +6,8 @@
 #include "tests/support/nuv_model_ccitt.h"
 #include "tests/support/nuv_testchain.h"
 
+#include <string>
+
 namespace nuv {
 
 // A coded page, and how it is handed to the decoders.
@@ -89,6 +91,11 @@ template <class Decoder, class Creator, class RunCreator>
         chain.append<NUV_DecodeQDRLE>();
         is_alike = is_alike && chain.run_bytes() == page &&
                    chain.status().code == (warns ? NUV_WARN_BROKEN_DATA : NUV_STATUS_OK);
+        const auto line = chain.manager().damage().first_line; // which the first warning names
+        const std::string place =
+            "line " + std::to_string(line + 1) + " of " + std::to_string(job.height);
+        is_alike = is_alike && warns == (line >= 0) &&
+                   (!warns || std::string(chain.manager().diagnosis().text).ends_with(place));
     }
     return is_alike;
 }
