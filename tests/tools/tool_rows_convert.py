@@ -122,7 +122,7 @@ ROWS = (
     (0, "nuv convert - - --write anymap mirror-x <in.ppm >o; cat photo.jpg | nuv convert - p.jpg; nuv convert photo.jpg q.jpg", "o p.jpg q.jpg", "", "", "pamflip -lr in.ppm | cmp - o && cmp p.jpg q.jpg"),
     (0, "tail -c 1683 in.ppm | nuv convert - o.ppm --input-raw 33x17x3x8; nuv convert in.ppm - --write planar | nuv convert - p.ppm --input-raw 33x17x3x8 --planar-input", "o.ppm p.ppm", "", "", "cmp in.ppm o.ppm && cmp in.ppm p.ppm"),
     (1, "nuv convert - o.ppm --input-raw 33x17x3x8 <cut.ppm", "", "", "nuv: standard input: ends behind 900 of the 1683 bytes that --input-raw describes"),
-    (1, "nuv convert - o.ppm --max-memory 2k <in.ppm", "", "", "nuv: standard input: A limit*(--max-memory)."),
+    (1, "nuv convert - o.ppm --max-memory 3k <in.ppm", "", "", "nuv: standard input: A limit*(--max-memory)."),
     (1, "nuv convert /dev/stdin o.ppm < <(cat in.ppm)", "", "", "nuv: /dev/stdin: * (The name of standard input is -.)"),
     (141, "nuv convert in.ppm - --write raw nearest=999x999 | true", "", "", ""),
     # Several pictures: each is told, and the last line sums up.
