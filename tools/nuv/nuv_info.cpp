@@ -61,14 +61,15 @@ int run_info(const InfoRequest& request)
         ProgressBar bar(request.quiet ? ShowProgress::never : shown, request.paths.size());
         for (const std::string& path : request.paths) {
             ProgressBar::Picture progress(bar);
+            const std::string name = path == "-" ? "standard input" : path;
             const Inspection told = inspect(path, options, progress);
             if (has_failed(told, request.verify)) {
                 status = exit_failed;
-                report(path + ": " + told.message);
+                report(name + ": " + told.message);
             } else if (told.damaged_line != 0 && request.verify) {
                 status = status == exit_done ? exit_mended : status;
                 if (!request.quiet)
-                    report(path + ": " + told.message);
+                    report(name + ": " + told.message);
             }
             if (request.json)
                 print_json(path, options, told);

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <system_error>
 #include <vector>
 
 namespace nuv_tool {
@@ -16,17 +17,17 @@ struct JobEnd {
     void operator()(nuv_job* job) const noexcept { nuv_free(job); }
 };
 
-ptrdiff_t read_stream(void*, void* into, std::size_t bytes)
+ptrdiff_t read_stream(void* user, void* into, std::size_t bytes)
 {
-    int error = 0;
-    return read_standard_input(into, bytes, error);
+    return read_standard_input(into, bytes, *static_cast<int*>(user));
 }
 
-void open_source(nuv_job* job, const std::string& path, std::uint32_t page)
+// `stream_error` becomes errno of the standard input.
+void open_source(nuv_job* job, const std::string& path, std::uint32_t page, int& stream_error)
 {
     nuv_page(job, page);
     if (path == "-")
-        nuv_open_stream(job, read_stream, nullptr);
+        nuv_open_stream(job, read_stream, &stream_error);
     else
         nuv_open_file(job, path.c_str());
 }
@@ -63,7 +64,8 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
     const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&options.limits));
     if (!job)
         throw std::bad_alloc();
-    open_source(job.get(), path, options.page);
+    int stream_error = 0;
+    open_source(job.get(), path, options.page, stream_error);
     nuv_source_info(job.get(), &told.source);
     // Files that have no more than a ratio of sides tell it as this.
     if (told.source.x_resolution <= 1 && told.source.y_resolution <= 1)
@@ -74,7 +76,10 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
         told.is_verified = true;
     }
     nuv_why(job.get(), &told.failure);
-    told.message = nuv_message(job.get());
+    told.message =
+        stream_error == 0
+            ? nuv_message(job.get())
+            : "The source cannot be read: " + std::generic_category().message(stream_error) + ".";
     name_option(told.message, told.failure.limit);
     if (told.failure.status == NUV_IO)
         hint_at_standard_input(told.message, path);
