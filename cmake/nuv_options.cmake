@@ -37,7 +37,8 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 include(CheckLinkerFlag)
-set(NUV_RUNTIME_OPTIONS -static-libstdc++ -static-libgcc LINKER:--gc-sections)
+# But not libgcc: an exception that a caller's function lets out must meet one unwinder alone.
+set(NUV_RUNTIME_OPTIONS -static-libstdc++ LINKER:--gc-sections)
 if(NOT NUV_SANITIZE AND NOT NUV_THREAD_SANITIZE AND NOT NUV_FUZZ AND NOT NUV_COVERAGE)
     check_linker_flag(CXX "${NUV_RUNTIME_OPTIONS}" NUV_HAS_OWN_RUNTIME)
 endif()
