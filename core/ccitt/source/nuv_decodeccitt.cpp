@@ -2,36 +2,86 @@
 
 #include "core/ccitt/source/nuv_decodeccittengine.h"
 
+#include <type_traits>
+
 namespace nuv {
+namespace {
 
-NUV_Engine* NUV_DecodeMH::append_decoder(NUV_Engine& previous)
+// A coding by the option of its creators: the engines of both forms, and of each form the texts of
+// a creator alone and for TIFF.
+template <class Option>
+struct Decoders;
+
+template <>
+struct Decoders<NUV_DecodeMHOption> : NUV_MHCoding {
+    using Engine = NUV_DecodeMHEngine;
+    using RunEngine = NUV_DecodeMHToQDRLEEngine;
+    static constexpr const char* methods[2][2] = {
+        {"NUV_DecodeMH::engine()", "NUV_DecodeMHForTIFF::engine()"},
+        {"NUV_DecodeMHToQDRLE::engine()", "NUV_DecodeMHToQDRLEForTIFF::engine()"}};
+};
+
+template <>
+struct Decoders<NUV_DecodeMROption> : NUV_MRCoding {
+    using Engine = NUV_DecodeMREngine;
+    using RunEngine = NUV_DecodeMRToQDRLEEngine;
+    static constexpr const char* methods[2][2] = {
+        {"NUV_DecodeMR::engine()", "NUV_DecodeMRForTIFF::engine()"},
+        {"NUV_DecodeMRToQDRLE::engine()", "NUV_DecodeMRToQDRLEForTIFF::engine()"}};
+};
+
+template <>
+struct Decoders<NUV_DecodeMMROption> : NUV_MMRCoding {
+    using Engine = NUV_DecodeMMREngine;
+    using RunEngine = NUV_DecodeMMRToQDRLEEngine;
+    static constexpr const char* methods[2][2] = {
+        {"NUV_DecodeMMR::engine()", "NUV_DecodeMMRForTIFF::engine()"},
+        {"NUV_DecodeMMRToQDRLE::engine()", "NUV_DecodeMMRToQDRLEForTIFF::engine()"}};
+};
+
+} // namespace
+
+template <class Option, NUV_CCITTForm form>
+NUV_DecodeCCITT<Option, form>::NUV_DecodeCCITT(NUV_Manager& manager, Use use,
+                                               const Option& option) noexcept
+    : NUV_Decode(manager, Decoders<Option>::methods[static_cast<int>(form)][static_cast<int>(use)],
+                 form == NUV_CCITTForm::runs ? NUV_EncodeType::qd_rle : NUV_EncodeType::raw),
+      option_(option)
+{}
+
+template <class Option, NUV_CCITTForm form>
+const NUV_EncodeType* NUV_DecodeCCITT<Option, form>::encode_type() const noexcept
 {
-    return append_coded<NUV_DecodeMHEngine>(previous);
+    return Decoders<Option>::encode_type();
 }
 
-NUV_Engine* NUV_DecodeMR::append_decoder(NUV_Engine& previous)
+template <class Option, NUV_CCITTForm form>
+NUV_Engine* NUV_DecodeCCITT<Option, form>::engine_of_strips(
+    NUV_Engine* previous, std::uint32_t rows_per_strip,
+    std::span<const std::uint32_t> strip_byte_counts)
 {
-    return append_coded<NUV_DecodeMREngine>(previous);
+    rows_per_strip_ = rows_per_strip;
+    strip_byte_counts_ = strip_byte_counts;
+    NUV_Engine* const decoder = NUV_Decode::engine(previous);
+    rows_per_strip_ = 0;
+    strip_byte_counts_ = {}; // which are the caller's
+    return decoder;
 }
 
-NUV_Engine* NUV_DecodeMMR::append_decoder(NUV_Engine& previous)
+template <class Option, NUV_CCITTForm form>
+NUV_Engine* NUV_DecodeCCITT<Option, form>::append_decoder(NUV_Engine& previous)
 {
-    return append_coded<NUV_DecodeMMREngine>(previous);
+    using Engine =
+        std::conditional_t<form == NUV_CCITTForm::runs, typename Decoders<Option>::RunEngine,
+                           typename Decoders<Option>::Engine>;
+    return append_new<Engine>(previous, option_, rows_per_strip_, strip_byte_counts_);
 }
 
-NUV_Engine* NUV_DecodeMHToQDRLE::append_decoder(NUV_Engine& previous)
-{
-    return append_coded<NUV_DecodeMHToQDRLEEngine>(previous);
-}
-
-NUV_Engine* NUV_DecodeMRToQDRLE::append_decoder(NUV_Engine& previous)
-{
-    return append_coded<NUV_DecodeMRToQDRLEEngine>(previous);
-}
-
-NUV_Engine* NUV_DecodeMMRToQDRLE::append_decoder(NUV_Engine& previous)
-{
-    return append_coded<NUV_DecodeMMRToQDRLEEngine>(previous);
-}
+template class NUV_DecodeCCITT<NUV_DecodeMHOption, NUV_CCITTForm::packed>;
+template class NUV_DecodeCCITT<NUV_DecodeMHOption, NUV_CCITTForm::runs>;
+template class NUV_DecodeCCITT<NUV_DecodeMROption, NUV_CCITTForm::packed>;
+template class NUV_DecodeCCITT<NUV_DecodeMROption, NUV_CCITTForm::runs>;
+template class NUV_DecodeCCITT<NUV_DecodeMMROption, NUV_CCITTForm::packed>;
+template class NUV_DecodeCCITT<NUV_DecodeMMROption, NUV_CCITTForm::runs>;
 
 } // namespace nuv
