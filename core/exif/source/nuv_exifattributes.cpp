@@ -1,8 +1,8 @@
 #include "core/exif/nuv_exifattributes.h"
 
 #include "core/exif/source/nuv_exifvisit.h"
+#include "core/tiff/nuv_tiffresolution.h"
 
-#include <limits>
 #include <tuple>
 #include <utility>
 
@@ -43,27 +43,11 @@ bool is_set(const Value& value) noexcept
         return !(value == Value{});
 }
 
-double quotient(const NUV_ExifKind::URational& rational) noexcept
-{
-    return rational.denominator == 0
-               ? std::numeric_limits<double>::max()
-               : static_cast<double>(rational.numerator) / rational.denominator;
-}
-
 } // namespace
 
 NUV_ResolutionInfo NUV_ExifTIFFAttributes::resolution() const noexcept
 {
-    constexpr std::uint32_t inch = 2; // ResolutionUnit
-    constexpr std::uint32_t centimetre = 3;
-
-    NUV_ResolutionInfo info;
-    info.x = quotient(x_resolution);
-    info.y = quotient(y_resolution);
-    info.unit = resolution_unit.value == inch         ? NUV_ResolutionInfo::per_inch
-                : resolution_unit.value == centimetre ? NUV_ResolutionInfo::per_centimetre
-                                                      : NUV_ResolutionInfo::no_unit;
-    return info;
+    return tiff_resolution(x_resolution, y_resolution, resolution_unit.value);
 }
 
 bool NUV_ExifIFDAttributes::is_empty() const noexcept

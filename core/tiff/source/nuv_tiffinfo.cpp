@@ -1,10 +1,10 @@
 #include "core/tiff/nuv_tiffinfo.h"
 
+#include "core/tiff/nuv_tiffresolution.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
 #include <algorithm>
-#include <limits>
 #include <tuple>
 #include <type_traits>
 
@@ -372,23 +372,8 @@ std::uint32_t NUV_TIFFInfo::most_colors() const noexcept
 
 void NUV_TIFFInfo::set_resolution()
 {
-    const auto number = [](const Rational& rational) {
-        return rational.denominator == 0
-                   ? std::numeric_limits<double>::max()
-                   : static_cast<double>(rational.numerator) / rational.denominator;
-    };
-    resolution_.x = number(x_resolution);
-    resolution_.y = number(y_resolution);
-    switch (resolution_unit) {
-    case ResolutionUnit::inch:
-        resolution_.unit = NUV_ResolutionInfo::per_inch;
-        break;
-    case ResolutionUnit::centimetre:
-        resolution_.unit = NUV_ResolutionInfo::per_centimetre;
-        break;
-    default:
-        resolution_.unit = NUV_ResolutionInfo::no_unit;
-    }
+    resolution_ =
+        tiff_resolution(x_resolution, y_resolution, static_cast<std::uint32_t>(resolution_unit));
 }
 
 } // namespace nuv
