@@ -50,6 +50,7 @@ NUV_Diagnosis jpeg_not_served(const NUV_JPEGHeader& header) noexcept
     why.because(NUV_Cause::unsupported);
     if (!header.has_frame())
         return why.at_byte(header.last_offset()).says("the marker FF %02X", header.last_marker());
+    why.at_byte(header.frame_offset());
     if (sof >= 9)
         return why.says("arithmetic coding (SOF%u)", sof);
     if (sof >= 5)

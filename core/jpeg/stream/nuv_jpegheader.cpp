@@ -204,6 +204,7 @@ NUV_JPEGCode NUV_JPEGHeader::take_frame(std::uint8_t marker, Payload payload) no
             return NUV_JPEGCode::bad_segment;
     }
     frame_.start_marker = marker;
+    frame_offset_ = segments_end_;
     return NUV_JPEGCode::good;
 }
 

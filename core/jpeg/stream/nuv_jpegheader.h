@@ -85,6 +85,8 @@ public:
 
     [[nodiscard]] const NUV_JPEGFrame& frame() const noexcept { return frame_; }
     [[nodiscard]] bool has_frame() const noexcept { return frame_.start_marker != 0; }
+    // Of its SOF segment, in the storage.
+    [[nodiscard]] std::int32_t frame_offset() const noexcept { return frame_offset_; }
     // The last SOS read, if any.
     [[nodiscard]] const NUV_JPEGScanHeader& scan() const noexcept { return scan_; }
     [[nodiscard]] bool has_scan() const noexcept { return scan_.components != 0; }
@@ -120,6 +122,7 @@ private:
     NUV_JPEGScanHeader scan_;
     NUV_JPEGStoredTables tables_;
     NUV_JPEGMarkerList markers_;
+    std::int32_t frame_offset_ = 0;
     std::int32_t segments_end_ = 0; // behind the last segment that is whole
     std::uint8_t last_marker_ = 0;
     bool has_any_table_ = false;

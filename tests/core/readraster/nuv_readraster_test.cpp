@@ -302,9 +302,9 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFoundWhere)
     const Case cases[] = {
         {bytes_of("hello, world"), unknown_kind, 0, "it starts with 68 65 6c 6c"},
         {bytes_of("P"), unknown_kind, nowhere, "it is too short"},
-        {flat_with(sof, 0xC9), unsupported, nowhere, "arithmetic coding (SOF9)"},
-        {flat_with(sof, 0xC5), unsupported, nowhere, "hierarchical coding (SOF5)"},
-        {with_jfif(flat_with(sof, 0xCA)), unsupported, nowhere, "arithmetic coding (SOF10)"},
+        {flat_with(sof, 0xC9), unsupported, 2, "arithmetic coding (SOF9)"},
+        {flat_with(sof, 0xC5), unsupported, 2, "hierarchical coding (SOF5)"},
+        {with_jfif(flat_with(sof, 0xCA)), unsupported, 20, "arithmetic coding (SOF10)"},
         {flat_with(sof, 0xCC), unsupported, 2, "arithmetic coding (DAC)"},
         {bytes_of("P5 2 1 65535\nabcd"), unsupported, 12, "P5 with samples up to 65535, served is 255"},
         {bytes_of("P5 2 1 65536\nabcd"), invalid, 12, "P5 with samples up to 65536, served is 255"},
