@@ -32,11 +32,9 @@ std::string unexpected(const CLI::App& app)
         std::ranges::find_if(rest, [](const std::string& text) { return text.starts_with("-"); });
     if (option == rest.end())
         return rest.empty() ? "the command line has too much"
-                            : "unexpected argument " + nuv_tool::quoted(rest.front());
+                            : "unexpected argument " + quoted(rest.front());
     const auto commands = app.get_subcommands();
-    const std::vector<std::string> names = option_names(commands.empty() ? app : *commands.front());
-    return unknown_word("option", option->substr(0, option->find('=')),
-                        std::vector<std::string_view>(names.begin(), names.end()));
+    return unknown_option(commands.empty() ? app : *commands.front(), *option);
 }
 
 int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)

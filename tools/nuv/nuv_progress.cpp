@@ -76,13 +76,6 @@ void ProgressBar::Picture::tell(std::uint32_t lines_done, std::uint32_t lines) n
     bar_.add(more);
 }
 
-int ProgressBar::Picture::told_by_job(void* user, std::uint32_t lines_done,
-                                      std::uint32_t lines) noexcept
-{
-    static_cast<Picture*>(user)->tell(lines_done, lines);
-    return 0;
-}
-
 // Whoever comes first when it is time draws.
 void ProgressBar::add(std::uint64_t parts) noexcept
 {

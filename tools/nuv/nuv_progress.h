@@ -34,8 +34,6 @@ public:
         Picture& operator=(const Picture&) = delete;
 
         void tell(std::uint32_t lines_done, std::uint32_t lines) noexcept;
-        // A nuv_progress whose `user` is a Picture; it never cancels.
-        static int told_by_job(void* user, std::uint32_t lines_done, std::uint32_t lines) noexcept;
 
     private:
         ProgressBar& bar_;
