@@ -231,6 +231,42 @@ TEST(ScaleForms, ConvolveRow)
     expect_same_rows<U16, NUV_LinearTaps<double>, double>("PPAA", "PPAA", {3, 4}, 65535);
 }
 
+TEST(ScaleForms, ReduceGrayRow)
+{
+    expect_same_forms<U8>("PPAA", choose_reduce_gray_row, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t pixels = draw.length(70);
+        const U8* in = draw.input<U8>(5 * 70 + reduce_gray_row_reach);
+        const double ratio = static_cast<double>(draw.number(11, 30)) / 10;
+        std::vector<NUV_AreaTaps> taps(pixels + 1);
+        PackedTaps high;
+        PackedTaps low;
+        for (std::size_t k = 0; k <= pixels; ++k) {
+            const double position = static_cast<double>(k) * ratio;
+            const auto first = static_cast<std::size_t>(position);
+            const double end = position + ratio;
+            taps[k] = {first, static_cast<double>(first) + 1 - position, end - std::floor(end)};
+        }
+        for (std::size_t k = 0; k < pixels; ++k) {
+            const std::size_t last = taps[k + 1].offset - taps[k].offset;
+            const double shares[] = {taps[k].first, last > 1 ? 1 : taps[k].last,
+                                     last > 2 ? 1 : taps[k].last, taps[k].last};
+            std::int32_t weights[2][4] = {};
+            for (std::size_t i = 0; i <= last; ++i) {
+                const auto split = split_units(std::llround(shares[i] / ratio * std::ldexp(1, 28)));
+                weights[0][i] = split.high;
+                weights[1][i] = split.low;
+            }
+            high.push(taps[k].offset, weights[0]);
+            low.push(taps[k].offset, weights[1]);
+        }
+        const NUV_SplitAreaTaps split{high.offsets.data(),
+                                      {high.pairs[0].data(), high.pairs[1].data()},
+                                      {low.pairs[0].data(), low.pairs[1].data()}};
+        compare(pixels,
+                [&](auto form, U8* out) { form(in, taps.data(), split, out, pixels, 1 / ratio); });
+    });
+}
+
 TEST(ScaleForms, ShrinkRow)
 {
     for (const std::uint32_t channels : {1U, 3U, 4U}) {

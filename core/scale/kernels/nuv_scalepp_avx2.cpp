@@ -111,6 +111,11 @@ struct NUV_SplitArea {
     }
 };
 
+NUV_TARGET("avx2") inline __m256i entries(const void* from) noexcept
+{
+    return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+
 NUV_TARGET("avx2") inline __m256i above_doubt(__m256i sums) noexcept
 {
     const __m256i moved = _mm256_add_epi32(sums, _mm256_set1_epi32(split_doubt));
@@ -158,6 +163,44 @@ void reduce_area_row_4_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps, st
                             std::size_t pixels, std::size_t, double inverse)
 {
     reduce_area_row<4>(in, taps, out, pixels, inverse);
+}
+
+// The weights of four samples of 255 are less than 2^-19 off together.
+NUV_TARGET("avx2")
+void reduce_gray_row_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps,
+                          const NUV_SplitAreaTaps& split, std::uint8_t* out, std::size_t pixels,
+                          double inverse)
+{
+    const __m256i doubts = _mm256_set1_epi32(2 * split_doubt);
+    const __m256i half = _mm256_set1_epi32(1 << (split_bits - 1));
+    std::size_t k = 0;
+    for (; k + 8 <= pixels; k += 8) {
+        const __m256i offsets = entries(split.offsets + k);
+        const __m256i samples = load_two(in + split.offsets[k], in + split.offsets[k + 4]);
+        const __m256i places = first_bytes<std::uint8_t>(offsets);
+        const __m256i first = pairs_at(places, samples, std::uint8_t{});
+        const __m256i second =
+            pairs_at(_mm256_add_epi8(places, _mm256_set1_epi8(2)), samples, std::uint8_t{});
+        const __m256i low = _mm256_add_epi32(_mm256_madd_epi16(first, entries(split.low[0] + k)),
+                                             _mm256_madd_epi16(second, entries(split.low[1] + k)));
+        const __m256i high =
+            _mm256_add_epi32(_mm256_madd_epi16(first, entries(split.high[0] + k)),
+                             _mm256_madd_epi16(second, entries(split.high[1] + k)));
+        const __m256i sums =
+            _mm256_add_epi32(_mm256_add_epi32(high, _mm256_srai_epi32(low, split_bits)), half);
+        const bool doubt = _mm256_movemask_epi8(_mm256_cmpgt_epi32(doubts, above_doubt(sums))) != 0;
+        if (doubt || !are_near<std::uint8_t, 4>(offsets)) {
+            reduce_area_row_portable<1>(in, taps + k, out + k, 8, 1, inverse);
+            continue;
+        }
+        const __m256i means = _mm256_srai_epi32(sums, split_bits);
+        const __m256i words = _mm256_packs_epi32(means, means);
+        const __m256i bytes = _mm256_packus_epi16(words, words);
+        _mm_storel_epi64(
+            reinterpret_cast<__m128i*>(out + k),
+            _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+    }
+    reduce_area_row_portable<1>(in, taps + k, out + k, pixels - k, 1, inverse);
 }
 
 NUV_TARGET("avx2")

@@ -60,6 +60,30 @@ void reduce_area_row_portable(const T* __restrict in, const NUV_AreaTaps* __rest
     }
 }
 
+// Gray rows whose pixels cover four samples at most, as sums of four taps whose weights are split:
+// see nuv_splitweights.h. A weight is a share times the inverse.
+struct NUV_SplitAreaTaps {
+    const std::uint32_t* offsets = nullptr;
+    // Two weights of 16 bits each, the first in the lower half, of taps 0 and 1, and of 2 and 3.
+    const std::int32_t* high[2] = {};
+    const std::int32_t* low[2] = {};
+};
+
+// Makes what ReduceAreaRow makes of one channel and `taps`, which `split` says in another way.
+using ReduceGrayRow = void (*)(const std::uint8_t* in, const NUV_AreaTaps* taps,
+                               const NUV_SplitAreaTaps& split, std::uint8_t* out,
+                               std::size_t pixels, double inverse);
+
+inline void reduce_gray_row_portable(const std::uint8_t* in, const NUV_AreaTaps* taps,
+                                     const NUV_SplitAreaTaps&, std::uint8_t* out,
+                                     std::size_t pixels, double inverse)
+{
+    reduce_area_row_portable<1>(in, taps, out, pixels, 1, inverse);
+}
+
+// Bytes from the first sample of a pixel on that the forms of ReduceGrayRow may read and ignore.
+inline constexpr std::size_t reduce_gray_row_reach = 16;
+
 // The same for lines: `first`, `sums` of the lines between, `last`. Of samples of 8 bits the sums
 // may have 16 bits, of others they have 32 or 64; they are not negative.
 template <IntegerSample T, class Sum>
@@ -91,6 +115,9 @@ void reduce_area_row_3_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps, st
                             std::size_t pixels, std::size_t channels, double inverse);
 void reduce_area_row_4_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps, std::uint8_t* out,
                             std::size_t pixels, std::size_t channels, double inverse);
+void reduce_gray_row_avx2(const std::uint8_t* in, const NUV_AreaTaps* taps,
+                          const NUV_SplitAreaTaps& split, std::uint8_t* out, std::size_t pixels,
+                          double inverse);
 void reduce_area_lines_avx2(const std::uint8_t* first, const std::int32_t* sums,
                             const std::uint8_t* last, std::uint8_t* out, std::size_t samples,
                             const NUV_AreaTaps& taps, double inverse);
@@ -119,6 +146,16 @@ template <IntegerSample T>
     return visit_channels(channels, []<int Channels>() -> ReduceAreaRow<T> {
         return reduce_area_row_portable<Channels, T>;
     });
+}
+
+[[nodiscard]] inline ReduceGrayRow choose_reduce_gray_row(
+    [[maybe_unused]] const NUV_Cpu& cpu) noexcept
+{
+#if NUV_X86
+    if (cpu.has_avx2)
+        return reduce_gray_row_avx2;
+#endif
+    return reduce_gray_row_portable;
 }
 
 template <IntegerSample T, class Sum>

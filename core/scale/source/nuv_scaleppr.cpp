@@ -1,13 +1,18 @@
 #include "core/scale/kernels/nuv_scalepp_kernels.h"
+#include "core/scale/kernels/nuv_splitweights.h"
 #include "core/scale/nuv_scalepp.h"
+#include "core/scale/source/nuv_padline.h"
 #include "core/scale/source/nuv_scaleppengine.h"
 #include "framework/base/nuv_held.h"
 #include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <span>
 
 namespace nuv {
 namespace {
@@ -54,6 +59,54 @@ bool sums_are_small(double ratio) noexcept
     return (ratio + 2) * std::numeric_limits<T>::max() < std::numeric_limits<Sum>::max();
 }
 
+// The taps of gray rows of bytes in the layout of ReduceGrayRow.
+class NUV_GrayTaps {
+public:
+    // `taps` has an entry behind those of the pixels, as for ReduceAreaRow. False after
+    // NUV_ERR_MEMORY.
+    [[nodiscard]] bool initiate(NUV_Manager& manager, std::span<const NUV_AreaTaps> taps,
+                                std::uint32_t source_width, double inverse)
+    {
+        const std::size_t pixels = taps.size() - 1;
+        if (!high_.allocate(manager, pixels) || !low_.allocate(manager, pixels))
+            return false;
+        constexpr double unit = std::int64_t{1} << 2 * split_bits;
+        for (std::size_t k = 0; k < pixels; ++k) {
+            const std::size_t last = taps[k + 1].offset - taps[k].offset;
+            if (last > 3 || taps[k].offset + reduce_gray_row_reach > source_width)
+                break;
+            std::array<std::int32_t, 4> high{};
+            std::array<std::int32_t, 4> low{};
+            for (std::size_t i = 0; i <= last; ++i) {
+                const double share = i == 0 ? taps[k].first : i == last ? taps[k].last : 1;
+                const NUV_SplitWeight weight = split_units(std::llround(share * inverse * unit));
+                high[i] = weight.high;
+                low[i] = weight.low;
+            }
+            high_.set(k, taps[k].offset, high);
+            low_.set(k, taps[k].offset, low);
+            ++pixels_;
+        }
+        return true;
+    }
+
+    // Those from the left that it serves.
+    [[nodiscard]] std::size_t pixels() const noexcept { return pixels_; }
+    [[nodiscard]] NUV_SplitAreaTaps taps() const noexcept
+    {
+        const NUV_PackedTaps high = high_.taps();
+        const NUV_PackedTaps low = low_.taps();
+        return {high.offsets,
+                {high.first_pairs, high.second_pairs},
+                {low.first_pairs, low.second_pairs}};
+    }
+
+private:
+    std::size_t pixels_ = 0;
+    NUV_PackedTapTable high_;
+    NUV_PackedTapTable low_;
+};
+
 template <IntegerSample T>
 class NUV_ScaleWidthPPREngine final : public NUV_ScaleWidthPPEngine<T> {
 public:
@@ -80,18 +133,33 @@ public:
         taps_[width] = {std::size_t{source_width - 1} * this->channels_, 0, 0};
         reduce_ = choose_reduce_area_row<T>(this->manager().cpu(), this->channels_,
                                             sums_are_small<T>(this->ratio_));
+        if constexpr (sizeof(T) == 1) {
+            // Above that, pixels cover more than four samples.
+            constexpr double most_ratio = 3;
+            if (this->channels_ != 1 || this->ratio_ > most_ratio)
+                return true;
+            reduce_gray_ = choose_reduce_gray_row(this->manager().cpu());
+            return gray_.initiate(this->manager(), taps_.items(), source_width, 1.0 / this->ratio_);
+        }
         return true;
     }
 
 private:
     void process_line(const std::uint8_t* in, std::uint8_t* out) override
     {
-        reduce_(reinterpret_cast<const T*>(in), taps_.data(), reinterpret_cast<T*>(out),
-                this->destination_width_, this->channels_, 1.0 / this->ratio_);
+        const double inverse = 1.0 / this->ratio_;
+        const std::size_t done = gray_.pixels();
+        if (done != 0)
+            reduce_gray_(in, taps_.data(), gray_.taps(), out, done, inverse);
+        reduce_(reinterpret_cast<const T*>(in), taps_.data() + done,
+                reinterpret_cast<T*>(out) + done, this->destination_width_ - done, this->channels_,
+                inverse);
     }
 
     NUV_Scratch<NUV_AreaTaps> taps_; // one more than output pixels
     ReduceAreaRow<T> reduce_ = nullptr;
+    ReduceGrayRow reduce_gray_ = nullptr;
+    NUV_GrayTaps gray_; // of pixels that the form for them makes
 };
 
 template <IntegerSample T, class Sum>
