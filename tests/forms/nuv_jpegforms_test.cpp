@@ -1,6 +1,7 @@
 #include "core/jpeg/kernels/nuv_jpegdifferences.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
+#include "core/jpeg/stream/nuv_jpegtables.h"
 #include "tests/support/nuv_testforms.h"
 
 namespace nuv {
@@ -95,13 +96,20 @@ TEST(JPEGForms, InverseTransform)
 
 TEST(JPEGForms, SamplesOfABlock)
 {
-    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
-        const I16* const block = draw_block(draw);
-        const I16* const table = draw_quantisers(draw);
-        const std::size_t stride = draw.one_of<std::size_t>({8, 9, 64});
-        compare(7 * stride + 8, [&](auto form, U8* out) { form(block, table, out, stride); });
+    const auto draw_call = [](std::size_t most) {
+        return [=](NUV_FormDraw& draw, auto compare) {
+            I16* const block = draw_block(draw);
+            for (std::size_t k = most; k < jpeg_block_size; ++k)
+                block[jpeg_zigzag[k]] = 0;
+            const I16* const table = draw_quantisers(draw);
+            const std::size_t stride = draw.one_of<std::size_t>({8, 9, 64});
+            compare(7 * stride + 8, [&](auto form, U8* out) { form(block, table, out, stride); });
+        };
     };
-    expect_same_forms<U8>("PSAA", sample_form(&Samples::block_to_samples), draw_call, 20000);
+    expect_same_forms<U8>("PSAA", sample_form(&Samples::block_to_samples),
+                          draw_call(jpeg_block_size), 20000);
+    expect_same_forms<U8>("PSAA", sample_form(&Samples::short_block_to_samples),
+                          draw_call(jpeg_short_block), 20000);
 }
 
 // Random data under random tables, which have codes without meaning and of all lengths: the same

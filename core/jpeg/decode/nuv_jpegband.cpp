@@ -96,6 +96,8 @@ void NUV_JPEGBand::put_block(std::size_t component, std::size_t across, std::siz
     if (rows.side == 8) [[likely]] {
         if (reached <= 1)
             put_flat_block(coefficients[0], factors[0], out, rows.stride);
+        else if (reached <= jpeg_short_block)
+            forms_->short_block_to_samples(coefficients, factors.data(), out, rows.stride);
         else
             forms_->block_to_samples(coefficients, factors.data(), out, rows.stride);
         return;

@@ -108,6 +108,7 @@ void reduced_idct(const std::int16_t* coefficients, const std::int16_t* table, s
 void set_portable_sample_forms(NUV_JPEGSampleForms& forms) noexcept
 {
     forms = {.block_to_samples = block_to_samples,
+             .short_block_to_samples = block_to_samples,
              .repeat_twice = repeat_twice,
              .interleave_3 = interleave<3>,
              .interleave_4 = interleave<4>};
@@ -115,12 +116,12 @@ void set_portable_sample_forms(NUV_JPEGSampleForms& forms) noexcept
 
 const NUV_JPEGSampleForms& jpeg_sample_forms(const NUV_Cpu& cpu) noexcept
 {
-    static const NUV_JPEGFormLevels<NUV_JPEGSampleForms> levels({set_portable_sample_forms},
+    static const NUV_JPEGFormLevels<NUV_JPEGSampleForms> levels(
+        {set_portable_sample_forms},
 #if NUV_X86
-                                                                {set_sse2_sample_forms},
-                                                                {set_avx2_sample_forms}
+        {set_sse2_sample_forms}, {set_avx2_sample_forms, set_avx2_block_forms}
 #else
-                                                                {}, {}
+        {}, {}
 #endif
     );
     return levels.of(cpu);

@@ -15,6 +15,10 @@ struct NUV_JPEGSampleForms {
     // 0..255: 8 rows of 8 samples, `stride` bytes apart.
     void (*block_to_samples)(const std::int16_t* coefficients, const std::int16_t* table,
                              std::uint8_t* out, std::size_t stride);
+    // The same for a block of which no more than the first ten coefficients in zig-zag order are
+    // other than 0.
+    void (*short_block_to_samples)(const std::int16_t* coefficients, const std::int16_t* table,
+                                   std::uint8_t* out, std::size_t stride);
     // Each of `count` samples twice.
     void (*repeat_twice)(const std::uint8_t* in, std::uint8_t* out, std::size_t count);
     // `count` pixels of 3 or 4 samples out of as many rows.
@@ -24,6 +28,8 @@ struct NUV_JPEGSampleForms {
 
 // The forms that `cpu` runs fastest.
 [[nodiscard]] const NUV_JPEGSampleForms& jpeg_sample_forms(const NUV_Cpu& cpu) noexcept;
+
+inline constexpr std::uint32_t jpeg_short_block = 10; // coefficients
 
 // A sample of a transformed block as it is delivered.
 [[nodiscard]] constexpr std::uint8_t deliver_sample(std::int32_t sample) noexcept
@@ -46,6 +52,7 @@ void set_portable_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 #if NUV_X86
 void set_sse2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
 void set_avx2_sample_forms(NUV_JPEGSampleForms& forms) noexcept;
+void set_avx2_block_forms(NUV_JPEGSampleForms& forms) noexcept;
 #endif
 
 } // namespace nuv

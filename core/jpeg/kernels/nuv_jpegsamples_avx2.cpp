@@ -2,34 +2,10 @@
 
 #if NUV_X86
 
-#    include "core/jpeg/kernels/nuv_jpegforms.h"
-
 #    include <immintrin.h>
 
 namespace nuv {
 namespace {
-
-NUV_TARGET("avx2")
-inline void store_half(std::uint8_t* out, __m128i value)
-{
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), value);
-}
-
-// Packing limits to -128..127, which is 0..255 with the top bit turned.
-NUV_TARGET("avx2")
-void block_to_samples_avx2(const std::int16_t* coefficients, const std::int16_t* table,
-                           std::uint8_t* out, std::size_t stride)
-{
-    alignas(32) std::int16_t samples[jpeg_block_size];
-    static_cast<void>(idct_dequant_avx2(coefficients, samples, table));
-    const auto* in = reinterpret_cast<const __m128i*>(samples);
-    for (std::size_t y = 0; y < 8; y += 2) {
-        const __m128i packed = _mm_packs_epi16(_mm_load_si128(in + y), _mm_load_si128(in + y + 1));
-        const __m128i levels = _mm_xor_si128(packed, _mm_set1_epi8(-128));
-        store_half(out + stride * y, levels);
-        store_half(out + stride * (y + 1), _mm_unpackhi_epi64(levels, levels));
-    }
-}
 
 // Of 16 pixels, the 16 bytes from byte 16 * Part on: each comes from one of three rows.
 struct Spread {
@@ -87,7 +63,6 @@ void interleave_3_avx2(const std::uint8_t* const* in, std::uint8_t* out, std::si
 
 void set_avx2_sample_forms(NUV_JPEGSampleForms& forms) noexcept
 {
-    forms.block_to_samples = block_to_samples_avx2;
     forms.interleave_3 = interleave_3_avx2;
 }
 

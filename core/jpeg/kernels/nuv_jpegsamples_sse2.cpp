@@ -34,6 +34,7 @@ void block_to_samples_sse2(const std::int16_t* coefficients, const std::int16_t*
 void set_sse2_sample_forms(NUV_JPEGSampleForms& forms) noexcept
 {
     forms.block_to_samples = block_to_samples_sse2;
+    forms.short_block_to_samples = block_to_samples_sse2;
 }
 
 } // namespace nuv
