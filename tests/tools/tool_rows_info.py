@@ -40,7 +40,7 @@ ROWS = (
     # Help: of the program, of all commands and words, and whole.
     (0, "nuv --help; nuv help | cmp - <(nuv -h)", "", "Usage: nuv COMMAND*Commands:\n  info  *  crop=X,Y,WxH  *SIZE is one of\n*\nExamples:\n  nuv *\n  nuv *\n  nuv *\n  nuv *\n  nuv *", ""),
     (0, "for t in $(nuv help all | sed -n '/^Commands/,/^$/s/^  \\([a-z-]*\\) .*/\\1/p') $(nuv help all | sed -n '/^Words/,/^$/s/^  \\([a-z-]*\\).*/\\1/p'); do nuv help $t >folder/$t || exit 1; done; cd folder; [ $(ls | wc -l) -ge 20 ] && ! find . -empty -type f | grep .; nuv help convert | cmp - <(nuv convert --help)", "", "", ""),
-    (0, "nuv help rotate", "", "nuv convert ... rotate=DEGREES\n*multiple of 90*", ""),
+    (0, "nuv help rotate; nuv help convert=", "", "nuv convert ... rotate=DEGREES\n*multiple of 90*\nnuv convert ... convert=SLOPE*", ""),
     (0, "nuv help | awk 'length > 100'", "", "", ""),
     # What shells are told, and what bash makes of it.
     (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert --quality 90 a col; nuv complete convert a b --sampling 41; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),

@@ -191,8 +191,10 @@ std::string all_help(const CLI::App& app)
 void add_help(CLI::App& app, HelpRequest& request)
 {
     CLI::App& command = *app.add_subcommand("help", "Tell about a command or a word");
-    command.add_option("TOPIC", request.topic,
-                       "A command, a word of 'nuv convert', or all, colors or size");
+    command.add_option(
+        "TOPIC", request.topic,
+        "A command, a word of 'nuv convert' (convert= for the one of that name), or all, "
+        "colors or size");
 }
 
 int run_help(const CLI::App& app, const HelpRequest& request)
