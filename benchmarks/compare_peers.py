@@ -35,12 +35,14 @@ GROUPS = {
     "scale": geometrycases.scale,
     "rotate": geometrycases.rotate,
     "tiff": tiffcases.tiff,
+    "fax": tiffcases.fax,
 }
 NEEDED = {  # what a group cannot make its files without
     "decode": ("cjpeg",),
     "lossless": ("dump2dcm", "dcmcjpeg"),
     "bitmaps": ("ppmtobmp",),
     "png": ("pnmtopng",),
+    "fax": ("pnmtotiff",),
 }
 SMALL_SIZES = ((600, 400), (1200, 800))
 

@@ -75,6 +75,7 @@ class Pictures:
     def __init__(self, build, folder, width, height):
         self.nuv = os.path.join(build, "tools", "nuv", "nuv")
         self.make_photo = os.path.join(build, "benchmarks", "nuv_make_photo")
+        self.leptonica = os.path.join(build, "benchmarks", "nuv_leptonica_turn")
         self.libjpeg = os.path.join(build, "benchmarks", "nuv_libjpeg_samples")
         self.folder = folder
         self.width = width
@@ -172,6 +173,14 @@ class Pictures:
     def page(self):
         path = self.path("page.pbm")
         page_of_text(*self.page_size, path)
+        return path
+
+    @functools.cached_property
+    def fax(self):
+        """The page in T.6."""
+        path = self.path("page.tif")
+        with open(path, "wb") as file:
+            subprocess.run(["pnmtotiff", "-quiet", "-g4", self.page], stdout=file, check=True)
         return path
 
     @functools.cached_property

@@ -1,4 +1,4 @@
-"""Reading scans, many strips, and run-length coded screens."""
+"""Reading scans, many strips, run-length coded screens and facsimile pages."""
 
 from peers.measure import Case, Command
 
@@ -22,4 +22,16 @@ def tiff(pictures):
         "screen in RLE8", width * height,
         Command("nuv", (pictures.nuv, "convert", screen, pictures.path("ours.raw"))),
         (Command("GraphicsMagick", ("gm", "convert", screen, pictures.path("theirs.ppm"))),),
+        aim=0.5)
+
+
+def fax(pictures):
+    width, height = pictures.page_size
+    page = pictures.fax
+    yield Case(
+        "T.6 page, turned and halved", width * height,
+        Command("nuv", (pictures.nuv, "convert", page, pictures.path("ours.raw"), "-f",
+                        "rotate=90", "nearest=50%")),
+        (Command("Leptonica", (pictures.leptonica, page, pictures.path("theirs.raw"))),
+         Command("vips, turned alone", ("vips", "rot", page, pictures.path("theirs.v"), "d90"))),
         aim=0.5)
