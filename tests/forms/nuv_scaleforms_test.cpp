@@ -89,9 +89,12 @@ TEST(ScaleForms, MoveBits)
         const auto draw_call = [&](NUV_FormDraw& draw, auto compare) {
             std::vector<std::uint32_t> pixels(1 + draw.length(300));
             auto pixel = static_cast<std::uint32_t>(draw.number(0, 70));
+            const std::size_t shorter = draw.one_of<std::size_t>({0, 60}); // one in so many
             for (std::uint32_t& next : pixels) {
                 next = pixel;
-                pixel += static_cast<std::uint32_t>(draw.number(steps.least, steps.most));
+                const bool is_long = draw.number(0, shorter) != 0;
+                pixel += is_long ? steps.most
+                                 : static_cast<std::uint32_t>(draw.number(steps.least, steps.most));
             }
             NUV_NearestBits bits{.pixels = pixels, .words = {}, .in_bytes = pixels.back() / 8 + 1};
             const U8* in = draw.input<U8>(bits.in_bytes);
