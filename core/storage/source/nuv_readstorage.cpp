@@ -28,7 +28,7 @@ private:
     std::uint32_t sample_bytes_ = 1;
     std::int32_t byte_order_ = host_byte_order;
     bool raw_ = false;
-    NUV_Diagnosis early_end_;
+    NUV_Scratch<NUV_Diagnosis> early_end_; // where one was given: engines of strips are many
 };
 
 bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -41,7 +41,11 @@ bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
     line_gap_ = line_gap;
     byte_order_ = byte_order;
-    early_end_ = early_end;
+    if (early_end.text[0] != '\0') {
+        if (!early_end_.allocate(manager(), 1))
+            return false;
+        early_end_[0] = early_end;
+    }
     sample_bytes_ = (header_.bits() + 7U) / 8U;
     raw_ = header_.is_raw();
     if (!storage->to(offset))
@@ -87,10 +91,13 @@ bool NUV_ReadStorageEngine::skip_gap()
 
 bool NUV_ReadStorageEngine::end_early()
 {
-    if (early_end_.text[0] == '\0')
-        early_end_.says("line %u of %u is not there as a whole", lines_done_ + 1, header_.height());
+    NUV_Diagnosis why;
+    if (early_end_.size() != 0)
+        why = early_end_[0];
+    else
+        why.says("line %u of %u is not there as a whole", lines_done_ + 1, header_.height());
     return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::execute()",
-                early_end_.on_line(lines_done_));
+                why.on_line(lines_done_));
 }
 
 } // namespace
