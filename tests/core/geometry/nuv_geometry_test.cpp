@@ -50,6 +50,15 @@ TEST(Geometry, GivesTheseResults)
     // clang-format on
     expect_result("runs, cut", run_description(6, 2), records_of({{3, 5}, end}),
                   appending<NUV_Crop>(4U, 0U, 2U, 2U), records_of({{0, 1}, end, end}));
+    NUV_ModelRuns turned; // from columns of more than 16 bits
+    for (std::uint32_t x = 0; x < 70000; ++x) {
+        if (x % 65536 == 3)
+            turned.push_back({0, 0});
+        turned.push_back(end);
+    }
+    expect_result("runs, wide", run_description(70000, 1),
+                  records_of({{3, 3}, {65539, 65539}, end}), appending<NUV_Rotate90>(90),
+                  records_of(turned));
 }
 
 // Lines that are made anew have nothing behind their last pixel, whatever the source has there.
