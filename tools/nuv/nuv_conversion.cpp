@@ -179,7 +179,8 @@ private:
     [[nodiscard]] std::string why(const Watch& watch) const
     {
         if (!job())
-            return source_ + ": There is not enough memory.";
+            return source_ +
+                   ": There is not enough memory, or too little is allowed (--max-memory).";
         if (watch.is_late)
             return source_ + ": It takes longer than is allowed (--timeout).";
         nuv_failure failure{};
