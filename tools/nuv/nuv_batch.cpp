@@ -12,6 +12,7 @@
 #include <atomic>
 #include <filesystem>
 #include <map>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -70,6 +71,18 @@ void refuse_collisions(const std::vector<Errand>& errands)
         if (source != sources.end() && source->second->source != errand.source)
             throw UsageError(errand.destination + ": would be written from " + errand.source +
                              ", but is itself a source; nothing was done");
+    }
+}
+
+// Once for all, before anything is read; a single picture tells it by itself.
+void refuse_missing_folders(const std::vector<Errand>& errands)
+{
+    for (const Errand& errand : errands) {
+        const fs::path folder = fs::path(errand.destination).parent_path();
+        std::error_code error;
+        if (!folder.empty() && !fs::is_directory(folder, error))
+            throw std::runtime_error(folder.string() +
+                                     ": there is no such folder to write to; nothing was done");
     }
 }
 
@@ -227,6 +240,8 @@ std::vector<Errand> plan(const std::vector<std::string>& sources, const WritingR
         errands.push_back(std::move(errand));
     }
     refuse_collisions(errands);
+    if (errands.size() > 1)
+        refuse_missing_folders(errands);
     return errands;
 }
 
