@@ -5,6 +5,7 @@
 #include <algorithm>
 
 namespace nuv {
+#if NUV_X86
 namespace {
 
 constexpr std::uint64_t top_bit = std::uint64_t{1} << 63;
@@ -20,6 +21,7 @@ constexpr std::uint64_t top_bit = std::uint64_t{1} << 63;
 }
 
 } // namespace
+#endif
 
 void move_bits_portable(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out)
 {
