@@ -238,7 +238,7 @@ TEST(ScaleForms, ReduceGrayRow)
 {
     expect_same_forms<U8>("PPAA", choose_reduce_gray_row, [](NUV_FormDraw& draw, auto compare) {
         const std::size_t pixels = draw.length(70);
-        const U8* in = draw.input<U8>(5 * 70 + reduce_gray_row_reach);
+        const U8* in = draw.input<U8>(350 + reduce_gray_row_reach);
         const double ratio = static_cast<double>(draw.number(11, 30)) / 10;
         std::vector<NUV_AreaTaps> taps(pixels + 1);
         PackedTaps high;
@@ -302,11 +302,11 @@ TEST(ScaleForms, AverageFourRow)
 {
     for (const std::uint32_t channels : {1U, 3U}) {
         const auto choose = [=](const NUV_Cpu& cpu) {
-            return choose_average_four_row<U8>(cpu, channels, 2 * channels);
+            return choose_average_four_row<U8>(cpu, channels, std::size_t{2} * channels);
         };
         expect_same_forms<U8>("PPAA", choose, [=](NUV_FormDraw& draw, auto compare) {
             const std::size_t pixels = draw.length(80);
-            const std::size_t cell = 2 * channels;
+            const std::size_t cell = std::size_t{2} * channels;
             const U8* lines[] = {draw.input<U8>(pixels * cell), draw.input<U8>(pixels * cell)};
             compare(pixels * channels, [&](auto form, U8* out) {
                 form(lines[0], lines[1], out, pixels, channels, cell);

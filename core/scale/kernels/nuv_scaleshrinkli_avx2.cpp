@@ -129,7 +129,7 @@ inline std::size_t shrink_colors(const std::uint8_t* upper, const std::uint8_t* 
         store_four<Channels>(
             _mm256_packs_epi32(two_pixels<4, Channels>(upper, lower, offsets, above, below),
                                two_pixels<6, Channels>(upper, lower, offsets, above, below)),
-            to + 4 * Channels);
+            to + std::size_t{4} * Channels);
     }
     return k;
 }

@@ -173,7 +173,7 @@ template <IntegerSample T>
     return visit_channels(channels, [&]<int Channels>() -> AverageFourRow<T> {
 #if NUV_X86
         if constexpr (std::is_same_v<T, std::uint8_t> && (Channels == 1 || Channels == 3)) {
-            if (cpu.has_avx2 && cell == 2 * Channels)
+            if (cpu.has_avx2 && cell == std::size_t{2} * Channels)
                 return average_four_row_avx2<Channels>;
         }
 #endif

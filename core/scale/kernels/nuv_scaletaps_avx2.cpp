@@ -143,8 +143,8 @@ inline __m256i
     __m256i sums =
         _mm256_madd_epi16(channel_pairs<Channels>(first), two_entries(taps.first_pairs + k));
     if constexpr (HasFour) {
-        const __m256i second =
-            _mm256_xor_si256(load_two(low + 2 * Channels, high + 2 * Channels), bias);
+        const __m256i second = _mm256_xor_si256(
+            load_two(low + std::size_t{2} * Channels, high + std::size_t{2} * Channels), bias);
         sums = _mm256_add_epi32(sums, _mm256_madd_epi16(channel_pairs<Channels>(second),
                                                         two_entries(taps.second_pairs + k)));
     }
@@ -246,13 +246,13 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
     }
 }
 
-#    define NUV_PACKED_FORM_OF(channels, type, taps)                                               \
-        template void convolve_packed_avx2<channels, type, taps<std::int32_t>>(                    \
-            const type*, const NUV_TapTable<taps<std::int32_t>>&, type*, std::size_t, std::size_t, \
-            NUV_SampleLimits<type>)
 #    define NUV_PACKED_FORM(channels, taps)                                                        \
-        NUV_PACKED_FORM_OF(channels, std::uint8_t, taps);                                          \
-        NUV_PACKED_FORM_OF(channels, std::uint16_t, taps)
+        template void convolve_packed_avx2<channels, std::uint8_t, taps<std::int32_t>>(            \
+            const std::uint8_t*, const NUV_TapTable<taps<std::int32_t>>&, std::uint8_t*,           \
+            std::size_t, std::size_t, NUV_SampleLimits<std::uint8_t>);                             \
+        template void convolve_packed_avx2<channels, std::uint16_t, taps<std::int32_t>>(           \
+            const std::uint16_t*, const NUV_TapTable<taps<std::int32_t>>&, std::uint16_t*,         \
+            std::size_t, std::size_t, NUV_SampleLimits<std::uint16_t>)
 #    define NUV_REAL_FORM(channels, taps)                                                          \
         template void convolve_real_avx2<channels, taps<double>>(                                  \
             const std::uint16_t*, const NUV_TapTable<taps<double>>&, std::uint16_t*, std::size_t,  \

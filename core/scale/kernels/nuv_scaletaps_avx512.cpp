@@ -5,8 +5,6 @@
 #    include "core/include/nuv_avx512.h"
 #    include "core/scale/kernels/nuv_splitweights.h"
 
-#    include <algorithm>
-
 namespace nuv {
 namespace {
 
