@@ -78,7 +78,8 @@ bool NUV_ReadPackBitsStripsEngine::initiate(NUV_InputStorage* storage, const NUV
     header_.encode_type(NUV_EncodeType::raw);
     rows_ = rows;
     line_bytes_ = header_.line_bytes();
-    return strips->hand_on(offsets_, byte_counts_) && dst->block_bytes(line_bytes_);
+    strips->hand_on(offsets_, byte_counts_);
+    return dst->block_bytes(line_bytes_);
 }
 
 bool NUV_ReadPackBitsStripsEngine::begin_strip(std::size_t strip)

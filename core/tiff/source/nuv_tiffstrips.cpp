@@ -183,9 +183,8 @@ NUV_Diagnosis NUV_TIFFStripStream::early_end() const noexcept
 {
     if (is_whole_)
         return {};
-    const std::size_t last = count_ - 1;
-    if (offsets_[last] > storage_bytes_)
-        return begins_behind_end(before_ + last, all_, offsets_[last], storage_bytes_);
+    if (last_offset_ > storage_bytes_)
+        return begins_behind_end(before_ + count_ - 1, all_, last_offset_, storage_bytes_);
     return NUV_Diagnosis()
         .at_byte(storage_bytes_)
         .says("strip %zu of %zu ends %u bytes early", before_ + count_, all_, missing_);
@@ -196,25 +195,23 @@ bool NUV_TIFFStripStream::make_room(std::size_t strips, std::size_t before, std:
     count_ = 0;
     before_ = before;
     all_ = all;
-    return offsets_.resize(strips) && byte_counts_.resize(strips);
+    return offsets_.reserve(strips) && byte_counts_.reserve(strips);
 }
 
 NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)
 {
     NUV_Vector<std::uint32_t> offsets(manager_);
     NUV_Vector<std::uint32_t> byte_counts(manager_);
-    if (!hand_on(offsets, byte_counts))
-        return {};
+    hand_on(offsets, byte_counts);
     return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets),
                                                         std::move(byte_counts));
 }
 
-bool NUV_TIFFStripStream::hand_on(NUV_Vector<std::uint32_t>& offsets,
+void NUV_TIFFStripStream::hand_on(NUV_Vector<std::uint32_t>& offsets,
                                   NUV_Vector<std::uint32_t>& byte_counts)
 {
     offsets.swap(offsets_);
     byte_counts.swap(byte_counts_);
-    return offsets.resize(count_) && byte_counts.resize(count_);
 }
 
 NUV_InputStorage* turn_tiff_bits(NUV_Manager& manager, NUV_InputStorage* bytes,

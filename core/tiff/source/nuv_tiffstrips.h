@@ -69,14 +69,15 @@ public:
     // are none yet. False without memory.
     [[nodiscard]] bool make_room(std::size_t strips, std::size_t before, std::size_t all);
     // Behind the strips so far, for which there is room.
-    void add(std::uint32_t offset, std::uint32_t bytes) noexcept
+    void add(std::uint32_t offset, std::uint32_t bytes)
     {
-        offsets_[count_] = offset;
-        byte_counts_[count_++] = bytes;
+        static_cast<void>(offsets_.push_back(offset) && byte_counts_.push_back(bytes));
+        ++count_;
     }
     // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
-    // comes nothing any more, for it would move up.
-    void add_raw(std::uint32_t offset, std::uint32_t bytes) noexcept
+    // comes nothing any more, for it would move up. Strips that lie in a row are one, so that in
+    // most files little of the room is touched.
+    void add_raw(std::uint32_t offset, std::uint32_t bytes)
     {
         if (!is_whole_)
             return;
@@ -84,16 +85,22 @@ public:
         const std::uint32_t there = is_reached ? std::min(bytes, storage_bytes_ - offset) : bytes;
         is_whole_ = is_reached && there == bytes;
         missing_ = bytes - there;
-        add(offset, there);
+        last_offset_ = offset;
+        const std::size_t last = offsets_.size() - 1;
+        if (count_ == 0 || std::uint64_t{offsets_[last]} + byte_counts_[last] != offset) {
+            add(offset, there);
+        } else {
+            byte_counts_[last] += there;
+            ++count_;
+        }
     }
     // What to say where raw strips end early.
     [[nodiscard]] NUV_Diagnosis early_end() const noexcept;
     // The strips as one stream, to which they are handed on. Nobody else may move the storage
     // meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
-    // Hands on where the strips are. False without memory.
-    [[nodiscard]] bool hand_on(NUV_Vector<std::uint32_t>& offsets,
-                               NUV_Vector<std::uint32_t>& byte_counts);
+    // Hands on where the strips are.
+    void hand_on(NUV_Vector<std::uint32_t>& offsets, NUV_Vector<std::uint32_t>& byte_counts);
 
 private:
     NUV_Manager& manager_;
@@ -104,7 +111,8 @@ private:
     std::size_t all_ = 0;
     std::uint32_t storage_bytes_;
     bool is_whole_ = true;
-    std::uint32_t missing_ = 0; // of the last strip
+    std::uint32_t last_offset_ = 0; // of a raw strip
+    std::uint32_t missing_ = 0;     // of that
 };
 
 // `bytes` with their bits in the order of the library, over it where that is needed: then
