@@ -45,6 +45,7 @@ ROWS = (
     (1, "nuv convert in.ppm fifo --write raw", "", "", "nuv: fifo: The result cannot be written: it is no regular file."),
     (1, "nuv convert in.ppm /dev/full --write raw", "", "", "nuv: /dev/full: The result cannot be written: it is no regular file."),
     (64, "nuv convert in.ppm /dev/stdout --write raw", "", "", "nuv: /dev/stdout: the name of standard output is -"),
+    (0, "nuv convert in.ppm o.ppm -v <&- >&- 2>&-", "o.ppm", "", "", "cmp in.ppm o.ppm"),
     (1, "nuv convert in.ppm - --write raw >/dev/full", "", "", "nuv: standard output: The result cannot be written: No space left on device."),
     (1, "nuv convert in.ppm nowhere/o.raw", "", "", "nuv: nowhere/o.raw: The result cannot be written: No such file or directory."),
     (1, "nuv convert in.ppm in.ppm/o.raw", "", "", "nuv: in.ppm/o.raw: The result cannot be written: Not a directory."),

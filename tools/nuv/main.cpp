@@ -8,9 +8,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <string_view>
+#include <unistd.h>
 
 namespace nuv_tool {
 
@@ -46,6 +49,18 @@ int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)
         print_to_stdout(help_of(commands.empty() ? app : *commands.front()));
     finish_stdout();
     return exit_done;
+}
+
+// A standard stream that is closed would be the next file that is opened, and its messages part of
+// that. In its place comes what can be neither read nor written, as a closed one.
+bool hold_standard_streams() noexcept
+{
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        const int wrong_way = stream == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (fcntl(stream, F_GETFD) < 0 && errno == EBADF && open("/dev/null", wrong_way) != stream)
+            return false;
+    }
+    return true;
 }
 
 int run(int count, char** arguments)
@@ -104,6 +119,8 @@ void report(const std::string& problem)
 
 int main(int count, char** arguments)
 {
+    if (!nuv_tool::hold_standard_streams())
+        return nuv_tool::exit_failed;
     // A file that may not grow is then a write that fails, and not the end of the program.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
