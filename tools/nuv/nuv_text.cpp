@@ -70,7 +70,9 @@ std::string escaped(std::string_view text)
     std::string shown;
     while (!text.empty()) {
         const std::size_t bytes = printable_bytes(text);
-        if (bytes > 0) {
+        if (text.front() == '\\') {
+            shown.append("\\\\");
+        } else if (bytes > 0) {
             shown.append(text.substr(0, bytes));
         } else if (text.front() == '\n') {
             shown.append("\\n");
