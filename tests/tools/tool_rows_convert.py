@@ -35,10 +35,11 @@ ROWS = (
     # Destinations: kept when a run fails, replaced with their rights and links when it is done.
     (0, "nuv convert in.ppm in.ppm --write jpeg --force; nuv convert in.ppm -o in.ppm --write jpeg mirror-x", "", "", "", "djpeg -strict -outfile x in.ppm && pamfile x | grep '33 by 17'"),
     (64, "nuv convert gray.pgm in.ppm --write jpeg", "", "", "nuv: in.ppm: is a picture already*", "file in.ppm | grep Netpbm"),
-    (0, "umask 027; echo old >real.raw; chmod 604 real.raw; ln -s real.raw link.raw; nuv convert in.ppm link.raw; nuv convert in.ppm new.raw", "real.raw link.raw new.raw", "", "", "[ -L link.raw -a $(stat -c %a real.raw) = 604 -a $(stat -c %a new.raw) = 640 ] && tail -c 1683 in.ppm | cmp - real.raw"),
-    (1, "echo old >o.raw; nuv convert cut.ppm o.raw", "o.raw", "", "nuv: cut.ppm: *", "grep -x old o.raw"),
-    (1, "echo old >o.raw; nuv convert cut.ppm o.raw --write planar", "o.raw", "", "nuv: cut.ppm: *", "grep -x old o.raw"),
-    (1, "echo old >o.jpg; nuv convert cut.ppm o.jpg", "o.jpg", "", "nuv: cut.ppm: *", "grep -x old o.jpg"),
+    (64, "cp text o.raw; nuv convert in.ppm o.raw", "o.raw", "", "nuv: o.raw: is a file already; to replace it name it by -o, or add --force", "cmp text o.raw"),
+    (0, "umask 027; echo old >real.raw; chmod 604 real.raw; ln -s real.raw link.raw; nuv convert in.ppm -o link.raw; nuv convert in.ppm new.raw", "real.raw link.raw new.raw", "", "", "[ -L link.raw -a $(stat -c %a real.raw) = 604 -a $(stat -c %a new.raw) = 640 ] && tail -c 1683 in.ppm | cmp - real.raw"),
+    (1, "echo old >o.raw; nuv convert cut.ppm -o o.raw", "o.raw", "", "nuv: cut.ppm: *", "grep -x old o.raw"),
+    (1, "echo old >o.raw; nuv convert cut.ppm o.raw --write planar -f", "o.raw", "", "nuv: cut.ppm: *", "grep -x old o.raw"),
+    (1, "echo old >o.jpg; nuv convert cut.ppm -o o.jpg", "o.jpg", "", "nuv: cut.ppm: *", "grep -x old o.jpg"),
     (1, "ulimit -f 1; nuv convert in.ppm o.raw", "", "", "nuv: *"),
     (1, "ulimit -f 0; nuv convert in.ppm o.jpg", "", "", "nuv: *"),
     (1, "nuv convert in.ppm folder --write raw", "", "", "nuv: folder: The result cannot be written: Is a directory."),
@@ -65,7 +66,7 @@ ROWS = (
     # Damage that was mended is told, and refused when that is asked for.
     (2, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg o.ppm", "o.ppm", "", "nuv: half.jpg: The source is damaged from line * of 17 on; what is lost was made up."),
     (2, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg o.ppm -q", "o.ppm", "", ""),
-    (1, "echo old >o.ppm; head -c 800 photo.jpg >half.jpg; nuv convert half.jpg o.ppm --strict", "o.ppm", "", "nuv: half.jpg: The source is damaged from line * of 17 on.", "grep -x old o.ppm"),
+    (1, "echo old >o.ppm; head -c 800 photo.jpg >half.jpg; nuv convert half.jpg -o o.ppm --strict", "o.ppm", "", "nuv: half.jpg: The source is damaged from line * of 17 on.", "grep -x old o.ppm"),
     # Each reason has its class, and the file that it is about.
     (1, "nuv convert arithmetic.jpg o.ppm", "", "", "nuv: arithmetic.jpg: The source is of a kind that is not served: arithmetic coding*"),
     (1, "echo P5 2000000000 1 255 >wide; nuv convert wide o.ppm", "wide", "", "nuv: wide: A limit of the job is passed: 2000000000 x 1 pixels, * are allowed (--max-pixels)."),

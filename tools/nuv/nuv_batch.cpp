@@ -205,7 +205,7 @@ void add_writing(CLI::App& command, WritingRequest& request)
     command.add_flag("--strict", request.strict,
                      "Refuse damaged pictures in place of mending them");
     command.add_flag("-f,--force", request.force,
-                     "Write over a picture that is named without -o, and to a terminal");
+                     "Write over a file that is named without -o, and to a terminal");
     add_limits(command, request.limits);
     command.add_option("--timeout", request.timeout_seconds, "The longest time for a picture")
         ->check(CLI::PositiveNumber)

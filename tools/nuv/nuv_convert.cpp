@@ -18,6 +18,14 @@ bool is_there(const std::string& path)
     return std::filesystem::exists(path, error);
 }
 
+// A file that would lose something when it is written over.
+bool is_filled_file(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error) &&
+           std::filesystem::file_size(path, error) != 0;
+}
+
 bool begins_with_a_word(const std::string& text)
 {
     return find_word(std::string_view{text}.substr(0, text.find('='))) != nullptr;
@@ -61,9 +69,10 @@ std::vector<Errand> plan_one(const ConvertRequest& request, std::vector<std::str
             writing.output.insert(i++, 1, '%');
     }
     std::vector<Errand> errands = plan({arguments[0]}, writing);
-    if (!is_stream && !writing.force && is_stored_picture(arguments[1]))
-        throw UsageError(arguments[1] +
-                         ": is a picture already; to replace it name it by -o, or add --force");
+    if (!is_stream && !writing.force && is_filled_file(arguments[1]))
+        throw UsageError(arguments[1] + ": is a " +
+                         (is_stored_picture(arguments[1]) ? "picture" : "file") +
+                         " already; to replace it name it by -o, or add --force");
     return errands;
 }
 
