@@ -73,6 +73,8 @@ ROWS = (
     (1, "nuv convert in.ppm o.ppm --max-pixels 560", "", "", "nuv: in.ppm: * 33 x 17 pixels, 560 are allowed (--max-pixels)."),
     (1, "nuv convert in.ppm o.ppm nearest=9999x9999 rotate=90 --max-memory 1M", "", "", "nuv: in.ppm: A limit *of 1048576 that are allowed (--max-memory)."),
     (1, "nuv convert in.ppm o.ppm linear=9999x9999 --timeout 0.001", "", "", "nuv: in.ppm: It takes longer than is allowed (--timeout)."),
+    (0, "for t in 1e10 1e300; do nuv convert in.ppm -o o.ppm --timeout $t || exit; done", "o.ppm", "", ""),
+    *[(64, f"nuv convert in.ppm o.ppm --timeout {time}", "", "", f"nuv: --timeout takes a number of seconds above 0, not '{time}'") for time in ("0", "nan", "1e999")],
     (1, "nuv convert in.ppm o.ppm $(yes mirror-x | head -20000)", "", "", "nuv: in.ppm: A limit of the job is passed: more than 1000 operations*"),
     (64, "nuv convert in.ppm o.ppm --max-memory 1T", "", "", "nuv: --max-memory takes a number, as 50M, not '1T'"),
     (1, "nuv convert missing o.raw", "", "", "nuv: missing: The source cannot be read: No such file*"),

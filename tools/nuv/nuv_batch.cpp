@@ -2,6 +2,7 @@
 
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_names.h"
+#include "tools/nuv/nuv_numbers.h"
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
 
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
@@ -207,8 +209,17 @@ void add_writing(CLI::App& command, WritingRequest& request)
     command.add_flag("-f,--force", request.force,
                      "Write over a file that is named without -o, and to a terminal");
     add_limits(command, request.limits);
-    command.add_option("--timeout", request.timeout_seconds, "The longest time for a picture")
-        ->check(CLI::PositiveNumber)
+    command
+        .add_option_function<std::string>(
+            "--timeout",
+            [&request](const std::string& text) {
+                request.timeout_seconds = number_of<double>(text);
+                if (!request.timeout_seconds || !std::isfinite(*request.timeout_seconds) ||
+                    *request.timeout_seconds <= 0)
+                    throw UsageError("--timeout takes a number of seconds above 0, not " +
+                                     quoted(text));
+            },
+            "The longest time for a picture")
         ->option_text("SECONDS");
     command.add_flag("-q,--quiet", request.quiet, "Tell of failures alone");
     command.add_flag("-v,--verbose", request.verbose,

@@ -6,6 +6,7 @@
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -86,8 +87,9 @@ public:
         Watch watch;
         watch.progress = &progress;
         if (recipe_.timeout_seconds) {
-            watch.deadline = start_ + std::chrono::duration_cast<Clock::duration>(
-                                          std::chrono::duration<double>(*recipe_.timeout_seconds));
+            constexpr double longest = 1e9; // 31 years, which the clock can count
+            const std::chrono::duration<double> time(std::min(*recipe_.timeout_seconds, longest));
+            watch.deadline = start_ + std::chrono::duration_cast<Clock::duration>(time);
         }
         if (!open(watch) || !build() || !run(watch)) {
             if (!is_signalled())
