@@ -128,7 +128,7 @@ typedef struct nuv_source {
     uint16_t bits;       /* of a stored sample */
     int32_t color;       /* a nuv_color */
     char kind[16];       /* "jpeg", "jfif", "tiff", "pnm" ...; "samples" for those of the caller */
-    char coding[16];     /* "raw", "baseline", "progressive", "lossless", "packbits" ... */
+    char coding[16];     /* "raw", "sequential", "progressive", "lossless", "pack_bits" ... */
     double x_resolution; /* pixels a unit; 0 when the source does not tell */
     double y_resolution;
     int32_t resolution_unit; /* 0 none, 1 inch, 3 centimetre, 4 metre */
