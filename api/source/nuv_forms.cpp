@@ -101,7 +101,8 @@ nuv_status nuv_as_lossless_jpeg(nuv_job* job, int optimise)
 
     return nuv::guarded(job, [=](nuv_job& it) {
         const bool suits = it.must_be(JobStage::opened, name) && without_palette(it, name) &&
-                           from_bits(it, name) && must_suit_jpeg(it, name, 16);
+                           from_bits(it, name) && to_gray_or_rgb(it, name, false) &&
+                           must_suit_jpeg(it, name, 16);
         if (suits) {
             take_form(it, {.kind = JobForm::Kind::lossless_jpeg, .optimise = optimise != 0});
         }

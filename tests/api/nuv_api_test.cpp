@@ -145,6 +145,11 @@ TEST(ApiJob, FormsTakeWhatTheyCannotSayAsWhatItMeans)
     EXPECT_EQ(std::string(pixel.begin(), pixel.begin() + 11), "P6\n1 1\n255\n");
     EXPECT_GT(pixel[12], 250);
 
+    const ApiBytes lossless =
+        api_made([&](nuv_job* job) { return nuv_open_samples(job, cmyk.data(), 0, &ink); }, nothing,
+                 [](nuv_job* job) { return nuv_as_lossless_jpeg(job, 0); });
+    EXPECT_EQ(api_made(open_bytes(lossless), nothing), ApiBytes(pixel.end() - 3, pixel.end()));
+
     // Indices 0 and 1 of a Windows bitmap with red and blue.
     ApiBytes bitmap = {'B', 'M', 66, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40,
                        0,   0,   0,  2, 0, 0, 0, 1, 0, 0, 0,  1, 0, 1, 0};

@@ -302,8 +302,9 @@ NUV_API nuv_status nuv_expand_bits(nuv_job* job, uint16_t bits, int32_t zero, in
 /* A baseline JPEG: quality 0 to 100, or -1 for 75. Colours become RGB or stay YCbCr, whatever is
    gray becomes gray, and 1 bit becomes 8. NUV_UNSUPPORTED for other widths of samples. */
 NUV_API nuv_status nuv_as_jpeg(nuv_job* job, int quality, nuv_sampling sampling);
-/* A lossless JPEG of 8 or 16 bits, with colours as they are. `optimise`: not 0 for a smaller file,
-   made from the picture as a whole, which is then held. */
+/* A lossless JPEG of 8 or 16 bits. Colours become RGB, whatever is gray becomes gray, and 1 bit
+   becomes 8: without a loss where the picture is gray or RGB already. `optimise`: not 0 for a
+   smaller file, made from the picture as a whole, which is then held. */
 NUV_API nuv_status nuv_as_lossless_jpeg(nuv_job* job, int optimise);
 /* A binary anymap: P4, P5 or P6. Other colours become gray or RGB. */
 NUV_API nuv_status nuv_as_anymap(nuv_job* job);
