@@ -19,6 +19,8 @@
 #include "core/shiftdata/nuv_shiftdata.h"
 #include "framework/base/nuv_failure.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <span>
 
@@ -55,6 +57,11 @@ template <class Make>
         else
             static_cast<void>(it.append(name, make(*it.manager, it.last)));
     });
+}
+
+[[nodiscard]] bool are_finite(std::span<const double> numbers) noexcept
+{
+    return std::all_of(numbers.begin(), numbers.end(), [](double it) { return std::isfinite(it); });
 }
 
 // Where channels lie side by side in their order, they are cut out; else each is taken for itself.
@@ -218,10 +225,13 @@ nuv_status nuv_matrix(nuv_job* job, const double* matrix, uint16_t rows, const d
     return operate_if(
         good, job, "nuv_matrix", [=](NUV_Manager& manager, NUV_Engine* previous) -> NUV_Engine* {
             const std::uint32_t columns = previous->header()->channels();
-            nuv::NUV_Matrix factors(manager);
-            if (!factors.value(rows, columns, {matrix, std::size_t{rows} * columns}))
-                return nullptr;
+            const std::span<const double> given(matrix, std::size_t{rows} * columns);
             const std::span<const double> added(offsets, offsets ? rows : 0U);
+            if (!are_finite(given) || !are_finite(added))
+                return nuv::fail(manager, nuv::NUV_ERR_ARGUMENT, "NUV_ColorMatrix::engine()");
+            nuv::NUV_Matrix factors(manager);
+            if (!factors.value(rows, columns, given))
+                return nullptr;
             return nuv::NUV_ColorMatrix(manager).engine(previous, &factors, added, tag, false);
         });
 }
@@ -240,10 +250,10 @@ nuv_status nuv_convert(nuv_job* job, nuv_sample_type type, uint16_t bits, double
                        double offset)
 {
     const NUV_DataType* const tag = nuv::data_tag_of(type);
-    return operate_if(
-        tag != nullptr, job, "nuv_convert", [=](NUV_Manager& manager, NUV_Engine* previous) {
-            return nuv::NUV_ConvertDataType(manager).engine(previous, tag, bits, slope, offset);
-        });
+    const bool good = tag && std::isfinite(slope) && std::isfinite(offset);
+    return operate_if(good, job, "nuv_convert", [=](NUV_Manager& manager, NUV_Engine* previous) {
+        return nuv::NUV_ConvertDataType(manager).engine(previous, tag, bits, slope, offset);
+    });
 }
 
 nuv_status nuv_shift(nuv_job* job, nuv_sample_type type, uint16_t bits, int shift)

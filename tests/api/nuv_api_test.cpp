@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <sys/stat.h>
 #include <thread>
@@ -238,6 +239,8 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_as_jpeg(j, 101, NUV_SAMPLING_444); }},
         {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_fit(j, NUV_FINE, 9, 9, 8); }},
         {NUV_BAD_CALL, "", [&](nuv_job* j) { open_rgb(j); return nuv_look(j, &wrong); }},
+        {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); return nuv_convert(j, NUV_UNSIGNED, 8, 1, NAN); }},
+        {NUV_BAD_CALL, "", [](nuv_job* j) { open_rgb(j); const double m[] = {1, 0, INFINITY}; return nuv_matrix(j, m, 1, nullptr, NUV_GRAY); }},
         {NUV_UNSUPPORTED, "nuv_expand_bits() does not serve such a picture: 61 x 40 pixels, 3 x 8 bits", [](nuv_job* j) { open_rgb(j); return nuv_expand_bits(j, 8, 0, 1); }},
         {NUV_LIMIT, "1048577 x 1 pixels", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 1048577, 1); }, NUV_PASSED_SIDE},
         {NUV_LIMIT, "268435456 are allowed", [](nuv_job* j) { open_rgb(j); return nuv_scale(j, NUV_NEAREST, 16385, 16384); }, NUV_PASSED_PIXELS},
