@@ -2,6 +2,7 @@
 #include "core/decodetoraw/nuv_decodetoraw.h"
 #include "core/exif/nuv_exifattributes.h"
 #include "core/exifjpeg/nuv_exifjpeginfo.h"
+#include "core/jfif/nuv_jfifinfo.h"
 #include "core/jpeg/nuv_jpeginfo.h"
 #include "core/storage/nuv_readstorage.h"
 #include "core/tiff/nuv_tiffinfo.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "api/source/nuv_codes.h"
@@ -43,6 +45,41 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
     told.quality = jpeg.quality_estimate();
     if (jpeg.color_type() == nuv::NUV_ColorType::ycbcr)
         told.sampling = nuv::sampling_code_of(jpeg.sampling());
+}
+
+// What the densities of a JFIF segment count (JFIF 1.02): its byte behind the version is 1 for the
+// inch and 2 for the centimetre. Nothing where they tell no more than the shape of a pixel.
+[[nodiscard]] std::optional<std::uint32_t> jfif_unit(const nuv::NUV_JPEGInfo& jpeg)
+{
+    constexpr std::string_view identifier("JFIF\0", 5);
+    constexpr std::size_t unit = 7; // offset
+    constexpr std::uint8_t app0 = 0xE0;
+
+    for (std::size_t i = 0; i < jpeg.segment_count(); ++i) {
+        const nuv::NUV_JPEGSegment segment = jpeg.segment(i);
+        const auto payload = segment.payload;
+        if (segment.marker != app0 || payload.size() <= unit ||
+            !std::equal(identifier.begin(), identifier.end(), payload.begin()))
+            continue;
+        if (payload[unit] == 1)
+            return nuv::NUV_ResolutionInfo::per_inch;
+        if (payload[unit] == 2)
+            return nuv::NUV_ResolutionInfo::per_centimetre;
+        break;
+    }
+    return std::nullopt;
+}
+
+void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
+{
+    const nuv::NUV_ResolutionInfo& resolution = info.resolution();
+    const auto* jfif = dynamic_cast<const nuv::NUV_JFIFInfo*>(&info);
+    const auto unit = jfif ? jfif_unit(*jfif) : std::optional(resolution.unit);
+    if (!unit || resolution.x <= 0 || resolution.y <= 0)
+        return;
+    told.x_resolution = resolution.x;
+    told.y_resolution = resolution.y;
+    told.resolution_unit = static_cast<std::int32_t>(*unit);
 }
 
 // Of a file that has Exif attributes beside those that its kind tells.
@@ -87,12 +124,7 @@ void tell_jpeg(nuv_source& told, const nuv::NUV_JPEGInfo& jpeg)
     put_text(told.coding, header.encode_type()->key());
     if (!job.info)
         return told;
-    const nuv::NUV_ResolutionInfo& resolution = job.info->resolution();
-    if (resolution.x > 0 && resolution.y > 0) {
-        told.x_resolution = resolution.x;
-        told.y_resolution = resolution.y;
-        told.resolution_unit = static_cast<std::int32_t>(resolution.unit);
-    }
+    tell_resolution(told, *job.info);
     if (const auto* jpeg = dynamic_cast<const nuv::NUV_JPEGInfo*>(job.info.get()))
         tell_jpeg(told, *jpeg);
     told.orientation = orientation_of(job);

@@ -347,6 +347,22 @@ TEST(ApiJob, TellsWhatTheSourceIs)
     }
 }
 
+TEST(ApiJob, TellsWhatTheDensitiesOfAJfifSegmentCount)
+{
+    ApiBytes jfif = api_read(api_fixture("jpeg/420.jpg"));
+    jfif[15] = jfif[17] = 72;
+    for (const auto& [unit, told] : {std::pair(0, 0), {1, 1}, {2, 3}, {3, 0}}) {
+        jfif[13] = static_cast<std::uint8_t>(unit);
+        const ApiJob job(nuv_new(nullptr));
+        open_bytes(jfif)(job.get());
+        nuv_source info{};
+        info.size = sizeof(info);
+        EXPECT_EQ(nuv_source_info(job.get(), &info), NUV_OK);
+        EXPECT_EQ(info.resolution_unit, told);
+        EXPECT_EQ(info.y_resolution, told != 0 ? 72 : 0);
+    }
+}
+
 TEST(ApiJob, TurnsUprightWhatTheSourceHasLyingDown)
 {
     struct Case {
