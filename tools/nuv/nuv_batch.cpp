@@ -14,6 +14,7 @@
 #include <cmath>
 #include <filesystem>
 #include <map>
+#include <new>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -119,7 +120,7 @@ public:
         try {
             for (std::size_t i = 1; i < most; ++i)
                 others.emplace_back([this] { work(); });
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) { // no thread, or no memory for one
             // Those that there are do the work.
         }
         work();
@@ -147,7 +148,9 @@ private:
             Outcome outcome = Outcome::failed;
             try {
                 outcome = convert(recipe_, errands_[i], !request_.quiet, picture);
-            } catch (const std::exception& error) { // of the containers
+            } catch (const std::bad_alloc&) { // of the containers
+                report(errands_[i].source + ": " + no_memory_message);
+            } catch (const std::exception& error) {
                 report(errands_[i].source + ": " + error.what());
             }
             ++counts_[static_cast<std::size_t>(outcome)];

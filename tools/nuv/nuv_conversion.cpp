@@ -194,8 +194,7 @@ private:
     [[nodiscard]] std::string why(const Watch& watch) const
     {
         if (!job())
-            return source_ +
-                   ": There is not enough memory, or too little is allowed (--max-memory).";
+            return source_ + ": " + no_memory_message;
         if (watch.is_late)
             return source_ + ": It takes longer than is allowed (--timeout).";
         nuv_failure failure{};

@@ -53,14 +53,9 @@ void read_all_lines(nuv_job* job, ProgressBar::Picture& progress)
     }
 }
 
-} // namespace
-
-Inspection inspect(const std::string& path, const InspectionOptions& options,
-                   ProgressBar::Picture& progress)
+void look_at(const std::string& path, const InspectionOptions& options,
+             ProgressBar::Picture& progress, Inspection& told)
 {
-    Inspection told;
-    told.source.size = sizeof(told.source);
-    told.failure.size = sizeof(told.failure);
     const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&options.limits));
     if (!job)
         throw std::bad_alloc();
@@ -72,8 +67,8 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
         told.source.x_resolution = told.source.y_resolution = 0;
     told.is_known = told.source.kind[0] != '\0';
     if (options.verify && nuv_state(job.get()) == NUV_OK) {
-        read_all_lines(job.get(), progress);
         told.is_verified = true;
+        read_all_lines(job.get(), progress);
     }
     nuv_why(job.get(), &told.failure);
     told.message =
@@ -85,6 +80,23 @@ Inspection inspect(const std::string& path, const InspectionOptions& options,
         hint_at_standard_input(told.message, path);
     if (told.failure.status == NUV_OK)
         told.damaged_line = nuv_first_damaged_line(job.get()) + 1;
+}
+
+} // namespace
+
+Inspection inspect(const std::string& path, const InspectionOptions& options,
+                   ProgressBar::Picture& progress)
+{
+    Inspection told;
+    told.source.size = sizeof(told.source);
+    told.failure.size = sizeof(told.failure);
+    try {
+        look_at(path, options, progress, told);
+    } catch (const std::bad_alloc&) {
+        told.failure.status = NUV_NO_MEMORY;
+        told.failure.byte = told.failure.line = -1;
+        told.message = no_memory_message;
+    }
     return told;
 }
 

@@ -25,4 +25,8 @@ void add_limits(CLI::App& command, LimitsRequest& request);
 // Puts the option that moves a nuv_passed_limit, if there is one, into the message about it.
 void name_option(std::string& message, std::int32_t limit);
 
+// Of a picture that there was no memory for, outside its job.
+inline constexpr const char* no_memory_message =
+    "There is not enough memory, or too little is allowed (--max-memory).";
+
 } // namespace nuv_tool
