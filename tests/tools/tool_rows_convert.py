@@ -58,6 +58,8 @@ ROWS = (
     (0, "nuv convert in.ppm o.ppm; nuv convert in.ppm o.pnm", "o.ppm o.pnm", "", "", "cmp in.ppm o.ppm && cmp in.ppm o.pnm"),
     (0, "nuv convert plain.ppm o.ppm", "o.ppm", "", "", "cmp deep.ppm o.ppm"),
     (0, "nuv convert in.ppm o.PGM; nuv convert gray.pgm p.ppm; nuv convert bits.pbm q.pbm; nuv convert bits.pbm r.pgm", "o.PGM p.ppm q.pbm r.pgm", "", "", "near 50 o.PGM gray.pgm && cmp <(pgmtoppm black-white gray.pgm) p.ppm && cmp bits.pbm q.pbm && cmp <(pamdepth 255 bits.pbm | pamtopnm) <(pamtopnm r.pgm)"),
+    (1, "nuv convert plain.ppm o.jpg", "", "", "nuv: o.jpg: a JPEG has 8 bits a sample; 'convert=0.00389105:0:8' makes 8 of the 16 that the picture has"),
+    (0, "nuv convert plain.ppm o.ppm convert=0.00389105:0:8", "o.ppm", "", "", "cmp in.ppm o.ppm"),
     (1, "nuv convert in.ppm o.pbm", "", "", "nuv: o.pbm: a .pbm has one bit a pixel; 'color=gray convert=1:128:1' makes one*"),
     (0, "nuv convert gray.pgm o.pbm convert=1:128:1", "o.pbm", "", "", "cmp bits.pbm o.pbm"),
     # What goes into a JPEG as gray is gray, and of four inks RGB.

@@ -13,6 +13,10 @@ namespace {
 
 Problem append_jpeg(nuv_job* job, const OutputSettings& settings)
 {
+    const nuv_picture is = look(job);
+    if (is.bits == 16 && is.type == NUV_UNSIGNED && is.palette_entries == 0)
+        return "a JPEG has 8 bits a sample; 'convert=0.00389105:0:8' makes 8 of the 16 that the "
+               "picture has";
     nuv_as_jpeg(job, settings.quality.value_or(-1),
                 settings.sampling.value_or(NUV_SAMPLING_DEFAULT));
     return {};
