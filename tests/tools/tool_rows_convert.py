@@ -119,6 +119,7 @@ ROWS = (
     (0, "nuv convert in.ppm o.pgm channel=2", "o.pgm", "", "", "pamchannel -infile in.ppm 2 -tupletype GRAYSCALE | pamtopnm | cmp - o.pgm"),
     (0, "nuv convert palette.png o.ppm invert", "o.ppm", "", "", "pngtopnm palette.png | pnminvert | cmp - o.ppm"),
     (0, LYING + "nuv convert t.tif o.pgm auto-orient; nuv thumbnail t.tif -s 9x99 -o p.pgm", "t.tif o.pgm p.pgm", "", "", "pamflip -cw gray.pgm | cmp - o.pgm && pamfile p.pgm | grep '9 by 17'"),
+    (1, LYING + "nuv convert t.tif o.pgm -v; nuv convert t.tif -o o.pgm 2>&1; (nuv convert t.tif -o o.pgm -v auto-orient; nuv thumbnail t.tif -o o.pgm -v) 2>&1 | grep seen", "t.tif o.pgm", "", "nuv: t.tif: tiff*\nnuv: t.tif: is to be seen turned (orientation 6), which 'auto-orient' does\n*"),
     *[(0, f"nuv convert in.ppm o.ppm {word}", "o.ppm", "", "", f"pamfile o.ppm | grep ' {size} '")
       for word, size in (("fit=10x20", "10 by 5"), ("fit=99", "33 by 17"), ("fill=10x10", "10 by 10"), ("max=20", "20 by 10"), ("area=66", "66 by 34"), ("cubic=10x10^", "19 by 10"), ("color=hsl color=rgb", "33 by 17"))],
     (0, "nuv convert bits.pbm o.pgm max=8; nuv convert bits.pbm p.pgm convert=255:0:8 color=gray fine=8x", "o.pgm p.pgm", "", "", "cmp o.pgm p.pgm"),

@@ -72,6 +72,12 @@ std::string shown(const std::string& path, std::string_view stream)
     return path == "-" ? std::string{stream} : path;
 }
 
+// The word for it, and thumbnails.
+bool turns_upright(const Operation& operation)
+{
+    return operation.word == "auto-orient" || operation.word.starts_with("--size ");
+}
+
 // One job from its source to its destination.
 class Conversion {
 public:
@@ -146,6 +152,10 @@ private:
             text.append(" ").append(sampling_name(is.sampling));
         tell(text + ", " + described(look(job())) + ", opened in " +
              milliseconds(Clock::now() - start_));
+        const bool is_turned = std::ranges::any_of(recipe_.operations, turns_upright);
+        if (is.orientation > 1 && !is_turned)
+            tell("is to be seen turned (orientation " + std::to_string(is.orientation) +
+                 "), which 'auto-orient' does");
     }
 
     [[nodiscard]] bool build()
