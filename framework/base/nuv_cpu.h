@@ -24,6 +24,9 @@ struct NUV_Cpu {
     bool has_sse2 = false;
     bool has_avx2 = false;
     bool has_avx512vbmi = false; // with AVX-512BW
+    // pext, pdep and popcnt, each in a few cycles: some processors with AVX2 have the first two in
+    // microcode, of hundreds of cycles. All with AVX-512 VBMI have them.
+    bool has_fast_pext = false;
 
     // The levels that forms are written for, each with all that the one before it has.
     static const NUV_Cpu portable;
@@ -39,7 +42,7 @@ struct NUV_Cpu {
     [[nodiscard]] constexpr bool can_run(const NUV_Cpu& level) const noexcept
     {
         return (has_sse2 || !level.has_sse2) && (has_avx2 || !level.has_avx2) &&
-               (has_avx512vbmi || !level.has_avx512vbmi);
+               (has_avx512vbmi || !level.has_avx512vbmi) && (has_fast_pext || !level.has_fast_pext);
     }
 };
 
@@ -47,6 +50,6 @@ inline constexpr NUV_Cpu NUV_Cpu::portable{};
 inline constexpr NUV_Cpu NUV_Cpu::sse2{.has_sse2 = true};
 inline constexpr NUV_Cpu NUV_Cpu::avx2{.has_sse2 = true, .has_avx2 = true};
 inline constexpr NUV_Cpu NUV_Cpu::avx512vbmi{
-    .has_sse2 = true, .has_avx2 = true, .has_avx512vbmi = true};
+    .has_sse2 = true, .has_avx2 = true, .has_avx512vbmi = true, .has_fast_pext = true};
 
 } // namespace nuv

@@ -7,7 +7,6 @@
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/kernels/nuv_splitweights.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
-#include "framework/base/nuv_fastpext.h"
 #include "tests/support/nuv_testforms.h"
 
 #include <initializer_list>
@@ -106,7 +105,7 @@ TEST(ScaleForms, MoveBits)
             });
         };
         const auto choose = [&](const NUV_Cpu& cpu) { return choose_move_bits(cpu, steps.pixels); };
-        expect_same_forms<U8>(has_fast_pext() ? "PPAA" : "PPPP", choose, draw_call);
+        expect_same_forms<U8>("PPPA", choose, draw_call);
     }
 }
 

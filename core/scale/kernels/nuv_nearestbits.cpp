@@ -1,6 +1,5 @@
 #include "core/include/nuv_pixelcopy.h"
 #include "core/scale/kernels/nuv_nearestbits_kernels.h"
-#include "framework/base/nuv_fastpext.h"
 
 #include <algorithm>
 
@@ -32,9 +31,9 @@ MoveBits choose_move_bits([[maybe_unused]] const NUV_Cpu& cpu,
                           [[maybe_unused]] std::span<const std::uint32_t> pixels) noexcept
 {
 #if NUV_X86
-    if (cpu.has_avx2 && has_fast_pext() && have_steps(pixels, 1, 0xFFFFFFFF))
+    if (cpu.has_fast_pext && have_steps(pixels, 1, 0xFFFFFFFF))
         return shrink_bits_bmi2;
-    if (cpu.has_avx2 && has_fast_pext() && have_steps(pixels, 0, 1))
+    if (cpu.has_fast_pext && have_steps(pixels, 0, 1))
         return enlarge_bits_bmi2;
 #endif
     return move_bits_portable;
