@@ -13,7 +13,7 @@ tile=(240 180)
 # scaled SOURCE METHOD SIZE WIDTH HEIGHT: the scaled picture as a pixmap on the standard output.
 scaled()
 {
-    "$nuv" convert "$1" "$work/scaled.raw" "$2=$3"
+    "$nuv" convert "$1" -o "$work/scaled.raw" "$2=$3"
     rawtoppm "$4" "$5" "$work/scaled.raw"
 }
 

@@ -12,6 +12,6 @@ def bitmaps(pictures):
             ("bitmap, coded screen", pictures.screen, screen_width * screen_height, 0.3)):
         yield Case(
             name, pixels,
-            Command("nuv", (pictures.nuv, "convert", stored, ours)),
+            Command("nuv", (pictures.nuv, "convert", "-f", stored, ours)),
             (Command("bmptopnm", ("bmptopnm", "-quiet", stored), pictures.path("theirs.pnm")),),
             aim=aim)

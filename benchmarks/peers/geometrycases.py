@@ -6,10 +6,10 @@ from peers.pictures import magick_name
 
 def scale(pictures):
     photo = pictures.photo
-    copy = Command("copy", (pictures.nuv, "convert", photo, pictures.path("copy.raw")))
+    copy = Command("copy", (pictures.nuv, "convert", "-f", photo, pictures.path("copy.raw")))
 
     def ours(method, percent):
-        return Command("nuv", (pictures.nuv, "convert", photo, pictures.path("ours.raw"),
+        return Command("nuv", (pictures.nuv, "convert", "-f", photo, pictures.path("ours.raw"),
                                f"{method}={percent}%"))
 
     def vips(operation, *words):
@@ -49,12 +49,12 @@ def rotate(pictures):
     page_pixels = pictures.page_size[0] * pictures.page_size[1]
     for kind, picture, pixels in (("RGB", pictures.photo, pictures.pixels),
                                   ("1 bit", pictures.page, page_pixels)):
-        copy = Command("copy", (pictures.nuv, "convert", picture, pictures.path("copy.raw")))
+        copy = Command("copy", (pictures.nuv, "convert", "-f", picture, pictures.path("copy.raw")))
         # pamflip turns counter-clockwise.
         for degrees, turned in ((90, "-r270"), (180, "-r180"), (270, "-r90")):
             yield Case(
                 f"rotate {kind} by {degrees}", pixels,
-                Command("nuv", (pictures.nuv, "convert", picture, pictures.path("ours.raw"),
+                Command("nuv", (pictures.nuv, "convert", "-f", picture, pictures.path("ours.raw"),
                                 f"rotate={degrees}")),
                 (Command("vips rot", ("vips", "rot", picture, pictures.path("theirs.v"),
                                       f"d{degrees}")),

@@ -31,9 +31,9 @@ def decode(pictures):
         stored = pictures.jpeg(photo, factors, *switches)
         yield Case(
             f"decode {name}", pixels,
-            Command("nuv", (pictures.nuv, "convert", stored, ours)),
+            Command("nuv", (pictures.nuv, "convert", "-f", stored, ours)),
             (Command("libjpeg", (pictures.libjpeg, stored, theirs)),),
-            Command("copy", (pictures.nuv, "convert", photo, pictures.path("copy.raw"))),
+            Command("copy", (pictures.nuv, "convert", "-f", photo, pictures.path("copy.raw"))),
             aim=1.25, equal=(ours, theirs))
 
 
@@ -44,7 +44,7 @@ def lossless(pictures):
         plain, stored = pictures.dicom(raw), pictures.lossless_dicom(raw)
         raw_words = ("--input-raw", f"{pictures.width}x{pictures.height}x{form}")
         theirs, ours = pictures.path("theirs.dcm"), pictures.path("ours.ljpg")
-        copy = Command("copy", (pictures.nuv, "convert", raw, pictures.path("copy.raw"),
+        copy = Command("copy", (pictures.nuv, "convert", "-f", raw, pictures.path("copy.raw"),
                                 *raw_words))
         floor = Command("dcmconv, no coding", ("dcmconv", plain, theirs))
         encoded = (pictures.nuv, "convert", raw, ours, "-f", *raw_words)
@@ -54,6 +54,6 @@ def lossless(pictures):
                        Command("nuv", (*encoded, *words)), peers, copy, floor, 0.5)
         ours = pictures.path("ours.raw")
         yield Case(f"decode lossless {kind}", pictures.pixels,
-                   Command("nuv", (pictures.nuv, "convert", pictures.lossless(stored), ours)),
+                   Command("nuv", (pictures.nuv, "convert", "-f", pictures.lossless(stored), ours)),
                    (Command("dcmdjpeg", ("dcmdjpeg", stored, theirs)),),
                    copy, floor, 0.5, (ours, raw))

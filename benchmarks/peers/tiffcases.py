@@ -20,7 +20,7 @@ def tiff(pictures):
     screen = pictures.screen
     yield Case(
         "screen in RLE8", width * height,
-        Command("nuv", (pictures.nuv, "convert", screen, pictures.path("ours.raw"))),
+        Command("nuv", (pictures.nuv, "convert", "-f", screen, pictures.path("ours.raw"))),
         (Command("GraphicsMagick", ("gm", "convert", screen, pictures.path("theirs.ppm"))),),
         aim=0.5)
 
