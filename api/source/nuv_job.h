@@ -73,6 +73,7 @@ struct nuv_job {
     std::uint32_t source_lines = 0;          // as they are stored
 
     JobForm form;
+    nuv_picture left{}; // the chain, when it ran
     nuv::NUV_Held<nuv::NUV_GrowingOutputStorage> result;
     nuv::NUV_Held<nuv::NUV_SrcBuffer> reader; // of nuv_read_lines()
     std::uint32_t lines_read = 0;

@@ -469,6 +469,9 @@ nuv_status nuv_open_samples_file(nuv_job* job, const char* path, const nuv_pictu
 
 nuv_status nuv_look(nuv_job* job, nuv_picture* out)
 {
+    // Whatever is wrong with the record is no reason to take the result away.
+    if (job && job->status == NUV_OK && job->stage == JobStage::done)
+        return nuv::hand_out(job->left, out) ? NUV_OK : NUV_BAD_CALL;
     return nuv::guarded(job, [out](nuv_job& it) {
         if (it.stage != JobStage::formed && !it.must_be(JobStage::opened, "nuv_look"))
             return;

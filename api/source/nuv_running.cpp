@@ -151,6 +151,7 @@ void run_planes(nuv_job& job, NUV_OutputStorage& storage, nuv_progress progress,
 void run(nuv_job& job, NUV_OutputStorage* storage, nuv_progress progress, void* user)
 {
     job.stage = JobStage::done;
+    job.left = nuv::picture_of(job.header());
     if (!storage)
         job.take_failure();
     else if (job.form.kind == JobForm::Kind::planes)

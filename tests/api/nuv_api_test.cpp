@@ -174,6 +174,9 @@ TEST(ApiJob, MendsDamageOrFailsWhenStrict)
         EXPECT_EQ(nuv_first_damaged_line(job.get()), -1);
         as_jpeg(job.get());
         EXPECT_EQ(nuv_run_to_memory(job.get(), nullptr, nullptr), strict ? NUV_DAMAGED : NUV_OK);
+        nuv_picture left = picture;
+        EXPECT_EQ(nuv_look(job.get(), &left), strict ? NUV_DAMAGED : NUV_OK);
+        EXPECT_EQ(left.color, strict ? NUV_RGB : NUV_YCBCR);
         EXPECT_GT(nuv_first_damaged_line(job.get()), 0);
         EXPECT_NE(std::string(nuv_message(job.get())).find("damaged from line"), std::string::npos);
         EXPECT_EQ(api_result(job).empty(), strict == 1);

@@ -228,7 +228,7 @@ NUV_API nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size
 NUV_API nuv_status nuv_open_samples_file(nuv_job* job, const char* path, const nuv_picture* is,
                                          int planar);
 
-/* What leaves the chain as it stands. */
+/* What leaves the chain as it stands, or, behind a run, what has left it: the result stays. */
 NUV_API nuv_status nuv_look(nuv_job* job, nuv_picture* out);
 /* What the source is. Told behind a failure, too, which is then the answer, where the source is of
    a kind that is known: so it is of a picture that is not served or passes a limit. */
