@@ -1,6 +1,7 @@
 #include "api/source/nuv_replacedfile.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -20,6 +21,24 @@ constexpr mode_t new_file = 0666; // of which the process takes its mask
 {
     const auto slash = path.rfind('/');
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// A link whose file is missing stands for the place of that file. Else `path` stays. 0, or errno.
+[[nodiscard]] int follow_links(std::string& path)
+{
+    constexpr int most_links = 40; // as many as the system follows
+
+    for (int i = 0; i < most_links; ++i) {
+        char text[PATH_MAX];
+        const ssize_t bytes = ::readlink(path.c_str(), text, sizeof(text));
+        if (bytes < 0)
+            return errno == EINVAL || errno == ENOENT ? 0 : errno;
+        if (bytes == ssize_t{sizeof(text)})
+            return ENAMETOOLONG;
+        const std::string target(text, static_cast<std::size_t>(bytes));
+        path = target.starts_with('/') ? target : folder_of(path) + target;
+    }
+    return ELOOP;
 }
 
 // By which a file without a name can be reached as long as it is open.
@@ -73,6 +92,8 @@ int NUV_ReplacedFile::create(const char* path)
         if (!resolved)
             return errno;
         destination_ = resolved.get();
+    } else if (const int error = follow_links(destination_)) {
+        return error;
     }
     const int error = open_nameless() ? 0 : take_name([this](const char* name) {
         descriptor_ = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, new_file);

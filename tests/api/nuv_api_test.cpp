@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace nuv {
 namespace {
@@ -79,6 +80,14 @@ TEST(ApiJob, TakesEverySourceAndGivesToEveryDestination)
     EXPECT_EQ(api_read(path), all);
     EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(folder.count(), 1u);
+
+    ASSERT_EQ(symlink("b.jpg", folder.file("link").c_str()), 0);
+    const ApiJob to_link(nuv_new(nullptr));
+    open_bytes(jpeg)(to_link.get());
+    as_jpeg(to_link.get());
+    EXPECT_EQ(nuv_run_to_file(to_link.get(), folder.file("link").c_str(), nullptr, nullptr),
+              NUV_OK);
+    EXPECT_TRUE(fs::is_symlink(folder.file("link")) && fs::is_regular_file(folder.file("b.jpg")));
 
     ApiStream stream{jpeg};
     const ApiJob through(nuv_new(nullptr));
