@@ -131,6 +131,23 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
     return told;
 }
 
+// Behind a search in vain: whether it is the page alone that is missing. Then of a TIFF file that
+// was raised as a wrong argument, and any other kind is known for its only page; what is wrong with
+// that one is else what counts.
+[[nodiscard]] bool lacks_page(nuv_job& job)
+{
+    if (job.page == 0)
+        return false;
+    const nuv::NUV_Cause cause = job.manager->diagnosis().cause;
+    if (cause != nuv::NUV_Cause::unknown_kind)
+        return cause == nuv::NUV_Cause::bad_call;
+    job.manager->reset();
+    job.source->to_begin();
+    const nuv::NUV_Held<nuv::NUV_FormatInfo> first(
+        nuv::NUV_ReadRasterEx(*job.manager).format_info(job.source.get(), 0));
+    return static_cast<bool>(first);
+}
+
 // Finds out what the source of the job is, and puts its reader at the head of the chain.
 void read_source(nuv_job& job)
 {
@@ -142,7 +159,10 @@ void read_source(nuv_job& job)
     // Before any reader takes memory on the word of a header.
     job.info.reset(nuv::NUV_ReadRasterEx(manager).format_info(job.source.get(), job.page));
     if (!job.info) {
-        job.take_failure();
+        if (lacks_page(job))
+            job.refuse(NUV_BAD_CALL, "There is no page %u in the source.", job.page);
+        else
+            job.take_failure();
         return;
     }
     job.source_lines = job.info->height();

@@ -206,7 +206,8 @@ NUV_API uint64_t nuv_memory_peak(const nuv_job* job);
 
 /* ---- the source: one of these, once ---- */
 
-/* Of a file with several pictures the one to open, from 0. To be called before nuv_open_...(). */
+/* Of a file with several pictures the one to open, from 0. To be called before nuv_open_...();
+   that answers NUV_BAD_CALL for one that is not there. */
 NUV_API nuv_status nuv_page(nuv_job* job, uint32_t page);
 /* A regular file of less than 2 GiB. Its kind is found out by its content. */
 NUV_API nuv_status nuv_open_file(nuv_job* job, const char* path);
