@@ -27,7 +27,7 @@ constexpr Order spread_order = [] {
 constexpr __mmask64 spread_mask = 0x0303030303030303;
 
 // Brings results together, which stand one after the other in the lower bits of each lane.
-template <int Rows>
+template <std::size_t Rows>
 constexpr Order gather_order = [] {
     Order order{};
     for (std::size_t i = 0; i < 2 * Rows * pixels_at_once; ++i)

@@ -96,21 +96,21 @@ inline void multiply_sixteen(const std::uint8_t* in, std::uint8_t* out, __mmask6
 
 NUV_TARGET("avx512vbmi,avx512bw")
 void matrix_row_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
-                       const NUV_MatrixView<std::int32_t>& view)
+                       const NUV_MatrixView<std::int32_t>& matrix)
 {
-    Matrix matrix;
+    Matrix wide;
     for (std::size_t j = 0; j < 3; ++j) {
-        const std::int32_t* factors = view.factors + 3 * j;
-        matrix.first_two[j] = _mm512_set1_epi32(pair(factors[0], factors[1]));
-        matrix.third[j] = _mm512_set1_epi32(pair(factors[2], 0));
-        matrix.offsets[j] = _mm512_set1_epi32(view.offsets[j] + NUV_FixedReal::half);
+        const std::int32_t* factors = matrix.factors + 3 * j;
+        wide.first_two[j] = _mm512_set1_epi32(pair(factors[0], factors[1]));
+        wide.third[j] = _mm512_set1_epi32(pair(factors[2], 0));
+        wide.offsets[j] = _mm512_set1_epi32(matrix.offsets[j] + NUV_FixedReal::half);
     }
     constexpr std::size_t step = 3 * pixels_at_once; // samples
     std::size_t left = 3 * pixels;
     for (; left >= step; left -= step, in += step, out += step)
-        multiply_sixteen(in, out, first_samples(step), matrix);
+        multiply_sixteen(in, out, first_samples(step), wide);
     if (left > 0)
-        multiply_sixteen(in, out, first_samples(left), matrix);
+        multiply_sixteen(in, out, first_samples(left), wide);
 }
 
 } // namespace nuv

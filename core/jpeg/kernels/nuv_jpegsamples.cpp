@@ -90,7 +90,7 @@ void put_samples(const std::int16_t* samples, std::size_t side, std::uint8_t* ou
 void reduced_idct(const std::int16_t* coefficients, const std::int16_t* table, std::size_t side,
                   std::int16_t* samples) noexcept
 {
-    std::int32_t in[16];
+    std::int32_t in[16] = {};
     for (std::size_t v = 0; v < side; ++v) {
         for (std::size_t u = 0; u < side; ++u) {
             const std::size_t i = side_of_block * v + u;
