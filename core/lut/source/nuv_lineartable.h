@@ -38,7 +38,7 @@ template <class I, class O>
 {
     constexpr std::uint32_t samples = std::uint32_t{std::numeric_limits<I>::max()} + 1;
     constexpr std::uint32_t limit = std::numeric_limits<std::uint32_t>::max();
-    constexpr double most_factor = limit / (samples - 1);
+    constexpr std::uint32_t most_factor = limit / (samples - 1);
     constexpr double most_offset = 1U << 31;
     constexpr int most_shift = 24;
 

@@ -46,7 +46,7 @@ void lut_row_avx512vbmi(const std::uint8_t* in, std::uint8_t* out, std::size_t p
                         std::size_t channels, const std::uint8_t* tables);
 // One channel.
 void lut_row_to_16_avx512vbmi(const std::uint8_t* in, std::uint16_t* out, std::size_t pixels,
-                              std::size_t channels, const std::uint16_t* tables);
+                              std::size_t channels, const std::uint16_t* entries);
 #endif
 
 // The fastest form that `cpu` can run.

@@ -246,6 +246,7 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
     }
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a template takes none
 #    define NUV_PACKED_FORM(channels, taps)                                                        \
         template void convolve_packed_avx2<channels, std::uint8_t, taps<std::int32_t>>(            \
             const std::uint8_t*, const NUV_TapTable<taps<std::int32_t>>&, std::uint8_t*,           \
@@ -257,6 +258,7 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
         template void convolve_real_avx2<channels, taps<double>>(                                  \
             const std::uint16_t*, const NUV_TapTable<taps<double>>&, std::uint16_t*, std::size_t,  \
             std::size_t, NUV_SampleLimits<std::uint16_t>)
+// NOLINTEND(bugprone-macro-parentheses)
 NUV_PACKED_FORM(1, NUV_CubicTaps);
 NUV_PACKED_FORM(3, NUV_CubicTaps);
 NUV_PACKED_FORM(4, NUV_CubicTaps);

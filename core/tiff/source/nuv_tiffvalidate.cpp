@@ -103,14 +103,14 @@ bool NUV_TIFFInfo::validate_strips()
                     "NUV_TIFFInfo::validate() - RowsPerStrip is 0.",
                     NUV_Diagnosis().says("strips of 0 lines"));
     const std::uint64_t planes = is_planar() ? samples_per_pixel : 1;
-    if (strip_offsets.size() < planes * strips_per_plane())
-        return fail(manager(), NUV_ERR_INVALID_DATA,
-                    "NUV_TIFFInfo::validate() - not enough # of strips.",
-                    tile_width != 0
-                        ? NUV_Diagnosis().because(NUV_Cause::unsupported).says("tiles")
-                        : NUV_Diagnosis().says(
-                              "%zu StripOffsets, the image has %llu strips", strip_offsets.size(),
-                              static_cast<unsigned long long>(planes * strips_per_plane())));
+    const std::uint64_t wanted = planes * strips_per_plane();
+    if (strip_offsets.size() < wanted)
+        return fail(
+            manager(), NUV_ERR_INVALID_DATA, "NUV_TIFFInfo::validate() - not enough # of strips.",
+            tile_width != 0 ? NUV_Diagnosis().because(NUV_Cause::unsupported).says("tiles")
+                            : NUV_Diagnosis().says("%zu StripOffsets, the image has %llu strips",
+                                                   strip_offsets.size(),
+                                                   static_cast<unsigned long long>(wanted)));
     if (strip_byte_counts.size() < strip_offsets.size())
         warn(manager(), NUV_WARN_INVALID_DATA, "NUV_TIFFInfo::validate() - no StripByteCounts.");
     return strip_byte_counts.resize(strip_offsets.size());
