@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,12 +21,6 @@ enum ExitStatus : int {
     exit_failed = 1, // at least one picture
     exit_mended = 2, // none failed, but damage was mended
     exit_usage = 64, // the command line; nothing was done
-};
-
-// A command line that means nothing, found out behind its syntax: the program ends with exit_usage.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
 };
 
 // Each command has a request, which add_...() binds to its words on the command line and run_...()

@@ -1,6 +1,5 @@
 #include "tools/nuv/nuv_operations.h"
 
-#include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_numbers.h"
 #include "tools/nuv/nuv_pixelwords.h"
 #include "tools/nuv/nuv_sizes.h"

@@ -1,6 +1,5 @@
 #include "tools/nuv/nuv_outputs.h"
 
-#include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_operations.h"
 
 #include <algorithm>
