@@ -11,7 +11,8 @@ endfunction()
 
 # nuv_library(<name> <version script> <modules...>): the library <name> and its package target
 # nuv::<name>, from the objects of all modules so far but those named. A shared one shows what the
-# version script lists.
+# version script lists. What is installed belongs to one of the components runtime, development,
+# tools and python.
 function(nuv_library name version_script)
     get_property(modules GLOBAL PROPERTY NUV_MODULES)
     list(REMOVE_ITEM modules "" ${ARGN})
@@ -36,7 +37,8 @@ function(nuv_library name version_script)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     install(TARGETS ${name} EXPORT nuv_targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+            COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 endfunction()
 
 # nuv_own_runtime(<target>): the target carries what it needs of the C++ runtime. To load and to
@@ -70,4 +72,12 @@ endfunction()
 function(nuv_wrapper_test name)
     nuv_gtest(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE nuv::nuv)
+endfunction()
+
+# nuv_interface_module(<target>): the module defines what a library exports. The debug information of
+# these modules alone tells all of the binary interface, and is the same code with it.
+function(nuv_interface_module name)
+    if(NUV_ABI_CHECK)
+        target_compile_options(${name} PRIVATE -g)
+    endif()
 endfunction()
