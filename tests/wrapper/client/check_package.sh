@@ -47,8 +47,9 @@ echo "== find_package"
 echo "== pkg-config"
 export PKG_CONFIG_PATH=${pkgconfig[0]}
 [[ $(pkg-config --modversion nuv) == 1.4.* ]]
-static=()
-[[ ${libraries[0]} == *.so ]] || static=(--static)
+static=() linker=("$compiler" "${flags[@]}")
+# What the package file says of a static library has to do for a C compiler, and with nothing shared.
+[[ ${libraries[0]} == *.so ]] || static=(--static) linker=(cc -static)
 read -r -a package < <(pkg-config --cflags --libs "${static[@]}" nuv)
 "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Werror "${flags[@]}" "$client/client.cpp" \
     "${package[@]}" -o "$work/client"
@@ -60,7 +61,7 @@ for language in c99 c11 c++11 c++20; do
         -I"$prefix/include" -fsyntax-only "$source/examples/thumbnail.c"
 done
 read -r -a package < <(pkg-config --cflags --libs "${static[@]}" nuvc)
-"$compiler" -x c -std=c99 "${flags[@]}" "$source/examples/thumbnail.c" -x none "${package[@]}" \
+"${linker[@]}" -x c -std=c99 "$source/examples/thumbnail.c" -x none "${package[@]}" \
     -o "$work/thumbnail"
 for run in "$work/thumbnail" "$work/found/thumbnail"; do
     LD_LIBRARY_PATH=$(dirname "${libraries[0]}") "$run" "$source/tests/data/pnm/colour.ppm" \
