@@ -3,11 +3,14 @@
 #include "core/ccitt/nuv_ccittoption.h"
 #include "core/include/nuv_decode.h"
 #include "framework/base/nuv_tags.h"
+#include "framework/containers/nuv_vector.h"
 
 #include <cstdint>
 #include <span>
 
 namespace nuv {
+
+class NUV_InputStorage;
 
 // What lines are delivered as: bits or runs.
 enum class NUV_CCITTForm { packed, runs };
@@ -35,6 +38,10 @@ protected:
 
     [[nodiscard]] NUV_Engine* engine_of_strips(NUV_Engine* previous, std::uint32_t rows_per_strip,
                                                std::span<const std::uint32_t> strip_byte_counts);
+    [[nodiscard]] NUV_Engine* engine_of_strips(NUV_InputStorage* storage, const NUV_Header& header,
+                                               std::uint32_t rows_per_strip,
+                                               NUV_Vector<std::uint32_t>& offsets,
+                                               NUV_Vector<std::uint32_t>& byte_counts);
 
 private:
     [[nodiscard]] NUV_Engine* append_decoder(NUV_Engine& previous) override;
@@ -61,6 +68,16 @@ public:
                                      std::span<const std::uint32_t> strip_byte_counts)
     {
         return Base::engine_of_strips(previous, rows_per_strip, strip_byte_counts);
+    }
+    // The lines of the image with `header` from strips that are data of their own, wherever they
+    // are in a storage that nobody else moves meanwhile. The vectors, of one length, are taken
+    // over. What a strip lacks comes as bad lines; the next one begins anew.
+    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_Header& header,
+                                     std::uint32_t rows_per_strip,
+                                     NUV_Vector<std::uint32_t>& offsets,
+                                     NUV_Vector<std::uint32_t>& byte_counts)
+    {
+        return Base::engine_of_strips(storage, header, rows_per_strip, offsets, byte_counts);
     }
 };
 

@@ -59,9 +59,10 @@ private:
                                             NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info,
                                             std::uint32_t rows);
     [[nodiscard]] bool read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
-                                   NUV_Vector<NUV_Engine*>& engines);
+                                   NUV_Vector<NUV_Engine*>& engines, bool to_qdrle);
     [[nodiscard]] NUV_Engine* read_plane(NUV_InputStorage* storage, const NUV_Header& header,
-                                         NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info);
+                                         NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info,
+                                         bool to_qdrle);
     [[nodiscard]] NUV_Engine* decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle);
     [[nodiscard]] NUV_Engine* join(std::span<NUV_Engine*> strips, const NUV_TIFFInfo& info,
                                    std::size_t plane);

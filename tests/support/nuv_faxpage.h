@@ -24,9 +24,9 @@ struct NUV_FaxPage {
 
     [[nodiscard]] std::size_t line_bytes() const { return (std::size_t{width} + 7) / 8; }
 
-    // `mode` tells the order of bytes, "wl" or "wb".
-    [[nodiscard]] Bytes file(const NUV_FaxForm& form, const char* mode,
-                             std::uint32_t fill_order) const
+    // `mode` tells the order of bytes, "wl" or "wb"; a plane has strips that are read apart.
+    [[nodiscard]] Bytes file(const NUV_FaxForm& form, const char* mode, std::uint32_t fill_order,
+                             bool is_plane = false) const
     {
         const int memory = memfd_create("page", 0);
         TIFF* tiff = TIFFFdOpen(dup(memory), "page", mode);
@@ -39,6 +39,7 @@ struct NUV_FaxPage {
         TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 600.0);
         TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 600.0);
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, form.compression);
+        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, is_plane ? 2 : 1);
         if (form.options != 0)
             TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, form.options);
         if (form.with_rtc)

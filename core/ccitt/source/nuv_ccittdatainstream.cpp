@@ -1,6 +1,8 @@
 #include "core/ccitt/source/nuv_ccittdatainstream.h"
 
+#include "framework/base/nuv_manager.h"
 #include "framework/buffer/nuv_srcbuffer.h"
+#include "framework/io/nuv_checkedstream.h"
 
 #include <algorithm>
 #include <limits>
@@ -61,6 +63,33 @@ std::span<const std::uint8_t> NUV_CCITTDataInStream::take(std::uint64_t most)
     block_ = block_.subspan(count);
     position_ += count;
     return taken;
+}
+
+void NUV_CCITTStripsInStream::initiate(NUV_InputStorage& storage,
+                                       NUV_Vector<std::uint32_t>& offsets,
+                                       NUV_Vector<std::uint32_t>& byte_counts) noexcept
+{
+    storage_ = &storage;
+    offsets_.swap(offsets);
+    byte_counts_.swap(byte_counts);
+}
+
+bool NUV_CCITTStripsInStream::begin_strip(std::size_t strip, std::uint64_t piece)
+{
+    NUV_Manager& manager = offsets_.manager();
+    if (block_.size() == 0 && !block_.allocate(manager, manager.default_block_bytes()))
+        return false;
+    piece_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(piece, block_.size()));
+    const bool is_reached = strip < offsets_.size() && seek_exactly(*storage_, offsets_[strip]);
+    left_ = is_reached ? byte_counts_[strip] : 0;
+    return true;
+}
+
+std::span<const std::uint8_t> NUV_CCITTStripsInStream::read()
+{
+    const std::uint32_t bytes = read_up_to(*storage_, block_.data(), std::min(left_, piece_));
+    left_ -= bytes;
+    return block_.items().first(bytes);
 }
 
 } // namespace nuv

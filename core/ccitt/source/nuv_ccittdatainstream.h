@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/ccitt/codec/nuv_qdccittdecoder.h"
+#include "framework/base/nuv_held.h"
 #include "framework/containers/nuv_vector.h"
 
 #include <cstddef>
@@ -9,6 +10,7 @@
 
 namespace nuv {
 
+class NUV_InputStorage;
 class NUV_SrcBuffer;
 
 // The bytes of a source buffer, in one piece or in strips, each of which looks like all data until
@@ -45,6 +47,32 @@ private:
     std::uint64_t position_ = 0;
     std::span<const std::uint8_t> block_; // what is left of it
     bool holds_block_ = false;
+};
+
+// The bytes of strips wherever they are in a storage. To its decoder, a strip is all data.
+class NUV_CCITTStripsInStream final : public QDCCITTDecoder::DataInStream {
+public:
+    explicit NUV_CCITTStripsInStream(NUV_Manager& manager) noexcept
+        : offsets_(manager),
+          byte_counts_(manager)
+    {}
+
+    // The storage is the holder's; the vectors, of one length, are taken over.
+    void initiate(NUV_InputStorage& storage, NUV_Vector<std::uint32_t>& offsets,
+                  NUV_Vector<std::uint32_t>& byte_counts) noexcept;
+
+    // Goes on to a strip, of which `piece` bytes are read at once, or a block where that is less.
+    // False without memory. A strip that is not there has no bytes.
+    [[nodiscard]] bool begin_strip(std::size_t strip, std::uint64_t piece);
+    [[nodiscard]] std::span<const std::uint8_t> read() override;
+
+private:
+    NUV_InputStorage* storage_ = nullptr;
+    NUV_Vector<std::uint32_t> offsets_;
+    NUV_Vector<std::uint32_t> byte_counts_;
+    std::uint32_t left_ = 0;  // of the strip
+    std::uint32_t piece_ = 0; // bytes
+    NUV_Scratch<std::uint8_t> block_;
 };
 
 } // namespace nuv

@@ -39,6 +39,11 @@ struct Decoders<NUV_DecodeMMROption> : NUV_MMRCoding {
         {"NUV_DecodeMMRToQDRLE::engine()", "NUV_DecodeMMRToQDRLEForTIFF::engine()"}};
 };
 
+template <class Option, NUV_CCITTForm form>
+using EngineOf =
+    std::conditional_t<form == NUV_CCITTForm::runs, typename Decoders<Option>::RunEngine,
+                       typename Decoders<Option>::Engine>;
+
 } // namespace
 
 template <class Option, NUV_CCITTForm form>
@@ -69,12 +74,21 @@ NUV_Engine* NUV_DecodeCCITT<Option, form>::engine_of_strips(
 }
 
 template <class Option, NUV_CCITTForm form>
+NUV_Engine* NUV_DecodeCCITT<Option, form>::engine_of_strips(NUV_InputStorage* storage,
+                                                            const NUV_Header& header,
+                                                            std::uint32_t rows_per_strip,
+                                                            NUV_Vector<std::uint32_t>& offsets,
+                                                            NUV_Vector<std::uint32_t>& byte_counts)
+{
+    return append_reader<EngineOf<Option, form>>(storage, &header, option_, rows_per_strip,
+                                                 &offsets, &byte_counts);
+}
+
+template <class Option, NUV_CCITTForm form>
 NUV_Engine* NUV_DecodeCCITT<Option, form>::append_decoder(NUV_Engine& previous)
 {
-    using Engine =
-        std::conditional_t<form == NUV_CCITTForm::runs, typename Decoders<Option>::RunEngine,
-                           typename Decoders<Option>::Engine>;
-    return append_new<Engine>(previous, option_, rows_per_strip_, strip_byte_counts_);
+    return append_new<EngineOf<Option, form>>(previous, option_, rows_per_strip_,
+                                              strip_byte_counts_);
 }
 
 template class NUV_DecodeCCITT<NUV_DecodeMHOption, NUV_CCITTForm::packed>;

@@ -2,8 +2,10 @@
 
 #include "core/qdrle/nuv_qdrlerun.h"
 #include "framework/engine/nuv_stepblocks.h"
+#include "framework/io/nuv_inputstorage.h"
 #include "framework/utility/nuv_endian.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
@@ -24,20 +26,26 @@ template <class To>
 
 } // namespace
 
-bool NUV_DecodeCCITTBaseEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                         NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
-                                         std::span<const std::uint32_t> strip_byte_counts,
-                                         const Methods& methods)
+bool NUV_DecodeCCITTBaseEngine::initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                         const NUV_CCITTInput& input, const Methods& methods)
 {
-    if (!NUV_ProcessEngine::initiate(header, src, dst))
+    const bool is_initiated = input.storage ? NUV_BufferOutputEngine::initiate(header, dst) &&
+                                                  manager().depend(this, input.storage)
+                                            : NUV_ProcessEngine::initiate(header, input.src, dst);
+    if (!is_initiated)
         return false;
     if (header->bits() != 1 || header->channels() != 1 ||
         header->data_type() != NUV_DataType::u_integer || !checked_run_line_bytes(header->width()))
         return fail(manager(), NUV_ERR_UNSUPPORTED, methods.initiate);
-    rows_per_strip_ = rows_per_strip;
     execute_method_ = methods.execute;
-    return src->block_bytes(manager().default_block_bytes()) &&
-           stream_.initiate(src, strip_byte_counts);
+    if (input.storage) {
+        own_rows_ = input.rows != 0 ? input.rows : header->height();
+        strips_.initiate(*input.storage, *input.offsets, *input.byte_counts);
+        return true;
+    }
+    rows_per_strip_ = input.rows;
+    return input.src->block_bytes(manager().default_block_bytes()) &&
+           stream_.initiate(input.src, input.byte_counts_in_a_row);
 }
 
 bool NUV_DecodeCCITTBaseEngine::execute()
@@ -46,7 +54,7 @@ bool NUV_DecodeCCITTBaseEngine::execute()
         return false;
     ++row_;
     NUV_OutputBlock out(*dst_buffer_);
-    if (!out)
+    if (!out || (own_rows_ != 0 && (row_ - 1) % own_rows_ == 0 && !begin_own_strip(row_ - 1)))
         return false;
     if (!decode_line(out.data()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method_);
@@ -56,6 +64,15 @@ bool NUV_DecodeCCITTBaseEngine::execute()
             warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method, damage()); // of both forms
     }
     return out.commit(decoded_bytes());
+}
+
+bool NUV_DecodeCCITTBaseEngine::begin_own_strip(std::uint32_t row)
+{
+    // Codes that are longer than the pixels are rare; where there are more, they are read, too.
+    constexpr std::uint64_t least_piece = 64;
+    const std::uint64_t pixels = std::uint64_t{own_rows_} * header_.width();
+    return strips_.begin_strip(row / own_rows_, least_piece + pixels / 8) &&
+           begin_decoder(std::min(own_rows_, header_.height() - row));
 }
 
 // The line at hand, and for the first bad one, of which alone it is kept, what was found.
@@ -83,12 +100,11 @@ bool NUV_DecodeCCITTBaseEngine::begins_strip(void* block)
     return stream_.next_strip() && decode_line(block);
 }
 
-bool NUV_DecodeCCITTEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                     NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
-                                     std::span<const std::uint32_t> strip_byte_counts)
+bool NUV_DecodeCCITTEngine::initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                     const NUV_CCITTInput& input)
 {
     if (!NUV_DecodeCCITTBaseEngine::initiate(
-            header, src, dst, rows_per_strip, strip_byte_counts,
+            header, dst, input,
             {.initiate = "NUV_DecodeCCITTEngine::initiate()", .execute = raw_execute_method}))
         return false;
     header_.encode_type(NUV_EncodeType::raw);
@@ -101,12 +117,11 @@ bool NUV_DecodeCCITTEngine::decode_line(void* block)
     return decoder().decode(static_cast<unsigned char*>(block));
 }
 
-bool NUV_DecodeCCITTToQDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                            NUV_DstBuffer* dst, std::uint32_t rows_per_strip,
-                                            std::span<const std::uint32_t> strip_byte_counts)
+bool NUV_DecodeCCITTToQDRLEEngine::initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                            const NUV_CCITTInput& input)
 {
     if (!NUV_DecodeCCITTBaseEngine::initiate(
-            header, src, dst, rows_per_strip, strip_byte_counts,
+            header, dst, input,
             {.initiate = "NUV_DecodeCCITTToQDRLEEngine::initiate()",
              .execute = "NUV_DecodeCCITTToQDRLEEngine::execute()"}))
         return false;

@@ -7,19 +7,32 @@
 #include "framework/base/nuv_tags.h"
 #include "framework/engine/nuv_processengine.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
 
 namespace nuv {
 
+// What a decoder reads: coded data in a row, which may have strips, or strips that are data of
+// their own, wherever they are in a storage. Each has `rows` lines, but for the last.
+struct NUV_CCITTInput {
+    std::uint32_t rows = 0; // 0: all, there are no strips
+    NUV_SrcBuffer* src = nullptr;
+    std::span<const std::uint32_t> byte_counts_in_a_row = {};
+    NUV_InputStorage* storage = nullptr;          // in place of a source
+    NUV_Vector<std::uint32_t>* offsets = nullptr; // these two are taken over
+    NUV_Vector<std::uint32_t>* byte_counts = nullptr;
+};
+
 // What the decoders of both forms have in common: coded data in, a line a step out.
 class NUV_DecodeCCITTBaseEngine : public NUV_ProcessEngine {
 public:
     explicit NUV_DecodeCCITTBaseEngine(NUV_Manager& manager) noexcept
         : NUV_ProcessEngine(manager),
+          allocator_(manager),
           stream_(manager),
-          allocator_(manager)
+          strips_(manager)
     {}
 
     // Damage ends nothing: a bad line is delivered as it is, with NUV_WARN_BROKEN_DATA.
@@ -32,11 +45,11 @@ protected:
         const char* execute;
     };
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t rows_per_strip,
-                                std::span<const std::uint32_t> strip_byte_counts,
-                                const Methods& methods);
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                const NUV_CCITTInput& input, const Methods& methods);
 
+    // A new codec of the leaf, for so many lines. False when it refuses them.
+    [[nodiscard]] virtual bool begin_decoder(std::uint32_t lines) = 0;
     // The codec of the leaf.
     [[nodiscard]] virtual QDCCITTDecoder& decoder() noexcept = 0;
     // The next line, into a block.
@@ -44,14 +57,27 @@ protected:
     // Bytes of the block that it has taken.
     [[nodiscard]] virtual std::uint32_t decoded_bytes() const noexcept = 0;
 
-    NUV_CCITTDataInStream stream_;
+    [[nodiscard]] QDCCITTDecoder::DataInStream* bytes() noexcept
+    {
+        return own_rows_ != 0 ? static_cast<QDCCITTDecoder::DataInStream*>(&strips_) : &stream_;
+    }
+    // Of all data, or of the first strip that is data of its own.
+    [[nodiscard]] std::uint32_t first_lines() const noexcept
+    {
+        return own_rows_ != 0 ? std::min(own_rows_, header_.height()) : header_.height();
+    }
+
     NUV_CCITTAllocator allocator_;
 
 private:
+    [[nodiscard]] bool begin_own_strip(std::uint32_t row);
     [[nodiscard]] bool begins_strip(void* block);
     [[nodiscard]] NUV_Diagnosis damage();
 
-    std::uint32_t rows_per_strip_ = 0; // 0: the data is in one piece
+    NUV_CCITTDataInStream stream_; // one of the two
+    NUV_CCITTStripsInStream strips_;
+    std::uint32_t rows_per_strip_ = 0; // of strips in a row; 0: the data is in one piece
+    std::uint32_t own_rows_ = 0;       // of strips that are data of their own, else 0
     std::uint32_t row_ = 0;
     const char* execute_method_ = nullptr;
     bool is_damage_told_ = false;
@@ -62,9 +88,8 @@ class NUV_DecodeCCITTEngine : public NUV_DecodeCCITTBaseEngine {
 public:
     using NUV_DecodeCCITTBaseEngine::NUV_DecodeCCITTBaseEngine;
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t rows_per_strip,
-                                std::span<const std::uint32_t> strip_byte_counts);
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                const NUV_CCITTInput& input);
 
 protected:
     [[nodiscard]] bool decode_line(void* block) override;
@@ -79,9 +104,8 @@ class NUV_DecodeCCITTToQDRLEEngine : public NUV_DecodeCCITTBaseEngine {
 public:
     using NUV_DecodeCCITTBaseEngine::NUV_DecodeCCITTBaseEngine;
 
-    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t rows_per_strip,
-                                std::span<const std::uint32_t> strip_byte_counts);
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                const NUV_CCITTInput& input);
 
 protected:
     [[nodiscard]] bool decode_line(void* block) override;
@@ -135,20 +159,44 @@ public:
                                 const typename Coding::Option& option, std::uint32_t rows_per_strip,
                                 std::span<const std::uint32_t> strip_byte_counts)
     {
-        if (!Form::initiate(header, src, dst, rows_per_strip, strip_byte_counts))
-            return false;
-        if (header->encode_type() != Coding::encode_type())
-            return fail(this->manager(), NUV_ERR_UNSUPPORTED, Engine::initiate_method);
-        const auto codec_option = Coding::translate(option);
-        decoder_.emplace(&this->stream_, header->width(), header->height(), &codec_option,
-                         &this->allocator_, nullptr);
-        // A page that the codec refuses is refused without words.
-        return decoder_->status().is_good();
+        return initiate_from(
+            header, dst, option,
+            {.rows = rows_per_strip, .src = src, .byte_counts_in_a_row = strip_byte_counts});
+    }
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
+                                NUV_DstBuffer* dst, const typename Coding::Option& option,
+                                std::uint32_t rows_per_strip, NUV_Vector<std::uint32_t>* offsets,
+                                NUV_Vector<std::uint32_t>* byte_counts)
+    {
+        return initiate_from(header, dst, option,
+                             {.rows = rows_per_strip,
+                              .storage = storage,
+                              .offsets = offsets,
+                              .byte_counts = byte_counts});
     }
 
 private:
+    [[nodiscard]] bool initiate_from(const NUV_Header* header, NUV_DstBuffer* dst,
+                                     const typename Coding::Option& option,
+                                     const NUV_CCITTInput& input)
+    {
+        if (!Form::initiate(header, dst, input))
+            return false;
+        if (header->encode_type() != Coding::encode_type())
+            return fail(this->manager(), NUV_ERR_UNSUPPORTED, Engine::initiate_method);
+        codec_option_ = Coding::translate(option);
+        // A page that the codec refuses is refused without words.
+        return begin_decoder(this->first_lines());
+    }
+    [[nodiscard]] bool begin_decoder(std::uint32_t lines) final
+    {
+        decoder_.emplace(this->bytes(), this->header_.width(), lines, &codec_option_,
+                         &this->allocator_, nullptr);
+        return decoder_->status().is_good();
+    }
     [[nodiscard]] QDCCITTDecoder& decoder() noexcept final { return *decoder_; }
 
+    typename Coding::Decoder::Option codec_option_;
     std::optional<typename Coding::Decoder> decoder_;
 };
 

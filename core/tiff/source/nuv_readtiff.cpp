@@ -37,15 +37,24 @@ struct StripsInARow {
     std::span<const std::uint32_t> byte_counts;
 };
 
-// A coding other than raw samples, PackBits and JPEG, and the decoder of its strips: to raw lines,
-// and to runs where it can.
-struct DecoderRow {
+// The decoder of a coding: behind bytes, which may be strips in a row, and of strips that are data
+// of their own.
+struct Decoder {
     using Append = NUV_Engine* (*)(NUV_Engine* engine, const NUV_TIFFInfo& info,
                                    const StripsInARow& strips);
+    using Read = NUV_Engine* (*)(NUV_InputStorage* storage, const NUV_Header& header,
+                                 const NUV_TIFFInfo& info, NUV_TIFFStripStream& strips);
 
-    const NUV_EncodeType* const* encode_type;
     Append append;
-    Append append_runs;
+    Read read;
+};
+
+// A coding other than raw samples, PackBits and JPEG, and its decoders: to raw lines, and to runs
+// where it can.
+struct DecoderRow {
+    const NUV_EncodeType* const* encode_type;
+    Decoder lines;
+    Decoder runs;
 };
 
 // TIFF 6.0, section 10: lines of Compression 2 have no EOL and begin on bytes.
@@ -73,14 +82,38 @@ NUV_Engine* append_ccitt(NUV_Engine* engine, const NUV_TIFFInfo& info, const Str
     return Creator(info.manager(), option_of(info)).engine(engine, strips.rows, strips.byte_counts);
 }
 
+template <class Creator, auto option_of>
+NUV_Engine* read_ccitt(NUV_InputStorage* storage, const NUV_Header& header,
+                       const NUV_TIFFInfo& info, NUV_TIFFStripStream& strips)
+{
+    NUV_Vector<std::uint32_t> offsets(info.manager());
+    NUV_Vector<std::uint32_t> byte_counts(info.manager());
+    strips.hand_on(offsets, byte_counts);
+    return Creator(info.manager(), option_of(info))
+        .engine(storage, header, info.rows_per_strip, offsets, byte_counts);
+}
+
+template <class Creator, auto option_of>
+constexpr Decoder ccitt = {append_ccitt<Creator, option_of>, read_ccitt<Creator, option_of>};
+
 constexpr DecoderRow decoders[] = {
-    {&NUV_EncodeType::mh, append_ccitt<NUV_DecodeMHForTIFF, mh_option>,
-     append_ccitt<NUV_DecodeMHToQDRLEForTIFF, mh_option>},
-    {&NUV_EncodeType::mr, append_ccitt<NUV_DecodeMRForTIFF, mr_option>,
-     append_ccitt<NUV_DecodeMRToQDRLEForTIFF, mr_option>},
-    {&NUV_EncodeType::mmr, append_ccitt<NUV_DecodeMMRForTIFF, mmr_option>,
-     append_ccitt<NUV_DecodeMMRToQDRLEForTIFF, mmr_option>},
+    {&NUV_EncodeType::mh, ccitt<NUV_DecodeMHForTIFF, mh_option>,
+     ccitt<NUV_DecodeMHToQDRLEForTIFF, mh_option>},
+    {&NUV_EncodeType::mr, ccitt<NUV_DecodeMRForTIFF, mr_option>,
+     ccitt<NUV_DecodeMRToQDRLEForTIFF, mr_option>},
+    {&NUV_EncodeType::mmr, ccitt<NUV_DecodeMMRForTIFF, mmr_option>,
+     ccitt<NUV_DecodeMMRToQDRLEForTIFF, mmr_option>},
 };
+
+// Null for a coding that has none here.
+const Decoder* decoder_of(const NUV_TIFFInfo& info, bool to_qdrle) noexcept
+{
+    for (const DecoderRow& row : decoders) {
+        if (info.encode_type() == *row.encode_type)
+            return to_qdrle ? &row.runs : &row.lines;
+    }
+    return nullptr;
+}
 
 bool is_ccitt(const NUV_TIFFInfo& info) noexcept
 {
@@ -264,8 +297,8 @@ bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
         if (!engine || !engines.push_back(engine))
             return false;
     } else if (info.compression == Compression::none ||
-               info.compression == Compression::pack_bits) {
-        return read_planes(storage, info, engines);
+               info.compression == Compression::pack_bits || is_ccitt(info)) {
+        return read_planes(storage, info, engines, to_qdrle);
     } else {
         // What the stages behind the joined strips need of a palette comes back there.
         auto strips = NUV_ReadTIFFCode(manager()).engine(storage, &info,
@@ -317,11 +350,11 @@ NUV_Engine* NUV_ReadTIFF::read_packbits(NUV_InputStorage* storage, const NUV_Hea
     return bytes ? NUV_ReadPackBitsStrips(manager()).engine(bytes, header, strips, rows) : nullptr;
 }
 
-// Strips that are not to be one stream as they stand, raw or in PackBits: those of planes, of units
-// of luma and chroma, and those whose bytes are not told. As strips of their own they have to be
-// there from the start, but those of a plane take no more than one engine.
+// Strips that are not to be one stream as they stand, but for JPEG: those of planes, of units of
+// luma and chroma, and those whose bytes are not told. As strips of their own they have to be there
+// from the start, but those of a plane take no more than one engine.
 bool NUV_ReadTIFF::read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
-                               NUV_Vector<NUV_Engine*>& engines)
+                               NUV_Vector<NUV_Engine*>& engines, bool to_qdrle)
 {
     const NUV_TIFFStrips strips(info);
     if (!strips.check_count(manager()))
@@ -347,14 +380,15 @@ bool NUV_ReadTIFF::read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& in
         }
         const auto own = good ? make_initiated<NUV_MoveInMoveOutInputStorage>(manager(), storage, 0)
                               : NUV_Held<NUV_MoveInMoveOutInputStorage>();
-        NUV_Engine* engine = own ? read_plane(own.get(), header, stream, info) : nullptr;
+        NUV_Engine* engine = own ? read_plane(own.get(), header, stream, info, to_qdrle) : nullptr;
         good = engine && engines.push_back(engine);
     }
     return good;
 }
 
 NUV_Engine* NUV_ReadTIFF::read_plane(NUV_InputStorage* storage, const NUV_Header& header,
-                                     NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info)
+                                     NUV_TIFFStripStream& strips, const NUV_TIFFInfo& info,
+                                     bool to_qdrle)
 {
     if (info.compression == Compression::none) {
         // How long each strip is is known, so that they are one stream all the same.
@@ -362,7 +396,12 @@ NUV_Engine* NUV_ReadTIFF::read_plane(NUV_InputStorage* storage, const NUV_Header
         const auto bytes = strips.open(storage);
         return bytes ? read_tiff_bytes(manager(), bytes.get(), header, info, early_end) : nullptr;
     }
-    return read_packbits(storage, header, strips, info, info.rows_per_strip);
+    const Decoder* const decoder = decoder_of(info, to_qdrle);
+    if (!decoder)
+        return read_packbits(storage, header, strips, info, info.rows_per_strip);
+    NUV_Held<NUV_InputStorage> mirrored;
+    NUV_InputStorage* const bytes = turn_tiff_bits(manager(), storage, info, mirrored);
+    return bytes ? decoder->read(bytes, header, info, strips) : nullptr;
 }
 
 NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, bool to_qdrle)
@@ -372,11 +411,8 @@ NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, b
     StripsInARow strips;
     if (is_one_stream(info))
         strips = {info.rows_per_strip, info.strip_byte_counts.items()};
-    for (const DecoderRow& decoder : decoders) {
-        if (info.encode_type() == *decoder.encode_type)
-            return (to_qdrle ? decoder.append_runs : decoder.append)(engine, info, strips);
-    }
-    return decode_other(engine, info);
+    const Decoder* const decoder = decoder_of(info, to_qdrle);
+    return decoder ? decoder->append(engine, info, strips) : decode_other(engine, info);
 }
 
 // The lines of an image or of one of its planes. Null after a status; the strips are then ended.

@@ -57,12 +57,14 @@ TEST(FaxDecoders, ReadWhatLibtiffWrites)
         for (const NUV_FaxForm& form : forms) {
             const auto page = drawn_page(width, std::size_t{1} << random() % 8,
                                          std::size_t{1} << random() % 8, random);
-            const auto file = page.file(form, random() % 2 == 0 ? "wl" : "wb", 1 + random() % 2);
+            const bool is_plane = random() % 2 == 0; // of one sample, with a warning
+            const auto file =
+                page.file(form, random() % 2 == 0 ? "wl" : "wb", 1 + random() % 2, is_plane);
             for (const bool to_runs : {false, true}) {
                 NUV_TestChain chain;
                 EXPECT_TRUE(read(chain, file, to_runs) == page.bits)
                     << &form - forms << ", " << width;
-                EXPECT_EQ(chain.status().code, NUV_STATUS_OK);
+                EXPECT_EQ(chain.status().code, is_plane ? NUV_WARN_INVALID_DATA : NUV_STATUS_OK);
                 if (width == 65537)
                     expect_clean_at_every_allocation([&](NUV_TestChain& failing) {
                         static_cast<void>(read(failing, file, to_runs));
@@ -202,6 +204,23 @@ TEST(FaxDecoders, TellWhatTheyMeet)
     EXPECT_EQ(QDMMRDecoder(&stream, 0x0FFFFFFF, 1, nullptr, &stream, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
     EXPECT_EQ(QDMMRDecoder(&stream, 1, 1, nullptr, nullptr, nullptr).status().code(), QDCCITTBase::Code::bad_argument);
     // clang-format on
+}
+
+TEST(FaxDecoders, TakeUpEachStripThatIsDataOfItsOwn)
+{
+    NUV_TestChain chain;
+    const Bytes data = coded("001 000111 010 1 111  00000000");
+    const auto storage = make_initiated<NUV_ByteArrayInputStorage>(chain.manager(), data.data(), 3);
+    NUV_Header header(chain.manager());
+    fill_header(header, {4, 7, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr});
+    NUV_Vector<std::uint32_t> offsets(chain.manager()), counts(chain.manager());
+    for (const std::uint32_t offset : {0U, 2U, 9U, 0U}) // a good one, a bad one, none and the first
+        EXPECT_TRUE(offsets.push_back(offset) && counts.push_back(2));
+    chain.last(NUV_DecodeMMRForTIFF(chain.manager(), NUV_DecodeMMROption())
+                   .engine(storage.get(), header, 2, offsets, counts));
+    EXPECT_EQ(chain.run_bytes(), Bytes({0x40, 0x40, 0, 0, 0, 0, 0x40}));
+    EXPECT_EQ(chain.manager().damage().count, 4U);
+    EXPECT_STREQ(chain.manager().diagnosis().text, "the line ends at pixel 0 of line 3 of 7");
 }
 
 // Without an engine, and behind one of another coding: who refuses is called like the creator.
