@@ -21,7 +21,7 @@ The rules, which docs/style.md explains:
   - A module of several rooms has an order among them (ROOM_RANK); a room includes its own headers
     and those of rooms further left, and never a neighbour of the same rank.
   - Tools and examples are users of the library: they include its public headers, <nuv/...>, and
-    their own files.
+    their own files. So is the module for Python, which may include what the tool is made of, too.
 """
 
 import re
@@ -31,7 +31,7 @@ from pathlib import Path
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 SOURCES = {".h", ".cpp", ".inc"}
 TOP_FOLDERS = ("framework", "core", "extension", "wrapper", "api", "tests", "fuzz", "benchmarks",
-               "tools", "examples")
+               "tools", "examples", "python")
 FRAMEWORK_RANK = {"base": 0, "containers": 1, "utility": 1, "io": 2, "buffer": 2, "engine": 3,
                   "manager": 4}
 ALLOWED_TOPS = {
@@ -45,6 +45,7 @@ ALLOWED_TOPS = {
     "benchmarks": {"framework", "core", "extension", "tests", "benchmarks"},
     "tools": {"tools"},
     "examples": {"examples"},
+    "python": {"python", "tools"},
 }
 # The headers at the root of a module belong to the room that knows the manager, source.
 ROOM_RANK = {

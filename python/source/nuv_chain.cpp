@@ -1,0 +1,59 @@
+#include "python/source/nuv_chain.h"
+
+#include <utility>
+
+#include "python/source/nuv_errors.h"
+
+namespace nuv_python {
+
+nuv::JobHandle job_of(const Chain& chain)
+{
+    nuv::JobHandle job(nuv_new(&chain.limits));
+    if (!job)
+        throw std::bad_alloc();
+    {
+        const py::gil_scoped_release unlocked;
+        nuv_page(job.get(), chain.page);
+        chain.source->open(job.get());
+    }
+    for (const auto& operation : chain.operations)
+        (*operation)(job.get());
+    check(job.get(), chain.source->name());
+    return job;
+}
+
+nuv_picture look_at(nuv_job* job)
+{
+    nuv_picture is{};
+    is.size = sizeof(is);
+    nuv_look(job, &is);
+    return is;
+}
+
+Image::Image(Chain chain) : chain_(std::move(chain)), job_(job_of(chain_))
+{
+    picture_ = look_at(job_.get());
+}
+
+Image::Image(Chain chain, nuv::JobHandle job)
+    : chain_(std::move(chain)),
+      job_(std::move(job)),
+      picture_(look_at(job_.get()))
+{}
+
+Image Image::with(Operation operation)
+{
+    nuv::JobHandle job = take_job();
+    operation(job.get());
+    check(job.get(), source_name());
+    Chain longer = chain_;
+    longer.operations.push_back(std::make_shared<const Operation>(std::move(operation)));
+    return Image(std::move(longer), std::move(job));
+}
+
+nuv::JobHandle Image::take_job()
+{
+    return job_ ? std::move(job_) : job_of(chain_);
+}
+
+} // namespace nuv_python

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <nuv/nuv.h>
+
+#include <pybind11/pybind11.h>
+#include <string>
+
+namespace nuv_python {
+
+namespace py = pybind11;
+
+// Throws what Python calls the failure of the job, if there is one, and says whose it is; "" for
+// what has no name.
+void check(const nuv_job* job, const std::string& source, const std::string& destination = {});
+
+// An exception of the classes in nuv._types, raised with what they take.
+[[noreturn]] void raise(const char* type, const std::string& message, py::object path = py::none());
+
+// Warns of what was mended; throws where the caller has made errors of warnings.
+void warn_of_damage(const nuv_job* job, const std::string& source);
+
+} // namespace nuv_python

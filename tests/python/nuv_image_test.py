@@ -1,0 +1,48 @@
+"""Chains, sources and results of the module nuv."""
+
+import io
+
+import numpy
+import pytest
+
+import nuv
+
+
+def same(left, right):
+    return left.dtype == right.dtype and numpy.array_equal(left, right)
+
+
+def test_an_image_stays_what_it_is_and_gives_each_branch_its_own_run(jpeg):
+    image = nuv.open(jpeg)
+    whole = image.array()
+    corner, middle = image.crop(0, 0, 10, 10), image.crop(20, 10, 5, 7)
+    assert (image.size, corner.size, middle.size) == ((60, 40), (10, 10), (5, 7))
+    assert same(middle.array(), whole[10:17, 20:25])
+    assert same(corner.array(), whole[:10, :10])
+    assert same(corner.array(), whole[:10, :10])  # and once more
+
+
+def test_every_source_gives_the_same(jpeg, tmp_path):
+    path = tmp_path / "a picture ü.jpg"
+    path.write_bytes(jpeg)
+    whole = nuv.open(jpeg).array()
+    for source in (path, str(path), bytearray(jpeg), memoryview(jpeg), io.BytesIO(jpeg)):
+        assert same(nuv.open(source).array(), whole)
+    assert nuv.info(path) == nuv.info(io.BytesIO(jpeg)) == nuv.info(jpeg)
+
+
+def test_results_in_every_form_hold_the_same_samples(samples, tmp_path):
+    image = nuv.from_array(samples)
+    assert same(image.array(), samples)
+    assert same(numpy.asarray(image), samples)
+    assert same(image.array(planar=True), samples.transpose(2, 0, 1))
+    assert bytes(image.samples()) == samples.tobytes()
+    assert image.anymap() == b"P6\n60 40\n255\n" + samples.tobytes()
+    assert same(nuv.open(image.lossless(optimise=True)).array(), samples)
+    for rows in (1, 7, 40, 1000):
+        assert same(numpy.concatenate(list(image.lines(rows))), samples)
+    for name in ("x.ppm", "x.JPG", "x.raw"):
+        image.save(tmp_path / name)
+        stream = io.BytesIO()
+        image.save(stream, format={"M": "anymap", "G": "jpeg", "W": "samples"}[name[-1].upper()])
+        assert (tmp_path / name).read_bytes() == stream.getvalue()
