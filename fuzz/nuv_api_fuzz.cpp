@@ -264,6 +264,7 @@ constexpr Call calls[] = {
     run_to_memory,
     [](NUV_Job& it) { nuv_run_to_stream(it.job, write, progress, &it); },
     read_lines,
+    [](NUV_Job& it) { nuv_cancel_when(it.job, [](void* user) { return static_cast<int>(static_cast<NUV_Job*>(user)->is_enough()); }, &it); },
     [](NUV_Job&) { require(nuv_version() == NUV_VERSION && *nuv_build_info() != '\0', "version"); },
 };
 // clang-format on

@@ -42,6 +42,15 @@ nuv_limits defaults() noexcept
     return limits;
 }
 
+nuv_failure no_failure() noexcept
+{
+    nuv_failure failure{};
+    failure.size = sizeof(failure);
+    failure.byte = NUV_Diagnosis::unknown;
+    failure.line = NUV_Diagnosis::unknown;
+    return failure;
+}
+
 // Both forms of strerror_r(), as the C library has it.
 [[maybe_unused]] const char* told(int /*result*/, const char* text) noexcept
 {
@@ -84,11 +93,8 @@ const char* beginning_of(const NUV_Diagnosis& why) noexcept
 
 } // namespace
 
-nuv_job::nuv_job(const nuv_limits& asked) noexcept : limits(asked)
+nuv_job::nuv_job(const nuv_limits& asked) noexcept : limits(asked), failure(no_failure())
 {
-    failure.size = sizeof(failure);
-    failure.byte = NUV_Diagnosis::unknown;
-    failure.line = NUV_Diagnosis::unknown;
     constexpr std::uint64_t most = std::numeric_limits<std::size_t>::max();
     memory.limit = static_cast<std::size_t>(std::min(asked.memory_bytes, most));
 }
@@ -126,8 +132,20 @@ void nuv_job::refuse(nuv_status with, const char* format, ...) noexcept
     va_end(arguments);
 }
 
+void nuv_job::take_interruption() noexcept
+{
+    if (status != NUV_OK)
+        return;
+    failure = no_failure();
+    refuse(NUV_CANCELLED, "The job was cancelled.");
+}
+
 void nuv_job::take_failure() noexcept
 {
+    if (interruption.has_come()) {
+        take_interruption();
+        return;
+    }
     NUV_Diagnosis why = manager->diagnosis();
     if (!manager->status().has_error())
         why = NUV_Diagnosis().because(NUV_Cause::damaged).says("it ends early");
@@ -305,7 +323,7 @@ nuv_job* nuv_new(const nuv_limits* limits)
     if (!job)
         return nullptr;
     try {
-        job->manager = nuv::create_manager(job->memory);
+        job->manager = nuv::create_manager(job->memory, &job->interruption);
     } catch (...) {
         // As without memory.
     }
@@ -328,6 +346,11 @@ nuv_status nuv_state(const nuv_job* job)
 const char* nuv_message(const nuv_job* job)
 {
     return job ? job->message.data() : "There is no job.";
+}
+
+nuv_status nuv_cancel_when(nuv_job* job, nuv_wants_end wants_end, void* user)
+{
+    return nuv::guarded(job, [=](nuv_job& it) { it.interruption.ask(wants_end, user); });
 }
 
 nuv_status nuv_why(const nuv_job* job, nuv_failure* out)

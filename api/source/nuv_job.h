@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "api/source/nuv_api.h"
+#include "api/source/nuv_interruption.h"
 #include "api/source/nuv_outputs.h"
 
 // How far a job has come.
@@ -41,6 +42,8 @@ struct nuv_job {
     void take_failure() noexcept;
     // The same of a call that adds to the chain: `name` is what the caller knows it by.
     void take_refusal(const char* name) noexcept;
+    // That the caller wanted no more, and nothing else is then what happened.
+    void take_interruption() noexcept;
     // A failure that came as an exception.
     void take_exception() noexcept;
     // What a NUV_LIMIT that is refused next is about.
@@ -55,7 +58,8 @@ struct nuv_job {
     bool append(const char* name, nuv::NUV_Engine* next) noexcept;
     [[nodiscard]] const nuv::NUV_Header& header() const { return *last->header(); }
 
-    nuv::NUV_MemoryCount memory; // before the manager, which counts in it
+    nuv::NUV_MemoryCount memory;        // before the manager, which counts in it
+    nuv::NUV_Interruption interruption; // and asks this
     nuv_limits limits;
     nuv::NUV_Manager* manager = nullptr;
     JobStage stage = JobStage::fresh;
@@ -82,7 +86,8 @@ struct nuv_job {
 
 namespace nuv {
 
-// Runs the body of a call: not on a null, nor behind a failure. What the call answers.
+// Runs the body of a call: not on a null, nor behind a failure. What the call answers. Whatever an
+// interrupted one has done is not to be relied on.
 template <class Body>
 [[nodiscard]] nuv_status guarded(nuv_job* job, Body body) noexcept
 {
@@ -95,6 +100,8 @@ template <class Body>
     } catch (...) { // of the containers, or of a caller's function
         job->take_exception();
     }
+    if (job->interruption.has_come())
+        job->take_interruption();
     return job->status;
 }
 

@@ -152,6 +152,9 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
 void read_source(nuv_job& job)
 {
     NUV_Manager& manager = *job.manager;
+    if (job.source)
+        job.source = nuv::make_initiated<nuv::NUV_InterruptedInputStorage>(
+            *job.manager, job.source.get(), job.interruption);
     if (!job.source) {
         job.take_failure();
         return;
@@ -223,6 +226,10 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
             }
             std::copy_n(job.stream.data(), filled, larger.data());
             job.stream.swap(larger);
+        }
+        if (job.interruption.wants_end()) {
+            job.take_interruption();
+            return false;
         }
         const std::size_t room = job.stream.size() - filled;
         const std::ptrdiff_t got = read(user, job.stream.data() + filled, room);

@@ -4,6 +4,7 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/base/nuv_status.h"
+#include "framework/manager/nuv_watch.h"
 
 #include <cassert>
 #include <cstddef>
@@ -45,6 +46,8 @@ public:
     {
         return error_handler_ && workflow_ && relation_;
     }
+    // Asked before each step; null for nobody. It outlives the manager.
+    void watched_by(NUV_Watch* watch) noexcept { watch_ = watch; }
     [[nodiscard]] MemoryManager& memory() noexcept { return memory_; }
     [[nodiscard]] NUV_Relation* relation() noexcept { return relation_; }
 
@@ -155,11 +158,15 @@ public:
         // A pull runs inside the pull of the stage behind it. A chain of this many stages is no
         // image job but a mistake, and must not end in a stack overflow.
         constexpr unsigned deepest = 1000;
+        constexpr auto method = "NUV_ManagerImpl::pull()";
+
         NUV_Engine* engine = workflow_ && relation_ ? relation_->find(dst) : nullptr;
         if (!engine)
             return false;
+        if (watch_ && watch_->wants_end())
+            return fail(*this, NUV_ERR_IO, method, NUV_Diagnosis().because(NUV_Cause::cancelled));
         if (depth_ >= deepest)
-            return fail(*this, NUV_ERR_UNSUPPORTED, "NUV_ManagerImpl::pull()",
+            return fail(*this, NUV_ERR_UNSUPPORTED, method,
                         NUV_Diagnosis()
                             .because(NUV_Cause::limit)
                             .says("more than %u operations one behind the other", deepest));
@@ -203,6 +210,7 @@ private:
     }
 
     NUV_Cpu cpu_;
+    NUV_Watch* watch_ = nullptr;
     MemoryManager memory_;
     ErrorHandler* error_handler_ = nullptr;
     Workflow* workflow_ = nullptr;

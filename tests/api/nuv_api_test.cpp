@@ -212,6 +212,45 @@ TEST(ApiJob, CanBeCancelledAtEveryLine)
     }
 }
 
+TEST(ApiJob, CanBeCancelledBeforeThereIsALine)
+{
+    const Folder folder;
+    const std::string jpeg = api_fixture("jpeg/420.jpg");
+    const ApiBytes bytes = api_read(jpeg);
+    ApiStream stream{bytes};
+    std::uint32_t got = 0;
+    ApiBytes band(samples.size());
+    const auto turned = [](nuv_job* job) { return open_rgb(job), nuv_rotate(job, 90); };
+    const auto written = [&](nuv_job* job) {
+        return nuv_run_to_file(job, folder.file("a").c_str(), nullptr, nullptr);
+    };
+    // clang-format off
+    const struct { ApiCall before, cancelled; } cases[] = {
+        {nothing, open_bytes(bytes)},
+        {nothing, [&](nuv_job* j) { return nuv_open_file(j, jpeg.c_str()); }},
+        {nothing, [&](nuv_job* j) { return nuv_open_stream(j, ApiStream::read, &stream); }},
+        {[&](nuv_job* j) { return turned(j), as_jpeg(j); }, written},
+        {[&](nuv_job* j) { return turned(j), nuv_as_samples(j, 1); }, written},
+        {turned, [&](nuv_job* j) { return nuv_read_lines(j, band.data(), 0, height, &got); }},
+    };
+    // clang-format on
+    for (const auto& [before, cancelled] : cases) {
+        for (const bool wants_end : {true, false}) {
+            int asked = 0;
+            const ApiJob job(nuv_new(nullptr));
+            const auto always = [](void* user) { return ++*static_cast<int*>(user); };
+            before(job.get());
+            ASSERT_EQ(nuv_cancel_when(job.get(), wants_end ? +always : nullptr, &asked), NUV_OK);
+            EXPECT_EQ(cancelled(job.get()), wants_end ? NUV_CANCELLED : NUV_OK);
+            EXPECT_STREQ(nuv_message(job.get()), wants_end ? "The job was cancelled." : "");
+            EXPECT_EQ(asked, wants_end ? 1 : 0);
+            EXPECT_TRUE(!wants_end || folder.count() == 0);
+            fs::remove(folder.file("a"));
+        }
+    }
+    EXPECT_EQ(got, height);
+}
+
 TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
 {
     struct Case {

@@ -49,7 +49,7 @@ typedef struct nuv_job nuv_job;
 
 typedef enum nuv_status {
     NUV_OK = 0,
-    NUV_CANCELLED = 1,    /* the caller's progress function wanted no more */
+    NUV_CANCELLED = 1,    /* a function of the caller wanted no more */
     NUV_BAD_CALL = 2,     /* an argument, a record, or a call out of turn */
     NUV_NO_MEMORY = 3,    /* the system had none left */
     NUV_LIMIT = 4,        /* of nuv_limits, or of what the library can count */
@@ -169,6 +169,8 @@ typedef struct nuv_failure {
 
 /* After each band of lines, and at the end: lines done, and lines in all. Not 0 cancels. */
 typedef int (*nuv_progress)(void* user, uint32_t lines_done, uint32_t lines);
+/* Whether a call on the job is to end before its time. Not 0 cancels. */
+typedef int (*nuv_wants_end)(void* user);
 /* Up to `bytes` bytes of the source; how many came, 0 at the end, less for a failure. */
 typedef ptrdiff_t (*nuv_read)(void* user, void* into, size_t bytes);
 /* The next bytes of the result, all of them. Not 0 for a failure. */
@@ -190,6 +192,11 @@ NUV_API nuv_status nuv_default_limits(nuv_limits* limits);
 NUV_API nuv_job* nuv_new(const nuv_limits* limits);
 /* Null is allowed. Ends a job wherever it is; a file that is not whole goes. */
 NUV_API void nuv_free(nuv_job* job);
+/* Has `wants_end` asked while calls on the job work: some fifty times a second, between two lines
+   of any stage and between two pieces of the source, also while a source is opened and before the
+   first line of a result is there. One that cancels ends the call with NUV_CANCELLED. Null for
+   nobody, as in a new job. */
+NUV_API nuv_status nuv_cancel_when(nuv_job* job, nuv_wants_end wants_end, void* user);
 /* The first failure, or NUV_OK. */
 NUV_API nuv_status nuv_state(const nuv_job* job);
 /* A sentence about the first failure, or about damage that was mended; else "". Never null, and

@@ -17,12 +17,13 @@ template <class MemoryManager>
 using Manager = NUV_ManagerImpl<MemoryManager, NUV_FirstErrorHandler, NUV_BlockWorkflow>;
 
 template <class MemoryManager, class... Memory>
-[[nodiscard]] NUV_Manager* make_manager(Memory&... memory_policy)
+[[nodiscard]] NUV_Manager* make_manager(NUV_Watch* watch, Memory&... memory_policy)
 {
     void* memory = std::malloc(sizeof(Manager<MemoryManager>));
     if (!memory)
         return nullptr;
     auto* manager = ::new (memory) Manager<MemoryManager>(NUV_Cpu::current(), memory_policy...);
+    manager->watched_by(watch);
     if (manager->is_complete())
         return manager;
     destroy_manager(manager);
@@ -33,12 +34,12 @@ template <class MemoryManager, class... Memory>
 
 NUV_Manager* create_manager(int kind)
 {
-    return kind == 0 ? make_manager<NUV_MallocMemoryManager>() : nullptr;
+    return kind == 0 ? make_manager<NUV_MallocMemoryManager>(nullptr) : nullptr;
 }
 
-NUV_Manager* create_manager(NUV_MemoryCount& count)
+NUV_Manager* create_manager(NUV_MemoryCount& count, NUV_Watch* watch)
 {
-    return make_manager<NUV_CountedMemoryManager>(count);
+    return make_manager<NUV_CountedMemoryManager>(watch, count);
 }
 
 void destroy_manager(NUV_Manager* manager)
