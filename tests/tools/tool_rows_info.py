@@ -21,6 +21,7 @@ ROWS = (
     (1, "cat in.ppm | nuv info /dev/stdin", "", "", "nuv: /dev/stdin: *regular file. (The name of standard input is -.)"),
     (1, "nuv info - <&-", "", "", "nuv: standard input: *Bad file descriptor."),
     (1, "nuv info --json --max-memory 1 in.ppm gray.pgm", "", '*"in.ppm"*"status":"no-memory",*"byte":null,"line":null}}\n*"gray.pgm"*"no-memory"*', "nuv: in.ppm: There is not enough memory*\nnuv: gray.pgm: *"),
+    (1, "nuv info --json --verify --timeout 1e-9 in.ppm", "", '*"verified":null,*"error":{"status":"cancelled","message":"It takes*', "nuv: in.ppm: It takes longer than is allowed (--timeout)."),
     (1, "nuv info --page 2 two_pages.tif", "", "", "nuv: two_pages.tif: There is no page 2 in the source."),
     (64, "nuv info --max-memory x in.ppm", "", "", "nuv: --max-memory takes a number*"),
     (1, "nuv info in.ppm >/dev/full", "", "", "nuv: standard output: No space left on device"),

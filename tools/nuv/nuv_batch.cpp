@@ -2,7 +2,6 @@
 
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_names.h"
-#include "tools/nuv/nuv_numbers.h"
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
 
@@ -11,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cmath>
 #include <filesystem>
 #include <map>
 #include <new>
@@ -57,6 +55,13 @@ std::string identity(const std::string& path)
     return error ? path : whole.string();
 }
 
+// As /dev/null, to which anything may be written behind anything.
+bool is_device(const std::string& path)
+{
+    std::error_code error;
+    return fs::is_character_file(path, error);
+}
+
 void refuse_collisions(const std::vector<Errand>& errands)
 {
     std::map<std::string, const Errand*> sources;
@@ -64,6 +69,8 @@ void refuse_collisions(const std::vector<Errand>& errands)
         sources.emplace(identity(errand.source), &errand);
     std::map<std::string, const Errand*> taken;
     for (const Errand& errand : errands) {
+        if (is_device(errand.destination))
+            continue;
         const std::string destination = identity(errand.destination);
         const auto [other, is_first] = taken.emplace(destination, &errand);
         if (!is_first)
@@ -212,18 +219,6 @@ void add_writing(CLI::App& command, WritingRequest& request)
     command.add_flag("-f,--force", request.force,
                      "Write over a file that is named without -o, and to a terminal");
     add_limits(command, request.limits);
-    command
-        .add_option_function<std::string>(
-            "--timeout",
-            [&request](const std::string& text) {
-                request.timeout_seconds = number_of<double>(text);
-                if (!request.timeout_seconds || !std::isfinite(*request.timeout_seconds) ||
-                    *request.timeout_seconds <= 0)
-                    throw UsageError("--timeout takes a number of seconds above 0, not " +
-                                     quoted(text));
-            },
-            "The longest time for a picture")
-        ->option_text("SECONDS");
     command.add_flag("-q,--quiet", request.quiet, "Tell of failures alone");
     command.add_flag("-v,--verbose", request.verbose,
                      "Tell what is read, what each word makes of it, time and memory");
@@ -235,7 +230,7 @@ Recipe recipe_of(const WritingRequest& request)
     Recipe recipe;
     recipe.limits = limits_of(request.limits);
     recipe.limits.strict = request.strict ? 1 : 0;
-    recipe.timeout_seconds = request.timeout_seconds;
+    recipe.timeout_seconds = request.limits.timeout_seconds;
     recipe.page = request.page;
     recipe.settings = request.settings;
     recipe.verbose = request.verbose;

@@ -22,7 +22,6 @@ struct WritingRequest {
     unsigned threads = 1;
     std::uint32_t page = 0;
     LimitsRequest limits;
-    std::optional<double> timeout_seconds;
     bool strict = false;
     bool force = false;
     bool quiet = false;

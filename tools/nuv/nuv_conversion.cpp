@@ -1,6 +1,7 @@
 #include "tools/nuv/nuv_conversion.h"
 
 #include "tools/nuv/nuv_commands.h"
+#include "tools/nuv/nuv_deadline.h"
 #include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_names.h"
 #include "tools/nuv/nuv_signals.h"
@@ -8,45 +9,56 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace nuv_tool {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = Deadline::Clock;
+
+constexpr const char* cannot_write = "The result cannot be written";
 
 struct JobEnd {
     void operator()(nuv_job* job) const noexcept { nuv_free(job); }
 };
 using JobHandle = std::unique_ptr<nuv_job, JobEnd>;
 
-// What a run is watched by.
+// What a job is watched by.
 struct Watch {
+    explicit Watch(std::optional<double> seconds) : deadline(seconds) {}
+
+    const Deadline deadline;
     ProgressBar::Picture* progress = nullptr;
-    std::optional<Clock::time_point> deadline;
-    bool is_late = false;
+    int destination = STDOUT_FILENO;
     int stream_error = 0; // errno
 
+    static int wants_end(void* user) noexcept
+    {
+        const auto& watch = *static_cast<const Watch*>(user);
+        return watch.deadline.has_passed() || is_signalled() ? 1 : 0;
+    }
     static int look(void* user, std::uint32_t lines_done, std::uint32_t lines) noexcept
     {
-        auto& watch = *static_cast<Watch*>(user);
-        watch.progress->tell(lines_done, lines);
-        watch.is_late = watch.deadline && Clock::now() > *watch.deadline;
-        return watch.is_late || is_signalled() ? 1 : 0;
+        static_cast<Watch*>(user)->progress->tell(lines_done, lines);
+        return 0;
     }
     static int write(void* user, const void* from, std::size_t bytes)
     {
         auto& watch = *static_cast<Watch*>(user);
-        return write_standard_output(from, bytes, watch.stream_error) ? 0 : 1;
+        return write_all(watch.destination, from, bytes, watch.deadline, watch.stream_error) ? 0
+                                                                                             : 1;
     }
     static ptrdiff_t read(void* user, void* into, std::size_t bytes)
     {
-        return read_standard_input(into, bytes, static_cast<Watch*>(user)->stream_error);
+        auto& watch = *static_cast<Watch*>(user);
+        return read_standard_input(into, bytes, watch.deadline, watch.stream_error);
     }
 };
 
@@ -90,16 +102,11 @@ public:
 
     [[nodiscard]] Outcome work(bool tell_mending, ProgressBar::Picture& progress)
     {
-        Watch watch;
-        watch.progress = &progress;
-        if (recipe_.timeout_seconds) {
-            constexpr double longest = 1e9; // 31 years, which the clock can count
-            const std::chrono::duration<double> time(std::min(*recipe_.timeout_seconds, longest));
-            watch.deadline = start_ + std::chrono::duration_cast<Clock::duration>(time);
-        }
-        if (!open(watch) || !build() || !run(watch)) {
+        watch_.progress = &progress;
+        nuv_cancel_when(job(), Watch::wants_end, &watch_);
+        if (!open() || !build() || !run()) {
             if (!is_signalled())
-                report(why(watch));
+                report(why());
             return Outcome::failed;
         }
         tell("took " + milliseconds(Clock::now() - start_) + ", and at the most " +
@@ -121,19 +128,19 @@ private:
             report(source_ + ": " + text);
     }
 
-    [[nodiscard]] bool open(Watch& watch)
+    [[nodiscard]] bool open()
     {
         nuv_page(job(), recipe_.page);
         const bool is_stream = errand_.source == "-";
         if (recipe_.raw) {
             if (is_stream)
                 problem_ = input_.open_samples(job(), *recipe_.raw, recipe_.planar_input,
-                                               recipe_.limits.memory_bytes);
+                                               recipe_.limits.memory_bytes, watch_.deadline);
             else
                 nuv_open_samples_file(job(), errand_.source.c_str(), &*recipe_.raw,
                                       recipe_.planar_input ? 1 : 0);
         } else if (is_stream) {
-            nuv_open_stream(job(), Watch::read, &watch);
+            nuv_open_stream(job(), Watch::read, &watch_);
         } else {
             nuv_open_file(job(), errand_.source.c_str());
         }
@@ -191,22 +198,39 @@ private:
         tell("a JPEG has 8 bits a sample, and gets 8 of the 16");
     }
 
-    [[nodiscard]] bool run(Watch& watch)
+    [[nodiscard]] bool run()
     {
         if (errand_.destination == "-")
-            nuv_run_to_stream(job(), Watch::write, Watch::look, &watch);
+            nuv_run_to_stream(job(), Watch::write, Watch::look, &watch_);
+        else if (is_special_file(errand_.destination))
+            run_to_special_file();
         else
-            nuv_run_to_file(job(), errand_.destination.c_str(), Watch::look, &watch);
+            nuv_run_to_file(job(), errand_.destination.c_str(), Watch::look, &watch_);
         return is_well();
     }
 
+    void run_to_special_file()
+    {
+        watch_.destination =
+            open_special_file(errand_.destination, watch_.deadline, watch_.stream_error);
+        if (watch_.destination < 0) {
+            problem_ = cannot_write;
+            return;
+        }
+        nuv_run_to_stream(job(), Watch::write, Watch::look, &watch_);
+        if (close(watch_.destination) != 0 && is_well()) {
+            watch_.stream_error = errno;
+            problem_ = cannot_write;
+        }
+    }
+
     // The line that tells the failure, with the file that it is about.
-    [[nodiscard]] std::string why(const Watch& watch) const
+    [[nodiscard]] std::string why() const
     {
         if (!job())
             return source_ + ": " + no_memory_message;
-        if (watch.is_late)
-            return source_ + ": It takes longer than is allowed (--timeout).";
+        if (nuv_state(job()) == NUV_CANCELLED || watch_.stream_error == ETIMEDOUT)
+            return source_ + ": " + late_message;
         nuv_failure failure{};
         failure.size = sizeof(failure);
         nuv_why(job(), &failure);
@@ -214,10 +238,9 @@ private:
         const std::string file =
             is_of_result ? shown(errand_.destination, "standard output") : source_;
         std::string text = problem_ ? *problem_ : nuv_message(job());
-        if (watch.stream_error != 0)
-            text = std::string{is_of_result ? "The result cannot be written: "
-                                            : "The source cannot be read: "} +
-                   std::generic_category().message(watch.stream_error) + ".";
+        if (watch_.stream_error != 0)
+            text = std::string{is_of_result ? cannot_write : "The source cannot be read"} + ": " +
+                   std::generic_category().message(watch_.stream_error) + ".";
         name_the_word(text);
         name_option(text, failure.limit);
         if (failure.status == NUV_IO)
@@ -242,7 +265,8 @@ private:
     const std::string source_;
     const Errand& errand_;
     const Clock::time_point start_ = Clock::now();
-    StreamedSamples input_; // before the job, which reads them
+    Watch watch_{recipe_.timeout_seconds}; // before the job, as what follows
+    StreamedSamples input_;
     JobHandle job_;
     Problem problem_;
     std::string word_; // that is being appended

@@ -50,8 +50,10 @@ Examples:
 
 int run_info(const InfoRequest& request)
 {
-    const InspectionOptions options{
-        .page = request.page, .verify = request.verify, .limits = limits_of(request.limits)};
+    const InspectionOptions options{.page = request.page,
+                                    .verify = request.verify,
+                                    .limits = limits_of(request.limits),
+                                    .timeout_seconds = request.limits.timeout_seconds};
     ShowProgress shown = request.verify ? ShowProgress::if_long : ShowProgress::never;
     if (request.progress)
         shown = ShowProgress::always;

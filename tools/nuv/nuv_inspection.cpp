@@ -1,8 +1,10 @@
 #include "tools/nuv/nuv_inspection.h"
 
+#include "tools/nuv/nuv_deadline.h"
 #include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_streams.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -17,17 +19,28 @@ struct JobEnd {
     void operator()(nuv_job* job) const noexcept { nuv_free(job); }
 };
 
-ptrdiff_t read_stream(void* user, void* into, std::size_t bytes)
-{
-    return read_standard_input(into, bytes, *static_cast<int*>(user));
-}
+// What a job is watched by.
+struct Watch {
+    const Deadline deadline;
+    int stream_error = 0; // errno of the standard input
 
-// `stream_error` becomes errno of the standard input.
-void open_source(nuv_job* job, const std::string& path, std::uint32_t page, int& stream_error)
+    static int wants_end(void* user) noexcept
+    {
+        return static_cast<const Watch*>(user)->deadline.has_passed() ? 1 : 0;
+    }
+    static ptrdiff_t read(void* user, void* into, std::size_t bytes)
+    {
+        auto& watch = *static_cast<Watch*>(user);
+        return read_standard_input(into, bytes, watch.deadline, watch.stream_error);
+    }
+};
+
+void open_source(nuv_job* job, const std::string& path, std::uint32_t page, Watch& watch)
 {
     nuv_page(job, page);
+    nuv_cancel_when(job, Watch::wants_end, &watch);
     if (path == "-")
-        nuv_open_stream(job, read_stream, &stream_error);
+        nuv_open_stream(job, Watch::read, &watch);
     else
         nuv_open_file(job, path.c_str());
 }
@@ -56,11 +69,11 @@ void read_all_lines(nuv_job* job, ProgressBar::Picture& progress)
 void look_at(const std::string& path, const InspectionOptions& options,
              ProgressBar::Picture& progress, Inspection& told)
 {
+    Watch watch{Deadline(options.timeout_seconds)};
     const std::unique_ptr<nuv_job, JobEnd> job(nuv_new(&options.limits));
     if (!job)
         throw std::bad_alloc();
-    int stream_error = 0;
-    open_source(job.get(), path, options.page, stream_error);
+    open_source(job.get(), path, options.page, watch);
     nuv_source_info(job.get(), &told.source);
     // Files that have no more than a ratio of sides tell it as this.
     if (told.source.x_resolution <= 1 && told.source.y_resolution <= 1)
@@ -71,10 +84,15 @@ void look_at(const std::string& path, const InspectionOptions& options,
         read_all_lines(job.get(), progress);
     }
     nuv_why(job.get(), &told.failure);
-    told.message =
-        stream_error == 0
-            ? nuv_message(job.get())
-            : "The source cannot be read: " + std::generic_category().message(stream_error) + ".";
+    told.message = nuv_message(job.get());
+    if (watch.stream_error == ETIMEDOUT) // which is no failure of the stream
+        told.failure.status = NUV_CANCELLED;
+    else if (watch.stream_error != 0)
+        told.message =
+            "The source cannot be read: " + std::generic_category().message(watch.stream_error) +
+            ".";
+    if (told.failure.status == NUV_CANCELLED)
+        told.message = late_message;
     name_option(told.message, told.failure.limit);
     if (told.failure.status == NUV_IO)
         hint_at_standard_input(told.message, path);

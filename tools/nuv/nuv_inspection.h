@@ -5,6 +5,7 @@
 #include <nuv/nuv.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace nuv_tool {
@@ -20,9 +21,10 @@ struct Inspection {
 };
 
 struct InspectionOptions {
-    std::uint32_t page = 0; // of the source, from 0
-    bool verify = false;    // runs the decoder
-    nuv_limits limits{};    // a picture beyond them is described
+    std::uint32_t page = 0;                // of the source, from 0
+    bool verify = false;                   // runs the decoder
+    nuv_limits limits{};                   // a picture beyond them is described
+    std::optional<double> timeout_seconds; // for one picture
 };
 
 // "-" is the standard input.

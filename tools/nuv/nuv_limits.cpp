@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <limits>
 #include <string_view>
 
@@ -56,6 +57,18 @@ void add_limits(CLI::App& command, LimitsRequest& request)
         .add_option("--max-memory", request.max_memory,
                     "The most bytes of memory for a picture, by default 1G; 0 for no limit")
         ->option_text("N[k|M|G]");
+    command
+        .add_option_function<std::string>(
+            "--timeout",
+            [&request](const std::string& text) {
+                request.timeout_seconds = number_of<double>(text);
+                if (!request.timeout_seconds || !std::isfinite(*request.timeout_seconds) ||
+                    *request.timeout_seconds <= 0)
+                    throw UsageError("--timeout takes a number of seconds above 0, not " +
+                                     quoted(text));
+            },
+            "The longest time for a picture")
+        ->option_text("SECONDS");
 }
 
 nuv_limits limits_of(const LimitsRequest& request)

@@ -3,6 +3,7 @@
 #include <nuv/nuv.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace CLI {
@@ -11,10 +12,12 @@ class App;
 
 namespace nuv_tool {
 
-// What --max-pixels and --max-memory ask for: numbers, or empty for the library's limits.
+// What --max-pixels and --max-memory ask for: numbers, or empty for the library's limits. And how
+// long a picture may take.
 struct LimitsRequest {
     std::string max_pixels;
     std::string max_memory;
+    std::optional<double> timeout_seconds;
 };
 
 void add_limits(CLI::App& command, LimitsRequest& request);

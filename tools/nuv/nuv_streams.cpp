@@ -4,8 +4,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <ctime>
+#include <fcntl.h>
 #include <limits>
+#include <poll.h>
 #include <string>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -23,24 +28,53 @@ std::uint64_t plane_bytes(const nuv_picture& is, std::uint64_t channels)
     return is.height != 0 && line > most / is.height ? most : line * is.height;
 }
 
+// Of a call that failed with this errno.
+bool is_worth_another(int error) noexcept
+{
+    return (error == EINTR || error == EAGAIN) && !is_signalled();
+}
+
+// Until `descriptor` is ready, where there is an end to waiting: else reading and writing wait by
+// themselves.
+bool wait_for(int descriptor, short events, const Deadline& deadline, int& error)
+{
+    if (!deadline.is_set())
+        return true;
+    pollfd one{.fd = descriptor, .events = events, .revents = 0};
+    int ready = -1;
+    do {
+        ready = poll(&one, 1, deadline.milliseconds_left());
+    } while (ready < 0 && is_worth_another(errno));
+    error = ready < 0 ? errno : ETIMEDOUT;
+    return ready > 0;
+}
+
 } // namespace
 
-ptrdiff_t read_standard_input(void* into, std::size_t bytes, int& error)
+ptrdiff_t read_standard_input(void* into, std::size_t bytes, const Deadline& deadline, int& error)
 {
     ptrdiff_t got = -1;
+    error = 0;
     do {
+        if (!wait_for(STDIN_FILENO, POLLIN, deadline, error))
+            return -1;
         got = read(STDIN_FILENO, into, bytes);
-    } while (got < 0 && errno == EINTR && !is_signalled());
+    } while (got < 0 && is_worth_another(errno));
     error = got < 0 ? errno : 0;
     return got;
 }
 
-bool write_standard_output(const void* from, std::size_t bytes, int& error)
+bool write_all(int descriptor, const void* from, std::size_t bytes, const Deadline& deadline,
+               int& error)
 {
+    // What a pipe that is ready takes without waiting.
+    const std::size_t most = deadline.is_set() ? std::size_t{PIPE_BUF} : bytes;
     const auto* next = static_cast<const unsigned char*>(from);
     while (bytes != 0) {
-        const ptrdiff_t done = write(STDOUT_FILENO, next, bytes);
-        if (done < 0 && (errno != EINTR || is_signalled())) {
+        if (!wait_for(descriptor, POLLOUT, deadline, error))
+            return false;
+        const ptrdiff_t done = write(descriptor, next, std::min(bytes, most));
+        if (done < 0 && !is_worth_another(errno)) {
             error = errno;
             return false;
         }
@@ -49,6 +83,37 @@ bool write_standard_output(const void* from, std::size_t bytes, int& error)
         bytes -= written;
     }
     return true;
+}
+
+bool is_special_file(const std::string& path) noexcept
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+int open_special_file(const std::string& path, const Deadline& deadline, int& error)
+{
+    constexpr timespec pause{.tv_sec = 0, .tv_nsec = 10'000'000};
+
+    struct stat status = {};
+    const bool is_pipe = stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+    int descriptor = -1;
+    while (descriptor < 0) {
+        descriptor = open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+        error = errno;
+        const bool is_unread = is_pipe && error == ENXIO;
+        if (descriptor < 0 && ((!is_unread && error != EINTR) || is_signalled()))
+            return -1;
+        if (descriptor < 0 && deadline.has_passed()) {
+            error = ETIMEDOUT;
+            return -1;
+        }
+        if (descriptor < 0)
+            nanosleep(&pause, nullptr);
+    }
+    error = 0;
+    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    return descriptor;
 }
 
 void hint_at_standard_input(std::string& message, std::string_view path)
@@ -63,7 +128,7 @@ bool names_standard_output(std::string_view path)
 }
 
 Problem StreamedSamples::open_samples(nuv_job* job, const nuv_picture& is, bool is_planar,
-                                      std::uint64_t most_bytes)
+                                      std::uint64_t most_bytes, const Deadline& deadline)
 {
     const std::uint64_t part = plane_bytes(is, is_planar ? 1 : is.channels);
     const std::uint64_t needed = part * (is_planar ? is.channels : 1U);
@@ -79,9 +144,11 @@ Problem StreamedSamples::open_samples(nuv_job* job, const nuv_picture& is, bool 
         if (filled == bytes_.size())
             bytes_.resize(static_cast<std::size_t>(
                 std::min(needed, std::uint64_t{std::max(first_bytes, 2 * filled)})));
-        got = read_standard_input(bytes_.data() + filled, bytes_.size() - filled, error);
+        got = read_standard_input(bytes_.data() + filled, bytes_.size() - filled, deadline, error);
         filled += static_cast<std::size_t>(std::max(got, ptrdiff_t{0}));
     }
+    if (error == ETIMEDOUT)
+        return late_message;
     if (error != 0)
         return "The source cannot be read: " + std::generic_category().message(error) + ".";
     if (filled < needed)
