@@ -8,8 +8,8 @@ the picture at a time, lets other threads run meanwhile, and ends at Ctrl-C.
     nuv.open("photo.jpg").upright().fit(256, 256).save("small.jpg", quality=85)
 """
 
-from ._nuv import (Image, __version__, build_info, from_array, info, open,  # noqa: A004
-                   thumbnail)
+from ._nuv import (Image, __version__, build_info, check_output,  # noqa: A004
+                   check_words, from_array, info, open, thumbnail)
 from ._types import (Axis, CallError, Cancelled, Color, DamagedError, DamagedWarning, Error, Info,
                      InvalidError, LimitError, SampleType, Scaling, Unit, UnknownKindError,
                      UnsupportedError)
@@ -17,5 +17,6 @@ from ._types import (Axis, CallError, Cancelled, Color, DamagedError, DamagedWar
 __all__ = [
     "Axis", "CallError", "Cancelled", "Color", "DamagedError", "DamagedWarning", "Error", "Image",
     "Info", "InvalidError", "LimitError", "SampleType", "Scaling", "Unit", "UnknownKindError",
-    "UnsupportedError", "__version__", "build_info", "from_array", "info", "open", "thumbnail",
+    "UnsupportedError", "__version__", "build_info", "check_output", "check_words", "from_array",
+    "info", "open", "thumbnail",
 ]

@@ -20,7 +20,7 @@ _Path: TypeAlias = str | PathLike[str] | PathLike[bytes]
 _Source: TypeAlias = _Path | _Buffer | _Readable
 _Progress: TypeAlias = Callable[[int, int], bool | None] | None
 _Sampling: TypeAlias = Literal["444", "422", "420", "411"]
-_Format: TypeAlias = Literal["", "jpeg", "lossless", "anymap", "samples"]
+_Format: TypeAlias = Literal["", "jpeg", "lossless", "anymap", "raw", "planar"]
 
 __version__: str
 
@@ -52,6 +52,15 @@ def thumbnail(
     max_memory: int | None = 1073741824,
 ) -> Image: ...
 def from_array(array: _Buffer, /, color: Color | None = None) -> Image: ...
+def check_words(words: str | Sequence[str]) -> None: ...
+def check_output(
+    path: _Path,
+    *,
+    format: _Format = "",
+    quality: int | None = None,
+    sampling: _Sampling | None = None,
+    optimise: bool = False,
+) -> None: ...
 
 class Image:
     @property
@@ -110,6 +119,7 @@ class Image:
         offsets: Sequence[float] | NDArray[Any] = [],
         color: Color = Color.OTHER,
     ) -> Image: ...
+    def apply(self, words: str | Sequence[str]) -> Image: ...
     def array(self, *, planar: bool = False, progress: _Progress = None) -> NDArray[Any]: ...
     def samples(self, *, planar: bool = False, progress: _Progress = None) -> memoryview: ...
     def jpeg(
@@ -122,10 +132,9 @@ class Image:
         to: _Path | _Writable,
         *,
         format: _Format = "",
-        quality: int = 75,
-        sampling: _Sampling = "422",
+        quality: int | None = None,
+        sampling: _Sampling | None = None,
         optimise: bool = False,
-        planar: bool = False,
         progress: _Progress = None,
     ) -> None: ...
     def lines(self, rows: int = 64) -> Lines: ...

@@ -5,6 +5,7 @@
 #include "python/source/nuv_bindings.h"
 #include "python/source/nuv_errors.h"
 #include "python/source/nuv_sources.h"
+#include "python/source/nuv_words.h"
 
 namespace nuv_python {
 
@@ -186,6 +187,7 @@ void bind_image(py::module_& module)
     image.def("__repr__", described);
     bind_operations(image);
     bind_results(image);
+    bind_words(module, image);
 }
 
 void bind_helpers(py::module_& module)

@@ -1,5 +1,6 @@
-#include <algorithm>
-#include <array>
+#include <optional>
+#include <pybind11/stl.h>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -7,6 +8,7 @@
 #include "python/source/nuv_bindings.h"
 #include "python/source/nuv_errors.h"
 #include "python/source/nuv_sources.h"
+#include "python/source/nuv_words.h"
 
 namespace nuv_python {
 
@@ -30,59 +32,12 @@ namespace {
     return [=](nuv_job* job) { nuv_as_samples(job, planar ? 1 : 0); };
 }
 
-// What save() may be told of a form; each counts for its own form alone.
-struct Settings {
-    int quality;
-    std::string sampling;
-    bool optimise;
-    bool planar;
-};
-
-[[nodiscard]] Form form_named(std::string_view name, const Settings& settings)
-{
-    if (name == "jpeg")
-        return jpeg_form(settings.quality, settings.sampling);
-    if (name == "lossless")
-        return lossless_form(settings.optimise);
-    if (name == "anymap")
-        return nuv_as_anymap;
-    if (name == "samples")
-        return samples_form(settings.planar);
-    throw py::value_error("a format is \"jpeg\", \"lossless\", \"anymap\" or \"samples\"");
-}
-
-// What the end of a path asks for; "" where it says nothing.
-[[nodiscard]] std::string format_of(const std::string& path)
-{
-    struct Row {
-        std::string_view suffix;
-        std::string_view format;
-    };
-    static constexpr Row rows[] = {
-        {".jpg", "jpeg"},   {".jpeg", "jpeg"},  {".jpe", "jpeg"},   {".pbm", "anymap"},
-        {".pgm", "anymap"}, {".ppm", "anymap"}, {".pnm", "anymap"}, {".raw", "samples"},
-    };
-    std::string suffix = path.substr(std::min(path.rfind('.'), path.size()));
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    for (const Row& row : rows) {
-        if (row.suffix == suffix)
-            return std::string(row.format);
-    }
-    return {};
-}
-
-void save(Image& self, const py::object& to, std::string format, int quality,
-          const std::string& sampling, bool optimise, bool planar, const py::object& progress)
+void save(Image& self, const py::object& to, const std::string& format, std::optional<int> quality,
+          const std::optional<std::string>& sampling, bool optimise, const py::object& progress)
 {
     const bool is_stream = py::hasattr(to, "write");
-    const std::string path = is_stream ? std::string() : path_of(to);
-    if (format.empty())
-        format = format_of(path);
-    if (format.empty())
-        throw py::value_error("the name does not tell a format that is written: say format=");
-    const Form form = form_named(format, {quality, sampling, optimise, planar});
+    const std::string path = is_stream ? std::string("-") : path_of(to);
+    const Form form = form_of(format, path, output_settings(quality, sampling, optimise));
     if (is_stream)
         run_to_stream(self, form, to, progress);
     else
@@ -193,12 +148,13 @@ void bind_results(ImageClass& image)
         },
         py::kw_only(), arg("progress") = py::none(),
         "Runs the chain into a binary anymap: P4, P5 or P6.");
-    image.def("save", save, arg("to"), py::kw_only(), arg("format") = "", arg("quality") = 75,
-              arg("sampling") = "422", arg("optimise") = false, arg("planar") = false,
+    image.def("save", save, arg("to"), py::kw_only(), arg("format") = "",
+              arg("quality") = py::none(), arg("sampling") = py::none(), arg("optimise") = false,
               arg("progress") = py::none(),
               "Runs the chain into a file, which takes the place of the path when it is whole, or "
               "into the write() of a binary file object. `format` is \"jpeg\", \"lossless\", "
-              "\"anymap\" or \"samples\", and by default what the path ends in.");
+              "\"anymap\", \"raw\" for samples alone or \"planar\" for one channel behind the "
+              "other, and by default what the path ends in, as the tool has it.");
     image.def(
         "lines",
         [](Image& self, std::uint32_t rows) {

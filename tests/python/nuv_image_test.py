@@ -44,5 +44,28 @@ def test_results_in_every_form_hold_the_same_samples(samples, tmp_path):
     for name in ("x.ppm", "x.JPG", "x.raw"):
         image.save(tmp_path / name)
         stream = io.BytesIO()
-        image.save(stream, format={"M": "anymap", "G": "jpeg", "W": "samples"}[name[-1].upper()])
+        image.save(stream, format={"M": "anymap", "G": "jpeg", "W": "raw"}[name[-1].upper()])
         assert (tmp_path / name).read_bytes() == stream.getvalue()
+
+
+def test_words_do_what_the_tool_does_with_them(samples, tmp_path):
+    image = nuv.from_array(samples)
+    by_calls = image.crop(4, 2, 50, 30).scale(25, 15).rotate(90).array()
+    assert same(image.apply("crop=4,2,50x30  fine=50%\trotate=90").array(), by_calls)
+    assert same(image.apply(["crop=4,2,50x30", "fine=50%"]).apply(("rotate=90",)).array(), by_calls)
+    image.save(tmp_path / "x.pgm")
+    assert nuv.open(tmp_path / "x.pgm").channels == 1
+    nuv.check_output("x.ljpg", optimise=True)
+    for call, error, text in (
+        (lambda: image.apply("roate=90"), nuv.CallError, "did you mean rotate?"),
+        (lambda: nuv.check_words("lut=missing:8"), nuv.CallError, "missing: No such file"),
+        (lambda: image.apply("fine=1 crop=9,9,1x1"), nuv.UnsupportedError, "begins outside"),
+        (lambda: image.apply("crop=0,0,0x1"), nuv.CallError, "not of the form"),
+        (lambda: image.save(tmp_path / "x.pbm"), nuv.UnsupportedError, "one bit a pixel"),
+        (lambda: image.save(tmp_path / "x.gif"), nuv.CallError, "or format tells"),
+        (lambda: image.save(tmp_path / "x.pgm", quality=5), nuv.CallError, "JPEG files alone"),
+        (lambda: image.save(tmp_path / "x.jpg", quality=101), nuv.CallError, "0 to 100"),
+        (lambda: image.save(tmp_path / "x.jpg", sampling="421"), nuv.CallError, "sampling is"),
+    ):
+        with pytest.raises(error, match=text.replace("?", r"\?")):
+            call()
