@@ -293,6 +293,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(first == NUV_OK || now == first, "the first failure is gone");
         require(now == NUV_OK || *nuv_message(it.job) != '\0', "a failure without a sentence");
         require(nuv_first_damaged_line(it.job) >= -1, "no line");
+        require(nuv_scaling_steps(it.job) != nullptr, "no steps");
         first = now;
     }
     require(nuv_memory_peak(it.job) <= std::uint64_t{1} << 26, "more memory than is allowed");

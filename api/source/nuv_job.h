@@ -75,6 +75,7 @@ struct nuv_job {
     nuv::NUV_Engine* last = nullptr;         // of the chain; the manager's
     bool is_source_alone = false;            // no operation stands behind the reader
     std::uint32_t source_lines = 0;          // as they are stored
+    std::array<char, 64> scaling_steps{};    // of the last scaling
 
     JobForm form;
     nuv_picture left{}; // the chain, when it ran

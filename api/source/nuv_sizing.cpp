@@ -12,7 +12,12 @@
 #include "extension/scalei2varex/nuv_scalei2varexby.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
 
 #include "api/source/nuv_job.h"
 
@@ -30,9 +35,30 @@ struct Size {
     return how >= NUV_NEAREST && how <= NUV_FINE;
 }
 
+// Of nuv_scaling_steps(): one more of the scaling that is being made; an empty name is none.
+void add_step(nuv_job& job, std::string_view name) noexcept
+{
+    const std::size_t used = std::strlen(job.scaling_steps.data());
+    if (!name.empty())
+        std::snprintf(job.scaling_steps.data() + used, job.scaling_steps.size() - used, "%s%.*s",
+                      used != 0 ? ", " : "", static_cast<int>(name.size()), name.data());
+}
+
+[[nodiscard]] NUV_Engine* scale_fine(nuv_job& job, Size to)
+{
+    nuv::NUV_ScaleI2VARExBy<nuv::NUV_FixedReal> fine(*job.manager);
+    NUV_Engine* const scaled = fine.engine(job.last, to.width, to.height);
+    add_step(job, fine.steps());
+    return scaled;
+}
+
 [[nodiscard]] NUV_Engine* scale(nuv_job& job, nuv_scaling how, Size to)
 {
+    constexpr std::array names{"nearest", "linear", "cubic", "area"};
+
     nuv::NUV_Manager& manager = *job.manager;
+    if (how != NUV_FINE)
+        add_step(job, names[how]);
     switch (how) {
     case NUV_NEAREST:
         return nuv::NUV_ScaleNN(manager).engine(job.last, to.width, to.height);
@@ -43,8 +69,7 @@ struct Size {
     case NUV_AREA:
         return nuv::NUV_ScalePP(manager).engine(job.last, to.width, to.height);
     default:
-        return nuv::NUV_ScaleI2VARExBy<nuv::NUV_FixedReal>(manager).engine(job.last, to.width,
-                                                                           to.height);
+        return scale_fine(job, to);
     }
 }
 
@@ -113,6 +138,7 @@ void reduce_source(nuv_job& job, Size wanted)
     if (smaller && smaller->header()) {
         job.last->end();
         job.last = smaller;
+        add_step(job, "decoded at 1/" + std::to_string(divisor));
         return;
     }
     // Another sampling than those that are reduced: as if it had not been tried.
@@ -142,6 +168,8 @@ void fit(nuv_job& job, nuv_scaling how, Size box, unsigned flags)
     if (job.status != NUV_OK || !scale_to(job, name, how, to) || (flags & NUV_FILL) == 0)
         return;
     const Size kept{std::min(box.width, to.width), std::min(box.height, to.height)};
+    if (kept.width != to.width || kept.height != to.height)
+        add_step(job, "crop");
     job.append(name, nuv::NUV_Crop(*job.manager)
                          .engine(job.last, (to.width - kept.width) / 2,
                                  (to.height - kept.height) / 2, kept.width, kept.height));
@@ -156,6 +184,7 @@ nuv_status nuv_scale(nuv_job* job, nuv_scaling how, uint32_t width, uint32_t hei
     return nuv::guarded(job, [=](nuv_job& it) {
         if (!it.must_be(JobStage::opened, name))
             return;
+        it.scaling_steps.fill('\0');
         if (!is_scaling(how) || width == 0 || height == 0)
             it.refuse(NUV_BAD_CALL, "%s(): there is no such scaler, or a side is 0.", name);
         else if (it.allows_size(width, height))
@@ -171,9 +200,15 @@ nuv_status nuv_fit(nuv_job* job, nuv_scaling how, uint32_t width, uint32_t heigh
     return nuv::guarded(job, [=](nuv_job& it) {
         if (!it.must_be(JobStage::opened, name))
             return;
+        it.scaling_steps.fill('\0');
         if (!is_scaling(how) || width == 0 || height == 0 || (flags & ~known) != 0)
             it.refuse(NUV_BAD_CALL, "%s(): no such scaler or flag, or a side is 0.", name);
         else
             fit(it, how, {width, height}, flags);
     });
+}
+
+const char* nuv_scaling_steps(const nuv_job* job)
+{
+    return job ? job->scaling_steps.data() : "";
 }

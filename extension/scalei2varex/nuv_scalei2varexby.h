@@ -3,6 +3,7 @@
 #include "core/scale/nuv_scale.h"
 #include "framework/utility/nuv_fixedreal.h"
 
+#include <array>
 #include <cstdint>
 
 namespace nuv {
@@ -30,12 +31,19 @@ public:
     [[nodiscard]] virtual NUV_Engine* engine(NUV_Engine* previous, std::uint32_t width,
                                              std::uint32_t height, double a, std::uint16_t bits);
 
+    // What the last engine() has put one behind the other: "cubic", "area, mask" and the like; ""
+    // where that was nothing.
+    [[nodiscard]] const char* steps() const noexcept { return steps_.data(); }
+
 private:
+    void add_step(const char* name) noexcept;
     // To a size of 8 pixels or more each way, and to a smaller one.
     [[nodiscard]] NUV_Engine* route(NUV_Engine* previous, std::uint32_t width, std::uint32_t height,
                                     double a, std::uint16_t bits);
     [[nodiscard]] NUV_Engine* route_tiny(NUV_Engine* previous, std::uint32_t width,
                                          std::uint32_t height, double a, std::uint16_t bits);
+
+    std::array<char, 32> steps_{};
 };
 
 extern template class NUV_ScaleI2VARExBy<NUV_FixedReal>;

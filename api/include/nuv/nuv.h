@@ -263,6 +263,9 @@ NUV_API nuv_status nuv_scale(nuv_job* job, nuv_scaling how, uint32_t width, uint
    NUV_FAST. A picture that needs no change stays as it is. */
 NUV_API nuv_status nuv_fit(nuv_job* job, nuv_scaling how, uint32_t width, uint32_t height,
                            unsigned flags);
+/* How the last of these two is done, step by step, as "decoded at 1/4, area, mask"; "" where there
+   was nothing to do. Never null, and valid until the next call on the job. */
+NUV_API const char* nuv_scaling_steps(const nuv_job* job);
 /* Every bit of every sample turned over. */
 NUV_API nuv_status nuv_invert(nuv_job* job);
 /* `count` channels of each pixel, in any order, also more than once, from 0. `color` is what the

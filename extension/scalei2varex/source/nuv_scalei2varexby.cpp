@@ -10,6 +10,8 @@
 #include "extension/scalei2varex/nuv_scalelifastby.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 namespace nuv {
 namespace {
@@ -60,6 +62,7 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::engine(NUV_Engine* previous, std::uint32_t wi
 {
     constexpr auto method = "NUV_ScaleI2VARExBy::engine()";
 
+    steps_.fill('\0');
     if (!this->accepts(previous, width, height, method))
         return nullptr;
     const NUV_Header& source = *previous->header();
@@ -67,11 +70,20 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::engine(NUV_Engine* previous, std::uint32_t wi
         return previous;
     if (!has_scale_i2_samples(source))
         return fail(this->manager(), NUV_ERR_UNSUPPORTED, method);
-    if (!takes_scale_i2(source))
+    if (!takes_scale_i2(source)) {
+        add_step("cubic");
         return NUV_ScaleCCFastBy<R>(this->manager()).engine(previous, width, height, a, bits);
+    }
     if (width < scale_i2_least_size || height < scale_i2_least_size)
         return route_tiny(previous, width, height, a, bits);
     return route(previous, width, height, a, bits);
+}
+
+template <RealNumber R>
+void NUV_ScaleI2VARExBy<R>::add_step(const char* name) noexcept
+{
+    const std::size_t used = std::strlen(steps_.data());
+    std::snprintf(steps_.data() + used, steps_.size() - used, "%s%s", used != 0 ? ", " : "", name);
 }
 
 template <RealNumber R>
@@ -87,11 +99,14 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::route(NUV_Engine* previous, std::uint32_t wid
     const Axis y = axis_of(ratio_y);
     const auto a_float = static_cast<float>(a);
 
-    if (x == Axis::shrink_far && y == Axis::shrink_far && is_same_ratio(ratio_x, ratio_y))
+    if (x == Axis::shrink_far && y == Axis::shrink_far && is_same_ratio(ratio_x, ratio_y)) {
+        add_step("area and mask at once");
         return NUV_ScaleI2(this->manager()).engine(previous, width, height, a_float, bits);
+    }
 
     NUV_Engine* last = previous;
     if (x == Axis::shrink_far || y == Axis::shrink_far) {
+        add_step("area");
         last = NUV_ScalePPFastBy<R>(this->manager())
                    .engine(last, twice_if_far(x, width, source_width),
                            twice_if_far(y, height, source_height));
@@ -100,6 +115,7 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::route(NUV_Engine* previous, std::uint32_t wid
     }
     const bool enlarges = x == Axis::enlarge || y == Axis::enlarge;
     if (x != Axis::enlarge || y != Axis::enlarge) {
+        add_step("mask");
         last = NUV_ScaleI2VAR(this->manager())
                    .engine(last, x == Axis::enlarge ? source_width : width,
                            y == Axis::enlarge ? source_height : height, a_float,
@@ -107,6 +123,7 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::route(NUV_Engine* previous, std::uint32_t wid
     }
     if (!last || !enlarges)
         return last;
+    add_step("cubic");
     return NUV_ScaleCCFastBy<R>(this->manager()).engine(last, width, height, a, bits);
 }
 
@@ -120,18 +137,21 @@ NUV_Engine* NUV_ScaleI2VARExBy<R>::route_tiny(NUV_Engine* previous, std::uint32_
     const bool is_far = axis_of(static_cast<double>(width) / source.width()) == Axis::shrink_far ||
                         axis_of(static_cast<double>(height) / source.height()) == Axis::shrink_far;
     if (is_far) {
+        add_step("area");
         NUV_Engine* last = NUV_ScalePPFastBy<R>(this->manager()).engine(previous, width, height);
         if (!last || !limits_bits(*last->header(), bits))
             return last;
         return NUV_LimitPixelValue(this->manager())
             .engine(last, (std::int32_t{1} << bits) - 1, std::int32_t{0});
     }
+    add_step("mask");
     NUV_Engine* last =
         NUV_ScaleI2VAR(this->manager())
             .engine(previous, std::max(width, scale_i2_least_size),
                     std::max(height, scale_i2_least_size), static_cast<float>(a), bits);
     if (!last)
         return nullptr;
+    add_step("linear");
     return NUV_ScaleLIFastBy<R>(this->manager()).engine(last, width, height);
 }
 
