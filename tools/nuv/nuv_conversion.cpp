@@ -38,6 +38,8 @@ struct Watch {
     ProgressBar::Picture* progress = nullptr;
     int destination = STDOUT_FILENO;
     int stream_error = 0; // errno
+    Clock::time_point last_line = {};
+    Clock::duration writing{}; // to a stream
 
     static int wants_end(void* user) noexcept
     {
@@ -46,14 +48,20 @@ struct Watch {
     }
     static int look(void* user, std::uint32_t lines_done, std::uint32_t lines) noexcept
     {
-        static_cast<Watch*>(user)->progress->tell(lines_done, lines);
+        auto& watch = *static_cast<Watch*>(user);
+        watch.progress->tell(lines_done, lines);
+        if (lines_done == lines)
+            watch.last_line = Clock::now();
         return 0;
     }
     static int write(void* user, const void* from, std::size_t bytes)
     {
         auto& watch = *static_cast<Watch*>(user);
-        return write_all(watch.destination, from, bytes, watch.deadline, watch.stream_error) ? 0
-                                                                                             : 1;
+        const Clock::time_point start = Clock::now();
+        const bool is_done =
+            write_all(watch.destination, from, bytes, watch.deadline, watch.stream_error);
+        watch.writing += Clock::now() - start;
+        return is_done ? 0 : 1;
     }
     static ptrdiff_t read(void* user, void* into, std::size_t bytes)
     {
@@ -90,6 +98,18 @@ bool turns_upright(const Operation& operation)
     return operation.word == "auto-orient" || operation.word.starts_with("--size ");
 }
 
+// By what a word has scaled the picture; nothing for others, and where there was nothing to scale.
+std::string steps_of(std::string_view word, const nuv_job* job)
+{
+    constexpr std::array scaling{"--size", "fit",   "fill", "max", "nearest",
+                                 "linear", "cubic", "area", "fine"};
+
+    const std::string_view steps = nuv_scaling_steps(job);
+    const bool is_scaling =
+        std::ranges::find(scaling, word.substr(0, word.find_first_of(" ="))) != scaling.end();
+    return is_scaling && !steps.empty() ? " (" + std::string{steps} + ")" : "";
+}
+
 // One job from its source to its destination.
 class Conversion {
 public:
@@ -109,8 +129,8 @@ public:
                 report(why());
             return Outcome::failed;
         }
-        tell("took " + milliseconds(Clock::now() - start_) + ", and at the most " +
-             std::to_string(nuv_memory_peak(job()) / 1024) + " KiB of memory");
+        if (recipe_.verbose)
+            tell_costs();
         if (nuv_first_damaged_line(job()) < 0)
             return Outcome::done;
         if (tell_mending)
@@ -144,6 +164,7 @@ private:
         } else {
             nuv_open_file(job(), errand_.source.c_str());
         }
+        opened_ = Clock::now();
         if (recipe_.verbose && is_well())
             tell_source();
         return is_well();
@@ -157,12 +178,22 @@ private:
         std::string text = std::string{is.kind} + ", " + is.coding;
         if (is.sampling != 0)
             text.append(" ").append(sampling_name(is.sampling));
-        tell(text + ", " + described(look(job())) + ", opened in " +
-             milliseconds(Clock::now() - start_));
+        tell(text + ", " + described(look(job())));
         const bool is_turned = std::ranges::any_of(recipe_.operations, turns_upright);
         if (is.orientation > 1 && !is_turned)
             tell("is to be seen turned (orientation " + std::to_string(is.orientation) +
                  "), which 'auto-orient' does");
+    }
+
+    // A file is written as it is made; what is told apart is having it on the disk.
+    void tell_costs() const
+    {
+        const Clock::time_point end = Clock::now();
+        const Clock::duration writing = watch_.writing + (end - watch_.last_line);
+        tell("took " + milliseconds(end - start_) + ": opened in " +
+             milliseconds(opened_ - start_) + ", run in " + milliseconds(end - opened_ - writing) +
+             ", written in " + milliseconds(writing) + "; at the most " +
+             std::to_string(nuv_memory_peak(job()) / 1024) + " KiB of memory");
     }
 
     [[nodiscard]] bool build()
@@ -173,7 +204,7 @@ private:
             word_ = operation.word;
             problem_ = operation.append(job());
             if (is_well() && recipe_.verbose)
-                tell(quoted(word_) + " makes " + described(look(job())));
+                tell(quoted(word_) + " makes " + described(look(job())) + steps_of(word_, job()));
         }
         if (!is_well())
             return false;
@@ -265,6 +296,7 @@ private:
     const std::string source_;
     const Errand& errand_;
     const Clock::time_point start_ = Clock::now();
+    Clock::time_point opened_ = start_;
     Watch watch_{recipe_.timeout_seconds}; // before the job, as what follows
     StreamedSamples input_;
     JobHandle job_;
