@@ -9,6 +9,19 @@ namespace nuv {
 
 class NUV_DecodeJPEGOption;
 
+// The streams of an image that is cut into strips, from the top to the bottom.
+class NUV_JPEGStreams : public NUV_Object {
+public:
+    using NUV_Object::NUV_Object;
+
+    [[nodiscard]] virtual std::size_t size() const noexcept = 0;
+    // A stream, at its begin, to be read until the next call. Null after a status.
+    [[nodiscard]] virtual NUV_InputStorage* open(std::size_t index) = 0;
+    // Whether what was read of the stream's header is that of a strip; its colour may be set. False
+    // after a status.
+    [[nodiscard]] virtual bool accepts(NUV_JPEGInfo& info, std::size_t index) = 0;
+};
+
 // Reads a JPEG stream: baseline and progressive ones of 8 bits, lossless ones of 8 and 16, of 1, 3
 // or 4 components. Samples come as they are coded, without any conversion of colours but the one
 // that the info asks for. Where data is missing, lines show the ones above or gray, with
@@ -28,11 +41,10 @@ public:
     // NUV_ERR_BROKEN_DATA for one whose tables are missing or which cannot be what it says.
     [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
                                      std::int32_t scale);
-    // For one of many streams that are read one behind the other: what the engine holds between
-    // its making and its first line, and behind its last, is little. The info was loaded from the
-    // begin of the storage with the option, and is loaded anew for the first line.
-    [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
-                                     const NUV_DecodeJPEGOption& option);
+    // For many streams that are read one behind the other, as they would be by an engine each and
+    // NUV_AlignY. All headers are looked at here; what is kept of them is the number of lines, and
+    // they are read again where their lines begin.
+    [[nodiscard]] NUV_Engine* engine(NUV_JPEGStreams* streams, const NUV_DecodeJPEGOption& option);
 };
 
 // Reads a lossless JPEG stream of 8 to 16 bits. Samples of more than 8 bits come in 16, in their

@@ -1,5 +1,6 @@
 #include "core/jpeg/source/nuv_decodejpegengine.h"
 
+#include "framework/base/nuv_checkedsize.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/engine/nuv_stepblocks.h"
@@ -33,7 +34,7 @@ bool NUV_DecodeJPEGEngine::is_supported(const NUV_JPEGInfo& info, std::int32_t s
 
 bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                     NUV_DstBuffer* dst, const NUV_JPEGInfo* info,
-                                    std::int32_t scale, const NUV_DecodeJPEGOption* reopening)
+                                    std::int32_t scale)
 {
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
@@ -48,12 +49,63 @@ bool NUV_DecodeJPEGEngine::initiate(NUV_InputStorage* storage, const NUV_Header*
     header_.width(internal().decoder().width());
     header_.height(internal().decoder().height());
     line_bytes_ = header_.line_bytes();
-    if (reopening) {
-        reopening_.emplace(*reopening);
-        reference_.reset();
-    }
     header_.encode_type(NUV_EncodeType::raw);
     return dst->block_bytes(line_bytes_);
+}
+
+bool NUV_DecodeJPEGEngine::initiate(const NUV_Header* /*header*/, NUV_DstBuffer* dst,
+                                    NUV_JPEGStreams* streams, const NUV_DecodeJPEGOption* option)
+{
+    if (!manager().depend(this, streams) || !heights_.reserve(streams->size()))
+        return false;
+    streams_ = streams;
+    option_.emplace(*option);
+    divisor_ = static_cast<std::uint32_t>(full_scale / option->scale());
+    NUV_Header first(manager());
+    std::uint64_t lines = 0;
+    bool is_alike = true;
+    for (std::size_t i = 0; i < streams->size(); ++i) {
+        if (!look_at_stream(i, dst) || (i == 0 && !first.copy(header_)) ||
+            !heights_.push_back(static_cast<std::uint16_t>(header_.height())))
+            return false;
+        is_alike = is_alike && header_.width() == first.width();
+        lines += header_.height();
+    }
+    const auto height = fits_32(lines);
+    if (!is_alike || !height)
+        return fail(manager(), NUV_ERR_UNSUPPORTED, "NUV_AlignYEngine::initiate()");
+    if (!header_.copy(first))
+        return false;
+    header_.height(*height);
+    header_.encode_type(NUV_EncodeType::raw);
+    line_bytes_ = header_.line_bytes();
+    return dst->block_bytes(line_bytes_);
+}
+
+// As if it had an engine of its own, up to what this would deliver.
+bool NUV_DecodeJPEGEngine::look_at_stream(std::size_t index, NUV_DstBuffer* dst)
+{
+    NUV_InputStorage* const stream = streams_->open(index);
+    if (!stream)
+        return false;
+    NUV_JPEGInfo info(manager());
+    if (!info.load(stream, NUV_ColorType::unknown, &option_->tables(), option_->restart_rows()))
+        return fail(manager(), NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
+    if (!streams_->accepts(info, index))
+        return false;
+    if (!info.is_valid())
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
+    if (!NUV_BufferOutputEngine::initiate(&info, dst))
+        return false;
+    if (!is_supported(info, option_->scale()))
+        return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method, info.not_served());
+    reference_ = info.internal_reference();
+    if (!start())
+        return false;
+    header_.width(internal().decoder().width());
+    header_.height(internal().decoder().height());
+    reference_.reset();
+    return true;
 }
 
 bool NUV_DecodeJPEGEngine::start()
@@ -70,13 +122,13 @@ bool NUV_DecodeJPEGEngine::start()
     return true;
 }
 
-bool NUV_DecodeJPEGEngine::reopen()
+bool NUV_DecodeJPEGEngine::begin_stream()
 {
-    auto opened = storage_->to_begin()
-                      ? make_initiated<NUV_JPEGInfoInternal>(
-                            manager(), storage_, NUV_ColorType::unknown,
-                            reopening_->tables().internal(), reopening_->restart_rows())
-                      : NUV_Held<NUV_JPEGInfoInternal>();
+    NUV_InputStorage* const stream = streams_ ? streams_->open(stream_) : nullptr;
+    auto opened = stream ? make_initiated<NUV_JPEGInfoInternal>(
+                               manager(), stream, NUV_ColorType::unknown,
+                               option_->tables().internal(), option_->restart_rows())
+                         : NUV_Held<NUV_JPEGInfoInternal>();
     if (!opened)
         return false;
     reference_ = NUV_JPEGReference(opened.release());
@@ -84,7 +136,9 @@ bool NUV_DecodeJPEGEngine::reopen()
         return false;
     // The chain behind stands on the stream as it was.
     const NUV_JPEGDecoder& decoder = internal().decoder();
-    if (decoder.width() == header_.width() && decoder.height() == header_.height())
+    const std::uint32_t lines = heights_[stream_++];
+    stream_end_ = line_ + lines;
+    if (decoder.width() == header_.width() && decoder.height() == lines)
         return true;
     return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeJPEGEngine::execute()");
 }
@@ -105,7 +159,7 @@ bool NUV_DecodeJPEGEngine::execute()
 {
     constexpr auto method = "NUV_DecodeJPEGEngine::execute()";
 
-    if (line_ >= header_.height() || (!reference_ && !reopen()))
+    if (line_ >= header_.height() || (!reference_ && !begin_stream()))
         return false;
     ++line_;
     NUV_OutputBlock out(*dst_buffer_);
@@ -118,7 +172,7 @@ bool NUV_DecodeJPEGEngine::execute()
     }
     if (is_warning(code))
         warn(manager(), NUV_WARN_BROKEN_DATA, method, at_line(line_ - 1));
-    if (reopening_ && line_ == header_.height())
+    if (streams_ && line_ == stream_end_)
         reference_.reset();
     return out.commit(line_bytes_);
 }

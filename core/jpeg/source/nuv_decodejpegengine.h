@@ -2,7 +2,9 @@
 
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_jpeginfo.h"
+#include "core/jpeg/nuv_readjpeg.h"
 #include "core/jpeg/source/nuv_jpeginfointernal.h"
+#include "framework/containers/nuv_vector.h"
 #include "framework/engine/nuv_readengine.h"
 
 #include <cstdint>
@@ -10,26 +12,31 @@
 
 namespace nuv {
 
-// Delivers the lines of a JPEG stream, one a step.
+// Delivers the lines of a JPEG stream, or of several, one a step.
 class NUV_DecodeJPEGEngine final : public NUV_ReadEngine {
 public:
     static constexpr auto initiate_method = "NUV_DecodeJPEGEngine::initiate()";
-    using NUV_ReadEngine::NUV_ReadEngine;
+    explicit NUV_DecodeJPEGEngine(NUV_Manager& manager) noexcept
+        : NUV_ReadEngine(manager),
+          heights_(manager)
+    {}
 
     // `header` is what `info` says, but for lossless samples of 9 to 15 bits, which it calls 16.
     // `scale` is in 256ths: 256, 128, 64 or 32. NUV_ERR_ARGUMENT without an info that is loaded.
-    // With `reopening`, which is how the info was loaded from the begin of the storage, there is no
-    // decoder but from the first line to the last: it is opened anew then.
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
-                                NUV_DstBuffer* dst, const NUV_JPEGInfo* info, std::int32_t scale,
-                                const NUV_DecodeJPEGOption* reopening);
+                                NUV_DstBuffer* dst, const NUV_JPEGInfo* info, std::int32_t scale);
+    // Streams, whose headers tell of the image: there is no decoder but for the one that is being
+    // read.
+    [[nodiscard]] bool initiate(const NUV_Header* header, NUV_DstBuffer* dst,
+                                NUV_JPEGStreams* streams, const NUV_DecodeJPEGOption* option);
     bool cleanup() override;
     [[nodiscard]] bool execute() override;
 
 private:
     [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;
     [[nodiscard]] bool start();
-    [[nodiscard]] bool reopen();
+    [[nodiscard]] bool look_at_stream(std::size_t index, NUV_DstBuffer* dst);
+    [[nodiscard]] bool begin_stream();
     [[nodiscard]] NUV_Diagnosis at_line(std::uint32_t line) const noexcept;
     [[nodiscard]] NUV_JPEGInfoInternal& internal() const noexcept
     {
@@ -37,8 +44,12 @@ private:
     }
 
     NUV_JPEGReference reference_;
-    std::optional<NUV_DecodeJPEGOption> reopening_;
-    std::uint32_t divisor_ = 1; // of the size
+    NUV_JPEGStreams* streams_ = nullptr; // these four are for several
+    std::optional<NUV_DecodeJPEGOption> option_;
+    NUV_Vector<std::uint16_t> heights_; // of each, in lines
+    std::size_t stream_ = 0;            // the next one
+    std::uint32_t stream_end_ = 0;      // in lines, of the one at hand
+    std::uint32_t divisor_ = 1;         // of the size
     std::uint32_t line_ = 0;
     std::uint32_t line_bytes_ = 0;
 };

@@ -19,15 +19,14 @@ NUV_Engine* NUV_ReadJPEG::engine(NUV_InputStorage* storage, const NUV_JPEGInfo* 
 {
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
-    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, scale, nullptr);
+    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, scale);
 }
 
-NUV_Engine* NUV_ReadJPEG::engine(NUV_InputStorage* storage, const NUV_JPEGInfo* info,
-                                 const NUV_DecodeJPEGOption& option)
+NUV_Engine* NUV_ReadJPEG::engine(NUV_JPEGStreams* streams, const NUV_DecodeJPEGOption& option)
 {
-    if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
+    if (!streams || streams->size() == 0)
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
-    return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, option.scale(), &option);
+    return append_generator<NUV_DecodeJPEGEngine>(nullptr, streams, &option);
 }
 
 NUV_Engine* NUV_ReadLosslessJPEG::engine(NUV_InputStorage* storage)
@@ -51,8 +50,7 @@ NUV_Engine* NUV_ReadLosslessJPEG::engine(NUV_InputStorage* storage, const NUV_JP
         return nullptr;
     if (header.bits() > 8)
         header.bits(16);
-    return append_reader<NUV_DecodeJPEGEngine>(storage, &header, info, NUV_JPEGInfo::full_scale,
-                                               nullptr);
+    return append_reader<NUV_DecodeJPEGEngine>(storage, &header, info, NUV_JPEGInfo::full_scale);
 }
 
 } // namespace nuv

@@ -290,8 +290,10 @@ NUV_Diagnosis NUV_ReadTIFF::not_served(const NUV_TIFFInfo& info) const
 bool NUV_ReadTIFF::read(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
                         NUV_Vector<NUV_Engine*>& engines, bool to_qdrle)
 {
-    if (info.encode_type() == NUV_EncodeType::jpeg)
-        return read_tiff_jpeg_strips(manager(), storage, info, engines);
+    if (info.encode_type() == NUV_EncodeType::jpeg) {
+        NUV_Engine* engine = read_tiff_jpeg_strips(manager(), storage, info);
+        return engine && engines.push_back(engine);
+    }
     if (is_one_stream(info)) {
         NUV_Engine* engine = read_combined(storage, info);
         if (!engine || !engines.push_back(engine))

@@ -2,99 +2,134 @@
 
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_readjpeg.h"
+#include "core/tiff/source/nuv_mirroredinputstorage.h"
 #include "core/tiff/source/nuv_tiffstrips.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_inputstoragebound.h"
+#include "framework/io/nuv_moveinmoveoutinputstorage.h"
 
 namespace nuv {
 namespace {
 
 using Compression = NUV_TIFFAttributes::Compression;
 
-// Builds the engines, all with the same tables.
-class JPEGStrips {
+// The strips of an image, each of them shown by the same bound. Others may move the storage.
+class JPEGStrips final : public NUV_JPEGStreams {
 public:
-    JPEGStrips(NUV_Manager& manager, const NUV_TIFFInfo& info) noexcept
-        : manager_(manager),
-          info_(info),
-          tables_(manager)
+    explicit JPEGStrips(NUV_Manager& manager) noexcept : NUV_JPEGStreams(manager), places_(manager)
     {}
+    bool cleanup() override { return true; }
 
-    [[nodiscard]] bool load_tables();
-    [[nodiscard]] NUV_Engine* read(NUV_InputStorage* storage, const NUV_TIFFStrips& strips,
-                                   std::size_t index);
+    [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                                const NUV_TIFFStrips& strips);
+
+    [[nodiscard]] std::size_t size() const noexcept override { return places_.size(); }
+    [[nodiscard]] NUV_InputStorage* open(std::size_t index) override;
+    [[nodiscard]] bool accepts(NUV_JPEGInfo& jpeg, std::size_t index) override;
 
 private:
-    [[nodiscard]] std::uint32_t restart_rows() const noexcept;
+    struct Place {
+        std::uint32_t offset;
+        std::uint32_t bytes; // 0: to the end of the storage
+    };
 
-    NUV_Manager& manager_;
-    const NUV_TIFFInfo& info_;
-    NUV_JPEGTableInfo tables_;
+    NUV_Vector<Place> places_;
+    std::uint16_t channels_ = 0;
+    std::uint16_t bits_ = 0;
+    const NUV_ColorType* color_ = nullptr; // which the strips cannot tell; null where they can
+    bool may_be_reversed_ = false;         // the bits of the bytes
+    NUV_Held<NUV_MoveInMoveOutInputStorage> own_;
+    NUV_Held<NUV_InputStorageBound> strip_;
+    NUV_Held<NUV_MirroredInputStorage> mirrored_; // over that
 };
 
-// TIFF Technical Note 2: what the strips have in common.
-bool JPEGStrips::load_tables()
+bool JPEGStrips::initiate(NUV_InputStorage* storage, const NUV_TIFFInfo& info,
+                          const NUV_TIFFStrips& strips)
 {
-    if (info_.compression != Compression::jpeg || info_.jpeg_tables.empty())
+    if (!places_.reserve(strips.size()))
+        return false;
+    for (std::size_t i = 0; i < strips.size(); ++i) {
+        const NUV_TIFFStrip strip = strips[i];
+        static_cast<void>(places_.push_back({strip.offset, strip.bytes}));
+    }
+    channels_ = info.channels();
+    bits_ = info.bits();
+    // That of a palette comes behind the joined strips.
+    if (info.compression == Compression::jpeg && info.palette().is_empty())
+        color_ = info.color_type();
+    may_be_reversed_ = info.fill_order == NUV_TIFFAttributes::FillOrder::low_bit_first;
+    own_ = make_initiated<NUV_MoveInMoveOutInputStorage>(manager(), storage, 0);
+    if (own_)
+        strip_ = make_initiated<NUV_InputStorageBound>(manager(), own_.get(), 0, 0);
+    if (strip_ && may_be_reversed_)
+        mirrored_ = make_initiated<NUV_MirroredInputStorage>(manager(), strip_.get());
+    return strip_ && (mirrored_ || !may_be_reversed_);
+}
+
+NUV_InputStorage* JPEGStrips::open(std::size_t index)
+{
+    const Place place = places_[index];
+    if (!check_tiff_begin(manager(), *own_, place.offset, index, size()))
+        return nullptr;
+    const auto [begin, end] = tiff_range(*own_, {.offset = place.offset, .bytes = place.bytes});
+    if (!own_->to(begin) || !strip_->set_remain(begin, end))
+        return nullptr;
+    // Most writers store JPEG strips plainly, whatever the tag says.
+    if (may_be_reversed_ && !begins_as_jpeg(*strip_))
+        return mirrored_.get();
+    return strip_.get();
+}
+
+bool JPEGStrips::accepts(NUV_JPEGInfo& jpeg, std::size_t index)
+{
+    if (jpeg.channels() != channels_ || jpeg.bits() != bits_)
+        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()",
+                    NUV_Diagnosis().says("strip %zu of %zu has %u x %u bits, the directory %u x %u",
+                                         index + 1, size(), unsigned{jpeg.channels()},
+                                         unsigned{jpeg.bits()}, unsigned{channels_},
+                                         unsigned{bits_}));
+    if (color_)
+        jpeg.color_type(color_);
+    return true;
+}
+
+// TIFF Technical Note 2: what the strips have in common.
+bool load_tables(const NUV_TIFFInfo& info, NUV_JPEGTableInfo& tables)
+{
+    if (info.compression != Compression::jpeg || info.jpeg_tables.empty())
         return true;
     const auto bytes = make_initiated<NUV_ByteArrayInputStorage>(
-        manager_, info_.jpeg_tables.data(), static_cast<std::int32_t>(info_.jpeg_tables.size()));
-    return bytes && tables_.load(bytes.get());
+        info.manager(), info.jpeg_tables.data(),
+        static_cast<std::int32_t>(info.jpeg_tables.size()));
+    return bytes && tables.load(bytes.get());
 }
 
 // Old-style streams that are cut into strips begin anew with each of them, and may not say so.
-std::uint32_t JPEGStrips::restart_rows() const noexcept
+std::uint32_t restart_rows(const NUV_TIFFInfo& info) noexcept
 {
     const std::uint64_t end =
-        std::uint64_t{info_.jpeg_interchange_format} + info_.jpeg_interchange_format_length;
-    return info_.compression == Compression::old_jpeg && end < info_.strip_offsets[0]
-               ? info_.rows_per_strip
+        std::uint64_t{info.jpeg_interchange_format} + info.jpeg_interchange_format_length;
+    return info.compression == Compression::old_jpeg && end < info.strip_offsets[0]
+               ? info.rows_per_strip
                : 0;
-}
-
-NUV_Engine* JPEGStrips::read(NUV_InputStorage* storage, const NUV_TIFFStrips& strips,
-                             std::size_t index)
-{
-    const auto stored = open_tiff_strip(manager_, storage, strips, index);
-    NUV_Held<NUV_InputStorage> mirrored;
-    NUV_InputStorage* const stream =
-        stored ? turn_tiff_bits(manager_, stored.get(), info_, mirrored) : nullptr;
-    if (!stream)
-        return nullptr;
-    NUV_JPEGInfo jpeg(manager_);
-    const NUV_DecodeJPEGOption option(tables_, restart_rows(), NUV_JPEGInfo::full_scale);
-    if (!jpeg.load(stream, NUV_ColorType::unknown, &tables_, option.restart_rows()))
-        return fail(manager_, NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
-    if (jpeg.channels() != info_.channels() || jpeg.bits() != info_.bits())
-        return fail(manager_, NUV_ERR_INVALID_DATA, "NUV_ReadTIFF::engine()",
-                    NUV_Diagnosis().says("strip %zu of %zu has %u x %u bits, the directory %u x %u",
-                                         index + 1, strips.size(), unsigned{jpeg.channels()},
-                                         unsigned{jpeg.bits()}, unsigned{info_.channels()},
-                                         unsigned{info_.bits()}));
-    // A strip cannot tell its colour itself; that of a palette comes behind the joined strips.
-    if (info_.compression == Compression::jpeg && info_.palette().is_empty())
-        jpeg.color_type(info_.color_type());
-    return NUV_ReadJPEG(manager_).engine(stream, &jpeg, option);
 }
 
 } // namespace
 
-bool read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
-                           const NUV_TIFFInfo& info, NUV_Vector<NUV_Engine*>& engines)
+NUV_Engine* read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
+                                  const NUV_TIFFInfo& info)
 {
     const NUV_TIFFStrips strips(info);
     if (!strips.check_count(manager))
-        return false;
-    JPEGStrips jpeg(manager, info);
-    if (!jpeg.load_tables())
-        return false;
-    for (std::size_t i = 0; i < strips.size(); ++i) {
-        NUV_Engine* engine = jpeg.read(storage, strips, i);
-        if (!engine || !engines.push_back(engine))
-            return false;
-    }
-    return true;
+        return nullptr;
+    NUV_JPEGTableInfo tables(manager);
+    if (!load_tables(info, tables))
+        return nullptr;
+    const auto streams = make_initiated<JPEGStrips>(manager, storage, info, strips);
+    const NUV_DecodeJPEGOption option(tables, restart_rows(info), NUV_JPEGInfo::full_scale);
+    return streams ? NUV_ReadJPEG(manager).engine(streams.get(), option) : nullptr;
 }
 
 } // namespace nuv

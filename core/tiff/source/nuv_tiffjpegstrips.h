@@ -5,10 +5,8 @@
 
 namespace nuv {
 
-// Appends an engine for each JPEG strip of an image, or one for its stream, that delivers the raw
-// lines of the strip. False after a status; the engines so far are there.
-[[nodiscard]] bool read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
-                                         const NUV_TIFFInfo& info,
-                                         NUV_Vector<NUV_Engine*>& engines);
+// The raw lines of the JPEG strips of an image, or of its stream. Null after a status.
+[[nodiscard]] NUV_Engine* read_tiff_jpeg_strips(NUV_Manager& manager, NUV_InputStorage* storage,
+                                                const NUV_TIFFInfo& info);
 
 } // namespace nuv

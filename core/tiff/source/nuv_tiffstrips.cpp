@@ -39,15 +39,6 @@ NUV_Diagnosis begins_behind_end(std::size_t index, std::size_t all, std::uint32_
               offset, storage_bytes);
 }
 
-// A stored strip begins with the marker of a JPEG stream. Leaves the storage where it was.
-bool begins_as_jpeg(NUV_InputStorage& strip)
-{
-    std::uint8_t begin[2] = {};
-    const bool is_jpeg = read_exactly(strip, begin, 2) && begin[0] == 0xFF && begin[1] == 0xD8;
-    strip.to_begin();
-    return is_jpeg;
-}
-
 // The bits of the strip's bytes are stored the other way round.
 bool is_reversed(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
 {
@@ -58,6 +49,32 @@ bool is_reversed(const NUV_TIFFInfo& info, NUV_InputStorage& strip)
 }
 
 } // namespace
+
+bool begins_as_jpeg(NUV_InputStorage& strip)
+{
+    std::uint8_t begin[2] = {};
+    const bool is_jpeg = read_exactly(strip, begin, 2) && begin[0] == 0xFF && begin[1] == 0xD8;
+    strip.to_begin();
+    return is_jpeg;
+}
+
+bool check_tiff_begin(NUV_Manager& manager, const NUV_InputStorage& storage, std::uint32_t offset,
+                      std::size_t index, std::size_t all)
+{
+    const std::uint32_t storage_bytes = bytes_of(storage);
+    if (offset <= storage_bytes)
+        return true;
+    return fail(manager, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()",
+                begins_behind_end(index, all, offset, storage_bytes));
+}
+
+NUV_TIFFRange tiff_range(const NUV_InputStorage& storage, const NUV_TIFFStrip& strip) noexcept
+{
+    const std::uint32_t there = bytes_of(storage) - strip.offset;
+    const std::uint32_t bytes = strip.bytes == 0 ? there : std::min(strip.bytes, there);
+    return {static_cast<std::int32_t>(strip.offset),
+            static_cast<std::int32_t>(strip.offset + bytes)};
+}
 
 NUV_TIFFStrips::NUV_TIFFStrips(const NUV_TIFFInfo& info) noexcept
     : info_(info),
@@ -110,12 +127,7 @@ bool NUV_TIFFStrips::check_count(NUV_Manager& manager) const
 bool NUV_TIFFStrips::check_begin(NUV_Manager& manager, const NUV_InputStorage& storage,
                                  std::size_t index) const
 {
-    const std::uint32_t offset = (*this)[index].offset;
-    const std::uint32_t storage_bytes = bytes_of(storage);
-    if (offset <= storage_bytes)
-        return true;
-    return fail(manager, NUV_ERR_IO, "NUV_ReadTIFFCode::create_engine()",
-                begins_behind_end(index, size(), offset, storage_bytes));
+    return check_tiff_begin(manager, storage, (*this)[index].offset, index, size());
 }
 
 // TIFF 6.0, section 22: the stream of JPEGInterchangeFormat, which some writers end in front of its
@@ -157,18 +169,12 @@ NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager, NUV_InputStorag
 {
     if (!strips.check_begin(manager, *storage, index))
         return {};
-    // A strip that the storage does not hold whole is as long as it can be: its lines are read
-    // until they end.
-    const NUV_TIFFStrip strip = strips[index];
-    const std::uint32_t there = bytes_of(*storage) - strip.offset;
-    const std::uint32_t bytes = strip.bytes == 0 ? there : std::min(strip.bytes, there);
-    const auto own = make_initiated<NUV_MoveInMoveOutInputStorage>(
-        manager, storage, static_cast<std::int32_t>(strip.offset));
+    const NUV_TIFFRange range = tiff_range(*storage, strips[index]);
+    const auto own = make_initiated<NUV_MoveInMoveOutInputStorage>(manager, storage, range.begin);
     if (!own)
         return {};
-    return make_initiated<NUV_InputStorageBound>(manager, own.get(),
-                                                 static_cast<std::int32_t>(strip.offset),
-                                                 static_cast<std::int32_t>(bytes));
+    return make_initiated<NUV_InputStorageBound>(manager, own.get(), range.begin,
+                                                 range.end - range.begin);
 }
 
 NUV_TIFFStripStream::NUV_TIFFStripStream(NUV_Manager& manager,

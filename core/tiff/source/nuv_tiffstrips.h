@@ -53,6 +53,22 @@ private:
     std::uint32_t usual_raw_bytes_ = 0;
 };
 
+// A stored strip begins with the marker of a JPEG stream. Leaves the storage at its begin.
+[[nodiscard]] bool begins_as_jpeg(NUV_InputStorage& strip);
+
+// NUV_TIFFStrips::check_begin() for strip `index` of so many.
+[[nodiscard]] bool check_tiff_begin(NUV_Manager& manager, const NUV_InputStorage& storage,
+                                    std::uint32_t offset, std::size_t index, std::size_t all);
+
+// The bytes of a strip that begins in the storage. One that the storage does not hold whole is as
+// long as it can be: its lines are read until they end.
+struct NUV_TIFFRange {
+    std::int32_t begin;
+    std::int32_t end;
+};
+[[nodiscard]] NUV_TIFFRange tiff_range(const NUV_InputStorage& storage,
+                                       const NUV_TIFFStrip& strip) noexcept;
+
 // The bytes of a strip as a storage of their own, over a storage that others read from, too.
 // Empty after what check_begin() says.
 [[nodiscard]] NUV_Held<NUV_InputStorage> open_tiff_strip(NUV_Manager& manager,

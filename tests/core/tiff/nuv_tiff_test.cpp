@@ -270,6 +270,7 @@ TEST(TIFF, TellsWhatWasFoundAndWhere)
         {"tiff_crafted/no_map", 2, 42, none, none, "a palette image without a ColorMap"},
         {"tiff_crafted/one_offset_for_two", 2, 42, none, none, "1 StripOffsets, the image has 2 strips"},
         {"tiff_crafted/jpeg_refused_gray_strip", 2, 42, none, none, "strip 2 of 2 has 1 x 8 bits, the directory 3 x 8"},
+        {"tiff_crafted/jpeg_cut_strip", 2, 42, none, 17, ""},
         {"tiff_crafted/fax_uncompressed", 2, 42, none, none, "facsimile data in uncompressed mode"},
         {"tiff_crafted/packbits_16_bits", 2, 42, none, none, "16 bits a sample in PackBits, the high byte first"},
         {"tiff_crafted/bits_2", 2, 42, none, none, "1 x 2 bits, or samples of different depths"},
@@ -306,6 +307,7 @@ TEST(TIFF, EndsAtAJPEGStripThatHasGrownSince)
     });
     EXPECT_EQ(got.bytes.size(), 33U * 3 * 17);
     EXPECT_EQ(got.code, NUV_ERR_BROKEN_DATA);
+    EXPECT_EQ(read(file, read_tiff).text, "NUV_AlignYEngine::initiate()");
 }
 
 TEST(TIFF, ComesOutOfAnyStorageAndStandsOneThatFails)
