@@ -48,8 +48,16 @@ std::int32_t NUV_GrowingOutputStorage::write(const void* from, std::int32_t byte
     std::uint8_t* const to = extend(bytes);
     if (!to)
         return 0;
-    std::memcpy(to, from, static_cast<std::size_t>(bytes));
+    if (from != to)
+        std::memcpy(to, from, static_cast<std::size_t>(bytes));
     return bytes;
+}
+
+std::uint8_t* NUV_GrowingOutputStorage::lend_room(std::int32_t bytes)
+{
+    const auto position = static_cast<std::size_t>(position_);
+    const bool is_there = bytes >= 0 && static_cast<std::size_t>(bytes) <= bytes_.size() - position;
+    return is_there ? bytes_.data() + position : nullptr;
 }
 
 std::int32_t NUV_GrowingOutputStorage::fill(std::int32_t bytes)

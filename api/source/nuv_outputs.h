@@ -25,6 +25,8 @@ public:
     std::int32_t put(std::uint8_t byte) override { return write(&byte, 1) == 1 ? byte : -1; }
     // NUV_ERR_IO beyond 2 GiB, NUV_ERR_MEMORY; then nothing of it is written.
     [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes) override;
+    // Where it need not grow for it.
+    [[nodiscard]] std::uint8_t* lend_room(std::int32_t bytes) override;
     std::int32_t fill(std::int32_t bytes) override;
     // None: what is written next may move what is there.
     [[nodiscard]] NUV_InputStorage* create_input_storage() override { return nullptr; }

@@ -98,6 +98,7 @@ class NUV_LineWindowEngine : public Base {
 public:
     using Base::Base;
 
+    [[nodiscard]] bool delivers_what_it_writes() const final { return true; }
     [[nodiscard]] bool execute() final
     {
         if (this->line_ >= this->header_.height() || !move_window())

@@ -13,6 +13,7 @@ public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
 
     // `width` in pixels. NUV_ERR_ARGUMENT for 0, NUV_ERR_UNSUPPORTED for an output line that passes
     // 32-bit sizes, which is told in the name of the engine, `method`. The output keeps the height.

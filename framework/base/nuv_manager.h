@@ -5,6 +5,7 @@
 
 namespace nuv {
 
+class NUV_CallerMemoryList;
 struct NUV_Cpu;
 struct NUV_Damage;
 struct NUV_Diagnosis;
@@ -87,6 +88,8 @@ public:
 
     // What the processor may be taken for: it chooses among forms of equal result.
     [[nodiscard]] virtual const NUV_Cpu& cpu() const noexcept = 0;
+    // Where the storages of the pipeline note what of the caller's memory they stand on.
+    [[nodiscard]] virtual NUV_CallerMemoryList& caller_memory() noexcept = 0;
     // Ends all engines and takes the status out: the one that stood before, unless ending added an
     // error to a clean status or to a warning. The handler is clean afterwards. True when `out` is
     // no error.

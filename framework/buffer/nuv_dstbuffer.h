@@ -25,6 +25,11 @@ public:
     // So many bytes of the block are written, 0 to block_bytes().
     [[nodiscard]] virtual bool release(std::uint32_t bytes) = 0;
 
+    // get() and release() of a whole block that stands at `data`, and stays there as it is for as
+    // long as anybody reads the buffer: it need not be copied. Who delivers one so delivers all so,
+    // each behind the last in memory.
+    [[nodiscard]] virtual bool deliver_standing(const void* data);
+
     // Readers. One block size for all of them.
     [[nodiscard]] virtual std::uint32_t src_block_bytes() const = 0;
     [[nodiscard]] virtual bool src_block_bytes(std::uint32_t bytes) = 0;

@@ -25,6 +25,7 @@ public:
     [[nodiscard]] bool block_bytes(std::uint32_t bytes) override;
     [[nodiscard]] void* get() override;
     [[nodiscard]] bool release(std::uint32_t bytes) override;
+    [[nodiscard]] bool deliver_standing(const void* data) override;
     [[nodiscard]] std::uint32_t src_block_bytes() const override;
     [[nodiscard]] bool src_block_bytes(std::uint32_t bytes) override;
     [[nodiscard]] bool copy_block(void* into, std::uint64_t position,

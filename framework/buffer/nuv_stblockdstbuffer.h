@@ -20,6 +20,7 @@ public:
     bool cleanup() override;
     [[nodiscard]] void* get() override;
     [[nodiscard]] bool release(std::uint32_t bytes) override;
+    [[nodiscard]] bool deliver_standing(const void* data) override;
     [[nodiscard]] bool copy_block(void* into, std::uint64_t position,
                                   std::uint32_t* count) override;
     [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
@@ -46,8 +47,9 @@ private:
     // Frees nothing: a block is given back by the buffer or by the cache.
     struct Block {
         std::uint8_t* data = nullptr;
-        bool owned = false;   // else it is a reader's memory, lent for the writer to fill
-        Slab* slab = nullptr; // that an owned one is part of, or null
+        bool owned = false;    // else it is a reader's memory, lent for the writer to fill,
+        bool standing = false; // or what the writer reads itself, which nobody writes to
+        Slab* slab = nullptr;  // that an owned one is part of, or null
     };
     static void give_back(NUV_Manager& manager, const Block& block) noexcept;
     static void drop_use(NUV_Manager& manager, Slab* slab) noexcept;

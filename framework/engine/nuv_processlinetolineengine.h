@@ -12,13 +12,15 @@ public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
 
     // Raw images only, else NUV_ERR_UNSUPPORTED. Sets the reader's block to one line; the concrete
     // class sets the destination's.
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
 
 protected:
-    // Makes the output line from the input line; they do not overlap. False after a status.
+    // Makes the output line from the input line; they do not overlap. False after a status,
+    // when nothing of the output line is written.
     [[nodiscard]] virtual bool process_line(const void* in, void* out) = 0;
 
     std::uint32_t line_ = 0;

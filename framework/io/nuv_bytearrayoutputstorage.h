@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_callermemory.h"
 #include "framework/base/nuv_diagnosis.h"
 #include "framework/io/nuv_outputstorage.h"
 
@@ -24,6 +25,8 @@ public:
     std::int32_t put(std::uint8_t byte) override;
     // As many as there is room for; NUV_ERR_IO only when that is none.
     [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes) override;
+    // Unless an input of the pipeline may read it.
+    [[nodiscard]] std::uint8_t* lend_room(std::int32_t bytes) override;
     // Leaves the bytes that it passes as they were.
     std::int32_t fill(std::int32_t bytes) override;
     // An input over the whole of the memory, written or not.
@@ -42,6 +45,7 @@ private:
     std::int32_t position_ = 0;
     std::int32_t capacity_ = 0;
     std::int32_t written_ = 0;
+    NUV_CallerMemory memory_{manager()};
 };
 
 } // namespace nuv

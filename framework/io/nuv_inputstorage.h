@@ -68,6 +68,10 @@ public:
     using NUV_MovableInputStream::NUV_MovableInputStream;
 
     [[nodiscard]] bool is_end() override;
+    // Goes on by `bytes`, 0 or above, and tells where those stand that it passes, which they do
+    // until the pipeline has ended. Null, without having moved, where not so many are there, or
+    // where they have no place of their own: that is so whenever 0 bytes are lent none.
+    [[nodiscard]] virtual const std::uint8_t* lend(std::int32_t) { return nullptr; }
     // An offset beyond the end goes to the end and is true; a negative one is false and stays.
     [[nodiscard]] virtual bool to(std::int32_t offset);
     // To size() + bytes, with bytes 0 or below, and not before the beginning.

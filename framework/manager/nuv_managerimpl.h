@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/base/nuv_callermemory.h"
 #include "framework/base/nuv_cpu.h"
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_manager.h"
@@ -135,6 +136,7 @@ public:
     bool end(NUV_Object* object) override { return relation_ && relation_->end(object); }
 
     const NUV_Cpu& cpu() const noexcept override { return cpu_; }
+    NUV_CallerMemoryList& caller_memory() noexcept override { return caller_memory_; }
 
     bool finish(NUV_Status& out) override
     {
@@ -211,6 +213,7 @@ private:
 
     NUV_Cpu cpu_;
     NUV_Watch* watch_ = nullptr;
+    NUV_CallerMemoryList caller_memory_;
     MemoryManager memory_;
     ErrorHandler* error_handler_ = nullptr;
     Workflow* workflow_ = nullptr;

@@ -1,5 +1,11 @@
 #include "tests/support/nuv_operationtable.h"
 
+#include "core/storage/nuv_readstorage.h"
+#include "core/storage/nuv_writestorage.h"
+#include "framework/io/nuv_bytearrayinputstorage.h"
+#include "framework/io/nuv_bytearrayoutputstorage.h"
+#include "framework/io/nuv_decorator.h"
+
 namespace nuv {
 
 NUV_ModelImage draw_image(const NUV_OperationRow& row, std::mt19937& random)
@@ -100,6 +106,53 @@ void NUV_TableChain::expect_cut(std::mt19937& random) const
     if (source_.is_raw() && result_.is_raw()) {
         EXPECT_TRUE(std::equal(got.begin(), got.end(), whole.begin())) << got.size() << " bytes";
     }
+}
+
+void NUV_TableChain::expect_same_in_memory(std::mt19937& random) const
+{
+    SCOPED_TRACE(text_);
+    const auto size = [&random](std::size_t whole) { // often whole
+        whole = std::max<std::size_t>(whole, 1);
+        return static_cast<int>(random() % 2 != 0 ? whole + random() % 3 : 1 + random() % whole);
+    };
+    const int bytes = size(source_bytes_.size());
+    const int room = size(result_.bytes().size());
+    const int from = static_cast<int>(random() % 8);
+    const int to = random() % 2 != 0
+                       ? from + bytes + static_cast<int>(random() % 2)
+                       : static_cast<int>(random() % static_cast<unsigned>(bytes + 9));
+    const auto byte_order = static_cast<std::int32_t>(random() % 2);
+    const auto run = [&](bool copies) {
+        Bytes memory(static_cast<std::size_t>(from + bytes + room + 16), 0xEE);
+        std::copy_n(source_bytes_.begin(),
+                    std::min(source_bytes_.size(), static_cast<std::size_t>(bytes)),
+                    memory.begin() + from);
+        NUV_TestChain chain;
+        NUV_Manager& manager = chain.manager();
+        NUV_Header header(manager);
+        fill_header(header, source_.description());
+        NUV_Held<NUV_InputStorage> in =
+            make_initiated<NUV_ByteArrayInputStorage>(manager, memory.data() + from, bytes);
+        NUV_Held<NUV_OutputStorage> out =
+            make_initiated<NUV_ByteArrayOutputStorage>(manager, memory.data() + to, room);
+        if (copies) { // neither passes on what is lent
+            in = make_initiated<NUV_InputStorageDecorator>(manager, in.get());
+            out = make_initiated<NUV_OutputStorageDecorator>(manager, out.get());
+        }
+        chain.last(NUV_ReadStorage(manager).engine(in.get(), &header, 0, 0, 1));
+        for (const NUV_Append& append : operations_)
+            EXPECT_TRUE(append(chain));
+        NUV_Engine* writer =
+            NUV_WriteStorage(manager).engine(chain.last(), out.get(), 0, 0, 0, byte_order);
+        int steps = 1;
+        while (writer && writer->execute())
+            ++steps;
+        if (writer)
+            writer->end();
+        return std::tuple(memory, std::string(chain.status().method), chain.status().code,
+                          out->size(), steps);
+    };
+    EXPECT_TRUE(run(true) == run(false)) << from << '+' << bytes << " to " << to << '+' << room;
 }
 
 void NUV_TableChain::expect_clean_teardown() const

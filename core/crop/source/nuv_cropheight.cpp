@@ -12,9 +12,15 @@ public:
     static constexpr auto initiate_method = "NUV_CropHeightEngine::initiate()";
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
+    // The source writes to this engine's room.
+    [[nodiscard]] bool delivers_what_it_writes() const override
+    {
+        return source_delivers_what_it_writes_;
+    }
     [[nodiscard]] bool execute() override;
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t y, std::uint32_t h);
+                                std::uint32_t y, std::uint32_t h,
+                                bool source_delivers_what_it_writes);
 
 private:
     [[nodiscard]] bool skip_line();
@@ -23,6 +29,7 @@ private:
     std::uint32_t first_ = 0; // line to keep
     std::uint32_t end_ = 0;   // one past the last line to keep
     std::uint32_t read_ = 0;  // lines
+    bool source_delivers_what_it_writes_ = false;
 };
 
 [[nodiscard]] bool can_crop(const NUV_Header& header)
@@ -36,7 +43,8 @@ private:
 }
 
 bool NUV_CropHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
-                                    NUV_DstBuffer* dst, std::uint32_t y, std::uint32_t h)
+                                    NUV_DstBuffer* dst, std::uint32_t y, std::uint32_t h,
+                                    bool source_delivers_what_it_writes)
 {
     if (!NUV_ProcessEngine::initiate(header, src, dst))
         return false;
@@ -45,6 +53,7 @@ bool NUV_CropHeightEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
     if (y >= header->height() || h == 0)
         return fail(manager(), NUV_ERR_ARGUMENT, initiate_method);
 
+    source_delivers_what_it_writes_ = source_delivers_what_it_writes;
     first_ = y;
     header_.height(std::min(h, header->height() - y));
     end_ = y + header_.height();
@@ -89,7 +98,7 @@ NUV_Engine* NUV_CropHeight::engine(NUV_Engine* previous, std::uint32_t y, std::u
         return nullptr;
     if (y == 0 && h >= previous->header()->height())
         return previous;
-    return append_new<NUV_CropHeightEngine>(*previous, y, h);
+    return append_new<NUV_CropHeightEngine>(*previous, y, h, previous->delivers_what_it_writes());
 }
 
 } // namespace nuv

@@ -31,6 +31,7 @@ public:
                                 NUV_JPEGStreams* streams, const NUV_DecodeJPEGOption* option);
     bool cleanup() override;
     [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
 
 private:
     [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;

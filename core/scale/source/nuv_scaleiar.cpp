@@ -197,6 +197,7 @@ public:
                                           : large_sums_.allocate(manager(), samples_);
     }
 
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] bool execute() override
     {
         if (line_ >= destination_height_)

@@ -69,6 +69,7 @@ public:
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 std::uint32_t factor);
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] bool execute() override;
 
 private:
@@ -172,6 +173,8 @@ public:
         return src->block_bytes(header->line_bytes()) && dst->block_bytes(*block_bytes);
     }
 
+    // Lines that are made where others look at them are not made by block.
+    [[nodiscard]] bool delivers_what_it_writes() const override { return factor_ > 1; }
     [[nodiscard]] bool execute() override
     {
         if (source_line_ >= source_height_)

@@ -113,8 +113,9 @@ public:
     using NUV_ScaleHeightEngine::NUV_ScaleHeightEngine;
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
-                                std::uint32_t height)
+                                std::uint32_t height, bool source_delivers_what_it_writes)
     {
+        source_delivers_what_it_writes_ = source_delivers_what_it_writes;
         if (!NUV_ScaleHeightEngine::initiate(header, src, dst, height))
             return false;
         if (!has_movable_samples(*header))
@@ -123,10 +124,17 @@ public:
         return true;
     }
 
+    // The source may write to this engine's room.
+    [[nodiscard]] bool delivers_what_it_writes() const override
+    {
+        return source_delivers_what_it_writes_;
+    }
     [[nodiscard]] bool execute() override;
 
 private:
     [[nodiscard]] bool deliver(std::uint8_t* out, bool wanted_again);
+
+    bool source_delivers_what_it_writes_ = false;
 
     std::uint32_t lines_consumed_ = 0;   // of the source, the held one included
     const std::uint8_t* held_ = nullptr; // the line consumed last, when it is wanted again
@@ -192,6 +200,7 @@ public:
         return pixels_.initiate(manager(), *header, width);
     }
 
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] bool execute() override;
 
 private:
@@ -270,7 +279,8 @@ NUV_Engine* NUV_ScaleHeightNN::engine(NUV_Engine* previous, std::uint32_t height
         return previous;
     if (source != 0 && height % source == 0)
         return NUV_ScaleHeightIRE(manager()).engine(previous, height / source);
-    return append_new<NUV_ScaleHeightNNEngine>(*previous, height);
+    return append_new<NUV_ScaleHeightNNEngine>(*previous, height,
+                                               previous->delivers_what_it_writes());
 }
 
 NUV_Engine* NUV_ScaleShrinkNN::engine(NUV_Engine* previous, std::uint32_t width,

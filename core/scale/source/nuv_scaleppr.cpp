@@ -181,6 +181,7 @@ public:
                sums_.allocate(this->manager(), this->samples_per_line_);
     }
 
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] bool execute() override
     {
         if (this->line_ >= this->destination_height_)

@@ -41,6 +41,7 @@ public:
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const NUV_Subsampling& subsampling);
     [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
 
 private:
     NUV_Subsampling subsampling_;

@@ -17,9 +17,14 @@ public:
                                 NUV_DstBuffer* dst, std::int32_t offset, std::int32_t line_gap,
                                 std::int32_t byte_order, const NUV_Diagnosis& early_end);
     [[nodiscard]] bool execute() override;
+    [[nodiscard]] bool delivers_what_it_writes() const override { return lends_; }
 
 private:
+    [[nodiscard]] bool is_turned() const noexcept;
+    [[nodiscard]] bool can_stand();
+    [[nodiscard]] bool deliver_standing(std::uint32_t bytes);
     [[nodiscard]] bool skip_gap();
+    [[nodiscard]] bool end_in_line();
     [[nodiscard]] bool end_early();
 
     std::int32_t line_gap_ = 0;
@@ -28,6 +33,8 @@ private:
     std::uint32_t sample_bytes_ = 1;
     std::int32_t byte_order_ = host_byte_order;
     bool raw_ = false;
+    bool lends_ = false;                   // the storage has in one place what it gives
+    bool is_standing_ = false;             // lines are delivered where they stand there
     NUV_Scratch<NUV_Diagnosis> early_end_; // where one was given: engines of strips are many
 };
 
@@ -51,6 +58,7 @@ bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header
     if (!storage->to(offset))
         return fail(manager(), NUV_ERR_BROKEN_DATA, initiate_method, early_end);
     position_ = storage->position();
+    lends_ = raw_ && storage->lend(0);
     return dst->block_bytes(raw_ ? header_.line_bytes() : manager().default_block_bytes());
 }
 
@@ -65,9 +73,15 @@ bool NUV_ReadStorageEngine::execute()
     // A header alone may state any size: memory is asked for when there is a line to put into it.
     if (raw_ && lines_done_ == 0 && remaining_bytes(*storage_) < bytes)
         return end_early();
+    if (lines_done_ == 0)
+        is_standing_ = can_stand();
+    if (is_standing_)
+        return deliver_standing(bytes);
     NUV_OutputBlock block(*dst_buffer_);
     if (!block || !skip_gap())
         return false;
+    if (lends_ && remaining_bytes(*storage_) < bytes)
+        return end_in_line();
 
     const std::uint32_t got = read_up_to(*storage_, block.data(), bytes);
     position_ = storage_->position();
@@ -75,10 +89,34 @@ bool NUV_ReadStorageEngine::execute()
         return end_early();
     if (got == 0)
         return false;
-    if (raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order)
+    if (is_turned())
         reverse_samples(block.as<std::uint8_t>(), got, sample_bytes_);
     ++lines_done_;
     return block.commit(got);
+}
+
+bool NUV_ReadStorageEngine::is_turned() const noexcept
+{
+    return raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order;
+}
+
+// Engines look at samples where samples may be.
+bool NUV_ReadStorageEngine::can_stand()
+{
+    if (!lends_ || line_gap_ != 0 || is_turned())
+        return false;
+    const std::uint8_t* const first = storage_->lend(0);
+    return first && reinterpret_cast<std::uintptr_t>(first) % sample_bytes_ == 0;
+}
+
+bool NUV_ReadStorageEngine::deliver_standing(std::uint32_t bytes)
+{
+    const std::uint8_t* const line = storage_->lend(static_cast<std::int32_t>(bytes));
+    if (!line)
+        return end_in_line();
+    position_ = storage_->position();
+    ++lines_done_;
+    return dst_buffer_->deliver_standing(line);
 }
 
 // Stands between lines, not before the first one.
@@ -86,6 +124,14 @@ bool NUV_ReadStorageEngine::skip_gap()
 {
     if (lines_done_ == 0 || line_gap_ == 0 || storage_->move(line_gap_) == line_gap_)
         return true;
+    return end_early();
+}
+
+// Where a line that is not there as a whole has no room to be read to.
+bool NUV_ReadStorageEngine::end_in_line()
+{
+    static_cast<void>(storage_->to_end());
+    position_ = storage_->position();
     return end_early();
 }
 

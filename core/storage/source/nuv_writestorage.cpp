@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace nuv {
 namespace {
@@ -21,12 +22,15 @@ public:
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                 NUV_OutputStorage* storage, std::int32_t offset,
                                 std::int32_t line_pad, std::int32_t line_gap,
-                                std::int32_t byte_order);
+                                std::int32_t byte_order, bool may_have_room);
     [[nodiscard]] bool execute() override;
 
 private:
     [[nodiscard]] bool go_to(std::int32_t offset);
+    [[nodiscard]] std::uint8_t* room();
+    [[nodiscard]] bool execute_in(std::uint8_t* room);
     [[nodiscard]] bool take(const NUV_InputBlock& line, std::uint32_t got);
+    void finish_line(std::uint8_t* line, std::uint32_t bytes) const noexcept;
     [[nodiscard]] bool leave_gap();
     [[nodiscard]] bool write_held();
     [[nodiscard]] bool write_pad();
@@ -36,6 +40,7 @@ private:
     std::uint32_t lines_done_ = 0; // blocks of a stream that is not raw
     std::uint32_t height_ = 0;
     bool raw_ = false;
+    bool may_have_room_ = false;         // lines may be made where the storage keeps them
     std::uint8_t last_byte_mask_ = 0xFF; // what a line uses of its last byte
     std::uint16_t sample_bytes_ = 1;
     NUV_Scratch<std::uint8_t> block_;
@@ -66,7 +71,7 @@ private:
 bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* src,
                                       NUV_OutputStorage* storage, std::int32_t offset,
                                       std::int32_t line_pad, std::int32_t line_gap,
-                                      std::int32_t byte_order)
+                                      std::int32_t byte_order, bool may_have_room)
 {
     if (!NUV_WriteEngine::initiate(header, src, storage))
         return false;
@@ -84,6 +89,7 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
     if (line_pad == 0 && line_gap == 0) // nothing goes between the lines
         most_held_lines_ = lines_at_a_time(*storage, *header);
+    may_have_room_ = may_have_room && raw_ && line_pad == 0 && line_gap == 0;
     return src->block_bytes(bytes);
 }
 
@@ -108,6 +114,8 @@ bool NUV_WriteStorageEngine::execute()
 {
     if (raw_ && lines_done_ >= height_)
         return false;
+    if (std::uint8_t* const place = room())
+        return execute_in(place);
     // Behind the lines that are held, once there is room for them.
     const bool has_room = block_.size() != 0;
     std::uint32_t got = 0;
@@ -118,6 +126,35 @@ bool NUV_WriteStorageEngine::execute()
     }
     const bool is_due = lines_done_ + 1 == height_ || (lines_done_ + 1) % most_held_lines_ == 0;
     if (is_due && (!write_held() || !write_pad()))
+        return fail(manager(), NUV_ERR_IO, execute_method);
+    ++lines_done_;
+    return in.release();
+}
+
+// Where the storage keeps the next line, for it to be made there, or null.
+std::uint8_t* NUV_WriteStorageEngine::room()
+{
+    if (!may_have_room_ || held_bytes_ != 0)
+        return nullptr;
+    const std::uint32_t bytes = src_buffer_->block_bytes();
+    std::uint8_t* const place = std::in_range<std::int32_t>(bytes)
+                                    ? storage_->lend_room(static_cast<std::int32_t>(bytes))
+                                    : nullptr;
+    // Engines write samples where samples may be.
+    return reinterpret_cast<std::uintptr_t>(place) % sample_bytes_ == 0 ? place : nullptr;
+}
+
+bool NUV_WriteStorageEngine::execute_in(std::uint8_t* room)
+{
+    std::uint32_t got = 0;
+    NUV_InputBlock in(*src_buffer_, room, &got);
+    if (!in)
+        return false;
+    if (got != src_buffer_->block_bytes())
+        return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method);
+    finish_line(room, got);
+    const auto bytes = static_cast<std::int32_t>(got);
+    if (storage_->write(room, bytes) != bytes)
         return fail(manager(), NUV_ERR_IO, execute_method);
     ++lines_done_;
     return in.release();
@@ -139,12 +176,17 @@ bool NUV_WriteStorageEngine::take(const NUV_InputBlock& line, std::uint32_t got)
     if (raw_) {
         if (got != src_buffer_->block_bytes())
             return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method);
-        block[got - 1] &= last_byte_mask_;
-        if (sample_bytes_ >= 2 && byte_order_ != host_byte_order)
-            reverse_samples(block, got, sample_bytes_);
+        finish_line(block, got);
     }
     held_bytes_ += got;
     return true;
+}
+
+void NUV_WriteStorageEngine::finish_line(std::uint8_t* line, std::uint32_t bytes) const noexcept
+{
+    line[bytes - 1] &= last_byte_mask_;
+    if (sample_bytes_ >= 2 && byte_order_ != host_byte_order)
+        reverse_samples(line, bytes, sample_bytes_);
 }
 
 bool NUV_WriteStorageEngine::write_held()
@@ -182,7 +224,7 @@ NUV_Engine* NUV_WriteStorage::engine(NUV_Engine* previous, NUV_OutputStorage* st
     if (!accepts_image(previous, "NUV_WriteStorage::engine()"))
         return nullptr;
     return append_writer<NUV_WriteStorageEngine>(*previous, storage, offset, line_pad, line_gap,
-                                                 byte_order);
+                                                 byte_order, previous->delivers_what_it_writes());
 }
 
 } // namespace nuv

@@ -34,6 +34,7 @@ public:
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const NUV_ScaleI2Order& order);
+    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] bool execute() override;
 
 private:

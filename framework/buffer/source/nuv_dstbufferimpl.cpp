@@ -5,7 +5,18 @@
 #include "framework/base/nuv_status.h"
 #include "framework/buffer/nuv_srcbuffer.h"
 
+#include <cstring>
+
 namespace nuv {
+
+bool NUV_DstBuffer::deliver_standing(const void* data)
+{
+    void* const room = get();
+    if (!room)
+        return false;
+    std::memcpy(room, data, block_bytes());
+    return release(block_bytes());
+}
 
 NUV_SrcBuffer* NUV_DstBufferImpl::create_src_buffer(NUV_DstBuffer* owner)
 {

@@ -59,6 +59,11 @@ bool NUV_DstBufferProxy::release(std::uint32_t bytes)
     return real_->release(bytes);
 }
 
+bool NUV_DstBufferProxy::deliver_standing(const void* data)
+{
+    return real_ ? real_->deliver_standing(data) : NUV_DstBufferImpl::deliver_standing(data);
+}
+
 std::uint32_t NUV_DstBufferProxy::src_block_bytes() const
 {
     return real_ ? real_->src_block_bytes() : 0;

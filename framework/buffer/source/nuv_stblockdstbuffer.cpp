@@ -86,7 +86,7 @@ void* NUV_STBlockDstBuffer::get()
         return nullptr;
 
     std::uint8_t* data = block(index).data;
-    if (!data) // lent by a reader that has gone on
+    if (!data || block(index).standing) // lent by a reader that has gone on, or not to be written
         return fail(manager(), NUV_ERR_SEQUENCE, method);
     if (mem - offset >= block_bytes_) {
         state_ = State::in_block;
@@ -128,6 +128,27 @@ bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
     return true;
 }
 
+bool NUV_STBlockDstBuffer::deliver_standing(const void* data)
+{
+    // Memory of a whole number of the writer's blocks alone has none that straddles two of it.
+    const std::uint32_t mem = mem_block_bytes();
+    if (mem == 0 || mem % block_bytes_ != 0 || state_ != State::idle || written_ > limit_bytes_ ||
+        written_ < base_)
+        return NUV_DstBufferBase::deliver_standing(data);
+    const auto [index, offset] = place_of(written_);
+    if (index == held_blocks() && offset == 0) {
+        // Everybody who gets a block to write to is kept away from this one.
+        auto* const stands = static_cast<std::uint8_t*>(const_cast<void*>(data));
+        if (!blocks_.push_back({.data = stands, .standing = true}))
+            return false;
+    } else if (index >= held_blocks() || !block(index).standing ||
+               block(index).data + offset != data) {
+        return NUV_DstBufferBase::deliver_standing(data);
+    }
+    written_ += block_bytes_;
+    return true;
+}
+
 bool NUV_STBlockDstBuffer::add_block()
 {
     Block fresh = cache_.take();
@@ -155,7 +176,7 @@ NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::new_block()
     if (slab_ || has_many_blocks())
         return take_of_slab();
     auto* const data = static_cast<std::uint8_t*>(manager().allocate(mem_block_bytes_));
-    return {data, data != nullptr};
+    return {.data = data, .owned = data != nullptr};
 }
 
 NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::take_of_slab()
@@ -174,7 +195,7 @@ NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::take_of_slab()
     ++slab_taken_;
     if (sizeof(Slab) + each * (slab_taken_ + 1) > slab_bytes)
         drop_use(manager(), std::exchange(slab_, nullptr));
-    return {data, true, slab};
+    return {.data = data, .owned = true, .slab = slab};
 }
 
 void NUV_STBlockDstBuffer::give_back(NUV_Manager& manager, const Block& block) noexcept
@@ -276,7 +297,7 @@ bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std:
 {
     const std::uint64_t index = place_of(position).index;
     if (index == held_blocks()) {
-        if (!blocks_.push_back({into, false}))
+        if (!blocks_.push_back({.data = into}))
             return false;
     } else {
         Block& standing = block(index);
@@ -284,7 +305,7 @@ bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std:
             std::memmove(into, standing.data, written_ - position);
         if (standing.owned)
             cache_.put(standing);
-        standing = {into, false};
+        standing = {.data = into};
     }
     has_lent_ = true;
     const bool arrived = peek(position, count) == into;
@@ -301,7 +322,7 @@ void NUV_STBlockDstBuffer::forget_lent_blocks() noexcept
         return;
     has_lent_ = false;
     for (std::size_t i = 0; i < held_blocks(); ++i) {
-        if (!block(i).owned)
+        if (!block(i).owned && !block(i).standing)
             block(i).data = nullptr;
     }
 }

@@ -19,6 +19,7 @@ bool NUV_ByteArrayInputStorage::initiate(const std::uint8_t* data, std::int32_t 
     data_ = data;
     size_ = bytes;
     position_ = 0;
+    memory_.note(data, static_cast<std::size_t>(bytes), NUV_CallerMemory::Use::read);
     return true;
 }
 
@@ -35,6 +36,7 @@ bool NUV_ByteArrayInputStorage::close()
     data_ = nullptr;
     position_ = 0;
     size_ = 0;
+    memory_.forget();
     return true;
 }
 
@@ -56,6 +58,14 @@ std::int32_t NUV_ByteArrayInputStorage::read(void* into, std::int32_t bytes)
     std::memcpy(into, data_ + position_, static_cast<std::size_t>(count));
     position_ += count;
     return count;
+}
+
+const std::uint8_t* NUV_ByteArrayInputStorage::lend(std::int32_t bytes)
+{
+    if (bytes < 0 || bytes > size_ - position_ || !memory_.is_apart())
+        return nullptr;
+    position_ += bytes;
+    return data_ + (position_ - bytes);
 }
 
 std::int32_t NUV_ByteArrayInputStorage::move(std::int32_t bytes)

@@ -29,6 +29,7 @@ bool NUV_ByteArrayOutputStorage::initiate(std::uint8_t* data, std::int32_t bytes
     capacity_ = bytes;
     position_ = 0;
     written_ = 0;
+    memory_.note(data, static_cast<std::size_t>(bytes), NUV_CallerMemory::Use::written);
     return true;
 }
 
@@ -46,6 +47,7 @@ bool NUV_ByteArrayOutputStorage::close()
     position_ = 0;
     capacity_ = 0;
     written_ = 0;
+    memory_.forget();
     return true;
 }
 
@@ -75,9 +77,17 @@ std::int32_t NUV_ByteArrayOutputStorage::write(const void* from, std::int32_t by
         fail(manager(), NUV_ERR_IO, "NUV_ByteArrayOutputStorage::write()", is_full());
         return 0;
     }
-    std::memcpy(data_ + position_, from, static_cast<std::size_t>(count));
+    if (from != data_ + position_)
+        std::memcpy(data_ + position_, from, static_cast<std::size_t>(count));
     advance(count);
     return count;
+}
+
+std::uint8_t* NUV_ByteArrayOutputStorage::lend_room(std::int32_t bytes)
+{
+    if (is_closed() || bytes > capacity_ - position_ || !memory_.is_apart())
+        return nullptr;
+    return data_ + position_;
 }
 
 std::int32_t NUV_ByteArrayOutputStorage::fill(std::int32_t bytes)

@@ -43,6 +43,7 @@ TEST_P(Operation, EndsWithItsSourceAndLeavesNothing)
 {
     for (int i = 0; i < 100 && !HasFailure(); ++i) {
         draw().expect_cut(random_);
+        draw().expect_same_in_memory(random_);
         if (i % 10 != 0)
             continue;
         draw().expect_clean_teardown();
@@ -107,6 +108,7 @@ TEST(Chains, EndWithTheirSourceAndLeaveNothing)
     std::mt19937 random(3);
     for (int i = 0; i < 500 && !::testing::Test::HasFailure(); ++i) {
         NUV_TableChain::draw(rows(), 5, random).expect_cut(random);
+        NUV_TableChain::draw(rows(), 3, random).expect_same_in_memory(random);
         if (i % 5 == 0)
             NUV_TableChain::draw(rows(), 5, random).expect_clean_teardown();
         if (i % 60 == 0)
