@@ -46,8 +46,8 @@ public:
     void expect_whole() const;
     // From a source that ends early comes the begin of the result, or of runs no more than it has.
     void expect_cut(std::mt19937& random) const;
-    // From memory to memory, which may overlap and may be too short, everything is as it is when each
-    // line is copied at both ends.
+    // From memory to memory, which may overlap and may be too short, everything is as it is when
+    // each line is copied at both ends.
     void expect_same_in_memory(std::mt19937& random) const;
     // Nothing is left when the chain ends before and in the middle of a run.
     void expect_clean_teardown() const;

@@ -68,25 +68,6 @@ bool NUV_Rotate90_1Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src
     return true;
 }
 
-void NUV_Rotate90_1Engine::rotate(Bands bands)
-{
-    if (angle_ != 180) {
-        quarter_turn(bands);
-        return;
-    }
-    for (const NUV_Rotate90Band& band : bands)
-        half_turn(band);
-}
-
-void NUV_Rotate90_1Engine::half_turn(const NUV_Rotate90Band& band) const
-{
-    for (std::uint32_t row = 0; row < band.rows; ++row) {
-        const std::size_t line = band.height - 1 - (band.first_row + row);
-        reverse_bits_(band.src + row * band.src_step, band.plane + line * band.plane_step,
-                      band.width);
-    }
-}
-
 Rotate90Group NUV_Rotate90_1Engine::group(Bands bands, std::uint32_t column) const
 {
     const NUV_Rotate90Band& first = bands.front();
@@ -111,7 +92,7 @@ Rotate90Group NUV_Rotate90_1Engine::group(Bands bands, std::uint32_t column) con
     return group;
 }
 
-void NUV_Rotate90_1Engine::quarter_turn(Bands bands) const
+void NUV_Rotate90_1Engine::rotate(Bands bands)
 {
     const NUV_Rotate90Band& band = bands.front();
     const std::uint32_t last_row = bands.back().first_row + bands.back().rows - 1;

@@ -17,23 +17,6 @@ Rotate90Block::Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const 
 
 void Rotate90Block::rotate(const NUV_Rotate90Band& band) const
 {
-    if (angle_ == 180)
-        half_turn(band);
-    else
-        quarter_turn(band);
-}
-
-void Rotate90Block::half_turn(const NUV_Rotate90Band& band) const
-{
-    for (std::uint32_t row = 0; row < band.rows; ++row) {
-        const std::size_t line = band.height - 1 - (band.first_row + row);
-        mirror_row_(band.src + row * band.src_step, band.plane + line * band.plane_step, band.width,
-                    pixel_bytes_);
-    }
-}
-
-void Rotate90Block::quarter_turn(const NUV_Rotate90Band& band) const
-{
     // So many source lines at a time that the pieces of output lines fill cache lines, while one
     // cache line of each source line stays near for the columns that follow.
     constexpr std::uint32_t tile_rows = 32;

@@ -97,12 +97,15 @@ public:
     // `angle` is 90, 180 or 270. Chooses the fastest forms that `cpu` can run.
     Rotate90Block(std::int32_t angle, std::size_t pixel_bytes, const NUV_Cpu& cpu);
 
+    // For 90 and 270.
     void rotate(const NUV_Rotate90Band& band) const;
+    // For 180, a line of so many pixels.
+    void turn_line(const std::uint8_t* in, std::uint8_t* out, std::size_t width) const
+    {
+        mirror_row_(in, out, width, pixel_bytes_);
+    }
 
 private:
-    void quarter_turn(const NUV_Rotate90Band& band) const;
-    void half_turn(const NUV_Rotate90Band& band) const;
-
     std::int32_t angle_ = 0;
     std::size_t pixel_bytes_ = 0;
     Rotate90TileForm tile_form_ = nullptr; // for 90 and 270

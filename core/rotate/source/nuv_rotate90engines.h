@@ -28,14 +28,12 @@ private:
     using Bands = std::span<const NUV_Rotate90Band>;
 
     void rotate(Bands bands) override;
-    // For quarter turns so many that their lines fill cache lines of the output lines: 8 of 64
-    // lines make 64 bytes.
-    [[nodiscard]] std::size_t bands_at_once() const override
+    void turn_line(const std::uint8_t* in, std::uint8_t* out) const override
     {
-        return angle_ == 180 ? 1 : most_bands;
+        reverse_bits_(in, out, src_width_);
     }
-    void half_turn(const NUV_Rotate90Band& band) const;
-    void quarter_turn(Bands bands) const;
+    // So many that their lines fill cache lines of the output lines: 8 of 64 lines make 64 bytes.
+    [[nodiscard]] std::size_t bands_at_once() const override { return most_bands; }
     // The 8 source lines whose bits make the output bytes number `column`, as far as they lie in
     // the bands.
     [[nodiscard]] Rotate90Group group(Bands bands, std::uint32_t column) const;
@@ -60,6 +58,10 @@ private:
     void rotate(std::span<const NUV_Rotate90Band> bands) override
     {
         rotate_block_.rotate(bands.front());
+    }
+    void turn_line(const std::uint8_t* in, std::uint8_t* out) const override
+    {
+        rotate_block_.turn_line(in, out, src_width_);
     }
     [[nodiscard]] std::size_t bands_at_once() const override { return 1; }
 

@@ -25,6 +25,10 @@ bool NUV_Rotate90PlaneEngine::prepare(NUV_Angle angle, std::uint32_t block, cons
     if (!band_bytes || !plane_bytes)
         return fail(manager(), NUV_ERR_UNSUPPORTED, method);
     plane_bytes_ = *plane_bytes;
+    is_half_ = !angle.exchanges_sides();
+    if (is_half_)
+        return src_buffer_->block_bytes(plane_bytes_) &&
+               dst_buffer_->block_bytes(header_.line_bytes());
     return src_buffer_->block_bytes(*band_bytes) && dst_buffer_->block_bytes(plane_bytes_);
 }
 
@@ -32,8 +36,24 @@ bool NUV_Rotate90PlaneEngine::execute()
 {
     if (row_ >= src_height_)
         return false;
+    if (is_half_)
+        return turn_next_line();
     NUV_OutputBlock plane(*dst_buffer_);
     return plane && rotate_all(plane.as<std::uint8_t>()) && plane.commit(plane_bytes_);
+}
+
+bool NUV_Rotate90PlaneEngine::turn_next_line()
+{
+    if (row_ == 0)
+        source_ = static_cast<const std::uint8_t*>(src_buffer_->get(nullptr));
+    if (!source_)
+        return false;
+    NUV_OutputBlock out(*dst_buffer_);
+    if (!out)
+        return false;
+    ++row_;
+    turn_line(source_ + (src_height_ - row_) * src_line_bytes_, out.as<std::uint8_t>());
+    return out.commit(header_.line_bytes());
 }
 
 bool NUV_Rotate90PlaneEngine::rotate_all(std::uint8_t* plane)

@@ -22,11 +22,19 @@ struct NUV_Rotate90Band {
     std::uint32_t rows = 0;
 };
 
-// The frame of the raw rotations: the source comes in bands of lines, the output is one block.
+// The frame of the raw rotations. For quarter turns the source comes in bands of lines, and the
+// output is one block. For half turns it is the other way round, the source one block and the
+// output lines: a source that stands in memory anyway, or an output that may, needs no second place
+// then.
 class NUV_Rotate90PlaneEngine : public NUV_ProcessEngine {
 public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
+    // Of a plane that is no line, which has memory of its own until it is turned.
+    [[nodiscard]] bool delivers_what_it_writes() const override
+    {
+        return is_half_ || header_.height() > 1;
+    }
     [[nodiscard]] bool execute() override;
 
 protected:
@@ -36,8 +44,11 @@ protected:
 
     static constexpr std::size_t most_bands = 8;
 
-    // Writes all that some bands contribute. They come from the top of the image, as many at a time
-    // as bands_at_once() says, all but the image's last with the same number of lines.
+    // Makes the output line that is this source line from right to left.
+    virtual void turn_line(const std::uint8_t* in, std::uint8_t* out) const = 0;
+    // Quarter turns: writes all that some bands contribute. They come from the top of the image, as
+    // many at a time as bands_at_once() says, all but the image's last with the same number of
+    // lines.
     virtual void rotate(std::span<const NUV_Rotate90Band> bands) = 0;
     // At most most_bands.
     [[nodiscard]] virtual std::size_t bands_at_once() const = 0;
@@ -47,11 +58,14 @@ protected:
     std::size_t src_line_bytes_ = 0;
 
 private:
+    [[nodiscard]] bool turn_next_line();
     [[nodiscard]] bool rotate_all(std::uint8_t* plane);
     [[nodiscard]] bool rotate_some(std::uint8_t* plane);
 
-    std::uint32_t block_ = 0; // lines of a band
-    std::uint32_t row_ = 0;   // lines done
+    bool is_half_ = false;
+    const std::uint8_t* source_ = nullptr; // of a half turn, held for the run
+    std::uint32_t block_ = 0;              // lines of a band
+    std::uint32_t row_ = 0;                // lines done
     std::uint32_t plane_bytes_ = 0;
 };
 
