@@ -24,11 +24,12 @@ PORT = ROOT / "packaging/vcpkg/nuv"
 LIBRARIES = {"PNG": ("libpng-dev", "libpng", "libpng"), "ZLIB": ("zlib1g-dev", "zlib", "zlib")}
 TOOL = {"CLI11": ("libcli11-dev", "cli11", "cli11"),
         "nlohmann_json": ("nlohmann-json3-dev", "nlohmann-json", "nlohmann_json")}
+PYTHON = {"Python": ("python3-dev",), "pybind11": ("pybind11-dev",)}
 # What Debian's packages need to be built beside that.
-DEBIAN_BUILD = {"cmake", "debhelper-compat", "help2man", "ninja-build"}
+DEBIAN_BUILD = {"cmake", "debhelper-compat", "dh-python", "help2man", "ninja-build"}
 # The packages that the files of a component go into.
 PACKAGES = {"runtime": {"libnuv1", "libnuvc0"}, "development": {"libnuv-dev"},
-            "tools": {"nuv-tools"}}
+            "tools": {"nuv-tools"}, "python": {"python3-nuv"}}
 
 problems = []
 
@@ -181,7 +182,8 @@ def check_conan(version, libraries, tool):
 
 
 def check_options():
-    known = set(re.findall(r"option\((NUV_\w+)", text("cmake/nuv_options.cmake")))
+    known = set(re.findall(r"(?:option|set)\((NUV_\w+)",
+                           text("cmake/nuv_options.cmake") + text("python/CMakeLists.txt")))
     for path in ("debian/rules", PORT / "portfile.cmake", "packaging/conan/conanfile.py"):
         check(f"options in {path} that CMake does not know",
               sorted(set(re.findall(r"\bNUV_\w+", text(path))) - known), [])
@@ -193,11 +195,12 @@ def check_dependencies(source, development):
     check_names("find_package of the libraries", found_packages("CMakeLists.txt"),
                 libraries | {"GTest", "benchmark"})
     check_names("find_package of the tool", found_packages("tools/nuv/CMakeLists.txt"), tool)
+    check_names("find_package of the module", found_packages("python/CMakeLists.txt"), set(PYTHON))
     found = re.findall(r"find_dependency\((\w+)", text("wrapper/nuv-config.cmake.in"))
     check_names("find_dependency", set(found), libraries)
     needed = in_column(LIBRARIES, 0)
     check_names("Build-Depends", names(source["Build-Depends"]),
-                needed | in_column(TOOL, 0) | DEBIAN_BUILD)
+                needed | in_column(TOOL, 0) | in_column(PYTHON, 0) | DEBIAN_BUILD)
     check_names("Depends of libnuv-dev", names(development["Depends"]),
                 needed | PACKAGES["runtime"])
     for path in ("wrapper/nuv.pc.in", "api/nuvc.pc.in"):
@@ -212,7 +215,9 @@ def installed(cmake, build, component):
                         f"{folder}/usr"], check=True, stdout=subprocess.DEVNULL)
         files = [path.relative_to(folder).as_posix() for path in Path(folder).rglob("*")
                  if not path.is_dir()]
-    return [re.sub(r"^usr/lib\w*/(?!\w+-linux)", "usr/lib/TRIPLET/", path) for path in files]
+    files = [re.sub(r"/lib/python[\d.]+/site-packages/", "/lib/python3/dist-packages/", path)
+             for path in files]
+    return [re.sub(r"^usr/lib\w*/(?!python3|\w+-linux)", "usr/lib/TRIPLET/", path) for path in files]
 
 
 def main():
@@ -229,6 +234,8 @@ def main():
     check_options()
     for component in PACKAGES:
         files = installed(cmake, build, component)
+        if component == "python" and not files:
+            continue  # a build without the module
         check_files(component, files)
         if component == "runtime":
             check_libraries(files, packages)
