@@ -1,5 +1,7 @@
 #include "core/jpeg/source/nuv_jpegregiststatus.h"
 
+#include <cstdio>
+
 namespace nuv {
 
 NUV_StatusCode jpeg_status_of(NUV_JPEGCode code) noexcept
@@ -42,6 +44,26 @@ bool nuv_jpegregiststatus(NUV_Manager& manager, NUV_JPEGCode code, const char* m
 }
 
 // T.81, table B.1.
+namespace {
+
+// "2x1, 1x1, 1x1": across and down, for each component.
+struct SamplingText {
+    explicit SamplingText(const NUV_JPEGFrame& frame) noexcept
+    {
+        const std::uint32_t key = jpeg_sampling_key(frame);
+        std::size_t used = 0;
+        for (std::size_t left = frame.components; left-- > 0;) {
+            const std::uint32_t factors = key >> (8 * left);
+            used += static_cast<std::size_t>(std::snprintf(text + used, sizeof(text) - used,
+                                                           "%s%ux%u", used != 0 ? ", " : "",
+                                                           (factors >> 4) & 15U, factors & 15U));
+        }
+    }
+    char text[32]{}; // four of them at the most, each with a comma and a space
+};
+
+} // namespace
+
 NUV_Diagnosis jpeg_not_served(const NUV_JPEGHeader& header) noexcept
 {
     const NUV_JPEGFrame& frame = header.frame();
@@ -59,8 +81,8 @@ NUV_Diagnosis jpeg_not_served(const NUV_JPEGHeader& header) noexcept
         return why.says("%u bits a sample (SOF%u)", unsigned{frame.precision}, sof);
     if (frame.components != 1 && frame.components != 3 && frame.components != 4)
         return why.says("%u components", static_cast<unsigned>(frame.components));
-    return why.says("SOF%u with %u bits a sample and the sampling %X", sof,
-                    unsigned{frame.precision}, jpeg_sampling_key(frame));
+    return why.says("SOF%u with %u bits a sample and components sampled %s", sof,
+                    unsigned{frame.precision}, SamplingText(frame).text);
 }
 
 NUV_Diagnosis jpeg_header_trouble(NUV_JPEGCode code, const NUV_JPEGHeader& header) noexcept
