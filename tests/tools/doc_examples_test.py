@@ -69,6 +69,16 @@ def run_lines(text, folder, tool):
     return done.stderr if done.returncode != 0 or (done.stderr and not is_told) else ""
 
 
+def examples_of_help(tool):
+    """Those with which each command ends its help; other than five of them are one that fails."""
+    for command in ("", "info", "convert", "thumbnail", "help"):
+        page = f"nuv {command} --help".replace("  ", " ")
+        told = subprocess.run([tool, *command.split(), "--help"], capture_output=True, text=True,
+                              check=True).stdout
+        lines = told.partition("\nExamples:\n")[2].splitlines()
+        yield from ((page, "sh", line if len(lines) == 5 else "false") for line in lines or [""])
+
+
 def examples():
     """Each as the name of its page, its language and its text."""
     for page in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]:
@@ -85,7 +95,7 @@ def main():
     compiler, include, tool, *libraries = sys.argv[1:]
     count = 0
     failed = 0
-    for page, language, text in examples():
+    for page, language, text in [*examples(), *(examples_of_help(tool) if tool else ())]:
         if language == "sh" and not tool:
             continue
         count += 1

@@ -45,7 +45,7 @@ ROWS = (
     (0, "nuv help rotate; nuv help convert=", "", "nuv convert ... rotate=DEGREES\n*multiple of 90*\nnuv convert ... convert=SLOPE*", ""),
     (0, "nuv help | awk 'length > 100'", "", "", ""),
     # What shells are told, and what bash makes of it.
-    (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert --quality 90 a col; nuv complete convert a b --sampling 41; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),
+    (0, "nuv complete con; nuv complete convert a b col; nuv complete convert a -o c rotate=9; nuv complete convert in.p; nuv complete convert --quality 90 a col; nuv complete convert a b --sampling 41; nuv complete info --max-memory ''; nuv complete info --js; nuv complete help mirror-; nuv complete --ver; nuv complete", "", "convert\t*\ncolor=\t*\nrotate=90\n411\n--json\t*\nmirror-x\nmirror-y\n--version\t*", ""),
     (0, "source $NUV_SOURCE/completion/nuv.bash; t() { COMP_LINE=$1 COMP_POINT=${#1}; _nuv; echo ${COMPREPLY[*]}; }; t 'nuv thu'; t 'nuv convert a\\ b c color=itu'; t 'nuv convert '; t 'nuv info --verify --pr'", "", "thumbnail\nitu-lab\n\n--progress", ""),
     # Control characters, and bytes that are no text, do not reach a terminal.
     (1, r"nuv info $'\\\e[31m\n\x80é\u202e\u009b\xc1\x81'", "", "", r"nuv: \\\x1b[31m\n\x80é\xe2\x80\xae\xc2\x9b\xc1\x81: *"),

@@ -42,8 +42,8 @@ void add_options(const CLI::App& command, Candidates& candidates)
             candidates.add("--" + name, option->get_description());
 }
 
-// The values of an option that has a few, as in "444|422|420|411". False when `name` is no option
-// with a value.
+// The values of an option that has a few, as in "444|422|420|411"; in "N[k|M|G]" stands what they
+// are made of. False when `name` is no option with a value.
 bool add_values(const CLI::App& command, std::string_view name, Candidates& candidates)
 {
     const CLI::Option* const option =
@@ -51,6 +51,8 @@ bool add_values(const CLI::App& command, std::string_view name, Candidates& cand
     if (option == nullptr || option->get_items_expected_max() == 0)
         return false;
     std::string_view values = option->get_option_text();
+    if (values.find('[') != std::string_view::npos)
+        return true;
     while (values.find('|') != std::string_view::npos) {
         candidates.add(values.substr(0, values.find('|')));
         values.remove_prefix(values.find('|') + 1);

@@ -119,9 +119,9 @@ void add_convert(CLI::App& app, ConvertRequest& request)
     command.footer(R"(Examples:
   nuv convert scan.ppm scan.jpg
   nuv convert photo.jpg small.jpg auto-orient max=1600 --quality 85
-  nuv convert *.jpg -o 'gray/%s.pgm' color=gray -j 4
-  nuv convert - - --write jpeg crop=-100,-100,100x100 <photo.jpg >corner.jpg
-  nuv convert samples.bin scan.jpg --input-raw 640x480x3x8:rgb
+  nuv convert photos/*.jpg -o '%s_gray.pgm' color=gray -j 4
+  nuv convert - - --write jpeg crop=-16,-16,16x16 <photo.jpg >corner.jpg
+  nuv convert samples.bin samples.jpg --input-raw 13x5x3x8:rgb
 )");
 }
 

@@ -16,10 +16,10 @@ namespace nuv_tool {
 namespace {
 
 constexpr std::string_view examples = R"(Examples:
-  nuv info scan.tif photo.jpg
+  nuv info scan.ppm photo.jpg
   nuv convert photo.jpg small.jpg auto-orient fit=1600x1200 --quality 85
-  nuv convert fax.tif page.jpg --page 1 rotate=90
-  nuv thumbnail *.jpg -s 256 -o 'small/%s.jpg' -j 4
+  nuv convert pages.tif second.jpg --page 1 rotate=90
+  nuv thumbnail photos/*.jpg -s 256 -o '%s_small.jpg' -j 4
   nuv convert - - --write jpeg <scan.ppm >scan.jpg
 )";
 
@@ -195,6 +195,13 @@ void add_help(CLI::App& app, HelpRequest& request)
         "TOPIC", request.topic,
         "A command, a word of 'nuv convert' (convert= for the one of that name), or all, "
         "colors or size");
+    command.footer(R"(Examples:
+  nuv help
+  nuv help convert
+  nuv help rotate
+  nuv help colors
+  nuv help all
+)");
 }
 
 int run_help(const CLI::App& app, const HelpRequest& request)

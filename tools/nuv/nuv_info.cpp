@@ -44,7 +44,9 @@ Exit status: 0; 1 when one is no picture, or with --verify cannot be decoded; 2 
 Examples:
   nuv info scan.ppm photo.jpg
   nuv info --json photo.jpg
-  nuv info --verify *.jpg
+  nuv info --verify photos/*.jpg
+  nuv info --page 1 pages.tif
+  nuv info - <photo.jpg
 )");
 }
 

@@ -99,7 +99,9 @@ std::string kind_and_storing(const Inspection& told)
     std::string text{text_of(kinds, source.kind)};
     if (std::string_view{source.kind} != "png") // which has no other
         text.append(", ").append(text_of(codings, source.coding));
-    if (source.sampling != 0)
+    if (source.sampling == NUV_SAMPLING_OTHER)
+        text.append(", other sampling");
+    else if (source.sampling != 0)
         text.append(" ").append(sampling_name(source.sampling));
     if (source.quality >= 0)
         text.append(", quality ").append(std::to_string(source.quality));

@@ -32,9 +32,8 @@ void add_thumbnail(CLI::App& app, ThumbnailRequest& request)
     CLI::App& command = *app.add_subcommand("thumbnail", "Make small pictures of pictures");
     command.add_option("FILE", request.sources, "The pictures; - is the standard input")
         ->required();
-    command
-        .add_option("-s,--size", request.size, "The box to fit into, by default 256 for 256x256")
-        ->option_text("N|WxH");
+    command.add_option("-s,--size", request.size, "The box to fit into, by default 256; see below")
+        ->option_text("SIZE");
     command.add_flag("--fill", request.fill,
                      "Cover the box, and cut off what stands over on both sides");
     command.add_flag("--enlarge", request.enlarge,
@@ -45,13 +44,16 @@ void add_thumbnail(CLI::App& app, ThumbnailRequest& request)
         "is another one");
     add_writing(command, request.writing);
     command.footer(
-        R"(Pictures are scaled as by 'fine', and turned as their files say that they are to be seen. Those that
-fit into the box already keep their size.
+        R"(SIZE is 256 for a box of 256 x 256 pixels, or 320x240. A picture keeps its proportions:
+of 4000x3000 pixels -s 256 makes 256x192, and with --fill 256x256, of which the picture
+covers all. One that fits into the box already keeps its size, but for --enlarge.
+
+Pictures are scaled as by 'fine', and turned as their files say that they are to be seen.
 
 Examples:
   nuv thumbnail photo.jpg -o small.jpg
-  nuv thumbnail *.jpg -s 256 -o 'thumbs/%s.jpg' -j 4
-  nuv thumbnail *.tif -s 120x90 --fill -o '%d/%s_small.jpg'
+  nuv thumbnail photos/*.jpg -s 256 -o '%s_small.jpg' -j 4
+  nuv thumbnail photos/*.jpg -s 120x90 --fill -o '%d/%s_icon.jpg'
   nuv thumbnail icon.png -s 64 --enlarge -o icon64.ppm
   nuv thumbnail - -s 100 -o - --write jpeg <photo.jpg >small.jpg
 )");
