@@ -40,8 +40,9 @@ struct NUV_Job {
     NUV_Numbers& numbers;
     std::vector<std::uint8_t> source = {};
     std::size_t read = 0;
-    std::uint64_t line_bytes = 0; // once lines are read
-    std::uint32_t calls_left = 0; // until a function of the caller wants no more; 0 for never
+    std::uint64_t line_bytes = 0;  // once lines are read
+    std::uint64_t given_bytes = 0; // of a line of the caller's function
+    std::uint32_t calls_left = 0;  // until a function of the caller wants no more; 0 for never
 
     bool is_enough() { return calls_left > 0 && --calls_left == 0; }
 };
@@ -164,6 +165,13 @@ ptrdiff_t read_more(void* user, void* into, std::size_t bytes)
     return static_cast<ptrdiff_t>(got);
 }
 
+int give_line(void* user, std::uint32_t line, void* into)
+{
+    auto& it = *static_cast<NUV_Job*>(user);
+    std::fill_n(static_cast<std::uint8_t*>(into), it.given_bytes, static_cast<std::uint8_t>(line));
+    return static_cast<int>(it.is_enough());
+}
+
 // Calls.
 
 // A function behind its arguments, which are made from left to right.
@@ -185,6 +193,15 @@ void open_bytes(NUV_Job& it)
         nuv_open_stream(it.job, read_more, &it);
     else
         nuv_open_memory(it.job, it.source.data(), it.source.size());
+}
+
+void open_lines(NUV_Job& it)
+{
+    if (it.given_bytes != 0)
+        return; // which the source of a job may ask for
+    const nuv_picture& is = *picture(it);
+    it.given_bytes = (std::uint64_t{is.channels} * is.bits * is.width + 7) / 8;
+    nuv_open_lines(it.job, give_line, &it, &is);
 }
 
 void multiply(NUV_Job& it)
@@ -231,6 +248,7 @@ using Call = void (*)(NUV_Job& it);
 constexpr Call calls[] = {
     open_bytes<false>,
     open_bytes<true>,
+    open_lines,
     call<nuv_open_samples, memory, below<std::size_t, most_stride>, picture>,
     call<nuv_open_planes, planes, below<std::size_t, most_stride>, picture>,
     call<nuv_open_file, one_of<paths>>,

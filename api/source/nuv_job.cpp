@@ -221,6 +221,7 @@ void nuv_job::note_damage() noexcept
         return;
     const auto line = static_cast<long long>(std::max<std::int64_t>(damage.first_line, 0) + 1);
     if (limits.strict != 0) {
+        failure.line = line - 1;
         refuse(NUV_DAMAGED, "The source is damaged from line %lld of %u on.", line, source_lines);
         return;
     }
@@ -261,6 +262,13 @@ bool nuv_job::allows_size(std::uint64_t width, std::uint64_t height) noexcept
         return false;
     }
     return true;
+}
+
+void nuv_job::let_go_of_source() noexcept
+{
+    info.reset();
+    source.reset();
+    stream.free();
 }
 
 bool nuv_job::append(const char* name, nuv::NUV_Engine* next) noexcept

@@ -54,6 +54,8 @@ struct nuv_job {
     [[nodiscard]] bool must_be(JobStage wanted, const char* name) noexcept;
     // False after NUV_LIMIT.
     [[nodiscard]] bool allows_size(std::uint64_t width, std::uint64_t height) noexcept;
+    // Behind a run, whose result may stay for long: what was open need not.
+    void let_go_of_source() noexcept;
     // Puts `next` behind the chain, or takes the reason why there is none.
     bool append(const char* name, nuv::NUV_Engine* next) noexcept;
     [[nodiscard]] const nuv::NUV_Header& header() const { return *last->header(); }

@@ -20,6 +20,7 @@
 #include <string_view>
 
 #include "api/source/nuv_codes.h"
+#include "api/source/nuv_inputs.h"
 #include "api/source/nuv_job.h"
 #include "api/source/nuv_records.h"
 
@@ -306,6 +307,27 @@ void open_bytes(nuv_job& job, const std::uint8_t* data, std::size_t bytes)
     return reader;
 }
 
+// One picture, line by line from the caller. Null after a failure.
+[[nodiscard]] nuv::NUV_Engine* read_lines(nuv_job& job, nuv_give_line give, void* user,
+                                          const NUV_Header& header)
+{
+    constexpr std::int32_t host_order = 1;
+
+    const std::uint64_t bytes = std::uint64_t{header.line_bytes()} * header.height();
+    if (bytes > static_cast<std::uint64_t>(nuv::last_stream_position)) {
+        refuse_count(job, "The picture", bytes);
+        return nullptr;
+    }
+    const auto lines = nuv::make_initiated<nuv::NUV_LineInputStorage>(
+        *job.manager, give, user, header.line_bytes(), header.height());
+    nuv::NUV_Engine* reader =
+        lines ? nuv::NUV_ReadStorage(*job.manager).engine(lines.get(), &header, 0, 0, host_order)
+              : nullptr;
+    if (!reader)
+        job.take_failure();
+    return reader;
+}
+
 // One picture, or one channel of it, that lies as such in a file from `offset` on. Null after a
 // failure.
 [[nodiscard]] nuv::NUV_Engine* read_file(nuv_job& job, const NUV_Header& header,
@@ -457,6 +479,21 @@ nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size_t strid
         begin_with(it, merge(it, *is, name, [&](std::uint16_t i) {
                        return read_samples(it, planes[i], stride, header, name);
                    }));
+    });
+}
+
+nuv_status nuv_open_lines(nuv_job* job, nuv_give_line give, void* user, const nuv_picture* is)
+{
+    constexpr auto name = "nuv_open_lines";
+
+    return nuv::guarded(job, [=](nuv_job& it) {
+        NUV_Header header(*it.manager);
+        if (!it.must_be(JobStage::fresh, name) || !describe(it, is, header, name))
+            return;
+        if (!give)
+            it.refuse(NUV_BAD_CALL, "%s(): there is no function.", name);
+        else
+            begin_with(it, read_lines(it, give, user, header));
     });
 }
 

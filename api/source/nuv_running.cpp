@@ -160,6 +160,8 @@ void run(nuv_job& job, NUV_OutputStorage* storage, nuv_progress progress, void* 
         run_chain(job, *storage, progress, user);
     job.last = nullptr;
     job.note_damage();
+    if (job.status == NUV_OK)
+        job.let_go_of_source();
 }
 
 void refuse_file(nuv_job& job, int error) noexcept

@@ -97,6 +97,18 @@ TEST(ApiJob, TakesEverySourceAndGivesToEveryDestination)
     EXPECT_EQ(stream.to, all);
 }
 
+int give_line(void*, std::uint32_t line, void* into)
+{
+    std::copy_n(&samples[std::size_t{line} * 3 * width], 3 * width,
+                static_cast<std::uint8_t*>(into));
+    return 0;
+}
+
+int give_three_lines(void* user, std::uint32_t line, void* into)
+{
+    return line == 3 ? 1 : give_line(user, line, into);
+}
+
 TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
 {
     const std::size_t line = std::size_t{3} * width;
@@ -107,6 +119,10 @@ TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
         return nuv_open_samples(job, spread.data(), line * 2, &picture);
     };
     EXPECT_EQ(api_made(open, nothing), samples);
+    EXPECT_EQ(
+        api_made([](nuv_job* job) { return nuv_open_lines(job, give_line, nullptr, &picture); },
+                 nothing),
+        samples);
     const ApiBytes planes =
         api_made(open_rgb, nothing, [](nuv_job* j) { return nuv_as_samples(j, 1); });
     ASSERT_EQ(planes.size(), samples.size());
@@ -284,6 +300,7 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         {NUV_DAMAGED, "", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/stream_too_short.tif").c_str()); }},
         {NUV_DAMAGED, "line 2 of 2 is not there", [&](nuv_job* j) { open_bytes(short_one)(j); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
         {NUV_BAD_CALL, "nuv_open_samples(): the record", [&](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, &wrong); }},
+        {NUV_IO, "The source cannot be read: the function that gives its lines failed.", [](nuv_job* j) { nuv_open_lines(j, give_three_lines, nullptr, &picture); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
         {NUV_BAD_CALL, "into a stride of 5", [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 5, &picture); }},
         {NUV_BAD_CALL, "nuv_crop(): nothing is open yet.", [](nuv_job* j) { return nuv_crop(j, 0, 0, 1, 1); }},
         {NUV_BAD_CALL, "nuv_crop(): the arguments do not fit a picture of 61 x 40", [](nuv_job* j) { open_rgb(j); return nuv_crop(j, 61, 0, 1, 1); }},
@@ -350,6 +367,7 @@ TEST(ApiJob, RefusesNullsEverywhere)
         {0, [](nuv_job* j) { return nuv_open_samples(j, nullptr, 0, &picture); }},
         {0, [](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, nullptr); }},
         {0, [](nuv_job* j) { return nuv_open_planes(j, nullptr, 0, &picture); }},
+        {0, [](nuv_job* j) { return nuv_open_lines(j, nullptr, nullptr, &picture); }},
         {0, [](nuv_job* j) { return nuv_open_samples_file(j, nullptr, &picture, 0); }},
         {1, [](nuv_job* j) { return nuv_look(j, nullptr); }},
         {1, [](nuv_job* j) { return nuv_why(j, nullptr); }},

@@ -173,6 +173,9 @@ typedef int (*nuv_progress)(void* user, uint32_t lines_done, uint32_t lines);
 typedef int (*nuv_wants_end)(void* user);
 /* Up to `bytes` bytes of the source; how many came, 0 at the end, less for a failure. */
 typedef ptrdiff_t (*nuv_read)(void* user, void* into, size_t bytes);
+/* Line `line` of the samples, from 0 on, each once and in this order: all its bytes, without a gap
+   between its pixels. Not 0 for a failure. */
+typedef int (*nuv_give_line)(void* user, uint32_t line, void* into);
 /* The next bytes of the result, all of them. Not 0 for a failure. */
 typedef int (*nuv_write)(void* user, const void* from, size_t bytes);
 
@@ -218,18 +221,23 @@ NUV_API uint64_t nuv_memory_peak(const nuv_job* job);
 NUV_API nuv_status nuv_page(nuv_job* job, uint32_t page);
 /* A regular file of less than 2 GiB. Its kind is found out by its content. */
 NUV_API nuv_status nuv_open_file(nuv_job* job, const char* path);
-/* A stored picture in memory, which stays the caller's and has to stay as long as the job. */
+/* A stored picture in memory, which stays the caller's and has to stay until a run has ended well,
+   or as long as the job. */
 NUV_API nuv_status nuv_open_memory(nuv_job* job, const void* data, size_t bytes);
 /* A stored picture, read to its end before this returns and kept; the limit of memory counts. */
 NUV_API nuv_status nuv_open_stream(nuv_job* job, nuv_read read, void* user);
-/* Samples in memory, which stay the caller's and have to stay as long as the job: unsigned, of 1,
-   8, 16 or 32 bits. `stride` is the distance of two lines in bytes, 0 for lines without a gap. */
+/* Samples in memory, which stay the caller's and have to stay as those of nuv_open_memory():
+   unsigned, of 1, 8, 16 or 32 bits. `stride` is the distance of two lines in bytes, 0 for lines
+   without a gap. */
 NUV_API nuv_status nuv_open_samples(nuv_job* job, const void* data, size_t stride,
                                     const nuv_picture* is);
 /* The same with each channel in a plane of its own: is->channels pointers. */
 NUV_API nuv_status nuv_open_planes(nuv_job* job, const void* const* planes, size_t stride,
                                    const nuv_picture* is);
-
+/* The same line by line, as they are wanted: for samples that lie apart, or are not there yet. The
+   function has to last as the memory of nuv_open_samples() does. */
+NUV_API nuv_status nuv_open_lines(nuv_job* job, nuv_give_line give, void* user,
+                                  const nuv_picture* is);
 /* Samples in a file, which has nothing before them and no gaps: lines that start on bytes, or, with
    `planar` not 0, one channel of such lines behind the other. What follows them is ignored; of a
    file that is too short NUV_DAMAGED. */
