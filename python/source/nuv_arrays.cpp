@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "python/source/nuv_errors.h"
+#include "python/source/nuv_watch.h"
 
 namespace nuv_python {
 
@@ -79,10 +80,13 @@ py::array Lines::next()
     void* const into = band.mutable_data();
     std::uint32_t got = 0;
     {
-        const py::gil_scoped_release unlocked;
-        nuv_read_lines(job.get(), into, layout_.line_bytes, lines_, &got);
+        Watch watch(job.get());
+        {
+            const py::gil_scoped_release unlocked;
+            nuv_read_lines(job.get(), into, layout_.line_bytes, lines_, &got);
+        }
+        watch.check(source_->name());
     }
-    check(job.get(), source_->name());
     if (got == 0) {
         warn_of_damage(job.get(), source_->name());
         throw py::stop_iteration();

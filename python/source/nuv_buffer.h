@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <pybind11/pybind11.h>
 #include <string_view>
@@ -27,7 +28,8 @@ public:
     [[nodiscard]] std::uint16_t sample_bits() const noexcept
     {
         std::string_view format = view_.format ? view_.format : "B";
-        if (!format.empty() && (format[0] == '@' || format[0] == '=' || format[0] == '<'))
+        constexpr char host_order = std::endian::native == std::endian::little ? '<' : '>';
+        if (!format.empty() && (format[0] == '@' || format[0] == '=' || format[0] == host_order))
             format.remove_prefix(1);
         if (format == "?")
             return 1;

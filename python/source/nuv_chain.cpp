@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "python/source/nuv_errors.h"
+#include "python/source/nuv_watch.h"
 
 namespace nuv_python {
 
@@ -11,11 +12,13 @@ nuv::JobHandle job_of(const Chain& chain)
     nuv::JobHandle job(nuv_new(&chain.limits));
     if (!job)
         throw std::bad_alloc();
+    Watch watch(job.get());
     {
         const py::gil_scoped_release unlocked;
         nuv_page(job.get(), chain.page);
         chain.source->open(job.get());
     }
+    watch.check(chain.source->name());
     for (const auto& operation : chain.operations)
         (*operation)(job.get());
     check(job.get(), chain.source->name());

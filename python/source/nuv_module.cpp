@@ -5,6 +5,7 @@
 #include "python/source/nuv_bindings.h"
 #include "python/source/nuv_errors.h"
 #include "python/source/nuv_sources.h"
+#include "python/source/nuv_watch.h"
 #include "python/source/nuv_words.h"
 
 namespace nuv_python {
@@ -71,14 +72,15 @@ private:
     const nuv_limits asked = limits.limits();
     const auto from = stored_picture(source, asked.memory_bytes);
     const nuv::JobHandle job(nuv_new(&asked));
+    Watch watch(job.get());
     {
         const py::gil_scoped_release unlocked;
         nuv_page(job.get(), page);
         from->open(job.get());
     }
     const nuv_source is = source_of(job.get());
-    if (is.kind[0] == '\0')
-        check(job.get(), from->name());
+    if (is.kind[0] == '\0' || nuv_state(job.get()) == NUV_CANCELLED)
+        watch.check(from->name());
     const auto word = [](std::int32_t code) -> py::object {
         switch (code) {
         case 0:

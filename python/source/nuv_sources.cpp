@@ -1,6 +1,6 @@
 #include "python/source/nuv_sources.h"
 
-#include <string_view>
+#include <cstring>
 #include <utility>
 
 #include "python/source/nuv_buffer.h"
@@ -73,6 +73,16 @@ private:
     }
 }
 
+// Copies `count` samples, which lie `from_step` bytes apart, so that they are `to_step` bytes
+// apart.
+template <class T>
+void gather(const char* from, Py_ssize_t from_step, char* to, Py_ssize_t to_step,
+            std::uint32_t count) noexcept
+{
+    for (std::uint32_t i = 0; i < count; ++i, from += from_step, to += to_step)
+        std::memcpy(to, from, sizeof(T));
+}
+
 // Samples of a Python object, as they lie there.
 class Samples final : public Source {
 public:
@@ -81,7 +91,8 @@ public:
     {
         const Py_buffer& view = buffer_.view();
         is_.size = sizeof(is_);
-        is_.bits = buffer_.sample_bits();
+        is_bits_ = buffer_.sample_bits() == 1;
+        is_.bits = is_bits_ ? std::uint16_t{8} : buffer_.sample_bits();
         if (is_.bits == 0)
             throw py::value_error("samples are of bool, uint8, uint16 or uint32, in the machine's "
                                   "order of bytes");
@@ -96,12 +107,12 @@ public:
 
     void open(nuv_job* job) const override
     {
-        nuv_picture is = is_;
-        if (is_.bits == 1) // one in a byte
-            is.bits = 8;
         const Py_buffer& view = buffer_.view();
-        nuv_open_samples(job, view.buf, static_cast<std::size_t>(view.strides[0]), &is);
-        if (is_.bits == 1)
+        if (has_whole_lines())
+            nuv_open_samples(job, view.buf, static_cast<std::size_t>(view.strides[0]), &is_);
+        else
+            nuv_open_lines(job, give, const_cast<Samples*>(this), &is_);
+        if (is_bits_) // one in a byte
             nuv_convert(job, NUV_UNSIGNED, 1, 1, 1);
     }
 
@@ -119,9 +130,42 @@ private:
             return NUV_GRAY;
         return is_.channels == 3 ? NUV_RGB : NUV_COLOR_OTHER;
     }
+    // A single channel may have any stride.
+    [[nodiscard]] Py_ssize_t channel_stride() const noexcept
+    {
+        const Py_buffer& view = buffer_.view();
+        return is_.channels == 1 ? view.itemsize : view.strides[2];
+    }
+    // That the samples of a line lie side by side, and its lines one behind the other.
+    [[nodiscard]] bool has_whole_lines() const noexcept
+    {
+        const Py_buffer& view = buffer_.view();
+        const Py_ssize_t pixel_bytes = view.itemsize * is_.channels;
+        return channel_stride() == view.itemsize &&
+               (is_.width == 1 || view.strides[1] == pixel_bytes) &&
+               view.strides[0] >= pixel_bytes * static_cast<Py_ssize_t>(is_.width);
+    }
+
+    static int give(void* user, std::uint32_t line, void* into) noexcept
+    {
+        const auto& it = *static_cast<const Samples*>(user);
+        const Py_buffer& view = it.buffer_.view();
+        const char* const from =
+            static_cast<const char*>(view.buf) + static_cast<Py_ssize_t>(line) * view.strides[0];
+        const auto gather_samples = it.is_.bits == 8    ? gather<std::uint8_t>
+                                    : it.is_.bits == 16 ? gather<std::uint16_t>
+                                                        : gather<std::uint32_t>;
+        for (std::uint16_t i = 0; i < it.is_.channels; ++i) {
+            gather_samples(from + i * it.channel_stride(), view.strides[1],
+                           static_cast<char*>(into) + i * view.itemsize,
+                           view.itemsize * it.is_.channels, it.is_.width);
+        }
+        return 0;
+    }
 
     Buffer buffer_;
     nuv_picture is_{};
+    bool is_bits_ = false;
 };
 
 } // namespace
