@@ -158,8 +158,8 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
         return stored_.open(allocator_, header_, geometry_, input_, restart_rows_);
     const auto color = converts_to_rgb() ? NUV_JPEGSequential::Color::rgb_from_ycc
                                          : NUV_JPEGSequential::Color::as_stored;
-    return sequential_.open(allocator_, header_, geometry_, input_, band_, color, restart_rows_,
-                            cpu_);
+    return sequential_.open(allocator_, header_, geometry_, input_, band_, tables_, color,
+                            restart_rows_, cpu_);
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::open_band() noexcept

@@ -69,6 +69,9 @@ public:
     // For a stream without restart interval whose scans begin anew after so many lines, with or
     // without a restart marker between; 0 for one that does not.
     void set_restart_rows(std::uint32_t rows) noexcept { restart_rows_ = rows; }
+    // Where a sequential picture has its Huffman tables: they are built anew only where they differ
+    // from those of the picture before. They outlive the decoder; null for its own.
+    void set_tables(NUV_JPEGScanTables* tables) noexcept { tables_ = tables; }
 
     // NUV_JPEGCode::wrong_state unless a header with a scan has just been read,
     // NUV_JPEGCode::unsupported, NUV_JPEGCode::bad_parameter for settings that do not go together
@@ -123,6 +126,7 @@ private:
     std::int32_t component_filter_ = -1;
     bool luminance_only_ = false;
     std::uint32_t restart_rows_ = 0;
+    NUV_JPEGScanTables* tables_ = nullptr;
 
     NUV_JPEGGeometry geometry_;
     std::size_t first_ = 0; // component that is delivered

@@ -4,21 +4,29 @@ namespace nuv {
 
 NUV_JPEGCode NUV_JPEGScanTables::open(const NUV_JPEGAllocator& allocator) noexcept
 {
-    return memory_.allocate(allocator, 2 * NUV_JPEGStoredTables::destinations)
-               ? NUV_JPEGCode::good
-               : NUV_JPEGCode::no_memory;
+    constexpr std::size_t count = 2 * NUV_JPEGStoredTables::destinations;
+    if (places_.size() == count)
+        return NUV_JPEGCode::good;
+    if (!places_.allocate(allocator, count))
+        return NUV_JPEGCode::no_memory;
+    for (std::size_t i = 0; i < count; ++i)
+        places_[i].source.defined = false;
+    return NUV_JPEGCode::good;
 }
 
 NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
                                        const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept
 {
-    std::bitset<2 * NUV_JPEGStoredTables::destinations> built;
-    const auto build_one = [&](const NUV_JPEGStoredTables::Huffman& table, std::size_t place) {
-        if (built[place])
+    const auto build_one = [&](const NUV_JPEGStoredTables::Huffman& source, std::size_t index) {
+        Place& place = places_[index];
+        if (place.source.defined && place.source == source)
             return true;
-        built[place] = true;
-        return table.defined && huffman_decode_wide_init(table.counts.data(), table.symbols.data(),
-                                                         &memory_[place]) == NUV_JPEGResult::good;
+        place.source.defined = false;
+        if (!source.defined || huffman_decode_wide_init(source.counts.data(), source.symbols.data(),
+                                                        &place.table) != NUV_JPEGResult::good)
+            return false;
+        place.source = source;
+        return true;
     };
     for (std::size_t i = 0; i < scan.components; ++i) {
         const NUV_JPEGScanHeader::Component& component = scan.component[i];

@@ -21,25 +21,31 @@ class NUV_JPEGScanTables {
 public:
     enum class Kinds : std::uint8_t { dc, ac, both };
 
+    // What is open already stays as it is.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator) noexcept;
-    void close() noexcept { memory_.free(); }
+    void close() noexcept { places_.free(); }
 
-    // From what is in force at the beginning of a scan. NUV_JPEGCode::bad_segment for a table that
-    // is missing or inconsistent.
+    // From what is in force at the beginning of a scan; tables that are built of the same stay.
+    // NUV_JPEGCode::bad_segment for a table that is missing or inconsistent.
     [[nodiscard]] NUV_JPEGCode build(const NUV_JPEGStoredTables& stored,
                                      const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept;
 
     [[nodiscard]] const NUV_JPEGWideTable& dc(std::size_t destination) const noexcept
     {
-        return memory_[destination];
+        return places_[destination].table;
     }
     [[nodiscard]] const NUV_JPEGWideTable& ac(std::size_t destination) const noexcept
     {
-        return memory_[NUV_JPEGStoredTables::destinations + destination];
+        return places_[NUV_JPEGStoredTables::destinations + destination].table;
     }
 
 private:
-    NUV_JPEGMemory<NUV_JPEGWideTable> memory_; // DC, then AC
+    struct Place {
+        NUV_JPEGStoredTables::Huffman source; // not defined: there is no table yet
+        NUV_JPEGWideTable table;
+    };
+
+    NUV_JPEGMemory<Place> places_; // DC, then AC
 };
 
 // The quantisers of the components, each taken when the first scan of its component begins.

@@ -10,16 +10,17 @@ namespace nuv {
 NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
                                       const NUV_JPEGHeader& header,
                                       const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                      NUV_JPEGBand& band, Color color, std::uint32_t restart_rows,
-                                      const NUV_Cpu& cpu) noexcept
+                                      NUV_JPEGBand& band, NUV_JPEGScanTables* shared, Color color,
+                                      std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept
 {
     geometry_ = geometry;
     band_ = &band;
     color_ = color;
     primitives_ = &jpeg_primitives(cpu);
-    NUV_JPEGCode code = tables_.open(allocator);
+    NUV_JPEGScanTables& tables = shared ? *shared : own_tables_;
+    NUV_JPEGCode code = tables.open(allocator);
     if (is_good(code))
-        code = tables_.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
+        code = tables.build(header.tables(), header.scan(), NUV_JPEGScanTables::Kinds::both);
     if (is_good(code))
         code = factors_.take(header, header.scan());
     if (!is_good(code))
@@ -27,18 +28,19 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
 
     scan_.emplace(input);
     scan_->begin(header.frame(), geometry_.mcus_across, geometry_.unit_rows_of(restart_rows, 1));
-    return lay_out_slots(allocator, header.scan());
+    return lay_out_slots(allocator, header.scan(), tables);
 }
 
 void NUV_JPEGSequential::close() noexcept
 {
-    tables_.close();
+    own_tables_.close();
     blocks_.free();
 }
 
 // T.81, A.2.3: the blocks of an MCU come in the order of the scan header.
 NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocator,
-                                               const NUV_JPEGScanHeader& scan) noexcept
+                                               const NUV_JPEGScanHeader& scan,
+                                               const NUV_JPEGScanTables& tables) noexcept
 {
     constexpr std::size_t alignment = 32; // bytes
 
@@ -49,8 +51,8 @@ NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocato
         for (std::uint32_t down = 0; down < plane.vertical; ++down) {
             for (std::uint32_t across = 0; across < plane.horizontal; ++across) {
                 slots_[slot_count_++] = {
-                    .dc_table = &tables_.dc(component.dc_table),
-                    .ac_table = &tables_.ac(component.ac_table),
+                    .dc_table = &tables.dc(component.dc_table),
+                    .ac_table = &tables.ac(component.ac_table),
                     .previous_dc = &scan_->previous_dc()[component.index],
                     .component = component.index,
                     .across = across,

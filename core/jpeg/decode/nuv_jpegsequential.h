@@ -21,9 +21,11 @@ public:
 
     // The header stands behind the SOS of its first scan, which has all components; the geometry
     // is that of its frame. `restart_rows` above 0 counts lines: see NUV_JPEGDecoder.
+    // `tables` may be somebody else's, which outlive this, or null.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
-                                    NUV_JPEGInput& input, NUV_JPEGBand& band, Color color,
+                                    NUV_JPEGInput& input, NUV_JPEGBand& band,
+                                    NUV_JPEGScanTables* tables, Color color,
                                     std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
@@ -46,7 +48,8 @@ private:
     static constexpr std::size_t most_slots = jpeg_most_components * 16;
 
     [[nodiscard]] NUV_JPEGCode lay_out_slots(const NUV_JPEGAllocator& allocator,
-                                             const NUV_JPEGScanHeader& scan) noexcept;
+                                             const NUV_JPEGScanHeader& scan,
+                                             const NUV_JPEGScanTables& tables) noexcept;
     [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits) noexcept;
     void put_mcu(std::size_t mcu) noexcept;
     void put_rgb_mcu(std::size_t mcu) noexcept;
@@ -56,7 +59,7 @@ private:
     NUV_JPEGBand* band_ = nullptr;
     Color color_ = Color::as_stored;
     const NUV_JPEGPrimitives* primitives_ = nullptr;
-    NUV_JPEGScanTables tables_;
+    NUV_JPEGScanTables own_tables_;
     NUV_JPEGScanFactors factors_;
     std::optional<NUV_JPEGScanReader> scan_;
     std::array<Slot, most_slots> slots_;

@@ -110,7 +110,7 @@ bool NUV_DecodeJPEGEngine::look_at_stream(std::size_t index, NUV_DstBuffer* dst)
 
 bool NUV_DecodeJPEGEngine::start()
 {
-    const NUV_JPEGCode code = internal().start_decode(divisor_);
+    const NUV_JPEGCode code = internal().start_decode(divisor_, streams_ ? &tables_ : nullptr);
     const bool is_known = code != NUV_JPEGCode::unsupported;
     if (!internal().raise(code, "initiate()", is_known ? NUV_Diagnosis() : internal().not_served()))
         return false;
@@ -146,6 +146,7 @@ bool NUV_DecodeJPEGEngine::begin_stream()
 bool NUV_DecodeJPEGEngine::cleanup()
 {
     reference_.reset();
+    tables_.close();
     return NUV_ReadEngine::cleanup();
 }
 

@@ -116,7 +116,9 @@ bool NUV_JPEGInfoInternal::initiate(NUV_InputStorage* storage, const NUV_ColorTy
         decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage), manager().cpu());
     if (is_good(code))
         code = decoder_.read_header(tables ? &tables->tables() : nullptr);
-    return raise(code, "get_jpeginfo()", jpeg_header_trouble(code, decoder_.header()));
+    // Strips are many: a header without trouble costs no text.
+    return is_good(code) ||
+           raise(code, "get_jpeginfo()", jpeg_header_trouble(code, decoder_.header()));
 }
 
 bool NUV_JPEGInfoInternal::finish()
@@ -174,8 +176,9 @@ bool NUV_JPEGInfoInternal::has_adobe() const noexcept
            nullptr;
 }
 
-NUV_JPEGCode NUV_JPEGInfoInternal::start_decode(std::uint32_t scale)
+NUV_JPEGCode NUV_JPEGInfoInternal::start_decode(std::uint32_t scale, NUV_JPEGScanTables* tables)
 {
+    decoder_.set_tables(tables);
     decoder_.set_scale(scale);
     return decoder_.start_decode();
 }
@@ -193,6 +196,8 @@ NUV_Diagnosis NUV_JPEGInfoInternal::not_served() const noexcept
 bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, const NUV_Diagnosis& why,
                                  NUV_Here here)
 {
+    if (is_good(code))
+        return true;
     std::array<char, 64> method{};
     std::snprintf(method.data(), method.size(), "NUV_JPEGInfoInternal::%s", name);
     if (code == NUV_JPEGCode::io)

@@ -70,8 +70,8 @@ public:
     [[nodiscard]] bool has_g3fax() const noexcept;
     [[nodiscard]] bool has_adobe() const noexcept;
 
-    // What NUV_JPEGDecoder answers. `scale` divides the size.
-    [[nodiscard]] NUV_JPEGCode start_decode(std::uint32_t scale);
+    // What NUV_JPEGDecoder answers. `scale` divides the size; `tables` as it takes them.
+    [[nodiscard]] NUV_JPEGCode start_decode(std::uint32_t scale, NUV_JPEGScanTables* tables);
     [[nodiscard]] NUV_JPEGCode read_line(void* line);
     [[nodiscard]] const NUV_JPEGDecoder& decoder() const noexcept { return decoder_; }
 

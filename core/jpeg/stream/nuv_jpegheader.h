@@ -24,6 +24,8 @@ struct NUV_JPEGStoredTables {
         bool defined = false;
         std::array<std::uint8_t, 16> counts{}; // of the codes of 1 to 16 bits
         std::array<std::uint8_t, 256> symbols{};
+
+        [[nodiscard]] bool operator==(const Huffman&) const = default;
     };
 
     std::array<Quantiser, destinations> quantisers;

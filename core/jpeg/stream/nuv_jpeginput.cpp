@@ -13,6 +13,7 @@ NUV_JPEGCode NUV_JPEGInput::open(const NUV_JPEGAllocator& allocator,
     source_ = source;
     position_ = 0;
     size_ = 0;
+    piece_ = first_piece_bytes;
     at_end_ = false;
     next_offset_ = source_.position(source_.storage);
     if (next_offset_ < 0)
@@ -37,7 +38,8 @@ NUV_JPEGCode NUV_JPEGInput::fill() noexcept
             source_.position(source_.storage) != next_offset_)
             return NUV_JPEGCode::io;
     }
-    const std::int32_t room = buffer_bytes - size_;
+    const std::int32_t room = std::min(buffer_bytes - size_, piece_);
+    piece_ = std::min(4 * piece_, buffer_bytes);
     const std::int32_t got = source_.read(source_.storage, buffer_.data() + size_, room);
     if (got <= 0) {
         at_end_ = true;

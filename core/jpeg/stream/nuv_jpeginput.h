@@ -68,6 +68,9 @@ public:
     [[nodiscard]] NUV_JPEGCode want_more() noexcept;
 
 private:
+    // Of many streams no more than the header is read, or there is hardly more.
+    static constexpr std::int32_t first_piece_bytes = 4096;
+
     [[nodiscard]] NUV_JPEGCode fill() noexcept;
     void move_to_front() noexcept;
     void drop_fill_bytes() noexcept;
@@ -77,6 +80,7 @@ private:
     std::int32_t position_ = 0;    // of the next unread byte in the buffer
     std::int32_t size_ = 0;        // of what is in the buffer
     std::int32_t next_offset_ = 0; // of the byte behind it in the storage
+    std::int32_t piece_ = 0;       // bytes that are read at once
     bool at_end_ = false;
 };
 
