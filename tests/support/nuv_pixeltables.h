@@ -27,7 +27,7 @@ namespace nuv {
 
 // Entries of `bits` bits for each of `channels` channels.
 [[nodiscard]] inline NUV_Append appending_table(std::uint16_t bits, std::uint16_t channels,
-                                                const NUV_DataType* type, Bytes bytes)
+                                                const NUV_DataType* type, const Bytes& bytes)
 {
     return [=](NUV_TestChain& chain) {
         const auto table = make_table(chain.manager(), bits, channels, type, bytes);
@@ -37,8 +37,8 @@ namespace nuv {
 
 // A matrix of as many columns as the numbers fill.
 template <class Creator = NUV_ColorMatrix>
-[[nodiscard]] NUV_Append appending_matrix(std::uint32_t rows, std::vector<double> numbers,
-                                          std::vector<double> offsets, bool use_fixed,
+[[nodiscard]] NUV_Append appending_matrix(std::uint32_t rows, const std::vector<double>& numbers,
+                                          const std::vector<double>& offsets, bool use_fixed,
                                           const NUV_ColorType* target = nullptr)
 {
     return [=](NUV_TestChain& chain) {
@@ -52,7 +52,7 @@ template <class Creator = NUV_ColorMatrix>
 // A table of `points` points an axis, whose samples lie in the bytes.
 [[nodiscard]] inline NUV_Append appending_grid(std::uint16_t bits, std::uint16_t inputs,
                                                std::uint16_t outputs, std::uint32_t points,
-                                               Bytes bytes,
+                                               const Bytes& bytes,
                                                const NUV_ColorType* target = NUV_ColorType::none)
 {
     return [=](NUV_TestChain& chain) {

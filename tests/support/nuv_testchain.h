@@ -33,7 +33,7 @@ public:
 
 // An image for a test. One 8-bit gray pixel unless it says otherwise. In the order of reading, not
 // of the least padding.
-struct NUV_TestImage { // NOLINT(clang-analyzer-optin.performance.Padding)
+struct NUV_TestImage {
     std::uint32_t width = 1;
     std::uint32_t height = 1;
     std::uint16_t channels = 1;

@@ -70,7 +70,7 @@ NUV_DrawnOperation merge_and_select(const Image& in, std::mt19937& random)
     std::vector<double> color;
     for (std::uint32_t left = up_to(random, 3); left > 0; --left)
         color.push_back(static_cast<double>(random() % 2 == 0 ? in.minimum() : in.maximum()));
-    const auto all = static_cast<std::uint32_t>(2 * in.channels + color.size());
+    const auto all = static_cast<std::uint32_t>(std::size_t{2} * in.channels + color.size());
     const auto first = static_cast<std::uint32_t>(random() % all);
     const std::uint32_t count = up_to(random, std::min(all - first, 5U));
     const auto append = [=](NUV_TestChain& chain) {
@@ -205,7 +205,7 @@ NUV_DrawnOperation matrix(const Image& in, std::mt19937& random)
     constexpr double largest[] = {1, 1, 20, 60000};
     const double range = largest[random() % std::size(largest)];
     const std::uint32_t rows = up_to(random, 4);
-    std::vector<double> factors(rows * in.channels);
+    std::vector<double> factors(std::size_t{rows} * in.channels);
     std::vector<double> offsets(rows);
     for (auto* numbers : {&factors, &offsets}) {
         for (double& number : *numbers)

@@ -231,8 +231,10 @@ NUV_DrawnOperation select_by_ratios(const Image& in, std::mt19937& random)
 }
 
 // The draw of Creator by one of the three above.
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a template takes none
 #define NUV_DRAW(how, creator, scale)                                                              \
     [](const Image& in, std::mt19937& random) { return how<creator>(in, random, scale); }
+// NOLINTEND(bugprone-macro-parentheses)
 
 } // namespace
 

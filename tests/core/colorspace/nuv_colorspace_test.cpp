@@ -155,7 +155,8 @@ TEST(ColorSpace, StaysNearLittleCMS)
                       {Color::itu_lab, 1.2, 33}};
     const Reference reference;
     for (int i = 0; i < 11 * 11 * 11; ++i) {
-        const Part rgb{i % 11 / 10.0, i / 11 % 11 / 10.0, i / 121 / 10.0};
+        const int tenths[] = {i % 11, i / 11 % 11, i / 121};
+        const Part rgb{tenths[0] / 10.0, tenths[1] / 10.0, tenths[2] / 10.0};
         const Part least = reference.seen_as(Color::itu_lab, rgb); // the narrowest
         if (*std::min_element(least.begin(), least.end()) < 0 ||
             *std::max_element(least.begin(), least.end()) > 1)

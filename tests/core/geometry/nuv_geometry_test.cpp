@@ -44,8 +44,8 @@ TEST(Geometry, GivesTheseResults)
     expect_result("columns of bits", bits, {0xC0, 0x3F, 0x01, 0x9F}, appending<NUV_CropWidth>(7U, 4U), {0x10, 0xC0});
     expect_result("a far corner", six, all, appending<NUV_Crop>(1U, 2U, far, far), {6});
     expect_result("lines, cut", six, some(5), appending<NUV_CropHeight>(1U, 2U), {3, 4});
-    expect_result("nearest, cut", {.width = 4, .height = 6}, tens(14), appending<NUV_ScaleNN>(8U, 12U), tens(8 * 6));
-    expect_result("linear, cut", {.width = 4, .height = 6}, tens(14), appending<NUV_ScaleLI>(4U, 12U), tens(4 * 5));
+    expect_result("nearest, cut", {.width = 4, .height = 6}, tens(14), appending<NUV_ScaleNN>(8U, 12U), tens(48));
+    expect_result("linear, cut", {.width = 4, .height = 6}, tens(14), appending<NUV_ScaleLI>(4U, 12U), tens(20));
     expect_result("mask, cut", {.width = 10, .height = 20}, tens(95), appending<NUV_ScaleI2VAR>(10U, 40U), tens(150));
     // clang-format on
     expect_result("runs, cut", run_description(6, 2), records_of({{3, 5}, end}),

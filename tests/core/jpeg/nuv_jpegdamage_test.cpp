@@ -255,7 +255,7 @@ TEST(JPEGLosslessDecoder, FillsLostRowsAndGoesOnAtTheNextInterval)
             const bool is_lost = &changed == damaged ? y == 12 : y == 2 || y == 3;
             ASSERT_EQ(decoded.codes[y], is_lost ? Code::damaged_lines : Code::good) << y;
             if (is_lost)
-                std::fill_n(expected.begin() + y * 38, 38, std::uint8_t{0x80});
+                std::fill_n(expected.begin() + std::ptrdiff_t{38} * y, 38, std::uint8_t{0x80});
         }
         ASSERT_EQ(decoded.picture.samples, expected);
     }

@@ -150,7 +150,7 @@ std::vector<JPEGReferencePlane> coefficients_by_reference(const Bytes& stream)
             plane.blocks_across = component.width_in_blocks;
             std::copy_n(component.quant_table->quantval, 64, plane.quantisers.begin());
             for (JDIMENSION y = 0; y < component.height_in_blocks; ++y) {
-                const JBLOCKROW row = coder.mem->access_virt_barray(
+                JBLOCKROW row = coder.mem->access_virt_barray(
                     reinterpret_cast<j_common_ptr>(&coder), arrays[c], y, 1, FALSE)[0];
                 for (JDIMENSION x = 0; x < component.width_in_blocks; ++x) {
                     auto& block = plane.blocks.emplace_back();

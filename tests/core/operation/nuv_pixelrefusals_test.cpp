@@ -184,7 +184,7 @@ TEST(PixelRefusals, OfShiftsLimitsAndBits)
 TEST(PixelRefusals, OfConstants)
 {
     // The header that stands in front is taken for another image.
-    const auto fill = [](std::vector<double> color) -> NUV_Append {
+    const auto fill = [](const std::vector<double>& color) -> NUV_Append {
         return [=](NUV_TestChain& chain) {
             return NUV_ConstantColor(chain.manager())
                        .engine(chain.last() ? &chain.header() : nullptr, color) != nullptr;
@@ -243,7 +243,7 @@ TEST(PixelRefusals, OfMatrices)
     const NUV_TestImage srgb{.channels = 3, .color_type = Color::s_rgb};
     const NUV_Matrix* none = nullptr;
     for (const bool fixed : {false, true}) {
-        const auto matrix = [&](std::uint32_t rows, const Reals& numbers, Reals offsets = {},
+        const auto matrix = [&](std::uint32_t rows, const Reals& numbers, const Reals& offsets = {},
                                 const Color* target = nullptr) {
             return appending_matrix(rows, numbers, offsets, fixed, target);
         };

@@ -146,7 +146,8 @@ void add_matrices(NUV_Checksum& sum, std::uint16_t bits)
             const std::uint32_t rows = i % 4 + 1;
             const double largest = i / 8 == 0 ? 1 : i / 8 == 1 ? 20 : 60000;
             std::vector<double> numbers;
-            for (const auto n : random_samples<std::int32_t>(rows * (columns + 1U), rows + columns))
+            for (const auto n :
+                 random_samples<std::int32_t>(std::size_t{rows} * (columns + 1U), rows + columns))
                 numbers.push_back(n / 2147483648.0 * largest);
             const auto end_of_factors = numbers.end() - rows;
             add_result(sum, image, samples,

@@ -63,7 +63,7 @@ TEST(PixelValues, OfConversions)
 
 TEST(PixelValues, OfTables)
 {
-    const auto entries = random_samples<std::uint8_t>(256 * 8, 1);
+    const auto entries = random_samples<std::uint8_t>(std::size_t{256} * 8, 1);
     NUV_TestChain chain;
     chain.source<std::uint8_t>({.width = 2, .color_type = NUV_ColorType::gray}, {0, 255});
     {
