@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks that the documents name what exists: files that they link, files and folders that they put
-between backquotes, and names of the code. Prints one line for each that is not there and exits 1 if
-there is any.
+between backquotes, and names of the code; and that the site has each document in its menu. Prints one
+line for each that is not there and exits 1 if there is any.
 
     tools/check_docs.py
 
@@ -20,6 +20,7 @@ QUOTED = re.compile(r"`([^`]+)`")
 FILE = re.compile(r"[\w./-]+\.(?:cmake|cpp|h|inc|json|map|md|py|sh|txt)")
 FOLDER = re.compile(r"[\w/.-]+/|(?:core|extension|framework|fuzz|tests|tools|wrapper)/[\w/]+")
 NAME = re.compile(r"\bNUV_\w+|\b[a-z]+(?:_[a-z0-9]+)+(?=\()")
+IN_MENU = re.compile(r": ([\w./-]+\.md)$", re.MULTILINE)
 PLACEHOLDER = re.compile(r"nuv_op|nuv_x|choose_(?:op|x)\b|NUV_Op|NUV_X(?:Engine)?$|core/op")
 ABOUT = {"docs/jpeg.md": "core/jpeg", "docs/adding_an_operation.md": "core/mirror",
          "docs/style.md": "core/mirror"}
@@ -51,6 +52,15 @@ def missing_in(document, base_names, code):
                 yield name
 
 
+def missing_in_menu(paths):
+    """Documents that mkdocs.yml does not name as they lie in the site."""
+    menu = IN_MENU.findall((ROOT / "mkdocs.yml").read_text(encoding="utf-8"))
+    for path in paths:
+        place = path.removeprefix("docs/").replace("README.md", "index.md")
+        if re.fullmatch(r"docs/.*\.md|[A-Z_]+\.md", path) and place not in menu:
+            yield "mkdocs.yml", f"{place} in the menu"
+
+
 def main():
     paths = files()
     base_names = {Path(path).name for path in paths}
@@ -58,6 +68,7 @@ def main():
                    if Path(path).suffix in {".cmake", ".cpp", ".h", ".json", ".py", ".sh", ".txt"})
     missing = [(document, name) for document in paths if document.endswith(".md")
                for name in missing_in(document, base_names, code)]
+    missing += missing_in_menu(paths)
     for document, name in missing:
         print(f"{document}: there is no {name}")
     return 1 if missing else 0
