@@ -1,5 +1,7 @@
 """What `nuv info` tells, and what the program says of itself and of commands that mean nothing."""
 
+import shutil
+
 # pylint: disable=line-too-long
 ROWS = (
     (0, "nuv info in.ppm fax_t6.tif photo.jpg", "", "in.ppm      33x17  3x8  rgb           PNM, uncompressed\nfax_t6.tif  13x5   1x1  gray-reverse  TIFF, facsimile T.6\nphoto.jpg   33x17  3x8  ycbcr         JPEG (JFIF), sequential 4:2:0, quality 90", ""),
@@ -50,3 +52,11 @@ ROWS = (
     # Control characters, and bytes that are no text, do not reach a terminal.
     (1, r"nuv info $'\\\e[31m\n\x80é\u202e\u009b\xc1\x81'", "", "", r"nuv: \\\x1b[31m\n\x80é\xe2\x80\xae\xc2\x9b\xc1\x81: *"),
 )
+
+# What other shells make of the completion, where they are: a line that is typed, tabs included.
+IN_SHELLS = {
+    "fish": (0, "fish --no-execute $NUV_SOURCE/completion/nuv.fish && fish -c 'source $NUV_SOURCE/completion/nuv.fish; for t in \"nuv thu\" \"nuv convert a b color=itu\" \"nuv info in.p\"; complete -C $t; end'", "", "thumbnail\t*\ncolor=itu-lab\t*\nin.ppm*", ""),
+    "zsh": (0, "zsh -n $NUV_SOURCE/completion/_nuv && echo \"fpath=($NUV_SOURCE/completion \\$fpath); autoload -U compinit; compinit -u -D\" >folder/.zshrc; printf 'nuv thu\\t--help\\nnuv convert in.p\\to.ppm inv\\t\\nexit\\n' | ZDOTDIR=folder script -qec 'zsh -i' /dev/null | grep -ao 'Usage: nuv thumbnail'", "o.ppm", "Usage: nuv thumbnail", "", "pnminvert in.ppm | cmp - o.ppm"),
+}
+ROWS += tuple(row for shell, row in IN_SHELLS.items()
+              if shutil.which(shell) or print(f"{shell} is not there: its completion is not tried"))
