@@ -7,11 +7,20 @@
 
 namespace nuv_python {
 
+nuv::JobHandle new_job(const nuv_limits& limits)
+{
+    nuv::JobHandle job(nuv_new(&limits));
+    if (job)
+        return job;
+    if (const nuv::JobHandle any{nuv_new(nullptr)})
+        raise("LimitError", "A limit of the job is passed: " + std::to_string(limits.memory_bytes) +
+                                " bytes are too few for any.");
+    throw std::bad_alloc();
+}
+
 nuv::JobHandle job_of(const Chain& chain)
 {
-    nuv::JobHandle job(nuv_new(&chain.limits));
-    if (!job)
-        throw std::bad_alloc();
+    nuv::JobHandle job = new_job(chain.limits);
     Watch watch(job.get());
     {
         const py::gil_scoped_release unlocked;

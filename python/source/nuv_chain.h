@@ -38,6 +38,9 @@ struct Chain {
     std::vector<std::shared_ptr<const Operation>> operations;
 };
 
+// Throws where the limits, or the system, have no memory for it.
+[[nodiscard]] nuv::JobHandle new_job(const nuv_limits& limits);
+
 // A job of its own that has the whole chain. Throws what Python calls its failure.
 [[nodiscard]] nuv::JobHandle job_of(const Chain& chain);
 

@@ -60,7 +60,8 @@ namespace {
     const auto type = py::reinterpret_borrow<py::object>(PyExc_OSError);
     if (why.system_error == 0)
         return type(EIO, message, path);
-    return type(why.system_error, std::strerror(why.system_error), path);
+    const char* const usual = std::strerror(why.system_error);
+    return type(why.system_error, std::strstr(message, usual) ? usual : message, path);
 }
 
 } // namespace

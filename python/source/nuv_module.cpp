@@ -71,7 +71,7 @@ private:
 {
     const nuv_limits asked = limits.limits();
     const auto from = stored_picture(source, asked.memory_bytes);
-    const nuv::JobHandle job(nuv_new(&asked));
+    const nuv::JobHandle job = new_job(asked);
     Watch watch(job.get());
     {
         const py::gil_scoped_release unlocked;

@@ -156,7 +156,7 @@ struct Table {
         bits = buffer.sample_bits();
         const Py_buffer& view = buffer.view();
         if (bits < 8)
-            throw py::value_error("a table is of uint8, uint16 or uint32");
+            raise("CallError", "a table is of uint8, uint16 or uint32");
         shape.assign(view.shape, view.shape + view.ndim);
         const auto* const begin = static_cast<const char*>(view.buf);
         bytes = std::make_shared<const std::string>(begin, begin + view.len);
@@ -172,11 +172,11 @@ struct Table {
     const Table table(entries);
     const auto axes = table.shape.size();
     if (axes != 1 && axes != 2)
-        throw py::value_error("a table has the shape (entries,) or (channels, entries)");
+        raise("CallError", "a table has the shape (entries,) or (channels, entries)");
     const Py_ssize_t count = table.shape.back();
     const Py_ssize_t channels = axes == 2 ? table.shape.front() : 1;
     if (count > 65536 || channels > 65535)
-        throw py::value_error("a table has up to 65536 entries for a channel");
+        raise("CallError", "a table has up to 65536 entries for a channel");
     return self.with([=](nuv_job* job) {
         nuv_table(job, table.bytes->data(), static_cast<std::uint32_t>(count),
                   static_cast<std::uint16_t>(channels), table.bits);
@@ -192,8 +192,8 @@ struct Table {
     for (std::size_t axis = 1; good && axis < is.channels; ++axis)
         good = table.shape[axis] == table.shape[0];
     if (!good)
-        throw py::value_error("a table of colours has an axis of points for each channel, all of "
-                              "them equal, then one of outputs, and the picture's type");
+        raise("CallError", "a table of colours has an axis of points for each channel, all of "
+                           "them equal, then one of outputs, and the picture's type");
     return self.with([=](nuv_job* job) {
         nuv_color_table(job, table.bytes->data(), static_cast<std::uint32_t>(table.shape.front()),
                         static_cast<std::uint16_t>(table.shape.back()), color_of(color));
@@ -206,11 +206,11 @@ struct Table {
     std::vector<double> factors;
     for (const auto& row : rows) {
         if (row.size() != self.picture().channels)
-            throw py::value_error("a row of the matrix has a factor for each channel");
+            raise("CallError", "a row of the matrix has a factor for each channel");
         factors.insert(factors.end(), row.begin(), row.end());
     }
     if (rows.size() > 65535 || (!offsets.empty() && offsets.size() != rows.size()))
-        throw py::value_error("there are as many offsets as rows, or none");
+        raise("CallError", "there are as many offsets as rows, or none");
     return self.with([factors = std::move(factors), offsets = std::move(offsets),
                       count = static_cast<std::uint16_t>(rows.size()), color](nuv_job* job) {
         nuv_matrix(job, factors.data(), count, offsets.empty() ? nullptr : offsets.data(),
