@@ -34,11 +34,11 @@ def files():
 
 
 def missing_in(document, base_names, code):
-    text = (ROOT / document).read_text(encoding="utf-8")
+    text = BLOCK.sub("", (ROOT / document).read_text(encoding="utf-8"))
     for link in LINK.findall(text):
         if "://" not in link and not (ROOT / document).parent.joinpath(link).exists():
             yield link
-    for quoted in sorted(set(QUOTED.findall(BLOCK.sub("", text)))):
+    for quoted in sorted(set(QUOTED.findall(text))):
         if PLACEHOLDER.search(quoted) or quoted.startswith("build/"):
             continue
         if FILE.fullmatch(quoted) or FOLDER.fullmatch(quoted):
