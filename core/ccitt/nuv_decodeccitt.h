@@ -3,7 +3,7 @@
 #include "core/ccitt/nuv_ccittoption.h"
 #include "core/include/nuv_decode.h"
 #include "framework/base/nuv_tags.h"
-#include "framework/containers/nuv_vector.h"
+#include "framework/containers/nuv_packednumbers.h"
 
 #include <cstdint>
 #include <span>
@@ -37,18 +37,18 @@ protected:
     NUV_DecodeCCITT(NUV_Manager& manager, Use use, const Option& option) noexcept;
 
     [[nodiscard]] NUV_Engine* engine_of_strips(NUV_Engine* previous, std::uint32_t rows_per_strip,
-                                               std::span<const std::uint32_t> strip_byte_counts);
+                                               const NUV_PackedNumbers& strip_byte_counts);
     [[nodiscard]] NUV_Engine* engine_of_strips(NUV_InputStorage* storage, const NUV_Header& header,
                                                std::uint32_t rows_per_strip,
-                                               NUV_Vector<std::uint32_t>& offsets,
-                                               NUV_Vector<std::uint32_t>& byte_counts);
+                                               NUV_PackedNumbers& offsets,
+                                               NUV_PackedNumbers& byte_counts);
 
 private:
     [[nodiscard]] NUV_Engine* append_decoder(NUV_Engine& previous) override;
 
     Option option_;
     std::uint32_t rows_per_strip_ = 0;
-    std::span<const std::uint32_t> strip_byte_counts_;
+    const NUV_PackedNumbers* strip_byte_counts_ = nullptr;
 };
 
 // The same for the data of a TIFF image, whose tags are the option. `strip_byte_counts` are those
@@ -65,17 +65,16 @@ public:
     {}
 
     [[nodiscard]] NUV_Engine* engine(NUV_Engine* previous, std::uint32_t rows_per_strip,
-                                     std::span<const std::uint32_t> strip_byte_counts)
+                                     const NUV_PackedNumbers& strip_byte_counts)
     {
         return Base::engine_of_strips(previous, rows_per_strip, strip_byte_counts);
     }
     // The lines of the image with `header` from strips that are data of their own, wherever they
-    // are in a storage that nobody else moves meanwhile. The vectors, of one length, are taken
-    // over. What a strip lacks comes as bad lines; the next one begins anew.
+    // are in a storage that nobody else moves meanwhile. The numbers, as many of both, are
+    // taken over. What a strip lacks comes as bad lines; the next one begins anew.
     [[nodiscard]] NUV_Engine* engine(NUV_InputStorage* storage, const NUV_Header& header,
-                                     std::uint32_t rows_per_strip,
-                                     NUV_Vector<std::uint32_t>& offsets,
-                                     NUV_Vector<std::uint32_t>& byte_counts)
+                                     std::uint32_t rows_per_strip, NUV_PackedNumbers& offsets,
+                                     NUV_PackedNumbers& byte_counts)
     {
         return Base::engine_of_strips(storage, header, rows_per_strip, offsets, byte_counts);
     }

@@ -2,6 +2,7 @@
 
 #include "core/tiff/nuv_tifftaggetter.h"
 #include "framework/containers/nuv_basicstring.h"
+#include "framework/containers/nuv_packednumbers.h"
 #include "framework/containers/nuv_vector.h"
 
 #include <cstdint>
@@ -81,9 +82,9 @@ public:
     std::uint32_t tile_width = 0;
     NUV_Vector<ExtraSample> extra_samples;
     Predictor predictor = Predictor::absent;
-    NUV_Vector<std::uint32_t> strip_offsets;
-    NUV_Vector<std::uint32_t> strip_byte_counts; // 0: to the end of the storage
-    std::uint32_t jpeg_interchange_format = 0;   // offset of a whole JPEG stream
+    NUV_PackedNumbers strip_offsets;
+    NUV_PackedNumbers strip_byte_counts;       // 0: to the end of the storage
+    std::uint32_t jpeg_interchange_format = 0; // offset of a whole JPEG stream
     std::uint32_t jpeg_interchange_format_length = 0;
     NUV_Vector<std::uint8_t> jpeg_tables;
     PhotometricInterpretation photometric_interpretation = PhotometricInterpretation::absent;

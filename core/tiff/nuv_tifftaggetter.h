@@ -4,6 +4,7 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/containers/nuv_basicstring.h"
+#include "framework/containers/nuv_packednumbers.h"
 #include "framework/containers/nuv_vector.h"
 
 #include <algorithm>
@@ -42,7 +43,7 @@ public:
         QDTIFF_Tag* tag = sound_tag(number);
         if (!tag)
             return true;
-        if (!values.resize(tag->count()))
+        if (!make_room(*tag, values))
             return fail(manager(), NUV_ERR_MEMORY, method);
         const std::size_t count = copy(*tag, values);
         if (count == tag->count())
@@ -73,6 +74,10 @@ public:
     }
 
 protected:
+    [[nodiscard]] virtual bool make_room(QDTIFF_Tag& tag, C& values)
+    {
+        return values.resize(tag.count());
+    }
     // How many elements came.
     [[nodiscard]] virtual std::size_t copy(QDTIFF_Tag& tag, C& values) = 0;
 
@@ -108,23 +113,33 @@ private:
     }
 };
 
-// Elements of T that are turned into others, a piece at a time.
-template <class T, class E, class Turn>
-[[nodiscard]] std::size_t get_turned(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag,
-                                     std::span<E> values, Turn turn)
+// All elements as those of T: take(piece) for as many at a time as `bytes` hold. How many came.
+template <class T, std::size_t bytes = 1024, class Take>
+[[nodiscard]] std::size_t take_pieces(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag,
+                                      Take take)
 {
-    std::array<T, 1024 / sizeof(T)> piece;
+    std::array<T, bytes / sizeof(T)> piece;
     std::size_t done = 0;
-    while (done < values.size()) {
-        const std::size_t wanted = std::min(piece.size(), values.size() - done);
+    while (done < tag.count()) {
+        const std::size_t wanted = std::min<std::size_t>(piece.size(), tag.count() - done);
         const std::size_t got =
             tag.get(directory.values(), std::span<T>(piece).first(wanted), done);
-        std::transform(piece.data(), piece.data() + got, values.data() + done, turn);
+        take(std::span<const T>(piece).first(got));
         done += got;
         if (got < wanted)
             break;
     }
     return done;
+}
+
+// Elements of T that are turned into others, for which there is room.
+template <class T, class E, class Turn>
+[[nodiscard]] std::size_t get_turned(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag, E* to,
+                                     Turn turn)
+{
+    return take_pieces<T>(directory, tag, [&](std::span<const T> piece) {
+        to = std::transform(piece.begin(), piece.end(), to, turn);
+    });
 }
 
 // Enumerators by their numbers of type T, which may be any.
@@ -136,7 +151,7 @@ public:
 private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<E>& values) override
     {
-        return get_turned<T>(this->directory_, tag, values.items(),
+        return get_turned<T>(this->directory_, tag, values.data(),
                              [](T value) { return static_cast<E>(value); });
     }
 };
@@ -150,10 +165,20 @@ private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<R>& values) override
     {
         return get_turned<QDTIFF_Rational_T<T>>(
-            this->directory_, tag, values.items(), [](const QDTIFF_Rational_T<T>& value) {
+            this->directory_, tag, values.data(), [](const QDTIFF_Rational_T<T>& value) {
                 return R{value.numerator, value.denominator, true};
             });
     }
+};
+
+// Integers in no more bytes than the tag has for them.
+class NUV_TIFFNumbersGetter final : public NUV_TIFFTagGetter<std::uint32_t, NUV_PackedNumbers> {
+public:
+    using NUV_TIFFTagGetter::NUV_TIFFTagGetter;
+
+private:
+    [[nodiscard]] bool make_room(QDTIFF_Tag& tag, NUV_PackedNumbers& values) override;
+    [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_PackedNumbers& values) override;
 };
 
 // The characters of a tag, the zero at their end among them.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/containers/nuv_vector.h"
+#include "framework/containers/nuv_packednumbers.h"
 #include "framework/io/nuv_decorator.h"
 
 #include <cstdint>
@@ -17,12 +17,12 @@ public:
           byte_counts_(manager)
     {}
 
-    // Offsets in the inner storage, and bytes, of each strip, in vectors that are taken over.
-    // NUV_ERR_ARGUMENT for a null; false without a status for no strips and for vectors of
-    // different lengths. A first strip that cannot be reached makes an empty stream, of which
+    // Offsets in the inner storage, and bytes, of each strip; they are taken over.
+    // NUV_ERR_ARGUMENT for a null; false without a status for no strips and for unequal numbers of
+    // both. A first strip that cannot be reached makes an empty stream, of which
     // to_begin() is false.
-    [[nodiscard]] bool initiate(NUV_InputStorage* inner, NUV_Vector<std::uint32_t>&& offsets,
-                                NUV_Vector<std::uint32_t>&& byte_counts);
+    [[nodiscard]] bool initiate(NUV_InputStorage* inner, NUV_PackedNumbers&& offsets,
+                                NUV_PackedNumbers&& byte_counts);
 
     [[nodiscard]] std::int32_t get() override;
     // Ends, besides at the end of the last strip, where a strip cannot be reached or breaks off.
@@ -43,8 +43,8 @@ public:
 private:
     [[nodiscard]] bool enter_strip(std::size_t index);
 
-    NUV_Vector<std::uint32_t> offsets_;
-    NUV_Vector<std::uint32_t> byte_counts_;
+    NUV_PackedNumbers offsets_;
+    NUV_PackedNumbers byte_counts_;
     std::size_t strip_ = 0;
     std::uint32_t read_in_strip_ = 0;
     bool reached_ = false; // the current strip

@@ -10,15 +10,13 @@
 
 namespace nuv {
 
-bool NUV_CCITTDataInStream::initiate(NUV_SrcBuffer* src,
-                                     std::span<const std::uint32_t> strip_byte_counts)
+bool NUV_CCITTDataInStream::initiate(NUV_SrcBuffer* src, const NUV_PackedNumbers* strip_byte_counts)
 {
     src_ = src;
-    if (strip_byte_counts.empty())
+    if (!strip_byte_counts || strip_byte_counts->empty())
         return true;
-    if (!strip_byte_counts_.resize(strip_byte_counts.size()))
+    if (!strip_byte_counts_.copy(*strip_byte_counts))
         return false;
-    std::ranges::copy(strip_byte_counts, strip_byte_counts_.data());
     strip_end_ = strip_byte_counts_[0];
     return true;
 }
@@ -65,9 +63,8 @@ std::span<const std::uint8_t> NUV_CCITTDataInStream::take(std::uint64_t most)
     return taken;
 }
 
-void NUV_CCITTStripsInStream::initiate(NUV_InputStorage& storage,
-                                       NUV_Vector<std::uint32_t>& offsets,
-                                       NUV_Vector<std::uint32_t>& byte_counts) noexcept
+void NUV_CCITTStripsInStream::initiate(NUV_InputStorage& storage, NUV_PackedNumbers& offsets,
+                                       NUV_PackedNumbers& byte_counts) noexcept
 {
     storage_ = &storage;
     offsets_.swap(offsets);

@@ -2,7 +2,7 @@
 
 #include "core/ccitt/codec/nuv_qdccittdecoder.h"
 #include "framework/base/nuv_held.h"
-#include "framework/containers/nuv_vector.h"
+#include "framework/containers/nuv_packednumbers.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,9 +19,9 @@ class NUV_CCITTDataInStream final : public QDCCITTDecoder::DataInStream {
 public:
     explicit NUV_CCITTDataInStream(NUV_Manager& manager) noexcept : strip_byte_counts_(manager) {}
 
-    // `strip_byte_counts` are copied; without any the data is in one piece. False without memory.
-    [[nodiscard]] bool initiate(NUV_SrcBuffer* src,
-                                std::span<const std::uint32_t> strip_byte_counts);
+    // `strip_byte_counts` are copied; without any, or a null, the data is in one piece. False
+    // without memory.
+    [[nodiscard]] bool initiate(NUV_SrcBuffer* src, const NUV_PackedNumbers* strip_byte_counts);
 
     // What is left of the block or of the strip, whichever ends first.
     [[nodiscard]] std::span<const std::uint8_t> read() override;
@@ -41,7 +41,7 @@ private:
     [[nodiscard]] std::span<const std::uint8_t> take(std::uint64_t most);
 
     NUV_SrcBuffer* src_ = nullptr;
-    NUV_Vector<std::uint32_t> strip_byte_counts_;
+    NUV_PackedNumbers strip_byte_counts_;
     std::size_t strip_ = 0;
     std::uint64_t strip_end_ = 0; // offsets in the data
     std::uint64_t position_ = 0;
@@ -57,9 +57,9 @@ public:
           byte_counts_(manager)
     {}
 
-    // The storage is the holder's; the vectors, of one length, are taken over.
-    void initiate(NUV_InputStorage& storage, NUV_Vector<std::uint32_t>& offsets,
-                  NUV_Vector<std::uint32_t>& byte_counts) noexcept;
+    // The storage is the holder's; the numbers, as many of both, are taken over.
+    void initiate(NUV_InputStorage& storage, NUV_PackedNumbers& offsets,
+                  NUV_PackedNumbers& byte_counts) noexcept;
 
     // Goes on to a strip, of which `piece` bytes are read at once, or a block where that is less.
     // False without memory. A strip that is not there has no bytes.
@@ -68,8 +68,8 @@ public:
 
 private:
     NUV_InputStorage* storage_ = nullptr;
-    NUV_Vector<std::uint32_t> offsets_;
-    NUV_Vector<std::uint32_t> byte_counts_;
+    NUV_PackedNumbers offsets_;
+    NUV_PackedNumbers byte_counts_;
     std::uint32_t left_ = 0;  // of the strip
     std::uint32_t piece_ = 0; // bytes
     NUV_Scratch<std::uint8_t> block_;

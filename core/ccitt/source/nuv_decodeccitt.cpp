@@ -62,14 +62,13 @@ const NUV_EncodeType* NUV_DecodeCCITT<Option, form>::encode_type() const noexcep
 
 template <class Option, NUV_CCITTForm form>
 NUV_Engine* NUV_DecodeCCITT<Option, form>::engine_of_strips(
-    NUV_Engine* previous, std::uint32_t rows_per_strip,
-    std::span<const std::uint32_t> strip_byte_counts)
+    NUV_Engine* previous, std::uint32_t rows_per_strip, const NUV_PackedNumbers& strip_byte_counts)
 {
     rows_per_strip_ = rows_per_strip;
-    strip_byte_counts_ = strip_byte_counts;
+    strip_byte_counts_ = &strip_byte_counts;
     NUV_Engine* const decoder = NUV_Decode::engine(previous);
     rows_per_strip_ = 0;
-    strip_byte_counts_ = {}; // which are the caller's
+    strip_byte_counts_ = nullptr; // which are the caller's
     return decoder;
 }
 
@@ -77,8 +76,8 @@ template <class Option, NUV_CCITTForm form>
 NUV_Engine* NUV_DecodeCCITT<Option, form>::engine_of_strips(NUV_InputStorage* storage,
                                                             const NUV_Header& header,
                                                             std::uint32_t rows_per_strip,
-                                                            NUV_Vector<std::uint32_t>& offsets,
-                                                            NUV_Vector<std::uint32_t>& byte_counts)
+                                                            NUV_PackedNumbers& offsets,
+                                                            NUV_PackedNumbers& byte_counts)
 {
     return append_reader<EngineOf<Option, form>>(storage, &header, option_, rows_per_strip,
                                                  &offsets, &byte_counts);

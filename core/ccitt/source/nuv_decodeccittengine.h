@@ -17,12 +17,12 @@ namespace nuv {
 // What a decoder reads: coded data in a row, which may have strips, or strips that are data of
 // their own, wherever they are in a storage. Each has `rows` lines, but for the last.
 struct NUV_CCITTInput {
-    std::uint32_t rows = 0; // 0: all, there are no strips
+    std::uint32_t rows = 0; // 0: all
     NUV_SrcBuffer* src = nullptr;
-    std::span<const std::uint32_t> byte_counts_in_a_row = {};
-    NUV_InputStorage* storage = nullptr;          // in place of a source
-    NUV_Vector<std::uint32_t>* offsets = nullptr; // these two are taken over
-    NUV_Vector<std::uint32_t>* byte_counts = nullptr;
+    const NUV_PackedNumbers* byte_counts_in_a_row = nullptr; // null: there are no strips
+    NUV_InputStorage* storage = nullptr;                     // in place of a source
+    NUV_PackedNumbers* offsets = nullptr;                    // these two are taken over
+    NUV_PackedNumbers* byte_counts = nullptr;
 };
 
 // What the decoders of both forms have in common: coded data in, a line a step out.
@@ -157,7 +157,7 @@ public:
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const typename Coding::Option& option, std::uint32_t rows_per_strip,
-                                std::span<const std::uint32_t> strip_byte_counts)
+                                const NUV_PackedNumbers* strip_byte_counts)
     {
         return initiate_from(
             header, dst, option,
@@ -165,8 +165,8 @@ public:
     }
     [[nodiscard]] bool initiate(NUV_InputStorage* storage, const NUV_Header* header,
                                 NUV_DstBuffer* dst, const typename Coding::Option& option,
-                                std::uint32_t rows_per_strip, NUV_Vector<std::uint32_t>* offsets,
-                                NUV_Vector<std::uint32_t>* byte_counts)
+                                std::uint32_t rows_per_strip, NUV_PackedNumbers* offsets,
+                                NUV_PackedNumbers* byte_counts)
     {
         return initiate_from(header, dst, option,
                              {.rows = rows_per_strip,

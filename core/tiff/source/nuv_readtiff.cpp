@@ -31,17 +31,10 @@ using Photometric = NUV_TIFFAttributes::PhotometricInterpretation;
 
 constexpr auto engine_method = "NUV_ReadTIFF::engine()";
 
-// Strips that a decoder takes as they stand one behind the other: none where it has a single one.
-struct StripsInARow {
-    std::uint32_t rows = 0; // of each
-    std::span<const std::uint32_t> byte_counts;
-};
-
-// The decoder of a coding: behind bytes, which may be strips in a row, and of strips that are data
+// The decoder of a coding: behind bytes that are all strips in a row, and of strips that are data
 // of their own.
 struct Decoder {
-    using Append = NUV_Engine* (*)(NUV_Engine* engine, const NUV_TIFFInfo& info,
-                                   const StripsInARow& strips);
+    using Append = NUV_Engine* (*)(NUV_Engine* engine, const NUV_TIFFInfo& info);
     using Read = NUV_Engine* (*)(NUV_InputStorage* storage, const NUV_Header& header,
                                  const NUV_TIFFInfo& info, NUV_TIFFStripStream& strips);
 
@@ -77,17 +70,18 @@ NUV_DecodeMMROption mmr_option(const NUV_TIFFInfo& /*info*/) noexcept
 }
 
 template <class Creator, auto option_of>
-NUV_Engine* append_ccitt(NUV_Engine* engine, const NUV_TIFFInfo& info, const StripsInARow& strips)
+NUV_Engine* append_ccitt(NUV_Engine* engine, const NUV_TIFFInfo& info)
 {
-    return Creator(info.manager(), option_of(info)).engine(engine, strips.rows, strips.byte_counts);
+    return Creator(info.manager(), option_of(info))
+        .engine(engine, info.rows_per_strip, info.strip_byte_counts);
 }
 
 template <class Creator, auto option_of>
 NUV_Engine* read_ccitt(NUV_InputStorage* storage, const NUV_Header& header,
                        const NUV_TIFFInfo& info, NUV_TIFFStripStream& strips)
 {
-    NUV_Vector<std::uint32_t> offsets(info.manager());
-    NUV_Vector<std::uint32_t> byte_counts(info.manager());
+    NUV_PackedNumbers offsets(info.manager());
+    NUV_PackedNumbers byte_counts(info.manager());
     strips.hand_on(offsets, byte_counts);
     return Creator(info.manager(), option_of(info))
         .engine(storage, header, info.rows_per_strip, offsets, byte_counts);
@@ -170,8 +164,7 @@ bool is_one_stream(const NUV_TIFFInfo& info)
                         info.compression == Compression::pack_bits;
     return can_be && !info.is_subsampled() &&
            info.planar_configuration != NUV_TIFFAttributes::PlanarConfiguration::planar &&
-           std::ranges::find(info.strip_byte_counts.items(), 0U) ==
-               info.strip_byte_counts.items().end();
+           !info.strip_byte_counts.contains(0);
 }
 
 // Channels that the colour has, without extra samples.
@@ -323,7 +316,10 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
     // Strips behind the image count only where a run may go on from one to the next.
     const std::size_t count = is_raw ? strips.size() : info.strip_offsets.size();
     NUV_TIFFStripStream stream(manager(), *storage);
-    if (!stream.make_room(count, 0, count))
+    const std::uint32_t offset_bytes = info.strip_offsets.bytes_each();
+    if (!stream.make_room(
+            count, 0, count,
+            {.offset = offset_bytes, .count = is_raw ? 4 : info.strip_byte_counts.bytes_each()}))
         return nullptr;
     for (std::size_t i = 0; i < count; ++i) {
         if (is_raw)
@@ -337,7 +333,7 @@ NUV_Engine* NUV_ReadTIFF::read_combined(NUV_InputStorage* storage, const NUV_TIF
     if (!bytes || info.compression != Compression::pack_bits)
         return bytes ? read_tiff_bytes(manager(), bytes.get(), info, info, early_end) : nullptr;
     NUV_TIFFStripStream whole(manager(), *bytes);
-    if (!whole.make_room(1, 0, 1))
+    if (!whole.make_room(1, 0, 1, {}))
         return nullptr;
     whole.add(0, std::numeric_limits<std::uint32_t>::max());
     return read_packbits(bytes.get(), info, whole, info, info.image_length);
@@ -367,7 +363,8 @@ bool NUV_ReadTIFF::read_planes(NUV_InputStorage* storage, const NUV_TIFFInfo& in
     bool good = describe_tiff_strip(header, info, true);
     for (std::size_t first = 0; good && first < strips.size(); first += strips.per_plane()) {
         NUV_TIFFStripStream stream(manager(), *storage);
-        good = stream.make_room(strips.per_plane(), first, strips.size());
+        good = stream.make_room(strips.per_plane(), first, strips.size(),
+                                {.offset = info.strip_offsets.bytes_each()});
         header.width(strips[first].width);
         header.height(0);
         for (std::size_t i = first; good && i < first + strips.per_plane(); ++i) {
@@ -410,11 +407,8 @@ NUV_Engine* NUV_ReadTIFF::decode(NUV_Engine* engine, const NUV_TIFFInfo& info, b
 {
     if (engine->header()->is_raw())
         return engine;
-    StripsInARow strips;
-    if (is_one_stream(info))
-        strips = {info.rows_per_strip, info.strip_byte_counts.items()};
     const Decoder* const decoder = decoder_of(info, to_qdrle);
-    return decoder ? decoder->append(engine, info, strips) : decode_other(engine, info);
+    return decoder ? decoder->append(engine, info) : decode_other(engine, info);
 }
 
 // The lines of an image or of one of its planes. Null after a status; the strips are then ended.

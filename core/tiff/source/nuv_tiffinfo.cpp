@@ -91,6 +91,10 @@ private:
         return NUV_TIFFTagValueGetter<T, NUV_Vector<T>>(manager_, directory_)
             .get_values(number, values);
     }
+    bool all(std::uint16_t number, NUV_PackedNumbers& values) const
+    {
+        return NUV_TIFFNumbersGetter(manager_, directory_).get_values(number, values);
+    }
     bool all(std::uint16_t number, NUV_Vector<Rational>& values) const
     {
         return NUV_TIFFRationalGetter<std::uint32_t, Rational>(manager_, directory_)

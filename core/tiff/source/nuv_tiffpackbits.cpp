@@ -57,8 +57,8 @@ public:
 private:
     [[nodiscard]] bool begin_strip(std::size_t strip);
 
-    NUV_Vector<std::uint32_t> offsets_;
-    NUV_Vector<std::uint32_t> byte_counts_;
+    NUV_PackedNumbers offsets_;
+    NUV_PackedNumbers byte_counts_;
     std::uint32_t rows_ = 0;
     std::uint32_t line_ = 0;
     std::uint32_t line_bytes_ = 0;

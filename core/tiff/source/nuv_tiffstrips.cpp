@@ -196,25 +196,25 @@ NUV_Diagnosis NUV_TIFFStripStream::early_end() const noexcept
         .says("strip %zu of %zu ends %u bytes early", before_ + count_, all_, missing_);
 }
 
-bool NUV_TIFFStripStream::make_room(std::size_t strips, std::size_t before, std::size_t all)
+bool NUV_TIFFStripStream::make_room(std::size_t strips, std::size_t before, std::size_t all,
+                                    const Bytes& bytes)
 {
     count_ = 0;
     before_ = before;
     all_ = all;
-    return offsets_.reserve(strips) && byte_counts_.reserve(strips);
+    return offsets_.reserve(strips, bytes.offset) && byte_counts_.reserve(strips, bytes.count);
 }
 
 NUV_Held<NUV_InputStorage> NUV_TIFFStripStream::open(NUV_InputStorage* storage)
 {
-    NUV_Vector<std::uint32_t> offsets(manager_);
-    NUV_Vector<std::uint32_t> byte_counts(manager_);
+    NUV_PackedNumbers offsets(manager_);
+    NUV_PackedNumbers byte_counts(manager_);
     hand_on(offsets, byte_counts);
     return make_initiated<NUV_StripCombineInputStorage>(manager_, storage, std::move(offsets),
                                                         std::move(byte_counts));
 }
 
-void NUV_TIFFStripStream::hand_on(NUV_Vector<std::uint32_t>& offsets,
-                                  NUV_Vector<std::uint32_t>& byte_counts)
+void NUV_TIFFStripStream::hand_on(NUV_PackedNumbers& offsets, NUV_PackedNumbers& byte_counts)
 {
     offsets.swap(offsets_);
     byte_counts.swap(byte_counts_);

@@ -81,13 +81,20 @@ class NUV_TIFFStripStream {
 public:
     NUV_TIFFStripStream(NUV_Manager& manager, const NUV_InputStorage& storage) noexcept;
 
+    // That an offset and a count take, as NUV_PackedNumbers has them.
+    struct Bytes {
+        std::uint32_t offset = 4;
+        std::uint32_t count = 4;
+    };
     // Room for `strips` of the `all` that the image has, behind the first `before` of them; there
     // are none yet. False without memory.
-    [[nodiscard]] bool make_room(std::size_t strips, std::size_t before, std::size_t all);
+    [[nodiscard]] bool make_room(std::size_t strips, std::size_t before, std::size_t all,
+                                 const Bytes& bytes);
     // Behind the strips so far, for which there is room.
     void add(std::uint32_t offset, std::uint32_t bytes)
     {
-        static_cast<void>(offsets_.push_back(offset) && byte_counts_.push_back(bytes));
+        offsets_.push_back(offset);
+        byte_counts_.push_back(bytes);
         ++count_;
     }
     // The same for a strip whose bytes are pixels: behind one that the storage does not hold whole
@@ -106,7 +113,7 @@ public:
         if (count_ == 0 || std::uint64_t{offsets_[last]} + byte_counts_[last] != offset) {
             add(offset, there);
         } else {
-            byte_counts_[last] += there;
+            byte_counts_.set(last, byte_counts_[last] + there);
             ++count_;
         }
     }
@@ -116,12 +123,12 @@ public:
     // meanwhile.
     [[nodiscard]] NUV_Held<NUV_InputStorage> open(NUV_InputStorage* storage);
     // Hands on where the strips are.
-    void hand_on(NUV_Vector<std::uint32_t>& offsets, NUV_Vector<std::uint32_t>& byte_counts);
+    void hand_on(NUV_PackedNumbers& offsets, NUV_PackedNumbers& byte_counts);
 
 private:
     NUV_Manager& manager_;
-    NUV_Vector<std::uint32_t> offsets_;
-    NUV_Vector<std::uint32_t> byte_counts_;
+    NUV_PackedNumbers offsets_;
+    NUV_PackedNumbers byte_counts_;
     std::size_t count_ = 0;
     std::size_t before_ = 0;
     std::size_t all_ = 0;

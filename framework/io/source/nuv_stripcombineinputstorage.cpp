@@ -3,13 +3,11 @@
 #include "framework/io/nuv_streamposition.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace nuv {
 
-bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
-                                            NUV_Vector<std::uint32_t>&& offsets,
-                                            NUV_Vector<std::uint32_t>&& byte_counts)
+bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner, NUV_PackedNumbers&& offsets,
+                                            NUV_PackedNumbers&& byte_counts)
 {
     if (!attach_input(inner))
         return false;
@@ -17,8 +15,9 @@ bool NUV_StripCombineInputStorage::initiate(NUV_InputStorage* inner,
         return false;
     offsets_.swap(offsets);
     byte_counts_.swap(byte_counts);
-    const auto counts = byte_counts_.items();
-    const auto sum = std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < byte_counts_.size(); ++i)
+        sum += byte_counts_[i];
     size_ = static_cast<std::int32_t>(std::min<std::uint64_t>(sum, last_stream_position));
     to_begin();
     return true;

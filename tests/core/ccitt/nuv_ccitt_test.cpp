@@ -213,9 +213,10 @@ TEST(FaxDecoders, TakeUpEachStripThatIsDataOfItsOwn)
     const auto storage = make_initiated<NUV_ByteArrayInputStorage>(chain.manager(), data.data(), 3);
     NUV_Header header(chain.manager());
     fill_header(header, {4, 7, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr});
-    NUV_Vector<std::uint32_t> offsets(chain.manager()), counts(chain.manager());
-    for (const std::uint32_t offset : {0U, 2U, 9U, 0U}) // a good one, a bad one, none and the first
-        EXPECT_TRUE(offsets.push_back(offset) && counts.push_back(2));
+    NUV_PackedNumbers offsets(chain.manager()), counts(chain.manager());
+    EXPECT_TRUE(offsets.reserve(4, 1) && counts.reserve(4, 1));
+    offsets.append(std::array{0U, 2U, 9U, 0U}); // a good one, a bad one, none and the first
+    counts.append(std::array{2U, 2U, 2U, 2U});
     chain.last(NUV_DecodeMMRForTIFF(chain.manager(), NUV_DecodeMMROption())
                    .engine(storage.get(), header, 2, offsets, counts));
     EXPECT_EQ(chain.run_bytes(), Bytes({0x40, 0x40, 0, 0, 0, 0, 0x40}));
@@ -231,8 +232,8 @@ void expect_refusals_of(const std::string& name)
         if constexpr (std::is_constructible_v<Creator, NUV_Manager&>)
             return chain.append<Creator>();
         else
-            chain.last(
-                Creator(chain.manager(), typename Creator::Option()).engine(chain.last(), 0, {}));
+            chain.last(Creator(chain.manager(), typename Creator::Option())
+                           .engine(chain.last(), 0, NUV_PackedNumbers(chain.manager())));
         return chain.last() != nullptr;
     };
     const NUV_TestImage image = {.bits = 1, .encode_type = NUV_EncodeType::flate};

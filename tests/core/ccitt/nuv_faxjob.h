@@ -86,8 +86,11 @@ template <class Decoder, class Creator, class RunCreator>
         const auto* const coding = creator.encode_type();
         chain.source_bytes({job.width, job.height, 1, 1, NUV_DataType::u_integer, coding}, job.data,
                            job.block_bytes);
-        chain.last(to_runs ? run_creator.engine(chain.last(), job.rows, job.counts)
-                           : creator.engine(chain.last(), job.rows, job.counts));
+        NUV_PackedNumbers counts(chain.manager());
+        is_alike = counts.reserve(job.counts.size(), 2) && is_alike;
+        counts.append(job.counts);
+        chain.last(to_runs ? run_creator.engine(chain.last(), job.rows, counts)
+                           : creator.engine(chain.last(), job.rows, counts));
         chain.append<NUV_DecodeQDRLE>();
         is_alike = is_alike && chain.run_bytes() == page &&
                    chain.status().code == (warns ? NUV_WARN_BROKEN_DATA : NUV_STATUS_OK);

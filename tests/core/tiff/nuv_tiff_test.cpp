@@ -117,6 +117,27 @@ TEST(TIFF, HasTagsOfAnyTypeCountAndPlace)
     }
 }
 
+// A line each, whose places and sizes are the same bytes: all three readers of joined strips stay
+// within the memory that these allow.
+TEST(TIFF, HasMoreStripsThanItHasRoomForInFourBytesEach)
+{
+    constexpr std::uint32_t strips = 560000, behind = 8 + 2 + 7 * 12 + 4;
+    for (const std::uint32_t coding : {1U, 4U, 32773U}) {
+        Bytes file = {'I', 'I', 42, 0, 8, 0, 0, 0, 7, 0};
+        const std::uint32_t entries[7][4] = {
+            {0x100, 4, 1, 1},          {0x101, 4, 1, strips}, {0x102, 3, 1, coding == 4 ? 1U : 8U},
+            {0x103, 3, 1, coding},     {0x106, 3, 1, 1},      {0x111, 1, strips, behind},
+            {0x117, 1, strips, behind}};
+        for (const auto& [tag, type, count, value] : entries) {
+            for (const std::uint32_t half : {tag, type, count, count >> 16, value, value >> 16})
+                file.insert(file.end(), {std::uint8_t(half), std::uint8_t(half >> 8)});
+        }
+        file.insert(file.end(), 4, 0);
+        file.resize(behind + strips, 1);
+        EXPECT_EQ(tiff_difference(file), "") << coding;
+    }
+}
+
 // The plain reader has the strips that libtiff has.
 TEST(TIFF, HasTheStripsOfLibtiff)
 {

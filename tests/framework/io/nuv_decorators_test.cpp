@@ -31,12 +31,13 @@ protected:
         NUV_InputStorage* inner, const std::vector<std::uint32_t>& offsets,
         const std::vector<std::uint32_t>& counts)
     {
-        NUV_Vector<std::uint32_t> first(manager_);
-        NUV_Vector<std::uint32_t> second(manager_);
+        NUV_PackedNumbers first(manager_);
+        NUV_PackedNumbers second(manager_);
+        EXPECT_TRUE(first.reserve(offsets.size(), 4) && second.reserve(counts.size(), 4));
         for (const std::uint32_t offset : offsets)
-            EXPECT_TRUE(first.push_back(offset));
+            first.push_back(offset);
         for (const std::uint32_t count : counts)
-            EXPECT_TRUE(second.push_back(count));
+            second.push_back(count);
         return make<NUV_StripCombineInputStorage>(inner, std::move(first), std::move(second));
     }
 
