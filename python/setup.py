@@ -1,6 +1,6 @@
 """Builds the module by CMake, with the library in it. It needs CMake 3.21, a C++20 compiler, pybind11,
 zlib and libpng. NUV_PYTHON_BUILD may name a folder that CMake has configured already, with
-NUV_BUILD_PYTHON and without BUILD_SHARED_LIBS."""
+NUV_BUILD_PYTHON."""
 
 import os
 import re
@@ -18,15 +18,15 @@ HERE = Path(__file__).resolve().parent
 TREE = HERE.parent if (HERE.parent / "framework").is_dir() else HERE / "tree"
 PARTS = ("CMakeLists.txt", "LICENSE", "api", "cmake", "core", "extension", "framework", "python",
          "tools/nuv", "wrapper")
-MADE = shutil.ignore_patterns("build", "dist", "tree", "*.egg-info", "__pycache__", "*.so")
+MADE = shutil.ignore_patterns("build", "dist", "nuv-[0-9]*", "tree", "*.egg-info", "__pycache__", "*.so")
 
 
 class BuildByCMake(build_ext):
     def configure(self, build):
         if shutil.which("ninja"):
             os.environ.setdefault("CMAKE_GENERATOR", "Ninja")
-        options = {"CMAKE_BUILD_TYPE": "Release", "BUILD_SHARED_LIBS": "OFF",
-                   "NUV_BUILD_PYTHON": "ON", "NUV_BUILD_TESTS": "OFF", "NUV_BUILD_TOOL": "OFF",
+        options = {"CMAKE_BUILD_TYPE": "Release", "NUV_BUILD_PYTHON": "ON",
+                   "NUV_BUILD_TESTS": "OFF", "NUV_BUILD_TOOL": "OFF",
                    "Python_EXECUTABLE": sys.executable}
         subprocess.run(["cmake", "-S", TREE, "-B", build,
                         *(f"-D{name}={value}" for name, value in options.items())], check=True)
@@ -37,10 +37,10 @@ class BuildByCMake(build_ext):
         build = Path(given or self.build_temp).resolve()
         if not given:
             self.configure(build)
-        subprocess.run(["cmake", "--build", build, "--target", "nuv_python",
+        subprocess.run(["cmake", "--build", build, "--target", "nuv_python_wheel",
                         "--parallel", str(os.cpu_count() or 1)], check=True)
         target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copy(build / "python/nuv" / target.name, target)
+        shutil.copy(build / "python/wheel" / target.name, target)
 
 
 class SourcesWithTree(sdist):
