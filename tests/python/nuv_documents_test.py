@@ -1,5 +1,6 @@
-"""The examples in Python of the documents: those of a page one behind the other, in a folder with
-the pictures that they name."""
+"""The examples in Python of the documents that are whole programs: those of a page one behind the
+other, in a folder with the pictures that they name. tests/tools/doc_examples_test.py compares those of
+the cookbook with the other languages."""
 
 import re
 import sys
@@ -9,7 +10,8 @@ import pytest
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 BLOCK = re.compile(r"^```python\n(.*?)^```$", re.DOTALL | re.MULTILINE)
-PAGES = {page.name: BLOCK.findall(page.read_text(encoding="utf-8"))
+PAGES = {page.name: [block for block in BLOCK.findall(page.read_text(encoding="utf-8"))
+                     if "import nuv" in block]
          for page in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]}
 
 sys.path.insert(0, str(ROOT / "tests/tools"))
