@@ -39,8 +39,9 @@ def folder(tmp_path, monkeypatch):
 
 @pytest.fixture(scope="module")
 def cluster():
-    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None,
-                                  host="127.0.0.1") as local:
+    page = "127.0.0.1:0"
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, host="127.0.0.1",
+                                  dashboard_address=page, worker_dashboard_address=page) as local:
         yield local
 
 
@@ -156,6 +157,20 @@ def test_a_command_line_that_means_nothing_does_nothing(folder, capsys, words, t
     assert command.main(words) == 64
     assert text in capsys.readouterr().err
     assert os.listdir("out") == [] and Path("kept.csv").read_text() == "dear to somebody\n"
+
+
+def test_a_run_on_this_machine_listens_to_nobody_else(folder):
+    def heard(*_):
+        own = {os.readlink(f"/proc/self/fd/{number}") for number in os.listdir("/proc/self/fd")
+               if os.path.lexists(f"/proc/self/fd/{number}")}
+        for line in Path("/proc/net/tcp").read_text().splitlines()[1:]:
+            _, local, _, state, *_, inode = line.split()[:10]
+            if state == "0A" and f"socket:[{inode}]" in own:
+                addresses.add(local.split(":")[0])
+
+    addresses = set()
+    batch.run(sources(), "out/%s.jpg", processes=2, told=heard)
+    assert addresses == {"0100007F"}  # 127.0.0.1, as the system writes it
 
 
 def test_a_record_serves_one_run_at_a_time(folder):
@@ -281,12 +296,13 @@ def test_a_run_ends_with_its_scheduler_and_goes_on_with_the_next(folder):
 
     def start_cluster():
         Path("where.json").unlink(missing_ok=True)
+        page = ("--no-dashboard", "--dashboard-address", "127.0.0.1:0")
         head = start("distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0",
-                     "--no-dashboard", "--scheduler-file", "where.json")
+                     "--scheduler-file", "where.json", *page)
         while not Path("where.json").exists():
             time.sleep(0.05)
         start("distributed.cli.dask_worker", "--scheduler-file", "where.json", "--no-nanny",
-              "--nthreads", "1", "--no-dashboard", "--death-timeout", "5")
+              "--nthreads", "1", "--death-timeout", "5", *page)
         return head
 
     words = ("nuv.batch", "in/*.ppm", "-o", "out/%s.jpg", "-c", "fine=4000% fine=60x40",

@@ -36,10 +36,13 @@ def connected(scheduler: Any, threads: int | None) -> Iterator[Any]:
             yield scheduler
             return
         if scheduler is None:
-            # Threads will do: pictures have processes of their own.
+            # Threads will do: pictures have processes of their own. Servers of pages about it are
+            # always there, and would listen to everybody; and the memory of a worker is that of the
+            # whole program here, which is not for it to judge.
             scheduler = stack.enter_context(distributed.LocalCluster(
                 n_workers=1, threads_per_worker=threads or len(os.sched_getaffinity(0)),
-                processes=False, dashboard_address=None))
+                processes=False, memory_limit=0, dashboard_address="127.0.0.1:0",
+                worker_dashboard_address="127.0.0.1:0", scheduler_kwargs={"dashboard": False}))
         is_file = isinstance(scheduler, str) and os.path.isfile(scheduler)
         where = {"scheduler_file" if is_file else "address": scheduler}
         try:
