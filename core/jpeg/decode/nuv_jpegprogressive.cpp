@@ -52,7 +52,8 @@ struct Refinement {
 
     // One more bit for each coefficient that is not 0, passing `zeros` of those that are. Stops at
     // the next 0, or behind the band.
-    [[nodiscard]] NUV_JPEGResult pass(NUV_JPEGBitReader& bits, std::uint32_t zeros) noexcept
+    [[nodiscard, gnu::always_inline]] inline NUV_JPEGResult pass(NUV_JPEGBitReader& bits,
+                                                                 std::uint32_t zeros) noexcept
     {
         for (; k <= last; ++k) {
             if (ahead == 0) {
@@ -77,33 +78,9 @@ struct Refinement {
     }
 };
 
-} // namespace
-
-NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
-                               std::int16_t& previous_dc, const NUV_JPEGWideTable& table,
-                               std::uint32_t low) noexcept
-{
-    NUV_JPEGCoefficient difference;
-    std::uint32_t no_run = 0;
-    const NUV_JPEGResult result = read_coefficient(bits, table, no_run, difference);
-    if (!is_good(result))
-        return result;
-    previous_dc = static_cast<std::int16_t>(previous_dc + difference.value);
-    block[0] = at_plane(previous_dc, low);
-    return NUV_JPEGResult::good;
-}
-
-NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint32_t low) noexcept
-{
-    if (!bits.holds(1))
-        return bits.shortage();
-    block[0] = static_cast<std::int16_t>(block[0] | static_cast<std::int32_t>(bits.take(1) << low));
-    return NUV_JPEGResult::good;
-}
-
-NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
-                               const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                               std::uint32_t& run, std::uint8_t& occupied) noexcept
+[[nodiscard, gnu::always_inline]] inline NUV_JPEGResult decode_ac_first_of(
+    NUV_JPEGBitReader& bits, std::int16_t* block, const NUV_JPEGScanHeader& scan,
+    const NUV_JPEGWideTable& table, std::uint32_t& run, std::uint8_t& occupied) noexcept
 {
     NUV_JPEGCoefficient coefficient;
     std::uint32_t k = scan.first;
@@ -129,9 +106,9 @@ NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
     return NUV_JPEGResult::good;
 }
 
-NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
-                         const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                         std::uint32_t& run, std::uint8_t& occupied) noexcept
+[[nodiscard, gnu::always_inline]] inline NUV_JPEGResult refine_ac_of(
+    NUV_JPEGBitReader& bits, std::int16_t* block, const NUV_JPEGScanHeader& scan,
+    const NUV_JPEGWideTable& table, std::uint32_t& run, std::uint8_t& occupied) noexcept
 {
     std::int16_t before[jpeg_block_size];
     std::copy_n(block, jpeg_block_size, before);
@@ -179,6 +156,50 @@ NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
         return give_up(result);
     --run;
     return NUV_JPEGResult::good;
+}
+
+} // namespace
+
+NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
+                               std::int16_t& previous_dc, const NUV_JPEGWideTable& table,
+                               std::uint32_t low) noexcept
+{
+    NUV_JPEGCoefficient difference;
+    std::uint32_t no_run = 0;
+    const NUV_JPEGResult result = read_coefficient(bits, table, no_run, difference);
+    if (!is_good(result))
+        return result;
+    previous_dc = static_cast<std::int16_t>(previous_dc + difference.value);
+    block[0] = at_plane(previous_dc, low);
+    return NUV_JPEGResult::good;
+}
+
+NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint32_t low) noexcept
+{
+    if (!bits.holds(1))
+        return bits.shortage();
+    block[0] = static_cast<std::int16_t>(block[0] | static_cast<std::int32_t>(bits.take(1) << low));
+    return NUV_JPEGResult::good;
+}
+
+NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
+                               const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
+                               std::uint32_t& run, std::uint8_t& occupied) noexcept
+{
+    NUV_JPEGBitReader local = bits; // in registers
+    const NUV_JPEGResult result = decode_ac_first_of(local, block, scan, table, run, occupied);
+    bits = local;
+    return result;
+}
+
+NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
+                         const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
+                         std::uint32_t& run, std::uint8_t& occupied) noexcept
+{
+    NUV_JPEGBitReader local = bits; // in registers
+    const NUV_JPEGResult result = refine_ac_of(local, block, scan, table, run, occupied);
+    bits = local;
+    return result;
 }
 
 } // namespace nuv

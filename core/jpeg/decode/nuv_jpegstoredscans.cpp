@@ -2,11 +2,31 @@
 
 #include "core/jpeg/decode/nuv_jpegprogressive.h"
 #include "core/jpeg/kernels/nuv_jpegcoefficients.h"
+#include "core/jpeg/kernels/nuv_jpegsamples.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace nuv {
+namespace {
+
+// How many coefficients a block has, as NUV_JPEGBand::put_block() takes it: here they come in any
+// order, so that where they stand is looked at in the end.
+[[nodiscard]] std::uint32_t reach_of(const std::int16_t* block) noexcept
+{
+    std::array<std::uint64_t, 16> halves; // of its rows
+    std::memcpy(halves.data(), block, sizeof(halves));
+    std::uint64_t outside = halves[1] | halves[3] | halves[5] | halves[7];
+    for (std::size_t i = 8; i < halves.size(); ++i)
+        outside |= halves[i];
+    if (outside != 0)
+        return jpeg_block_size;
+    const int beside = block[1] | block[2] | block[3];
+    return beside != 0 || (halves[2] | halves[4] | halves[6]) != 0 ? jpeg_short_block : 1;
+}
+
+} // namespace
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                        const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
@@ -50,7 +70,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
         for (std::uint32_t down = 0; down < plane.vertical; ++down) {
             const std::int16_t* block = store_.block(i, 0, row * plane.vertical + down);
             for (std::uint32_t x = 0; x < plane.blocks_across; ++x, block += jpeg_block_size)
-                band.put_block(i, x, down, block, factors_.of(i), jpeg_block_size);
+                band.put_block(i, x, down, block, factors_.of(i), reach_of(block));
         }
     }
     return scans_.is_damaged() ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
