@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/nuv_checksum.h"
 #include "tests/support/nuv_modelimage.h"
 
 namespace nuv {
@@ -44,6 +45,7 @@ public:
     // The bytes that come out are those of the models, at every processor level, and so is the
     // header.
     void expect_whole() const;
+    void add_result(NUV_Checksum& sum) const { sum.add(result_.bytes()); }
     // From a source that ends early comes the begin of the result, or of runs no more than it has.
     void expect_cut(std::mt19937& random) const;
     // From memory to memory, which may overlap and may be too short, everything is as it is when
