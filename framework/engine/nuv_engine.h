@@ -33,7 +33,8 @@ public:
     // The image that this engine delivers; null, with a status, for one that delivers none.
     [[nodiscard]] virtual const NUV_Header* header() const = 0;
     // Whether all blocks are whole, and those that it has room for and does not deliver are as they
-    // were: then the room may be memory that somebody looks at after a failure.
+    // were: then the room may be memory that somebody looks at after a failure. False also where
+    // memory that stays in the cache is the faster place.
     [[nodiscard]] virtual bool delivers_what_it_writes() const { return false; }
     // A new reader of this engine's output, or null.
     [[nodiscard]] virtual NUV_SrcBuffer* src_buffer() = 0;

@@ -12,7 +12,11 @@ public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
-    [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
+    // Lines that grow that much are mostly writing, which a plain copy does best.
+    [[nodiscard]] bool delivers_what_it_writes() const override
+    {
+        return header_.line_bytes() / 2 <= src_buffer_->block_bytes();
+    }
 
     // Raw images only, else NUV_ERR_UNSUPPORTED. Sets the reader's block to one line; the concrete
     // class sets the destination's.
