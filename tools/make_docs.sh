@@ -16,6 +16,7 @@ mkdir -p build/docs
 tools/site/pages.py build/docs
 tools/site/reference.py build/docs
 tools/site/gallery.py "$nuv" build/docs
+benchmarks/plot_tables.py build/docs/performance.md build/docs/performance
 mkdocs --quiet build --strict --site-dir "$site"
 # It holds the day of the build, and tells crawlers of addresses that nobody knows yet.
 rm -f "$site"/sitemap.xml*
