@@ -47,6 +47,7 @@ constexpr std::array codings{
     Term{"flate", "Deflate"},
     Term{"jbig", "JBIG"},
     Term{"jpeg", "JPEG"},
+    Term{"unknown", "another coding"},
 };
 
 constexpr std::array statuses{
@@ -99,6 +100,8 @@ std::string kind_and_storing(const Inspection& told)
     std::string text{text_of(kinds, source.kind)};
     if (std::string_view{source.kind} != "png") // which has no other
         text.append(", ").append(text_of(codings, source.coding));
+    if (told.palette_entries != 0)
+        text.append(", ").append(std::to_string(told.palette_entries)).append(" colours");
     if (source.sampling == NUV_SAMPLING_OTHER)
         text.append(", other sampling");
     else if (source.sampling != 0)
@@ -159,6 +162,13 @@ Json verified(const Inspection& told)
     return told.damaged_line != 0 ? "mended" : "whole";
 }
 
+// Of UTF-8: bytes that go on a character take no place. Wide ones count as one.
+std::size_t columns_of(std::string_view text)
+{
+    return static_cast<std::size_t>(std::ranges::count_if(
+        text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+}
+
 } // namespace
 
 void InfoTable::add(const std::string& path, const Inspection& told)
@@ -175,11 +185,11 @@ void InfoTable::print() const
     std::array<std::size_t, columns> widths{};
     for (const auto& row : rows_)
         for (std::size_t i = 0; i < columns; ++i)
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], columns_of(row[i]));
     for (const auto& row : rows_) {
         std::string line;
         for (std::size_t i = 0; i + 1 < columns; ++i)
-            line.append(row[i]).append(widths[i] - row[i].size() + 2, ' ');
+            line.append(row[i]).append(widths[i] - columns_of(row[i]) + 2, ' ');
         print_to_stdout(line.append(row[columns - 1]).append("\n"));
     }
 }
@@ -205,6 +215,7 @@ void print_json(const std::string& path, const InspectionOptions& options, const
         {"verified", verified(told)},
         {"damaged_line", known(told.damaged_line != 0, told.damaged_line)},
         {"error", error_of(told)},
+        {"palette", known(told.palette_entries != 0, told.palette_entries)},
     };
     constexpr bool in_ascii = true; // terminals are safe from it, and so is its encoding
     print_to_stdout(object.dump(-1, ' ', in_ascii, Json::error_handler_t::replace) + "\n");

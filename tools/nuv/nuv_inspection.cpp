@@ -79,6 +79,10 @@ void look_at(const std::string& path, const InspectionOptions& options,
     if (told.source.x_resolution <= 1 && told.source.y_resolution <= 1)
         told.source.x_resolution = told.source.y_resolution = 0;
     told.is_known = told.source.kind[0] != '\0';
+    nuv_picture is{};
+    is.size = sizeof(is);
+    if (nuv_state(job.get()) == NUV_OK && nuv_look(job.get(), &is) == NUV_OK)
+        told.palette_entries = is.palette_entries;
     if (options.verify && nuv_state(job.get()) == NUV_OK) {
         told.is_verified = true;
         read_all_lines(job.get(), progress);

@@ -15,9 +15,10 @@ struct Inspection {
     bool is_known = false;    // `source` tells what it is
     bool is_verified = false; // every line was asked for
     nuv_source source{};
-    nuv_failure failure{};         // NUV_OK: nothing is wrong, or it was mended
-    std::string message;           // what is wrong, or was mended; may be empty
-    std::int64_t damaged_line = 0; // the first that was mended, from 1; 0 for none
+    std::uint32_t palette_entries = 0; // of a picture of indices that is served
+    nuv_failure failure{};             // NUV_OK: nothing is wrong, or it was mended
+    std::string message;               // what is wrong, or was mended; may be empty
+    std::int64_t damaged_line = 0;     // the first that was mended, from 1; 0 for none
 };
 
 struct InspectionOptions {
