@@ -141,7 +141,7 @@ def test_a_run_goes_on_where_the_record_and_the_results_say(folder, capsys, kind
     # fmt: off
     (["in/*", "-o", "out/%s.jpg", "-c", "roate=90"],              "did you mean rotate?"),
     (["in/*", "-o", "out/%s.jpg", "-c", "'"],                     "No closing quotation"),
-    (["in/*", "-o", "out/%s.gif"],                                "no kind that is written"),
+    (["in/*", "-o", "out/%s.gif"],                                "no kind that can be written"),
     (["in/*", "-o", "out/%s.pgm", "--quality", "9"],              "serve JPEG files alone"),
     (["in/*", "-o", "out/%s.jpg", "--max-memory", "many"],        "number, as 50M"),
     (["in/*", "-o", "out/%s.jpg", "--resume"],                    "--resume needs --record"),

@@ -12,7 +12,9 @@
 #include <csignal>
 #include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 
 namespace nuv_tool {
@@ -37,7 +39,11 @@ std::string unexpected(const CLI::App& app)
         return rest.empty() ? "the command line has too much"
                             : "unexpected argument " + quoted(rest.front());
     const auto commands = app.get_subcommands();
-    return unknown_option(commands.empty() ? app : *commands.front(), *option);
+    std::error_code error;
+    const std::string unknown = unknown_option(commands.empty() ? app : *commands.front(), *option);
+    return std::filesystem::exists(*option, error)
+               ? unknown + "; the file of that name is ./" + *option
+               : unknown;
 }
 
 int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)
@@ -88,12 +94,21 @@ int run(int count, char** arguments)
         if (std::ranges::find(options, first) == options.end())
             throw UsageError(unknown_option(app, first));
     } else if (find_command(app, first) == nullptr) {
-        throw UsageError(unknown_word("command", first, command_names(app)));
+        std::error_code error;
+        const bool is_file = std::filesystem::exists(first, error);
+        throw UsageError(unknown_word("command", first, command_names(app)) +
+                         (is_file ? "; nuv info tells what a file is" : ""));
     }
     try {
         app.parse(count, arguments);
     } catch (const CLI::ExtrasError&) {
         throw UsageError(unexpected(app));
+    } catch (const CLI::ConversionError& error) {
+        constexpr std::string_view beginning = "Could not convert: ";
+        const std::string_view text = error.what();
+        throw UsageError(
+            "not a number that it takes: " +
+            std::string{text.substr(text.starts_with(beginning) ? beginning.size() : 0)});
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return print_version_or_help(app, error);

@@ -76,7 +76,7 @@ void refuse_collisions(const std::vector<Errand>& errands)
         if (!is_first)
             throw UsageError(errand.destination + ": would be written from " +
                              other->second->source + " and again from " + errand.source +
-                             "; nothing was done");
+                             "; nothing was done (%n in -o is the number of each)");
         const auto source = sources.find(destination);
         if (source != sources.end() && source->second->source != errand.source)
             throw UsageError(errand.destination + ": would be written from " + errand.source +
@@ -84,7 +84,7 @@ void refuse_collisions(const std::vector<Errand>& errands)
     }
 }
 
-// Once for all, before anything is read; a single picture tells it by itself.
+// Once for all, before anything is read.
 void refuse_missing_folders(const std::vector<Errand>& errands)
 {
     for (const Errand& errand : errands) {
@@ -100,6 +100,12 @@ void refuse_streams(const Errand& errand, const WritingRequest& request)
 {
     if (names_standard_output(errand.destination))
         throw UsageError(errand.destination + ": the name of standard output is -");
+    std::error_code error;
+    if (errand.destination.ends_with('/') || fs::is_directory(errand.destination, error))
+        throw UsageError(errand.destination +
+                         ": is a folder; name the file in it that is to be written");
+    if (errand.destination.empty() || errand.source.empty())
+        throw UsageError("a name of a file is empty");
     if (errand.destination == "-" && isatty(STDOUT_FILENO) != 0 && !request.force)
         throw UsageError("standard output is a terminal, which shows no picture");
 }
@@ -249,8 +255,7 @@ std::vector<Errand> plan(const std::vector<std::string>& sources, const WritingR
         errands.push_back(std::move(errand));
     }
     refuse_collisions(errands);
-    if (errands.size() > 1)
-        refuse_missing_folders(errands);
+    refuse_missing_folders(errands);
     return errands;
 }
 

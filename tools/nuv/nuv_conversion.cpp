@@ -210,23 +210,10 @@ private:
             return false;
         word_.clear();
         is_forming_ = true;
-        if (recipe_.narrows && errand_.kind->name == "jpeg")
-            narrow();
         problem_ = errand_.kind->append(job(), recipe_.settings);
         if (is_well() && recipe_.verbose)
             tell("written as " + std::string{errand_.kind->name} + ", " + described(look(job())));
         return is_well();
-    }
-
-    void narrow() const
-    {
-        constexpr double largest_8_by_largest_16 = 255.0 / 65535;
-
-        const nuv_picture is = look(job());
-        if (is.bits != 16 || is.type != NUV_UNSIGNED || is.palette_entries != 0)
-            return;
-        nuv_convert(job(), NUV_UNSIGNED, 8, largest_8_by_largest_16, 0);
-        tell("a JPEG has 8 bits a sample, and gets 8 of the 16");
     }
 
     [[nodiscard]] bool run()

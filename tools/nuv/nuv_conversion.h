@@ -22,7 +22,6 @@ struct Recipe {
     bool planar_input = false;             // and those plane by plane
     std::vector<Operation> operations;
     OutputSettings settings;
-    bool narrows = false; // samples of 16 bits to the 8 of a JPEG
     bool verbose = false;
 };
 

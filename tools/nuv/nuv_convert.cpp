@@ -40,10 +40,9 @@ void sort_out(const ConvertRequest& request, std::vector<std::string>& sources,
             words.push_back(text);
             continue;
         }
-        const std::string_view name = std::string_view{text}.substr(0, text.find('='));
-        if (!is_there(text) && text != "-" && !near_word(name, word_names()).empty())
-            throw UsageError(unknown_word("word", name, word_names()) +
-                             " And there is no such file.");
+        const bool is_one_result = request.writing.output.find('%') == std::string::npos;
+        if (!is_there(text) && text != "-" && (is_one_result || !meant_word(text).empty()))
+            throw UsageError(unknown_operation(text) + " And there is no such file.");
         sources.push_back(text);
     }
     if (sources.empty())

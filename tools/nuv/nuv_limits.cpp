@@ -16,14 +16,14 @@ namespace {
 // A number with k, M or G behind it, which stand for `thousand` and its powers; 0 stands for none.
 std::uint64_t amount_of(const std::string& text, const std::string& option, std::uint64_t thousand)
 {
-    constexpr std::string_view units = "kMG";
+    constexpr std::string_view units = "kMGKmg";
 
     std::string_view digits = text;
     std::uint64_t unit = 1;
     const auto power = digits.empty() ? std::string_view::npos : units.find(digits.back());
     if (power != std::string_view::npos) {
         digits.remove_suffix(1);
-        for (std::size_t i = 0; i <= power; ++i)
+        for (std::size_t i = 0; i <= power % 3; ++i)
             unit *= thousand;
     }
     const auto number = number_of<std::uint64_t>(digits);

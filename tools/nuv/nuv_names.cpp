@@ -58,7 +58,9 @@ std::string_view color_name(std::int32_t code)
 
 std::optional<nuv_sampling> find_sampling(std::string_view name)
 {
-    const auto sampling = std::ranges::find(all_samplings, name, &SamplingName::word);
+    const auto sampling = std::ranges::find_if(all_samplings, [name](const SamplingName& each) {
+        return name == each.word || name == each.name;
+    });
     if (sampling == all_samplings.end())
         return std::nullopt;
     return sampling->code;

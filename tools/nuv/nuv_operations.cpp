@@ -57,6 +57,8 @@ Append parse_scale(std::string_view argument)
         throw UsageError(quoted(argument) +
                          " is not a size such as 800x600, 800x, x600, 50%, 256 or 800x600^");
     return [size = *size](nuv_job* job) -> Problem {
+        if (how != NUV_NEAREST)
+            make_scalable(job);
         const nuv_picture is = look(job);
         if (is.width == 0)
             return {}; // the job has failed
@@ -174,7 +176,7 @@ Operation parse_operation(const std::string& text)
     const Word* const word = find_word(name);
     const auto parser = std::ranges::find(parsers, name, &WordParser::name);
     if (!word || parser == parsers.end())
-        throw UsageError(unknown_word("word", name, word_names()));
+        throw UsageError(unknown_operation(text));
     const bool has_argument = name.size() < whole.size();
     if (has_argument == word->argument.empty())
         throw UsageError(quoted(text) + " is not of the form " + usage_of(*word));

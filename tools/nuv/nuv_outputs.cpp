@@ -12,10 +12,11 @@ namespace {
 
 Problem append_jpeg(nuv_job* job, const OutputSettings& settings)
 {
+    constexpr double largest_8_by_largest_16 = 255.0 / 65535;
+
     const nuv_picture is = look(job);
     if (is.bits == 16 && is.type == NUV_UNSIGNED && is.palette_entries == 0)
-        return "a JPEG has 8 bits a sample; 'convert=0.00389105:0:8' makes 8 of the 16 that the "
-               "picture has";
+        nuv_convert(job, NUV_UNSIGNED, 8, largest_8_by_largest_16, 0);
     nuv_as_jpeg(job, settings.quality.value_or(-1),
                 settings.sampling.value_or(NUV_SAMPLING_DEFAULT));
     return {};
@@ -104,9 +105,8 @@ const OutputKind& kind_of_path(const std::string& path)
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
     const auto ending = std::ranges::find(endings, extension, &Ending::text);
     if (ending == endings.end())
-        throw UsageError(path + ": no kind that is written has this ending, but " +
-                         output_endings() + "; or --write tells what to write, " +
-                         output_kind_names());
+        throw UsageError(path + ": no kind that can be written has this ending. Endings are " +
+                         output_endings() + "; or --write names the kind, " + output_kind_names());
     return ending->kind;
 }
 

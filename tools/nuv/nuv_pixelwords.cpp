@@ -120,7 +120,8 @@ std::function<Problem(nuv_job*)> parse_color(std::string_view argument)
         std::vector<std::string_view> names;
         for (const ColorName& each : colors())
             names.push_back(each.name);
-        throw UsageError(unknown_word("colour", argument, names) + "; see nuv help colors");
+        const std::string unknown = unknown_word("colour", argument, names);
+        throw UsageError(unknown + (unknown.ends_with('?') ? "" : "; see nuv help colors"));
     }
     return [color](nuv_job* job) -> Problem {
         // One bit has room for black and white alone.

@@ -91,12 +91,15 @@ std::string_view near_word(std::string_view mistyped, std::span<const std::strin
 {
     constexpr std::size_t longest = 64; // longer ones are no words
     std::string_view nearest;
+    std::string small{mistyped};
+    for (char& letter : small)
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
     std::size_t least = std::min(mistyped.size(), longest) / 3;
     for (const std::string_view word : words) {
         if (mistyped.size() > longest)
             break;
-        const bool begins = mistyped.size() >= 3 && word.starts_with(mistyped);
-        const std::size_t apart = begins ? 1U : distance(mistyped, word);
+        const bool begins = mistyped.size() >= 3 && word.starts_with(small);
+        const std::size_t apart = begins ? 1U : distance(small, word);
         if (apart <= least && (nearest.empty() || apart < least)) {
             least = apart;
             nearest = word;

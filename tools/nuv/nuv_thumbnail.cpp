@@ -70,7 +70,6 @@ int run_thumbnail(const ThumbnailRequest& request)
                            (request.enlarge ? unsigned{NUV_ENLARGE} : 0U) |
                            (request.fast ? unsigned{NUV_FAST} : 0U);
     Recipe recipe = recipe_of(request.writing);
-    recipe.narrows = true;
     recipe.operations.push_back({"--size " + request.size, [box = *box, flags](nuv_job* job) {
                                      return shrink(job, box, flags);
                                  }});

@@ -1,5 +1,9 @@
 #include "tools/nuv/nuv_words.h"
 
+#include "tools/nuv/nuv_problem.h"
+#include "tools/nuv/nuv_sizes.h"
+#include "tools/nuv/nuv_text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -47,7 +51,7 @@ is both sides of the box. A picture that is smaller is not enlarged.
     Word{"max", "N", "neither side longer than N pixels",
          "As fit=NxN: a picture that fits already stays as it is.\n"},
     Word{"nearest", "SIZE", "scale, taking the nearest pixel",
-         R"(The only scaling for pictures of 1 bit and with a colour table.
+         R"(The only scaling that keeps 1 bit and a colour table: others make 8 bits, or colours.
 SIZE is 800x600, 800x, x600, 50%, 256 for the longer side, or 800x600^ for what covers so much.
 )"},
     Word{"linear", "SIZE", "scale, linear between neighbours", scaling_details},
@@ -78,6 +82,21 @@ constexpr auto all_names = [] {
     return names;
 }();
 
+// What others call it.
+struct OtherName {
+    std::string_view name;
+    std::string_view word;
+};
+
+constexpr std::array other_names{
+    OtherName{"resize", "fit"},       OtherName{"scale", "fine"},
+    OtherName{"size", "fine"},        OtherName{"gray", "color=gray"},
+    OtherName{"grey", "color=gray"},  OtherName{"grayscale", "color=gray"},
+    OtherName{"flip", "mirror-y"},    OtherName{"flop", "mirror-x"},
+    OtherName{"negate", "invert"},    OtherName{"orient", "auto-orient"},
+    OtherName{"colorspace", "color"}, OtherName{"colour", "color"},
+};
+
 } // namespace
 
 std::span<const Word> words()
@@ -94,6 +113,25 @@ const Word* find_word(std::string_view name)
 std::span<const std::string_view> word_names()
 {
     return all_names;
+}
+
+std::string meant_word(std::string_view text)
+{
+    const std::string_view name = text.substr(0, text.find('='));
+    const auto other = std::ranges::find(other_names, name, &OtherName::name);
+    if (other != other_names.end())
+        return std::string{other->word};
+    const bool is_size = size_of(text).has_value();
+    return is_size ? "fine=" + std::string{text} : std::string{near_word(name, all_names)};
+}
+
+std::string unknown_operation(std::string_view text)
+{
+    std::string told = "unknown word " + quoted(text.substr(0, text.find('=')));
+    const std::string meant = meant_word(text);
+    if (meant.empty())
+        return told.append(". See nuv help convert.");
+    return told.append(": did you mean ").append(meant).append("?");
 }
 
 std::string usage_of(const Word& word)

@@ -24,6 +24,12 @@ struct Word {
 // The names of all words, as near_word() wants them.
 [[nodiscard]] std::span<const std::string_view> word_names();
 
+// The word that `text`, as "resize=50%" or "gray", was probably meant to be; empty when none comes
+// near.
+[[nodiscard]] std::string meant_word(std::string_view text);
+// "unknown word 'roate': did you mean rotate?", or, when no word comes near, where they all stand.
+[[nodiscard]] std::string unknown_operation(std::string_view text);
+
 // "rotate=DEGREES"
 [[nodiscard]] std::string usage_of(const Word& word);
 
