@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Runs the examples of the documents, in folders with the pictures that they name: those in C and
-C++, each compiled, and the lines for the shell. One that fails, that prints to stderr where it should
+C++, each compiled, and the lines for the shell, those of the tool's help among them. One that fails, that prints to stderr where it should
 not, or that writes no file that it names is told. So is a task of the cookbook of which C++, in one
 program, or Python makes or prints something else than the tool.
 
@@ -149,13 +149,24 @@ def run_cookbook(page, compiler, include, tool, libraries):
                 for fault in run_task(number, blocks, folder, tool)]
 
 
-def examples():
+def examples_of_help(tool):
+    """Those with which each command ends its help; other than five of them are one that fails."""
+    for command in ("", "info", "convert", "thumbnail", "help"):
+        told = subprocess.run([tool, *command.split(), "--help"], capture_output=True, text=True,
+                              check=True).stdout
+        lines = told.partition("\nExamples:\n")[2].splitlines()
+        yield from ((f"the help of nuv {command}", "sh", line if len(lines) == 5 else "false")
+                    for line in lines or [""])
+
+
+def examples(tool):
     """Each as the name of its page, its language and its text."""
     for page in [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]:
         blocks = BLOCK.findall(page.read_text(encoding="utf-8"))
         yield from ((page.name, *block) for block in blocks if "#include <nuv/" in block[1])
         yield from ((page.name, *block) for block in blocks
                     if block[0] == "sh" and page.name != "cookbook.md")
+    yield from examples_of_help(tool) if tool else ()
 
 
 def main():
@@ -164,7 +175,7 @@ def main():
     warnings.simplefilter("ignore")
     count = 0
     faults = []
-    for page, language, text in examples():
+    for page, language, text in examples(tool):
         if language == "sh" and not tool:
             continue
         count += 1
