@@ -4,6 +4,8 @@
 #include "core/exifjpeg/nuv_exifjpeginfo.h"
 #include "core/jfif/nuv_jfifinfo.h"
 #include "core/jpeg/nuv_jpeginfo.h"
+#include "core/pnm/nuv_pnminfo.h"
+#include "core/pnm/nuv_readpnm.h"
 #include "core/storage/nuv_readstorage.h"
 #include "core/tiff/nuv_tiffinfo.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
@@ -132,6 +134,28 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
     return told;
 }
 
+// Behind a search in vain: a binary anymap of 16 bits, which is not among what is searched for.
+// Where its pixels begin, or nothing; then the failure stands as it did.
+[[nodiscard]] std::optional<std::int32_t> find_deep_anymap(nuv_job& job)
+{
+    if (job.manager->diagnosis().cause != nuv::NUV_Cause::unsupported)
+        return std::nullopt;
+    const nuv::NUV_Report before(*job.manager);
+    auto anymap = nuv::make_object<nuv::NUV_PNMInfo>(*job.manager);
+    if (anymap) {
+        job.manager->reset();
+        job.source->to_begin();
+        anymap->serve_deep(true);
+    }
+    if (anymap && anymap->load(job.source.get())) {
+        job.info.reset(anymap.release());
+        return job.source->position();
+    }
+    job.manager->reset();
+    before.raise_again(*job.manager);
+    return std::nullopt;
+}
+
 // Behind a search in vain: whether it is the page alone that is missing. Then of a TIFF file that
 // was raised as a wrong argument, and any other kind is known for its only page; what is wrong with
 // that one is else what counts.
@@ -146,7 +170,7 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
     job.source->to_begin();
     const nuv::NUV_Held<nuv::NUV_FormatInfo> first(
         nuv::NUV_ReadRasterEx(*job.manager).format_info(job.source.get(), 0));
-    return static_cast<bool>(first);
+    return first || find_deep_anymap(job);
 }
 
 // Finds out what the source of the job is, and puts its reader at the head of the chain.
@@ -162,6 +186,8 @@ void read_source(nuv_job& job)
     }
     // Before any reader takes memory on the word of a header.
     job.info.reset(nuv::NUV_ReadRasterEx(manager).format_info(job.source.get(), job.page));
+    const auto deep_pixels =
+        !job.info && job.page == 0 ? find_deep_anymap(job) : std::optional<std::int32_t>();
     if (!job.info) {
         if (lacks_page(job))
             job.refuse(NUV_BAD_CALL, "There is no page %u in the source.", job.page);
@@ -173,8 +199,13 @@ void read_source(nuv_job& job)
     job.facts = source_of(job);
     if (!job.allows_size(job.info->width(), job.info->height()))
         return;
-    job.source->to_begin();
-    nuv::NUV_Engine* reader = nuv::NUV_ReadRasterEx(manager).engine(job.source.get(), job.page);
+    nuv::NUV_Engine* reader = nullptr;
+    if (deep_pixels && job.source->to(*deep_pixels)) {
+        const auto* anymap = dynamic_cast<const nuv::NUV_PNMInfo*>(job.info.get());
+        reader = nuv::NUV_ReadPNM(manager).engine(job.source.get(), anymap);
+    } else if (job.source->to_begin()) {
+        reader = nuv::NUV_ReadRasterEx(manager).engine(job.source.get(), job.page);
+    }
     if (reader)
         reader = nuv::NUV_DecodeToRaw(manager).engine(reader);
     if (!reader) {

@@ -16,8 +16,11 @@ public:
 
     [[nodiscard]] const char* format_name() const noexcept override { return "pnm"; }
     // NUV_ERR_BROKEN_DATA for a storage that ends too soon, NUV_ERR_INVALID_DATA for a header that
-    // is not one, or that means more than 16 bits a sample (8 in the binary forms).
+    // is not one, or that means more than 16 bits a sample (8 in the binary forms, but for those
+    // that are deep where that is asked for).
     [[nodiscard]] bool load_internal(NUV_InputStorage* storage) override;
+    // P5 and P6 of 16 bits, too, of which the high byte comes first. To be asked for before load().
+    void serve_deep(bool wanted) noexcept { serves_deep_ = wanted; }
 
     // The character of the digit, '1' to '6'.
     [[nodiscard]] std::uint32_t magic() const noexcept { return magic_; }
@@ -40,6 +43,7 @@ private:
 
     std::uint32_t magic_ = '6';
     std::uint32_t maximum_ = 0;
+    bool serves_deep_ = false;
     bool separated_ = false; // a whitespace has been seen, so that a number may begin
 };
 

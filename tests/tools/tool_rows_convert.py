@@ -59,7 +59,8 @@ ROWS = (
     (0, "nuv convert plain.ppm o.ppm", "o.ppm", "", "", "cmp deep.ppm o.ppm"),
     (0, "nuv convert in.ppm o.PGM; nuv convert gray.pgm p.ppm; nuv convert bits.pbm q.pbm; nuv convert bits.pbm r.pgm", "o.PGM p.ppm q.pbm r.pgm", "", "", "near 50 o.PGM gray.pgm && cmp <(pgmtoppm black-white gray.pgm) p.ppm && cmp bits.pbm q.pbm && cmp <(pamdepth 255 bits.pbm | pamtopnm) <(pamtopnm r.pgm)"),
     (0, "nuv convert plain.ppm o.jpg; nuv convert in.ppm p.jpg", "o.jpg p.jpg", "", "", "cmp o.jpg p.jpg"),
-    (0, "nuv convert plain.ppm o.ppm convert=0.00389105:0:8", "o.ppm", "", "", "cmp in.ppm o.ppm"),
+    (0, "nuv convert deep.ppm o.ppm convert=0.00389105:0:8; nuv convert - p.ppm <deep.ppm", "o.ppm p.ppm", "", "", "cmp in.ppm o.ppm && cmp deep.ppm p.ppm"),
+    (1, "head -c 2000 deep.ppm >cut; nuv convert cut o.ppm; nuv info --page 1 deep.ppm", "cut", "", "nuv: cut: *damaged: line 11 of 17*\nnuv: deep.ppm: There is no page 1 in the source."),
     (1, "nuv convert in.ppm o.pbm", "", "", "nuv: o.pbm: a .pbm has one bit a pixel; 'color=gray convert=1:128:1' makes one*"),
     (0, "nuv convert gray.pgm o.pbm convert=1:128:1", "o.pbm", "", "", "cmp bits.pbm o.pbm"),
     # What goes into a JPEG as gray is gray, and of four inks RGB.

@@ -3,7 +3,9 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 #include "framework/io/nuv_checkedstream.h"
+#include "framework/utility/nuv_endian.h"
 
+#include <bit>
 #include <limits>
 
 namespace nuv {
@@ -31,6 +33,8 @@ bool NUV_ReadPNMBinaryEngine::read_line(std::uint8_t* out)
     if (!out || read_up_to(*storage_, out, line_bytes_) != line_bytes_)
         return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadPNMBinaryEngine::execute()",
                     ends_early());
+    if (header_.bits() == 16 && std::endian::native == std::endian::little)
+        swap_bytes(out, line_bytes_ / 2, 2);
     return true;
 }
 

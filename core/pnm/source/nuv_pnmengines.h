@@ -8,7 +8,7 @@
 
 namespace nuv {
 
-// P4, P5, P6: lines as they are in memory.
+// P4, P5, P6: lines as they are in memory, but for the order of the bytes of deep samples.
 class NUV_ReadPNMBinaryEngine final : public NUV_ReadLineEngine {
 public:
     static constexpr auto initiate_method = "NUV_ReadPNMBinaryEngine::initiate()";

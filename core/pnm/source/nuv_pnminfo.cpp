@@ -80,7 +80,7 @@ bool NUV_PNMInfo::describe(const NUV_ByteReader& stream)
     const bool is_bitmap = magic_ == '1' || magic_ == '4';
     const bool is_color = magic_ == '3' || magic_ == '6';
     const bool is_ascii = magic_ < '4';
-    const std::uint32_t largest = is_ascii ? 65535 : 255;
+    const std::uint32_t largest = is_ascii || serves_deep_ ? 65535 : 255;
     if (maximum_ > largest) {
         NUV_Diagnosis why = at_last_byte(stream);
         why.says("P%c with samples up to %u, served is %u", magic_, maximum_, largest);
