@@ -113,33 +113,23 @@ private:
     }
 };
 
-// All elements as those of T: take(piece) for as many at a time as `bytes` hold. How many came.
-template <class T, std::size_t bytes = 1024, class Take>
-[[nodiscard]] std::size_t take_pieces(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag,
-                                      Take take)
+// Elements of T that are turned into others, a piece at a time.
+template <class T, class E, class Turn>
+[[nodiscard]] std::size_t get_turned(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag,
+                                     std::span<E> values, Turn turn)
 {
-    std::array<T, bytes / sizeof(T)> piece;
+    std::array<T, 1024 / sizeof(T)> piece;
     std::size_t done = 0;
-    while (done < tag.count()) {
-        const std::size_t wanted = std::min<std::size_t>(piece.size(), tag.count() - done);
+    while (done < values.size()) {
+        const std::size_t wanted = std::min(piece.size(), values.size() - done);
         const std::size_t got =
             tag.get(directory.values(), std::span<T>(piece).first(wanted), done);
-        take(std::span<const T>(piece).first(got));
+        std::transform(piece.data(), piece.data() + got, values.data() + done, turn);
         done += got;
         if (got < wanted)
             break;
     }
     return done;
-}
-
-// Elements of T that are turned into others, for which there is room.
-template <class T, class E, class Turn>
-[[nodiscard]] std::size_t get_turned(NUV_TIFFImageFileDirectory& directory, QDTIFF_Tag& tag, E* to,
-                                     Turn turn)
-{
-    return take_pieces<T>(directory, tag, [&](std::span<const T> piece) {
-        to = std::transform(piece.begin(), piece.end(), to, turn);
-    });
 }
 
 // Enumerators by their numbers of type T, which may be any.
@@ -151,7 +141,7 @@ public:
 private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<E>& values) override
     {
-        return get_turned<T>(this->directory_, tag, values.data(),
+        return get_turned<T>(this->directory_, tag, values.items(),
                              [](T value) { return static_cast<E>(value); });
     }
 };
@@ -165,7 +155,7 @@ private:
     [[nodiscard]] std::size_t copy(QDTIFF_Tag& tag, NUV_Vector<R>& values) override
     {
         return get_turned<QDTIFF_Rational_T<T>>(
-            this->directory_, tag, values.data(), [](const QDTIFF_Rational_T<T>& value) {
+            this->directory_, tag, values.items(), [](const QDTIFF_Rational_T<T>& value) {
                 return R{value.numerator, value.denominator, true};
             });
     }

@@ -35,21 +35,13 @@ public:
     }
     // Behind the others, for which there is room; one that needs more bytes loses its high ones.
     void push_back(std::uint32_t number) noexcept { set(size_++, number); }
-    void append(std::span<const std::uint32_t> numbers) noexcept
+    // The first `count` numbers, for which there is room, as what they are: T has bytes_each()
+    // bytes. What stands in them is the caller's to write.
+    template <class T>
+    [[nodiscard]] std::span<T> fill(std::size_t count) noexcept
     {
-        std::uint8_t* const to = memory_.data() + size_ * bytes_each_;
-        size_ += numbers.size();
-        if (bytes_each_ == 1) {
-            for (std::size_t i = 0; i < numbers.size(); ++i)
-                to[i] = static_cast<std::uint8_t>(numbers[i]);
-        } else if (bytes_each_ == 2) {
-            for (std::size_t i = 0; i < numbers.size(); ++i) {
-                const auto low = static_cast<std::uint16_t>(numbers[i]);
-                std::memcpy(to + 2 * i, &low, sizeof(low));
-            }
-        } else if (!numbers.empty()) {
-            std::memcpy(to, numbers.data(), numbers.size_bytes());
-        }
+        size_ = count;
+        return {reinterpret_cast<T*>(memory_.data()), count};
     }
     void set(std::size_t index, std::uint32_t number) noexcept
     {

@@ -9,15 +9,20 @@ bool NUV_TIFFNumbersGetter::make_room(QDTIFF_Tag& tag, NUV_PackedNumbers& values
 
 std::size_t NUV_TIFFNumbersGetter::copy(QDTIFF_Tag& tag, NUV_PackedNumbers& values)
 {
-    // They can be many, and a storage is asked for each piece.
-    constexpr std::size_t piece_bytes = 16384;
-    return take_pieces<std::uint32_t, piece_bytes>(
-        directory_, tag, [&](std::span<const std::uint32_t> piece) { values.append(piece); });
+    const auto get = [&](auto numbers) { return tag.get(directory_.values(), numbers, 0); };
+    switch (values.bytes_each()) {
+    case 1:
+        return get(values.fill<std::uint8_t>(tag.count()));
+    case 2:
+        return get(values.fill<std::uint16_t>(tag.count()));
+    default:
+        return get(values.fill<std::uint32_t>(tag.count()));
+    }
 }
 
 std::size_t NUV_TIFFAsciiGetter::copy(QDTIFF_Tag& tag, NUV_BasicString<char>& text)
 {
-    return get_turned<std::uint8_t>(directory_, tag, text.data(),
+    return get_turned<std::uint8_t>(directory_, tag, std::span(text.data(), text.size()),
                                     [](std::uint8_t byte) { return static_cast<char>(byte); });
 }
 

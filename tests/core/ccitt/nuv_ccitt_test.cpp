@@ -215,8 +215,10 @@ TEST(FaxDecoders, TakeUpEachStripThatIsDataOfItsOwn)
     fill_header(header, {4, 7, 1, 1, NUV_DataType::u_integer, NUV_EncodeType::mmr});
     NUV_PackedNumbers offsets(chain.manager()), counts(chain.manager());
     EXPECT_TRUE(offsets.reserve(4, 1) && counts.reserve(4, 1));
-    offsets.append(std::array{0U, 2U, 9U, 0U}); // a good one, a bad one, none and the first
-    counts.append(std::array{2U, 2U, 2U, 2U});
+    for (const std::uint32_t offset : {0U, 2U, 9U, 0U}) { // good, bad, none, and the first again
+        offsets.push_back(offset);
+        counts.push_back(2);
+    }
     chain.last(NUV_DecodeMMRForTIFF(chain.manager(), NUV_DecodeMMROption())
                    .engine(storage.get(), header, 2, offsets, counts));
     EXPECT_EQ(chain.run_bytes(), Bytes({0x40, 0x40, 0, 0, 0, 0, 0x40}));

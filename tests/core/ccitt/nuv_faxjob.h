@@ -88,7 +88,8 @@ template <class Decoder, class Creator, class RunCreator>
                            job.block_bytes);
         NUV_PackedNumbers counts(chain.manager());
         is_alike = counts.reserve(job.counts.size(), 2) && is_alike;
-        counts.append(job.counts);
+        for (const std::uint32_t count : job.counts)
+            counts.push_back(count);
         chain.last(to_runs ? run_creator.engine(chain.last(), job.rows, counts)
                            : creator.engine(chain.last(), job.rows, counts));
         chain.append<NUV_DecodeQDRLE>();
