@@ -14,6 +14,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 LINK = re.compile(r"\[([^\]]*)\]\(([^)#:]+)(#[^)]*)?\)")
+INDENTED = re.compile(r"^( +)```\w*\n.*?^\1```$", re.DOTALL | re.MULTILINE)
 FENCES = re.compile(r"(?:^```\w+\n.*?^```\n\n?)+", re.DOTALL | re.MULTILINE)
 FENCE = re.compile(r"^```(\w+)\n.*?^```\n", re.DOTALL | re.MULTILINE)
 LANGUAGES = {"sh": "Tool", "cpp": "C++", "python": "Python", "c": "C"}
@@ -43,6 +44,11 @@ def with_links(text, source, places):
     return LINK.sub(link, text)
 
 
+def to_the_left(match):
+    """An example within a list, which mkdocs knows at the edge alone."""
+    return re.sub(f"^{match[1]}", "", match[0], flags=re.MULTILINE)
+
+
 def side_by_side(match):
     blocks = [(found[1], found[0]) for found in FENCE.finditer(match[0])]
     if len({language for language, _ in blocks}) == 1:
@@ -61,6 +67,7 @@ def main():
             shutil.copy(source, folder / place)
             continue
         text = with_links(source.read_text(encoding="utf-8"), source, places)
+        text = INDENTED.sub(to_the_left, text)
         (folder / place).write_text(FENCES.sub(side_by_side, text), encoding="utf-8")
 
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Makes a page of each public header, out of what Doxygen has understood of it.
+"""Makes a page of each public header, out of what Doxygen has understood of it, and links to them
+where the other pages name something of C.
 
-    reference.py FOLDER      where reference_c.md and its like go
+    reference.py FOLDER      of the pages of the site; reference_c.md and its like go there
 """
 
 import html
@@ -27,6 +28,8 @@ HIDDEN = {"NUV_API", "NUV_EXPORT", "Iterator", "NUV_Vector"}
 PLAIN_NAME = re.compile(r"\b(?:nuv|NUV)_\w+\b")
 SECOND_NAME = re.compile(r"typedef (?:enum|struct) (?!nuv_job)")  # of what is told without it
 DEFAULT = re.compile(r"(?<!operator)(?<=[\w)])=(?=[\w{])")
+FENCE = re.compile(r"^```.*?^```$", re.DOTALL | re.MULTILINE)
+QUOTED = re.compile(r"(?<!\[)`((?:nuv|NUV)_\w+)(?:\([^`]*\))?`")
 CALL = re.compile(r"\bnuv_\w+(?=\()")
 
 
@@ -206,6 +209,18 @@ class Writer:
         (folder / f"{header.page}.md").write_text("\n\n".join(parts), encoding="utf-8")
 
 
+    def link(self, page):
+        """Links names of C between backquotes, but not within examples."""
+        text = page.read_text(encoding="utf-8")
+        examples = iter(FENCE.findall(text))
+        parts = [QUOTED.sub(self.link_of, part) + next(examples, "") for part in FENCE.split(text)]
+        page.write_text("".join(parts), encoding="utf-8")
+
+    def link_of(self, match):
+        place = self.places.get(match[1], "")
+        return f"[{match[0]}]({place.replace('.html', '.md')})" if place else match[0]
+
+
 def main():
     folder = Path(sys.argv[1])
     with tempfile.TemporaryDirectory() as name:
@@ -215,6 +230,8 @@ def main():
             return 1
         headers = [Header(Path(name) / "xml", *page) for page in PAGES]
     writer = Writer(headers)
+    for page in folder.glob("*.md"):
+        writer.link(page)
     for header in headers:
         writer.write(header, folder)
     return 0
