@@ -1,7 +1,7 @@
 #!/bin/bash
-# Cross-compiles for 64-bit ARM, runs the tool and some of the tests under qemu-user, and compares the
-# bytes of conversions with those of the processor at hand. Debian's packages for ARM are downloaded
-# and unpacked below build/, not installed.
+# Cross-compiles for 64-bit ARM, runs the tool and some of the tests under qemu-user, and compares
+# the bytes of conversions with those of the processor at hand. Debian's packages for ARM are
+# downloaded and unpacked below build/, not installed.
 #
 #     packaging/check_arm64.sh
 set -euo pipefail
@@ -12,8 +12,8 @@ root=$PWD/build/arm64_root
 tests='^(wrapper|core_scale|core_jpeg)_test$'
 targets=(nuv_tool wrapper_test core_scale_test core_jpeg_test)
 
-tools/install_packages.sh ccache cmake g++ g++-aarch64-linux-gnu libcli11-dev libpng-dev ninja-build \
-    nlohmann-json3-dev python3 qemu-user zlib1g-dev
+tools/install_packages.sh ccache cmake file g++ g++-aarch64-linux-gnu libcli11-dev libpng-dev \
+    ninja-build nlohmann-json3-dev python3 qemu-user zlib1g-dev
 
 # With an apt of its own, so that this system takes on no second architecture.
 fetch_packages()
@@ -48,7 +48,9 @@ CONF
 }
 
 mkdir -p build
-[[ -d $root ]] || fetch_packages
+if [[ ! -d $root ]]; then
+    fetch_packages
+fi
 
 echo "== build"
 cmake --preset release >build/release.log
@@ -90,9 +92,9 @@ conversions=(
     'gray.pgm     tiff/fax_t6.tif            color=gray convert=255:0:8 area=40%'
     'png.ppm      png/colour_interlaced.png  linear=300%'
 )
-libraries=$root/usr/lib/aarch64-linux-gnu
 here=build/release/tools/nuv/nuv
-there=(qemu-aarch64 -L /usr/aarch64-linux-gnu -E "LD_LIBRARY_PATH=$libraries" "$build/tools/nuv/nuv")
+there=(qemu-aarch64 -L /usr/aarch64-linux-gnu
+    -E "LD_LIBRARY_PATH=$root/usr/lib/aarch64-linux-gnu" "$build/tools/nuv/nuv")
 [[ $(LC_ALL=C file -b "$build/tools/nuv/nuv") == *aarch64* ]]
 rm -rf "$build/compared"
 mkdir -p "$build/compared"/{here,there}
