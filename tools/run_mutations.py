@@ -211,7 +211,8 @@ def prepare(slips, jobs):
     """The copy, built, with the tests that the slips name; they have to pass without a slip."""
     copy_tree()
     must("cmake", "-G", "Ninja", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=Debug",
-         "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DNUV_WERROR=OFF", "-DNUV_ABI_CHECK=ON")
+         "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DNUV_WERROR=OFF", "-DNUV_ABI_CHECK=ON",
+         "-DNUV_BUILD_PYTHON=ON")
     suite = Suite(jobs)
     names = sorted({name for slip in slips if not misfit(slip, TREE)
                     for name in suite.named(slip.tests)})

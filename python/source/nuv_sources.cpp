@@ -136,14 +136,18 @@ private:
         const Py_buffer& view = buffer_.view();
         return is_.channels == 1 ? view.itemsize : view.strides[2];
     }
-    // That the samples of a line lie side by side, and its lines one behind the other.
+    // That the samples of a line lie side by side, and its lines one behind the other, with no more
+    // between them than the library counts.
     [[nodiscard]] bool has_whole_lines() const noexcept
     {
+        constexpr Py_ssize_t most_bytes = 0x7FFFFFFF;
+
         const Py_buffer& view = buffer_.view();
         const Py_ssize_t pixel_bytes = view.itemsize * is_.channels;
         return channel_stride() == view.itemsize &&
                (is_.width == 1 || view.strides[1] == pixel_bytes) &&
-               view.strides[0] >= pixel_bytes * static_cast<Py_ssize_t>(is_.width);
+               view.strides[0] >= pixel_bytes * static_cast<Py_ssize_t>(is_.width) &&
+               view.strides[0] <= most_bytes / static_cast<Py_ssize_t>(is_.height);
     }
 
     static int give(void* user, std::uint32_t line, void* into) noexcept

@@ -6,6 +6,10 @@ import pytest
 import nuv
 
 
+def pytest_addoption(parser):
+    parser.addoption("--module", help="the compiled part: what has to be built for the tests")
+
+
 @pytest.fixture(scope="session")
 def samples():
     """40 lines of 60 pixels in RGB, no two lines alike."""
