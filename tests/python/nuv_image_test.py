@@ -62,7 +62,7 @@ def test_words_do_what_the_tool_does_with_them(samples, tmp_path):
         (lambda: image.apply("fine=1 crop=9,9,1x1"), nuv.UnsupportedError, "begins outside"),
         (lambda: image.apply("crop=0,0,0x1"), nuv.CallError, "not of the form"),
         (lambda: image.save(tmp_path / "x.pbm"), nuv.UnsupportedError, "one bit a pixel"),
-        (lambda: image.save(tmp_path / "x.gif"), nuv.CallError, "or format tells"),
+        (lambda: image.save(tmp_path / "x.gif"), nuv.CallError, "or format names the kind"),
         (lambda: image.save(tmp_path / "x.pgm", quality=5), nuv.CallError, "JPEG files alone"),
         (lambda: image.save(tmp_path / "x.jpg", quality=101), nuv.CallError, "0 to 100"),
         (lambda: image.save(tmp_path / "x.jpg", sampling="421"), nuv.CallError, "sampling is"),
