@@ -10,6 +10,7 @@ import argparse
 import base64
 import json
 import os
+import select
 import subprocess
 import sys
 import tempfile
@@ -17,6 +18,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 WIDTHS = (1280, 400)
+PATIENCE = 60  # seconds without a word of the browser
 # What is told of a page: how far it goes sideways, and pictures that did not come.
 LOOK = """(() => { const root = document.documentElement;
     return JSON.stringify({wide: root.scrollWidth, high: root.scrollHeight,
@@ -47,9 +49,11 @@ class Browser:
 
     def read(self):
         while b"\0" not in self.rest:
-            piece = os.read(self.into, 1 << 20)
+            is_told = select.select([self.into], [], [], PATIENCE)[0]
+            piece = os.read(self.into, 1 << 20) if is_told else b""
             if not piece:
-                sys.exit("check_site.py: the browser has ended")
+                self.process.kill()
+                sys.exit(f"check_site.py: the browser {'has ended' if is_told else 'says nothing'}")
             self.rest += piece
         message, self.rest = self.rest.split(b"\0", 1)
         return json.loads(message)
@@ -88,7 +92,8 @@ def complaints(events):
             if not address.startswith(("file:", "data:")):
                 yield f"asks for {address}"
         elif event.get("method") == "Runtime.exceptionThrown":
-            yield told["exceptionDetails"]["text"]
+            details = told["exceptionDetails"]
+            yield details.get("exception", {}).get("description", details["text"])
         elif event.get("method") == "Log.entryAdded" and told["entry"]["level"] == "error":
             yield told["entry"]["text"]
 
