@@ -32,6 +32,8 @@ ROWS = (
     # Usage, and words that come near.
     (64, "nuv", "", "", "nuv: which command?*"),
     (64, "nuv convart", "", "", "nuv: unknown command 'convart': did you mean convert?"),
+    (64, "nuv wurst; nuv version", "", "", "nuv: unknown command 'wurst'; see nuv --help\nnuv: unknown command 'version': did you mean --version?"),
+    (64, "nuv info in.ppm --page; nuv convert in.ppm -o a.jpg -o b.jpg", "", "", "nuv: --page takes one value\nnuv: --output takes one value"),
     (64, "nuv --versoin", "", "", "nuv: unknown option '--versoin': did you mean --version?"),
     (64, "nuv info", "", "", "nuv: FILE is required"),
     (64, "nuv info --jsno in.ppm", "", "", "nuv: unknown option '--jsno': did you mean --json?"),
@@ -39,7 +41,7 @@ ROWS = (
     (64, "nuv convert", "", "", "nuv: SRC is required"),
     (64, "nuv convert in.ppm", "", "", "nuv: DST is required*"),
     (64, "nuv convert in.ppm o.jpg roate=90", "", "", "nuv: unknown word 'roate': did you mean rotate?"),
-    (64, "nuv help q", "", "", "nuv: unknown topic 'q'"),
+    (64, "nuv help q", "", "", "nuv: unknown topic 'q'; see nuv help"),
     (64, "nuv help fti", "", "", "nuv: unknown topic 'fti': did you mean fit?"),
     (64, "nuv help a b", "", "", "nuv: unexpected argument 'b'"),
     # Help: of the program, of all commands and words, and whole.

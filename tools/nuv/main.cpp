@@ -46,6 +46,19 @@ std::string unexpected(const CLI::App& app)
                : unknown;
 }
 
+std::string unknown_command(const CLI::App& app, std::string_view typed)
+{
+    const std::string unknown = unknown_word("command", typed, command_names(app));
+    if (unknown.ends_with('?'))
+        return unknown;
+    const std::string option = "--" + std::string{typed};
+    if (app.get_option_no_throw(option) != nullptr)
+        return unknown + ": did you mean " + option + "?";
+    std::error_code error;
+    const bool is_file = std::filesystem::exists(typed, error);
+    return unknown + (is_file ? "; nuv info tells what a file is" : "; see nuv --help");
+}
+
 int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)
 {
     const auto commands = app.get_subcommands();
@@ -94,15 +107,15 @@ int run(int count, char** arguments)
         if (std::ranges::find(options, first) == options.end())
             throw UsageError(unknown_option(app, first));
     } else if (find_command(app, first) == nullptr) {
-        std::error_code error;
-        const bool is_file = std::filesystem::exists(first, error);
-        throw UsageError(unknown_word("command", first, command_names(app)) +
-                         (is_file ? "; nuv info tells what a file is" : ""));
+        throw UsageError(unknown_command(app, first));
     }
     try {
         app.parse(count, arguments);
     } catch (const CLI::ExtrasError&) {
         throw UsageError(unexpected(app));
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string_view text = error.what();
+        throw UsageError(std::string{text.substr(0, text.find(':'))} + " takes one value");
     } catch (const CLI::ConversionError& error) {
         constexpr std::string_view beginning = "Could not convert: ";
         const std::string_view text = error.what();

@@ -243,7 +243,8 @@ std::string help_on(const CLI::App& app, std::string_view topic)
     const Word* const word = find_word(topic.substr(0, topic.find('=')));
     if (word != nullptr)
         return word_help(*word);
-    throw UsageError(unknown_word("topic", topic, help_topics(app)));
+    const std::string unknown = unknown_word("topic", topic, help_topics(app));
+    throw UsageError(unknown + (unknown.ends_with('?') ? "" : "; see nuv help"));
 }
 
 const CLI::App* find_command(const CLI::App& app, std::string_view name)

@@ -51,7 +51,7 @@ nuv_picture parse_raw_picture(std::string_view text)
         !take_number(text, picture.height) || !take_letter(text, 'x') ||
         !take_number(text, picture.channels) || !take_letter(text, 'x') ||
         !take_number(text, picture.bits))
-        throw UsageError(argument + " is not of the form WxHxCxBITS[:COLOUR]");
+        throw UsageError(argument + " is not of the form WxHxCxBITS[:COLOR]");
     picture.color = default_color(picture.channels);
     if (text.empty())
         return picture;
