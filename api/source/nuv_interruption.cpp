@@ -29,9 +29,10 @@ void NUV_Interruption::ask(nuv_wants_end function, void* user) noexcept
     function_ = function;
     user_ = user;
     next_ = 0;
+    is_awake(function || has_come_);
 }
 
-bool NUV_Interruption::wants_end() noexcept
+bool NUV_Interruption::looks_for_end() noexcept
 {
     if (has_come_ || !function_)
         return has_come_;

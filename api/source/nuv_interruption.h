@@ -15,10 +15,11 @@ public:
     // Null for nobody.
     void ask(nuv_wants_end function, void* user) noexcept;
 
-    [[nodiscard]] bool wants_end() noexcept override;
     [[nodiscard]] bool has_come() const noexcept { return has_come_; }
 
 private:
+    [[nodiscard]] bool looks_for_end() noexcept override;
+
     nuv_wants_end function_ = nullptr;
     void* user_ = nullptr;
     std::int64_t next_ = 0; // milliseconds

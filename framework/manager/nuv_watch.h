@@ -10,8 +10,16 @@ public:
     NUV_Watch& operator=(const NUV_Watch&) = delete;
     virtual ~NUV_Watch() = default;
 
-    // True when the work is to end, and from then on always. Asked before each step of each engine.
-    [[nodiscard]] virtual bool wants_end() noexcept = 0;
+    // True when the work is to end, and from then on always. Asked before each step of each engine,
+    // which costs nothing as long as nobody watches.
+    [[nodiscard]] bool wants_end() noexcept { return is_awake_ && looks_for_end(); }
+
+protected:
+    void is_awake(bool is) noexcept { is_awake_ = is; }
+    [[nodiscard]] virtual bool looks_for_end() noexcept = 0;
+
+private:
+    bool is_awake_ = false;
 };
 
 } // namespace nuv
