@@ -135,16 +135,20 @@ void encode_by_libjpeg(benchmark::State& state, std::uint32_t key)
 constexpr NUV_Cpu portable = {};
 constexpr NUV_Cpu sse2 = {.has_sse2 = true, .has_avx2 = false};
 constexpr NUV_Cpu avx2 = {.has_sse2 = true, .has_avx2 = true};
+const NUV_Cpu& best = NUV_Cpu::current();
 
 BENCHMARK_CAPTURE(encode_by_libjpeg, 4_2_0, jpeg_sampling_420);
+BENCHMARK_CAPTURE(encode_here, 4_2_0, jpeg_sampling_420, best);
 BENCHMARK_CAPTURE(encode_here, 4_2_0_avx2, jpeg_sampling_420, avx2);
 BENCHMARK_CAPTURE(encode_here, 4_2_0_sse2, jpeg_sampling_420, sse2);
 BENCHMARK_CAPTURE(encode_here, 4_2_0_portable, jpeg_sampling_420, portable);
 BENCHMARK_CAPTURE(encode_by_libjpeg, 4_2_2, jpeg_sampling_422);
+BENCHMARK_CAPTURE(encode_here, 4_2_2, jpeg_sampling_422, best);
 BENCHMARK_CAPTURE(encode_here, 4_2_2_avx2, jpeg_sampling_422, avx2);
 BENCHMARK_CAPTURE(encode_here, 4_2_2_sse2, jpeg_sampling_422, sse2);
 BENCHMARK_CAPTURE(encode_here, 4_2_2_portable, jpeg_sampling_422, portable);
 BENCHMARK_CAPTURE(encode_by_libjpeg, 4_4_4, jpeg_sampling_444);
+BENCHMARK_CAPTURE(encode_here, 4_4_4, jpeg_sampling_444, best);
 BENCHMARK_CAPTURE(encode_here, 4_4_4_avx2, jpeg_sampling_444, avx2);
 BENCHMARK_CAPTURE(encode_here, 4_1_1_avx2, jpeg_sampling_411, avx2);
 

@@ -67,17 +67,24 @@ I16* draw_quantisers(NUV_FormDraw& draw)
 
 TEST(JPEGForms, ForwardTransform)
 {
-    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
-        const I16* const block = draw_block(draw);
+    const auto draw_blocks = [](NUV_FormDraw& draw, auto compare, std::size_t count) {
+        std::vector<I16> blocks;
+        while (blocks.size() < count * jpeg_block_size) {
+            const I16* const block = draw_block(draw);
+            blocks.insert(blocks.end(), block, block + jpeg_block_size);
+        }
         U16* const inverses = draw.input<U16>(jpeg_block_size);
         for (std::size_t i = 0; draw.number(0, 2) != 0 && i < jpeg_block_size; ++i)
             inverses[i] = static_cast<U16>(32768 / draw.number(1, 255));
-        compare(jpeg_block_size, [&](auto form, I16* out) {
-            std::copy_n(block, jpeg_block_size, out);
+        compare(blocks.size(), [&](auto form, I16* out) {
+            std::ranges::copy(blocks, out);
             static_cast<void>(form(out, inverses));
         });
     };
-    expect_same_forms<I16>("PSAA", primitive(&Set::fdct_quant), draw_call, 20000);
+    const auto one = [=](auto& draw, auto compare) { draw_blocks(draw, compare, 1); };
+    const auto two = [=](auto& draw, auto compare) { draw_blocks(draw, compare, 2); };
+    expect_same_forms<I16>("PSAA", primitive(&Set::fdct_quant), one, 20000);
+    expect_same_forms<I16>("PSAV", primitive(&Set::fdct_quant_pair), two, 20000);
 }
 
 TEST(JPEGForms, InverseTransform)

@@ -239,8 +239,16 @@ NUV_JPEGCode NUV_JPEGSequentialEncoder::encode_mcus(const std::uint8_t* pixels,
                 return code;
         }
         pixels_to_blocks_(pixels, row_step, blocks_, second_block_, third_block_);
+        for (std::size_t i = 0; i < slots.size();) {
+            if (i + 1 < slots.size() && slots[i].inverses == slots[i + 1].inverses) {
+                primitives.fdct_quant_pair(slots[i].block, slots[i].inverses);
+                i += 2;
+            } else {
+                primitives.fdct_quant(slots[i].block, slots[i].inverses);
+                ++i;
+            }
+        }
         for (const BlockSlot& slot : slots) {
-            primitives.fdct_quant(slot.block, slot.inverses);
             ok &= is_good(primitives.huffman_encode_block_wide(
                 slot.block, coded_.data(), coded_room, &coded_bytes_, slot.previous_dc,
                 slot.dc_table, slot.ac_table, &bits_, /*flush=*/false));

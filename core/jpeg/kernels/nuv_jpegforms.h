@@ -19,11 +19,11 @@ class NUV_JPEGFormLevels {
 public:
     using Setters = std::initializer_list<void (*)(Forms&) noexcept>;
 
-    NUV_JPEGFormLevels(Setters portable, Setters sse2, Setters avx2) noexcept
+    NUV_JPEGFormLevels(Setters portable, Setters sse2, Setters avx2, Setters avx512) noexcept
     {
         Forms forms{};
         std::size_t level = 0;
-        for (const Setters& setters : {portable, sse2, avx2}) {
+        for (const Setters& setters : {portable, sse2, avx2, avx512}) {
             for (const auto set : setters)
                 set(forms);
             levels_[level++] = forms;
@@ -34,11 +34,13 @@ public:
     {
         if (!cpu.has_sse2)
             return levels_[0];
-        return levels_[cpu.has_avx2 ? 2 : 1];
+        if (!cpu.has_avx2)
+            return levels_[1];
+        return levels_[cpu.has_avx512vbmi ? 3 : 2];
     }
 
 private:
-    std::array<Forms, 3> levels_;
+    std::array<Forms, 4> levels_;
 };
 
 // The checks that all primitives on pixels begin with.
@@ -64,6 +66,14 @@ void set_color_forms(NUV_JPEGPrimitives& primitives, Forms forms) noexcept
     primitives.split_444 = forms.template operator()<SplitColor, 1, 1>();
     primitives.split_422 = forms.template operator()<SplitColor, 2, 1>();
     primitives.split_420 = forms.template operator()<SplitColor, 2, 2>();
+}
+
+// A primitive on a block, done on two.
+template <auto on_one>
+NUV_JPEGResult on_pair(std::int16_t* blocks, const std::uint16_t* table)
+{
+    const NUV_JPEGResult result = on_one(blocks, table);
+    return is_good(result) ? on_one(blocks + jpeg_block_size, table) : result;
 }
 
 // The inverse transforms, for the forms of others that go on from their samples.
@@ -93,6 +103,8 @@ void set_sse2_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept;
 
 void set_avx2_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
+
+void set_avx512_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 #endif
 
 } // namespace nuv

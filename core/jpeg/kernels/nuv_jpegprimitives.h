@@ -111,6 +111,8 @@ struct NUV_JPEGPrimitives {
     // coefficient times table[i] / 32768, to nearest with ties to even. `table` is in natural
     // order, from quant_forward_init.
     NUV_JPEGResult (*fdct_quant)(std::int16_t* block, const std::uint16_t* table);
+    // The same for two blocks, the second behind the first.
+    NUV_JPEGResult (*fdct_quant_pair)(std::int16_t* blocks, const std::uint16_t* table);
 
     // Codes one block (T.81, F.1.2) into output[*position] and up to `size`, and sets
     // *previous_dc to its DC value. With `flush` set the block and the tables are not looked at

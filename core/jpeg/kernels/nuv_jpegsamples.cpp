@@ -119,9 +119,9 @@ const NUV_JPEGSampleForms& jpeg_sample_forms(const NUV_Cpu& cpu) noexcept
     static const NUV_JPEGFormLevels<NUV_JPEGSampleForms> levels(
         {set_portable_sample_forms},
 #if NUV_X86
-        {set_sse2_sample_forms}, {set_avx2_sample_forms, set_avx2_block_forms}
+        {set_sse2_sample_forms}, {set_avx2_sample_forms, set_avx2_block_forms}, {}
 #else
-        {}, {}
+        {}, {}, {}
 #endif
     );
     return levels.of(cpu);
