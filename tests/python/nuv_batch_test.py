@@ -1,5 +1,6 @@
 """Jobs of many pictures: what is planned, what is recorded, and what faults do to a run."""
 import csv
+import dataclasses
 import itertools
 import json
 import os
@@ -15,6 +16,7 @@ import pytest
 
 import nuv
 from nuv import batch
+from nuv.batch import cluster as cluster_side
 from nuv.batch import command, jobs, processes, records
 from nuv.batch.records import Record
 
@@ -43,10 +45,6 @@ def cluster():
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, host="127.0.0.1",
                                   dashboard_address=page, worker_dashboard_address=page) as local:
         yield local
-
-
-def sources():
-    return batch.find_sources(["in/*"])
 
 
 def records_of(path):
@@ -95,8 +93,7 @@ def test_destinations_follow_the_pattern_or_are_refused_at_once(tmp_path, monkey
 
 def test_chunks_are_cut_by_bytes():
     each = jobs.PICTURE_OVERHEAD
-    sizes = [each, each, 9 * each, 0, 0, 0, 0, 0]
-    tasks = [batch.Task(str(size), str(size), size) for size in sizes]
+    tasks = [batch.Task("", "", size * each) for size in (1, 1, 9, 0, 0, 0, 0, 0)]
     cut = [[task.bytes // each for task in chunk] for chunk in jobs.chunks_of(tasks, 4 * each)]
     assert cut == [[1, 1], [9], [0, 0, 0, 0], [0]]
 
@@ -169,17 +166,17 @@ def test_a_run_on_this_machine_listens_to_nobody_else(folder):
                 addresses.add(local.split(":")[0])
 
     addresses = set()
-    batch.run(sources(), "out/%s.jpg", processes=2, told=heard)
+    batch.run("in/*", "out/%s.jpg", processes=2, told=heard)
     assert addresses == {"0100007F"}  # 127.0.0.1, as the system writes it
 
 
 def test_a_record_serves_one_run_at_a_time(folder):
     held = records.RecordFile("run.csv")
     with pytest.raises(batch.UsageError, match="another run"):
-        batch.run(sources(), "out/%s.jpg", record="run.csv", resume=True)
+        batch.run("in/*", "out/%s.jpg", record="run.csv", resume=True)
     held.begin([], "")  # and still when the file is another one
     with pytest.raises(batch.UsageError, match="another run"):
-        batch.run(sources(), "out/%s.jpg", record="run.csv", resume=True)
+        batch.run("in/*", "out/%s.jpg", record="run.csv", resume=True)
     held.close()
 
 
@@ -205,15 +202,19 @@ def test_a_process_that_hangs_or_dies_costs_its_picture_alone(folder, monkeypatc
     again.end()
 
 
+def test_the_system_bounds_what_the_library_does_not_count():
+    code = "from nuv.batch import picture; picture._limit_memory(1); bytearray(1 << 30)"
+    told = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, timeout=60)
+    assert told.stderr.endswith("MemoryError\n")
+
+
 def test_two_that_do_the_same_leave_one_whole_file(folder):
     tasks = batch.plan(["in/00.ppm"], "out/00.jpg") * 20
     orders = processes.Orders(batch.Recipe(), str(folder))
     threads = [threading.Thread(target=processes.work_on, args=(tasks, orders))
                for _ in range(2)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join(20)
+    for step in (threading.Thread.start, threading.Thread.join):
+        list(map(step, threads))
     assert os.listdir("out") == ["00.jpg"]
     assert Path("out/00.jpg").read_bytes() == nuv.open("in/00.ppm").jpeg()
 
@@ -230,7 +231,7 @@ def test_a_poisoned_picture_stops_at_its_limit(folder, cluster, head, recipe, st
         file.write(head)
         file.truncate(len(head) + 256_000_000)  # of zeros that take no room
     start = time.monotonic()
-    end = batch.run(sources(), "out/%s.jpg", recipe, scheduler=cluster, record="run.csv")
+    end = batch.run("in/*", "out/%s.jpg", recipe, scheduler=cluster, record="run.csv")
     assert (end.written, end.failed) == (GOOD, 1) and time.monotonic() - start < 20
     check_all_there({"in/poison.ppm": status})
 
@@ -245,7 +246,7 @@ def test_a_worker_that_is_killed_costs_nothing(folder, cluster):
                 os.kill(victim, signal.SIGKILL)
 
         kill.is_due = True
-        batch.run(sources(), "out/%s.jpg", batch.Recipe("fine=2000% fine=60x40"), scheduler=client,
+        batch.run("in/*", "out/%s.jpg", batch.Recipe("fine=2000% fine=60x40"), scheduler=client,
                   record="run.csv", chunk_bytes=60_000, told=kill)
     assert not kill.is_due
     check_all_there()
@@ -258,7 +259,7 @@ def test_a_caller_that_has_enough_stops_the_workers(folder, cluster):
 
     with distributed.Client(cluster) as client:
         with pytest.raises(KeyboardInterrupt):
-            batch.run(sources(), "out/%s.jpg", batch.Recipe("fine=2000% fine=60x40"),
+            batch.run("in/*", "out/%s.jpg", batch.Recipe("fine=2000% fine=60x40"),
                       scheduler=client, chunk_bytes=60_000, told=stop)
         assert all(client.run(lambda: len(processes._cancelled)).values())
     assert len(os.listdir("out")) < GOOD
@@ -278,11 +279,10 @@ def test_what_a_full_disk_refuses_is_done_elsewhere_or_told(folder, cluster, ful
         client.wait_for_workers(2, timeout=20)
         workers = list(client.nthreads())[:full]
         client.run(fill_the_disk, 512, workers=workers)
-        end = batch.run(sources(), "out/%s.jpg", scheduler=client, record="run.csv")
+        end = batch.run("in/*", "out/%s.jpg", scheduler=client, record="run.csv")
         client.run(fill_the_disk, -1)
     if full == 1:
-        check_all_there()
-        return
+        return check_all_there()
     assert (end.written, end.failed) == (0, GOOD) and os.listdir("out") == []
     assert {record[2] for record in records_of("run.csv")} == {"io"}
 
@@ -323,3 +323,82 @@ def test_a_run_ends_with_its_scheduler_and_goes_on_with_the_next(folder):
         for process in started:
             process.kill()
             process.wait()
+
+
+@dataclasses.dataclass
+class Future:
+    """Ends at once, with what it is given; with None never."""
+
+    key: str
+    end: object
+
+    def result(self, timeout):
+        if isinstance(self.end, Exception):
+            raise self.end
+        return self.end
+
+    def add_done_callback(self, call):
+        if self.end is not None:
+            call(self)
+
+
+class Client:
+    """Of a cluster whose workers do with tasks what `work(tasks, workers)` says."""
+
+    status = "running"
+
+    def __init__(self, work, workers=("a", "b")):
+        self.work, self.workers = work, dict.fromkeys(workers, 1)
+
+    def nthreads(self):
+        return self.workers
+
+    def submit(self, _function, tasks, _orders, *, key, workers, pure):
+        return Future(key, self.work(tasks, workers))
+
+    cancel = run = lambda *_: None
+
+
+def statuses(client, monkeypatch):
+    """What becomes of eight pictures in two chunks."""
+    monkeypatch.setattr(cluster_side, "LOOK_SECONDS", 0.01)
+    tasks = [batch.Task(name, name, 0) for name in "01234567"]
+    run = cluster_side.Run(client, batch.Recipe(), iter([tasks[:5], tasks[5:]]), patience=0.1)
+    ends = sorted((record.source, record.status) for some in run.records() for record in some)
+    assert [source for source, _ in ends] == list("01234567")
+    return [status for _, status in ends]
+
+
+def ended(worker, tasks, status="done"):
+    return worker, [processes.Outcome(Record(task.source, task.destination, status),
+                                      is_full=status == "io") for task in tasks]
+
+
+def test_a_picture_that_ends_every_worker_is_lost_alone(monkeypatch):
+    def work(tasks, _):
+        is_bad = any(task.source == "3" for task in tasks)
+        return distributed.KilledWorker("task", None, 3) if is_bad else ended("a", tasks)
+
+    assert statuses(Client(work), monkeypatch) == ["done"] * 3 + ["lost"] + ["done"] * 4
+
+
+def test_a_worker_that_alone_had_room_and_goes_is_not_waited_for(monkeypatch):
+    def work(tasks, workers):
+        if workers == ["b"]:
+            client.workers = {"a": 1, "c": 1}
+            return None
+        return ended("c", tasks) if workers == ["c"] else ended("a", tasks, "io")
+
+    client = Client(work)
+    assert statuses(client, monkeypatch) == ["done"] * 8
+
+
+@pytest.mark.parametrize(("work", "workers", "text"), [
+    # fmt: off
+    (lambda *_: RuntimeError("broken"), ("a",), "failed 4 times: RuntimeError"),
+    (lambda *_: None,                   (),     "no worker for 0.1 seconds"),
+    # fmt: on
+])
+def test_a_cluster_that_does_not_serve_is_given_up(monkeypatch, work, workers, text):
+    with pytest.raises(batch.Lost, match=text):
+        statuses(Client(work, workers), monkeypatch)

@@ -2,8 +2,8 @@
 
     from nuv import batch
 
-    end = batch.run(batch.find_sources(["in/*.jpg"]), "out/%s.jpg",
-                    batch.Recipe("auto-orient max=1600", quality=85), record="run.csv")
+    end = batch.run("in/*.jpg", "out/%s.jpg", batch.Recipe("auto-orient max=1600", quality=85),
+                    record="run.csv")
     print(end.written, end.failed)
 
 or `python3 -m nuv.batch --help`. Every worker needs nuv and sees the files under the same names.
@@ -12,7 +12,7 @@ from __future__ import annotations
 
 import contextlib
 import os
-from collections.abc import Callable, Sequence
+from collections.abc import Callable, Iterable, Sequence
 from typing import Any
 
 import nuv
@@ -37,18 +37,18 @@ def _check(recipe: Recipe, destinations: Sequence[str]) -> None:
         raise UsageError(str(error)) from None
 
 
-def run(sources: Sequence[str], destination: str, recipe: Recipe = Recipe(), *,
+def run(sources: str | Iterable[str | os.PathLike[str]], destination: str, recipe: Recipe = Recipe(), *,
         record: str | os.PathLike[str] | None = None, resume: bool = False, force: bool = False,
         scheduler: Any = None, processes: int | None = None, chunk_bytes: int | None = None,
         patience: float = 600,
         told: Callable[[Progress, Sequence[Record]], object] | None = None) -> Progress:
     """Does `recipe` with all sources, and tells how many it wrote.
 
-    `destination` is a pattern with %s for the name of the source without its ending, %d for its
-    folder, %n for its number. `record` is a file for a line about each picture, .csv or .jsonl; with
-    `resume` one that is there is gone on with, and only those pictures are done whose result is
-    missing, older than the source, of another size than was recorded, or made by another recipe;
-    `force` begins it anew.
+    `sources` is a pattern of names, or one name after the other. `destination` is a pattern with %s
+    for the name of the source without its ending, %d for its folder, %n for its number. `record` is
+    a file for a line about each picture, .csv or .jsonl; with `resume` one that is there is gone on
+    with, and only those pictures are done whose result is missing, older than the source, of
+    another size than was recorded, or made by another recipe; `force` begins it anew.
 
     `scheduler` is an address, the path of a scheduler's file, a cluster or a distributed.Client; None
     runs `processes` (by default one for each processor) on this machine. Chunks have `chunk_bytes` of
@@ -59,7 +59,7 @@ def run(sources: Sequence[str], destination: str, recipe: Recipe = Recipe(), *,
     """
     if resume and record is None:
         raise UsageError("--resume needs --record")
-    tasks = plan(sources, destination)
+    tasks = plan(find_sources([sources]) if isinstance(sources, str) else sources, destination)
     _check(recipe, [task.destination for task in tasks])
     progress = Progress(len(tasks), sum(task.bytes for task in tasks))
     tell = told or (lambda _progress, _records: None)

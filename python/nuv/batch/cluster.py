@@ -159,8 +159,8 @@ class Run:
         killed: Any = importlib.import_module("distributed").KilledWorker
         try:
             worker, outcomes = chunk.future.result(timeout=GATHER_SECONDS)
-        except killed as error:
-            return self._split(chunk, error)
+        except killed:
+            return self._split(chunk)
         except Exception as error:
             self._looked = float("-inf")  # it may be the scheduler
             chunk.tries += 1
@@ -178,14 +178,14 @@ class Run:
                 outcomes = [outcome for outcome in outcomes if not outcome.is_full]
         return [outcome.record for outcome in outcomes]
 
-    def _split(self, chunk: _Chunk, error: Exception) -> list[Record]:
+    def _split(self, chunk: _Chunk) -> list[Record]:
         if len(chunk.tasks) > 1:
             middle = len(chunk.tasks) // 2
             self._again.extend((_Chunk(chunk.tasks[:middle]), _Chunk(chunk.tasks[middle:])))
             return []
         task = chunk.tasks[0]
-        return [Record(task.source, task.destination, "lost", message=str(error),
-                       recipe=self._orders.recipe.digest)]
+        return [Record(task.source, task.destination, "lost", recipe=self._orders.recipe.digest,
+                       message="Every worker that was given it has ended.")]
 
     def _stop(self) -> None:
         """Of what still runs: when a caller has had enough."""

@@ -103,13 +103,14 @@ def expanded(pattern: str, source: str, number: int) -> str:
         raise UsageError(f"the destination {pattern!r}: % is followed by s, d, n or %") from None
 
 
-def plan(sources: Sequence[str], destination: str) -> list[Task]:
+def plan(sources: Iterable[str | os.PathLike[str]], destination: str) -> list[Task]:
     """One task for each source. UsageError when two would write one file, when one would write over
     a source, be it its own, and for a folder that is not there."""
-    if not sources:
+    names = [os.fspath(source) for source in sources]
+    tasks = [Task(name, expanded(destination, name, number), _size_of(name))
+             for number, name in enumerate(names, 1)]
+    if not tasks:
         raise UsageError("there is no picture to work at")
-    tasks = [Task(source, expanded(destination, source, number), _size_of(source))
-             for number, source in enumerate(sources, 1)]
     _refuse_collisions(tasks)
     return tasks
 
@@ -167,7 +168,7 @@ def _refuse_collisions(tasks: Sequence[Task]) -> None:
             raise UsageError(f"{task.destination}: would be written from {taken[identity]} and "
                              f"again from {task.source}; nothing was done")
         taken[identity] = task.source
-        if identity in sources: # whoever does a task again must find what was there before
+        if identity in sources:  # whoever does a task again must find what was there before
             raise UsageError(f"{task.destination}: would be written from {task.source}, but is "
                              "itself a source; nothing was done")
     for folder in identities.folders.values():

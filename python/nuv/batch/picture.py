@@ -25,7 +25,7 @@ from .records import Record
 
 IDLE_SECONDS = 60
 # What the interpreter, its modules and a band need beside what the library counts.
-OWN_MEMORY = 512 << 20
+OWN_MEMORY = 256 << 20
 
 _STATUSES: tuple[tuple[type[BaseException], str], ...] = (
     (nuv.UnknownKindError, "unknown-kind"),
