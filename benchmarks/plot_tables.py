@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Draws the tables of docs/performance.md as bars: how long nuv takes where a peer takes 1.
+"""Draws the tables of docs/performance.md as bars: how much time nuv takes where a peer takes 1,
+or of memory, where what is aimed at is 1.
 
     plot_tables.py PAGE FOLDER
 
@@ -21,7 +22,7 @@ import sys
 from pathlib import Path
 
 MARK = re.compile(r"^<!-- plot (.*?) \| (.*)\n((?:.*\n)*?.*) -->\n((?:\|.*\n)+)", re.MULTILINE)
-UNITS = {"s": 1e9, "ms": 1e6, "us": 1e3, "ns": 1}
+UNITS = {"s": 1e9, "ms": 1e6, "us": 1e3, "ns": 1, "MiB": 1 << 20, "MB": 1e6}
 RATES = {"GB/s": 1, "G/s": 1, "Gpixel/s": 1, "Mpixel/s": 1e-3}  # more of them is faster
 NUMBER = r"\d+(?:\.\d+)?(?: \+ \d+(?:\.\d+)?)?"
 FIGURES = re.compile(rf"(?<![\w.])({NUMBER}(?:(?:, | / ){NUMBER})*)"
@@ -52,8 +53,8 @@ def plain(text):
 
 
 def figures_of(text):
-    """A name, and times in nanoseconds, or of what has no unit as they are; none where none are."""
-    text = re.sub(r"[\d.]+ to (?=\d)", "", plain(text))
+    """A name, and times in nanoseconds, sizes in bytes, or what has no unit; none where none are."""
+    text = re.sub(r"[\d.]+ to (?=\d)|^under ", "", plain(text))
     found = list(FIGURES.finditer(text))
     match = next((one for one in found if one[2]), found[0] if found else None)
     if not match:
@@ -109,10 +110,11 @@ def drawn(rows):
     end = 1.06 * max(1.2, *(ratio for _, _, ratio in rows))
     height = TOP + ROW * len(rows)
     one = 100 / end
+    peers = {peer for _, peer, _ in rows}
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="100%" height="{height}">', f"<style>{STYLE}</style>",
              f'<line x1="{one:.2f}%" x2="{one:.2f}%" y1="{TOP - 6}" y2="{height}"/>',
              f'<text class="faint" x="{one:.2f}%" y="14" text-anchor="{"end" if one > 60 else "start"}">'
-             "the peer takes 1</text>"]
+             f"{html.escape(peers.pop() if len(peers) == 1 else 'the peer')} is 1</text>"]
     for number, (label, peer, ratio) in enumerate(rows):
         y = TOP + ROW * number
         for kind, lengths in (("long", LONG), ("short", SHORT)):

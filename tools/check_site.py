@@ -108,7 +108,7 @@ def look_at(browser, page, width, picture, scheme):
     if found["wide"] > width:
         yield f"is {found['wide']} pixels wide on {width}"
     yield from (f"has no {name}" for name in found["lost"])
-    area = {"x": 0, "y": 0, "width": width, "height": min(found["high"], 8000), "scale": 1}
+    area = {"x": 0, "y": 0, "width": width, "height": min(found["high"], 15000), "scale": 1}
     shot = browser.ask("Page.captureScreenshot", format="png", clip=area, captureBeyondViewport=True)
     picture.write_bytes(base64.b64decode(shot["data"]))
 
