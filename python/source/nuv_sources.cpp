@@ -1,6 +1,8 @@
 #include "python/source/nuv_sources.h"
 
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "python/source/nuv_buffer.h"
@@ -12,12 +14,20 @@ namespace {
 
 class File final : public Source {
 public:
-    explicit File(std::string path) : path_(std::move(path)) {}
-    void open(nuv_job* job) const override { nuv_open_file(job, path_.c_str()); }
+    explicit File(std::string path) : path_(std::move(path)), place_(path_)
+    {
+        // A chain may run again when the process works somewhere else.
+        std::error_code failed;
+        const std::filesystem::path whole = std::filesystem::absolute(path_, failed);
+        if (!failed)
+            place_ = whole.string();
+    }
+    void open(nuv_job* job) const override { nuv_open_file(job, place_.c_str()); }
     [[nodiscard]] std::string name() const override { return path_; }
 
 private:
-    std::string path_;
+    std::string path_; // as it was given
+    std::string place_;
 };
 
 class Memory final : public Source {

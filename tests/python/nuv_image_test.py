@@ -1,6 +1,8 @@
 """Chains, sources and results of the module nuv."""
 
 import io
+import os
+from pathlib import Path
 
 import numpy
 import pytest
@@ -69,3 +71,45 @@ def test_words_do_what_the_tool_does_with_them(samples, tmp_path):
     ):
         with pytest.raises(error, match=text.replace("?", r"\?")):
             call()
+
+
+def test_an_image_tells_what_it_is_and_shows_itself(samples, jpeg, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    (tmp_path / "x.jpg").write_bytes(jpeg)
+    with nuv.open("x.jpg") as image:
+        assert repr(image) == "<nuv.Image 60 x 40, 3 x 8 bits, YCBCR, from 'x.jpg'>"
+    monkeypatch.chdir("/")
+    assert same(image.array(), nuv.open(jpeg).array())  # the file that it was
+    bits = nuv.from_array(samples[..., 0] > 99)
+    for shown in (image, bits, nuv.from_array(samples.astype("u2") * 257), nuv.open(palette())):
+        small = nuv.open(shown.scale(600, 300, nuv.Scaling.NEAREST)._repr_jpeg_())
+        assert small.size == (480, 240)
+        assert abs(brightness(small) - brightness(shown)) < 0.02
+    assert nuv.from_array(samples.astype("u4"))._repr_jpeg_() is None
+
+
+def palette():
+    return Path(os.environ["NUV_TEST_DATA"], "png/palette_4.png")
+
+
+def brightness(image):
+    """Of what a preview shows, from 0 to 1."""
+    array = image.recolor(nuv.Color.GRAY).array()
+    return array.mean() / (1 if array.dtype == bool else numpy.iinfo(array.dtype).max)
+
+
+def test_thumbnails_are_upright_and_fit(jpeg):
+    tiff = bytes.fromhex("4d4d002a00000008 0001 0112 0003 00000001 00060000 00000000")
+    segment = b"Exif\0\0" + tiff
+    lying = jpeg[:2] + b"\xff\xe1" + (len(segment) + 2).to_bytes(2, "big") + segment + jpeg[2:]
+    told = nuv.info(lying)
+    assert (told.orientation, told.width, told.height) == (6, 60, 40)
+    assert same(nuv.open(lying).upright().array(), numpy.rot90(nuv.open(jpeg).array(), -1))
+    assert nuv.thumbnail(lying, 20).size == (13, 20)
+    assert nuv.thumbnail(lying, 100, 90, enlarge=True).size == (60, 90)
+    assert nuv.thumbnail(lying, 8, 16, crop=True).size == (8, 16)
+    assert nuv.thumbnail(palette(), 8).channels == 3
+    refused = Path(os.environ["NUV_TEST_DATA"], "tiff/refused_lzw.tif")
+    assert nuv.info(refused)[:4] == (13, 5, 3, 8)
+    with pytest.raises(nuv.UnsupportedError):
+        nuv.open(refused)
