@@ -141,6 +141,7 @@ def test_a_run_goes_on_where_the_record_and_the_results_say(folder, capsys, kind
     (["in/*", "-o", "out/%s.gif"],                                "no kind that can be written"),
     (["in/*", "-o", "out/%s.pgm", "--quality", "9"],              "serve JPEG files alone"),
     (["in/*", "-o", "out/%s.jpg", "--max-memory", "many"],        "number, as 50M"),
+    (["in/*", "-o", "out/%s.jpg", "-j", "0"],                     "invalid number from 1"),
     (["in/*", "-o", "out/%s.jpg", "--resume"],                    "--resume needs --record"),
     (["in/*", "-o", "out/%s.jpg", "--record", "run.txt"],         "ends in .csv or .jsonl"),
     (["in/*", "-o", "out/%s.jpg", "--record", "kept.csv"],        "is there already"),
@@ -258,7 +259,7 @@ def test_a_caller_that_has_enough_stops_the_workers(folder, cluster):
             raise KeyboardInterrupt
 
     with distributed.Client(cluster) as client:
-        with pytest.raises(KeyboardInterrupt):
+        with pytest.raises(KeyboardInterrupt) as _:  # and what it holds on to
             batch.run("in/*", "out/%s.jpg", batch.Recipe("fine=2000% fine=60x40"),
                       scheduler=client, chunk_bytes=60_000, told=stop)
         assert all(client.run(lambda: len(processes._cancelled)).values())

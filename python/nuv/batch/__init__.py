@@ -78,7 +78,9 @@ def run(sources: str | Iterable[str | os.PathLike[str]], destination: str, recip
         client = stack.enter_context(connected(scheduler, processes))
         if chunk_bytes is None:
             chunk_bytes = good_chunk_bytes(left, sum(client.nthreads().values()))
-        for records in Run(client, recipe, chunks_of(left, chunk_bytes), patience).records():
+        work = Run(client, recipe, chunks_of(left, chunk_bytes), patience).records()
+        # What is under way is called back before the client goes, whatever ends this.
+        for records in stack.enter_context(contextlib.closing(work)):
             if file:
                 file.add(records)
             for each in records:

@@ -8,7 +8,7 @@ import queue
 import time
 import uuid
 from collections import deque
-from collections.abc import Iterator
+from collections.abc import Generator, Iterator
 from dataclasses import dataclass
 from typing import Any
 
@@ -89,7 +89,7 @@ class Run:
         self._patience = patience
         self._looked = self._served = float("-inf")
 
-    def records(self) -> Iterator[list[Record]]:
+    def records(self) -> Generator[list[Record], None, None]:
         """Those of each chunk as it ends, exactly one for each task. Lost when there is no cluster
         any more, or no worker for as long as patience lasts."""
         self._served = time.monotonic()

@@ -54,6 +54,15 @@ def _amount(thousand: int) -> type:
     return Amount
 
 
+def _count(text: str) -> int:
+    if not (text.isascii() and text.isdigit()) or int(text) == 0:
+        raise ValueError(text)
+    return int(text)
+
+
+_count.__name__ = "number from 1"
+
+
 def _seconds(text: str) -> float:
     value = float(text)
     if not 0 <= value < math.inf:
@@ -85,7 +94,7 @@ def _parser() -> argparse.ArgumentParser:
     form.add_argument("--sampling", metavar="444|422|420|411", help="of a JPEG, by default 422")
     form.add_argument("--optimise", action="store_true",
                       help="make the Huffman table of a lossless JPEG for the picture")
-    form.add_argument("--page", type=int, default=0, metavar="N",
+    form.add_argument("--page", type=_amount(1000), default=0, metavar="N",
                       help="which picture of a file of several, from 0")
     form.add_argument("--strict", action="store_true",
                       help="refuse damaged pictures in place of mending them")
@@ -113,7 +122,7 @@ def _parser() -> argparse.ArgumentParser:
     where.add_argument("--scheduler", metavar="ADDRESS",
                        help="of a cluster, as tcp://head:8786, or the file of its scheduler; by "
                             "default this machine")
-    where.add_argument("-j", "--jobs", type=int, metavar="N",
+    where.add_argument("-j", "--jobs", type=_count, metavar="N",
                        help="how many pictures are worked at side by side on this machine, by "
                             "default one on each processor")
     where.add_argument("--chunk", type=_amount(1024), metavar="N[k|M|G]",
@@ -151,7 +160,7 @@ def _sources(arguments: argparse.Namespace) -> list[str]:
 
 def _recipe(arguments: argparse.Namespace) -> Recipe:
     return Recipe(arguments.chain, arguments.write, arguments.quality, arguments.sampling,
-                  arguments.optimise, arguments.page, arguments.strict,
+                  arguments.optimise, int(arguments.page), arguments.strict,
                   int(arguments.max_pixels) or None, int(arguments.max_memory) or None,
                   arguments.timeout or None)
 

@@ -69,7 +69,7 @@ def _from_1(line: int | None) -> int | None:
 
 def _message_of(error: Exception) -> str:
     """Without the name of the source, which the record has."""
-    if isinstance(error, OSError):
+    if isinstance(error, OSError) and error.filename:
         return f"{error.filename}: {error.strerror}"
     return str(error.args[0] if error.args else error)
 
