@@ -22,6 +22,10 @@ public:
     // NUV_ERR_BROKEN_DATA or NUV_ERR_UNSUPPORTED for one whose directories cannot be read.
     [[nodiscard]] bool load_internal(NUV_InputStorage* storage) override;
 
+    // Whether load() can be true, from the names of the tags alone: for a search that goes on with
+    // NUV_TIFFInfo, which says why there is no TIFF file. Leaves the storage where it was.
+    [[nodiscard]] static bool can_load(NUV_Manager& manager, NUV_InputStorage* storage);
+
 protected:
     // The image is of the kind that is wanted: here any.
     [[nodiscard]] virtual bool is_conforming(const NUV_TIFFInfo& info) const noexcept;

@@ -29,6 +29,20 @@ bool NUV_ExifTIFFTagInfo::load_internal(NUV_InputStorage* storage)
     return true;
 }
 
+bool NUV_ExifTIFFTagInfo::can_load(NUV_Manager& manager, NUV_InputStorage* storage)
+{
+    constexpr std::uint16_t exif_ifd = 0x8769;
+
+    const std::int32_t start = storage->position();
+    NUV_TIFFImageFileHeader header(manager);
+    NUV_TIFFImageFileDirectory directory(manager);
+    const bool has_exif =
+        header.load(storage) &&
+        directory.load(storage, header.first_ifd_offset(), header.byte_order(), 0) &&
+        directory.find(exif_ifd);
+    return storage->to(start) && has_exif;
+}
+
 bool NUV_ExifTIFFTagInfo::is_conforming(const NUV_TIFFInfo& /*info*/) const noexcept
 {
     return true;

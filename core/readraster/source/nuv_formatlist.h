@@ -39,6 +39,8 @@ template <class Info>
         if (info.manager().status().code == NUV_STATUS_OK)
             known = info.read_header();
         return loaded;
+    } else if constexpr (requires { Info::can_load(info.manager(), storage); }) {
+        return Info::can_load(info.manager(), storage) && info.load(storage);
     } else {
         return info.load(storage);
     }

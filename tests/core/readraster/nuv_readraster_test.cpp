@@ -371,6 +371,27 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFoundWhere)
     }
 }
 
+// Its last entry becomes the pointer to a directory that sets an attribute, or to one that sets
+// none.
+TEST(ReadRaster, TellsAnExifTIFFFileByWhatItsDirectoryHas)
+{
+    constexpr std::size_t last_entry = 0x176;
+    for (const char* wanted : {"tiff", "exif_tiff"}) {
+        Bytes file = test_data("tiff/rgb.tif");
+        const auto end = static_cast<std::uint8_t>(file.size() - 256);
+        const Bytes pointer = {0x69, 0x87, 4, 0, 1, 0, 0, 0, end, 1, 0, 0};
+        std::ranges::copy(pointer, file.begin() + last_entry);
+        const auto tag =
+            static_cast<std::uint8_t>(*wanted == 'e' ? 0xA0 : 0xB0); // or a private one
+        file.insert(file.end(), {1, 0, 2, tag, 4, 0, 1, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0});
+        NUV_TestChain chain;
+        const NUV_TestStored image(chain.manager(), file, 0);
+        const NUV_Held<NUV_FormatInfo> info(
+            NUV_ReadRaster(chain.manager()).format_info(image.storage(), 0));
+        EXPECT_STREQ(info ? info->format_name() : "none", wanted);
+    }
+}
+
 TEST(DecodeToRaw, AppendsNothingBehindSamplesAndRefusesWhatItCannotDecode)
 {
     expect_nothing_appended({.width = 3}, {appending<NUV_DecodeToRaw>()});
