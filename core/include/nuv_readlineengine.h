@@ -27,6 +27,10 @@ protected:
     // that no memory is taken on the word of a header.
     [[nodiscard]] virtual bool read_line(std::uint8_t* out) = 0;
 
+    // Whether a line is the bytes that are stored, as they stand: then it need not be read where
+    // the storage has it in memory.
+    [[nodiscard]] virtual bool is_line_stored() const { return false; }
+
     // Why a line did not come.
     [[nodiscard]] NUV_Diagnosis ends_early() const;
 
@@ -34,8 +38,11 @@ protected:
 
 private:
     [[nodiscard]] bool can_be_there() const;
+    [[nodiscard]] bool can_stand();
+    [[nodiscard]] bool deliver_standing();
 
     std::uint32_t line_ = 0;
+    bool is_standing_ = false;  // lines are delivered where the storage has them
     std::int32_t position_ = 0; // of what is read next; others may move the storage
 };
 

@@ -2,6 +2,8 @@
 
 #include "framework/engine/nuv_stepblocks.h"
 
+#include <utility>
+
 namespace nuv {
 
 bool NUV_ReadLineEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -28,6 +30,28 @@ bool NUV_ReadLineEngine::can_be_there() const
     return left >= 0 && least_line_bytes() <= static_cast<std::uint64_t>(left);
 }
 
+// Engines look at samples where samples may be.
+bool NUV_ReadLineEngine::can_stand()
+{
+    const std::uint8_t* const first = is_line_stored() ? storage_->lend(0) : nullptr;
+    const std::uintptr_t sample_bytes = (header_.bits() + 7U) / 8U;
+    return first && reinterpret_cast<std::uintptr_t>(first) % sample_bytes == 0;
+}
+
+bool NUV_ReadLineEngine::deliver_standing()
+{
+    const bool fits = std::in_range<std::int32_t>(line_bytes_);
+    const std::uint8_t* const line =
+        fits ? storage_->lend(static_cast<std::int32_t>(line_bytes_)) : nullptr;
+    if (!line) {
+        static_cast<void>(storage_->to_end() && read_line(nullptr));
+        return false;
+    }
+    position_ = storage_->position();
+    ++line_;
+    return dst_buffer_->deliver_standing(line);
+}
+
 bool NUV_ReadLineEngine::execute()
 {
     if (line_ >= header_.height())
@@ -38,6 +62,10 @@ bool NUV_ReadLineEngine::execute()
         static_cast<void>(read_line(nullptr));
         return false;
     }
+    if (line_ == 0)
+        is_standing_ = can_stand();
+    if (is_standing_)
+        return deliver_standing();
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;

@@ -19,6 +19,7 @@ public:
 
 private:
     [[nodiscard]] std::uint64_t least_line_bytes() const override { return line_bytes_; }
+    [[nodiscard]] bool is_line_stored() const override { return true; }
     [[nodiscard]] bool read_line(std::uint8_t* out) override;
 };
 
