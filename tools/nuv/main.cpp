@@ -48,7 +48,7 @@ std::string unexpected(const CLI::App& app)
 
 std::string unknown_command(const CLI::App& app, std::string_view typed)
 {
-    const std::string unknown = unknown_word("command", typed, command_names(app));
+    std::string unknown = unknown_word("command", typed, command_names(app));
     if (unknown.ends_with('?'))
         return unknown;
     const std::string option = "--" + std::string{typed};
