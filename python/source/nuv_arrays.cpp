@@ -82,7 +82,7 @@ py::array Lines::next()
     {
         Watch watch(job.get());
         {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             nuv_read_lines(job.get(), into, layout_.line_bytes, lines_, &got);
         }
         watch.check(source_->name());

@@ -23,7 +23,7 @@ nuv::JobHandle job_of(const Chain& chain)
     nuv::JobHandle job = new_job(chain.limits);
     Watch watch(job.get());
     {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         nuv_page(job.get(), chain.page);
         chain.source->open(job.get());
     }

@@ -74,7 +74,7 @@ private:
     const nuv::JobHandle job = new_job(asked);
     Watch watch(job.get());
     {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         nuv_page(job.get(), page);
         from->open(job.get());
     }
@@ -288,6 +288,7 @@ color: what the channels mean; by default gray for one, RGB for three.)");
 PYBIND11_MODULE(_nuv, module)
 {
     module.doc() = "The part of nuv that is compiled.";
+    nuv_python::refuse_at_exit();
     nuv_python::bind_helpers(module);
     nuv_python::bind_image(module);
     nuv_python::bind_functions(module);

@@ -88,7 +88,7 @@ std::unique_ptr<Result> run_to_memory(Image& image, const Operation& before, con
     nuv::JobHandle job = formed_job(image, before, form);
     Watch watch(job.get(), progress);
     {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         nuv_run_to_memory(job.get(), watch.progress(), &watch);
     }
     end_run(image, job.get(), watch, {});
@@ -102,7 +102,7 @@ void run_to_file(Image& image, const Form& form, const std::string& path,
     const nuv::JobHandle job = formed_job(image, {}, form);
     Watch watch(job.get(), progress);
     {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         nuv_run_to_file(job.get(), path.c_str(), watch.progress(), &watch);
     }
     end_run(image, job.get(), watch, path);
@@ -115,7 +115,7 @@ void run_to_stream(Image& image, const Form& form, const py::object& file,
     Watch watch(job.get(), progress);
     Writer writer(file, watch);
     {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         const nuv_progress tell = watch.progress() ? Writer::tell : nullptr;
         if (nuv_run_to_stream(job.get(), Writer::take, tell, &writer) == NUV_OK)
             static_cast<void>(writer.flush());

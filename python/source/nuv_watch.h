@@ -5,6 +5,8 @@
 #include <optional>
 #include <pybind11/pybind11.h>
 
+#include "python/source/nuv_lock.h"
+
 namespace nuv_python {
 
 namespace py = pybind11;
@@ -28,11 +30,14 @@ public:
     // Throws what a signal or a callback has raised, and else what Python calls the job's failure.
     void check(const std::string& source, const std::string& destination = {});
 
-    // Runs `body` under the lock, and keeps what it throws. False for that, and for its own false.
+    // Runs `body` under the lock, and keeps what it throws. False for that, for its own false, and
+    // at the end of the interpreter.
     template <class Body>
     [[nodiscard]] bool locked(Body body) noexcept
     {
-        const py::gil_scoped_acquire lock;
+        const Locked lock;
+        if (!lock)
+            return false;
         try {
             return body();
         } catch (py::error_already_set& error) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "python/source/nuv_errors.h"
+#include "python/source/nuv_lock.h"
 #include "python/source/nuv_sources.h"
 
 namespace nuv_python {
@@ -48,7 +49,7 @@ using Operations = std::vector<nuv_tool::Operation>;
 {
     const Words words = words_of(from);
     try {
-        const py::gil_scoped_release unlocked; // a word may name a file
+        const Unlocked unlocked; // a word may name a file
         return nuv_tool::parse_operations(words);
     } catch (const std::runtime_error& error) { // of the words, or of that file
         raise("CallError", error.what());

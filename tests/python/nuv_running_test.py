@@ -5,6 +5,8 @@ import gc
 import io
 import os
 import signal
+import subprocess
+import sys
 import threading
 import time
 import warnings
@@ -124,6 +126,17 @@ def test_other_threads_run_meanwhile():
     is_done = True
     thread.join()
     assert after - before > 1000
+
+
+def test_the_interpreter_ends_while_threads_are_told():
+    program = """if True:
+        import numpy, nuv, threading, time
+        slow = nuv.from_array(numpy.broadcast_to(numpy.uint8(7), (9, 9))).scale(9000, 20000)
+        for told in (None, lambda *_: None, lambda *_: None):
+            threading.Thread(target=slow.jpeg, kwargs={"progress": told}, daemon=True).start()
+        time.sleep(0.05)"""
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, check=False)
+    assert done.returncode == 0 and b"terminate" not in done.stderr
 
 
 def test_a_callback_is_told_each_band_and_may_cancel_or_raise(samples):

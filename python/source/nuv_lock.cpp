@@ -1,0 +1,66 @@
+#include "python/source/nuv_lock.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <unistd.h>
+
+namespace nuv_python {
+
+namespace {
+
+std::atomic<bool> is_ending = false;
+std::atomic<std::thread::id> last_thread; // that ends the interpreter
+std::atomic<int> waiting = 0;             // for the lock
+
+[[nodiscard]] bool is_finalizing() noexcept
+{
+#if PY_VERSION_HEX >= 0x030D0000
+    return Py_IsFinalizing() != 0;
+#else
+    return _Py_IsFinalizing() != 0;
+#endif
+}
+
+// Nobody begins to wait for the lock any more; those who do already get it.
+void end()
+{
+    constexpr auto step = std::chrono::milliseconds(1);
+
+    last_thread = std::this_thread::get_id();
+    is_ending = true;
+    const Unlocked unlocked;
+    while (waiting != 0)
+        std::this_thread::sleep_for(step);
+}
+
+} // namespace
+
+Unlocked::~Unlocked()
+{
+    while (is_finalizing() && last_thread.load() != std::this_thread::get_id())
+        ::pause();
+    PyEval_RestoreThread(state_);
+}
+
+Locked::Locked() noexcept
+{
+    ++waiting;
+    has_ = !is_ending || last_thread.load() == std::this_thread::get_id();
+    if (has_)
+        state_ = PyGILState_Ensure();
+    --waiting;
+}
+
+Locked::~Locked()
+{
+    if (has_)
+        PyGILState_Release(state_);
+}
+
+void refuse_at_exit()
+{
+    py::module_::import("atexit").attr("register")(py::cpp_function(end));
+}
+
+} // namespace nuv_python
