@@ -70,9 +70,10 @@ struct NUV_Diagnosis {
     [[gnu::format(printf, 2, 3)]] NUV_Diagnosis& says(const char* format, ...) noexcept;
 };
 
-// Pixels that were made up on the way: warnings of broken data that name no other cause.
+// Pixels that were made up on the way, or that stand where the data is known to be bad: warnings of
+// broken data that name no other cause, and what is noted without one.
 struct NUV_Damage {
-    std::uint64_t count = 0;                          // warnings of broken data
+    std::uint64_t count = 0;                          // of both
     std::int64_t first_line = NUV_Diagnosis::unknown; // the lowest that one of them named
 };
 

@@ -43,8 +43,14 @@ public:
                                std::uint32_t line, const NUV_Diagnosis& why) = 0;
     // Of the status that stands.
     [[nodiscard]] virtual const NUV_Diagnosis& diagnosis() const = 0;
-    // Of all warnings of broken data, whichever status stands.
+    // Of all warnings of broken data, whichever status stands, and of what note_damage() was told.
     [[nodiscard]] virtual const NUV_Damage& damage() const = 0;
+    // Counts damage that no status tells of.
+    virtual void note_damage(const NUV_Diagnosis& why) = 0;
+    // Whether data that means nothing is to be made up for, as data that is missing is, where else
+    // it ends the pipeline with an error. It does not, unless asked for; a reset() changes nothing.
+    [[nodiscard]] virtual bool mends() const noexcept = 0;
+    virtual void mends(bool wanted) noexcept = 0;
 };
 
 // Makes what stands between two engines.

@@ -26,6 +26,9 @@ public:
                        const NUV_Diagnosis& why) override;
     const NUV_Diagnosis& diagnosis() const override { return diagnosis_; }
     const NUV_Damage& damage() const override { return damage_; }
+    void note_damage(const NUV_Diagnosis& why) override;
+    bool mends() const noexcept override { return mends_; }
+    void mends(bool wanted) noexcept override { mends_ = wanted; }
 
 private:
     void count_damage(const NUV_Diagnosis& why) noexcept;
@@ -34,6 +37,7 @@ private:
     NUV_Status current_;
     NUV_Diagnosis diagnosis_;
     NUV_Damage damage_;
+    bool mends_ = false;
     NUV_Mutex lock_;
 };
 

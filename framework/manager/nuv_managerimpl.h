@@ -95,6 +95,17 @@ public:
         static constexpr NUV_Damage none;
         return error_handler_ ? error_handler_->damage() : none;
     }
+    void note_damage(const NUV_Diagnosis& why) override
+    {
+        if (error_handler_)
+            error_handler_->note_damage(why);
+    }
+    bool mends() const noexcept override { return error_handler_ && error_handler_->mends(); }
+    void mends(bool wanted) noexcept override
+    {
+        if (error_handler_)
+            error_handler_->mends(wanted);
+    }
 
     NUV_DstBuffer* create_dst_buffer_proxy() override
     {

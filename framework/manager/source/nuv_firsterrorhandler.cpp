@@ -30,6 +30,12 @@ void NUV_FirstErrorHandler::raise_because(std::uint32_t code, const char* method
         diagnosis_.cause = cause_of(code);
 }
 
+void NUV_FirstErrorHandler::note_damage(const NUV_Diagnosis& why)
+{
+    const std::lock_guard<NUV_Mutex> held(lock_);
+    count_damage(why);
+}
+
 void NUV_FirstErrorHandler::count_damage(const NUV_Diagnosis& why) noexcept
 {
     ++damage_.count;

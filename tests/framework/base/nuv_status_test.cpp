@@ -57,6 +57,9 @@ TEST(FirstErrorHandler, KeepsTheReasonOfTheStatusThatStandsAndTheFirstDamagedLin
     const NUV_Report report(manager);
     EXPECT_EQ(manager.damage().count, 4u);
     EXPECT_EQ(manager.damage().first_line, 7);
+    manager.note_damage(NUV_Diagnosis().on_line(3));
+    EXPECT_EQ(manager.damage().count, 5u);
+    EXPECT_EQ(manager.damage().first_line, 3);
 
     EXPECT_TRUE(manager.reset());
     EXPECT_EQ(manager.diagnosis().cause, NUV_Cause::none);
