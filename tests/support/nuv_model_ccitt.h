@@ -314,26 +314,34 @@ struct FaxModel {
 
 // A page of `line_bytes` a line, 1 for black, and whether a decoder is to warn. A line that fails
 // where a strip may begin is taken from the next strip.
-inline std::pair<Bytes, bool> fax_page(FaxModel decoder, std::size_t height,
-                                       std::size_t rows_per_strip)
+struct FaxPage {
+    Bytes lines;
+    bool warns = false;
+    std::int64_t first_bad = -1; // line, from 0
+};
+inline FaxPage fax_page(FaxModel decoder, std::size_t height, std::size_t rows_per_strip)
 {
     const auto line_bytes = static_cast<std::size_t>(decoder.width + 7) / 8;
-    Bytes page(line_bytes * height);
-    bool warns = false;
+    FaxPage page{Bytes(line_bytes * height)};
     for (std::size_t row = 1; row <= height; ++row) {
         decoder.decode();
         bool passes = decoder.code == 1 || (rows_per_strip > 0 && row % rows_per_strip > 1);
+        bool is_late = false;
         if (!passes && rows_per_strip > 0 && decoder.rewind_to_next_strip()) {
             decoder.decode();
             passes = true;
+            is_late = row % rows_per_strip == 0 && rows_per_strip > 1;
         }
-        warns = warns || !passes;
+        page.warns = page.warns || !passes;
+        if (page.first_bad < 0 && (!passes || decoder.code != 1 || is_late))
+            page.first_bad = static_cast<std::int64_t>(row) - 1;
         for (const auto& [start, end] : decoder.runs) {
             for (auto x = static_cast<std::size_t>(start); x <= static_cast<std::size_t>(end); ++x)
-                page[(row - 1) * line_bytes + x / 8] |= static_cast<std::uint8_t>(128U >> x % 8);
+                page.lines[(row - 1) * line_bytes + x / 8] |=
+                    static_cast<std::uint8_t>(128U >> x % 8);
         }
     }
-    return {page, warns};
+    return page;
 }
 
 } // namespace nuv::model

@@ -58,11 +58,8 @@ bool NUV_DecodeCCITTBaseEngine::execute()
         return false;
     if (!decode_line(out.data()))
         return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method_);
-    if (decoder().status().code() > QDCCITTBase::Code::good) {
-        const bool is_inside_strip = rows_per_strip_ != 0 && row_ % rows_per_strip_ > 1;
-        if (!is_inside_strip && !begins_strip(out.data()))
-            warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method, damage()); // of both forms
-    }
+    if (is_bad())
+        mend_line(out.data());
     return out.commit(decoded_bytes());
 }
 
@@ -73,6 +70,25 @@ bool NUV_DecodeCCITTBaseEngine::begin_own_strip(std::uint32_t row)
     const std::uint64_t pixels = std::uint64_t{own_rows_} * header_.width();
     return strips_.begin_strip(row / own_rows_, least_piece + pixels / 8) &&
            begin_decoder(std::min(own_rows_, header_.height() - row));
+}
+
+bool NUV_DecodeCCITTBaseEngine::is_bad() noexcept
+{
+    return decoder().status().code() > QDCCITTBase::Code::good;
+}
+
+// A bad line where a strip may begin is one of the next strip, or raises a warning. All that is
+// bad besides is counted and no more.
+void NUV_DecodeCCITTBaseEngine::mend_line(void* block)
+{
+    const std::uint32_t place = rows_per_strip_ == 0 ? 0 : row_ % rows_per_strip_;
+    if (place > 1 || begins_strip(block)) {
+        const bool lacks_line = place == 0 && rows_per_strip_ > 1; // the strip before
+        if (is_bad() || lacks_line)
+            manager().note_damage(NUV_Diagnosis().on_line(std::int64_t{row_} - 1));
+        return;
+    }
+    warn(manager(), NUV_WARN_BROKEN_DATA, raw_execute_method, damage()); // of both forms
 }
 
 // The line at hand, and for the first bad one, of which alone it is kept, what was found.

@@ -71,6 +71,8 @@ protected:
 
 private:
     [[nodiscard]] bool begin_own_strip(std::uint32_t row);
+    [[nodiscard]] bool is_bad() noexcept; // the line at hand
+    void mend_line(void* block);
     [[nodiscard]] bool begins_strip(void* block);
     [[nodiscard]] NUV_Diagnosis damage();
 

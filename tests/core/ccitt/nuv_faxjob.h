@@ -75,7 +75,7 @@ template <class Decoder, class Creator, class RunCreator>
     option.byte_align = creator_option.byte_align = job.option.byte_align;
     if constexpr (requires { option.eol_present; })
         option.eol_present = creator_option.eol_present = job.option.eol_present;
-    const auto [page, warns] = model::fax_page(
+    const auto [page, warns, first_bad] = model::fax_page(
         {job.data, job.counts, job.coding, job.option, job.width}, job.height, job.rows);
     bool is_alike = is_decoded_alike<Decoder>(job, option, QDCCITTDecoder::Path::careful) &&
                     is_decoded_alike<Decoder>(job, option, QDCCITTDecoder::Path::fast);
@@ -95,11 +95,11 @@ template <class Decoder, class Creator, class RunCreator>
         chain.append<NUV_DecodeQDRLE>();
         is_alike = is_alike && chain.run_bytes() == page &&
                    chain.status().code == (warns ? NUV_WARN_BROKEN_DATA : NUV_STATUS_OK);
-        const auto line = chain.manager().damage().first_line; // which the first warning names
+        const NUV_Diagnosis& why = chain.manager().diagnosis(); // of the first warning
         const std::string place =
-            "line " + std::to_string(line + 1) + " of " + std::to_string(job.height);
-        is_alike = is_alike && warns == (line >= 0) &&
-                   (!warns || std::string(chain.manager().diagnosis().text).ends_with(place));
+            "line " + std::to_string(why.line + 1) + " of " + std::to_string(job.height);
+        is_alike = is_alike && chain.manager().damage().first_line == first_bad &&
+                   warns == (why.line >= 0) && (!warns || std::string(why.text).ends_with(place));
     }
     return is_alike;
 }
