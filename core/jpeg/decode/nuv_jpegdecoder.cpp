@@ -159,7 +159,7 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
     const auto color = converts_to_rgb() ? NUV_JPEGSequential::Color::rgb_from_ycc
                                          : NUV_JPEGSequential::Color::as_stored;
     return sequential_.open(allocator_, header_, geometry_, input_, band_, tables_, color,
-                            restart_rows_, cpu_);
+                            restart_rows_, mends_, cpu_);
 }
 
 NUV_JPEGCode NUV_JPEGDecoder::open_band() noexcept
@@ -195,6 +195,16 @@ NUV_JPEGCode NUV_JPEGDecoder::read_line(std::uint8_t* line) noexcept
     ++band_line_;
     ++line_;
     return band_code_;
+}
+
+std::optional<std::uint32_t> NUV_JPEGDecoder::take_left_over() noexcept
+{
+    if (path_ == Path::lossless)
+        return lossless_.take_left_over();
+    if (path_ == Path::stored)
+        return stored_.take_left_over() ? std::optional(0U) : std::nullopt;
+    const auto row = sequential_.take_left_over();
+    return row ? std::optional(*row * geometry_.mcu_height) : std::nullopt;
 }
 
 void NUV_JPEGDecoder::close() noexcept

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace nuv {
 
@@ -72,6 +73,8 @@ public:
     // Where a sequential picture has its Huffman tables: they are built anew only where they differ
     // from those of the picture before. They outlive the decoder; null for its own.
     void set_tables(NUV_JPEGScanTables* tables) noexcept { tables_ = tables; }
+    // Of a picture of one scan, what read_line() calls a failure for its data is only damage.
+    void set_mends(bool wanted) noexcept { mends_ = wanted; }
 
     // NUV_JPEGCode::wrong_state unless a header with a scan has just been read,
     // NUV_JPEGCode::unsupported, NUV_JPEGCode::bad_parameter for settings that do not go together
@@ -99,6 +102,9 @@ public:
     // NUV_JPEGCode::read_failed in a picture of one scan; where scans are stored first, it ends the
     // scan, see NUV_JPEGScans, and every line of the picture is damaged.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* line) noexcept;
+    // The first line that may be wrong, though nothing of it is missing: data was left behind what
+    // it was decoded of. Told once, behind the line with which that is known.
+    [[nodiscard]] std::optional<std::uint32_t> take_left_over() noexcept;
 
     // Gives back all that start_decode has taken.
     void close() noexcept;
@@ -127,6 +133,7 @@ private:
     bool luminance_only_ = false;
     std::uint32_t restart_rows_ = 0;
     NUV_JPEGScanTables* tables_ = nullptr;
+    bool mends_ = false;
 
     NUV_JPEGGeometry geometry_;
     std::size_t first_ = 0; // component that is delivered

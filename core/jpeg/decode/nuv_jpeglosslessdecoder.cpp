@@ -137,6 +137,8 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
     std::array<const std::uint16_t*, jpeg_most_components> rows{};
     if (is_streamed_) {
         const NUV_JPEGCode code = decode_row();
+        if (++line_ == frame.height)
+            scans_.reader().end();
         if (code == NUV_JPEGCode::damaged_lines) {
             const std::size_t samples = delivered_ * frame.width;
             std::memset(out, lost_byte, frame.precision > 8 ? 2 * samples : samples);
@@ -158,6 +160,14 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::read_line(std::uint8_t* out) noexcept
     ++line_;
     deliver(rows, 0, out);
     return scans_.is_damaged() ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
+}
+
+std::optional<std::uint32_t> NUV_JPEGLosslessDecoder::take_left_over() noexcept
+{
+    if (!is_streamed_)
+        return scans_.take_left_over() ? std::optional(0U) : std::nullopt;
+    const auto line = scans_.reader().take_left_over();
+    return line ? std::optional(static_cast<std::uint32_t>(*line)) : std::nullopt;
 }
 
 NUV_JPEGCode NUV_JPEGLosslessDecoder::decode_scan_to_planes() noexcept

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace nuv {
 
@@ -24,6 +25,9 @@ public:
     // The next line: interleaved samples of 8 bits, or of 16 in host order when the precision is
     // above 8. NUV_JPEGCode::damaged_lines for one that is lost; its bytes are 0x80.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* out) noexcept;
+    // The first line of an interval that had data left behind its lines, or of the picture where
+    // the scan had that does not go alone; told once.
+    [[nodiscard]] std::optional<std::uint32_t> take_left_over() noexcept;
 
 private:
     [[nodiscard]] NUV_JPEGCode begin_scan() noexcept;

@@ -127,7 +127,8 @@ template <class Unit>
 
 // Walks over `units` units of a scan beside each other: decode(first, count, done) for those whose
 // data is there, as decode_run does; lost(mode, first, count) for the others.
-// NUV_JPEGCode::damaged_lines when not all of them could be decoded.
+// NUV_JPEGCode::damaged_lines when not all of them could be decoded. Data that means nothing is a
+// failure, unless the scan mends: then it ends as data that ends early does.
 template <class Decode, class Lost>
 [[nodiscard]] NUV_JPEGCode walk_units(NUV_JPEGScanReader& scan, std::uint32_t units,
                                       Decode&& decode, Lost&& lost) noexcept
@@ -147,6 +148,10 @@ template <class Decode, class Lost>
         }
         if (code == NUV_JPEGCode::scan_ended) {
             scan.data_ended(run.units - done);
+            row = NUV_JPEGCode::damaged_lines;
+        } else if (code == NUV_JPEGCode::read_failed && scan.mends()) {
+            ++done; // the unit in which it is
+            scan.data_broken(run.units - done);
             row = NUV_JPEGCode::damaged_lines;
         } else if (!is_good(code)) {
             return code;

@@ -26,6 +26,9 @@ void NUV_JPEGScanReader::begin(std::uint64_t interval, Restarts restarts) noexce
     ++intervals_;
     interval_ = interval;
     left_ = interval == 0 ? no_end : interval;
+    passed_ = 0;
+    begin_ = 0;
+    left_over_.reset();
 }
 
 void NUV_JPEGScanReader::begin(const NUV_JPEGFrame& frame, std::uint32_t units_per_row,
@@ -45,6 +48,7 @@ NUV_JPEGScanReader::Run NUV_JPEGScanReader::next_run(std::uint32_t most,
         return {Mode::ended, most};
     const auto units = static_cast<std::uint32_t>(std::min<std::uint64_t>(most, left_));
     left_ -= units;
+    passed_ += units;
     is_damaged_ = is_damaged_ || mode_ != Mode::decode;
     return {mode_, units};
 }
@@ -60,6 +64,7 @@ void NUV_JPEGScanReader::data_broken(std::uint32_t units) noexcept
 {
     is_damaged_ = true;
     left_ += units;
+    passed_ -= units;
     if (interval_ != 0)
         mode_ = Mode::skip; // the next marker tells what comes after this interval
     else
@@ -72,8 +77,33 @@ void NUV_JPEGScanReader::end_scan() noexcept
     left_ = no_end;
 }
 
+// Where the caller says where intervals end, what stands behind one may be of the next.
+void NUV_JPEGScanReader::end() noexcept
+{
+    const bool is_marked = restarts_ == Restarts::marked || interval_ == 0;
+    if (is_marked && mode_ == Mode::decode && !left_over_ && has_data_left())
+        left_over_ = begin_;
+}
+
+// T.81, F.1.2.3: the last byte is filled up with bits of 1, and any number of 0xFF may follow it.
+// Of what is not in the buffer nothing is known.
+bool NUV_JPEGScanReader::has_data_left() const noexcept
+{
+    if (state_.bits >= 8)
+        return true;
+    const std::uint8_t* next = input_->data() + input_->position();
+    const std::uint8_t* const end = input_->data() + input_->size();
+    if (marker_ != 0 || next == end)
+        return false;
+    while (end - next > 1 && next[0] == 0xFF && next[1] == 0xFF)
+        ++next;
+    return next[0] != 0xFF || (end - next > 1 && next[1] == 0);
+}
+
 NUV_JPEGCode NUV_JPEGScanReader::begin_interval() noexcept
 {
+    end();
+    begin_ = passed_;
     previous_dc_ = {};
     end_of_band_run_ = 0;
     ++intervals_;

@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <utility>
 
 namespace nuv {
 
@@ -31,7 +33,11 @@ public:
         optional, // by the caller, with a marker or without
     };
 
-    explicit NUV_JPEGScanReader(NUV_JPEGInput& input) noexcept : input_(&input) {}
+    // With `mends`, data that means nothing ends its interval and no more, see walk_units().
+    explicit NUV_JPEGScanReader(NUV_JPEGInput& input, bool mends = false) noexcept
+        : input_(&input),
+          mends_(mends)
+    {}
 
     // At the beginning of a scan. `interval` is in units, 0 for none.
     void begin(std::uint64_t interval, Restarts restarts) noexcept;
@@ -50,8 +56,18 @@ public:
     // marker is passed over.
     void data_broken(std::uint32_t units) noexcept;
 
+    // Behind the last unit: whether data is left that no unit has taken.
+    void end() noexcept;
+
     // True once any unit was not decoded.
     [[nodiscard]] bool is_damaged() const noexcept { return is_damaged_; }
+    // The unit where the first interval began that all of its units were decoded of, and had data
+    // left: something is wrong with it, though nobody knows where. Told once.
+    [[nodiscard]] std::optional<std::uint64_t> take_left_over() noexcept
+    {
+        return std::exchange(left_over_, std::nullopt);
+    }
+    [[nodiscard]] bool mends() const noexcept { return mends_; }
     // Where a run leaves off and the next one goes on, for the decoder of its units. These are 0
     // at the beginning of an interval.
     [[nodiscard]] NUV_JPEGInput& input() const noexcept { return *input_; }
@@ -70,6 +86,7 @@ private:
     [[nodiscard]] NUV_JPEGCode begin_interval() noexcept;
     [[nodiscard]] NUV_JPEGCode take_marked_restart() noexcept;
     [[nodiscard]] NUV_JPEGCode take_optional_restart() noexcept;
+    [[nodiscard]] bool has_data_left() const noexcept;
     void end_scan() noexcept;
 
     NUV_JPEGInput* input_;
@@ -79,11 +96,15 @@ private:
     std::uint8_t marker_ = 0;
     Mode mode_ = Mode::ended;
     Restarts restarts_ = Restarts::marked;
+    bool mends_ = false;
     bool is_damaged_ = false;
     std::uint8_t expected_ = 0; // number of the next restart marker
     std::uint32_t intervals_ = 0;
     std::uint64_t interval_ = 0; // units; 0 for no restarts
     std::uint64_t left_ = 0;     // units of the interval, or of the blank ones, that are to come
+    std::uint64_t passed_ = 0;   // units of the scan
+    std::uint64_t begin_ = 0;    // units of the scan before the interval
+    std::optional<std::uint64_t> left_over_;
 };
 
 } // namespace nuv

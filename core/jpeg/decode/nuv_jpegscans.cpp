@@ -24,6 +24,7 @@ void NUV_JPEGScans::open(NUV_JPEGHeader& header, NUV_JPEGInput& input) noexcept
     reader_.emplace(input);
     has_stored_ = false;
     is_damaged_ = false;
+    has_left_over_ = false;
     for (auto& planes : planes_)
         planes.fill(no_plane);
 }
@@ -34,6 +35,9 @@ NUV_JPEGCode NUV_JPEGScans::end_scan(NUV_JPEGCode decoded, bool& goes_on) noexce
     if (!is_good(decoded) && !can_show(decoded))
         return decoded;
     is_damaged_ = is_damaged_ || !is_good(decoded) || reader_->is_damaged();
+    if (is_good(decoded))
+        reader_->end();
+    has_left_over_ = reader_->take_left_over().has_value() || has_left_over_;
 
     using Stop = NUV_JPEGHeader::Stop;
     Stop stop = Stop::end;

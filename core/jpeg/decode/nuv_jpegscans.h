@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 namespace nuv {
 
@@ -40,6 +41,8 @@ public:
 
     // Anything of the picture is missing: of its scans, a scan, or all of a component.
     [[nodiscard]] bool is_damaged() const noexcept { return is_damaged_; }
+    // A scan had data left behind its units; told once.
+    [[nodiscard]] bool take_left_over() noexcept { return std::exchange(has_left_over_, false); }
     [[nodiscard]] NUV_JPEGScanReader& reader() noexcept { return *reader_; }
     [[nodiscard]] const NUV_JPEGScanReader& reader() const noexcept { return *reader_; }
 
@@ -54,6 +57,7 @@ private:
     std::uint32_t scans_ = 0;
     bool has_stored_ = false;
     bool is_damaged_ = false;
+    bool has_left_over_ = false;
     // By component and coefficient: the bit plane that the scans have come down to. What is not
     // progressive has one for all of its coefficients.
     std::array<std::array<std::int8_t, 64>, jpeg_most_components> planes_{};

@@ -11,7 +11,8 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
                                       const NUV_JPEGHeader& header,
                                       const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
                                       NUV_JPEGBand& band, NUV_JPEGScanTables* shared, Color color,
-                                      std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept
+                                      std::uint32_t restart_rows, bool mends,
+                                      const NUV_Cpu& cpu) noexcept
 {
     geometry_ = geometry;
     band_ = &band;
@@ -26,7 +27,8 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
     if (!is_good(code))
         return code;
 
-    scan_.emplace(input);
+    row_ = 0;
+    scan_.emplace(input, mends);
     scan_->begin(header.frame(), geometry_.mcus_across, geometry_.unit_rows_of(restart_rows, 1));
     return lay_out_slots(allocator, header.scan(), tables);
 }
@@ -102,7 +104,18 @@ NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
         for (std::uint32_t i = 0; mode == NUV_JPEGScanReader::Mode::blank && i < units; ++i)
             put_blank_mcu(first + i);
     };
-    return walk_units(*scan_, geometry_.mcus_across, decode, lost);
+    const NUV_JPEGCode code = walk_units(*scan_, geometry_.mcus_across, decode, lost);
+    if (++row_ == geometry_.mcus_down)
+        scan_->end();
+    return code;
+}
+
+std::optional<std::uint32_t> NUV_JPEGSequential::take_left_over() noexcept
+{
+    const auto mcu = scan_->take_left_over();
+    if (!mcu)
+        return std::nullopt;
+    return static_cast<std::uint32_t>(*mcu / geometry_.mcus_across);
 }
 
 void NUV_JPEGSequential::put_mcu(std::size_t mcu) noexcept

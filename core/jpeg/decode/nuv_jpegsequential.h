@@ -20,17 +20,20 @@ public:
     };
 
     // The header stands behind the SOS of its first scan, which has all components; the geometry
-    // is that of its frame. `restart_rows` above 0 counts lines: see NUV_JPEGDecoder.
-    // `tables` may be somebody else's, which outlive this, or null.
+    // is that of its frame. `restart_rows` and `mends` are those of NUV_JPEGDecoder. `tables` may
+    // be somebody else's, which outlive this, or null.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
                                     NUV_JPEGInput& input, NUV_JPEGBand& band,
                                     NUV_JPEGScanTables* tables, Color color,
-                                    std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
+                                    std::uint32_t restart_rows, bool mends,
+                                    const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
     // The next MCU row: NUV_JPEGCode::damaged_lines when not all of it could be decoded.
     [[nodiscard]] NUV_JPEGCode decode_row() noexcept;
+    // The first row of an interval that had data left behind its units; told once.
+    [[nodiscard]] std::optional<std::uint32_t> take_left_over() noexcept;
 
 private:
     // A block of the MCU and what decodes it.
@@ -64,6 +67,7 @@ private:
     std::optional<NUV_JPEGScanReader> scan_;
     std::array<Slot, most_slots> slots_;
     std::size_t slot_count_ = 0;
+    std::uint32_t row_ = 0; // the next one
     NUV_JPEGMemory<std::int16_t> blocks_;
 };
 

@@ -24,6 +24,8 @@ public:
     // MCU row `row` into the band; the first call decodes all scans. NUV_JPEGCode::damaged_lines
     // when anything of them is missing.
     [[nodiscard]] NUV_JPEGCode decode_row(std::uint32_t row, NUV_JPEGBand& band) noexcept;
+    // As that of NUV_JPEGScans.
+    [[nodiscard]] bool take_left_over() noexcept { return scans_.take_left_over(); }
 
 private:
     // One scan: where its blocks are and what is done with them.

@@ -90,11 +90,15 @@ bool NUV_DecodeJPEGEngine::look_at_stream(std::size_t index, NUV_DstBuffer* dst)
         return false;
     NUV_JPEGInfo info(manager());
     if (!info.load(stream, NUV_ColorType::unknown, &option_->tables(), option_->restart_rows()))
-        return fail(manager(), NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()");
+        return fail(manager(), NUV_ERR_FORMAT, "NUV_DecodeJPEG::engine()",
+                    NUV_Diagnosis()
+                        .because(NUV_Cause::damaged)
+                        .says("stream %zu of %zu is no JPEG", index + 1, streams_->size()));
     if (!streams_->accepts(info, index))
         return false;
     if (!info.is_valid())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()",
+                    NUV_FormatInfo::why_refused(&info));
     if (!NUV_BufferOutputEngine::initiate(&info, dst))
         return false;
     if (!is_supported(info, option_->scale()))
@@ -111,8 +115,7 @@ bool NUV_DecodeJPEGEngine::look_at_stream(std::size_t index, NUV_DstBuffer* dst)
 bool NUV_DecodeJPEGEngine::start()
 {
     const NUV_JPEGCode code = internal().start_decode(divisor_, streams_ ? &tables_ : nullptr);
-    const bool is_known = code != NUV_JPEGCode::unsupported;
-    if (!internal().raise(code, "initiate()", is_known ? NUV_Diagnosis() : internal().not_served()))
+    if (!internal().raise(code, "initiate()", internal().not_started(code)))
         return false;
     const NUV_JPEGDecoder& decoder = internal().decoder();
     const bool fits =
@@ -137,10 +140,12 @@ bool NUV_DecodeJPEGEngine::begin_stream()
     // The chain behind stands on the stream as it was.
     const NUV_JPEGDecoder& decoder = internal().decoder();
     const std::uint32_t lines = heights_[stream_++];
+    stream_begin_ = line_;
     stream_end_ = line_ + lines;
     if (decoder.width() == header_.width() && decoder.height() == lines)
         return true;
-    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeJPEGEngine::execute()");
+    return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_DecodeJPEGEngine::execute()",
+                NUV_Diagnosis().says("the stream is another one than before"));
 }
 
 bool NUV_DecodeJPEGEngine::cleanup()
@@ -168,11 +173,18 @@ bool NUV_DecodeJPEGEngine::execute()
         return false;
     const NUV_JPEGCode code = internal().read_line(out.data());
     if (is_failure(code)) {
-        internal().raise(code, "execute()", at_line(line_ - 1));
+        const bool is_code = code == NUV_JPEGCode::read_failed;
+        internal().raise(code, "execute()",
+                         at_line(line_ - 1).says("%s in line %u of %u",
+                                                 is_code ? "a code that means nothing"
+                                                         : "a scan that cannot be read",
+                                                 line_, header_.height()));
         return false;
     }
     if (is_warning(code))
         warn(manager(), NUV_WARN_BROKEN_DATA, method, at_line(line_ - 1));
+    if (const auto line = internal().take_left_over())
+        manager().note_damage(at_line(stream_begin_ + *line));
     if (streams_ && line_ == stream_end_)
         reference_.reset();
     return out.commit(line_bytes_);

@@ -45,11 +45,12 @@ private:
     }
 
     NUV_JPEGReference reference_;
-    NUV_JPEGStreams* streams_ = nullptr; // these five are for several
+    NUV_JPEGStreams* streams_ = nullptr; // these six are for several
     std::optional<NUV_DecodeJPEGOption> option_;
     NUV_Vector<std::uint16_t> heights_; // of each, in lines
     std::size_t stream_ = 0;            // the next one
-    std::uint32_t stream_end_ = 0;      // in lines, of the one at hand
+    std::uint32_t stream_begin_ = 0;    // in lines, of the one at hand
+    std::uint32_t stream_end_ = 0;
     NUV_JPEGScanTables tables_;
     std::uint32_t divisor_ = 1; // of the size
     std::uint32_t line_ = 0;

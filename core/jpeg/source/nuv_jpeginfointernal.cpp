@@ -87,13 +87,17 @@ bool NUV_JPEGTableInfoInternal::initiate(NUV_InputStorage* storage)
         decoder_.open(jpeg_allocator_of(manager()), jpeg_source_of(storage), manager().cpu());
     if (is_good(code))
         code = decoder_.read_tables();
+    const NUV_Diagnosis why = jpeg_header_trouble(code, decoder_.header());
     if (code == NUV_JPEGCode::no_jpeg)
-        return fail(manager(), NUV_ERR_BROKEN_DATA, method);
+        return fail(manager(), NUV_ERR_BROKEN_DATA, method,
+                    NUV_Diagnosis().says("the JPEG tables are no JPEG stream"));
     if (code == NUV_JPEGCode::io)
         code = NUV_JPEGCode::read_failed;
     else if (code == NUV_JPEGCode::read_failed)
         code = NUV_JPEGCode::bad_marker;
-    return nuv_jpegregiststatus(manager(), code, method);
+    NUV_Diagnosis told;
+    return nuv_jpegregiststatus(manager(), code, method,
+                                told.says("the JPEG tables: %.90s", why.text));
 }
 
 bool NUV_JPEGTableInfoInternal::cleanup()
@@ -180,6 +184,7 @@ NUV_JPEGCode NUV_JPEGInfoInternal::start_decode(std::uint32_t scale, NUV_JPEGSca
 {
     decoder_.set_tables(tables);
     decoder_.set_scale(scale);
+    decoder_.set_mends(manager().mends());
     return decoder_.start_decode();
 }
 
@@ -188,9 +193,27 @@ NUV_JPEGCode NUV_JPEGInfoInternal::read_line(void* line)
     return decoder_.read_line(static_cast<std::uint8_t*>(line));
 }
 
+std::optional<std::uint32_t> NUV_JPEGInfoInternal::take_left_over()
+{
+    return decoder_.take_left_over();
+}
+
 NUV_Diagnosis NUV_JPEGInfoInternal::not_served() const noexcept
 {
     return jpeg_not_served(decoder_.header());
+}
+
+NUV_Diagnosis NUV_JPEGInfoInternal::not_started(NUV_JPEGCode code) const noexcept
+{
+    NUV_Diagnosis why;
+    if (code == NUV_JPEGCode::unsupported)
+        return not_served();
+    if (code == NUV_JPEGCode::bad_segment)
+        return why.says("a table that its scan needs is missing or has no meaning");
+    if (code == NUV_JPEGCode::read_failed)
+        return why.says("%u x %u pixels, which is more than its data can hold",
+                        unsigned{frame().width}, unsigned{frame().height});
+    return why.says("a form that its scan cannot have here");
 }
 
 bool NUV_JPEGInfoInternal::raise(NUV_JPEGCode code, const char* name, const NUV_Diagnosis& why,

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace nuv {
@@ -73,14 +74,16 @@ public:
     // What NUV_JPEGDecoder answers. `scale` divides the size; `tables` as it takes them.
     [[nodiscard]] NUV_JPEGCode start_decode(std::uint32_t scale, NUV_JPEGScanTables* tables);
     [[nodiscard]] NUV_JPEGCode read_line(void* line);
+    [[nodiscard]] std::optional<std::uint32_t> take_left_over();
     [[nodiscard]] const NUV_JPEGDecoder& decoder() const noexcept { return decoder_; }
 
     // Raises what a code stands for under "NUV_JPEGInfoInternal::" and `name`. Data that ended in
     // a segment is broken data here. True for a code above 0.
     bool raise(NUV_JPEGCode code, const char* name, const NUV_Diagnosis& why,
                NUV_Here here = NUV_Here::now());
-    // Why the stream is not decoded.
+    // Why the stream is not decoded, and why start_decode() answered `code`.
     [[nodiscard]] NUV_Diagnosis not_served() const noexcept;
+    [[nodiscard]] NUV_Diagnosis not_started(NUV_JPEGCode code) const noexcept;
 
 private:
     NUV_JPEGDecoder decoder_;

@@ -94,6 +94,11 @@ NUV_Diagnosis jpeg_header_trouble(NUV_JPEGCode code, const NUV_JPEGHeader& heade
             return why.says("arithmetic coding (DAC)");
         return why.says("the marker FF %02X", header.last_marker());
     }
+    if (header.has_scan() && header.frame().height == 0)
+        return why.at_byte(header.frame_offset())
+            .says("the frame has no height, and no DNL segment behind the scan tells it");
+    if (code == NUV_JPEGCode::bad_marker && header.last_marker() == jpeg_marker_dqt)
+        return why.because(NUV_Cause::unsupported).says("quantisers of 16 bits");
     if (jpeg_status_of(code) == NUV_ERR_INVALID_DATA)
         return why.says("a bad segment behind the marker FF %02X", header.last_marker());
     return why.says("the header ends early");

@@ -52,7 +52,7 @@ TEST(JPEGDamage, LeavesWhatTheScansBeforeHaveStored)
             Stream stream = c.stream;
             stream[bit / 8] = static_cast<std::uint8_t>(stream[bit / 8] ^ 0x80U >> bit % 8);
             const JPEGDecoded decoded = decode_stream(stream);
-            const bool is_clean = decoded.is_clean();
+            const bool is_clean = is_good(decoded.lines);
             warned += is_clean ? 0 : 1;
             ASSERT_TRUE(decoded.is_shown(is_clean ? Code::good : Code::damaged_lines));
             ASSERT_LT(mean_difference(decoded.picture, whole.picture), c.most_different);
@@ -160,6 +160,67 @@ TEST(JPEGDamage, EndsAnIntervalWithFewerBitsThanACodeHas)
         for (const std::int32_t chunk : {1, 2, 3, 1 << 20}) {
             const JPEGDecoded decoded = decode_stream(stream, chunk);
             EXPECT_EQ(decoded.lines, c.code) << c.bits << ' ' << chunk;
+        }
+    }
+}
+
+// One row of two blocks in each interval, and behind the units of the second one what is left.
+TEST(JPEGDamage, IsDataThatIsLeftBehindAllUnits)
+{
+    struct Case {
+        Bytes left; // in front of the marker
+        bool is_damage;
+    };
+    const Case cases[] = {{{}, false},         {{0xFF}, false}, {{0xFF, 0xFF, 0xFF}, false},
+                          {{0xFF, 0}, true},   {{0x12}, true},  {{0xFF, 0xFF, 0}, true},
+                          {Bytes(99, 1), true}};
+    for (const Case& c : cases) {
+        for (const std::uint32_t row : {1U, 2U}) { // the last one ends the scan
+            for (const std::size_t frame : {0xC0U, 0xC2U}) {
+                JPEGCraft craft;
+                craft.quantisers().symbols(0, {0, 1}).symbols(0x10, {0, 1});
+                craft.frame(frame, 8, 16, 24, {17}).segment(0xDD, {0, 2});
+                craft.scan({1}, 0, frame == 0xC0 ? 63 : 0);
+                for (std::uint32_t i = 0; i < 3; ++i) {
+                    craft.bits(0, frame == 0xC0 ? 12 : 6).flush();
+                    for (const std::uint8_t byte : i == row ? c.left : Bytes())
+                        craft.byte(byte);
+                    if (i < 2)
+                        craft.marker(0xD0 + i);
+                }
+                for (const std::int32_t chunk : {3, whole}) {
+                    const JPEGDecoded decoded = decode_stream(craft.end(), chunk);
+                    EXPECT_TRUE(decoded.is_shown(Code::good));
+                    const std::uint32_t line = frame == 0xC0 ? 8 * row : 0;
+                    EXPECT_EQ(decoded.left_over,
+                              std::vector<std::uint32_t>(c.is_damage ? 1 : 0, line))
+                        << &c - cases << ' ' << row << ' ' << frame;
+                }
+            }
+        }
+    }
+}
+
+// A code that means nothing in the third of four rows, with intervals of a row and without.
+TEST(JPEGDamage, IsMendedWhereThatIsAskedFor)
+{
+    for (const bool has_restarts : {false, true}) {
+        JPEGCraft craft;
+        craft.quantisers().symbols(0, {0, 1}).symbols(0x10, {0, 1});
+        craft.frame(0xC0, 8, 16, 32, {17}).segment(0xDD, {0, has_restarts ? 2 : 0}).scan({1});
+        for (std::uint32_t i = 0; i < 4; ++i) {
+            craft.bits(i == 2 ? 0x7FFFFF : 0, i == 2 ? 23 : 12);
+            if (has_restarts && i < 3)
+                craft.flush().marker(0xD0 + i);
+        }
+        const Stream stream = craft.end();
+        EXPECT_EQ(decode_stream(stream).lines, Code::read_failed);
+        const JPEGDecoded decoded =
+            decode_stream(stream, whole, [](NUV_JPEGDecoder& decoder) { decoder.set_mends(true); });
+        ASSERT_EQ(decoded.codes.size(), 32U);
+        for (std::size_t y = 0; y < 32; ++y) {
+            const bool is_lost = y >= 16 && (y < 24 || !has_restarts);
+            EXPECT_EQ(decoded.codes[y], is_lost ? Code::damaged_lines : Code::good) << y;
         }
     }
 }

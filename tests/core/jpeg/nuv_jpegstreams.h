@@ -138,11 +138,12 @@ struct JPEGDecoded {
     NUV_JPEGCode start = NUV_JPEGCode::good;
     NUV_JPEGCode lines = NUV_JPEGCode::good; // the worst of all: a failure, or a warning
     std::vector<NUV_JPEGCode> codes;         // of each line
+    std::vector<std::uint32_t> left_over;    // lines that take_left_over() has told
     JPEGTestPicture picture;                 // 16-bit samples take two of its samples each
 
     [[nodiscard]] bool is_clean() const
     {
-        return is_good(header) && is_good(start) && is_good(lines);
+        return is_good(header) && is_good(start) && is_good(lines) && left_over.empty();
     }
     // All lines came, and each with a warning or each without.
     [[nodiscard]] bool is_shown(NUV_JPEGCode code) const
@@ -191,6 +192,8 @@ inline JPEGDecoded decode_stream(const Bytes& stream, std::int32_t chunk = whole
         const NUV_JPEGCode code = decoded.codes.emplace_back(decoder.read_line(line.data()));
         if (!is_good(code))
             decoded.lines = code;
+        if (const auto first = decoder.take_left_over())
+            decoded.left_over.push_back(*first);
         if (!is_failure(code))
             picture.samples.insert(picture.samples.end(), line.begin(), line.end());
     }
