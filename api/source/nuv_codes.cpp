@@ -6,22 +6,23 @@ namespace {
 struct ColorRow {
     nuv_color code;
     const NUV_ColorType* const* tag;
+    const char* name;
 };
 
 constexpr ColorRow colors[] = {
-    {NUV_GRAY, &NUV_ColorType::gray},
-    {NUV_GRAY_REVERSE, &NUV_ColorType::gray_reverse},
-    {NUV_LSTAR, &NUV_ColorType::lstar},
-    {NUV_RGB, &NUV_ColorType::s_rgb},
-    {NUV_ADOBE_RGB, &NUV_ColorType::adobe_rgb},
-    {NUV_HSL, &NUV_ColorType::hsl},
-    {NUV_CMY, &NUV_ColorType::cmy},
-    {NUV_XYZ, &NUV_ColorType::xyz},
-    {NUV_ICC_LAB, &NUV_ColorType::icc_lab},
-    {NUV_ITU_LAB, &NUV_ColorType::itu_lab},
-    {NUV_YCBCR, &NUV_ColorType::ycbcr},
-    {NUV_CMYK, &NUV_ColorType::cmyk},
-    {NUV_COLOR_OTHER, &NUV_ColorType::unknown},
+    {NUV_GRAY, &NUV_ColorType::gray, "gray"},
+    {NUV_GRAY_REVERSE, &NUV_ColorType::gray_reverse, "gray-reverse"},
+    {NUV_LSTAR, &NUV_ColorType::lstar, "lstar"},
+    {NUV_RGB, &NUV_ColorType::s_rgb, "rgb"},
+    {NUV_ADOBE_RGB, &NUV_ColorType::adobe_rgb, "adobe-rgb"},
+    {NUV_HSL, &NUV_ColorType::hsl, "hsl"},
+    {NUV_CMY, &NUV_ColorType::cmy, "cmy"},
+    {NUV_XYZ, &NUV_ColorType::xyz, "xyz"},
+    {NUV_ICC_LAB, &NUV_ColorType::icc_lab, "icc-lab"},
+    {NUV_ITU_LAB, &NUV_ColorType::itu_lab, "itu-lab"},
+    {NUV_YCBCR, &NUV_ColorType::ycbcr, "ycbcr"},
+    {NUV_CMYK, &NUV_ColorType::cmyk, "cmyk"},
+    {NUV_COLOR_OTHER, &NUV_ColorType::unknown, "of a color that is not told"},
 };
 
 } // namespace
@@ -33,6 +34,15 @@ const NUV_ColorType* color_tag_of(std::int32_t code) noexcept
             return *row.tag;
     }
     return nullptr;
+}
+
+const char* color_name_of(const NUV_ColorType* tag) noexcept
+{
+    for (const ColorRow& row : colors) {
+        if (*row.tag == tag)
+            return row.name;
+    }
+    return tag->key();
 }
 
 nuv_color color_code_of(const NUV_ColorType* tag) noexcept

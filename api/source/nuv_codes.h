@@ -14,6 +14,8 @@ namespace nuv {
 // becomes null, but for NUV_COLOR_OTHER, which is the unknown tag; a tag without a code becomes
 // NUV_COLOR_OTHER.
 [[nodiscard]] const NUV_ColorType* color_tag_of(std::int32_t code) noexcept;
+// The word that users know, as "rgb" or "gray-reverse".
+[[nodiscard]] const char* color_name_of(const NUV_ColorType* tag) noexcept;
 [[nodiscard]] nuv_color color_code_of(const NUV_ColorType* tag) noexcept;
 [[nodiscard]] const NUV_DataType* data_tag_of(std::int32_t type) noexcept;
 [[nodiscard]] nuv_sample_type data_code_of(const NUV_DataType* tag) noexcept;

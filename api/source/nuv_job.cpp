@@ -61,12 +61,14 @@ nuv_failure no_failure() noexcept
     return result;
 }
 
-// The reason behind " - ", where a status has one, and else who raised it.
+// The reason behind "- ", where a status has one. Who raised it tells a user nothing.
 std::string_view reason_of(const nuv::NUV_Status& status) noexcept
 {
-    const std::string_view method = status.method;
-    const auto dash = method.find(" - ");
-    return dash == std::string_view::npos ? method : method.substr(dash + 3);
+    std::string_view text = status.method;
+    const auto dash = text.find("- ");
+    text.remove_prefix(dash == std::string_view::npos ? text.size() : dash + 2);
+    text.remove_suffix(text.ends_with('.') ? 1 : 0);
+    return text;
 }
 
 const char* beginning_of(const NUV_Diagnosis& why) noexcept
@@ -176,8 +178,14 @@ void nuv_job::take_failure() noexcept
                       told(strerror_r(why.system_error, text, sizeof(text)), text));
     } else if (why.cause != NUV_Cause::no_memory) {
         const std::string_view text = reason_of(manager->status());
-        std::snprintf(reason, sizeof(reason), " (%.*s)", static_cast<int>(text.size()),
-                      text.data());
+        if (!text.empty())
+            std::snprintf(reason, sizeof(reason), ": %.*s", static_cast<int>(text.size()),
+                          text.data());
+        else if (info && why.cause != NUV_Cause::damaged)
+            std::snprintf(reason, sizeof(reason), ": %u x %u pixels, %u x %u bits, %s, %s",
+                          info->width(), info->height(), unsigned{info->channels()},
+                          unsigned{info->bits()}, nuv::color_name_of(info->color_type()),
+                          info->encode_type()->key());
     }
     char place[64] = "";
     if (why.byte >= 0 && why.cause != NUV_Cause::limit && why.cause != NUV_Cause::unknown_kind) {
@@ -203,7 +211,7 @@ void nuv_job::take_refusal(const char* name) noexcept
                       : "%s(): the arguments do not fit a picture of %u x %u pixels, %u x %u bits, "
                         "%s%s.",
            name, is.width(), is.height(), unsigned{is.channels()}, unsigned{is.bits()},
-           is.color_type()->key(), is.palette().is_empty() ? "" : ", with a palette");
+           nuv::color_name_of(is.color_type()), is.palette().is_empty() ? "" : ", with a palette");
 }
 
 void nuv_job::take_exception() noexcept
@@ -335,8 +343,10 @@ nuv_job* nuv_new(const nuv_limits* limits)
     } catch (...) {
         // As without memory.
     }
-    if (job->manager)
+    if (job->manager) {
+        job->manager->mends(true);
         return job;
+    }
     delete job;
     return nullptr;
 }

@@ -35,7 +35,8 @@ public:
           strips_(manager)
     {}
 
-    // Damage ends nothing: a bad line is delivered as it is, with NUV_WARN_BROKEN_DATA.
+    // Damage ends nothing: a bad line is delivered as it is, with NUV_WARN_BROKEN_DATA, or inside a
+    // strip with damage that is noted.
     [[nodiscard]] bool execute() override;
 
 protected:

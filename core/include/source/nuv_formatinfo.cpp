@@ -18,9 +18,9 @@ NUV_Diagnosis NUV_FormatInfo::why_refused(const NUV_FormatInfo* info)
     const NUV_Palette& colors = info->palette();
     why.because(NUV_Cause::invalid);
     if (colors.is_empty())
-        return why.says("%u x %u pixels, %u x %u bits, %s", info->width(), info->height(),
-                        unsigned{info->channels()}, unsigned{info->bits()},
-                        info->color_type()->key());
+        return why.says("%u x %u pixels, %u x %u bits, in a color of %u channels", info->width(),
+                        info->height(), unsigned{info->channels()}, unsigned{info->bits()},
+                        unsigned{info->color_type()->channels()});
     return why.says("%u x %u pixels, %u x %u bits, with a palette of %u x %u bits, %u entries",
                     info->width(), info->height(), unsigned{info->channels()},
                     unsigned{info->bits()}, unsigned{colors.channels}, unsigned{colors.bits},

@@ -72,7 +72,8 @@ bool NUV_JPEGInfo::load_stream(NUV_InputStorage* storage, const NUV_ColorType* c
     }
     bool good = header_.internal && update();
     if (good && width() == 0)
-        good = fail(manager(), NUV_ERR_INVALID_DATA, method);
+        good = fail(manager(), NUV_ERR_INVALID_DATA, method,
+                    NUV_Diagnosis().says("the frame has no width"));
     if (!good)
         static_cast<void>(storage->to(start));
     return good;
@@ -112,7 +113,10 @@ bool NUV_JPEGInfo::update_color()
         color_type(NUV_ColorType::cmyk);
         return true;
     default:
-        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_JPEGInfo::update()");
+        return fail(manager(), NUV_ERR_INVALID_DATA, "NUV_JPEGInfo::update()",
+                    channels() == 0
+                        ? NUV_Diagnosis().says("the header ends without a frame")
+                        : NUV_Diagnosis().says("a frame of %u components", unsigned{channels()}));
     }
 }
 

@@ -18,7 +18,8 @@ NUV_Engine* NUV_ReadJPEG::engine(NUV_InputStorage* storage, const NUV_JPEGInfo* 
                                  std::int32_t scale)
 {
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
-        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()");
+        return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadJPEG::engine()",
+                    NUV_FormatInfo::why_refused(info));
     return append_reader<NUV_DecodeJPEGEngine>(storage, info, info, scale);
 }
 

@@ -59,8 +59,8 @@ NUV_Engine* NUV_WritePNM::engine(NUV_Engine* previous, NUV_OutputStorage* storag
     const int form = form_of(header);
     if (form == 0)
         return fail(manager(), NUV_ERR_UNSUPPORTED, method,
-                    NUV_Diagnosis().says("%u channels of %u bits, %s", header.channels(),
-                                         header.bits(), header.color_type()->key()));
+                    NUV_Diagnosis().says("%u channels of %u bits, or no color of an anymap",
+                                         header.channels(), header.bits()));
     std::array<char, 48> text{};
     const std::int32_t bytes = describe(text, header, form);
     if (storage->write(text.data(), bytes) != bytes)

@@ -231,7 +231,7 @@ bool NUV_ReadTIFF::check(NUV_InputStorage* storage, const NUV_TIFFInfo* info)
     constexpr auto method = "NUV_ReadTIFF::check()";
 
     if (!info || !info->loaded() || !info->is_valid() || !storage || storage->is_closed())
-        return fail(manager(), NUV_ERR_ARGUMENT, method);
+        return fail(manager(), NUV_ERR_ARGUMENT, method, NUV_FormatInfo::why_refused(info));
     if (!check_src_condition(*info))
         return fail(manager(), NUV_ERR_UNSUPPORTED, method, not_served(*info));
     return true;
@@ -253,6 +253,8 @@ NUV_Diagnosis NUV_ReadTIFF::not_served(const NUV_TIFFInfo& info) const
     const std::uint32_t bits = info.bits_per_sample[0];
     if (info.tile_width != 0)
         return why.says("tiles");
+    if (info.compression == Compression::absent)
+        return why.says("no word about its coding (Compression)");
     if (!is_compression_supported(info))
         return why.says("the coding '%s' (compression %d)", info.encode_type()->key(),
                         static_cast<int>(info.compression));

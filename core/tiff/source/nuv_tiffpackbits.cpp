@@ -74,7 +74,8 @@ bool NUV_ReadPackBitsStripsEngine::initiate(NUV_InputStorage* storage, const NUV
     if (!NUV_ReadEngine::initiate(storage, header, dst))
         return false;
     if (!storage->to(0)) // which says that its first strip is not there
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::initiate()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadStorageEngine::initiate()",
+                    NUV_Diagnosis().says("the first strip is not there"));
     header_.encode_type(NUV_EncodeType::raw);
     rows_ = rows;
     line_bytes_ = header_.line_bytes();

@@ -61,7 +61,9 @@ private:
             return true;
         if (units_)
             static_cast<void>(src_buffer_->release());
-        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_UpsampleChromaEngine::execute()");
+        return fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_UpsampleChromaEngine::execute()",
+                    NUV_Diagnosis().says("the data ends early, at line %u of %u", line_ + 1,
+                                         header_.height()));
     }
 
     ExpandChromaUnits expand_ = nullptr;

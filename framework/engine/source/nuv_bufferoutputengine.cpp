@@ -59,7 +59,11 @@ bool NUV_BufferOutputEngine::initiate(const NUV_Header* header, NUV_DstBuffer* d
     if (!header || !dst)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
     if (!header->checked_line_bytes())
-        return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+        return fail(manager(), NUV_ERR_UNSUPPORTED, method,
+                    NUV_Diagnosis()
+                        .because(NUV_Cause::limit)
+                        .says("lines of %u pixels of %u x %u bits", header->width(),
+                              unsigned{header->channels()}, unsigned{header->bits()}));
     if (!header_.copy(*header))
         return false;
     dst_buffer_ = dst;

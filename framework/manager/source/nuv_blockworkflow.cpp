@@ -35,7 +35,12 @@ NUV_DstBufferBase* NUV_BlockWorkflow::create_dst_buffer(NUV_Engine* engine)
     if (header->is_raw()) {
         limit = header->checked_plane_bytes().value_or(0);
         if (limit == 0)
-            return fail(manager(), NUV_ERR_UNSUPPORTED, method);
+            return fail(manager(), NUV_ERR_UNSUPPORTED, method,
+                        NUV_Diagnosis()
+                            .because(NUV_Cause::limit)
+                            .says("%u x %u pixels of %u x %u bits", header->width(),
+                                  header->height(), unsigned{header->channels()},
+                                  unsigned{header->bits()}));
     }
     return make_initiated<NUV_STBlockDstBuffer>(manager(), limit).release();
 }

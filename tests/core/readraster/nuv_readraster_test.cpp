@@ -350,7 +350,7 @@ TEST(ReadRaster, TellsUnknownFromUnsupportedAndWhatWasFoundWhere)
         {edited("internal/gray.nuv", 19, {1}), unsupported, 16, "a side of 2^32 pixels or more"},
         {edited("internal/gray.nuv", 49, {9, 0, 1, 0, 0, 0, 2}), invalid, 48, "a palette of 2 entries, 1 x 9 bits"},
         {edited("internal/gray.nuv", 49, {8, 0, 1, 0, 0, 0, 99}), damaged, 121, "the palette ends 34 bytes early"},
-        {edited("internal/gray.nuv", 23, {0}), invalid, nowhere, "0 x 5 pixels, 1 x 8 bits, gray"},
+        {edited("internal/gray.nuv", 23, {0}), invalid, nowhere, "0 x 5 pixels, 1 x 8 bits, in a color of 1 channels"},
         {begin_of("internal/gray.nuv", 80), damaged, 69, "line 2 of 5 is not there as a whole"},
         {edited("png/gray.png", 4, {0}), damaged, 8, "PNG file corrupted by ASCII conversion"},
         {edited("png/gray.png", 24, {3}), damaged, 33, "IHDR: CRC error"},
