@@ -25,6 +25,7 @@
 #include "api/source/nuv_inputs.h"
 #include "api/source/nuv_job.h"
 #include "api/source/nuv_records.h"
+#include "api/source/nuv_widening.h"
 
 namespace {
 
@@ -173,6 +174,16 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
     return first || find_deep_anymap(job);
 }
 
+// "II" or "MM" and 43 where a TIFF file has 42: another format, though one that begins alike.
+[[nodiscard]] bool is_bigtiff(nuv::NUV_InputStorage& source)
+{
+    std::uint8_t first[4] = {};
+    if (!source.to_begin() || source.read(first, sizeof(first)) != std::int32_t{sizeof(first)})
+        return false;
+    const std::string_view is(reinterpret_cast<const char*>(first), sizeof(first));
+    return is == std::string_view("II\x2B\0", 4) || is == std::string_view("MM\0\x2B", 4);
+}
+
 // Finds out what the source of the job is, and puts its reader at the head of the chain.
 void read_source(nuv_job& job)
 {
@@ -189,7 +200,9 @@ void read_source(nuv_job& job)
     const auto deep_pixels =
         !job.info && job.page == 0 ? find_deep_anymap(job) : std::optional<std::int32_t>();
     if (!job.info) {
-        if (lacks_page(job))
+        if (is_bigtiff(*job.source))
+            job.refuse(NUV_UNSUPPORTED, "The source is of a kind that is not served: BigTIFF.");
+        else if (lacks_page(job))
             job.refuse(NUV_BAD_CALL, "There is no page %u in the source.", job.page);
         else
             job.take_failure();
@@ -208,6 +221,9 @@ void read_source(nuv_job& job)
     }
     if (reader)
         reader = nuv::NUV_DecodeToRaw(manager).engine(reader);
+    const std::uint32_t largest = nuv::largest_stored_sample(*job.info);
+    if (reader && largest != 0)
+        reader = nuv::widen_samples(manager, reader, largest);
     if (!reader) {
         job.take_failure();
         return;
