@@ -76,6 +76,7 @@ struct nuv_job {
     nuv_source facts{};                      // what nuv_source_info() tells
     nuv::NUV_Engine* last = nullptr;         // of the chain; the manager's
     bool is_source_alone = false;            // no operation stands behind the reader
+    bool is_turned = false;                  // by nuv_upright()
     std::uint32_t source_lines = 0;          // as they are stored
     std::array<char, 64> scaling_steps{};    // of the last scaling
 

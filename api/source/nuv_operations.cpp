@@ -167,6 +167,7 @@ nuv_status nuv_upright(nuv_job* job)
         {90, true}, {90, false}, {270, true}, {270, false},
     };
     return operate(job, "nuv_upright", [=](NUV_Manager& manager, NUV_Engine* previous) {
+        job->is_turned = true;
         const Turn& turn = turns[job->facts.orientation];
         NUV_Engine* const turned = nuv::NUV_Rotate90(manager).engine(previous, turn.degrees);
         return turned && turn.is_mirrored ? nuv::NUV_MirrorX(manager).engine(turned) : turned;

@@ -157,6 +157,29 @@ void reduce_source(nuv_job& job, Size wanted)
     return job.allows_size(to.width, to.height) && job.append(name, scale(job, how, to));
 }
 
+// The first of `kept` of `of` in their middle, which is as far from the other end where that will
+// be the first.
+[[nodiscard]] std::uint32_t middle(std::uint32_t of, std::uint32_t kept, bool is_mirrored) noexcept
+{
+    return (of - kept + (is_mirrored ? 1 : 0)) / 2;
+}
+
+// To the middle, rounded as if the picture were upright already.
+[[nodiscard]] NUV_Engine* crop_middle(nuv_job& job, Size kept)
+{
+    constexpr std::string_view right_is_first = "2378"; // orientations (TIFF 6.0, section 8)
+    constexpr std::string_view bottom_is_first = "3467";
+
+    const auto lies = [&](std::string_view which) {
+        const auto orientation = static_cast<char>('0' + job.facts.orientation);
+        return !job.is_turned && which.find(orientation) != std::string_view::npos;
+    };
+    const Size is{job.header().width(), job.header().height()};
+    return nuv::NUV_Crop(*job.manager)
+        .engine(job.last, middle(is.width, kept.width, lies(right_is_first)),
+                middle(is.height, kept.height, lies(bottom_is_first)), kept.width, kept.height);
+}
+
 void fit(nuv_job& job, nuv_scaling how, Size box, unsigned flags)
 {
     constexpr auto name = "nuv_fit";
@@ -170,9 +193,7 @@ void fit(nuv_job& job, nuv_scaling how, Size box, unsigned flags)
     const Size kept{std::min(box.width, to.width), std::min(box.height, to.height)};
     if (kept.width != to.width || kept.height != to.height)
         add_step(job, "crop");
-    job.append(name, nuv::NUV_Crop(*job.manager)
-                         .engine(job.last, (to.width - kept.width) / 2,
-                                 (to.height - kept.height) / 2, kept.width, kept.height));
+    job.append(name, crop_middle(job, kept));
 }
 
 } // namespace

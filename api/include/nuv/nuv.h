@@ -103,7 +103,8 @@ typedef enum nuv_sampling {
 /* For nuv_fit(), added up. */
 enum {
     NUV_ENLARGE = 1, /* a picture that is smaller than the box grows into it */
-    NUV_FILL = 2,    /* the picture covers the box, and what stands over is cut off on both sides */
+    NUV_FILL = 2,    /* the picture covers the box, and what stands over is cut off on both sides,
+                        of an odd number one more where right or below is when it is upright */
     NUV_FAST = 4     /* a JPEG may be decoded at 1/2, 1/4 or 1/8; the result is another one */
 };
 
