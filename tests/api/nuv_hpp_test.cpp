@@ -41,6 +41,8 @@ TEST(Hpp, RunsChainsAndOwnsTheirResults)
 
     const auto failed = open().crop({30, 0, 1, 1}).anymap().to_memory();
     ASSERT_FALSE(failed);
+    EXPECT_THROW(static_cast<void>(failed.value()), nuv::BadResultAccess);
+    EXPECT_EQ(jpeg.value().size(), jpeg->size());
     EXPECT_EQ(failed.error().status, NUV_BAD_CALL);
     EXPECT_NE(failed.error().message.find("nuv_crop()"), std::string::npos);
     const auto nowhere = nuv::Job::open("no such file").raw().to_file("no such folder/x");

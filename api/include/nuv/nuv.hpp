@@ -13,6 +13,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -38,11 +39,23 @@ struct Error {
 #if defined(__cpp_lib_expected) && __cpp_lib_expected >= 202202L
 template <class T>
 using Result = std::expected<T, Error>;
+using BadResultAccess = std::bad_expected_access<Error>;
 [[nodiscard]] inline std::unexpected<Error> failure(Error error)
 {
     return std::unexpected<Error>(std::move(error));
 }
 #else
+// What value() throws in the place of a value.
+class BadResultAccess : public std::exception {
+public:
+    explicit BadResultAccess(Error error) : error_(std::move(error)) {}
+    [[nodiscard]] const char* what() const noexcept override { return error_.message.c_str(); }
+    [[nodiscard]] const Error& error() const noexcept { return error_; }
+
+private:
+    Error error_;
+};
+
 // A value, or the error in its place: what std::expected does, for compilers that lack it.
 template <class T>
 class [[nodiscard]] Result {
@@ -55,13 +68,15 @@ public:
 
     [[nodiscard]] bool has_value() const noexcept { return held_.index() == 0; }
     [[nodiscard]] explicit operator bool() const noexcept { return has_value(); }
-    // Throws std::bad_variant_access without one.
-    [[nodiscard]] T& value() & { return std::get<0>(held_); }
-    [[nodiscard]] const T& value() const& { return std::get<0>(held_); }
-    [[nodiscard]] T&& value() && { return std::get<0>(std::move(held_)); }
+    // Throws BadResultAccess without one.
+    [[nodiscard]] T& value() & { return checked(), **this; }
+    [[nodiscard]] const T& value() const& { return checked(), **this; }
+    [[nodiscard]] T&& value() && { return checked(), *std::move(*this); }
+    [[nodiscard]] T value_or(T other) && { return has_value() ? *std::move(*this) : other; }
     // There must be one.
     [[nodiscard]] T& operator*() & noexcept { return *std::get_if<0>(&held_); }
     [[nodiscard]] const T& operator*() const& noexcept { return *std::get_if<0>(&held_); }
+    [[nodiscard]] T&& operator*() && noexcept { return std::move(*std::get_if<0>(&held_)); }
     [[nodiscard]] T* operator->() noexcept { return std::get_if<0>(&held_); }
     [[nodiscard]] const T* operator->() const noexcept { return std::get_if<0>(&held_); }
     [[nodiscard]] const Error& error() const { return std::get<1>(held_); }
@@ -76,6 +91,12 @@ public:
     }
 
 private:
+    void checked() const
+    {
+        if (!has_value())
+            throw BadResultAccess(error());
+    }
+
     std::variant<T, Error> held_;
 };
 [[nodiscard]] inline Error failure(Error error)
