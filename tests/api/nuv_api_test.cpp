@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -187,15 +189,20 @@ TEST(ApiJob, FormsTakeWhatTheyCannotSayAsWhatItMeans)
 
 TEST(ApiJob, MendsDamageOrFailsWhenStrict)
 {
-    ApiBytes half = api_made(open_rgb, nothing, as_jpeg);
-    half.resize(half.size() / 2);
-    for (const int strict : {0, 1}) {
+    const ApiBytes whole = api_made(open_rgb, nothing, as_jpeg);
+    const ApiBytes half(whole.begin(),
+                        whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2));
+    ApiBytes nonsense = whole; // ones, which no code is
+    for (std::size_t i = 0; i < 40; ++i)
+        nonsense[whole.size() / 2 + i] = i % 2 == 0 ? 0xFF : 0;
+    for (const auto& [stored, strict] :
+         {std::pair(half, 0), std::pair(half, 1), std::pair(nonsense, 0), std::pair(nonsense, 1)}) {
         nuv_limits limits{};
         limits.size = sizeof(limits);
         EXPECT_EQ(nuv_default_limits(&limits), NUV_OK);
         limits.strict = strict;
         const ApiJob job(nuv_new(&limits));
-        nuv_open_memory(job.get(), half.data(), half.size());
+        nuv_open_memory(job.get(), stored.data(), stored.size());
         EXPECT_EQ(nuv_first_damaged_line(job.get()), -1);
         as_jpeg(job.get());
         EXPECT_EQ(nuv_run_to_memory(job.get(), nullptr, nullptr), strict ? NUV_DAMAGED : NUV_OK);
@@ -206,6 +213,31 @@ TEST(ApiJob, MendsDamageOrFailsWhenStrict)
         EXPECT_NE(std::string(nuv_message(job.get())).find("damaged from line"), std::string::npos);
         EXPECT_EQ(api_result(job).empty(), strict == 1);
     }
+}
+
+TEST(ApiJob, WidensSamplesOfFewerValuesThanTheirBitsHave)
+{
+    const auto samples_in = [](std::string_view anymap) {
+        const ApiBytes stored(anymap.begin(), anymap.end());
+        return api_made(open_bytes(stored), nothing);
+    };
+    EXPECT_EQ(samples_in("P2 4 1 100 0 1 10 100 "), (ApiBytes{0, 3, 26, 255}));
+    EXPECT_EQ(samples_in("P6 1 1 200\n\x64\xC8\xC9"), (ApiBytes{128, 255, 255}));
+    const ApiBytes made = samples_in("P2 3 1 1000 1000 500 1 ");
+    ASSERT_EQ(made.size(), 6u);
+    std::uint16_t values[3];
+    std::memcpy(values, made.data(), 6);
+    EXPECT_TRUE(values[0] == 65535 && values[1] == 32768 && values[2] == 66);
+
+    // 12 bits of each sample are the upper ones of the 16, and tell the rest.
+    const ApiBytes jpeg =
+        api_made(open_bytes(api_read(api_fixture("jpeg/lossless_12.jpg"))), nothing);
+    std::vector<std::uint16_t> wide(jpeg.size() / 2);
+    std::memcpy(wide.data(), jpeg.data(), jpeg.size());
+    EXPECT_GT(*std::max_element(wide.begin(), wide.end()), 60000);
+    EXPECT_TRUE(std::all_of(wide.begin(), wide.end(), [](std::uint32_t it) {
+        return it == ((it >> 4) * 131070 + 4095) / 8190;
+    }));
 }
 
 TEST(ApiJob, CanBeCancelledAtEveryLine)
@@ -277,6 +309,7 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
     };
     const ApiBytes text = {'h', 'e', 'l', 'l', 'o', ',', ' ', 'y', 'o', 'u'};
     const ApiBytes tiny = {'P', '5'};
+    const ApiBytes bigtiff = {'I', 'I', 43, 0, 8, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0};
     const ApiBytes wide = {'P', '5', ' ', '2', '0', '0', '0', '0', '0',  '0', '0',
                            '0', '0', ' ', '1', ' ', '2', '5', '5', '\n', 0};
     const ApiBytes short_one = {'P', '5', ' ', '1', ' ', '2', ' ', '2', '5', '5', '\n', 0};
@@ -297,7 +330,10 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         {NUV_LIMIT, "2000000000 x 1 pixels", open_bytes(wide), NUV_PASSED_SIDE},
         {NUV_UNSUPPORTED, "not served: arithmetic coding (DAC), at byte 177.", [](nuv_job* j) { return nuv_open_file(j, api_fixture("jpeg/refused_arithmetic.jpg").c_str()); }},
         {NUV_DAMAGED, "", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/planes_cut.tif").c_str()); }},
-        {NUV_DAMAGED, "", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/stream_too_short.tif").c_str()); }},
+        {NUV_DAMAGED, "stream 1 of 1 is no JPEG", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/stream_too_short.tif").c_str()); }},
+        {NUV_UNSUPPORTED, "not served: 16 x 4 pixels, 3 x 16 bits, ycbcr, raw.", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/units_of_16_bits.tif").c_str()); }},
+        {NUV_UNSUPPORTED, "not served: no word about its coding (Compression).", [](nuv_job* j) { return nuv_open_file(j, api_fixture("tiff_crafted/no_coding.tif").c_str()); }},
+        {NUV_UNSUPPORTED, "not served: BigTIFF.", open_bytes(bigtiff)},
         {NUV_DAMAGED, "line 2 of 2 is not there", [&](nuv_job* j) { open_bytes(short_one)(j); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
         {NUV_BAD_CALL, "nuv_open_samples(): the record", [&](nuv_job* j) { return nuv_open_samples(j, samples.data(), 0, &wrong); }},
         {NUV_IO, "The source cannot be read: the function that gives its lines failed.", [](nuv_job* j) { nuv_open_lines(j, give_three_lines, nullptr, &picture); nuv_as_anymap(j); return nuv_run_to_memory(j, nullptr, nullptr); }},
@@ -328,6 +364,7 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
         EXPECT_EQ(c.call(job.get()), c.status);
         const std::string message = nuv_message(job.get());
         EXPECT_NE(message.find(c.message), std::string::npos) << message;
+        EXPECT_EQ(message.find("::"), std::string::npos) << message;
         nuv_failure why{};
         why.size = sizeof(why);
         EXPECT_EQ(nuv_why(job.get(), &why), NUV_OK);
@@ -456,6 +493,11 @@ TEST(ApiJob, TurnsUprightWhatTheSourceHasLyingDown)
             tiff.insert(tiff.end(), {tag, 1, 3, 0, 1, 0, 0, 0, value, 0, 0, 0});
         tiff.insert(tiff.end(), 4, 0);
         EXPECT_EQ(api_made(open_bytes(tiff), nuv_upright), cases[0].stored) << int{c.orientation};
+        for (const std::uint32_t side : {1U, 2U}) { // across, and 2 or 3 down, without scaling
+            const auto fill = [side](nuv_job* job, bool lies) { return lies ? nuv_fit(job, NUV_AREA, 4 - side, side, NUV_FILL) : nuv_fit(job, NUV_AREA, side, 4 - side, NUV_FILL); };
+            EXPECT_EQ(api_made(open_bytes(tiff), [&](nuv_job* job) { fill(job, c.width == 3); return nuv_upright(job); }),
+                      api_made(open_bytes(tiff), [&](nuv_job* job) { nuv_upright(job); return fill(job, false); })) << int{c.orientation};
+        }
     }
     // clang-format on
 }
