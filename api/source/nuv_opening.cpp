@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "api/source/nuv_codes.h"
 #include "api/source/nuv_inputs.h"
@@ -149,7 +150,7 @@ void tell_resolution(nuv_source& told, const nuv::NUV_FormatInfo& info)
         anymap->serve_deep(true);
     }
     if (anymap && anymap->load(job.source.get())) {
-        job.info.reset(anymap.release());
+        job.info = std::move(anymap);
         return job.source->position();
     }
     job.manager->reset();
