@@ -75,6 +75,7 @@ def check_all_there(bad=()):
     (["a/x.tif", "b/x.jpg"],   "link/%s.tif",    "but is itself a source"),
     (["a/x.tif"],              "c/%s.tif",       "c: there is no such folder"),
     ([],                       "%s.jpg",         "no picture"),
+    (["a/x.tif\0b/y.tif"],     "a/%s.jpg",       "no file has such a name"),
     # fmt: on
 ])
 def test_destinations_follow_the_pattern_or_are_refused_at_once(tmp_path, monkeypatch, names,
@@ -175,7 +176,9 @@ def test_a_record_serves_one_run_at_a_time(folder):
     held = records.RecordFile("run.csv")
     with pytest.raises(batch.UsageError, match="another run"):
         batch.run("in/*", "out/%s.jpg", record="run.csv", resume=True)
+    Path(f"run.csv.{os.getpid()}").write_text("left\n")
     held.begin([], "")  # and still when the file is another one
+    assert Path("run.csv").read_text() == records._Csv.head.replace("\r", "")
     with pytest.raises(batch.UsageError, match="another run"):
         batch.run("in/*", "out/%s.jpg", record="run.csv", resume=True)
     held.close()
@@ -201,6 +204,12 @@ def test_a_process_that_hangs_or_dies_costs_its_picture_alone(folder, monkeypatc
     again, outcome = processes._work_at(process, tasks[0], good)
     assert again is not process and outcome.record.status == "done"
     again.end()
+
+
+def test_a_process_that_has_waited_for_too_long_ends_well():
+    code = "from nuv.batch import picture; picture.IDLE_SECONDS = 0.1; picture.serve()"
+    with subprocess.Popen([sys.executable, "-c", code], stdin=subprocess.PIPE) as process:
+        assert process.wait(60) == 0
 
 
 def test_the_system_bounds_what_the_library_does_not_count():

@@ -200,7 +200,7 @@ def main(words: Sequence[str] | None = None) -> int:
     except UsageError as error:
         _report(str(error))
         return USAGE
-    except (Lost, OSError) as error:
+    except (Lost, OSError, ModuleNotFoundError) as error:
         _report(str(error))
         return FAILED
     except KeyboardInterrupt:

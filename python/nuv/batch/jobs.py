@@ -107,6 +107,9 @@ def plan(sources: Iterable[str | os.PathLike[str]], destination: str) -> list[Ta
     """One task for each source. UsageError when two would write one file, when one would write over
     a source, be it its own, and for a folder that is not there."""
     names = [os.fspath(source) for source in sources]
+    for name in names:
+        if "\0" in name:
+            raise UsageError(f"{name!r:.60}: no file has such a name; nothing was done")
     tasks = [Task(name, expanded(destination, name, number), _size_of(name))
              for number, name in enumerate(names, 1)]
     if not tasks:

@@ -117,7 +117,7 @@ def serve() -> None:
         try:
             request = requests.get(timeout=IDLE_SECONDS)
         except queue.Empty:
-            return
+            os._exit(0)  # the end of the interpreter would wait for the thread that reads, and abort
         recipe, folder, task = request
         outcome = work(Recipe(**recipe), folder, Task(*task))
         print(json.dumps(outcome), file=answers, flush=True)

@@ -95,6 +95,7 @@ class RecordFile:
         beside = f"{self._path}.{os.getpid()}"
         try:
             fresh = _lock(beside)
+            fresh.truncate(0)  # what a run of this number has left when it was ended
             fresh.write(self._form.head)
             fresh.writelines(map(self._form.line, self.old.values()))
             fresh.flush()
