@@ -61,34 +61,40 @@ py::array array(Image& image, bool planar, const py::object& progress)
     return py::array(layout.type, shape_of(layout, layout.lines, planar), data, owner);
 }
 
-Lines::Lines(Image& image, std::uint32_t lines)
-    : source_(image.chain().source),
-      job_(image.take_job()),
-      layout_(layout_of(image.picture())),
+Lines::Lines(py::object image, std::uint32_t lines)
+    : image_(std::move(image)),
+      job_(image_.cast<Image&>().take_job()),
+      layout_(layout_of(image_.cast<Image&>().picture())),
       lines_(std::min(lines, layout_.lines))
 {
     to_bytes(job_.get());
-    check(job_.get(), source_->name());
+    check(job_.get(), image_.cast<Image&>().source_name());
 }
 
 py::array Lines::next()
 {
+    if (is_reading_)
+        throw py::value_error("another thread is reading a band");
     nuv::JobHandle job = std::move(job_); // nobody else has it while the lock is free
     if (!job)
         throw py::stop_iteration();
+    auto& image = image_.cast<Image&>();
     py::array band(layout_.type, shape_of(layout_, lines_, false));
     void* const into = band.mutable_data();
     std::uint32_t got = 0;
     {
         Watch watch(job.get());
+        is_reading_ = true;
         {
             const Unlocked unlocked;
             nuv_read_lines(job.get(), into, layout_.line_bytes, lines_, &got);
         }
-        watch.check(source_->name());
+        is_reading_ = false;
+        image.first_damaged_line = nuv_first_damaged_line(job.get());
+        watch.check(image.source_name());
     }
     if (got == 0) {
-        warn_of_damage(job.get(), source_->name());
+        warn_of_damage(job.get(), image.source_name());
         throw py::stop_iteration();
     }
     job_ = std::move(job);

@@ -28,15 +28,17 @@ void to_bytes(nuv_job* job);
 // The lines of a chain as they come, in bands of so many lines: an iterator.
 class Lines {
 public:
-    Lines(Image& image, std::uint32_t lines);
+    // Of an Image.
+    Lines(py::object image, std::uint32_t lines);
     // The next band, an array of its own. Throws StopIteration behind the last one.
     [[nodiscard]] py::array next();
 
 private:
-    std::shared_ptr<const Source> source_; // goes behind the job
+    py::object image_; // goes behind the job
     nuv::JobHandle job_;
     Layout layout_;
     std::uint32_t lines_;
+    bool is_reading_ = false;
 };
 
 } // namespace nuv_python

@@ -157,7 +157,7 @@ void bind_results(ImageClass& image)
               "other, and by default what the path ends in, as the tool has it.");
     image.def(
         "lines",
-        [](Image& self, std::uint32_t rows) {
+        [](const py::object& self, std::uint32_t rows) {
             if (rows == 0)
                 throw py::value_error("a band has at least one line");
             return Lines(self, rows);
