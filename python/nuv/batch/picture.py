@@ -58,7 +58,7 @@ def work(recipe: Recipe, folder: str, task: Task) -> Outcome:
         record = record._replace(
             status=status, byte=getattr(error, "byte", None),
             line=_from_1(getattr(error, "line", None)),
-            message=LATE if status == "timeout" else _message_of(error))
+            message=LATE if status == "timeout" else _message_of(error, task.source))
         is_full = isinstance(error, OSError) and error.errno in _FULL
     return Outcome(record._replace(seconds=round(time.monotonic() - start, 4)), is_full)
 
@@ -67,10 +67,11 @@ def _from_1(line: int | None) -> int | None:
     return None if line is None else line + 1
 
 
-def _message_of(error: Exception) -> str:
+def _message_of(error: Exception, source: str) -> str:
     """Without the name of the source, which the record has."""
     if isinstance(error, OSError) and error.filename:
-        return f"{error.filename}: {error.strerror}"
+        told = str(error.strerror)
+        return told if error.filename == source else f"{error.filename}: {told}"
     return str(error.args[0] if error.args else error)
 
 
