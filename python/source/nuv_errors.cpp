@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 namespace nuv_python {
 
@@ -38,13 +37,9 @@ namespace {
     return number < 0 ? py::object(py::none()) : py::object(py::int_(number));
 }
 
-// A path as the system has it: of any bytes.
-[[nodiscard]] py::object path_object(const std::string& name)
+[[nodiscard]] py::object path_object(std::string_view name)
 {
-    if (name.empty())
-        return py::none();
-    return py::reinterpret_steal<py::object>(
-        PyUnicode_DecodeFSDefaultAndSize(name.data(), static_cast<Py_ssize_t>(name.size())));
+    return name.empty() ? py::object(py::none()) : text_of(name);
 }
 
 [[noreturn]] void throw_object(const py::object& error)
@@ -59,16 +54,25 @@ namespace {
 {
     const auto type = py::reinterpret_borrow<py::object>(PyExc_OSError);
     if (why.system_error == 0)
-        return type(EIO, message, path);
+        return type(EIO, text_of(message), path);
     const char* const usual = std::strerror(why.system_error);
-    return type(why.system_error, std::strstr(message, usual) ? usual : message, path);
+    return type(why.system_error, text_of(std::strstr(message, usual) ? usual : message), path);
 }
 
 } // namespace
 
-void raise(const char* type, const std::string& message, py::object path)
+py::str text_of(std::string_view text)
 {
-    throw_object(type_of(type)(message, std::move(path)));
+    PyObject* const is =
+        PyUnicode_DecodeFSDefaultAndSize(text.data(), static_cast<Py_ssize_t>(text.size()));
+    if (!is)
+        throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(is);
+}
+
+void raise(const char* type, const std::string& message, std::string_view path)
+{
+    throw_object(type_of(type)(text_of(message), path_object(path)));
 }
 
 void check(const nuv_job* job, const std::string& source, const std::string& destination)
@@ -83,11 +87,11 @@ void check(const nuv_job* job, const std::string& source, const std::string& des
     const char* const message = nuv_message(job);
     py::object error;
     if (status == NUV_NO_MEMORY)
-        error = py::reinterpret_borrow<py::object>(PyExc_MemoryError)(message);
+        error = py::reinterpret_borrow<py::object>(PyExc_MemoryError)(text_of(message));
     else if (status == NUV_IO)
         error = system_error(why, message, path);
     else
-        error = type_of(class_of(status))(message);
+        error = type_of(class_of(status))(text_of(message));
     error.attr("path") = path;
     error.attr("byte") = or_none(why.byte);
     error.attr("line") = or_none(why.line);
@@ -99,7 +103,7 @@ void warn_of_damage(const nuv_job* job, const std::string& source)
     if (nuv_first_damaged_line(job) < 0)
         return;
     const std::string text = (source.empty() ? "" : source + ": ").append(nuv_message(job));
-    if (PyErr_WarnEx(type_of("DamagedWarning").ptr(), text.c_str(), 1) != 0)
+    if (PyErr_WarnFormat(type_of("DamagedWarning").ptr(), 1, "%U", text_of(text).ptr()) != 0)
         throw py::error_already_set();
 }
 

@@ -1,3 +1,4 @@
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -140,8 +141,14 @@ private:
     if (is.palette_entries != 0)
         text += " with a palette";
     if (const std::string name = self.source_name(); !name.empty())
-        text += ", from " + py::repr(py::str(name)).cast<std::string>();
+        text += ", from " + py::repr(text_of(name)).cast<std::string>();
     return text + ">";
+}
+
+// Type.__new__() would give an object with nothing in it.
+void make_by_functions_alone(const py::object& type)
+{
+    reinterpret_cast<PyTypeObject*>(type.ptr())->tp_new = nullptr;
 }
 
 void bind_image(py::module_& module)
@@ -190,20 +197,23 @@ void bind_image(py::module_& module)
     bind_operations(image);
     bind_results(image);
     bind_words(module, image);
+    make_by_functions_alone(image);
 }
 
 void bind_helpers(py::module_& module)
 {
-    py::class_<Result>(module, "Result", py::buffer_protocol(), "Memory of a run.")
-        .def_buffer([](const Result& self) {
-            std::size_t bytes = 0;
-            const void* const data = self.data(bytes);
-            return py::buffer_info(static_cast<unsigned char*>(const_cast<void*>(data)),
-                                   static_cast<py::ssize_t>(bytes), false);
-        });
-    py::class_<Lines>(module, "Lines", "Bands of lines as they come.")
-        .def("__iter__", [](const py::object& self) { return self; })
-        .def("__next__", &Lines::next);
+    py::class_<Result> result(module, "Result", py::buffer_protocol(), "Memory of a run.");
+    result.def_buffer([](const Result& self) {
+        std::size_t bytes = 0;
+        const void* const data = self.data(bytes);
+        return py::buffer_info(static_cast<unsigned char*>(const_cast<void*>(data)),
+                               static_cast<py::ssize_t>(bytes), false);
+    });
+    make_by_functions_alone(result);
+    py::class_<Lines> lines(module, "Lines", "Bands of lines as they come.");
+    lines.def("__iter__", [](const py::object& self) { return self; });
+    lines.def("__next__", &Lines::next);
+    make_by_functions_alone(lines);
 }
 
 void bind_functions(py::module_& module)
@@ -289,6 +299,13 @@ PYBIND11_MODULE(_nuv, module)
 {
     module.doc() = "The part of nuv that is compiled.";
     nuv_python::refuse_at_exit();
+    pybind11::register_local_exception_translator([](std::exception_ptr thrown) {
+        try {
+            std::rethrow_exception(std::move(thrown));
+        } catch (const pybind11::cast_error&) {
+            PyErr_SetString(PyExc_TypeError, "a value is of another type, or out of its range");
+        }
+    });
     nuv_python::bind_helpers(module);
     nuv_python::bind_image(module);
     nuv_python::bind_functions(module);

@@ -89,6 +89,8 @@ void bind_channels(ImageClass& image)
     image.def(
         "pick_channels",
         [](Image& self, std::vector<std::uint16_t> channels, int color) {
+            if (channels.size() > 65535)
+                raise("CallError", "a pixel has up to 65535 channels");
             return self.with([channels = std::move(channels), color](nuv_job* job) {
                 nuv_pick_channels(job, channels.data(), static_cast<std::uint16_t>(channels.size()),
                                   color_of(color));

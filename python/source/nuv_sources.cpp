@@ -79,7 +79,7 @@ private:
             raise("LimitError",
                   "A limit of the job is passed: the source has more than " +
                       std::to_string(most_bytes) + " bytes.",
-                  named);
+                  name);
     }
 }
 

@@ -25,10 +25,13 @@ using Operations = std::vector<nuv_tool::Operation>;
 // One text, parted at white space, or any sequence of words.
 [[nodiscard]] Words words_of(const py::object& from)
 {
-    if (!py::isinstance<py::str>(from))
-        return from.cast<Words>();
-    std::istringstream text(from.cast<std::string>());
     Words words;
+    if (!py::isinstance<py::str>(from)) {
+        for (const py::handle word : from)
+            words.push_back(path_of(word)); // it may name a file
+        return words;
+    }
+    std::istringstream text(path_of(from));
     for (std::string word; text >> word;)
         words.push_back(word);
     return words;
@@ -65,7 +68,7 @@ using Operations = std::vector<nuv_tool::Operation>;
                 return;
             if (const nuv_tool::Problem problem = operation.append(job))
                 raise("UnsupportedError", nuv_tool::quoted(operation.word) + ": " + *problem,
-                      py::str(source));
+                      source);
         }
     });
 }

@@ -190,6 +190,10 @@ def row(call, error, text, path=None, byte=None, line=None, code=None):
     row(lambda jpeg: nuv.open(jpeg).jpeg(101), nuv.CallError, "0 to 100"),
     row(lambda jpeg: nuv.open(jpeg).jpeg(75, "333"), ValueError, "a sampling is"),
     row(lambda jpeg: nuv.open(jpeg).lines(0), ValueError, "at least one line"),
+    row(lambda jpeg: nuv.open(jpeg).pick_channels([0] * 65537), nuv.CallError, "up to 65535"),
+    row(lambda jpeg: nuv.open(jpeg).apply("crop=99,9,1x1"), nuv.UnsupportedError, "begins outside"),
+    row(lambda jpeg: nuv.open(jpeg, max_side="much"), TypeError, "another type"),
+    row(lambda jpeg: nuv.Image.__new__(nuv.Image), TypeError, "not safe"),
     row(lambda jpeg: nuv.open(5), TypeError, "a source is"),
     row(lambda jpeg: nuv.open(io.StringIO("text")), TypeError, "opened as binary"),
     row(lambda jpeg: nuv.open("a\0b"), ValueError, "null byte"),
@@ -217,4 +221,28 @@ def test_damage_is_mended_and_told(jpeg):
         image.array()
     assert told[0].filename == __file__ and image.first_damaged_line == 24
     with pytest.warns(nuv.DamagedWarning):
+        assert sum(len(band) for band in nuv.open(jpeg[:-900]).lines(16)) == 40
+
+
+def test_a_name_may_have_any_bytes(jpeg, tmp_path):
+    name = os.fsdecode(os.fsencode(tmp_path) + b"/\xff.jpg")
+    with open(name, "wb") as file:
+        file.write(jpeg[:-900])
+    image = nuv.open(name)
+    with pytest.warns(nuv.DamagedWarning, match="\udcff.jpg: The source is damaged"):
         assert sum(len(band) for band in image.lines(16)) == 40
+    assert image.first_damaged_line == 24 and f"from {name!r}" in repr(image)
+    for words, error in (("crop=99,9,1x1", nuv.UnsupportedError), (["lut=\udcff:8"], nuv.CallError)):
+        with pytest.raises(error) as caught:
+            image.apply(words)
+    assert "\udcff: No such file" in str(caught.value)
+
+
+def test_one_thread_at_a_time_reads_bands():
+    bands = TURNED.lines(1)
+    thread = threading.Thread(target=next, args=(bands,))
+    thread.start()
+    time.sleep(0.05)
+    with pytest.raises(ValueError, match="another thread"):
+        next(bands)
+    thread.join()
