@@ -40,7 +40,12 @@ Unlocked::~Unlocked()
 {
     while (is_finalizing() && last_thread.load() != std::this_thread::get_id())
         ::pause();
-    PyEval_RestoreThread(state_);
+    try {
+        PyEval_RestoreThread(state_);
+    } catch (...) { // the interpreter has ended meanwhile, by pthread_exit()
+        for (;;)
+            ::pause();
+    }
 }
 
 Locked::Locked() noexcept
