@@ -11,7 +11,7 @@ namespace {
 
 std::atomic<bool> is_ending = false;
 std::atomic<std::thread::id> last_thread; // that ends the interpreter
-std::atomic<int> waiting = 0;             // for the lock
+std::atomic<int> callbacks = 0;           // that wait for the lock or have it
 
 [[nodiscard]] bool is_finalizing() noexcept
 {
@@ -22,15 +22,17 @@ std::atomic<int> waiting = 0;             // for the lock
 #endif
 }
 
-// Nobody begins to wait for the lock any more; those who do already get it.
+// No callback begins any more; those that have are let end, unless they take their time.
 void end()
 {
-    constexpr auto step = std::chrono::milliseconds(1);
+    using namespace std::chrono_literals;
+    constexpr auto step = 1ms;
+    constexpr int most_steps = 2000;
 
     last_thread = std::this_thread::get_id();
     is_ending = true;
     const Unlocked unlocked;
-    while (waiting != 0)
+    for (int i = 0; i < most_steps && callbacks != 0; ++i)
         std::this_thread::sleep_for(step);
 }
 
@@ -50,17 +52,17 @@ Unlocked::~Unlocked()
 
 Locked::Locked() noexcept
 {
-    ++waiting;
+    ++callbacks;
     has_ = !is_ending || last_thread.load() == std::this_thread::get_id();
     if (has_)
         state_ = PyGILState_Ensure();
-    --waiting;
 }
 
 Locked::~Locked()
 {
     if (has_)
         PyGILState_Release(state_);
+    --callbacks;
 }
 
 void refuse_at_exit()
