@@ -52,7 +52,7 @@ std::uint32_t largest_stored_sample(const NUV_FormatInfo& info) noexcept
             largest = largest_of(jpeg->precision());
         bits = bits > 8 ? 16 : bits;
     }
-    return bits < 8 || largest == largest_of(bits) ? 0 : largest;
+    return largest == 0 || bits < 8 || largest == largest_of(bits) ? 0 : largest;
 }
 
 NUV_Engine* widen_samples(NUV_Manager& manager, NUV_Engine* previous, std::uint32_t largest)
