@@ -19,7 +19,8 @@ public:
 
 private:
     [[nodiscard]] std::uint64_t least_line_bytes() const override { return line_bytes_; }
-    [[nodiscard]] bool is_line_stored() const override { return true; }
+    // Words are turned round.
+    [[nodiscard]] bool is_line_stored() const override { return header_.bits() != 16; }
     [[nodiscard]] bool read_line(std::uint8_t* out) override;
 };
 
