@@ -72,7 +72,11 @@ public:
     [[nodiscard]] T& value() & { return checked(), **this; }
     [[nodiscard]] const T& value() const& { return checked(), **this; }
     [[nodiscard]] T&& value() && { return checked(), *std::move(*this); }
-    [[nodiscard]] T value_or(T other) && { return has_value() ? *std::move(*this) : other; }
+    [[nodiscard]] T value_or(T other) const& { return has_value() ? **this : std::move(other); }
+    [[nodiscard]] T value_or(T other) &&
+    {
+        return has_value() ? *std::move(*this) : std::move(other);
+    }
     // There must be one.
     [[nodiscard]] T& operator*() & noexcept { return *std::get_if<0>(&held_); }
     [[nodiscard]] const T& operator*() const& noexcept { return *std::get_if<0>(&held_); }
