@@ -104,7 +104,9 @@ nuv_job::nuv_job(const nuv_limits& asked) noexcept : limits(asked), failure(no_f
 nuv_job::~nuv_job()
 {
     try {
+        interruption.ask(nullptr, nullptr); // the caller has what it asks no more
         reader.reset();
+        room.reset();
         result.reset();
         info.reset();
         source.reset();

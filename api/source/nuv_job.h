@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/include/nuv_formatinfo.h"
+#include "framework/base/nuv_callermemory.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_manager.h"
 #include "framework/buffer/nuv_srcbuffer.h"
@@ -11,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "api/source/nuv_api.h"
 #include "api/source/nuv_interruption.h"
@@ -83,7 +85,8 @@ struct nuv_job {
     JobForm form;
     nuv_picture left{}; // the chain, when it ran
     nuv::NUV_Held<nuv::NUV_GrowingOutputStorage> result;
-    nuv::NUV_Held<nuv::NUV_SrcBuffer> reader; // of nuv_read_lines()
+    nuv::NUV_Held<nuv::NUV_SrcBuffer> reader;  // of nuv_read_lines()
+    std::optional<nuv::NUV_CallerMemory> room; // that its lines go into
     std::uint32_t lines_read = 0;
     std::uint32_t lines_in_all = 0;
 };

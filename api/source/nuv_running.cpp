@@ -285,6 +285,11 @@ nuv_status nuv_read_lines(nuv_job* job, void* into, size_t stride, uint32_t line
                       line_bytes);
             return;
         }
+        const std::size_t most = std::min(lines, it.lines_in_all);
+        if (!it.room && most != 0) {
+            it.room.emplace(*it.manager)
+                .note(into, (most - 1) * step + line_bytes, nuv::NUV_CallerMemory::Use::written);
+        }
         auto* to = static_cast<unsigned char*>(into);
         for (; *got < lines && it.lines_read < it.lines_in_all; to += step) {
             if (!it.reader->get(to, nullptr) || !it.reader->release()) {

@@ -151,6 +151,20 @@ TEST(ApiJob, ReadsSamplesWithStridesAndPlanesAndWritesPlanes)
     }
 }
 
+TEST(ApiJob, ReadsLinesOverTheSamplesThatTheyAreMadeOf)
+{
+    for (const auto turn : {+[](nuv_job* job) { return nuv_rotate(job, 180); },
+                            +[](nuv_job* job) { return nuv_flip(job, NUV_TOP_TO_BOTTOM); }}) {
+        ApiBytes held = samples;
+        const ApiJob job(nuv_new(nullptr));
+        std::uint32_t got = 0;
+        nuv_open_samples(job.get(), held.data(), 0, &picture);
+        turn(job.get());
+        ASSERT_EQ(nuv_read_lines(job.get(), held.data(), 0, height, &got), NUV_OK);
+        EXPECT_EQ(held, api_made(open_rgb, turn));
+    }
+}
+
 TEST(ApiJob, FormsTakeWhatTheyCannotSayAsWhatItMeans)
 {
     // A white page with one black pixel at its end.

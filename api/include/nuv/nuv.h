@@ -222,8 +222,8 @@ NUV_API uint64_t nuv_memory_peak(const nuv_job* job);
 NUV_API nuv_status nuv_page(nuv_job* job, uint32_t page);
 /* A regular file of less than 2 GiB. Its kind is found out by its content. */
 NUV_API nuv_status nuv_open_file(nuv_job* job, const char* path);
-/* A stored picture in memory, which stays the caller's and has to stay until a run has ended well,
-   or as long as the job. */
+/* A stored picture in memory, which stays the caller's and has to stay, as it is, until a run has
+   ended well, or as long as the job. */
 NUV_API nuv_status nuv_open_memory(nuv_job* job, const void* data, size_t bytes);
 /* A stored picture, read to its end before this returns and kept; the limit of memory counts. */
 NUV_API nuv_status nuv_open_stream(nuv_job* job, nuv_read read, void* user);
@@ -351,7 +351,8 @@ NUV_API const void* nuv_result(const nuv_job* job, size_t* bytes);
 
 /* Instead of a form and a run: the next `lines` lines of the chain as samples, `stride` bytes from
    one to the next (0 for none between), into memory for that many. `got` tells how many came, 0
-   behind the last one. No other call but this one may follow. */
+   behind the last one. No other call but this one may follow. All lines at once may go over the
+   samples of nuv_open_samples() that they are made of. */
 NUV_API nuv_status nuv_read_lines(nuv_job* job, void* into, size_t stride, uint32_t lines,
                                   uint32_t* got);
 
