@@ -20,12 +20,12 @@ public:
     };
 
     // The header stands behind the SOS of its first scan, which has all components; the geometry
-    // is that of its frame. `restart_rows` and `mends` are those of NUV_JPEGDecoder. `tables` may
+    // is that of its frame. `restart_rows` and `mends` are those of NUV_JPEGDecoder. `shared` may
     // be somebody else's, which outlive this, or null.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
                                     const NUV_JPEGHeader& header, const NUV_JPEGGeometry& geometry,
                                     NUV_JPEGInput& input, NUV_JPEGBand& band,
-                                    NUV_JPEGScanTables* tables, Color color,
+                                    NUV_JPEGScanTables* shared, Color color,
                                     std::uint32_t restart_rows, bool mends,
                                     const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
