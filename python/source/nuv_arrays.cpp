@@ -1,5 +1,7 @@
 #include "python/source/nuv_arrays.h"
 
+#include "tools/nuv/nuv_operations.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -46,7 +48,7 @@ Layout layout_of(const nuv_picture& is)
 
 void to_bytes(nuv_job* job)
 {
-    if (look_at(job).bits == 1)
+    if (nuv_tool::look(job).bits == 1)
         nuv_expand_bits(job, 8, 0, 1);
 }
 

@@ -1,5 +1,7 @@
 #include "python/source/nuv_chain.h"
 
+#include "tools/nuv/nuv_operations.h"
+
 #include <utility>
 
 #include "python/source/nuv_errors.h"
@@ -34,23 +36,15 @@ nuv::JobHandle job_of(const Chain& chain)
     return job;
 }
 
-nuv_picture look_at(nuv_job* job)
-{
-    nuv_picture is{};
-    is.size = sizeof(is);
-    nuv_look(job, &is);
-    return is;
-}
-
 Image::Image(Chain chain) : chain_(std::move(chain)), job_(job_of(chain_))
 {
-    picture_ = look_at(job_.get());
+    picture_ = nuv_tool::look(job_.get());
 }
 
 Image::Image(Chain chain, nuv::JobHandle job)
     : chain_(std::move(chain)),
       job_(std::move(job)),
-      picture_(look_at(job_.get()))
+      picture_(nuv_tool::look(job_.get()))
 {}
 
 Image Image::with(Operation operation)

@@ -44,8 +44,6 @@ struct Chain {
 // A job of its own that has the whole chain. Throws what Python calls its failure.
 [[nodiscard]] nuv::JobHandle job_of(const Chain& chain);
 
-[[nodiscard]] nuv_picture look_at(nuv_job* job);
-
 // A chain and, for as long as nobody has taken it, the job that was built with it. Operations hand
 // the job on, so that a chain written in one go is built once; whoever uses an image again gets a
 // job of its own. All of it under the interpreter's lock.

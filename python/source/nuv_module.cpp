@@ -1,3 +1,5 @@
+#include "tools/nuv/nuv_operations.h"
+
 #include <exception>
 #include <string>
 #include <utility>
@@ -121,7 +123,7 @@ private:
                            (fast ? unsigned{NUV_FAST} : 0U);
     return open(source, page, limits).with([=](nuv_job* job) {
         const bool lies = source_of(job).orientation >= first_lying;
-        const nuv_picture is = look_at(job);
+        const nuv_picture is = nuv_tool::look(job);
         if (is.palette_entries != 0)
             nuv_recolor(job, NUV_RGB);
         if (is.bits == 1)
