@@ -32,10 +32,12 @@ void expect_nothing_invented(const NUV_TestImage& image, std::size_t lines,
     NUV_TestChain chain;
     const std::size_t bits = std::size_t{image.width} * image.channels * image.bits;
     chain.source_bytes(image, Bytes(lines * ((bits + 7) / 8)));
-    if (chain.last() && append(chain))
-        EXPECT_LE(chain.run_bytes().size(), lines * chain.header().line_bytes());
-    else
+    if (chain.last() && append(chain)) {
+        const std::size_t most = lines * chain.header().line_bytes();
+        EXPECT_LE(chain.run_bytes().size(), most);
+    } else {
         EXPECT_TRUE(chain.status().has_error());
+    }
 }
 
 } // namespace nuv

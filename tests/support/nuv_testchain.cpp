@@ -172,14 +172,18 @@ void NUV_TestChain::headless_source()
 Bytes NUV_TestChain::run_bytes()
 {
     Bytes collected;
-    NUV_Engine* sink = last_ ? NUV_TestEnds(manager_).sink(*last_, collected) : nullptr;
-    last_ = nullptr;
-    if (!sink)
-        return collected;
-    while (sink->execute()) {
-    }
-    sink->end();
+    last_ = last_ ? NUV_TestEnds(manager_).sink(*last_, collected) : nullptr;
+    run_writer();
     return collected;
+}
+
+void NUV_TestChain::run_writer()
+{
+    if (NUV_Engine* const writer = std::exchange(last_, nullptr)) {
+        while (writer->execute()) {
+        }
+        writer->end();
+    }
 }
 
 void expect_result(const char* what, const NUV_TestImage& image, const Bytes& source,

@@ -103,6 +103,8 @@ public:
             std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(T));
         return samples;
     }
+    // Steps the writer that ends the chain, if there is one, and lets go of it.
+    void run_writer();
 
     [[nodiscard]] NUV_TestManager& manager() noexcept { return manager_; }
     [[nodiscard]] NUV_Engine* last() noexcept { return last_; }

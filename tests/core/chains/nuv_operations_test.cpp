@@ -40,49 +40,49 @@ INSTANTIATE_TEST_SUITE_P(Table, Operation, ::testing::Range(std::size_t{0}, rows
 std::uint64_t known_sum(const std::string& name)
 {
     static const std::map<std::string, std::uint64_t> sums = {
-        {"mirror_x", 0x66A4FCD0C7BF1DAE},
-        {"mirror_y", 0x3E97C83592D4B622},
-        {"crop", 0x1548F35AF8345E07},
-        {"crop_lines", 0x47AD99EA0CCBEB19},
-        {"crop_columns", 0x322C189957FBC084},
-        {"crop_columns_by_form", 0x322C189957FBC084},
-        {"rotate", 0x4B8593D28AB668B6},
-        {"rotate_bits_in_bands", 0xDF30997ED20F33A8},
-        {"rotate_bytes_in_bands", 0x4A97CEFD65836EA1},
-        {"decode_runs", 0x38CD32C4B1AF226B},
-        {"bytes_as_another_image", 0x95828EDBD7435D4E},
-        {"one_of_two_branches", 0xB2B6D3283ED9BC58},
-        {"reverse_channels", 0x78389D124A7F9A24},
-        {"select_channels", 0xC4DF80DC12CD12A5},
-        {"merge_and_select", 0x95204F9247F46132},
-        {"invert", 0xA3CC7731BB8F5377},
-        {"limit", 0x827BA82B41598A4F},
-        {"expand_bits", 0x5E75A6EF05A32109},
-        {"shift", 0x5913C345CC3CC9E2},
-        {"convert", 0x3E2D5B6BA575A7BB},
-        {"threshold", 0x949CC7D5DBE81B6B},
-        {"table", 0x83E2A9CD43EAEB60},
-        {"matrix", 0xDE624FE36243D7F8},
-        {"grid", 0xCCE2E58CF4B0D12E},
-        {"color_space", 0x5210CB626F358CCF},
-        {"nearest", 0xF82794B9A2A917CF},
-        {"repeat", 0xDD3B6E59DC73FF3A},
-        {"subsample", 0x7852CB8576863E60},
-        {"means", 0x7CDCAA4063E71E63},
-        {"linear", 0x20781AFFB00D9857},
-        {"linear_told", 0xE9EDF2935E56442E},
-        {"linear_by", 0xE9EDF2935E56442E},
-        {"linear_fast", 0xE9EDF2935E56442E},
-        {"cubic", 0x121160A302039B4A},
-        {"cubic_of_a_kernel", 0xA63CEEFC943AB08E},
-        {"cubic_fast", 0xA135787938CCC6B9},
-        {"area", 0x9953BF2EA38CC579},
-        {"area_told", 0x1F3DAB1E47B5119F},
-        {"area_by", 0x1F3DAB1E47B5119F},
-        {"area_fast", 0x80C995FB3C583242},
-        {"mask_each", 0x337E0A9042C55FA7},
-        {"mask_both", 0x0CB9D79B815DE813},
-        {"select_by_ratios", 0x54387775070E8037},
+        {"mirror_x", 0x04A24CB92E50378F},
+        {"mirror_y", 0xA9E6EB1A8A32CC4D},
+        {"crop", 0x6E042470E4ECA548},
+        {"crop_lines", 0xDD68679CD08A8F7A},
+        {"crop_columns", 0x74583E0B147587F5},
+        {"crop_columns_by_form", 0x74583E0B147587F5},
+        {"rotate", 0x1C51929BC76DC761},
+        {"rotate_bits_in_bands", 0xC52F7A228119D835},
+        {"rotate_bytes_in_bands", 0xA528B93F63E87420},
+        {"decode_runs", 0x3609F69748278F7F},
+        {"bytes_as_another_image", 0x658226ECBE459990},
+        {"one_of_two_branches", 0x600D858C26304455},
+        {"reverse_channels", 0x4157DF6E7E7D63FF},
+        {"select_channels", 0x15865731396139BE},
+        {"merge_and_select", 0x7E4F81DABDCF20E2},
+        {"invert", 0xD22B0A5FF185464D},
+        {"limit", 0xD25B9641E181B705},
+        {"expand_bits", 0x67A527BE9810997F},
+        {"shift", 0x123584C97527381A},
+        {"convert", 0x0915857A6C55047B},
+        {"threshold", 0x969BDFD73219B2D0},
+        {"table", 0xCC51E14487DB89BF},
+        {"matrix", 0x1C3EDDE9EE6F059D},
+        {"grid", 0xBC345651838B5D9B},
+        {"color_space", 0x4F17DA5CB4B3A3E6},
+        {"nearest", 0xDD13F81308F2997A},
+        {"repeat", 0x5A3B309DC98281DE},
+        {"subsample", 0xA594D96DD2DB8D3A},
+        {"means", 0x47DC40FCE25B09F2},
+        {"linear", 0x85664A7301BACB7F},
+        {"linear_told", 0xA22A3938B49A681B},
+        {"linear_by", 0xA22A3938B49A681B},
+        {"linear_fast", 0xA22A3938B49A681B},
+        {"cubic", 0x729C5751F01B336C},
+        {"cubic_of_a_kernel", 0x996E1334B60D15A8},
+        {"cubic_fast", 0x048E6DA76555F7CB},
+        {"area", 0x146CDDB9B405240A},
+        {"area_told", 0xD6CC0A95CED34C2E},
+        {"area_by", 0xD6CC0A95CED34C2E},
+        {"area_fast", 0x8BB25BB671F589AB},
+        {"mask_each", 0x3927C0A28D4DC926},
+        {"mask_both", 0xC774C90CC2268A3B},
+        {"select_by_ratios", 0xF5731DB396FE47AB},
     };
     const auto known = sums.find(name);
     return known == sums.end() ? 0 : known->second;
@@ -90,8 +90,14 @@ std::uint64_t known_sum(const std::string& name)
 
 TEST_P(Operation, DeliversWhatItsModelGives)
 {
+    for (int i = 0; i < 200 && !HasFailure(); ++i)
+        draw().expect_whole();
+}
+
+TEST_P(Operation, HasTheSumThatIsKnown)
+{
     NUV_Checksum sum;
-    for (int i = 0; i < 200 && !HasFailure(); ++i) {
+    for (int i = 0; i < 50 && !HasFailure(); ++i) {
         const NUV_TableChain chain = draw();
         chain.expect_whole();
         chain.add_result(sum);

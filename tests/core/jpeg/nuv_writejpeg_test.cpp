@@ -51,17 +51,6 @@ NUV_TestImage image_of(const JPEGLosslessPicture& picture)
                     picture.precision);
 }
 
-// Steps the writer to its end and lets go of it.
-void run_writer(NUV_TestChain& chain)
-{
-    if (NUV_Engine* const writer = chain.last()) {
-        while (writer->execute()) {
-        }
-        writer->end();
-        chain.last(nullptr);
-    }
-}
-
 // The image through a whole chain, behind what is in a storage, or into `capacity` bytes, behind
 // which nothing may change; of its lines only those come that `samples` has.
 Bytes write(const NUV_TestImage& image, const Bytes& samples, const Append& append,
@@ -77,7 +66,7 @@ Bytes write(const NUV_TestImage& image, const Bytes& samples, const Append& appe
     EXPECT_EQ(blocks->write("before", 6), 6);
     chain.source_bytes(image, samples);
     append(chain, capacity > 0 ? array.get() : static_cast<NUV_OutputStorage*>(blocks.get()));
-    run_writer(chain);
+    chain.run_writer();
     EXPECT_EQ(chain.status().code, code);
     EXPECT_STREQ(chain.status().method, code == NUV_ERR_ARGUMENT ? "NUV_WriteJPEGEngine::initiate()"
                                                                  : chain.status().method);
@@ -497,7 +486,7 @@ TEST(WriteJPEG, LeavesNothingBehindWhenMemoryRunsOut)
             const auto storage = make_initiated<NUV_MemoryOutputStorage>(chain.manager(), 1000);
             chain.source_bytes(image_of(picture, NUV_ColorType::s_rgb), picture.samples);
             append(chain, storage.get());
-            run_writer(chain);
+            chain.run_writer();
         });
     }
 }

@@ -200,8 +200,7 @@ TEST(PNM, EachReaderServesItsOwnForms)
     chain.source_bytes(image, samples);
     if (!storage || !chain.append<NUV_WritePNM>(storage.get()))
         return {};
-    while (chain.last()->execute()) {
-    }
+    chain.run_writer();
     bytes.resize(static_cast<std::size_t>(storage->size()));
     return bytes;
 }
