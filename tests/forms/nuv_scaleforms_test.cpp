@@ -20,7 +20,8 @@ using U16 = std::uint16_t;
 // Weights that put many sums on a half, but for what is lost in adding up a position.
 double draw_fraction(NUV_FormDraw& draw)
 {
-    return draw.one_of({0.0, 0.37, 0.75, 1.0 / 6 + 1e-13, 0.5 - 1e-13, 0.5});
+    const double lost = draw.one_of({0.0, 1e-13, -1e-13, 1e-11, -1e-11, 3e-10, -1e-7});
+    return lost + draw.one_of({0.0, 0.37, 0.75, 1.0 / 6, 0.5, 0.9, 131.0 / 256, 1.0});
 }
 
 TEST(ScaleForms, BlendLines)
@@ -29,7 +30,11 @@ TEST(ScaleForms, BlendLines)
         "PPAV", choose_blend_lines<U16, double>, [](NUV_FormDraw& draw, auto compare) {
             const std::size_t count = draw.length(100);
             const double weight = draw_fraction(draw);
-            const U16* lines[] = {draw.input<U16>(count), draw.input<U16>(count)};
+            U16* lines[] = {draw.input<U16>(count), draw.input<U16>(count)};
+            const std::size_t most_apart = draw.one_of<std::size_t>({4, 60, 65535});
+            for (std::size_t i = 0; i < count; ++i)
+                lines[1][i] =
+                    static_cast<U16>(lines[0][i] + draw.number(0, 2 * most_apart) - most_apart);
             compare(count,
                     [&](auto form, U16* out) { form(lines[0], lines[1], out, count, weight); });
         });

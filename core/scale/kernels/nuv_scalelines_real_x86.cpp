@@ -4,6 +4,7 @@
 
 #    include "core/include/nuv_avx512.h"
 #    include "core/include/nuv_pixelvectors_avx2.h"
+#    include "core/scale/kernels/nuv_splitblend.h"
 #    include "core/scale/kernels/nuv_splitweights.h"
 
 namespace nuv {
@@ -41,6 +42,61 @@ struct NUV_BlendAVX2 {
     {
         return truncated(_mm256_add_pd(_mm256_mul_pd(four_samples(lower), weight),
                                        _mm256_mul_pd(four_samples(upper), rest)));
+    }
+    NUV_TARGET("avx2")
+    void sixteen(const std::uint16_t* upper, const std::uint16_t* lower,
+                 std::uint16_t* out) const noexcept
+    {
+        for (std::size_t i = 0; i < 16; i += 8)
+            _mm_storeu_si128(
+                reinterpret_cast<__m128i*>(out + i),
+                _mm_packus_epi32(four(upper + i, lower + i), four(upper + i + 4, lower + i + 4)));
+    }
+};
+
+// The same by integers. `doubt` becomes true of samples that have to be made again.
+struct NUV_SplitBlendAVX2 {
+    __m256i high;
+    __m256i low;
+    __m256i up;   // what is added where the lower sample is not the smaller one,
+    __m256i down; // and where it is
+    __m256i doubtful;
+
+    NUV_TARGET("avx2")
+    explicit NUV_SplitBlendAVX2(const NUV_SplitBlend& split) noexcept
+        : high(_mm256_set1_epi16(static_cast<std::int16_t>(split.high))),
+          low(_mm256_set1_epi16(static_cast<std::int16_t>(split.low))),
+          up(_mm256_set1_epi16(split.grows_up ? 0 : -blend_doubt)),
+          down(_mm256_set1_epi16(split.grows_down ? 0 : -blend_doubt)),
+          doubtful(_mm256_set1_epi16(static_cast<std::int16_t>(split.doubtful)))
+    {}
+
+    NUV_TARGET("avx2") static __m256i is_at_most(__m256i words, __m256i most) noexcept
+    {
+        return _mm256_cmpeq_epi16(_mm256_min_epu16(words, most), words);
+    }
+    NUV_TARGET("avx2")
+    __m256i sixteen(const std::uint16_t* above, const std::uint16_t* below,
+                    bool& doubt) const noexcept
+    {
+        const __m256i upper = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(above));
+        const __m256i lower = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(below));
+        const __m256i greater = _mm256_max_epu16(upper, lower);
+        const __m256i apart = _mm256_sub_epi16(greater, _mm256_min_epu16(upper, lower));
+        const __m256i rises = _mm256_cmpeq_epi16(greater, lower);
+        const __m256i parts =
+            _mm256_avg_epu16(_mm256_mullo_epi16(apart, high), _mm256_mulhi_epu16(apart, low));
+        const __m256i moved =
+            _mm256_add_epi16(_mm256_srli_epi16(parts, 1), _mm256_set1_epi16(blend_half));
+        const __m256i near_half =
+            is_at_most(_mm256_and_si256(moved, _mm256_set1_epi16((1 << blend_bits) - 1)),
+                       _mm256_set1_epi16(blend_doubt - 1));
+        doubt = _mm256_testz_si256(near_half, is_at_most(apart, doubtful)) == 0;
+        const __m256i rounded = _mm256_add_epi16(moved, _mm256_blendv_epi8(down, up, rises));
+        const __m256i step = _mm256_add_epi16(_mm256_mulhi_epu16(apart, high),
+                                              _mm256_srli_epi16(rounded, blend_bits));
+        return _mm256_blendv_epi8(_mm256_sub_epi16(upper, step), _mm256_add_epi16(upper, step),
+                                  rises);
     }
 };
 
@@ -156,6 +212,52 @@ struct NUV_BlendAVX512 {
         return truncated(_mm512_add_pd(_mm512_mul_pd(eight_samples(lower), weight),
                                        _mm512_mul_pd(eight_samples(upper), rest)));
     }
+    NUV_AVX512 void thirty_two(const std::uint16_t* upper, const std::uint16_t* lower,
+                               std::uint16_t* out) const noexcept
+    {
+        for (std::size_t i = 0; i < 32; i += 16)
+            _mm256_storeu_si256(
+                reinterpret_cast<__m256i*>(out + i),
+                packed(eight(upper + i, lower + i), eight(upper + i + 8, lower + i + 8)));
+    }
+};
+
+struct NUV_SplitBlendAVX512 {
+    __m512i high;
+    __m512i low;
+    __m512i up;
+    __m512i down;
+    __m512i doubtful;
+
+    NUV_AVX512 explicit NUV_SplitBlendAVX512(const NUV_SplitBlend& split) noexcept
+        : high(_mm512_set1_epi16(static_cast<std::int16_t>(split.high))),
+          low(_mm512_set1_epi16(static_cast<std::int16_t>(split.low))),
+          up(_mm512_set1_epi16(split.grows_up ? 0 : -blend_doubt)),
+          down(_mm512_set1_epi16(split.grows_down ? 0 : -blend_doubt)),
+          doubtful(_mm512_set1_epi16(static_cast<std::int16_t>(split.doubtful)))
+    {}
+
+    NUV_AVX512 __m512i thirty_two(const std::uint16_t* above, const std::uint16_t* below,
+                                  bool& doubt) const noexcept
+    {
+        const __m512i upper = _mm512_loadu_si512(above);
+        const __m512i lower = _mm512_loadu_si512(below);
+        const __m512i apart =
+            _mm512_sub_epi16(_mm512_max_epu16(upper, lower), _mm512_min_epu16(upper, lower));
+        const __mmask32 falls = _mm512_cmplt_epu16_mask(lower, upper);
+        const __m512i parts =
+            _mm512_avg_epu16(_mm512_mullo_epi16(apart, high), _mm512_mulhi_epu16(apart, low));
+        const __m512i moved =
+            _mm512_add_epi16(_mm512_srli_epi16(parts, 1), _mm512_set1_epi16(blend_half));
+        const __mmask32 near_half = _mm512_cmplt_epu16_mask(
+            _mm512_and_si512(moved, _mm512_set1_epi16((1 << blend_bits) - 1)),
+            _mm512_set1_epi16(blend_doubt));
+        doubt = _mm512_mask_cmple_epu16_mask(near_half, apart, doubtful) != 0;
+        const __m512i rounded = _mm512_add_epi16(moved, _mm512_mask_blend_epi16(falls, up, down));
+        const __m512i step = _mm512_add_epi16(_mm512_mulhi_epu16(apart, high),
+                                              _mm512_srli_epi16(rounded, blend_bits));
+        return _mm512_mask_sub_epi16(_mm512_add_epi16(upper, step), falls, upper, step);
+    }
 };
 
 NUV_AVX512 inline __m512i combined_by_doubles_avx512(
@@ -249,12 +351,21 @@ NUV_TARGET("avx2")
 void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                       std::size_t samples, double weight)
 {
-    const NUV_BlendAVX2 blend{_mm256_set1_pd(1 - weight), _mm256_set1_pd(weight)};
+    const NUV_SplitBlend split = split_blend(weight);
+    const NUV_SplitBlendAVX2 integers(split);
+    const NUV_BlendAVX2 doubles{_mm256_set1_pd(1 - weight), _mm256_set1_pd(weight)};
+    constexpr std::size_t step = 16;
+    std::size_t doubtful = split.fits ? 0 : samples;
     std::size_t i = 0;
-    for (; i + 8 <= samples; i += 8) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i),
-                         _mm_packus_epi32(blend.four(upper + i, lower + i),
-                                          blend.four(upper + i + 4, lower + i + 4)));
+    for (; i + step <= samples; i += step) {
+        bool doubt = doubtful > patience + i / (4 * step);
+        if (!doubt) {
+            const __m256i line = integers.sixteen(upper + i, lower + i, doubt);
+            doubtful += doubt ? 1 : 0;
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), line);
+        }
+        if (doubt)
+            doubles.sixteen(upper + i, lower + i, out + i);
     }
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
@@ -263,12 +374,21 @@ NUV_AVX512
 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                         std::size_t samples, double weight)
 {
-    const NUV_BlendAVX512 blend{_mm512_set1_pd(1 - weight), _mm512_set1_pd(weight)};
+    const NUV_SplitBlend split = split_blend(weight);
+    const NUV_SplitBlendAVX512 integers(split);
+    const NUV_BlendAVX512 doubles{_mm512_set1_pd(1 - weight), _mm512_set1_pd(weight)};
+    constexpr std::size_t step = 32;
+    std::size_t doubtful = split.fits ? 0 : samples;
     std::size_t i = 0;
-    for (; i + 16 <= samples; i += 16) {
-        _mm256_storeu_si256(
-            reinterpret_cast<__m256i*>(out + i),
-            packed(blend.eight(upper + i, lower + i), blend.eight(upper + i + 8, lower + i + 8)));
+    for (; i + step <= samples; i += step) {
+        bool doubt = doubtful > patience + i / (4 * step);
+        if (!doubt) {
+            const __m512i line = integers.thirty_two(upper + i, lower + i, doubt);
+            doubtful += doubt ? 1 : 0;
+            _mm512_storeu_si512(out + i, line);
+        }
+        if (doubt)
+            doubles.thirty_two(upper + i, lower + i, out + i);
     }
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
