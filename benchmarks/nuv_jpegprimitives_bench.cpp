@@ -96,6 +96,25 @@ BENCHMARK_TEMPLATE(fdct_quant, portable);
 BENCHMARK_TEMPLATE(fdct_quant, sse2);
 BENCHMARK_TEMPLATE(fdct_quant, avx2);
 
+// What the encoder does with its blocks.
+void transform_blocks(benchmark::State& state, const NUV_Cpu& cpu)
+{
+    const QuantiserTables tables = quality_75();
+    const std::vector<std::int16_t> samples = sample_blocks();
+    std::vector<std::int16_t> coefficients(samples.size());
+    std::array<std::uint64_t, blocks> masks{};
+    for ([[maybe_unused]] auto _ : state) {
+        jpeg_primitives(cpu).transform_blocks(samples.data(), blocks, tables.forward.data(),
+                                              coefficients.data(), masks.data());
+        benchmark::ClobberMemory();
+    }
+    count_blocks(state);
+}
+BENCHMARK_CAPTURE(transform_blocks, portable, portable);
+BENCHMARK_CAPTURE(transform_blocks, sse2, sse2);
+BENCHMARK_CAPTURE(transform_blocks, avx2, avx2);
+BENCHMARK_CAPTURE(transform_blocks, best, NUV_Cpu::current());
+
 template <const NUV_Cpu& Cpu>
 void idct_dequant(benchmark::State& state)
 {
@@ -149,21 +168,15 @@ BENCHMARK_TEMPLATE(convert, portable, &NUV_JPEGPrimitives::split_420, 4);
 BENCHMARK_TEMPLATE(convert, sse2, &NUV_JPEGPrimitives::split_420, 4);
 BENCHMARK_TEMPLATE(convert, avx2, &NUV_JPEGPrimitives::split_420, 4);
 
-template <class AcTable>
 std::vector<std::uint8_t> encode(const NUV_JPEGPrimitives& primitives,
                                  const std::vector<std::int16_t>& coefficients)
 {
     NUV_JPEGEncodeTable dc;
-    AcTable ac;
-    constexpr bool wide = std::is_same_v<AcTable, NUV_JPEGWideEncodeTable>;
+    NUV_JPEGEncodeTable ac;
     primitives.huffman_encode_spec_init(jpeg_standard_luminance_dc.counts.data(),
                                         jpeg_standard_luminance_dc.values.data(), &dc);
-    if constexpr (wide)
-        (void)huffman_encode_wide_init(jpeg_standard_luminance_ac.counts.data(),
-                                       jpeg_standard_luminance_ac.values.data(), &ac);
-    else
-        primitives.huffman_encode_spec_init(jpeg_standard_luminance_ac.counts.data(),
-                                            jpeg_standard_luminance_ac.values.data(), &ac);
+    primitives.huffman_encode_spec_init(jpeg_standard_luminance_ac.counts.data(),
+                                        jpeg_standard_luminance_ac.values.data(), &ac);
     std::vector<std::uint8_t> coded(blocks * 512);
     const auto size = static_cast<std::int32_t>(coded.size());
     std::int32_t position = 0;
@@ -171,37 +184,63 @@ std::vector<std::uint8_t> encode(const NUV_JPEGPrimitives& primitives,
     NUV_JPEGEncodeState state;
     primitives.huffman_encode_state_init(&state);
     for (std::size_t i = 0; i <= blocks; ++i) {
-        const std::int16_t* block = &coefficients[i % blocks * 64];
-        if constexpr (wide)
-            primitives.huffman_encode_block_wide(block, coded.data(), size, &position, &previous,
-                                                 &dc, &ac, &state, i == blocks);
-        else
-            primitives.huffman_encode_block(block, coded.data(), size, &position, &previous, &dc,
-                                            &ac, &state, i == blocks);
+        primitives.huffman_encode_block(&coefficients[i % blocks * 64], coded.data(), size,
+                                        &position, &previous, &dc, &ac, &state, i == blocks);
     }
     coded.resize(static_cast<std::size_t>(position));
     return coded;
 }
 
-template <const NUV_Cpu& Cpu, class AcTable>
+template <const NUV_Cpu& Cpu>
 void huffman_encode(benchmark::State& state)
 {
     const std::vector<std::int16_t> coefficients = coefficient_blocks();
     std::size_t bytes = 0;
     for ([[maybe_unused]] auto _ : state)
-        bytes = encode<AcTable>(jpeg_primitives(Cpu), coefficients).size();
+        bytes = encode(jpeg_primitives(Cpu), coefficients).size();
     state.counters["bytes_per_block"] = static_cast<double>(bytes) / blocks;
     count_blocks(state);
 }
-BENCHMARK_TEMPLATE(huffman_encode, portable, NUV_JPEGEncodeTable);
-BENCHMARK_TEMPLATE(huffman_encode, sse2, NUV_JPEGEncodeTable);
-BENCHMARK_TEMPLATE(huffman_encode, sse2, NUV_JPEGWideEncodeTable);
+BENCHMARK_TEMPLATE(huffman_encode, portable);
+BENCHMARK_TEMPLATE(huffman_encode, sse2);
+
+// What the encoder does with the coefficients.
+void huffman_encode_blocks(benchmark::State& state)
+{
+    NUV_JPEGEncodeTable dc;
+    NUV_JPEGWideEncodeTable ac;
+    const NUV_JPEGPrimitives& primitives = jpeg_primitives(NUV_Cpu::current());
+    primitives.huffman_encode_spec_init(jpeg_standard_luminance_dc.counts.data(),
+                                        jpeg_standard_luminance_dc.values.data(), &dc);
+    (void)huffman_encode_wide_init(jpeg_standard_luminance_ac.counts.data(),
+                                   jpeg_standard_luminance_ac.values.data(), &ac);
+    std::vector<std::int16_t> coefficients(sample_blocks());
+    std::array<std::uint64_t, blocks> masks{};
+    primitives.transform_blocks(sample_blocks().data(), blocks, quality_75().forward.data(),
+                                coefficients.data(), masks.data());
+    std::int16_t previous = 0;
+    std::vector<NUV_JPEGBlockToCode> to_code;
+    for (std::size_t i = 0; i < blocks; ++i)
+        to_code.push_back({&coefficients[i * 64], &masks[i], &dc, &ac, &previous});
+    std::vector<std::uint8_t> coded(blocks * 512);
+    NUV_JPEGEncodeState bits{};
+    constexpr std::size_t batch = 12;
+    for ([[maybe_unused]] auto _ : state) {
+        std::uint8_t* at = coded.data();
+        for (std::size_t i = 0; i + batch <= blocks; i += batch)
+            at = primitives.huffman_encode_blocks(&to_code[i], batch, at, &bits);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
+                            static_cast<std::int64_t>(blocks / batch * batch));
+}
+BENCHMARK(huffman_encode_blocks);
 
 template <class Table, auto Initialise, auto Decode>
 void huffman_decode(benchmark::State& state)
 {
     const NUV_JPEGPrimitives& primitives = jpeg_primitives(sse2);
-    std::vector<std::uint8_t> coded = encode<NUV_JPEGEncodeTable>(primitives, coefficient_blocks());
+    std::vector<std::uint8_t> coded = encode(primitives, coefficient_blocks());
     Table dc;
     Table ac;
     (void)Initialise(jpeg_standard_luminance_dc.counts.data(),

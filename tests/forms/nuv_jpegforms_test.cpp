@@ -28,7 +28,7 @@ auto sample_form(Field field)
 // Those that are not compared here are run at each level, against libjpeg and the first samples.
 TEST(JPEGForms, AreChosenByTheProcessor)
 {
-    expect_chosen("PSSS", primitive(&Set::huffman_encode_block_wide));
+    expect_chosen("PSSS", primitive(&Set::huffman_encode_block));
     for (const auto field :
          {&Set::convert_rgb_ycc_444, &Set::convert_rgb_ycc_422, &Set::convert_rgb_ycc_420,
           &Set::split_444, &Set::split_422, &Set::split_420})
@@ -65,26 +65,49 @@ I16* draw_quantisers(NUV_FormDraw& draw)
     return table;
 }
 
+U16* draw_inverses(NUV_FormDraw& draw)
+{
+    U16* const inverses = draw.input<U16>(jpeg_block_size);
+    for (std::size_t i = 0; draw.number(0, 2) != 0 && i < jpeg_block_size; ++i)
+        inverses[i] = static_cast<U16>(32768 / draw.number(1, 255));
+    return inverses;
+}
+
 TEST(JPEGForms, ForwardTransform)
 {
-    const auto draw_blocks = [](NUV_FormDraw& draw, auto compare, std::size_t count) {
-        std::vector<I16> blocks;
-        while (blocks.size() < count * jpeg_block_size) {
-            const I16* const block = draw_block(draw);
-            blocks.insert(blocks.end(), block, block + jpeg_block_size);
-        }
-        U16* const inverses = draw.input<U16>(jpeg_block_size);
-        for (std::size_t i = 0; draw.number(0, 2) != 0 && i < jpeg_block_size; ++i)
-            inverses[i] = static_cast<U16>(32768 / draw.number(1, 255));
-        compare(blocks.size(), [&](auto form, I16* out) {
-            std::ranges::copy(blocks, out);
+    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
+        const I16* const block = draw_block(draw);
+        const U16* const inverses = draw_inverses(draw);
+        compare(jpeg_block_size, [&](auto form, I16* out) {
+            std::copy_n(block, jpeg_block_size, out);
             static_cast<void>(form(out, inverses));
         });
     };
-    const auto one = [=](auto& draw, auto compare) { draw_blocks(draw, compare, 1); };
-    const auto two = [=](auto& draw, auto compare) { draw_blocks(draw, compare, 2); };
-    expect_same_forms<I16>("PSAA", primitive(&Set::fdct_quant), one, 20000);
-    expect_same_forms<I16>("PSAV", primitive(&Set::fdct_quant_pair), two, 20000);
+    expect_same_forms<I16>("PSAA", primitive(&Set::fdct_quant), draw_call, 20000);
+}
+
+// Blocks as they come from the colour conversions, and the masks of their coefficients.
+TEST(JPEGForms, TransformOfSeveralBlocks)
+{
+    const auto draw_call = [](NUV_FormDraw& draw, auto compare) {
+        constexpr std::size_t most = 2 * Set::transform_group;
+        const std::size_t count = draw.number(1, most);
+        I16* const samples = draw.input<I16>(most * jpeg_block_size);
+        const std::size_t kind = draw.number(0, 2);
+        for (std::size_t i = 0; i < most * jpeg_block_size; ++i) {
+            const I16 drawn = samples[kind == 2 ? i / jpeg_block_size : i];
+            samples[i] = static_cast<I16>(kind == 0 ? drawn >> 8 : drawn < 0 ? -128 : 127);
+        }
+        const U16* const inverses = draw_inverses(draw);
+        compare(count * (jpeg_block_size + 4), [&](auto form, I16* out) {
+            std::vector<I16> coefficients(most * jpeg_block_size);
+            std::uint64_t masks[most];
+            form(samples, count, inverses, coefficients.data(), masks);
+            std::memcpy(std::copy_n(coefficients.begin(), count * jpeg_block_size, out), masks,
+                        count * sizeof(masks[0]));
+        });
+    };
+    expect_same_forms<I16>("PSAV", primitive(&Set::transform_blocks), draw_call, 10000);
 }
 
 TEST(JPEGForms, InverseTransform)

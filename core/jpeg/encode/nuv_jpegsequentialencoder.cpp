@@ -9,7 +9,7 @@ namespace nuv {
 namespace {
 
 constexpr std::size_t block_side = 8;
-constexpr std::size_t alignment = 32;                         // bytes, the widest vectors'
+constexpr std::size_t alignment = 64;                         // bytes, the widest vectors'
 constexpr std::size_t most_block_bytes = 512;                 // coded; see huffman_encode_block
 constexpr std::uint8_t rgb_component_ids[] = {'R', 'G', 'B'}; // what decoders take for RGB
 
@@ -81,7 +81,7 @@ NUV_JPEGCode NUV_JPEGSequentialEncoder::start(const NUV_JPEGFrame& frame, const 
         return NUV_JPEGCode::no_memory;
     if (!build_tables(settings.quality))
         return NUV_JPEGCode::bad_table;
-    lay_out_slots();
+    lay_out_blocks();
     open_lines_ = 0;
     coded_bytes_ = 0;
     restart_number_ = 0;
@@ -129,18 +129,18 @@ void NUV_JPEGSequentialEncoder::choose_conversion(SourceColor color) noexcept
 bool NUV_JPEGSequentialEncoder::allocate_memory(const NUV_JPEGAllocator& allocator) noexcept
 {
     free_memory();
-    const std::size_t block_bytes = aligned(most_blocks * jpeg_block_size * sizeof(std::int16_t));
+    constexpr std::size_t block_bytes = most_blocks * jpeg_block_size * sizeof(std::int16_t);
     const std::size_t row_bytes = aligned(mcu_height_ * row_step_);
     const std::size_t coded_bytes = 2 * row_bytes + (most_blocks + 1) * most_block_bytes;
-    std::size_t room = alignment + block_bytes + row_bytes + coded_bytes;
+    std::size_t room = alignment + 2 * block_bytes + row_bytes + coded_bytes;
     if (!memory_.allocate(allocator, room))
         return false;
 
     void* start = memory_.data();
     std::align(alignment, block_bytes, start, room);
-    auto* bytes = static_cast<std::uint8_t*>(start);
-    blocks_ = static_cast<std::int16_t*>(start);
-    row_ = bytes + block_bytes;
+    samples_ = static_cast<std::int16_t*>(start);
+    coefficients_ = samples_ + most_blocks * jpeg_block_size;
+    row_ = static_cast<std::uint8_t*>(start) + 2 * block_bytes;
     coded_ = {row_ + row_bytes, coded_bytes};
     return true;
 }
@@ -148,29 +148,32 @@ bool NUV_JPEGSequentialEncoder::allocate_memory(const NUV_JPEGAllocator& allocat
 void NUV_JPEGSequentialEncoder::free_memory() noexcept
 {
     memory_.free();
-    blocks_ = nullptr;
+    samples_ = nullptr;
+    coefficients_ = nullptr;
     row_ = nullptr;
     coded_ = {};
 }
 
-void NUV_JPEGSequentialEncoder::lay_out_slots() noexcept
+void NUV_JPEGSequentialEncoder::lay_out_blocks() noexcept
 {
-    slot_count_ = 0;
-    for (std::size_t i = 0; i < frame_.components; ++i) {
-        NUV_JPEGComponent& component = frame_.component[i];
-        component.previous_dc = 0;
-        const int blocks = component.horizontal * component.vertical;
-        for (int block = 0; block < blocks; ++block, ++slot_count_) {
-            slots_[slot_count_] = {blocks_ + slot_count_ * jpeg_block_size,
-                                   inverses_[component.quantiser].data(),
-                                   &dc_tables_[component.dc_table], &ac_tables_[component.ac_table],
-                                   &component.previous_dc};
+    first_blocks_ = std::size_t{frame_.component[0].horizontal} * frame_.component[0].vertical;
+    // Four blocks of each component, or twice as many of the first.
+    batch_ = first_blocks_ == 1 ? 4 : 2;
+    std::size_t coded = 0;
+    for (std::size_t mcu = 0; mcu < batch_; ++mcu) {
+        for (std::size_t i = 0; i < frame_.components; ++i) {
+            NUV_JPEGComponent& component = frame_.component[i];
+            component.previous_dc = 0;
+            const std::size_t blocks = i == 0 ? first_blocks_ : 1;
+            std::size_t at =
+                i == 0 ? mcu * first_blocks_ : batch_ * first_blocks_ + 2 * mcu + i - 1;
+            for (const std::size_t end = at + blocks; at != end; ++at) {
+                blocks_[coded++] = {coefficients_ + at * jpeg_block_size, &masks_[at],
+                                    &dc_tables_[component.dc_table],
+                                    &ac_tables_[component.ac_table], &component.previous_dc};
+            }
         }
     }
-    // The components behind the first have one block each.
-    second_block_ =
-        blocks_ + (slot_count_ - std::min<std::size_t>(slot_count_ - 1, 2)) * jpeg_block_size;
-    third_block_ = blocks_ + (slot_count_ - 1) * jpeg_block_size;
 }
 
 std::uint8_t* NUV_JPEGSequentialEncoder::next_line() noexcept
@@ -224,52 +227,66 @@ NUV_JPEGCode NUV_JPEGSequentialEncoder::encode_mcu_row() noexcept
 NUV_JPEGCode NUV_JPEGSequentialEncoder::encode_mcus(const std::uint8_t* pixels,
                                                     std::size_t count) noexcept
 {
-    const NUV_JPEGPrimitives& primitives = *primitives_;
-    const auto row_step = static_cast<std::int32_t>(row_step_);
-    const auto coded_room = static_cast<std::int32_t>(coded_.size());
-    const auto enough = static_cast<std::int32_t>((most_blocks + 1) * most_block_bytes);
+    constexpr std::size_t enough = (most_blocks + 1) * most_block_bytes;
     const std::size_t mcu_bytes = mcu_width_ * frame_.components;
-    const std::span<const BlockSlot> slots = std::span(slots_).first(slot_count_);
-
     bool ok = true;
-    for (; count != 0; --count, pixels += mcu_bytes) {
-        if (coded_room - coded_bytes_ < enough) {
+    for (std::size_t mcus = 0; count != 0; count -= mcus, pixels += mcus * mcu_bytes) {
+        if (coded_.size() - coded_bytes_ < enough) {
             const NUV_JPEGCode code = write_coded();
             if (!is_good(code))
                 return code;
         }
-        pixels_to_blocks_(pixels, row_step, blocks_, second_block_, third_block_);
-        for (std::size_t i = 0; i < slots.size();) {
-            if (i + 1 < slots.size() && slots[i].inverses == slots[i + 1].inverses) {
-                primitives.fdct_quant_pair(slots[i].block, slots[i].inverses);
-                i += 2;
-            } else {
-                primitives.fdct_quant(slots[i].block, slots[i].inverses);
-                ++i;
-            }
-        }
-        for (const BlockSlot& slot : slots) {
-            ok &= is_good(primitives.huffman_encode_block_wide(
-                slot.block, coded_.data(), coded_room, &coded_bytes_, slot.previous_dc,
-                slot.dc_table, slot.ac_table, &bits_, /*flush=*/false));
-        }
+        mcus = std::min(count, batch_);
+        ok &= encode_batch(pixels, mcus);
     }
     return ok ? NUV_JPEGCode::good : NUV_JPEGCode::bad_table;
 }
 
+// `count` MCUs, at most a batch. False for a coefficient that has no code.
+bool NUV_JPEGSequentialEncoder::encode_batch(const std::uint8_t* pixels, std::size_t count) noexcept
+{
+    const NUV_JPEGPrimitives& primitives = *primitives_;
+    const std::size_t others = batch_ * first_blocks_;
+    const auto row_step = static_cast<std::int32_t>(row_step_);
+    const std::size_t mcu_bytes = mcu_width_ * frame_.components;
+    for (std::size_t mcu = 0; mcu < count; ++mcu, pixels += mcu_bytes) {
+        std::int16_t* const second = samples_ + (others + 2 * mcu) * jpeg_block_size;
+        pixels_to_blocks_(pixels, row_step, samples_ + mcu * first_blocks_ * jpeg_block_size,
+                          second, second + jpeg_block_size);
+    }
+    const auto transform = [&](std::size_t component, std::size_t begin, std::size_t blocks) {
+        primitives.transform_blocks(samples_ + begin * jpeg_block_size, blocks,
+                                    inverses_[frame_.component[component].quantiser].data(),
+                                    coefficients_ + begin * jpeg_block_size, &masks_[begin]);
+    };
+    transform(0, 0, count * first_blocks_);
+    const std::size_t mcu_blocks = first_blocks_ + frame_.components - 1;
+    if (mcu_blocks > first_blocks_)
+        transform(1, others, 2 * count);
+
+    std::uint8_t* const start = coded_.data() + coded_bytes_;
+    const std::uint8_t* const end =
+        primitives.huffman_encode_blocks(blocks_.data(), count * mcu_blocks, start, &bits_);
+    if (end == nullptr)
+        return false;
+    coded_bytes_ += static_cast<std::size_t>(end - start);
+    return true;
+}
+
 NUV_JPEGCode NUV_JPEGSequentialEncoder::flush_bits() noexcept
 {
-    const BlockSlot& slot = slots_[0];
-    const NUV_JPEGResult result = primitives_->huffman_encode_block_wide(
-        slot.block, coded_.data(), static_cast<std::int32_t>(coded_.size()), &coded_bytes_,
-        slot.previous_dc, slot.dc_table, slot.ac_table, &bits_, /*flush=*/true);
+    const NUV_JPEGBlockToCode& block = blocks_[0];
+    auto position = static_cast<std::int32_t>(coded_bytes_);
+    const NUV_JPEGResult result = primitives_->huffman_encode_block(
+        block.coefficients, coded_.data(), static_cast<std::int32_t>(coded_.size()), &position,
+        block.previous_dc, block.dc_table, &block.ac_table->plain, &bits_, /*flush=*/true);
+    coded_bytes_ = static_cast<std::size_t>(position);
     return is_good(result) ? NUV_JPEGCode::good : NUV_JPEGCode::bad_table;
 }
 
 void NUV_JPEGSequentialEncoder::put_coded_marker(std::uint8_t id) noexcept
 {
-    const auto at = static_cast<std::size_t>(coded_bytes_);
-    NUV_JPEGSegmentWriter(coded_.subspan(at)).put_marker(id);
+    NUV_JPEGSegmentWriter(coded_.subspan(coded_bytes_)).put_marker(id);
     coded_bytes_ += 2;
 }
 
@@ -305,8 +322,7 @@ NUV_JPEGCode NUV_JPEGSequentialEncoder::write(std::span<const std::uint8_t> byte
 
 NUV_JPEGCode NUV_JPEGSequentialEncoder::write_coded() noexcept
 {
-    const std::span<const std::uint8_t> bytes =
-        coded_.first(static_cast<std::size_t>(coded_bytes_));
+    const std::span<const std::uint8_t> bytes = coded_.first(coded_bytes_);
     coded_bytes_ = 0;
     return write(bytes);
 }

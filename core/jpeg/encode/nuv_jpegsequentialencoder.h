@@ -54,29 +54,23 @@ public:
     }
 
 private:
-    // A block of the MCU and what codes it.
-    struct BlockSlot {
-        std::int16_t* block;
-        const std::uint16_t* inverses;
-        const NUV_JPEGEncodeTable* dc_table;
-        const NUV_JPEGWideEncodeTable* ac_table;
-        std::int16_t* previous_dc;
-    };
-
-    static constexpr std::size_t most_blocks = 6; // of an MCU: 2 x 2, 1 and 1, or 4, 1 and 1
-    static constexpr std::size_t most_tables = 2; // luma and chroma
+    // MCUs are coded several at a time, so that the transform has whole groups of blocks. In memory
+    // those of the first component come first, behind them by turns those of the others.
+    static constexpr std::size_t most_blocks = 12; // of a batch of MCUs
+    static constexpr std::size_t most_tables = 2;  // luma and chroma
 
     void set_geometry() noexcept;
     void choose_conversion(SourceColor color) noexcept;
     [[nodiscard]] bool allocate_memory(const NUV_JPEGAllocator& allocator) noexcept;
     [[nodiscard]] bool build_tables(std::uint32_t quality) noexcept;
-    void lay_out_slots() noexcept;
+    void lay_out_blocks() noexcept;
     [[nodiscard]] NUV_JPEGCode write_header(std::span<const NUV_JPEGMarker> markers) noexcept;
     [[nodiscard]] NUV_JPEGCode write_markers(std::span<const NUV_JPEGMarker> markers) noexcept;
 
     void pad_line(std::uint8_t* line) const noexcept;
     [[nodiscard]] NUV_JPEGCode encode_mcu_row() noexcept;
     [[nodiscard]] NUV_JPEGCode encode_mcus(const std::uint8_t* pixels, std::size_t count) noexcept;
+    [[nodiscard]] bool encode_batch(const std::uint8_t* pixels, std::size_t count) noexcept;
     [[nodiscard]] NUV_JPEGCode put_restart() noexcept;
     [[nodiscard]] NUV_JPEGCode flush_bits() noexcept;
     void put_coded_marker(std::uint8_t id) noexcept;
@@ -96,19 +90,20 @@ private:
     std::size_t row_step_ = 0;   // bytes of a line padded to whole MCUs
 
     NUV_JPEGMemory<std::uint8_t> memory_; // what those that follow are parts of
-    std::int16_t* blocks_ = nullptr;
-    std::int16_t* second_block_ = nullptr; // the first one of the second component
-    std::int16_t* third_block_ = nullptr;
+    std::int16_t* samples_ = nullptr;     // the blocks of a batch
+    std::int16_t* coefficients_ = nullptr;
     std::uint8_t* row_ = nullptr; // mcu_height_ lines
     std::span<std::uint8_t> coded_;
-    std::int32_t coded_bytes_ = 0;
+    std::size_t coded_bytes_ = 0;
 
     std::size_t open_lines_ = 0; // of the MCU row
     std::uint32_t mcus_to_restart_ = 0;
     std::uint8_t restart_number_ = 0; // of the next RST
 
-    std::size_t slot_count_ = 0;
-    std::array<BlockSlot, most_blocks> slots_{};
+    std::size_t batch_ = 0;                                 // MCUs
+    std::size_t first_blocks_ = 0;                          // of an MCU's first component
+    std::array<NUV_JPEGBlockToCode, most_blocks> blocks_{}; // in the order of coding
+    std::array<std::uint64_t, most_blocks> masks_{};        // in the order of memory
     std::array<std::array<std::uint16_t, jpeg_block_size>, most_tables> inverses_{};
     std::array<NUV_JPEGQuantisers, most_tables> quantisers_{};
     std::array<NUV_JPEGEncodeTable, most_tables> dc_tables_{};

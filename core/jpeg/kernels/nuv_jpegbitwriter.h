@@ -29,9 +29,21 @@ public:
     // `count` is 1 to most_bits; no bit of `bits` above these is set.
     void put(std::uint64_t bits, std::uint32_t count) noexcept
     {
+        append(bits, count);
+        store();
+    }
+
+    // put() in two steps, for bits that go out together with those that follow: between two calls
+    // of store() come at most most_bits, or none at all.
+    void append(std::uint64_t bits, std::uint32_t count) noexcept
+    {
         accumulator_ = accumulator_ << count | bits;
         held_ += count;
-        store_eight_bytes(output_, accumulator_ << (64 - held_));
+    }
+
+    void store() noexcept
+    {
+        store_eight_bytes(output_, accumulator_ << ((64 - held_) & 63U));
         output_ += held_ >> 3;
         held_ &= 7;
     }

@@ -5,6 +5,7 @@
 
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -68,12 +69,26 @@ void set_color_forms(NUV_JPEGPrimitives& primitives, Forms forms) noexcept
     primitives.split_420 = forms.template operator()<SplitColor, 2, 2>();
 }
 
-// A primitive on a block, done on two.
-template <auto on_one>
-NUV_JPEGResult on_pair(std::int16_t* blocks, const std::uint16_t* table)
+// Which coefficients of a block are not zero, in its natural order.
+[[nodiscard]] std::uint64_t non_zero_mask(const std::int16_t* block) noexcept;
+#if NUV_X86
+NUV_TARGET("sse2")
+std::uint64_t non_zero_mask_sse2(const std::int16_t* block) noexcept;
+#endif
+
+// The same of a mask in zig-zag order.
+[[nodiscard]] std::uint64_t mask_in_zigzag(std::uint64_t natural_mask) noexcept;
+
+// transform_blocks from the primitive on one of them.
+template <auto transform_one, auto find_non_zero>
+void transform_each(const std::int16_t* samples, std::size_t count, const std::uint16_t* table,
+                    std::int16_t* coefficients, std::uint64_t* masks)
 {
-    const NUV_JPEGResult result = on_one(blocks, table);
-    return is_good(result) ? on_one(blocks + jpeg_block_size, table) : result;
+    std::copy_n(samples, count * jpeg_block_size, coefficients);
+    for (std::size_t i = 0; i < count; ++i, coefficients += jpeg_block_size) {
+        static_cast<void>(transform_one(coefficients, table));
+        masks[i] = mask_in_zigzag(find_non_zero(coefficients));
+    }
 }
 
 // The inverse transforms, for the forms of others that go on from their samples.

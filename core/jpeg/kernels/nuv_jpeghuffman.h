@@ -59,6 +59,15 @@ struct NUV_JPEGWideEncodeTable {
                                                       const std::uint8_t* values,
                                                       NUV_JPEGWideEncodeTable* table);
 
+// A block for huffman_encode_blocks, and what codes it.
+struct NUV_JPEGBlockToCode {
+    const std::int16_t* coefficients; // in natural order
+    const std::uint64_t* mask;        // which are not zero, in zig-zag order
+    const NUV_JPEGEncodeTable* dc_table;
+    const NUV_JPEGWideEncodeTable* ac_table;
+    std::int16_t* previous_dc;
+};
+
 // The arguments of huffman_encode_block.
 struct NUV_JPEGEncodeArguments {
     const std::int16_t* block;
@@ -70,7 +79,6 @@ struct NUV_JPEGEncodeArguments {
     const NUV_JPEGEncodeTable* ac_table;
     NUV_JPEGEncodeState* state;
     bool flush;
-    const NUV_JPEGWideEncodeTable* wide_ac_table = nullptr; // when set, ac_table is its plain one
 };
 
 [[nodiscard]] NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexcept;
@@ -80,32 +88,21 @@ struct NUV_JPEGEncodeArguments {
 [[nodiscard]] NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
                                                  std::uint64_t natural_mask) noexcept;
 
-// Both encoding primitives over one way to find the coefficients that are not zero,
+// huffman_encode_block over one way to find the coefficients that are not zero,
 // `std::uint64_t non_zero_mask(const std::int16_t* block)`.
 template <auto non_zero_mask>
-void set_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
+void set_huffman_encode_form(NUV_JPEGPrimitives& primitives) noexcept
 {
-    static constexpr auto encode = [](const NUV_JPEGEncodeArguments& call) {
-        const NUV_JPEGResult checked = check_encode_arguments(call);
-        if (!is_good(checked))
-            return checked;
-        return encode_masked_block(call, call.flush ? 0 : non_zero_mask(call.block));
-    };
     primitives.huffman_encode_block =
         [](const std::int16_t* block, std::uint8_t* output, std::int32_t size,
            std::int32_t* position, std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
            const NUV_JPEGEncodeTable* ac_table, NUV_JPEGEncodeState* state, bool flush) {
-            return encode({block, output, size, position, previous_dc, dc_table, ac_table, state,
-                           flush, nullptr});
-        };
-    primitives.huffman_encode_block_wide =
-        [](const std::int16_t* block, std::uint8_t* output, std::int32_t size,
-           std::int32_t* position, std::int16_t* previous_dc, const NUV_JPEGEncodeTable* dc_table,
-           const NUV_JPEGWideEncodeTable* ac_table, NUV_JPEGEncodeState* state, bool flush) {
-            if (ac_table == nullptr)
-                return NUV_JPEGResult::null_pointer;
-            return encode({block, output, size, position, previous_dc, dc_table, &ac_table->plain,
-                           state, flush, ac_table});
+            const NUV_JPEGEncodeArguments call = {block,    output,   size,  position, previous_dc,
+                                                  dc_table, ac_table, state, flush};
+            const NUV_JPEGResult checked = check_encode_arguments(call);
+            if (!is_good(checked))
+                return checked;
+            return encode_masked_block(call, flush ? 0 : non_zero_mask(block));
         };
 }
 

@@ -10,7 +10,6 @@
 namespace nuv {
 namespace {
 
-constexpr int last_coefficient = 63;
 constexpr std::uint32_t end_of_block = 0x00;
 constexpr std::uint32_t sixteen_zeros = 0xF0; // ZRL
 
@@ -69,119 +68,129 @@ constexpr std::array<RowMasks, 8> zigzag_masks = [] {
     return masks;
 }();
 
-inline std::uint64_t to_zigzag(std::uint64_t natural_mask) noexcept
-{
-    std::uint64_t mask = 0;
-    for (std::size_t row = 0; row < 8; ++row)
-        mask |= zigzag_masks[row][natural_mask >> (8 * row) & 0xFF];
-    return mask;
-}
-
 // Code and low bits of a value in one go; false when the symbol has no code.
-[[gnu::always_inline]] inline bool put_value(NUV_JPEGBitWriter& writer,
-                                             const NUV_JPEGEncodeTable& table, std::uint32_t zeros,
-                                             const Magnitude& magnitude) noexcept
+[[gnu::always_inline]] inline bool append_value(NUV_JPEGBitWriter& writer,
+                                                const NUV_JPEGEncodeTable& table,
+                                                std::uint32_t zeros,
+                                                const Magnitude& magnitude) noexcept
 {
     const std::uint32_t word = table.words[zeros << 4 | magnitude.category];
     if (word == 0) [[unlikely]]
         return false;
     const std::uint64_t code = word & 0xFFFFU;
-    writer.put(code << magnitude.category | magnitude.bits, (word >> 16) + magnitude.category);
+    writer.append(code << magnitude.category | magnitude.bits, (word >> 16) + magnitude.category);
     return true;
 }
 
-[[gnu::always_inline]] inline bool put_symbol(NUV_JPEGBitWriter& writer,
-                                              const NUV_JPEGEncodeTable& table,
-                                              std::uint32_t symbol) noexcept
+[[gnu::always_inline]] inline bool append_symbol(NUV_JPEGBitWriter& writer,
+                                                 const NUV_JPEGEncodeTable& table,
+                                                 std::uint32_t symbol) noexcept
 {
-    return put_value(writer, table, symbol >> 4, {symbol & 15U, 0});
+    return append_value(writer, table, symbol >> 4, {symbol & 15U, 0});
 }
 
-// T.81, F.1.2.2: the coefficients behind DC. `wide` is looked at by the wide encoder alone.
-template <bool Wide>
-[[gnu::always_inline]] inline bool put_coefficients(NUV_JPEGBitWriter& writer,
-                                                    const std::int16_t* block, std::uint64_t mask,
-                                                    const NUV_JPEGEncodeTable& table,
-                                                    const NUV_JPEGWideEncodeTable* wide) noexcept
+// A coefficient and the zeros in front of it. What was appended is stored before.
+[[gnu::always_inline]] inline bool append_coefficient(NUV_JPEGBitWriter& writer,
+                                                      const NUV_JPEGEncodeTable& table,
+                                                      std::uint32_t zeros,
+                                                      std::int32_t value) noexcept
 {
-    int done = 0;
-    for (; mask != 0; mask &= mask - 1) {
-        const int k = std::countr_zero(mask);
-        int zeros = k - done - 1;
-        done = k;
-        for (; zeros > 15; zeros -= 16) {
-            if (!put_symbol(writer, table, sixteen_zeros))
-                return false;
-        }
-        const std::int32_t value = block[jpeg_zigzag[static_cast<std::size_t>(k)]];
-        if constexpr (Wide) {
-            constexpr std::uint32_t reach = NUV_JPEGWideEncodeTable::reach;
-            const std::uint32_t index = static_cast<std::uint32_t>(value) + reach;
-            if (index < 2 * reach) [[likely]] {
-                const std::uint32_t entry =
-                    wide->entries[static_cast<std::uint32_t>(zeros) * 2 * reach + index];
-                if (entry == 0) [[unlikely]]
-                    return false;
-                writer.put(entry >> 8, entry & 0xFFU);
-                continue;
-            }
-        }
-        const Magnitude magnitude = magnitude_by_table(value);
-        if (magnitude.category > 15)
+    writer.store();
+    for (; zeros > 15; zeros -= 16) {
+        if (!append_symbol(writer, table, sixteen_zeros))
             return false;
-        if (!put_value(writer, table, static_cast<std::uint32_t>(zeros), magnitude))
+        writer.store();
+    }
+    const Magnitude magnitude = magnitude_by_table(value);
+    return magnitude.category <= 15 && append_value(writer, table, zeros, magnitude);
+}
+
+// By a wide table most take at most 22 bits, and have room behind what was appended.
+[[gnu::always_inline]] inline bool append_coefficient(NUV_JPEGBitWriter& writer,
+                                                      const NUV_JPEGWideEncodeTable& table,
+                                                      std::uint32_t zeros,
+                                                      std::int32_t value) noexcept
+{
+    constexpr std::uint32_t reach = NUV_JPEGWideEncodeTable::reach;
+    const std::uint32_t index = static_cast<std::uint32_t>(value) + reach;
+    if (index >= 2 * reach || zeros > 15) [[unlikely]]
+        return append_coefficient(writer, table.plain, zeros, value);
+    const std::uint32_t entry = table.entries[zeros * 2 * reach + index];
+    if (entry == 0) [[unlikely]]
+        return false;
+    writer.append(entry >> 8, entry & 63U);
+    return true;
+}
+
+// What of a block is not yet coded: in zig-zag order the first coefficient, and the ones that are
+// not zero.
+struct CoefficientsLeft {
+    const std::int16_t* block;
+    std::uint64_t mask;
+    std::uint32_t begin;
+};
+
+template <class Table>
+[[gnu::always_inline]] inline bool append_first_of(CoefficientsLeft& left,
+                                                   NUV_JPEGBitWriter& writer,
+                                                   const Table& table) noexcept
+{
+    const auto k = static_cast<std::uint32_t>(std::countr_zero(left.mask));
+    const std::uint32_t zeros = k - left.begin;
+    left.mask &= left.mask - 1;
+    left.begin = k + 1;
+    return append_coefficient(writer, table, zeros, left.block[jpeg_zigzag[k]]);
+}
+
+inline const NUV_JPEGEncodeTable& plain_table(const NUV_JPEGEncodeTable& table) noexcept
+{
+    return table;
+}
+
+inline const NUV_JPEGEncodeTable& plain_table(const NUV_JPEGWideEncodeTable& table) noexcept
+{
+    return table.plain;
+}
+
+// T.81, F.1.2: DC, the coefficients that the mask tells of, and the end of the block. Of what is
+// appended two go out together: 7 held bits, 32 of DC and 22 make the most, 61.
+template <class Table>
+[[gnu::always_inline]] inline bool put_block(NUV_JPEGBitWriter& writer, const std::int16_t* block,
+                                             std::uint64_t zigzag_mask, std::int16_t& previous_dc,
+                                             const NUV_JPEGEncodeTable& dc_table,
+                                             const Table& ac_table) noexcept
+{
+    const Magnitude dc = magnitude_by_table(std::int32_t{block[0]} - previous_dc);
+    previous_dc = block[0];
+    if (dc.category > 16 || !append_value(writer, dc_table, 0, dc))
+        return false;
+
+    CoefficientsLeft left = {block, zigzag_mask & ~std::uint64_t{1}, 1};
+    while (left.mask != 0) {
+        if (!append_first_of(left, writer, ac_table))
+            return false;
+        writer.store();
+        if (left.mask == 0)
+            break;
+        if (!append_first_of(left, writer, ac_table))
             return false;
     }
-    return done == last_coefficient || put_symbol(writer, table, end_of_block);
+    if (left.begin < jpeg_block_size && !append_symbol(writer, plain_table(ac_table), end_of_block))
+        return false;
+    writer.store();
+    return true;
 }
 
-template <bool Wide>
-[[gnu::always_inline]] inline bool put_block(NUV_JPEGBitWriter& writer,
-                                             const NUV_JPEGEncodeArguments& call,
-                                             std::uint64_t natural_mask) noexcept
+std::uint8_t* huffman_encode_blocks(const NUV_JPEGBlockToCode* blocks, std::size_t count,
+                                    std::uint8_t* output, NUV_JPEGEncodeState* state)
 {
-    const std::int16_t* block = call.block;
-    const Magnitude dc = magnitude_by_table(std::int32_t{block[0]} - *call.previous_dc);
-    *call.previous_dc = block[0];
-    constexpr std::uint64_t all_but_dc = ~std::uint64_t{1};
-    return dc.category <= 16 && put_value(writer, *call.dc_table, 0, dc) &&
-           put_coefficients<Wide>(writer, block, to_zigzag(natural_mask) & all_but_dc,
-                                  *call.ac_table, call.wide_ac_table);
-}
-
-std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
-{
-    std::uint64_t mask = 0;
-    for (std::size_t i = 0; i < jpeg_block_size; ++i)
-        mask |= std::uint64_t{block[i] != 0} << i;
-    return mask;
-}
-
-template <bool Wide>
-NUV_JPEGResult encode_block(const NUV_JPEGEncodeArguments& call,
-                            std::uint64_t natural_mask) noexcept
-{
-    // Near the end of the output the block is coded aside, to see first whether it fits.
-    std::uint8_t aside[most_bytes_of_block];
-    const std::ptrdiff_t room = call.size - *call.position;
-    std::uint8_t* const end_of_output = call.output + *call.position;
-    std::uint8_t* const start = room >= most_bytes_of_block ? end_of_output : aside;
-
-    NUV_JPEGBitWriter writer(start, *call.state);
-    if (call.flush)
-        writer.flush();
-    else if (!put_block<Wide>(writer, call, natural_mask))
-        return NUV_JPEGResult::bad_huffman;
-
-    NUV_JPEGEncodeState state = *call.state;
-    const std::ptrdiff_t written = writer.finish(state) - start;
-    if (written > room)
-        return NUV_JPEGResult::bad_size;
-    if (start == aside)
-        std::copy_n(aside, written, end_of_output);
-    *call.state = state;
-    *call.position += static_cast<std::int32_t>(written);
-    return NUV_JPEGResult::good;
+    NUV_JPEGBitWriter writer(output, *state);
+    for (const NUV_JPEGBlockToCode* block = blocks; block != blocks + count; ++block) {
+        if (!put_block(writer, block->coefficients, *block->mask, *block->previous_dc,
+                       *block->dc_table, *block->ac_table)) [[unlikely]]
+            return nullptr;
+    }
+    return writer.finish(*state);
 }
 
 NUV_JPEGResult huffman_encode_state_init(NUV_JPEGEncodeState* state)
@@ -194,6 +203,22 @@ NUV_JPEGResult huffman_encode_state_init(NUV_JPEGEncodeState* state)
 }
 
 } // namespace
+
+std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
+{
+    std::uint64_t mask = 0;
+    for (std::size_t i = 0; i < jpeg_block_size; ++i)
+        mask |= std::uint64_t{block[i] != 0} << i;
+    return mask;
+}
+
+std::uint64_t mask_in_zigzag(std::uint64_t natural_mask) noexcept
+{
+    std::uint64_t mask = 0;
+    for (std::size_t row = 0; row < 8; ++row)
+        mask |= zigzag_masks[row][natural_mask >> (8 * row) & 0xFF];
+    return mask;
+}
 
 NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexcept
 {
@@ -211,8 +236,28 @@ NUV_JPEGResult check_encode_arguments(const NUV_JPEGEncodeArguments& call) noexc
 NUV_JPEGResult encode_masked_block(const NUV_JPEGEncodeArguments& call,
                                    std::uint64_t natural_mask) noexcept
 {
-    return call.wide_ac_table != nullptr ? encode_block<true>(call, natural_mask)
-                                         : encode_block<false>(call, natural_mask);
+    // Near the end of the output the block is coded aside, to see first whether it fits.
+    std::uint8_t aside[most_bytes_of_block];
+    const std::ptrdiff_t room = call.size - *call.position;
+    std::uint8_t* const end_of_output = call.output + *call.position;
+    std::uint8_t* const start = room >= most_bytes_of_block ? end_of_output : aside;
+
+    NUV_JPEGBitWriter writer(start, *call.state);
+    if (call.flush)
+        writer.flush();
+    else if (!put_block(writer, call.block, mask_in_zigzag(natural_mask), *call.previous_dc,
+                        *call.dc_table, *call.ac_table))
+        return NUV_JPEGResult::bad_huffman;
+
+    NUV_JPEGEncodeState state = *call.state;
+    const std::ptrdiff_t written = writer.finish(state) - start;
+    if (written > room)
+        return NUV_JPEGResult::bad_size;
+    if (start == aside)
+        std::copy_n(aside, written, end_of_output);
+    *call.state = state;
+    *call.position += static_cast<std::int32_t>(written);
+    return NUV_JPEGResult::good;
 }
 
 NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uint8_t* values,
@@ -243,7 +288,8 @@ NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uin
 
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    set_huffman_encode_forms<non_zero_mask>(primitives);
+    set_huffman_encode_form<non_zero_mask>(primitives);
+    primitives.huffman_encode_blocks = huffman_encode_blocks;
     primitives.huffman_encode_state_init = huffman_encode_state_init;
 }
 

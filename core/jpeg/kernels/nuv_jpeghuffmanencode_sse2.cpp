@@ -7,10 +7,9 @@
 #    include <emmintrin.h>
 
 namespace nuv {
-namespace {
 
 NUV_TARGET("sse2")
-std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
+std::uint64_t non_zero_mask_sse2(const std::int16_t* block) noexcept
 {
     const __m128i zero = _mm_setzero_si128();
     std::uint64_t zeros = 0;
@@ -24,11 +23,9 @@ std::uint64_t non_zero_mask(const std::int16_t* block) noexcept
     return ~zeros;
 }
 
-} // namespace
-
 void set_sse2_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    set_huffman_encode_forms<non_zero_mask>(primitives);
+    set_huffman_encode_form<non_zero_mask_sse2>(primitives);
 }
 
 } // namespace nuv

@@ -53,7 +53,7 @@ struct NUV_JPEGDecodeTable {
 };
 static_assert(sizeof(NUV_JPEGDecodeTable) == 1644);
 
-struct NUV_JPEGWideEncodeTable; // core/jpeg/kernels/nuv_jpeghuffman.h
+struct NUV_JPEGBlockToCode; // core/jpeg/kernels/nuv_jpeghuffman.h
 
 // Bits that are coded but not yet written. Clear it with huffman_encode_state_init.
 struct NUV_JPEGEncodeState {
@@ -87,6 +87,8 @@ static_assert(sizeof(NUV_JPEGDecodeState) == 24);
 // the distance in bytes from a pixel to the one below it (1 or more). No form reads outside the
 // pixels of its area.
 struct NUV_JPEGPrimitives {
+    static constexpr std::size_t transform_group = 4; // blocks
+
     // Red, green and blue to Y, Cb and Cr blocks, level-shifted, in -128..127.
     using PixelsToBlocks = NUV_JPEGResult (*)(const std::uint8_t* source, std::int32_t row_step,
                                               std::int16_t* first, std::int16_t* second,
@@ -111,8 +113,6 @@ struct NUV_JPEGPrimitives {
     // coefficient times table[i] / 32768, to nearest with ties to even. `table` is in natural
     // order, from quant_forward_init.
     NUV_JPEGResult (*fdct_quant)(std::int16_t* block, const std::uint16_t* table);
-    // The same for two blocks, the second behind the first.
-    NUV_JPEGResult (*fdct_quant_pair)(std::int16_t* blocks, const std::uint16_t* table);
 
     // Codes one block (T.81, F.1.2) into output[*position] and up to `size`, and sets
     // *previous_dc to its DC value. With `flush` set the block and the tables are not looked at
@@ -209,13 +209,18 @@ struct NUV_JPEGPrimitives {
     // *size = bytes of the frequencies that huffman_optimal_table takes: 257 words of 8 bytes.
     NUV_JPEGResult (*huffman_size)(std::int32_t* size);
 
-    // huffman_encode_block for a wide table, with equal results, sooner.
-    NUV_JPEGResult (*huffman_encode_block_wide)(const std::int16_t* block, std::uint8_t* output,
-                                                std::int32_t size, std::int32_t* position,
-                                                std::int16_t* previous_dc,
-                                                const NUV_JPEGEncodeTable* dc_table,
-                                                const NUV_JPEGWideEncodeTable* ac_table,
-                                                NUV_JPEGEncodeState* state, bool flush);
+    // fdct_quant for `count` blocks of samples, one behind the other, out of place. masks[i] tells
+    // in bit k whether coefficient k of block i, in zig-zag order, is not zero. Blocks and masks
+    // are read and written up to the next whole number of transform_group.
+    void (*transform_blocks)(const std::int16_t* samples, std::size_t count,
+                             const std::uint16_t* table, std::int16_t* coefficients,
+                             std::uint64_t* masks);
+
+    // Codes the blocks as huffman_encode_block does, all in one go, and returns the end of the
+    // output, of which 512 bytes a block are free. Null for a symbol that has no code; what was
+    // coded is then incomplete.
+    std::uint8_t* (*huffman_encode_blocks)(const NUV_JPEGBlockToCode* blocks, std::size_t count,
+                                           std::uint8_t* output, NUV_JPEGEncodeState* state);
 };
 
 // The forms that `cpu` runs fastest; pick them once per coder. The tables live as long as the

@@ -143,7 +143,7 @@ NUV_JPEGResult idct_dequant(const std::int16_t* coefficients, std::int16_t* outp
 void set_portable_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     primitives.fdct_quant = fdct_quant;
-    primitives.fdct_quant_pair = on_pair<fdct_quant>;
+    primitives.transform_blocks = transform_each<fdct_quant, non_zero_mask>;
     primitives.quant_forward_init = quant_forward_init;
     primitives.idct_dequant = idct_dequant;
 }

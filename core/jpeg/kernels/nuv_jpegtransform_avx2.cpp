@@ -409,7 +409,7 @@ void set_avx2_block_forms(NUV_JPEGSampleForms& forms) noexcept
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     primitives.fdct_quant = fdct_quant_avx2;
-    primitives.fdct_quant_pair = on_pair<fdct_quant_avx2>;
+    primitives.transform_blocks = transform_each<fdct_quant_avx2, non_zero_mask_sse2>;
     primitives.idct_dequant = idct_dequant_avx2;
 }
 

@@ -4,6 +4,7 @@
 
 #    include "core/include/nuv_avx512.h"
 #    include "core/jpeg/kernels/nuv_jpegtransform.h"
+#    include "core/jpeg/stream/nuv_jpegtables.h"
 
 #    include <cstddef>
 
@@ -12,102 +13,118 @@ namespace {
 
 #    define NUV_AVX512 NUV_TARGET("avx512vbmi,avx512bw")
 
-// Two blocks in four registers, each half as the form for AVX2 has its one. Comments write
-// [a | b] for the quarters of a half: what they tell is so in both.
-struct Quad {
-    __m512i a, b, c, d;
+constexpr std::size_t side = 8;
+
+// Four blocks: a row, or a column, of each in the quarters of a register.
+struct Octet {
+    __m512i row[side];
 };
 
-// The two constants that a pair of 16-bit values is multiplied with, as one value of 32 bits.
-constexpr int pair_of(int low, int high) noexcept
-{
-    return static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high)
-                                                                      << 16);
-}
-
-// One such for the lower quarter, one for the upper.
+// The two constants that a pair of 16-bit values is multiplied with.
 NUV_AVX512
-inline __m512i pair_constants(int even, int odd)
+inline __m512i pair_of(int low, int high)
 {
-    return _mm512_mask_blend_epi32(0xF0F0, _mm512_set1_epi32(even), _mm512_set1_epi32(odd));
+    return _mm512_set1_epi32(
+        static_cast<int>(static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high) << 16));
 }
 
-// [a lower | b lower]
-NUV_AVX512
-inline __m512i lower_quarters(__m512i a, __m512i b)
+template <int Shift>
+NUV_AVX512 inline __m512i descale(__m512i low, __m512i high)
 {
-    return _mm512_permutex2var_epi64(a, _mm512_setr_epi64(0, 1, 8, 9, 4, 5, 12, 13), b);
-}
-
-// [a upper | b upper]
-NUV_AVX512
-inline __m512i upper_quarters(__m512i a, __m512i b)
-{
-    return _mm512_permutex2var_epi64(a, _mm512_setr_epi64(2, 3, 10, 11, 6, 7, 14, 15), b);
-}
-
-NUV_AVX512
-inline __m512i exchange_quarters(__m512i a)
-{
-    return _mm512_shuffle_i64x2(a, a, 0xB1);
-}
-
-// Outputs 2 K and 2 K + 1: [out_2K | out_2K+1] of 8 columns.
-// front_*: [s0 s1 | d0 d1], back_*: [s2 s3 | d2 d3] of four columns.
-template <int K, int Shift>
-NUV_AVX512 inline __m512i forward_outputs(__m512i front_low, __m512i back_low, __m512i front_high,
-                                          __m512i back_high)
-{
-    const __m512i front = pair_constants(pair_of(jpeg_dct_even[0][K], jpeg_dct_even[1][K]),
-                                         pair_of(jpeg_dct_odd[0][K], jpeg_dct_odd[1][K]));
-    const __m512i back = pair_constants(pair_of(jpeg_dct_even[2][K], jpeg_dct_even[3][K]),
-                                        pair_of(jpeg_dct_odd[2][K], jpeg_dct_odd[3][K]));
     const __m512i half = _mm512_set1_epi32(1 << (Shift - 1));
-    const __m512i low =
-        _mm512_add_epi32(_mm512_madd_epi16(front_low, front), _mm512_madd_epi16(back_low, back));
-    const __m512i high =
-        _mm512_add_epi32(_mm512_madd_epi16(front_high, front), _mm512_madd_epi16(back_high, back));
     return _mm512_packs_epi32(_mm512_srai_epi32(_mm512_add_epi32(low, half), Shift),
                               _mm512_srai_epi32(_mm512_add_epi32(high, half), Shift));
 }
 
-// In: [in0 | in1], [in2 | in3], [in4 | in5], [in6 | in7] of 8 columns; out the same.
+// 8192 times a sum, descaled: 13 of the bits to drop are those of the factor.
 template <int Shift>
-NUV_AVX512 inline Quad forward_pass(const Quad& in)
+NUV_AVX512 inline __m512i descale_sum(__m512i sum)
 {
-    const __m512i in_76 = exchange_quarters(in.d);
-    const __m512i in_54 = exchange_quarters(in.c);
-    const __m512i sums_01 = _mm512_add_epi16(in.a, in_76);
-    const __m512i sums_23 = _mm512_add_epi16(in.b, in_54);
-    const __m512i differences_01 = _mm512_sub_epi16(in.a, in_76);
-    const __m512i differences_23 = _mm512_sub_epi16(in.b, in_54);
-    const __m512i both_0 = lower_quarters(sums_01, differences_01);
-    const __m512i both_1 = upper_quarters(sums_01, differences_01);
-    const __m512i both_2 = lower_quarters(sums_23, differences_23);
-    const __m512i both_3 = upper_quarters(sums_23, differences_23);
-    const __m512i front_low = _mm512_unpacklo_epi16(both_0, both_1);
-    const __m512i front_high = _mm512_unpackhi_epi16(both_0, both_1);
-    const __m512i back_low = _mm512_unpacklo_epi16(both_2, both_3);
-    const __m512i back_high = _mm512_unpackhi_epi16(both_2, both_3);
-    return {forward_outputs<0, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<1, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<2, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<3, Shift>(front_low, back_low, front_high, back_high)};
+    if constexpr (Shift < 13) {
+        return _mm512_slli_epi16(sum, 13 - Shift);
+    } else {
+        const __m512i half = _mm512_set1_epi16(1 << (Shift - 14));
+        return _mm512_srai_epi16(_mm512_add_epi16(sum, half), Shift - 13);
+    }
 }
 
-// From [r0 | r4], ... [r3 | r7] to [c0 | c1], ... [c6 | c7], or from the columns of a pass back to
-// rows, of which then the columns stand in the order 0 2 4 6 1 3 5 7.
+// Pairs of values, those of the lower and of the upper half of each quarter.
+struct Pairs {
+    __m512i low, high;
+};
+
 NUV_AVX512
-inline Quad transpose(const Quad& in)
+inline Pairs pairs_of(__m512i a, __m512i b)
 {
-    const __m512i first_low = _mm512_unpacklo_epi16(in.a, in.b);
-    const __m512i first_high = _mm512_unpackhi_epi16(in.a, in.b);
-    const __m512i second_low = _mm512_unpacklo_epi16(in.c, in.d);
-    const __m512i second_high = _mm512_unpackhi_epi16(in.c, in.d);
-    return {_mm512_permutex_epi64(_mm512_unpacklo_epi32(first_low, second_low), 0xD8),
-            _mm512_permutex_epi64(_mm512_unpackhi_epi32(first_low, second_low), 0xD8),
-            _mm512_permutex_epi64(_mm512_unpacklo_epi32(first_high, second_high), 0xD8),
-            _mm512_permutex_epi64(_mm512_unpackhi_epi32(first_high, second_high), 0xD8)};
+    return {_mm512_unpacklo_epi16(a, b), _mm512_unpackhi_epi16(a, b)};
+}
+
+// Output 2 or 6, from the differences of the sums.
+template <int K, int Shift>
+NUV_AVX512 inline __m512i even_output(const Pairs& in)
+{
+    static_assert(jpeg_dct_even[3][K] == -jpeg_dct_even[0][K] &&
+                  jpeg_dct_even[2][K] == -jpeg_dct_even[1][K]);
+    const __m512i constants = pair_of(jpeg_dct_even[0][K], jpeg_dct_even[1][K]);
+    return descale<Shift>(_mm512_madd_epi16(in.low, constants),
+                          _mm512_madd_epi16(in.high, constants));
+}
+
+// Output 2 K + 1, from the differences 0 and 1, 2 and 3.
+template <int K, int Shift>
+NUV_AVX512 inline __m512i odd_output(const Pairs& front, const Pairs& back)
+{
+    const __m512i first = pair_of(jpeg_dct_odd[0][K], jpeg_dct_odd[1][K]);
+    const __m512i second = pair_of(jpeg_dct_odd[2][K], jpeg_dct_odd[3][K]);
+    return descale<Shift>(
+        _mm512_add_epi32(_mm512_madd_epi16(front.low, first), _mm512_madd_epi16(back.low, second)),
+        _mm512_add_epi32(_mm512_madd_epi16(front.high, first),
+                         _mm512_madd_epi16(back.high, second)));
+}
+
+template <int Shift>
+NUV_AVX512 inline Octet forward_pass(const Octet& in)
+{
+    __m512i sum[side / 2];
+    __m512i difference[side / 2];
+    for (std::size_t i = 0; i < side / 2; ++i) {
+        sum[i] = _mm512_add_epi16(in.row[i], in.row[side - 1 - i]);
+        difference[i] = _mm512_sub_epi16(in.row[i], in.row[side - 1 - i]);
+    }
+    const __m512i outer = _mm512_add_epi16(sum[0], sum[3]);
+    const __m512i inner = _mm512_add_epi16(sum[1], sum[2]);
+    const Pairs even = pairs_of(_mm512_sub_epi16(sum[0], sum[3]), _mm512_sub_epi16(sum[1], sum[2]));
+    const Pairs front = pairs_of(difference[0], difference[1]);
+    const Pairs back = pairs_of(difference[2], difference[3]);
+    return {{descale_sum<Shift>(_mm512_add_epi16(outer, inner)), odd_output<0, Shift>(front, back),
+             even_output<1, Shift>(even), odd_output<1, Shift>(front, back),
+             descale_sum<Shift>(_mm512_sub_epi16(outer, inner)), odd_output<2, Shift>(front, back),
+             even_output<3, Shift>(even), odd_output<3, Shift>(front, back)}};
+}
+
+// Of each block.
+NUV_AVX512
+inline Octet transpose(const Octet& in)
+{
+    Octet pairs;
+    Octet quads;
+    Octet out;
+    for (std::size_t i = 0; i < side / 2; ++i) {
+        pairs.row[2 * i] = _mm512_unpacklo_epi16(in.row[2 * i], in.row[2 * i + 1]);
+        pairs.row[2 * i + 1] = _mm512_unpackhi_epi16(in.row[2 * i], in.row[2 * i + 1]);
+    }
+    for (std::size_t i = 0; i < side; i += 4) {
+        for (std::size_t j = 0; j < 2; ++j) {
+            quads.row[i + 2 * j] = _mm512_unpacklo_epi32(pairs.row[i + j], pairs.row[i + j + 2]);
+            quads.row[i + 2 * j + 1] =
+                _mm512_unpackhi_epi32(pairs.row[i + j], pairs.row[i + j + 2]);
+        }
+    }
+    for (std::size_t i = 0; i < side / 2; ++i) {
+        out.row[2 * i] = _mm512_unpacklo_epi64(quads.row[i], quads.row[i + 4]);
+        out.row[2 * i + 1] = _mm512_unpackhi_epi64(quads.row[i], quads.row[i + 4]);
+    }
+    return out;
 }
 
 // value * factor / 2^15, nearest, ties to even: see the form for AVX2.
@@ -115,65 +132,89 @@ NUV_AVX512
 inline __m512i quantise(__m512i values, __m512i factors)
 {
     const __m512i rounded = _mm512_mulhrs_epi16(values, factors);
-    const __m512i low =
-        _mm512_and_si512(_mm512_mullo_epi16(values, factors), _mm512_set1_epi16(0x7FFF));
-    const __mmask32 tie = _mm512_cmpeq_epi16_mask(low, _mm512_set1_epi16(0x4000));
+    const __m512i product = _mm512_mullo_epi16(values, factors);
+    const __mmask32 tie =
+        _mm512_cmpeq_epi16_mask(_mm512_add_epi16(product, product), _mm512_set1_epi16(-0x8000));
     const __m512i odd = _mm512_and_si512(rounded, _mm512_set1_epi16(1));
     const __m512i nearest = _mm512_mask_sub_epi16(rounded, tie, rounded, odd);
-    const __m512i large = _mm512_and_si512(values, _mm512_srai_epi16(factors, 15));
-    return _mm512_adds_epi16(_mm512_adds_epi16(nearest, large), large);
+    const __mmask32 large = _mm512_movepi16_mask(factors);
+    const __m512i once = _mm512_mask_adds_epi16(nearest, large, nearest, values);
+    return _mm512_mask_adds_epi16(once, large, once, values);
 }
 
-// Two rows of each block, from those of a pass.
+// Registers whose quarters are the four rows of one block, from those of a row of four, or back.
 NUV_AVX512
-inline void put_rows(__m512i rows, const std::uint16_t* table, std::int16_t* out)
+inline void transpose_quarters(__m512i* rows)
 {
-    const __m512i natural =
-        _mm512_broadcast_i32x4(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
-    const __m512i factors =
-        _mm512_broadcast_i64x4(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(table)));
-    const __m512i done = quantise(_mm512_shuffle_epi8(rows, natural), factors);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_castsi512_si256(done));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + jpeg_block_size),
-                        _mm512_extracti64x4_epi64(done, 1));
+    const __m512i upper_01 = _mm512_shuffle_i64x2(rows[0], rows[1], 0x44);
+    const __m512i lower_01 = _mm512_shuffle_i64x2(rows[0], rows[1], 0xEE);
+    const __m512i upper_23 = _mm512_shuffle_i64x2(rows[2], rows[3], 0x44);
+    const __m512i lower_23 = _mm512_shuffle_i64x2(rows[2], rows[3], 0xEE);
+    rows[0] = _mm512_shuffle_i64x2(upper_01, upper_23, 0x88);
+    rows[1] = _mm512_shuffle_i64x2(upper_01, upper_23, 0xDD);
+    rows[2] = _mm512_shuffle_i64x2(lower_01, lower_23, 0x88);
+    rows[3] = _mm512_shuffle_i64x2(lower_01, lower_23, 0xDD);
 }
 
-// A row, and the one four below it, of each block. They were written row by row a moment ago: a
-// load of several would wait until that has reached the cache.
+// Where _mm512_packs_epi16() of the rows 0 to 3 and 4 to 7 puts the coefficients in zig-zag order.
+alignas(64) constexpr std::array<std::uint8_t, jpeg_block_size> packed_zigzag = [] {
+    std::array<std::uint8_t, jpeg_block_size> places{};
+    for (std::size_t k = 0; k < jpeg_block_size; ++k) {
+        const std::size_t row = jpeg_zigzag[k] / side;
+        const std::size_t column = jpeg_zigzag[k] % side;
+        places[k] = static_cast<std::uint8_t>(row % 4 * 16 + row / 4 * side + column);
+    }
+    return places;
+}();
+
+// Four blocks.
 NUV_AVX512
-inline __m512i load_rows(const std::int16_t* rows)
+inline void transform_group(const std::int16_t* samples, const std::uint16_t* table,
+                            std::int16_t* coefficients, std::uint64_t* masks)
 {
-    const auto row = [rows](std::size_t at) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows + at));
-    };
-    const __m256i first = _mm256_inserti128_si256(_mm256_castsi128_si256(row(0)), row(32), 1);
-    const __m256i second = _mm256_inserti128_si256(_mm256_castsi128_si256(row(jpeg_block_size)),
-                                                   row(jpeg_block_size + 32), 1);
-    return _mm512_inserti64x4(_mm512_castsi256_si512(first), second, 1);
+    Octet rows;
+    for (std::size_t i = 0; i < 4; ++i) {
+        rows.row[i] = _mm512_loadu_si512(samples + i * jpeg_block_size);
+        rows.row[i + 4] = _mm512_loadu_si512(samples + i * jpeg_block_size + 32);
+    }
+    transpose_quarters(rows.row);
+    transpose_quarters(rows.row + 4);
+    const Octet first = forward_pass<jpeg_dct_first_shift>(transpose(rows));
+    Octet done = forward_pass<jpeg_dct_second_shift>(transpose(first));
+    for (std::size_t i = 0; i < side; ++i) {
+        const __m512i factors = _mm512_broadcast_i32x4(
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(table + i * side)));
+        done.row[i] = quantise(done.row[i], factors);
+    }
+    transpose_quarters(done.row);
+    transpose_quarters(done.row + 4);
+    const __m512i zigzag = _mm512_load_si512(packed_zigzag.data());
+    for (std::size_t i = 0; i < 4; ++i) {
+        _mm512_storeu_si512(coefficients + i * jpeg_block_size, done.row[i]);
+        _mm512_storeu_si512(coefficients + i * jpeg_block_size + 32, done.row[i + 4]);
+        const __m512i packed = _mm512_packs_epi16(done.row[i], done.row[i + 4]);
+        const __m512i ordered = _mm512_permutexvar_epi8(zigzag, packed);
+        masks[i] = _mm512_test_epi8_mask(ordered, ordered);
+    }
 }
 
 NUV_AVX512
-NUV_JPEGResult fdct_quant_pair_avx512(std::int16_t* blocks, const std::uint16_t* table)
+void transform_blocks_avx512(const std::int16_t* samples, std::size_t count,
+                             const std::uint16_t* table, std::int16_t* coefficients,
+                             std::uint64_t* masks)
 {
-    if (blocks == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-
-    const Quad columns = transpose(
-        {load_rows(blocks), load_rows(blocks + 8), load_rows(blocks + 16), load_rows(blocks + 24)});
-    const Quad rows = transpose(forward_pass<jpeg_dct_first_shift>(columns));
-    const Quad done = forward_pass<jpeg_dct_second_shift>(rows);
-    put_rows(done.a, table, blocks);
-    put_rows(done.b, table + 16, blocks + 16);
-    put_rows(done.c, table + 32, blocks + 32);
-    put_rows(done.d, table + 48, blocks + 48);
-    return NUV_JPEGResult::good;
+    constexpr std::size_t group = NUV_JPEGPrimitives::transform_group;
+    for (std::size_t i = 0; i < count; i += group) {
+        transform_group(samples + i * jpeg_block_size, table, coefficients + i * jpeg_block_size,
+                        masks + i);
+    }
 }
 
 } // namespace
 
 void set_avx512_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.fdct_quant_pair = fdct_quant_pair_avx512;
+    primitives.transform_blocks = transform_blocks_avx512;
 }
 
 } // namespace nuv

@@ -219,7 +219,7 @@ NUV_JPEGResult idct_dequant_sse2(const std::int16_t* coefficients, std::int16_t*
 void set_sse2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     primitives.fdct_quant = fdct_quant_sse2;
-    primitives.fdct_quant_pair = on_pair<fdct_quant_sse2>;
+    primitives.transform_blocks = transform_each<fdct_quant_sse2, non_zero_mask_sse2>;
     primitives.idct_dequant = idct_dequant_sse2;
 }
 
