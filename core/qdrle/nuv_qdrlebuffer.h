@@ -60,6 +60,32 @@ public:
     [[nodiscard]] virtual bool wants(std::uint32_t row) = 0;
 };
 
+// Lines of runs, one after the other.
+struct NUV_QDRLELines {
+    std::span<const NUV_QDRLERun> runs;
+    std::span<const std::size_t> ends; // where in `runs` each line ends
+
+    [[nodiscard]] std::span<const NUV_QDRLERun> operator[](std::size_t line) const noexcept
+    {
+        const std::size_t begin = line == 0 ? 0 : ends[line - 1];
+        return runs.subspan(begin, ends[line] - begin);
+    }
+};
+
+// Who takes the lines of an image as they are read.
+class NUV_QDRLELineTaker {
+public:
+    NUV_QDRLELineTaker() = default;
+    NUV_QDRLELineTaker(const NUV_QDRLELineTaker&) = delete;
+    NUV_QDRLELineTaker& operator=(const NUV_QDRLELineTaker&) = delete;
+    virtual ~NUV_QDRLELineTaker() = default;
+
+    // How many lines come at a time, but for the last ones.
+    [[nodiscard]] virtual std::uint32_t most_lines() const noexcept = 0;
+    // The lines from `row` on, each in canonical order. False ends the reading.
+    [[nodiscard]] virtual bool take(std::uint32_t row, const NUV_QDRLELines& lines) = 0;
+};
+
 // A whole image in run form, for engines that need its lines out of order. The source is read at
 // the first access to a line, once. An engine ends the buffer before its reader.
 class NUV_QDRLEBuffer final : public NUV_QDRLEBufferBase {
@@ -78,6 +104,10 @@ public:
     // True when the whole image is here. Reads it when nobody has tried yet. Of a line that
     // `choice` does not want the runs are checked, but not kept; without one all lines are wanted.
     [[nodiscard]] bool load(NUV_QDRLELineChoice* choice = nullptr);
+
+    // Reads the image, instead of load(), and gives its lines to `taker`, from the top; none of
+    // them is kept. False where the image is not whole, and where the taker says so.
+    [[nodiscard]] bool hand_over(NUV_QDRLELineTaker& taker);
 
     // The runs of a line, top line 0, in canonical order: ascending, apart from one another, within
     // the width. Empty where the image ended before that line, and where it was not wanted.
@@ -98,10 +128,17 @@ private:
                                          std::uint32_t width) noexcept;
     void begin_line();
     [[nodiscard]] bool finish_line(std::uint32_t width);
+    [[nodiscard]] bool hand_lines_over();
+    [[nodiscard]] std::uint32_t rows_read() const noexcept
+    {
+        return handed_over_ + static_cast<std::uint32_t>(line_ends_.size());
+    }
 
     NUV_Vector<NUV_QDRLERun> runs_;     // of all lines, one after the other
     NUV_Vector<std::size_t> line_ends_; // where in runs_ each line ends
     NUV_QDRLELineChoice* choice_ = nullptr;
+    NUV_QDRLELineTaker* taker_ = nullptr;
+    std::uint32_t handed_over_ = 0; // lines that are with the taker
     // Of the line that is being read:
     std::int64_t free_from_ = 0; // the first column that its next run may start in
     bool is_canonical_ = true;   // so far

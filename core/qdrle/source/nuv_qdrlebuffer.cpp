@@ -104,6 +104,25 @@ bool NUV_QDRLEBuffer::load(NUV_QDRLELineChoice* choice)
     return complete_;
 }
 
+bool NUV_QDRLEBuffer::hand_over(NUV_QDRLELineTaker& taker)
+{
+    taker_ = &taker;
+    const bool done = !registered_ && load() && hand_lines_over();
+    taker_ = nullptr;
+    return done;
+}
+
+bool NUV_QDRLEBuffer::hand_lines_over()
+{
+    const NUV_QDRLELines lines{.runs = runs_.items(), .ends = line_ends_.items()};
+    if (!lines.ends.empty() && !taker_->take(handed_over_, lines))
+        return false;
+    handed_over_ = rows_read();
+    runs_.clear();
+    line_ends_.clear();
+    return true;
+}
+
 std::span<const NUV_QDRLERun> NUV_QDRLEBuffer::line(std::uint32_t row)
 {
     static_cast<void>(load()); // what came before a failure is there
@@ -139,7 +158,7 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
         !line_ends_.reserve(std::min(header->height(), most_reserved)))
         return false;
     begin_line();
-    while (line_ends_.size() < header->height()) {
+    while (rows_read() < header->height()) {
         std::uint32_t bytes = 0;
         NUV_InputBlock in(*src, block_.data(), &bytes);
         if (!in || bytes % NUV_QDRLERun::bytes != 0)
@@ -156,7 +175,7 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
 // What follows the last line of the image is left alone.
 bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const NUV_Header& header)
 {
-    while (!records.empty() && line_ends_.size() < header.height()) {
+    while (!records.empty() && rows_read() < header.height()) {
         const std::size_t count = check_runs(records, header.width());
         if (is_wanted_ && !append_records(runs_, records.first(count)))
             return false;
@@ -168,7 +187,7 @@ bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const 
         records = records.subspan(1);
         if (!finish_line(header.width()))
             return false;
-        if (line_ends_.size() < header.height())
+        if (rows_read() < header.height())
             begin_line();
     }
     return true;
@@ -202,7 +221,7 @@ void NUV_QDRLEBuffer::begin_line()
 {
     free_from_ = 0;
     is_canonical_ = true;
-    is_wanted_ = !choice_ || choice_->wants(static_cast<std::uint32_t>(line_ends_.size()));
+    is_wanted_ = !choice_ || choice_->wants(rows_read());
 }
 
 bool NUV_QDRLEBuffer::finish_line(std::uint32_t width)
@@ -211,7 +230,9 @@ bool NUV_QDRLEBuffer::finish_line(std::uint32_t width)
     if (!is_canonical_ &&
         !runs_.resize(begin + make_canonical(runs_.items().subspan(begin), width)))
         return false;
-    return line_ends_.push_back(runs_.size());
+    if (!line_ends_.push_back(runs_.size()))
+        return false;
+    return !taker_ || line_ends_.size() < taker_->most_lines() || hand_lines_over();
 }
 
 } // namespace nuv

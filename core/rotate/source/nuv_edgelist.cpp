@@ -1,173 +1,144 @@
 #include "core/rotate/source/nuv_edgelist.h"
 
 #include "framework/base/nuv_failure.h"
-#include "framework/base/nuv_held.h"
 #include "framework/base/nuv_status.h"
 
 #include <algorithm>
-#include <limits>
-#include <numeric>
+#include <utility>
 
 namespace nuv {
-namespace {
-
-constexpr std::uint32_t digit_bits = 16;
-constexpr std::uint32_t digits = std::uint32_t{1} << digit_bits;
-
-// The columns at which a line changes colour, from the left: the start of each run, and the column
-// behind its end.
-class Changes {
-public:
-    static constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
-
-    explicit Changes(std::span<const NUV_QDRLERun> runs) noexcept : runs_(runs) {}
-
-    [[nodiscard]] std::uint64_t column() const noexcept
-    {
-        if (index_ / 2 >= runs_.size())
-            return none;
-        const NUV_QDRLERun& run = runs_[index_ / 2];
-        return index_ % 2 == 0 ? run.start : std::uint64_t{run.end} + 1;
-    }
-    void next() noexcept { ++index_; }
-
-private:
-    std::span<const NUV_QDRLERun> runs_;
-    std::size_t index_ = 0; // two for each run
-};
-
-} // namespace
 
 bool NUV_EdgeList::cleanup()
 {
-    edges_.clear();
-    crossing_.clear();
-    next_crossing_.clear();
+    sections_.clear();
     return true;
 }
 
-bool NUV_EdgeList::initiate(std::uint32_t width, Order order)
+bool NUV_EdgeList::initiate(const NUV_Turn& turn)
 {
-    constexpr std::size_t usual = 128; // edges of a column
-    width_ = width;
-    order_ = order;
-    if (!crossing_.reserve(usual) || !next_crossing_.reserve(usual))
+    constexpr std::size_t usual = 128; // changes of a column
+    turn_ = turn;
+    if (!changes_.resize(usual))
         return fail(manager(), NUV_ERR_MEMORY, "NUV_EdgeList::initiate()");
     return true;
 }
 
-bool NUV_EdgeList::add_line(std::uint32_t row, std::span<const NUV_QDRLERun> above,
-                            std::span<const NUV_QDRLERun> line)
+bool NUV_EdgeList::take(std::uint32_t row, const NUV_QDRLELines& lines)
 {
-    // Where one of the two lines changes colour and the other does not, they begin or cease to
-    // differ.
-    Changes in_above(above);
-    Changes in_line(line);
-    std::uint64_t differ_from = Changes::none;
-    for (;;) {
-        const std::uint64_t a = in_above.column();
-        const std::uint64_t b = in_line.column();
-        if (a == Changes::none && b == Changes::none)
-            return true;
-        if (a <= b)
-            in_above.next();
-        if (b <= a)
-            in_line.next();
-        if (a == b)
+    // About what the runs themselves take in memory that grows.
+    constexpr std::size_t bytes_for_run = 2 * NUV_QDRLERun::bytes;
+    constexpr std::size_t least_runs = NUV_BitBand::bytes_per_column / bytes_for_run;
+    if (lines.runs.size() / least_runs > turn_.width)
+        return add_bits(row, lines);
+    return add_corners(row, lines);
+}
+
+bool NUV_EdgeList::add_bits(std::uint32_t row, const NUV_QDRLELines& lines)
+{
+    const auto count = static_cast<std::uint32_t>(lines.ends.size());
+    auto band = make_initiated<NUV_BitBand>(manager(), turn_, row, row + count);
+    if (!band || !end_corners())
+        return false;
+    std::uint32_t first = 0; // of lines that are all the same
+    for (std::uint32_t i = 1; i <= count; ++i) {
+        if (i < count && std::ranges::equal(lines[i], lines[first]))
             continue;
-        const std::uint64_t column = std::min(a, b);
-        if (differ_from == Changes::none) {
-            differ_from = column;
-            continue;
-        }
-        if (!add_edge(static_cast<std::uint32_t>(differ_from),
-                      static_cast<std::uint32_t>(column - 1), row))
-            return false;
-        differ_from = Changes::none;
+        band->take(row + first, row + i, lines[first]);
+        first = i;
     }
+    return sections_.push_back(Section{{}, std::move(band), row, row + count});
 }
 
-bool NUV_EdgeList::add_edge(std::uint32_t first, std::uint32_t last, std::uint32_t row)
+bool NUV_EdgeList::add_corners(std::uint32_t row, const NUV_QDRLELines& lines)
 {
-    if (order_ == Order::from_right)
-        return edges_.push_back(Edge{width_ - 1 - last, width_ - 1 - first, row});
-    return edges_.push_back(Edge{first, last, row});
+    if (sections_.empty() || !sections_.back().corners) {
+        auto list = make_initiated<NUV_CornerList>(manager(), turn_);
+        if (!list || !sections_.push_back(Section{std::move(list), {}, row, row}))
+            return false;
+    }
+    Section& section = sections_.back();
+    for (std::size_t i = 0; i < lines.ends.size(); ++i) {
+        if (!section.corners->take(row++, lines[i]))
+            return false;
+    }
+    section.end_row = row;
+    return true;
 }
 
-// Edges come in the order of their lines, which sorting by digits keeps.
+bool NUV_EdgeList::end_corners()
+{
+    if (sections_.empty() || !sections_.back().corners)
+        return true;
+    const Section& section = sections_.back();
+    return section.corners->take(section.end_row, {}) && section.corners->finish();
+}
+
 bool NUV_EdgeList::finish()
 {
-    return sort_by_digit(0) && (width_ <= digits || sort_by_digit(digit_bits));
-}
-
-// Counts how many edges have each digit, and puts each behind those with a smaller one.
-bool NUV_EdgeList::sort_by_digit(std::uint32_t shift)
-{
-    NUV_Scratch<std::size_t> places;
-    EdgeVector sorted(manager());
-    if (!places.allocate(manager(), std::size_t{std::min(width_, digits)} + 1) ||
-        !sorted.resize(edges_.size()))
-        return fail(manager(), NUV_ERR_MEMORY, "NUV_EdgeList::finish()");
-    std::ranges::fill(places.items(), std::size_t{0});
-    const auto digit_of = [shift](const Edge& edge) { return edge.first >> shift & (digits - 1); };
-    for (const Edge& edge : edges_.items())
-        ++places[digit_of(edge) + 1];
-    std::partial_sum(places.items().begin(), places.items().end(), places.items().begin());
-    Edge* const to = sorted.items().data();
-    for (const Edge& edge : edges_.items())
-        to[places[digit_of(edge)]++] = edge;
-    edges_.swap(sorted);
+    if (!end_corners())
+        return false;
+    if (turn_.is_clockwise)
+        std::ranges::reverse(sections_.items());
     return true;
 }
 
-// Takes the edges that end before the next column out of those that cross, and those that begin
-// there in.
-bool NUV_EdgeList::step()
+bool NUV_EdgeList::next_column()
 {
-    const auto edges = edges_.items();
-    const std::size_t first = next_edge_;
-    while (next_edge_ < edges.size() && edges[next_edge_].first == column_)
-        ++next_edge_;
-    const auto crossing = crossing_.items();
-    if (!next_crossing_.resize(crossing.size() + (next_edge_ - first)))
-        return false;
-    const Edge* begins = edges.data() + first;
-    const Edge* const end_of_begins = edges.data() + next_edge_;
-    Edge* out = next_crossing_.items().data();
-    for (const Edge& edge : crossing) {
-        for (; begins != end_of_begins && begins->row < edge.row; ++begins)
-            *out++ = *begins;
-        *out = edge; // and written over when it ends here
-        out += edge.last >= column_ ? 1 : 0;
-    }
-    out = std::copy(begins, end_of_begins, out);
-    const auto count = static_cast<std::size_t>(out - next_crossing_.items().data());
-    if (!next_crossing_.resize(count))
-        return false;
-    crossing_.swap(next_crossing_);
-    ++column_;
-    return true;
-}
-
-bool NUV_EdgeList::next_column(NUV_QDRLERunVector& column)
-{
-    if (!step())
-        return false;
-    // White above the image and below it: the edges of a column come in pairs.
-    for (std::size_t i = 0; i + 1 < crossing_.size(); i += 2) {
-        if (!column.add(crossing_[i].row, crossing_[i + 1].row - 1))
+    bool is_new = false;
+    for (const Section& section : sections_.items()) {
+        if (section.bits)
+            is_new = section.bits->next_column() || is_new;
+        else if (!section.corners->next_column(is_new))
             return false;
     }
-    return true;
+    return !is_new || gather_changes();
 }
 
-bool NUV_EdgeList::next_column_upward(NUV_QDRLERunVector& column, std::uint32_t height)
+// A section takes what is above it and below it for white. Where it is black, the changes there are
+// none.
+bool NUV_EdgeList::gather_changes()
 {
-    if (!step())
+    std::size_t room = 2;
+    for (const Section& section : sections_.items())
+        room += section.bits ? NUV_BitBand::most_rows : section.corners->changes().size() + 1;
+    if (changes_.size() < room && !changes_.resize(2 * room))
         return false;
-    for (std::size_t i = crossing_.size(); i >= 2; i -= 2) {
-        if (!column.add(height - crossing_[i - 1].row, height - 1 - crossing_[i - 2].row))
-            return false;
+    std::uint32_t* const begin = changes_.data();
+    std::uint32_t* out = begin;
+    bool is_black = false; // from the last change on
+    for (const Section& section : sections_.items()) {
+        const std::uint32_t place =
+            turn_.place_of(turn_.is_clockwise ? section.end_row : section.first_row);
+        if (!is_black && out != begin && out[-1] == place) {
+            --out;
+            is_black = true;
+        }
+        if (section.bits) {
+            out = section.bits->append_changes(out, is_black);
+            continue;
+        }
+        auto changes = section.corners->changes();
+        if (is_black && !changes.empty() && changes.front() == place)
+            changes = changes.subspan(1);
+        else if (is_black)
+            *out++ = place;
+        is_black = false;
+        out = std::ranges::copy(changes, out).out;
+    }
+    if (is_black)
+        *out++ = turn_.height;
+    return make_runs(static_cast<std::size_t>(out - begin));
+}
+
+// White above the image and below it: changes come in pairs.
+bool NUV_EdgeList::make_runs(std::size_t change_count)
+{
+    if (!column_.resize(change_count / 2))
+        return false;
+    const std::uint32_t* changes = changes_.data();
+    for (NUV_QDRLERun& run : column_.items()) {
+        run = {changes[0], changes[1] - 1};
+        changes += 2;
     }
     return true;
 }

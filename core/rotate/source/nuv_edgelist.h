@@ -1,6 +1,10 @@
 #pragma once
 
-#include "core/qdrle/nuv_qdrlerunvector.h"
+#include "core/qdrle/nuv_qdrlebuffer.h"
+#include "core/rotate/source/nuv_bitband.h"
+#include "core/rotate/source/nuv_cornerlist.h"
+#include "core/rotate/source/nuv_turn.h"
+#include "framework/base/nuv_held.h"
 #include "framework/base/nuv_object.h"
 #include "framework/containers/nuv_vector.h"
 
@@ -10,57 +14,53 @@
 
 namespace nuv {
 
-// A bilevel image as its horizontal edges: the stretches of columns whose colour changes from one
-// line to the next. The edges that cross one column, in the order of their lines, are where the
-// runs of that column begin and end, so the image can be given out column by column.
-//
-// First all lines go in, from the top; then all columns come out, from the left or the right.
-class NUV_EdgeList final : public NUV_Object {
+// Turns a bilevel image by 90 degrees or back: first all lines go in, from the top, then all
+// columns come out. Bands of lines with many runs are kept as bits, the others as the corners of
+// what is black, so that memory grows with the runs and not with the pixels.
+class NUV_EdgeList final : public NUV_Object, public NUV_QDRLELineTaker {
 public:
-    enum class Order { from_left, from_right };
-
     explicit NUV_EdgeList(NUV_Manager& manager) noexcept
         : NUV_Object(manager),
-          edges_(manager),
-          crossing_(manager),
-          next_crossing_(manager)
+          sections_(manager),
+          changes_(manager),
+          column_(manager)
     {}
 
     bool cleanup() override;
-    // `width` in columns, that is in output lines.
-    [[nodiscard]] bool initiate(std::uint32_t width, Order order);
+    [[nodiscard]] bool initiate(const NUV_Turn& turn);
 
-    // The edges between line `row` and the one above it. Both lines are in canonical order. The
-    // first line has a white one above it, and one below the last has to be given too, as white.
-    [[nodiscard]] bool add_line(std::uint32_t row, std::span<const NUV_QDRLERun> above,
-                                std::span<const NUV_QDRLERun> line);
+    [[nodiscard]] std::uint32_t most_lines() const noexcept override
+    {
+        return NUV_BitBand::most_rows;
+    }
+    [[nodiscard]] bool take(std::uint32_t row, const NUV_QDRLELines& lines) override;
     // No more lines: columns may be asked for.
     [[nodiscard]] bool finish();
 
-    // Appends the runs of the next column to `column`, positions counted from the top.
-    [[nodiscard]] bool next_column(NUV_QDRLERunVector& column);
-    // The same for positions counted from the bottom of an image of `height` lines.
-    [[nodiscard]] bool next_column_upward(NUV_QDRLERunVector& column, std::uint32_t height);
+    // Goes on to the next column, which must be there.
+    [[nodiscard]] bool next_column();
+    // Its runs, in canonical order.
+    [[nodiscard]] std::span<const NUV_QDRLERun> column() const noexcept { return column_.items(); }
 
 private:
-    struct Edge {
-        std::uint32_t first; // column, in the order in which columns come out
-        std::uint32_t last;  // inclusive
-        std::uint32_t row;   // of the line below it
+    // Some lines of the image, in one of two forms.
+    struct Section {
+        NUV_Held<NUV_CornerList> corners;
+        NUV_Held<NUV_BitBand> bits;
+        std::uint32_t first_row = 0;
+        std::uint32_t end_row = 0;
     };
-    using EdgeVector = NUV_Vector<Edge>;
 
-    [[nodiscard]] bool add_edge(std::uint32_t first, std::uint32_t last, std::uint32_t row);
-    [[nodiscard]] bool sort_by_digit(std::uint32_t shift);
-    [[nodiscard]] bool step();
+    [[nodiscard]] bool add_bits(std::uint32_t row, const NUV_QDRLELines& lines);
+    [[nodiscard]] bool add_corners(std::uint32_t row, const NUV_QDRLELines& lines);
+    [[nodiscard]] bool end_corners();
+    [[nodiscard]] bool gather_changes();
+    [[nodiscard]] bool make_runs(std::size_t change_count);
 
-    EdgeVector edges_;    // by line; once finished by first column, then by line
-    EdgeVector crossing_; // the column that came out last, by line
-    EdgeVector next_crossing_;
-    std::size_t next_edge_ = 0;
-    std::uint32_t width_ = 0;
-    std::uint32_t column_ = 0; // the next to come out
-    Order order_ = Order::from_left;
+    NUV_Vector<Section> sections_;      // from the top; once finished in the order of output lines
+    NUV_Vector<std::uint32_t> changes_; // of the column
+    NUV_Vector<NUV_QDRLERun> column_;
+    NUV_Turn turn_;
 };
 
 } // namespace nuv

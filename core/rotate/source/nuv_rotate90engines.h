@@ -84,14 +84,12 @@ public:
 
 private:
     [[nodiscard]] bool build();
-    // The runs of output line `row_`, into line_.
-    [[nodiscard]] bool turn_line();
 
     NUV_Held<NUV_QDRLEBuffer> buffer_;
-    NUV_Held<NUV_EdgeList> edges_; // for 90 and 270
-    NUV_QDRLERunVector line_;
-    std::int32_t angle_ = 0; // 90, 180 or 270
-    std::uint32_t row_ = 0;  // lines written
+    NUV_Held<NUV_EdgeList> edges_;  // for 90 and 270
+    NUV_Vector<NUV_QDRLERun> line_; // for 180
+    std::int32_t angle_ = 0;        // 90, 180 or 270
+    std::uint32_t row_ = 0;         // lines written
     bool built_ = false;
 };
 

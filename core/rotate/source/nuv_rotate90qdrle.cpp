@@ -3,6 +3,8 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
+#include <algorithm>
+
 namespace nuv {
 
 bool NUV_Rotate90QDRLEEngine::cleanup()
@@ -37,10 +39,8 @@ bool NUV_Rotate90QDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
     if (!buffer_)
         return false;
     if (wanted.exchanges_sides()) {
-        // A clockwise turn makes the left column the first line; the other way it is the right one.
-        const auto order =
-            angle_ == 90 ? NUV_EdgeList::Order::from_left : NUV_EdgeList::Order::from_right;
-        edges_ = make_initiated<NUV_EdgeList>(manager(), header->width(), order);
+        edges_ = make_initiated<NUV_EdgeList>(
+            manager(), NUV_Turn{header->width(), header->height(), angle_ == 90});
         if (!edges_)
             return false;
     }
@@ -51,36 +51,11 @@ bool NUV_Rotate90QDRLEEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* 
 // source line has been read.
 bool NUV_Rotate90QDRLEEngine::build()
 {
-    if (!buffer_->load())
-        return false;
     if (!edges_)
-        return true;
-    const std::uint32_t height = buffer_->height();
-    for (std::uint32_t y = 0; y < height; ++y) {
-        const auto above = y == 0 ? std::span<const NUV_QDRLERun>() : buffer_->line(y - 1);
-        if (!edges_->add_line(y, above, buffer_->line(y)))
-            return false;
-    }
-    if (!edges_->add_line(height, buffer_->line(height - 1), {}))
-        return false;
+        return buffer_->load();
+    const bool done = buffer_->hand_over(*edges_);
     buffer_.reset();
-    return edges_->finish();
-}
-
-bool NUV_Rotate90QDRLEEngine::turn_line()
-{
-    line_.clear();
-    if (angle_ == 90)
-        return edges_->next_column_upward(line_, header_.width());
-    if (angle_ == 270)
-        return edges_->next_column(line_);
-    const auto runs = buffer_->line(header_.height() - 1 - row_);
-    const std::uint32_t last_column = header_.width() - 1;
-    for (std::size_t i = runs.size(); i > 0; --i) {
-        if (!line_.add(last_column - runs[i - 1].end, last_column - runs[i - 1].start))
-            return false;
-    }
-    return true;
+    return done && edges_->finish();
 }
 
 bool NUV_Rotate90QDRLEEngine::execute()
@@ -92,10 +67,17 @@ bool NUV_Rotate90QDRLEEngine::execute()
         if (!build())
             return false;
     }
-    if (!turn_line())
-        return false;
     ++row_;
-    return line_.write(dst_buffer_);
+    if (edges_)
+        return edges_->next_column() && write_runs(edges_->column(), *dst_buffer_);
+    const auto runs = buffer_->line(header_.height() - row_);
+    if (!line_.resize(runs.size()))
+        return false;
+    const std::uint32_t last_column = header_.width() - 1;
+    std::ranges::transform(runs, line_.items().rbegin(), [last_column](NUV_QDRLERun run) {
+        return NUV_QDRLERun{last_column - run.end, last_column - run.start};
+    });
+    return write_runs(line_.items(), *dst_buffer_);
 }
 
 NUV_Engine* NUV_Rotate90QDRLE::engine(NUV_Engine* previous, std::int32_t angle)

@@ -61,6 +61,35 @@ TEST(Geometry, GivesTheseResults)
                   records_of(turned));
 }
 
+// Lines that are white, black, the same as above or of any runs, many or few of a kind together.
+TEST(Geometry, TurnsRunsHoweverManyThereAreInALine)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < 40; ++i) {
+        const auto size = [&](unsigned most) {
+            return static_cast<std::uint32_t>(1 + random() % most);
+        };
+        NUV_ModelImage page{.width = size(40), .height = size(1800), .channels = 1, .bits = 1};
+        page.encode_type = NUV_EncodeType::qd_rle;
+        unsigned kind = 0;
+        for (std::size_t pixel = 0; pixel < std::size_t{page.width} * page.height; ++pixel) {
+            if (pixel % page.width == 0 && random() % 150 == 0)
+                kind = random() % 4;
+            const bool is_first = pixel < page.width;
+            const std::int64_t above = is_first ? 0 : page.samples[pixel - page.width];
+            page.samples.push_back(kind == 3 ? random() % 2 : kind == 2 ? above : kind);
+        }
+        for (const bool back : {false, true}) {
+            const auto turned = page.with(page.height, page.width, 1, [&](auto x, auto y, auto c) {
+                return back ? page.at(page.width - 1 - y, x, c)
+                            : page.at(y, page.height - 1 - x, c);
+            });
+            expect_result(page.text().c_str(), page.description(), page.bytes(),
+                          appending<NUV_Rotate90>(back ? 270 : 90), turned.bytes());
+        }
+    }
+}
+
 // Lines that are made anew have nothing behind their last pixel, whatever the source has there.
 TEST(Geometry, LeavesThePaddingClear)
 {
