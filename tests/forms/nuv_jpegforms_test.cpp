@@ -34,6 +34,7 @@ TEST(JPEGForms, AreChosenByTheProcessor)
           &Set::split_444, &Set::split_422, &Set::split_420})
         expect_chosen("PSAA", primitive(field));
     expect_chosen("PPAA", sample_form(&Samples::interleave_3));
+    expect_chosen("PSSS", primitive(&Set::non_zero_in_zigzag));
     expect_chosen("PSSS", primitive(&Set::lossless_first_row));
     expect_chosen("PSSS", primitive(&Set::lossless_other_rows));
 }

@@ -27,10 +27,11 @@ namespace nuv {
                                              const NUV_JPEGScanHeader& scan,
                                              const NUV_JPEGWideTable& table, std::uint32_t& run,
                                              std::uint8_t& occupied) noexcept;
-// G.1.2.3. Inside a run it does nothing but count for a block that is not occupied. A block is as
-// it was when this fails. NUV_JPEGResult::run_past_block for a value of more bits than one.
+// G.1.2.3. `coefficients` has a bit for each of the block that is not 0, by its index in zig-zag
+// order. Inside a run this does nothing but count for a block without any. A block is as it was
+// when this fails. NUV_JPEGResult::run_past_block for a value of more bits than one.
 [[nodiscard]] NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
-                                       const NUV_JPEGScanHeader& scan,
+                                       std::uint64_t coefficients, const NUV_JPEGScanHeader& scan,
                                        const NUV_JPEGWideTable& table, std::uint32_t& run,
                                        std::uint8_t& occupied) noexcept;
 

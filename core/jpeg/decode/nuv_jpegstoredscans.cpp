@@ -30,8 +30,9 @@ namespace {
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                        const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                       std::uint32_t restart_rows) noexcept
+                                       std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept
 {
+    primitives_ = &jpeg_primitives(cpu);
     header_ = &header;
     input_ = &input;
     geometry_ = geometry;
@@ -189,9 +190,14 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
     }
     std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
     const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
-    const NUV_JPEGResult result =
-        is_first ? decode_ac_first(bits, block, scan, table, run, row.occupied[i])
-                 : refine_ac(bits, block, scan, table, run, row.occupied[i]);
+    NUV_JPEGResult result = NUV_JPEGResult::good;
+    if (is_first) {
+        result = decode_ac_first(bits, block, scan, table, run, row.occupied[i]);
+    } else {
+        const std::uint64_t coefficients =
+            row.occupied[i] != 0 ? primitives_->non_zero_in_zigzag(block) : 0;
+        result = refine_ac(bits, block, coefficients, scan, table, run, row.occupied[i]);
+    }
     i += is_good(result) ? 1 : 0;
     return result;
 }

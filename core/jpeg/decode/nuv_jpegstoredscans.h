@@ -18,7 +18,7 @@ public:
     // lines, see NUV_JPEGDecoder. All memory is taken here.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                     const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                    std::uint32_t restart_rows) noexcept;
+                                    std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
     void close() noexcept;
 
     // MCU row `row` into the band; the first call decodes all scans. NUV_JPEGCode::damaged_lines
@@ -60,6 +60,7 @@ private:
 
     NUV_JPEGHeader* header_ = nullptr;
     NUV_JPEGInput* input_ = nullptr;
+    const NUV_JPEGPrimitives* primitives_ = nullptr;
     NUV_JPEGGeometry geometry_;
     std::uint32_t restart_rows_ = 0;
     NUV_JPEGStore store_;

@@ -88,6 +88,14 @@ public:
         return bits;
     }
 
+    // The same for 0 to 32 bits.
+    [[nodiscard]] std::uint32_t take_some(std::uint32_t count) noexcept
+    {
+        const auto bits = static_cast<std::uint32_t>(accumulator_ >> 1 >> (63 - count));
+        skip(count);
+        return bits;
+    }
+
     // The value that the next `count` bits, 0 to 16 and held, stand for (T.81, F.2.2.1: EXTEND), 0
     // for no bits. Without a branch, for signs come as they like.
     [[nodiscard]] std::int32_t take_extended(std::uint32_t count) noexcept

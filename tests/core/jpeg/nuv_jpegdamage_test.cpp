@@ -243,6 +243,31 @@ TEST(JPEGDamage, IsARefinementByMoreThanASign)
     EXPECT_FALSE(refined(2)); // a value of 2 bits, which the byte has not, either
 }
 
+// A block whose refinement is cut short is as it was, however many of its bits are there, and the
+// next interval is refined. The first coefficient is a new one; the 20 behind it get a bit each.
+TEST(JPEGDamage, IsARefinementThatBreaksOff)
+{
+    const auto decode = [](bool is_refined) {
+        JPEGCraft craft = gray_blocks(0xC2, 16);
+        craft.segment(0xDD, {0, 1}).scan({1}, 0, 0, 0).bits(0, 3).flush().marker(0xD0);
+        craft.bits(0, 3).flush().scan({1}, 2, 21, 5);
+        for (int i = 0; i < 20; ++i)
+            craft.bits(0b0011, 4);
+        craft.flush().marker(0xD0).bits(0, 3).flush();
+        if (is_refined) {
+            craft.scan({1}, 1, 63, 0x54).bits(0b001'1'000, 7).bits(0x1FFFF, 17).marker(0xD0);
+            craft.bits(0b001'1'000, 7);
+        }
+        return decode_stream(craft.end());
+    };
+    const JPEGDecoded refined = decode(true);
+    const JPEGDecoded before = decode(false);
+    EXPECT_TRUE(refined.is_shown(Code::damaged_lines));
+    for (std::uint32_t i = 0; i < 64; ++i)
+        EXPECT_EQ(refined.picture.at(i % 8, i / 8, 0), before.picture.at(i % 8, i / 8, 0)) << i;
+    EXPECT_NE(refined.picture.at(8, 0, 0), before.picture.at(8, 0, 0));
+}
+
 // Old-style TIFF: intervals that no segment tells of, with markers between them or without.
 TEST(JPEGDamage, IsNotALosslessIntervalThatTheCallerTellsOf)
 {
