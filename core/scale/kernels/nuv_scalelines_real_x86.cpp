@@ -4,7 +4,7 @@
 
 #    include "core/include/nuv_avx512.h"
 #    include "core/include/nuv_pixelvectors_avx2.h"
-#    include "core/scale/kernels/nuv_splitblend.h"
+#    include "core/scale/kernels/nuv_splitblend_avx512.h"
 #    include "core/scale/kernels/nuv_splitweights.h"
 
 namespace nuv {
@@ -66,8 +66,8 @@ struct NUV_SplitBlendAVX2 {
     explicit NUV_SplitBlendAVX2(const NUV_SplitBlend& split) noexcept
         : high(_mm256_set1_epi16(static_cast<std::int16_t>(split.high))),
           low(_mm256_set1_epi16(static_cast<std::int16_t>(split.low))),
-          up(_mm256_set1_epi16(split.grows_up ? 0 : -blend_doubt)),
-          down(_mm256_set1_epi16(split.grows_down ? 0 : -blend_doubt)),
+          up(_mm256_set1_epi16(split.grows ? 0 : -blend_doubt)),
+          down(_mm256_set1_epi16(split.grows != split.flips ? 0 : -blend_doubt)),
           doubtful(_mm256_set1_epi16(static_cast<std::int16_t>(split.doubtful)))
     {}
 
@@ -181,8 +181,6 @@ struct NUV_SplitAVX2 {
 
 // ---- AVX-512
 
-#    define NUV_AVX512 NUV_TARGET("avx512vbmi,avx512bw")
-
 NUV_AVX512 inline __m512d eight_above(const std::uint16_t* from) noexcept
 {
     const __m512i wide =
@@ -219,44 +217,6 @@ struct NUV_BlendAVX512 {
             _mm256_storeu_si256(
                 reinterpret_cast<__m256i*>(out + i),
                 packed(eight(upper + i, lower + i), eight(upper + i + 8, lower + i + 8)));
-    }
-};
-
-struct NUV_SplitBlendAVX512 {
-    __m512i high;
-    __m512i low;
-    __m512i up;
-    __m512i down;
-    __m512i doubtful;
-
-    NUV_AVX512 explicit NUV_SplitBlendAVX512(const NUV_SplitBlend& split) noexcept
-        : high(_mm512_set1_epi16(static_cast<std::int16_t>(split.high))),
-          low(_mm512_set1_epi16(static_cast<std::int16_t>(split.low))),
-          up(_mm512_set1_epi16(split.grows_up ? 0 : -blend_doubt)),
-          down(_mm512_set1_epi16(split.grows_down ? 0 : -blend_doubt)),
-          doubtful(_mm512_set1_epi16(static_cast<std::int16_t>(split.doubtful)))
-    {}
-
-    NUV_AVX512 __m512i thirty_two(const std::uint16_t* above, const std::uint16_t* below,
-                                  bool& doubt) const noexcept
-    {
-        const __m512i upper = _mm512_loadu_si512(above);
-        const __m512i lower = _mm512_loadu_si512(below);
-        const __m512i apart =
-            _mm512_sub_epi16(_mm512_max_epu16(upper, lower), _mm512_min_epu16(upper, lower));
-        const __mmask32 falls = _mm512_cmplt_epu16_mask(lower, upper);
-        const __m512i parts =
-            _mm512_avg_epu16(_mm512_mullo_epi16(apart, high), _mm512_mulhi_epu16(apart, low));
-        const __m512i moved =
-            _mm512_add_epi16(_mm512_srli_epi16(parts, 1), _mm512_set1_epi16(blend_half));
-        const __mmask32 near_half = _mm512_cmplt_epu16_mask(
-            _mm512_and_si512(moved, _mm512_set1_epi16((1 << blend_bits) - 1)),
-            _mm512_set1_epi16(blend_doubt));
-        doubt = _mm512_mask_cmple_epu16_mask(near_half, apart, doubtful) != 0;
-        const __m512i rounded = _mm512_add_epi16(moved, _mm512_mask_blend_epi16(falls, up, down));
-        const __m512i step = _mm512_add_epi16(_mm512_mulhi_epu16(apart, high),
-                                              _mm512_srli_epi16(rounded, blend_bits));
-        return _mm512_mask_sub_epi16(_mm512_add_epi16(upper, step), falls, upper, step);
     }
 };
 
@@ -375,7 +335,7 @@ void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, 
                         std::size_t samples, double weight)
 {
     const NUV_SplitBlend split = split_blend(weight);
-    const NUV_SplitBlendAVX512 integers(split);
+    const NUV_BlendWeightsAVX512 integers(split);
     const NUV_BlendAVX512 doubles{_mm512_set1_pd(1 - weight), _mm512_set1_pd(weight)};
     constexpr std::size_t step = 32;
     std::size_t doubtful = split.fits ? 0 : samples;
@@ -383,7 +343,8 @@ void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, 
     for (; i + step <= samples; i += step) {
         bool doubt = doubtful > patience + i / (4 * step);
         if (!doubt) {
-            const __m512i line = integers.thirty_two(upper + i, lower + i, doubt);
+            const __m512i line = blend_words(_mm512_loadu_si512(upper + i),
+                                             _mm512_loadu_si512(lower + i), integers, doubt);
             doubtful += doubt ? 1 : 0;
             _mm512_storeu_si512(out + i, line);
         }

@@ -19,7 +19,7 @@ template <int Channels>
 void convolve_by_doubles(const std::uint16_t* line, const RealTable& table, std::uint16_t* out,
                          std::size_t pixels, NUV_SampleLimits<std::uint16_t> limits)
 {
-    const RealTable rest{table.taps, {}, {}, false};
+    const RealTable rest{.taps = table.taps};
     if constexpr (Channels == 1)
         convolve_row_portable<1, double>(line, rest, out, pixels, 1, limits);
     else
@@ -115,7 +115,7 @@ NUV_AVX512 void convolve_split_avx512(const std::uint16_t* line, const RealTable
         if ((doubt | far) != 0) {
             // All pixels of which there are samples; the others of these are made twice.
             const std::size_t end = (begin + lanes - 1) / Channels + 1;
-            convolve_by_doubles<Channels>(line, {table.taps + k, {}, {}, false}, out + k * Channels,
+            convolve_by_doubles<Channels>(line, {.taps = table.taps + k}, out + k * Channels,
                                           end - k, limits);
             ++doubtful;
         } else {
@@ -128,8 +128,8 @@ NUV_AVX512 void convolve_split_avx512(const std::uint16_t* line, const RealTable
         }
         k = (begin + lanes) / Channels;
     }
-    convolve_by_doubles<Channels>(line, {table.taps + k, {}, {}, false}, out + k * Channels,
-                                  pixels - k, limits);
+    convolve_by_doubles<Channels>(line, {.taps = table.taps + k}, out + k * Channels, pixels - k,
+                                  limits);
 }
 
 template void convolve_split_avx512<1>(const std::uint16_t*, const RealTable&, std::uint16_t*,

@@ -40,15 +40,20 @@ struct NUV_PackedTaps {
 // Bytes behind the last pixel of a work line that the packed forms may read and ignore.
 inline constexpr std::size_t packed_taps_slack_bytes = 128;
 
+struct NUV_BlendWindow;
+
 // A table in the layout that the form at hand reads; see NUV_ConvolveForm.
 template <class Taps>
 struct NUV_TapTable {
     const Taps* taps = nullptr;
-    NUV_PackedTaps packed;
+    NUV_PackedTaps packed{};
     // Of doubles that are split, see nuv_splitweights.h: the lower parts, `packed` being the higher
     // ones, and whether all are exact.
-    NUV_PackedTaps low;
+    NUV_PackedTaps low{};
     bool is_exact = false;
+    // Of doubles between two pixels, beside `taps`: see nuv_blendwindows.h.
+    const NUV_BlendWindow* windows = nullptr;
+    std::size_t window_count = 0;
 };
 
 // Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing
@@ -160,9 +165,16 @@ void convolve_split_avx512(const std::uint16_t* line,
                            const NUV_TapTable<NUV_CubicTaps<double>>& table, std::uint16_t* out,
                            std::size_t pixels, std::size_t channels,
                            NUV_SampleLimits<std::uint16_t> limits);
+// Between two pixels, of 1, 3 or 4 channels, by the windows of the table.
+template <int Channels>
+NUV_TARGET("avx512vbmi,avx512bw")
+void blend_row_avx512(const std::uint16_t* line, const NUV_TapTable<NUV_LinearTaps<double>>& table,
+                      std::uint16_t* out, std::size_t pixels, std::size_t channels,
+                      NUV_SampleLimits<std::uint16_t> limits);
 #endif
 
-// A form, and which layout of the table it reads. Of doubles, a packed one has split weights.
+// A form, and which layout of the table it reads. Of doubles, a packed one has split weights, and
+// one between two pixels has windows.
 template <IntegerSample T, class Taps>
 struct NUV_ConvolveForm {
     ConvolveRow<T, Taps> convolve = nullptr;
@@ -192,6 +204,11 @@ template <IntegerSample T, class Taps>
                       std::is_same_v<Taps, NUV_CubicTaps<double>> && Channels != 0) {
             if (cpu.has_avx512vbmi && narrow)
                 return {convolve_split_avx512<Channels>, true};
+        }
+        if constexpr (std::is_same_v<T, std::uint16_t> &&
+                      std::is_same_v<Taps, NUV_LinearTaps<double>> && Channels != 0) {
+            if (cpu.has_avx512vbmi && narrow)
+                return {blend_row_avx512<Channels>, true};
         }
         if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels > 1) {
             if (cpu.has_avx2)

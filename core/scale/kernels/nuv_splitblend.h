@@ -26,10 +26,10 @@ namespace nuv {
 struct NUV_SplitBlend {
     std::uint16_t high = 0;
     std::uint16_t low = 0;
-    // Whether the rounding of what is within 8 of a half is towards the lower sample, where that is
-    // the greater one, and where it is the smaller one.
-    bool grows_up = true;
-    bool grows_down = true;
+    // Whether what is within 8 of a half is rounded towards the lower sample. Where it `flips`,
+    // that is so the other way round of lower samples that are the smaller ones.
+    bool grows = true;
+    bool flips = false;
     std::uint16_t doubtful = 65535; // of what is within 8 of a half, d up to this is in doubt
     bool fits = false;              // else nothing holds
 };
@@ -46,11 +46,11 @@ inline void settle_halves(NUV_SplitBlend& split, double q, double off) noexcept
     const auto whole_q = static_cast<std::uint32_t>(q);
     if (whole_q % 2 != 0 || (std::has_single_bit(whole_q) && off == 0)) {
         split.doubtful = 0; // no sum is on a half, or all are as they should be
-        split.grows_down = false;
+        split.flips = true;
     } else if (std::abs(off) > 0x1p-44) {
         const double most = 0x1p-36 * q / (std::abs(off) - 0x1p-46);
         split.doubtful = static_cast<std::uint16_t>(std::min(most, 65535.0));
-        split.grows_up = split.grows_down = off > 0;
+        split.grows = off > 0;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/scale/kernels/nuv_blendwindows.h"
 #include "core/scale/kernels/nuv_scaletaps_kernels.h"
 #include "core/scale/kernels/nuv_splitweights.h"
 #include "core/scale/source/nuv_padline.h"
@@ -51,6 +52,34 @@ public:
     {
         if (!form_.is_packed)
             return true;
+        if constexpr (std::is_same_v<Taps, NUV_LinearTaps<double>>)
+            return make_windows(manager);
+        else
+            return make_packed(manager);
+    }
+
+    // Where the source line is to be read to.
+    [[nodiscard]] std::uint8_t* image_bytes() const noexcept { return line_.image_bytes(); }
+
+    void convolve(T* out, NUV_SampleLimits<T> limits = {}) const noexcept
+    {
+        line_.fill_pads();
+        form_.convolve(line_.samples(),
+                       {taps_.data(), packed_.taps(), low_.taps(), is_exact_, windows_.data(),
+                        windows_.size()},
+                       out, pixels_, channels_, limits);
+    }
+
+private:
+    // No form that needs more than the table.
+    void take_doubles(const NUV_Manager& manager) noexcept
+    {
+        constexpr bool is_narrow = false;
+        form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels_, is_narrow);
+    }
+
+    [[nodiscard]] bool make_packed(NUV_Manager& manager)
+    {
         if (!packed_.allocate(manager, pixels_))
             return false;
         if constexpr (!has_real_weights<Taps>) {
@@ -71,31 +100,47 @@ public:
                 is_exact_ = is_exact_ && split.is_exact;
                 nearly_exact += split.is_nearly_exact ? 1 : 0;
             }
-            constexpr bool is_narrow = false;
             if (!fits || nearly_exact > pixels_ / 8)
-                form_ = choose_convolve_row<T, Taps>(manager.cpu(), channels_, is_narrow);
+                take_doubles(manager);
         }
         return true;
     }
 
-    // Where the source line is to be read to.
-    [[nodiscard]] std::uint8_t* image_bytes() const noexcept { return line_.image_bytes(); }
-
-    void convolve(T* out, NUV_SampleLimits<T> limits = {}) const noexcept
+    // Where windows are short, double precision is as fast, and where the table leaves the cache.
+    [[nodiscard]] bool make_windows(NUV_Manager& manager)
     {
-        line_.fill_pads();
-        form_.convolve(line_.samples(), {taps_.data(), packed_.taps(), low_.taps(), is_exact_}, out,
-                       pixels_, channels_, limits);
+        constexpr std::size_t least_window = NUV_BlendWindow::most_samples / 4;
+        constexpr std::size_t most_samples = std::size_t{1} << 18;
+        const std::size_t samples = pixels_ * channels_;
+        std::size_t count = 0;
+        for (std::size_t i = 0; samples <= most_samples && i < samples; ++count)
+            i += blend_window_samples(taps_.items(), channels_, i);
+        if (count == 0 || count > samples / least_window) {
+            take_doubles(manager);
+            return true;
+        }
+        if (!windows_.allocate(manager, count))
+            return false;
+        std::size_t first = 0;
+        for (NUV_BlendWindow& window : windows_.items()) {
+            const std::uint32_t length = blend_window_samples(taps_.items(), channels_, first);
+            if (!make_blend_window(taps_.items(), channels_, first, length, window)) {
+                take_doubles(manager);
+                return true;
+            }
+            first += length;
+        }
+        return true;
     }
 
-private:
     std::uint32_t channels_ = 0;
     std::size_t pixels_ = 0;
     NUV_ConvolveForm<T, Taps> form_;
     NUV_PaddedLine<T, Pads> line_;
     NUV_Scratch<Taps> taps_;    // one of the two is filled in the end,
-    NUV_PackedTapTable packed_; // or all three, for split weights
+    NUV_PackedTapTable packed_; // or all three, for split weights,
     NUV_PackedTapTable low_;
+    NUV_Scratch<NUV_BlendWindow> windows_; // or these beside the first
     bool is_exact_ = false;
 };
 
