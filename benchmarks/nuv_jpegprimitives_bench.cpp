@@ -94,7 +94,6 @@ void fdct_quant(benchmark::State& state)
 }
 BENCHMARK_TEMPLATE(fdct_quant, portable);
 BENCHMARK_TEMPLATE(fdct_quant, sse2);
-BENCHMARK_TEMPLATE(fdct_quant, avx2);
 
 // What the encoder does with its blocks.
 void transform_blocks(benchmark::State& state, const NUV_Cpu& cpu)

@@ -84,7 +84,7 @@ TEST(JPEGForms, ForwardTransform)
             static_cast<void>(form(out, inverses));
         });
     };
-    expect_same_forms<I16>("PSAA", primitive(&Set::fdct_quant), draw_call, 20000);
+    expect_same_forms<I16>("PSSS", primitive(&Set::fdct_quant), draw_call, 20000);
 }
 
 // Blocks as they come from the colour conversions, and the masks of their coefficients.

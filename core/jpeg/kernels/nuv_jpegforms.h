@@ -124,6 +124,7 @@ void set_sse2_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_sse2_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept;
 
 void set_avx2_color_forms(NUV_JPEGPrimitives& primitives) noexcept;
+void set_avx2_forward_forms(NUV_JPEGPrimitives& primitives) noexcept;
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;
 
 void set_avx512_transform_forms(NUV_JPEGPrimitives& primitives) noexcept;

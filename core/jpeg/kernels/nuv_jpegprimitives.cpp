@@ -13,7 +13,8 @@ const NUV_JPEGPrimitives& jpeg_primitives(const NUV_Cpu& cpu) noexcept
 #if NUV_X86
         {set_sse2_color_forms, set_sse2_transform_forms, set_sse2_huffman_encode_forms,
          set_sse2_lossless_forms},
-        {set_avx2_color_forms, set_avx2_transform_forms}, {set_avx512_transform_forms}
+        {set_avx2_color_forms, set_avx2_forward_forms, set_avx2_transform_forms},
+        {set_avx512_transform_forms}
 #else
         {}, {}, {}
 #endif

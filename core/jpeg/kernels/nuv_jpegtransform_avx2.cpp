@@ -31,14 +31,6 @@ inline __m256i pair_constants(int even_first, int even_second, int odd_first, in
 }
 
 NUV_TARGET("avx2")
-inline __m256i load_rows(const std::int16_t* lower, const std::int16_t* upper)
-{
-    return _mm256_inserti128_si256(
-        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lower))),
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(upper)), 1);
-}
-
-NUV_TARGET("avx2")
 inline __m256i load_16(const void* from)
 {
     return _mm256_loadu_si256(static_cast<const __m256i*>(from));
@@ -181,112 +173,6 @@ inline void fill_block(std::int16_t* output, std::int16_t value)
         store_16(output + 16 * i, all);
 }
 
-// Outputs 2 K and 2 K + 1 of the forward transform: [out_2K | out_2K+1] of 8 columns.
-// front_*: [s0 s1 | d0 d1], back_*: [s2 s3 | d2 d3] of four columns.
-template <int K, int Shift>
-NUV_TARGET("avx2")
-inline __m256i
-    forward_outputs(__m256i front_low, __m256i back_low, __m256i front_high, __m256i back_high)
-{
-    const __m256i front = pair_constants(jpeg_dct_even[0][K], jpeg_dct_even[1][K],
-                                         jpeg_dct_odd[0][K], jpeg_dct_odd[1][K]);
-    const __m256i back = pair_constants(jpeg_dct_even[2][K], jpeg_dct_even[3][K],
-                                        jpeg_dct_odd[2][K], jpeg_dct_odd[3][K]);
-    const __m256i half = _mm256_set1_epi32(1 << (Shift - 1));
-    const __m256i low =
-        _mm256_add_epi32(_mm256_madd_epi16(front_low, front), _mm256_madd_epi16(back_low, back));
-    const __m256i high =
-        _mm256_add_epi32(_mm256_madd_epi16(front_high, front), _mm256_madd_epi16(back_high, back));
-    return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), Shift),
-                              _mm256_srai_epi32(_mm256_add_epi32(high, half), Shift));
-}
-
-// In: [in0 | in1], [in2 | in3], [in4 | in5], [in6 | in7] of 8 columns; out the same.
-template <int Shift>
-NUV_TARGET("avx2")
-inline Quad forward_pass(const Quad& in)
-{
-    const __m256i in_76 = _mm256_permute2x128_si256(in.d, in.d, 0x01);
-    const __m256i in_54 = _mm256_permute2x128_si256(in.c, in.c, 0x01);
-    const __m256i sums_01 = _mm256_add_epi16(in.a, in_76);
-    const __m256i sums_23 = _mm256_add_epi16(in.b, in_54);
-    const __m256i differences_01 = _mm256_sub_epi16(in.a, in_76);
-    const __m256i differences_23 = _mm256_sub_epi16(in.b, in_54);
-    const __m256i both_0 = _mm256_permute2x128_si256(sums_01, differences_01, 0x20);
-    const __m256i both_1 = _mm256_permute2x128_si256(sums_01, differences_01, 0x31);
-    const __m256i both_2 = _mm256_permute2x128_si256(sums_23, differences_23, 0x20);
-    const __m256i both_3 = _mm256_permute2x128_si256(sums_23, differences_23, 0x31);
-    const __m256i front_low = _mm256_unpacklo_epi16(both_0, both_1);
-    const __m256i front_high = _mm256_unpackhi_epi16(both_0, both_1);
-    const __m256i back_low = _mm256_unpacklo_epi16(both_2, both_3);
-    const __m256i back_high = _mm256_unpackhi_epi16(both_2, both_3);
-    return {forward_outputs<0, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<1, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<2, Shift>(front_low, back_low, front_high, back_high),
-            forward_outputs<3, Shift>(front_low, back_low, front_high, back_high)};
-}
-
-// value * factor / 2^15, nearest, ties to even. The multiplication takes the factor as signed and
-// rounds ties up: a tie (product modulo 2^15 is 2^14) is taken back when the result is odd, and a
-// factor of 32768 and above, which counted 65536 too low, gets twice the value. Neither addition
-// of the two can saturate too early, since before them result and value differ in sign.
-NUV_TARGET("avx2")
-inline __m256i quantise(__m256i values, __m256i factors)
-{
-    const __m256i rounded = _mm256_mulhrs_epi16(values, factors);
-    const __m256i low =
-        _mm256_and_si256(_mm256_mullo_epi16(values, factors), _mm256_set1_epi16(0x7FFF));
-    const __m256i tie = _mm256_cmpeq_epi16(low, _mm256_set1_epi16(0x4000));
-    const __m256i odd = _mm256_and_si256(rounded, _mm256_set1_epi16(1));
-    const __m256i nearest = _mm256_sub_epi16(rounded, _mm256_and_si256(odd, tie));
-    const __m256i large = _mm256_and_si256(values, _mm256_srai_epi16(factors, 15));
-    return _mm256_adds_epi16(_mm256_adds_epi16(nearest, large), large);
-}
-
-NUV_TARGET("avx2")
-NUV_JPEGResult fdct_quant_avx2(std::int16_t* block, const std::uint16_t* table)
-{
-    if (block == nullptr || table == nullptr)
-        return NUV_JPEGResult::null_pointer;
-
-    const Quad in = {load_rows(block, block + 32), load_rows(block + 8, block + 40),
-                     load_rows(block + 16, block + 48), load_rows(block + 24, block + 56)};
-    // Rows [r0 | r4], ... [r3 | r7] to columns [c0 | c1], ... [c6 | c7].
-    const __m256i rows_01_low = _mm256_unpacklo_epi16(in.a, in.b);
-    const __m256i rows_01_high = _mm256_unpackhi_epi16(in.a, in.b);
-    const __m256i rows_23_low = _mm256_unpacklo_epi16(in.c, in.d);
-    const __m256i rows_23_high = _mm256_unpackhi_epi16(in.c, in.d);
-    const Quad columns = {
-        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(rows_01_low, rows_23_low), 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(rows_01_low, rows_23_low), 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpacklo_epi32(rows_01_high, rows_23_high), 0xD8),
-        _mm256_permute4x64_epi64(_mm256_unpackhi_epi32(rows_01_high, rows_23_high), 0xD8)};
-
-    const Quad first = forward_pass<jpeg_dct_first_shift>(columns);
-    // Back to rows, with the columns in the order 0 2 4 6 1 3 5 7.
-    const __m256i columns_0_to_3_low = _mm256_unpacklo_epi16(first.a, first.b);
-    const __m256i columns_0_to_3_high = _mm256_unpackhi_epi16(first.a, first.b);
-    const __m256i columns_4_to_7_low = _mm256_unpacklo_epi16(first.c, first.d);
-    const __m256i columns_4_to_7_high = _mm256_unpackhi_epi16(first.c, first.d);
-    const Quad rows = {_mm256_permute4x64_epi64(
-                           _mm256_unpacklo_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
-                       _mm256_permute4x64_epi64(
-                           _mm256_unpackhi_epi32(columns_0_to_3_low, columns_4_to_7_low), 0xD8),
-                       _mm256_permute4x64_epi64(
-                           _mm256_unpacklo_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8),
-                       _mm256_permute4x64_epi64(
-                           _mm256_unpackhi_epi32(columns_0_to_3_high, columns_4_to_7_high), 0xD8)};
-
-    const Quad second = forward_pass<jpeg_dct_second_shift>(rows);
-    const __m256i natural = _mm256_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15,
-                                             0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-    store_16(block, quantise(_mm256_shuffle_epi8(second.a, natural), load_16(table)));
-    store_16(block + 16, quantise(_mm256_shuffle_epi8(second.b, natural), load_16(table + 16)));
-    store_16(block + 32, quantise(_mm256_shuffle_epi8(second.c, natural), load_16(table + 32)));
-    store_16(block + 48, quantise(_mm256_shuffle_epi8(second.d, natural), load_16(table + 48)));
-    return NUV_JPEGResult::good;
-}
-
 // The last pass: the rows [r0 | r4], [r1 | r5], [r2 | r6] and [r3 | r7].
 NUV_TARGET("avx2")
 inline Quad rows_of(const Quad& columns)
@@ -408,8 +294,6 @@ void set_avx2_block_forms(NUV_JPEGSampleForms& forms) noexcept
 
 void set_avx2_transform_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.fdct_quant = fdct_quant_avx2;
-    primitives.transform_blocks = transform_each<fdct_quant_avx2, non_zero_mask_sse2>;
     primitives.idct_dequant = idct_dequant_avx2;
 }
 

@@ -142,7 +142,7 @@ inline __m512i quantise(__m512i values, __m512i factors)
     return _mm512_mask_adds_epi16(once, large, once, values);
 }
 
-// Registers whose quarters are the four rows of one block, from those of a row of four, or back.
+// From a row of four blocks a register to four rows of a block.
 NUV_AVX512
 inline void transpose_quarters(__m512i* rows)
 {
@@ -167,18 +167,28 @@ alignas(64) constexpr std::array<std::uint8_t, jpeg_block_size> packed_zigzag = 
     return places;
 }();
 
+// A row of each block. A load into one quarter alone needs no permutation, of which the port that
+// does them has enough.
+NUV_AVX512
+inline __m512i load_rows(const std::int16_t* first)
+{
+    const auto row = [first](std::size_t block) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + block * jpeg_block_size));
+    };
+    __m512i rows = _mm512_castsi128_si512(row(0));
+    rows = _mm512_mask_broadcast_i32x4(rows, 0x00F0, row(1));
+    rows = _mm512_mask_broadcast_i32x4(rows, 0x0F00, row(2));
+    return _mm512_mask_broadcast_i32x4(rows, 0xF000, row(3));
+}
+
 // Four blocks.
 NUV_AVX512
 inline void transform_group(const std::int16_t* samples, const std::uint16_t* table,
                             std::int16_t* coefficients, std::uint64_t* masks)
 {
     Octet rows;
-    for (std::size_t i = 0; i < 4; ++i) {
-        rows.row[i] = _mm512_loadu_si512(samples + i * jpeg_block_size);
-        rows.row[i + 4] = _mm512_loadu_si512(samples + i * jpeg_block_size + 32);
-    }
-    transpose_quarters(rows.row);
-    transpose_quarters(rows.row + 4);
+    for (std::size_t i = 0; i < side; ++i)
+        rows.row[i] = load_rows(samples + i * side);
     const Octet first = forward_pass<jpeg_dct_first_shift>(transpose(rows));
     Octet done = forward_pass<jpeg_dct_second_shift>(transpose(first));
     for (std::size_t i = 0; i < side; ++i) {
