@@ -98,6 +98,8 @@ void multiply(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
             factors[j][k] = _mm256_set1_pd(matrix.factors[j * Columns + k]);
     }
     for (; pixels >= pixels_at_once; pixels -= pixels_at_once) {
+        prefetch_ahead(in, Columns * pixels_at_once * sizeof *in);
+        prefetch_ahead(out, Rows * pixels_at_once * sizeof *out);
         const Samples<Columns> samples = load_four<Columns>(in);
         Results<Rows> results;
         for (int j = 0; j < Rows; ++j) {

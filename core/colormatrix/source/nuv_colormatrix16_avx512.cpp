@@ -119,6 +119,8 @@ void multiply(const std::uint16_t* in, std::uint16_t* out, std::size_t pixels,
     constexpr __mmask32 in_mask = first_samples(Columns * pixels_at_once);
     constexpr __mmask32 out_mask = first_samples(Rows * pixels_at_once);
     for (; pixels >= pixels_at_once; pixels -= pixels_at_once) {
+        prefetch_ahead(in, Columns * pixels_at_once * sizeof *in);
+        prefetch_ahead(out, Rows * pixels_at_once * sizeof *out);
         multiply_eight<Rows, Columns>(in, in_mask, out, out_mask, matrix);
         in += Columns * pixels_at_once;
         out += Rows * pixels_at_once;

@@ -129,8 +129,11 @@ std::size_t multiply_by_three_rows(const std::uint8_t* in, std::uint8_t* out, st
     const Row rows[3] = {load_row(matrix, 0), load_row(matrix, 1), load_row(matrix, 2)};
     constexpr std::size_t columns = S == Shape::column ? 1 : 3;
     std::size_t i = 0;
-    for (; i + pixels_at_once + 2 <= pixels; i += pixels_at_once)
+    for (; i + pixels_at_once + 2 <= pixels; i += pixels_at_once) {
+        prefetch_ahead(in + columns * i, columns * pixels_at_once);
+        prefetch_ahead(out + 3 * i, 3 * pixels_at_once);
         store_eight(out + 3 * i, multiply_eight<S>(in + columns * i, rows));
+    }
     return i;
 }
 
@@ -145,6 +148,8 @@ std::size_t multiply_by_one_row(const std::uint8_t* in, std::uint8_t* out, std::
     std::size_t i = 0;
     for (; i + step + 2 <= pixels; i += step) {
         const std::uint8_t* from = in + 3 * i;
+        prefetch_ahead(from, 3 * step);
+        prefetch_ahead(out + i, step);
         const __m256i a = multiply(load_pixels(from), row);
         const __m256i b = multiply(load_pixels(from + 3 * pixels_at_once), row);
         const __m256i c = multiply(load_pixels(from + 6 * pixels_at_once), row);
@@ -179,6 +184,8 @@ std::size_t repeat_samples(const std::uint8_t* in, std::uint8_t* out, std::size_
             _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15))};
     std::size_t i = 0;
     for (; i + step <= pixels; i += step) {
+        prefetch_ahead(in + i, step);
+        prefetch_ahead(out + 3 * i, 3 * step);
         const __m256i samples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
         auto* const to = reinterpret_cast<__m128i*>(out + 3 * i);
         for (int k = 0; k < 3; ++k) {

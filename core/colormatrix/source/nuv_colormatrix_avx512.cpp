@@ -107,8 +107,11 @@ void matrix_row_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t pi
     }
     constexpr std::size_t step = 3 * pixels_at_once; // samples
     std::size_t left = 3 * pixels;
-    for (; left >= step; left -= step, in += step, out += step)
+    for (; left >= step; left -= step, in += step, out += step) {
+        prefetch_ahead(in, step);
+        prefetch_ahead(out, step);
         multiply_sixteen(in, out, first_samples(step), wide);
+    }
     if (left > 0)
         multiply_sixteen(in, out, first_samples(left), wide);
 }

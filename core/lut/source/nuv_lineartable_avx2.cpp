@@ -1,5 +1,7 @@
 #include "core/lut/source/nuv_lineartable.h"
 
+#include "framework/base/nuv_prefetch.h"
+
 #if NUV_X86
 
 #    include <immintrin.h>
@@ -90,6 +92,8 @@ std::size_t by_upper_halves(const std::uint16_t* in, std::uint8_t* out, std::siz
     const __m256i maximum = _mm256_set1_epi16(std::numeric_limits<std::uint8_t>::max());
     std::size_t i = 0;
     for (; i + samples_at_once <= count; i += samples_at_once) {
+        prefetch_ahead(in + i, samples_at_once * sizeof *in);
+        prefetch_ahead(out + i, samples_at_once * sizeof *out);
         const __m256i samples = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
         const __m256i product = _mm256_mulhi_epu16(samples, factor);
         const __m256i sum = _mm256_adds_epu16(_mm256_subs_epu16(product, less), more);
@@ -116,6 +120,8 @@ void linear_row_avx2(const I* in, O* out, std::size_t count, const NUV_LinearTab
             i = by_upper_halves(in, out, count, table);
     }
     for (; i + samples_at_once <= count; i += samples_at_once) {
+        prefetch_ahead(in + i, samples_at_once * sizeof *in);
+        prefetch_ahead(out + i, samples_at_once * sizeof *out);
         const __m256i first = entries(load_eight(in + i), line);
         const __m256i second = entries(load_eight(in + i + samples_at_once / 2), line);
         store_sixteen(out + i, pack(first, second));

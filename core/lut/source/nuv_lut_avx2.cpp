@@ -61,6 +61,8 @@ void lut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
     constexpr std::size_t step = sizeof(__m256i);
     std::size_t i = 0;
     for (; i + 2 * step <= pixels; i += 2 * step) {
+        prefetch_ahead(in + i, 2 * step);
+        prefetch_ahead(out + i, 2 * step);
         const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
         const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i + step));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), look_up(first, pieces_of_table));

@@ -69,6 +69,8 @@ void look_up_row(const std::uint8_t* in, std::uint8_t* out, std::size_t count,
     std::size_t i = 0;
     for (; i + Channels * step <= count; i += Channels * step) {
         for (std::size_t k = 0; k < Channels; ++k) {
+            prefetch_ahead(in + i + k * step, step);
+            prefetch_ahead(out + i + k * step, step);
             const __m512i samples = _mm512_loadu_si512(in + i + k * step);
             _mm512_storeu_si512(out + i + k * step,
                                 look_up(samples, tables, places[k * step % Channels]));
@@ -133,8 +135,11 @@ void lut_row_to_16_avx512vbmi(const std::uint8_t* in, std::uint16_t* out, std::s
 {
     const WideTable table = load_table(entries);
     constexpr __mmask64 all = ~std::uint64_t{0};
-    for (; pixels >= step; pixels -= step, in += step, out += step)
+    for (; pixels >= step; pixels -= step, in += step, out += step) {
+        prefetch_ahead(in, step * sizeof *in);
+        prefetch_ahead(out, step * sizeof *out);
         look_up_words(in, out, all, table);
+    }
     if (pixels > 0)
         look_up_words(in, out, all >> (step - pixels), table);
 }

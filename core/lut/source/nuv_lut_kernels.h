@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_cpu.h"
+#include "framework/base/nuv_prefetch.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -19,8 +20,9 @@ using LutRow = void (*)(const I* in, O* out, std::size_t pixels, std::size_t cha
                         const O* tables);
 
 // Of Channels channels; 0 is what the call says.
-template <class I, class O, std::size_t Channels = 0>
-void lut_row_portable(const I* in, O* out, std::size_t pixels, std::size_t asked, const O* tables)
+template <class I, class O, std::size_t Channels>
+inline void look_up_pixels(const I* in, O* out, std::size_t pixels, std::size_t asked,
+                           const O* tables)
 {
     constexpr std::size_t range = std::size_t{1} << (8 * sizeof(I));
     const std::size_t channels = Channels > 0 ? Channels : asked;
@@ -35,6 +37,20 @@ void lut_row_portable(const I* in, O* out, std::size_t pixels, std::size_t asked
         for (std::size_t c = 0; c < channels; ++c)
             out[c] = tables[c * range + in[c]];
     }
+}
+
+template <class I, class O, std::size_t Channels = 0>
+void lut_row_portable(const I* in, O* out, std::size_t pixels, std::size_t asked, const O* tables)
+{
+    constexpr std::size_t block = 32;
+    const std::size_t channels = Channels > 0 ? Channels : asked;
+    const std::size_t samples = block * channels;
+    for (; pixels >= block; pixels -= block, in += samples, out += samples) {
+        prefetch_ahead(in, samples * sizeof(I));
+        prefetch_ahead(out, samples * sizeof(O));
+        look_up_pixels<I, O, Channels>(in, out, block, asked, tables);
+    }
+    look_up_pixels<I, O, Channels>(in, out, pixels, asked, tables);
 }
 
 #if NUV_X86
