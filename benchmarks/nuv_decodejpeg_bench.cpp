@@ -1,7 +1,9 @@
-// Decoding a photograph-like picture from memory to component samples, line by line: our decoder,
-// and libjpeg on the same stream with all that is left to taste switched off.
+// Decoding a photograph-like picture from memory: to component samples, line by line, by our
+// decoder, and to RGB in memory through the exported class. libjpeg does the same on the same
+// stream with all that is left to taste switched off.
 
 #include "core/jpeg/decode/nuv_jpegdecoder.h"
+#include "wrapper/nuv_wrapper.h"
 
 #include <benchmark/benchmark.h>
 
@@ -148,10 +150,33 @@ void decode_here(benchmark::State& state, const Kind& kind)
     count_pixels(state, stream);
 }
 
-void decode_by_libjpeg(benchmark::State& state, const Kind& kind)
+std::vector<std::uint8_t>& picture()
+{
+    static std::vector<std::uint8_t> samples(std::size_t{3} * width * height, 1);
+    return samples;
+}
+
+void decode_to_rgb_here(benchmark::State& state, const Kind& kind)
 {
     const std::vector<std::uint8_t>& stream = stream_of(kind);
-    std::vector<std::uint8_t> line(std::size_t{3} * width);
+    for ([[maybe_unused]] auto _ : state) {
+        NuvWrapperClass job;
+        job.SetSrcMemory(stream.data(), static_cast<int>(stream.size()));
+        job.SetDstMemory(picture().data(), static_cast<int>(picture().size()));
+        job.ReadRaster();
+        job.ColorSpace(ColorType::eRGB);
+        job.WriteStorage(nullptr);
+        if (job.Execute() != 0)
+            state.SkipWithError("decoding failed");
+    }
+    count_pixels(state, stream);
+}
+
+// To a picture for RGB, and to one line that is looked at for samples.
+void decode_by_libjpeg(benchmark::State& state, const Kind& kind, bool to_rgb)
+{
+    const std::vector<std::uint8_t>& stream = stream_of(kind);
+    const std::size_t stride = to_rgb ? std::size_t{3} * width : 0;
     for ([[maybe_unused]] auto _ : state) {
         jpeg_decompress_struct coder{};
         jpeg_error_mgr errors{};
@@ -159,34 +184,41 @@ void decode_by_libjpeg(benchmark::State& state, const Kind& kind)
         jpeg_create_decompress(&coder);
         jpeg_mem_src(&coder, stream.data(), static_cast<unsigned long>(stream.size()));
         jpeg_read_header(&coder, TRUE);
-        coder.out_color_space = coder.jpeg_color_space;
+        coder.out_color_space = to_rgb ? JCS_RGB : coder.jpeg_color_space;
         coder.do_fancy_upsampling = FALSE;
         coder.do_block_smoothing = FALSE;
         coder.dct_method = JDCT_ISLOW;
         jpeg_start_decompress(&coder);
         for (std::size_t y = 0; y < height; ++y) {
-            JSAMPLE* out = line.data();
+            JSAMPLE* out = picture().data() + y * stride;
             jpeg_read_scanlines(&coder, &out, 1);
-            benchmark::DoNotOptimize(line.data());
+            benchmark::DoNotOptimize(out);
         }
         jpeg_destroy_decompress(&coder);
     }
     count_pixels(state, stream);
 }
 
+template <class Run>
+void add(const char* side, const Kind& kind, Run run)
+{
+    char name[64];
+    std::snprintf(name, sizeof(name), "%s/%s/%x", side,
+                  kind.is_progressive ? "progressive" : "baseline", kind.key);
+    benchmark::RegisterBenchmark(name, [=](benchmark::State& state) {
+        run(state, kind);
+    })->Unit(benchmark::kMillisecond);
+}
+
 void add_benchmarks()
 {
     for (const Kind& kind : kinds) {
-        char name[64];
-        std::snprintf(name, sizeof(name), "%s/%x", kind.is_progressive ? "progressive" : "baseline",
-                      kind.key);
-        benchmark::RegisterBenchmark((std::string("here/") + name).c_str(),
-                                     [kind](benchmark::State& state) { decode_here(state, kind); })
-            ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark(
-            (std::string("libjpeg/") + name).c_str(),
-            [kind](benchmark::State& state) { decode_by_libjpeg(state, kind); })
-            ->Unit(benchmark::kMillisecond);
+        add("here", kind, decode_here);
+        add("libjpeg", kind, [](auto& state, auto& of) { decode_by_libjpeg(state, of, false); });
+        if (kind.is_progressive)
+            continue;
+        add("rgb_here", kind, decode_to_rgb_here);
+        add("rgb_libjpeg", kind, [](auto& state, auto& of) { decode_by_libjpeg(state, of, true); });
     }
 }
 
