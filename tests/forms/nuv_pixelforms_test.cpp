@@ -1,6 +1,6 @@
 #include "core/channel/source/nuv_interleave_kernels.h"
 #include "core/channel/source/nuv_selectrow_kernels.h"
-#include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/colormatrix/source/nuv_colorplanes_kernels.h"
 #include "core/convertdatatype/source/nuv_convertsample.h"
 #include "core/dib/source/nuv_dibrow_kernels.h"
 #include "core/dlut/source/nuv_dlut_kernels.h"
@@ -172,6 +172,37 @@ TEST(PixelForms, ColorMatrix)
     }
     expect_chosen("PPPP", choose({extremes + 9, extremes, 1, 3}));
     expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
+}
+
+// Factors of any 16 bits, and of those that colours have.
+TEST(PixelForms, ColorMatrixOfPlanes)
+{
+    using Matrix = NUV_MatrixView<std::int32_t>;
+    constexpr auto one = NUV_FixedReal::one;
+    std::int32_t factors[] = {one, 0, 5743, one, -1409, -2925, one, 7258, 0};
+    const Matrix matrix{factors, factors, 3, 3};
+    const auto compare_all = [&](auto choose) {
+        const auto choose_here = [&](const NUV_Cpu& cpu) { return choose(cpu, matrix); };
+        expect_same_forms<U8>("PPAV", choose_here, [](NUV_FormDraw& draw, auto compare) {
+            const std::size_t pixels = draw.length(200);
+            const U8* in = draw.input<U8>(3 * pixels);
+            auto* numbers = draw.input<std::int32_t>(12);
+            for (std::size_t i = 0; i < 12; ++i)
+                numbers[i] = i < 9 && i % 3 == 0 ? one
+                                                 : numbers[i] >> (i < 9 ? draw.one_of({16, 18, 31})
+                                                                        : draw.one_of({1, 10}));
+            const Matrix drawn{numbers, numbers + 9, 3, 3};
+            compare(3 * pixels, [&](auto form, U8* out) { form(in, out, pixels, drawn); });
+        });
+        for (std::size_t i = 0; i < 9; ++i) { // none of them may be so
+            const std::int32_t more = i % 3 == 0 ? 1 : 65536;
+            factors[i] += more;
+            expect_chosen("PPPP", choose_here);
+            factors[i] -= more;
+        }
+    };
+    compare_all(choose_matrix_planes<false>);
+    compare_all(choose_matrix_planes<true>);
 }
 
 // Sums at and beyond both limits, at halves, and what is not a number.

@@ -1,6 +1,7 @@
 #include "core/colormatrix/nuv_colormatrix.h"
 
-#include "core/colormatrix/source/nuv_colormatrix_kernels.h"
+#include "core/colormatrix/source/nuv_colorplanes_kernels.h"
+#include "core/include/nuv_planarlines.h"
 #include "framework/engine/nuv_processlinetolineengine.h"
 #include "framework/utility/nuv_sampletype.h"
 
@@ -36,6 +37,7 @@ public:
 
     [[nodiscard]] bool is_ready() const noexcept { return row_ != nullptr; }
     void run(const T* in, T* out, std::size_t pixels) const { row_(in, out, pixels, view_); }
+    [[nodiscard]] const NUV_MatrixView<Sum>& view() const noexcept { return view_; }
 
 private:
     NUV_Scratch<Sum> factors_;
@@ -75,6 +77,9 @@ protected:
     [[nodiscard]] bool initiate(const char* method, const NUV_Header* header, NUV_SrcBuffer* src,
                                 NUV_DstBuffer* dst, const NUV_Matrix* matrix,
                                 std::span<const double> offsets, const NUV_ColorType* target);
+    // Of an engine that has planes these are taken, where there is a form for them. False after a
+    // status.
+    [[nodiscard]] bool take_planes_of(NUV_Engine& previous);
 
 private:
     [[nodiscard]] bool prepare(const NUV_Matrix& matrix, std::span<const double> offsets);
@@ -83,10 +88,14 @@ private:
     static constexpr bool is_fixed = std::same_as<R, NUV_FixedReal>;
     using Narrow = std::conditional_t<is_fixed, std::int32_t, double>;
     using Wide = std::conditional_t<is_fixed, std::int64_t, double>;
+    static constexpr bool knows_planes = is_fixed && sizeof(T) == 1;
 
     NUV_MatrixRunner<T, Narrow> narrow_;
-    NUV_MatrixRunner<T, Wide> wide_; // in use when narrow_ is not ready
-    std::size_t width_ = 0;          // pixels
+    NUV_MatrixRunner<T, Wide> wide_;    // in use when narrow_ is not ready
+    std::size_t width_ = 0;             // pixels
+    NUV_PlanarLines* planar_ = nullptr; // whose lines may come in planes, for these:
+    MatrixPlanes planes_row_ = nullptr;
+    MatrixPlanes half_planes_row_ = nullptr;
 };
 
 template <RealNumber R, class T>
@@ -140,10 +149,37 @@ bool NUV_ColorMatrixEngineBase<R, T>::prepare(const NUV_Matrix& matrix,
 }
 
 template <RealNumber R, class T>
+bool NUV_ColorMatrixEngineBase<R, T>::take_planes_of(NUV_Engine& previous)
+{
+    if constexpr (knows_planes) {
+        auto* const planar = dynamic_cast<NUV_PlanarLines*>(&previous);
+        if (!planar || !narrow_.is_ready() || !has_planes_form(manager().cpu(), narrow_.view()))
+            return true;
+        // It is asked about its last line, too, with which it may have ended.
+        if (!manager().depend(this, &previous))
+            return false;
+        planes_row_ = choose_matrix_planes<false>(manager().cpu(), narrow_.view());
+        half_planes_row_ = choose_matrix_planes<true>(manager().cpu(), narrow_.view());
+        planar->allow_planes();
+        planar_ = planar;
+    }
+    return true;
+}
+
+template <RealNumber R, class T>
 bool NUV_ColorMatrixEngineBase<R, T>::process_line(const void* in, void* out)
 {
+    using Layout = NUV_PlanarLines::Layout;
     const auto* from = static_cast<const T*>(in);
     auto* to = static_cast<T*>(out);
+    if constexpr (knows_planes) {
+        const Layout layout = planar_ ? planar_->layout() : Layout::pixels;
+        if (layout != Layout::pixels) {
+            const auto row = layout == Layout::planes ? planes_row_ : half_planes_row_;
+            row(from, to, width_, narrow_.view());
+            return true;
+        }
+    }
     if (narrow_.is_ready())
         narrow_.run(from, to, width_);
     else
@@ -175,9 +211,10 @@ public:
 
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst,
                                 const NUV_Matrix* matrix, std::span<const double> offsets,
-                                const NUV_ColorType* target)
+                                const NUV_ColorType* target, NUV_Engine* previous)
     {
-        return Base::initiate(initiate_method, header, src, dst, matrix, offsets, target);
+        return Base::initiate(initiate_method, header, src, dst, matrix, offsets, target) &&
+               Base::take_planes_of(*previous);
     }
 };
 
@@ -232,7 +269,7 @@ NUV_Engine* NUV_ColorMatrix3x3_8xNbits::engine(NUV_Engine* previous, const NUV_M
         *previous->header(), use_fixed_real,
         [&]<class R, class T>() -> NUV_Engine* {
             return append_new<NUV_ColorMatrix3x3_8xNbitsEngine<R, T>>(*previous, matrix, offsets,
-                                                                      target);
+                                                                      target, previous);
         },
         [&]() -> NUV_Engine* { return fail(manager(), NUV_ERR_UNSUPPORTED, method); });
 }

@@ -29,12 +29,6 @@ struct Results {
     __m256i of[3];
 };
 
-[[nodiscard]] int pair(std::int32_t low, std::int32_t high)
-{
-    const std::uint32_t upper_half = static_cast<std::uint32_t>(high) << 16;
-    return static_cast<int>(upper_half | (static_cast<std::uint32_t>(low) & 0xFFFF));
-}
-
 // Of one or three columns.
 NUV_TARGET("avx2")
 inline Row load_row(const NUV_MatrixView<std::int32_t>& matrix, std::size_t j)
@@ -42,8 +36,9 @@ inline Row load_row(const NUV_MatrixView<std::int32_t>& matrix, std::size_t j)
     const std::int32_t* factors = matrix.factors + matrix.columns * j;
     const std::int32_t second = matrix.columns == 3 ? factors[1] : 0;
     const std::int32_t third = matrix.columns == 3 ? factors[2] : 0;
-    return {_mm256_set1_epi32(pair(factors[0], second)), _mm256_set1_epi32(pair(factors[0], third)),
-            _mm256_set1_epi32(pair(0, third)),
+    return {_mm256_set1_epi32(factor_pair(factors[0], second)),
+            _mm256_set1_epi32(factor_pair(factors[0], third)),
+            _mm256_set1_epi32(factor_pair(0, third)),
             _mm256_set1_epi32(matrix.offsets[j] + NUV_FixedReal::half)};
 }
 

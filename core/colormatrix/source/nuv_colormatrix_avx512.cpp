@@ -47,12 +47,6 @@ struct Matrix {
     __m512i offsets[3];   // with what rounds
 };
 
-[[nodiscard]] int pair(std::int32_t low, std::int32_t high)
-{
-    const std::uint32_t upper_half = static_cast<std::uint32_t>(high) << 16;
-    return static_cast<int>(upper_half | (static_cast<std::uint32_t>(low) & 0xFFFF));
-}
-
 NUV_TARGET("avx512vbmi,avx512bw")
 inline __m512i load_order(const Order& order)
 {
@@ -101,8 +95,8 @@ void matrix_row_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t pi
     Matrix wide;
     for (std::size_t j = 0; j < 3; ++j) {
         const std::int32_t* factors = matrix.factors + 3 * j;
-        wide.first_two[j] = _mm512_set1_epi32(pair(factors[0], factors[1]));
-        wide.third[j] = _mm512_set1_epi32(pair(factors[2], 0));
+        wide.first_two[j] = _mm512_set1_epi32(factor_pair(factors[0], factors[1]));
+        wide.third[j] = _mm512_set1_epi32(factor_pair(factors[2], 0));
         wide.offsets[j] = _mm512_set1_epi32(matrix.offsets[j] + NUV_FixedReal::half);
     }
     constexpr std::size_t step = 3 * pixels_at_once; // samples

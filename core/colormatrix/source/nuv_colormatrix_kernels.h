@@ -77,6 +77,13 @@ void matrix16_row_avx512(const std::uint16_t* in, std::uint16_t* out, std::size_
                          const NUV_MatrixView<double>& matrix);
 #endif
 
+// Two factors of 16 bits in the halves of 32.
+[[nodiscard]] constexpr std::int32_t factor_pair(std::int32_t low, std::int32_t high) noexcept
+{
+    const std::uint32_t upper_half = static_cast<std::uint32_t>(high) << 16;
+    return static_cast<std::int32_t>(upper_half | (static_cast<std::uint32_t>(low) & 0xFFFF));
+}
+
 [[nodiscard]] inline bool factors_fit_16_bits(const NUV_MatrixView<std::int32_t>& matrix) noexcept
 {
     return std::all_of(matrix.factors, matrix.factors + matrix.rows * matrix.columns,

@@ -114,13 +114,20 @@ void NUV_JPEGBand::put_sample_block(std::size_t component, std::size_t across, s
     put_samples(samples, 8, place(rows, across, down), rows.stride);
 }
 
+const std::uint8_t* NUV_JPEGBand::stored_line(std::size_t component,
+                                              std::size_t line) const noexcept
+{
+    const NUV_JPEGPlane& plane = geometry_.planes[component];
+    const std::size_t row = line / plane.repeat_down * plane.step_down;
+    return rows_[component].samples + row * rows_[component].stride;
+}
+
 // Of the width of the picture.
 const std::uint8_t* NUV_JPEGBand::wide_line(std::size_t component, std::size_t line) const noexcept
 {
     const Rows& rows = rows_[component];
     const NUV_JPEGPlane& plane = geometry_.planes[component];
-    const std::size_t row = line / plane.repeat_down * plane.step_down;
-    const std::uint8_t* const samples = rows.samples + row * rows.stride;
+    const std::uint8_t* const samples = stored_line(component, line);
     if (rows.wide == nullptr)
         return samples;
 
@@ -151,6 +158,25 @@ void NUV_JPEGBand::get_line(std::size_t line, std::uint8_t* out) const noexcept
     default:
         forms_->interleave_4(lines.data(), out, geometry_.width);
         break;
+    }
+}
+
+std::uint32_t NUV_JPEGBand::chroma_repeats() const noexcept
+{
+    const auto& planes = geometry_.planes;
+    const std::uint32_t repeats = planes[1].repeat_across;
+    const bool is_served = delivered_ == 3 && planes[0].repeat_across == 1 && repeats <= 2 &&
+                           planes[2].repeat_across == repeats && planes[0].step_across == 1 &&
+                           planes[1].step_across == 1 && planes[2].step_across == 1;
+    return is_served ? repeats : 0;
+}
+
+void NUV_JPEGBand::get_planes(std::size_t line, std::uint8_t* out) const noexcept
+{
+    for (std::size_t i = 0; i < delivered_; ++i) {
+        const std::size_t repeats = geometry_.planes[i].repeat_across;
+        std::memcpy(out + i * geometry_.width, stored_line(i, line),
+                    (geometry_.width + repeats - 1) / repeats);
     }
 }
 

@@ -41,6 +41,11 @@ public:
 
     // Line `line` of the row, counted from 0, as interleaved pixels.
     void get_line(std::size_t line, std::uint8_t* out) const noexcept;
+    // How many pixels of a line share a sample of the second and of the third of three components,
+    // 1 or 2, or 0 for what get_planes() has nothing of.
+    [[nodiscard]] std::uint32_t chroma_repeats() const noexcept;
+    // The same line component by component, each from geometry's width behind the one before on.
+    void get_planes(std::size_t line, std::uint8_t* out) const noexcept;
 
 private:
     struct Rows {
@@ -50,6 +55,8 @@ private:
         std::uint8_t* wide = nullptr; // a line at the width of the picture, where it needs one
     };
 
+    [[nodiscard]] const std::uint8_t* stored_line(std::size_t component,
+                                                  std::size_t line) const noexcept;
     [[nodiscard]] const std::uint8_t* wide_line(std::size_t component,
                                                 std::size_t line) const noexcept;
     [[nodiscard]] std::uint8_t* place(const Rows& rows, std::size_t across,

@@ -177,7 +177,7 @@ NUV_JPEGCode NUV_JPEGDecoder::decode_band() noexcept
     return stored_.decode_row(line_ / geometry_.mcu_height, band_);
 }
 
-NUV_JPEGCode NUV_JPEGDecoder::read_line(std::uint8_t* line) noexcept
+NUV_JPEGCode NUV_JPEGDecoder::read_line(std::uint8_t* line, bool in_planes) noexcept
 {
     if (state_ != State::decoding || line_ >= geometry_.height)
         return NUV_JPEGCode::wrong_state;
@@ -191,7 +191,10 @@ NUV_JPEGCode NUV_JPEGDecoder::read_line(std::uint8_t* line) noexcept
             return band_code_;
         band_line_ = 0;
     }
-    band_.get_line(band_line_, line);
+    if (in_planes)
+        band_.get_planes(band_line_, line);
+    else
+        band_.get_line(band_line_, line);
     ++band_line_;
     ++line_;
     return band_code_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_planarlines.h"
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpeg/nuv_jpeginfo.h"
 #include "core/jpeg/nuv_readjpeg.h"
@@ -13,7 +14,7 @@
 namespace nuv {
 
 // Delivers the lines of a JPEG stream, or of several, one a step.
-class NUV_DecodeJPEGEngine final : public NUV_ReadEngine {
+class NUV_DecodeJPEGEngine final : public NUV_ReadEngine, public NUV_PlanarLines {
 public:
     static constexpr auto initiate_method = "NUV_DecodeJPEGEngine::initiate()";
     explicit NUV_DecodeJPEGEngine(NUV_Manager& manager) noexcept
@@ -32,6 +33,9 @@ public:
     bool cleanup() override;
     [[nodiscard]] bool execute() override;
     [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
+    [[nodiscard]] NUV_Vector<NUV_Engine*> branch(std::uint32_t count) override;
+    void allow_planes() override { may_give_planes_ = true; }
+    [[nodiscard]] Layout layout() const override { return layout_; }
 
 private:
     [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;
@@ -55,6 +59,8 @@ private:
     std::uint32_t divisor_ = 1; // of the size
     std::uint32_t line_ = 0;
     std::uint32_t line_bytes_ = 0;
+    bool may_give_planes_ = false;
+    Layout layout_ = Layout::pixels;
 };
 
 } // namespace nuv

@@ -188,9 +188,9 @@ NUV_JPEGCode NUV_JPEGInfoInternal::start_decode(std::uint32_t scale, NUV_JPEGSca
     return decoder_.start_decode();
 }
 
-NUV_JPEGCode NUV_JPEGInfoInternal::read_line(void* line)
+NUV_JPEGCode NUV_JPEGInfoInternal::read_line(void* line, bool in_planes)
 {
-    return decoder_.read_line(static_cast<std::uint8_t*>(line));
+    return decoder_.read_line(static_cast<std::uint8_t*>(line), in_planes);
 }
 
 std::optional<std::uint32_t> NUV_JPEGInfoInternal::take_left_over()

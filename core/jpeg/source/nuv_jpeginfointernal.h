@@ -73,7 +73,7 @@ public:
 
     // What NUV_JPEGDecoder answers. `scale` divides the size; `tables` as it takes them.
     [[nodiscard]] NUV_JPEGCode start_decode(std::uint32_t scale, NUV_JPEGScanTables* tables);
-    [[nodiscard]] NUV_JPEGCode read_line(void* line);
+    [[nodiscard]] NUV_JPEGCode read_line(void* line, bool in_planes);
     [[nodiscard]] std::optional<std::uint32_t> take_left_over();
     [[nodiscard]] const NUV_JPEGDecoder& decoder() const noexcept { return decoder_; }
 

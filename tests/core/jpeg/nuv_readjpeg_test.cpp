@@ -1,5 +1,6 @@
 #include "core/jpeg/nuv_readjpeg.h"
 
+#include "core/colorspace/nuv_colorspace.h"
 #include "core/jfif/nuv_readjfif.h"
 #include "core/jpeg/nuv_decodejpeg.h"
 #include "core/jpegadobe/nuv_convertycck.h"
@@ -204,6 +205,35 @@ TEST(JPEGInfo, DeliversTheColorAndTheSizeItIsAskedFor)
     EXPECT_EQ(quarter.image.width, 6U);
     EXPECT_EQ(quarter.image.height, 5U);
     EXPECT_EQ(quarter.bytes.size(), 6U * 5 * 3);
+}
+
+// A matrix behind the decoder takes planes, unless others read the same lines.
+TEST(ReadJPEG, GivesTheSameColorsFromPlanesAsFromPixels)
+{
+    const auto to_rgb = [](NUV_Manager& manager, NUV_Engine* engine) {
+        return NUV_ColorSpace(manager).engine(engine, NUV_ColorType::s_rgb);
+    };
+    for (const std::uint32_t key :
+         {0x221111U, 0x211111U, 0x111111U, 0x121111U, 0x411111U, 0x222121U, 0x221212U}) {
+        for (const std::uint32_t width : {1U, 2U, 150U, 257U}) {
+            SCOPED_TRACE(std::to_string(key) + ", " + std::to_string(width));
+            const Bytes stored = encode_by_reference(busy_picture(width, 18, 3), {.key = key});
+            const auto read_rgb = [&](auto between) {
+                return read(stored, [&](NUV_Manager& manager, NUV_InputStorage* storage) {
+                    NUV_Engine* const decoder = NUV_ReadJPEG(manager).engine(storage, 256);
+                    return to_rgb(manager, between(manager, decoder));
+                });
+            };
+            const Bytes rgb = read_rgb([](auto&, auto* decoder) { return decoder; }).bytes;
+            EXPECT_EQ(rgb.size(), std::size_t{width} * 18 * 3);
+            EXPECT_EQ(rgb,
+                      read_rgb([](auto&, auto* decoder) { return decoder->branch(1)[0]; }).bytes);
+            EXPECT_EQ(rgb, read_rgb([&](auto& manager, auto* decoder) {
+                               EXPECT_TRUE(to_rgb(manager, decoder));
+                               return decoder->branch(1)[0];
+                           }).bytes);
+        }
+    }
 }
 
 Bytes without_data(std::size_t frame, int precision, int width, const std::vector<int>& factors)
