@@ -235,14 +235,20 @@ void huffman_encode_blocks(benchmark::State& state)
 }
 BENCHMARK(huffman_encode_blocks);
 
-template <class Table, auto Initialise, auto Decode>
+NUV_JPEGResult plain_init(const std::uint8_t* bits, const std::uint8_t* values,
+                          NUV_JPEGDecodeTable* table)
+{
+    return jpeg_primitives(portable).huffman_decode_spec_init(bits, values, table);
+}
+
+template <class AcTable, auto Initialise, auto Decode>
 void huffman_decode(benchmark::State& state)
 {
     const NUV_JPEGPrimitives& primitives = jpeg_primitives(sse2);
     std::vector<std::uint8_t> coded = encode(primitives, coefficient_blocks());
-    Table dc;
-    Table ac;
-    (void)Initialise(jpeg_standard_luminance_dc.counts.data(),
+    NUV_JPEGDecodeTable dc;
+    AcTable ac;
+    (void)plain_init(jpeg_standard_luminance_dc.counts.data(),
                      jpeg_standard_luminance_dc.values.data(), &dc);
     (void)Initialise(jpeg_standard_luminance_ac.counts.data(),
                      jpeg_standard_luminance_ac.values.data(), &ac);
@@ -261,12 +267,6 @@ void huffman_decode(benchmark::State& state)
     count_blocks(state);
 }
 
-NUV_JPEGResult plain_init(const std::uint8_t* bits, const std::uint8_t* values,
-                          NUV_JPEGDecodeTable* table)
-{
-    return jpeg_primitives(portable).huffman_decode_spec_init(bits, values, table);
-}
-
 NUV_JPEGResult plain_decode(const std::uint8_t* input, std::int32_t size, std::int32_t* position,
                             std::int16_t* block, std::int16_t* previous, std::uint8_t* marker,
                             const NUV_JPEGDecodeTable* dc, const NUV_JPEGDecodeTable* ac,
@@ -280,7 +280,7 @@ BENCHMARK_TEMPLATE(huffman_decode, NUV_JPEGDecodeTable, plain_init, plain_decode
 // What the decoder does with each block.
 NUV_JPEGResult wide_decode(const std::uint8_t* input, std::int32_t size, std::int32_t* position,
                            std::int16_t* block, std::int16_t* previous, std::uint8_t* marker,
-                           const NUV_JPEGWideTable* dc, const NUV_JPEGWideTable* ac,
+                           const NUV_JPEGDecodeTable* dc, const NUV_JPEGWideTable* ac,
                            NUV_JPEGDecodeState* state)
 {
     NUV_JPEGBitReader bits(input, size, *position, marker, *state);
@@ -290,6 +290,18 @@ NUV_JPEGResult wide_decode(const std::uint8_t* input, std::int32_t size, std::in
     return result;
 }
 BENCHMARK_TEMPLATE(huffman_decode, NUV_JPEGWideTable, huffman_decode_wide_init, wide_decode);
+
+void huffman_decode_table(benchmark::State& state)
+{
+    NUV_JPEGWideTable table;
+    for ([[maybe_unused]] auto _ : state) {
+        (void)huffman_decode_wide_init(jpeg_standard_luminance_ac.counts.data(),
+                                       jpeg_standard_luminance_ac.values.data(), &table);
+        benchmark::DoNotOptimize(&table);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(huffman_decode_table);
 
 // Counts samples; the argument is the predictor.
 template <const NUV_Cpu& Cpu>

@@ -240,15 +240,14 @@ private:
 } // namespace
 
 NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
-                               std::int16_t& previous_dc, const NUV_JPEGWideTable& table,
+                               std::int16_t& previous_dc, const NUV_JPEGDecodeTable& table,
                                std::uint32_t low) noexcept
 {
-    NUV_JPEGCoefficient difference;
-    std::uint32_t no_run = 0;
-    const NUV_JPEGResult result = read_coefficient(bits, table, no_run, difference);
+    std::int32_t difference = 0;
+    const NUV_JPEGResult result = read_difference(bits, table, difference);
     if (!is_good(result))
         return result;
-    previous_dc = static_cast<std::int16_t>(previous_dc + difference.value);
+    previous_dc = static_cast<std::int16_t>(previous_dc + difference);
     block[0] = at_plane(previous_dc, low);
     return NUV_JPEGResult::good;
 }

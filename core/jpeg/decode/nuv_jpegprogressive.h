@@ -15,7 +15,7 @@ namespace nuv {
 // G.1.2.1, first scan and later ones.
 [[nodiscard]] NUV_JPEGResult decode_dc_first(NUV_JPEGBitReader& bits, std::int16_t* block,
                                              std::int16_t& previous_dc,
-                                             const NUV_JPEGWideTable& table,
+                                             const NUV_JPEGDecodeTable& table,
                                              std::uint32_t low) noexcept;
 [[nodiscard]] NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block,
                                        std::uint32_t low) noexcept;

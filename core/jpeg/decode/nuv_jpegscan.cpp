@@ -2,38 +2,65 @@
 
 namespace nuv {
 
+namespace {
+
+template <class Places>
+[[nodiscard]] bool open_places(Places& places, const NUV_JPEGAllocator& allocator) noexcept
+{
+    constexpr std::size_t count = NUV_JPEGStoredTables::destinations;
+    if (places.size() == count)
+        return true;
+    if (!places.allocate(allocator, count))
+        return false;
+    for (std::size_t i = 0; i < count; ++i)
+        places[i].source.defined = false;
+    return true;
+}
+
+[[nodiscard]] NUV_JPEGResult init_table(const NUV_JPEGStoredTables::Huffman& source,
+                                        NUV_JPEGDecodeTable& table) noexcept
+{
+    return jpeg_primitives({}).huffman_decode_spec_init(source.counts.data(), source.symbols.data(),
+                                                        &table);
+}
+
+[[nodiscard]] NUV_JPEGResult init_table(const NUV_JPEGStoredTables::Huffman& source,
+                                        NUV_JPEGWideTable& table) noexcept
+{
+    return huffman_decode_wide_init(source.counts.data(), source.symbols.data(), &table);
+}
+
+template <class Place>
+[[nodiscard]] bool build_one(const NUV_JPEGStoredTables::Huffman& source, Place& place) noexcept
+{
+    if (place.source.defined && place.source == source)
+        return true;
+    place.source.defined = false;
+    if (!source.defined || !is_good(init_table(source, place.table)))
+        return false;
+    place.source = source;
+    return true;
+}
+
+} // namespace
+
 NUV_JPEGCode NUV_JPEGScanTables::open(const NUV_JPEGAllocator& allocator) noexcept
 {
-    constexpr std::size_t count = 2 * NUV_JPEGStoredTables::destinations;
-    if (places_.size() == count)
-        return NUV_JPEGCode::good;
-    if (!places_.allocate(allocator, count))
-        return NUV_JPEGCode::no_memory;
-    for (std::size_t i = 0; i < count; ++i)
-        places_[i].source.defined = false;
-    return NUV_JPEGCode::good;
+    return open_places(dc_places_, allocator) && open_places(ac_places_, allocator)
+               ? NUV_JPEGCode::good
+               : NUV_JPEGCode::no_memory;
 }
 
 NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
                                        const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept
 {
-    const auto build_one = [&](const NUV_JPEGStoredTables::Huffman& source, std::size_t index) {
-        Place& place = places_[index];
-        if (place.source.defined && place.source == source)
-            return true;
-        place.source.defined = false;
-        if (!source.defined || huffman_decode_wide_init(source.counts.data(), source.symbols.data(),
-                                                        &place.table) != NUV_JPEGResult::good)
-            return false;
-        place.source = source;
-        return true;
-    };
     for (std::size_t i = 0; i < scan.components; ++i) {
         const NUV_JPEGScanHeader::Component& component = scan.component[i];
-        const std::size_t ac_place = NUV_JPEGStoredTables::destinations + component.ac_table;
-        if (kinds != Kinds::ac && !build_one(stored.dc[component.dc_table], component.dc_table))
+        if (kinds != Kinds::ac &&
+            !build_one(stored.dc[component.dc_table], dc_places_[component.dc_table]))
             return NUV_JPEGCode::bad_segment;
-        if (kinds != Kinds::dc && !build_one(stored.ac[component.ac_table], ac_place))
+        if (kinds != Kinds::dc &&
+            !build_one(stored.ac[component.ac_table], ac_places_[component.ac_table]))
             return NUV_JPEGCode::bad_segment;
     }
     return NUV_JPEGCode::good;

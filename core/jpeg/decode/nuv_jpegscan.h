@@ -23,29 +23,35 @@ public:
 
     // What is open already stays as it is.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator) noexcept;
-    void close() noexcept { places_.free(); }
+    void close() noexcept
+    {
+        dc_places_.free();
+        ac_places_.free();
+    }
 
     // From what is in force at the beginning of a scan; tables that are built of the same stay.
     // NUV_JPEGCode::bad_segment for a table that is missing or inconsistent.
     [[nodiscard]] NUV_JPEGCode build(const NUV_JPEGStoredTables& stored,
                                      const NUV_JPEGScanHeader& scan, Kinds kinds) noexcept;
 
-    [[nodiscard]] const NUV_JPEGWideTable& dc(std::size_t destination) const noexcept
+    [[nodiscard]] const NUV_JPEGDecodeTable& dc(std::size_t destination) const noexcept
     {
-        return places_[destination].table;
+        return dc_places_[destination].table;
     }
     [[nodiscard]] const NUV_JPEGWideTable& ac(std::size_t destination) const noexcept
     {
-        return places_[NUV_JPEGStoredTables::destinations + destination].table;
+        return ac_places_[destination].table;
     }
 
 private:
+    template <class Table>
     struct Place {
         NUV_JPEGStoredTables::Huffman source; // not defined: there is no table yet
-        NUV_JPEGWideTable table;
+        Table table;
     };
 
-    NUV_JPEGMemory<Place> places_; // DC, then AC
+    NUV_JPEGMemory<Place<NUV_JPEGDecodeTable>> dc_places_;
+    NUV_JPEGMemory<Place<NUV_JPEGWideTable>> ac_places_;
 };
 
 // The quantisers of the components, each taken when the first scan of its component begins.

@@ -28,6 +28,8 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
         return code;
 
     row_ = 0;
+    // An interval without a marker behind it that breaks off is left where it was read ahead to.
+    is_wide_ = !mends || restart_rows == 0 || header.frame().restart_interval != 0;
     scan_.emplace(input, mends);
     scan_->begin(header.frame(), geometry_.mcus_across, geometry_.unit_rows_of(restart_rows, 1));
     return lay_out_slots(allocator, header.scan(), tables);
@@ -73,14 +75,21 @@ NUV_JPEGCode NUV_JPEGSequential::lay_out_slots(const NUV_JPEGAllocator& allocato
     return NUV_JPEGCode::good;
 }
 
+template <bool is_wide>
 NUV_JPEGResult NUV_JPEGSequential::decode_mcu(NUV_JPEGBitReader& bits) noexcept
 {
     NUV_JPEGBitReader local = bits; // in registers
     NUV_JPEGResult result = NUV_JPEGResult::good;
     for (std::size_t i = 0; i < slot_count_ && is_good(result); ++i) {
         Slot& slot = slots_[i];
-        result = decode_coefficients(local, slot.block, *slot.previous_dc, *slot.dc_table,
-                                     *slot.ac_table, slot.reached);
+        const auto decode = [&](const auto& ac_table) {
+            return decode_coefficients(local, slot.block, *slot.previous_dc, *slot.dc_table,
+                                       ac_table, slot.reached);
+        };
+        if constexpr (is_wide)
+            result = decode(*slot.ac_table);
+        else
+            result = decode(slot.ac_table->plain);
     }
     bits = local;
     return result;
@@ -92,7 +101,8 @@ NUV_JPEGCode NUV_JPEGSequential::decode_row() noexcept
     const auto decode = [&](std::uint32_t first, std::uint32_t units, std::uint32_t& done) {
         return decode_run(*scan_, units, margin, done,
                           [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
-                              const NUV_JPEGResult result = decode_mcu(bits);
+                              const NUV_JPEGResult result =
+                                  is_wide_ ? decode_mcu<true>(bits) : decode_mcu<false>(bits);
                               if (!is_good(result))
                                   return result;
                               put_mcu(first + i);

@@ -39,7 +39,7 @@ private:
     // A block of the MCU and what decodes it.
     struct Slot {
         std::int16_t* block = nullptr;
-        const NUV_JPEGWideTable* dc_table = nullptr;
+        const NUV_JPEGDecodeTable* dc_table = nullptr;
         const NUV_JPEGWideTable* ac_table = nullptr;
         std::int16_t* previous_dc = nullptr;
         std::size_t component = 0;
@@ -53,6 +53,7 @@ private:
     [[nodiscard]] NUV_JPEGCode lay_out_slots(const NUV_JPEGAllocator& allocator,
                                              const NUV_JPEGScanHeader& scan,
                                              const NUV_JPEGScanTables& tables) noexcept;
+    template <bool is_wide>
     [[nodiscard]] NUV_JPEGResult decode_mcu(NUV_JPEGBitReader& bits) noexcept;
     void put_mcu(std::size_t mcu) noexcept;
     void put_rgb_mcu(std::size_t mcu) noexcept;
@@ -67,6 +68,7 @@ private:
     std::optional<NUV_JPEGScanReader> scan_;
     std::array<Slot, most_slots> slots_;
     std::size_t slot_count_ = 0;
+    bool is_wide_ = false;  // reads by wide tables
     std::uint32_t row_ = 0; // the next one
     NUV_JPEGMemory<std::int16_t> blocks_;
 };

@@ -9,16 +9,45 @@
 
 namespace nuv {
 
-// A decoding table with one more level in front, which resolves most symbols together with the
-// value behind them in one step.
+// What a wide table knows by the next bits: a symbol together with the value behind it, and the
+// symbol that follows where that is among the bits, too. Fields of one word, of which the lowest is
+// the one that the next lookup waits for.
+struct NUV_JPEGWideEntry {
+    std::uint64_t word; // 8 bits each of length_of_both, symbol, length and far, 16 of the values
+
+    // Of all that is known; 0 for a code or a value that goes on behind the bits, and for a symbol
+    // without a value other than 16 zeros (ZRL) and the end of the block (EOB).
+    [[nodiscard]] std::uint32_t length_of_both() const noexcept { return word & 0xFFU; }
+    // How far behind the next coefficient the last one stands that is known; end_of_block more
+    // where the block ends behind it.
+    static constexpr std::uint32_t end_of_block = 64;
+    [[nodiscard]] std::uint32_t far() const noexcept
+    {
+        return static_cast<std::uint32_t>(word) >> 24;
+    }
+    // Of the symbol that comes next and its value; 0 for a code that is longer than the bits.
+    [[nodiscard]] std::uint32_t length() const noexcept { return word >> 16 & 0xFFU; }
+    [[nodiscard]] std::uint32_t symbol() const noexcept { return word >> 8 & 0xFFU; }
+    [[nodiscard]] std::uint32_t zeros() const noexcept { return word >> 12 & 15U; }
+    // 0 when it is not among the bits, or when there is none.
+    [[nodiscard]] std::int16_t value() const noexcept
+    {
+        return static_cast<std::int16_t>(word >> 32);
+    }
+    // That of the symbol behind; 0 where that has none, and any at the same place without it.
+    [[nodiscard]] std::int16_t second_value() const noexcept
+    {
+        return static_cast<std::int16_t>(word >> 48);
+    }
+};
+
+// A decoding table for AC coefficients with one more level in front, which resolves most symbols in
+// one step together with their values, many by two.
 struct NUV_JPEGWideTable {
     static constexpr std::uint32_t index_bits = 10;
 
     NUV_JPEGDecodeTable plain;
-    // By the next 10 bits: in bits 0 to 7 how many of them are used, 0 when the code is longer; in
-    // 8 to 15 the symbol; in 16 to 31 the signed value, 0 when it is not among the 10 bits or when
-    // there is none.
-    std::uint32_t entries[1U << index_bits];
+    NUV_JPEGWideEntry entries[1U << index_bits]; // by the next bits
 };
 
 // As huffman_decode_spec_init of the primitives, for a wide table.

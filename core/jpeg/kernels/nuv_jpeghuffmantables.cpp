@@ -98,18 +98,53 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
     return NUV_JPEGResult::good;
 }
 
+[[nodiscard]] NUV_JPEGWideEntry make_wide_entry(std::uint32_t known, std::uint32_t far,
+                                                std::uint32_t length, std::uint32_t symbol,
+                                                std::int32_t value) noexcept
+{
+    const std::uint64_t value_bits = static_cast<std::uint16_t>(value);
+    return {value_bits << 32 | far << 24 | length << 16 | symbol << 8 | known};
+}
+
 // What the wide table holds for a code of `length` bits and what follows it in `index`.
-[[nodiscard]] std::uint32_t wide_entry(std::uint32_t index, std::uint32_t length,
-                                       std::uint32_t symbol) noexcept
+[[nodiscard]] NUV_JPEGWideEntry wide_entry(std::uint32_t index, std::uint32_t length,
+                                           std::uint32_t symbol) noexcept
 {
     const std::uint32_t bits_of_value = symbol & 15U;
+    const std::uint32_t zeros = symbol >> 4;
     const std::uint32_t used = length + bits_of_value;
+    if (symbol == 0)
+        return make_wide_entry(length, NUV_JPEGWideEntry::end_of_block, length, symbol, 0);
+    if (symbol == 0xF0)
+        return make_wide_entry(length, zeros, length, symbol, 0);
     if (bits_of_value == 0 || used > NUV_JPEGWideTable::index_bits)
-        return symbol << 8 | length;
+        return make_wide_entry(0, 0, length, symbol, 0);
     const std::uint32_t low_bits =
         index >> (NUV_JPEGWideTable::index_bits - used) & ((1U << bits_of_value) - 1U);
-    const std::int32_t value = extend_sign(low_bits, bits_of_value);
-    return static_cast<std::uint32_t>(value) << 16 | symbol << 8 | used;
+    return make_wide_entry(used, zeros, used, symbol, extend_sign(low_bits, bits_of_value));
+}
+
+// Adds to each entry the symbol that follows, where it is known and its bits are there.
+void join_entries(NUV_JPEGWideTable& table) noexcept
+{
+    constexpr std::uint32_t index_bits = NUV_JPEGWideTable::index_bits;
+    constexpr std::uint32_t none = 0xFF000000; // far() and length_of_both()
+    for (std::uint32_t index = 0; index < 1U << index_bits; ++index) {
+        NUV_JPEGWideEntry& entry = table.entries[index];
+        const std::uint32_t used = entry.length_of_both();
+        if (used == 0 || used >= index_bits || entry.symbol() == 0)
+            continue;
+        const NUV_JPEGWideEntry next = table.entries[(index << used) % (1U << index_bits)];
+        const std::uint32_t length = used + next.length();
+        const bool is_known = next.value() != 0 || next.symbol() == 0 || next.symbol() == 0xF0;
+        if (next.length() == 0 || length > index_bits || !is_known)
+            continue;
+        const std::uint32_t far =
+            next.symbol() == 0 ? NUV_JPEGWideEntry::end_of_block : next.zeros();
+        const std::uint64_t second_value = static_cast<std::uint16_t>(next.value());
+        entry.word &= ~std::uint64_t{none | 0xFFU};
+        entry.word |= second_value << 48 | (entry.zeros() + 1 + far) << 24 | length;
+    }
 }
 
 // What the table of differences holds for the same.
@@ -135,7 +170,7 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
 // A decoding table with entries by the next bits in front; `none` where no code fits there.
 template <auto entry_of, class Table>
 NUV_JPEGResult init_with_entries(const std::uint8_t* bits, const std::uint8_t* values, Table* table,
-                                 std::uint32_t none)
+                                 const auto& none)
 {
     if (bits == nullptr || values == nullptr || table == nullptr)
         return NUV_JPEGResult::null_pointer;
@@ -271,7 +306,11 @@ NUV_JPEGResult huffman_optimal_table(const std::uint64_t* frequencies, std::uint
 NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uint8_t* values,
                                         NUV_JPEGWideTable* table)
 {
-    return init_with_entries<wide_entry>(bits, values, table, 0);
+    const NUV_JPEGResult result =
+        init_with_entries<wide_entry>(bits, values, table, NUV_JPEGWideEntry{});
+    if (is_good(result))
+        join_entries(*table);
+    return result;
 }
 
 NUV_JPEGResult huffman_decode_difference_init(const std::uint8_t* bits, const std::uint8_t* values,

@@ -243,6 +243,55 @@ TEST(JPEGDamage, IsARefinementByMoreThanASign)
     EXPECT_FALSE(refined(2)); // a value of 2 bits, which the byte has not, either
 }
 
+// Of a block in a scan of its own there is what came before its damage: a run out of the block
+// behind its last coefficient but one is as a code that no table has.
+TEST(JPEGDamage, LeavesNothingOfARunOutOfTheBlock)
+{
+    const auto decode = [](std::uint32_t last_symbol) {
+        JPEGCraft craft;
+        craft.quantisers().symbols(0, {0}).symbols(0x10, {0, 0x01, 0xF1, 0xC1, 0x11});
+        craft.frame(0xC0, 8, 8, 8, {0x11, 0x11, 0x11}).scan({1}).bits(0, 6).flush();
+        craft.scan({2}).bits(0, 3);
+        for (const std::uint32_t symbol : {2U, 2U, 2U, 3U, 1U}) // up to coefficient 62
+            craft.bits(symbol << 1 | 1, 4);
+        return decode_stream(craft.bits(last_symbol << 1 | 1, 4).bits(0, 80).end());
+    };
+    const JPEGDecoded ran_out = decode(4);
+    EXPECT_TRUE(ran_out.is_shown(Code::damaged_lines));
+    EXPECT_EQ(ran_out.picture.samples, decode(7).picture.samples);
+}
+
+// Symbols without a value other than 16 zeros end a block, whatever zeros they tell of.
+TEST(JPEGDamage, IsNoSymbolThatEndsABlockInAnotherWay)
+{
+    const auto decode = [](std::uint32_t end) {
+        JPEGCraft craft = gray_blocks(0xC0, 32);
+        craft.scan({1});
+        for (int i = 0; i < 4; ++i)
+            craft.bits(0b110'111111'001'1, 13).bits(end, 3);
+        return decode_stream(craft.end());
+    };
+    EXPECT_TRUE(decode(3).is_clean());
+    EXPECT_EQ(decode(3).picture.samples, decode(0).picture.samples);
+}
+
+// An interval that breaks off without a marker behind it goes on where it was read ahead to: 7
+// bytes at once, and no more while 31 bits are left. The second one begins there.
+TEST(JPEGDamage, IsMendedFromWhereItWasReadAheadTo)
+{
+    JPEGCraft craft;
+    craft.quantisers().symbols(0, {0, 1, 2, 3, 4, 5, 6}).symbols(0x10, {0});
+    craft.frame(0xC0, 8, 32, 16, {17}).scan({1}).bits(0b001'0'000'111, 10).bits(0, 46);
+    for (int i = 0; i < 4; ++i)
+        craft.bits(0b110'111000'000, 12);
+    const JPEGDecoded decoded = decode_stream(craft.end(), whole, [](NUV_JPEGDecoder& decoder) {
+        decoder.set_restart_rows(8);
+        decoder.set_mends(true);
+    });
+    for (std::uint32_t i = 0; i < 4; ++i)
+        EXPECT_EQ(decoded.picture.at(8 * i, 8, 0), 128 + 7 * (i + 1)) << i;
+}
+
 // A block whose refinement is cut short is as it was, however many of its bits are there, and the
 // next interval is refined. The first coefficient is a new one; the 20 behind it get a bit each.
 TEST(JPEGDamage, IsARefinementThatBreaksOff)
