@@ -34,6 +34,18 @@ def scale(pictures):
         return Case(f"{method} to {percent} %", pictures.pixels, ours(method, percent), peers, copy,
                     aim=aim)
 
+    x, y, width, height = (pictures.width * 3 // 4, pictures.height * 7 // 8, pictures.width // 8,
+                           pictures.height // 16)
+    yield Case("crop at the lower right", pictures.pixels,
+               Command("nuv", (pictures.nuv, "convert", "-f", photo, pictures.path("ours.raw"),
+                               f"crop={x},{y},{width}x{height}")),
+               (Command("vips crop", ("vips", "crop", photo, pictures.path("theirs.v"),
+                                      *map(str, (x, y, width, height)))),
+                Command("pamcut", ("pamcut", *map(str, (x, y, width, height)), photo),
+                        pictures.path("theirs.pam"))), copy)
+    yield case("nearest", 10, None, vips_by("subsample", 10),
+               Command("GraphicsMagick", ("gm", "convert", photo, "-sample", "10%",
+                                          pictures.path("theirs.ppm"))))
     for percent in (25, 200):
         yield case("cubic", percent, 0.5, vips_resize(percent), graphicsmagick(percent, "catrom"))
     yield case("area", 40, 0.5, vips_by("shrink", 40),

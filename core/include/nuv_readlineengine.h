@@ -31,6 +31,10 @@ protected:
     // the storage has it in memory.
     [[nodiscard]] virtual bool is_line_stored() const { return false; }
 
+    // Whether every line takes least_line_bytes(): then one that nobody looks at is not read where
+    // the storage can go past it.
+    [[nodiscard]] virtual bool has_fixed_length() const { return false; }
+
     // Why a line did not come.
     [[nodiscard]] NUV_Diagnosis ends_early() const;
 

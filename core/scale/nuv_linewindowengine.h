@@ -30,9 +30,7 @@ public:
         const std::uint32_t top = clamped(first);
         const std::uint32_t bottom = clamped(first + used - 1);
         while (released_ < top) {
-            if (released_ == taken_ && !take())
-                return false;
-            if (!release())
+            if (!(released_ == taken_ ? skip() : release()))
                 return false;
         }
         while (taken_ <= bottom) {
@@ -81,6 +79,12 @@ private:
     {
         ++released_;
         return src_->release();
+    }
+    [[nodiscard]] bool skip()
+    {
+        ++taken_;
+        ++released_;
+        return src_->skip();
     }
 
     NUV_SrcBuffer* src_ = nullptr;

@@ -30,6 +30,11 @@ public:
     // each behind the last in memory.
     [[nodiscard]] virtual bool deliver_standing(const void* data);
 
+    // At the beginning of a step: nobody will look at the next block, so that it need not be made.
+    // deliver_unseen() takes the place of its get() and release() then.
+    [[nodiscard]] bool is_passed_over() const noexcept { return is_passed_over_; }
+    [[nodiscard]] virtual bool deliver_unseen() { return false; }
+
     // Readers. One block size for all of them.
     [[nodiscard]] virtual std::uint32_t src_block_bytes() const = 0;
     [[nodiscard]] virtual bool src_block_bytes(std::uint32_t bytes) = 0;
@@ -40,6 +45,8 @@ public:
                                           std::uint32_t* count) = 0;
     // The same without a copy. Null, with a count of 0, at the end of the stream.
     [[nodiscard]] virtual const void* peek(std::uint64_t position, std::uint32_t* count) = 0;
+    // The bytes that peek() would count, of a block that no reader will look at.
+    [[nodiscard]] virtual std::uint32_t pass_over(std::uint64_t position);
     // `reader` has finished with everything before `position`.
     [[nodiscard]] virtual bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) = 0;
     // `reader` is gone.
@@ -61,6 +68,11 @@ public:
     virtual bool flush() { return true; }
     // The writer is gone, or its block size is final.
     virtual bool seal() = 0;
+
+    void is_passed_over(bool passed) noexcept { is_passed_over_ = passed; }
+
+private:
+    bool is_passed_over_ = false;
 };
 
 } // namespace nuv

@@ -26,6 +26,9 @@ public:
     [[nodiscard]] virtual const void* get(std::uint32_t* count) = 0;
     // Done with the block that get() gave.
     [[nodiscard]] virtual bool release() = 0;
+    // Passes the next block over, for which nobody need make it, when none is to be released. False
+    // where there is no whole one.
+    [[nodiscard]] virtual bool skip() = 0;
 
     // Where the buffer that holds the bytes keeps this reader, so that it need not search.
     [[nodiscard]] std::size_t place() const noexcept { return place_; }
@@ -49,6 +52,7 @@ public:
     [[nodiscard]] bool get(void* into, std::uint32_t* count) override;
     [[nodiscard]] const void* get(std::uint32_t* count) override;
     [[nodiscard]] bool release() override;
+    [[nodiscard]] bool skip() override;
 
 private:
     [[nodiscard]] NUV_DstBuffer& from() noexcept { return holder_ ? *holder_ : *dst_; }

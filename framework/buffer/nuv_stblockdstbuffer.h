@@ -21,9 +21,11 @@ public:
     [[nodiscard]] void* get() override;
     [[nodiscard]] bool release(std::uint32_t bytes) override;
     [[nodiscard]] bool deliver_standing(const void* data) override;
+    [[nodiscard]] bool deliver_unseen() override;
     [[nodiscard]] bool copy_block(void* into, std::uint64_t position,
                                   std::uint32_t* count) override;
     [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
+    [[nodiscard]] std::uint32_t pass_over(std::uint64_t position) override;
     [[nodiscard]] bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) override;
     bool src_end(const NUV_SrcBuffer* reader) override;
     [[nodiscard]] NUV_SrcBuffer* create_src_buffer(NUV_DstBuffer* owner) override;
@@ -98,6 +100,7 @@ private:
     [[nodiscard]] std::uint32_t decide_mem_block_bytes();
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
     void free_memory() noexcept;
+    void have_written(std::uint64_t position);
     [[nodiscard]] bool add_block();
     [[nodiscard]] Block new_block();
     [[nodiscard]] bool has_many_blocks() const noexcept;

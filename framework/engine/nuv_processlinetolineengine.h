@@ -23,8 +23,8 @@ public:
     [[nodiscard]] bool initiate(const NUV_Header* header, NUV_SrcBuffer* src, NUV_DstBuffer* dst);
 
 protected:
-    // Makes the output line from the input line; they do not overlap. False after a status,
-    // when nothing of the output line is written.
+    // Makes the output line from the input line alone; they do not overlap. Not called for lines
+    // that nobody looks at. False after a status, when nothing of the output line is written.
     [[nodiscard]] virtual bool process_line(const void* in, void* out) = 0;
 
     std::uint32_t line_ = 0;

@@ -56,13 +56,6 @@ private:
     const void* data_;
 };
 
-// Passes the next block over. False when there is none.
-[[nodiscard]] inline bool skip_block(NUV_SrcBuffer& source)
-{
-    NUV_InputBlock in(source);
-    return in && in.release();
-}
-
 // Room for a block of the engine's own; false when there is none. Nothing of it is delivered unless
 // it is committed.
 class NUV_OutputBlock {

@@ -31,6 +31,7 @@ public:
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
     [[nodiscard]] std::int32_t position() const override;
     std::int32_t move(std::int32_t bytes) override;
+    [[nodiscard]] bool pass_over(std::int32_t bytes) override;
     [[nodiscard]] bool to(std::int32_t offset) override;
     [[nodiscard]] bool to_from_end(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t size() const override;

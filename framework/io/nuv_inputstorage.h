@@ -72,6 +72,9 @@ public:
     // until the pipeline has ended. Null, without having moved, where not so many are there, or
     // where they have no place of their own: that is so whenever 0 bytes are lent none.
     [[nodiscard]] virtual const std::uint8_t* lend(std::int32_t) { return nullptr; }
+    // Goes on by `bytes`, 0 or above, which nobody will read. False, without having moved, where
+    // not so many are there, and where going on takes reading.
+    [[nodiscard]] virtual bool pass_over(std::int32_t) { return false; }
     // An offset beyond the end goes to the end and is true; a negative one is false and stays.
     [[nodiscard]] virtual bool to(std::int32_t offset);
     // To size() + bytes, with bytes 0 or below, and not before the beginning.

@@ -74,6 +74,7 @@ public:
         return inner_ ? end_ - start_ - remain_ : 0;
     }
     std::int32_t move(std::int32_t bytes) override;
+    [[nodiscard]] bool pass_over(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t size() const override { return inner_ ? end_ - start_ : 0; }
 
 private:

@@ -21,8 +21,9 @@ public:
     [[nodiscard]] std::int32_t get() override;
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
     [[nodiscard]] std::int32_t position() const override { return inner_ ? position_ : 0; }
-    // Does not move the inner storage.
+    // These two do not move the inner storage.
     std::int32_t move(std::int32_t bytes) override;
+    [[nodiscard]] bool pass_over(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t size() const override { return inner_ ? inner_->size() : 0; }
 
 protected:

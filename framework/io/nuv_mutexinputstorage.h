@@ -25,6 +25,7 @@ public:
     std::int32_t ignore(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t position() const override;
     std::int32_t move(std::int32_t bytes) override;
+    [[nodiscard]] bool pass_over(std::int32_t bytes) override;
     [[nodiscard]] bool to(std::int32_t offset) override;
     [[nodiscard]] bool to_from_end(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t size() const override;

@@ -40,6 +40,8 @@ public:
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes);
     // As many as the system gives at once: 0 at the end, -1 for a failure. `bytes` is above 0.
     [[nodiscard]] std::int32_t read_some(void* into, std::int32_t bytes);
+    // Whether the system has the byte so far ahead in memory, as far as it tells.
+    [[nodiscard]] bool is_at_hand(std::int64_t distance) const noexcept;
     // The bytes that went out before the end or a failure.
     [[nodiscard]] std::int32_t write(const void* from, std::int32_t bytes);
     // The new position, or -1.
@@ -55,7 +57,8 @@ private:
 };
 
 // One file for reading. Small reads one behind the other are served from one large one, so that a
-// picture of short lines does not cost a call of the system a line.
+// picture of short lines does not cost a call of the system a line. What is passed over is not read
+// unless it stands among that.
 class NUV_PosixReadFile {
 public:
     explicit NUV_PosixReadFile(NUV_Manager& manager) noexcept : file_(manager), manager_(&manager)
@@ -68,7 +71,12 @@ public:
     bool close();
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes);
     std::int32_t seek(std::int32_t offset, NUV_SeekOrigin origin);
-    [[nodiscard]] std::int32_t position() const noexcept { return file_.position() - held(); }
+    // False, without having moved, where the file ends before that.
+    [[nodiscard]] bool pass_over(std::int32_t bytes) noexcept;
+    [[nodiscard]] std::int32_t position() const noexcept
+    {
+        return file_.position() - held() + gap_bytes_;
+    }
     [[nodiscard]] std::int32_t size() const noexcept { return file_.size(); }
 
     void read_ahead(NUV_ReadAhead ahead) noexcept { reads_ahead_ = ahead == NUV_ReadAhead::yes; }
@@ -76,6 +84,8 @@ public:
 private:
     [[nodiscard]] std::int32_t held() const noexcept { return end_ - begin_; }
     [[nodiscard]] std::int32_t read_some(std::uint8_t* to, std::int32_t bytes);
+    [[nodiscard]] bool close_gap(std::int32_t bytes);
+    void forget() noexcept;
 
     static constexpr std::int32_t ahead_bytes = 16384;
 
@@ -86,6 +96,8 @@ private:
     NUV_Scratch<std::uint8_t> ahead_;
     std::int32_t begin_ = 0;
     std::int32_t end_ = 0;
+    std::int32_t gap_bytes_ = 0;   // passed over behind all that was read
+    std::int32_t known_bytes_ = 0; // that the file has at least
 };
 
 // What an errno of open() and adopt() says here.

@@ -27,7 +27,9 @@ public:
     [[nodiscard]] std::int32_t get() override;
     // Ends, besides at the end of the last strip, where a strip cannot be reached or breaks off.
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
-    // Bytes read since the beginning.
+    // Within one strip.
+    [[nodiscard]] bool pass_over(std::int32_t bytes) override;
+    // Bytes read or passed over since the beginning.
     [[nodiscard]] std::int32_t position() const override { return inner_ ? position_ : 0; }
     // These two cannot be told or done without reading: false and 0.
     [[nodiscard]] bool is_end() override;
@@ -42,6 +44,7 @@ public:
 
 private:
     [[nodiscard]] bool enter_strip(std::size_t index);
+    [[nodiscard]] std::uint32_t left_in_strip();
 
     NUV_PackedNumbers offsets_;
     NUV_PackedNumbers byte_counts_;

@@ -125,9 +125,9 @@ struct StorageModel {
     std::mt19937 random;
 };
 
-// `from_end_clamps`: to_from_end() with a positive distance is true.
+// `from_end_clamps`: to_from_end() with a positive distance is true. `passes_over`: it can.
 inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, int steps,
-                              bool from_end_clamps = true)
+                              bool from_end_clamps = true, bool passes_over = true)
 {
     StorageModel model{content, storage.position(), std::mt19937(1)};
     const std::int64_t size = model.size();
@@ -153,9 +153,14 @@ inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, i
             if (at < size)
                 model.expect_at(storage.get() == content[static_cast<std::size_t>(at)], at + 1);
         };
+        const auto pass_over = [&] {
+            const bool passes = passes_over && n >= 0 && n <= size - at;
+            EXPECT_EQ(storage.pass_over(n), passes);
+            model.go(passes ? at + n : at);
+        };
         // clang-format off
         const std::function<void()> calls[] = {
-            get,
+            get, pass_over,
             [&] { read(std::min(n, reach)); },
             [&] { read(std::min(n, reach)); },
             [&] { EXPECT_EQ(storage.move(n), model.go(at + n)); },
@@ -165,7 +170,7 @@ inline void expect_like_model(NUV_InputStorage& storage, const Bytes& content, i
             [&] { model.expect_at(n < 0 ? storage.to_begin() : storage.to_end(), n < 0 ? 0 : size); },
         };
         // clang-format on
-        calls[model.any(0, 7)]();
+        calls[model.any(0, 8)]();
         EXPECT_EQ(storage.position(), model.position);
         EXPECT_EQ(storage.is_end(), model.position == size);
         EXPECT_EQ(storage.size(), size);

@@ -69,7 +69,7 @@ bool NUV_CropHeightEngine::execute()
 
 bool NUV_CropHeightEngine::skip_line()
 {
-    if (!skip_block(*src_buffer_))
+    if (!src_buffer_->skip())
         return false;
     ++read_;
     return true;

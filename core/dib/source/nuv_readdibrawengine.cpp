@@ -68,13 +68,18 @@ bool NUV_ReadDIBRawEngine::execute()
     const std::uint32_t height = header_.height();
     if (line_ >= height)
         return false;
+    const std::uint32_t number = bottom_up_ ? height - 1 - line_ : line_;
+    if (dst_buffer_->is_passed_over() && lines_.pass_over(number)) {
+        ++line_;
+        return dst_buffer_->deliver_unseen();
+    }
     NUV_OutputBlock out(*dst_buffer_);
     if (!out) {
         if (line_ + 1 < height)
             fail(manager(), NUV_ERR_BROKEN_DATA, "NUV_ReadDIBRawEngine::execute()");
         return false;
     }
-    const NUV_StoredLine line = lines_.line(bottom_up_ ? height - 1 - line_ : line_);
+    const NUV_StoredLine line = lines_.line(number);
     warn_of(line);
     convert(line, out.as<std::uint8_t>());
     ++line_;

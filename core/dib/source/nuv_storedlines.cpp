@@ -34,6 +34,7 @@ NUV_StoredLine NUV_StoredLines::line(std::uint32_t number)
 {
     if (number < band_begin_ || number - band_begin_ >= band_lines_)
         load_band(number);
+    passed_lines_ = 0;
     const auto position = static_cast<std::int64_t>(step_bytes_ * number) + start_;
     if (!is_band_reached_ || position > last_stream_position)
         return {.position = position};
@@ -48,11 +49,22 @@ NUV_StoredLine NUV_StoredLines::line(std::uint32_t number)
             .is_padded = there >= step_bytes_};
 }
 
-// Lines that lie behind the end of the storage cost no call of it.
+bool NUV_StoredLines::pass_over(std::uint32_t number) noexcept
+{
+    if (step_bytes_ * (std::uint64_t{number} + 1) > stored_bytes_)
+        return false;
+    ++passed_lines_;
+    return true;
+}
+
+// Lines that lie behind the end of the storage cost no call of it. Where the next line that is
+// looked at would not stand in the same band, the one at hand is read alone.
 void NUV_StoredLines::load_band(std::uint32_t number)
 {
-    const auto most = static_cast<std::uint32_t>(std::max<std::uint64_t>(
-        std::min<std::uint64_t>(band_capacity_ / step_bytes_, shape_.lines), 1));
+    const std::uint64_t in_band = band_capacity_ / step_bytes_;
+    const bool is_alone = passed_lines_ >= in_band;
+    const auto most = static_cast<std::uint32_t>(
+        std::max<std::uint64_t>(is_alone ? 1 : std::min<std::uint64_t>(in_band, shape_.lines), 1));
     if (shape_.is_upward) {
         band_begin_ = number >= most ? number + 1 - most : 0;
         band_lines_ = number + 1 - band_begin_;

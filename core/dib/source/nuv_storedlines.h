@@ -36,6 +36,10 @@ public:
     // The line with this number in the order of the storage. Valid until the next call.
     [[nodiscard]] NUV_StoredLine line(std::uint32_t number);
 
+    // In place of line() for one that nobody looks at, which need not be read then. False where
+    // line() would tell that something of it is not there.
+    [[nodiscard]] bool pass_over(std::uint32_t number) noexcept;
+
     void release() noexcept { band_.free(); }
 
 private:
@@ -53,6 +57,7 @@ private:
     std::uint32_t band_lines_ = 0;
     std::uint32_t band_bytes_ = 0; // that are there
     bool is_band_reached_ = false;
+    std::uint32_t passed_lines_ = 0; // since the last one that was asked for
 };
 
 } // namespace nuv

@@ -66,6 +66,11 @@ bool NUV_ReadLineEngine::execute()
         is_standing_ = can_stand();
     if (is_standing_)
         return deliver_standing();
+    if (dst_buffer_->is_passed_over() && has_fixed_length() && passes_over(least_line_bytes())) {
+        position_ = storage_->position();
+        ++line_;
+        return dst_buffer_->deliver_unseen();
+    }
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;

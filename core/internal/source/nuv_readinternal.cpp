@@ -78,6 +78,12 @@ bool NUV_ReadInternalEngine::execute()
         return false;
     if (!go_to_data() || (is_raw_ && !is_line_there()))
         return broken();
+    if (is_raw_ && passes_over(block_bytes_)) {
+        remaining_ -= block_bytes_;
+        position_ = storage_->position();
+        ++line_;
+        return dst_buffer_->deliver_unseen();
+    }
     NUV_OutputBlock block(*dst_buffer_);
     if (!block)
         return false;

@@ -21,6 +21,7 @@ private:
     [[nodiscard]] std::uint64_t least_line_bytes() const override { return line_bytes_; }
     // Words are turned round.
     [[nodiscard]] bool is_line_stored() const override { return header_.bits() != 16; }
+    [[nodiscard]] bool has_fixed_length() const override { return true; }
     [[nodiscard]] bool read_line(std::uint8_t* out) override;
 };
 

@@ -149,7 +149,7 @@ bool NUV_ScaleHeightNNEngine::execute()
     const bool wanted_again =
         line_ + 1 < destination_height_ && whole(position_ + ratio_, last) == wanted;
     while (lines_consumed_ < wanted) {
-        if (!skip_block(*src_buffer_))
+        if (!src_buffer_->skip())
             return false;
         ++lines_consumed_;
     }
@@ -215,7 +215,7 @@ bool NUV_ScaleShrinkNNEngine::execute()
     const auto wanted =
         static_cast<std::uint32_t>(std::min<double>(position_y_, source_height_ - 1));
     for (; lines_consumed_ < wanted; ++lines_consumed_) {
-        if (!skip_block(*src_buffer_))
+        if (!src_buffer_->skip())
             return false;
     }
     NUV_InputBlock in(*src_buffer_);

@@ -78,7 +78,7 @@ bool NUV_ScaleSSEngine::execute()
         return false;
     const std::uint64_t wanted = subsampling_.offset_y + std::uint64_t{subsampling_.step_y} * line_;
     for (; lines_consumed_ < wanted; ++lines_consumed_) {
-        if (!skip_block(*src_buffer_))
+        if (!src_buffer_->skip())
             return false;
     }
     NUV_InputBlock in(*src_buffer_);

@@ -23,6 +23,7 @@ private:
     [[nodiscard]] bool is_turned() const noexcept;
     [[nodiscard]] bool can_stand();
     [[nodiscard]] bool deliver_standing(std::uint32_t bytes);
+    [[nodiscard]] bool pass_line(std::uint32_t bytes);
     [[nodiscard]] bool skip_gap();
     [[nodiscard]] bool end_in_line();
     [[nodiscard]] bool end_early();
@@ -77,6 +78,8 @@ bool NUV_ReadStorageEngine::execute()
         is_standing_ = can_stand();
     if (is_standing_)
         return deliver_standing(bytes);
+    if (raw_ && dst_buffer_->is_passed_over() && pass_line(bytes))
+        return dst_buffer_->deliver_unseen();
     NUV_OutputBlock block(*dst_buffer_);
     if (!block || !skip_gap())
         return false;
@@ -117,6 +120,20 @@ bool NUV_ReadStorageEngine::deliver_standing(std::uint32_t bytes)
     position_ = storage_->position();
     ++lines_done_;
     return dst_buffer_->deliver_standing(line);
+}
+
+// False, without having moved, where the line has to be read though nobody will look at it.
+bool NUV_ReadStorageEngine::pass_line(std::uint32_t bytes)
+{
+    const std::int32_t gap = lines_done_ == 0 ? 0 : line_gap_;
+    if ((gap != 0 && storage_->move(gap) != gap) || !passes_over(bytes)) {
+        if (gap != 0)
+            static_cast<void>(storage_->to(position_));
+        return false;
+    }
+    position_ = storage_->position();
+    ++lines_done_;
+    return true;
 }
 
 // Stands between lines, not before the first one.

@@ -23,6 +23,7 @@ private:
     {
         return std::uint64_t{line_bytes_} + pad_bytes_;
     }
+    [[nodiscard]] bool has_fixed_length() const override { return true; }
     [[nodiscard]] bool read_line(std::uint8_t* out) override;
 
     std::uint32_t pad_bytes_ = 0; // behind each line, 0 or 1

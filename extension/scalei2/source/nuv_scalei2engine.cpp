@@ -40,7 +40,7 @@ bool NUV_ScaleI2Engine::initiate(const NUV_Header* header, NUV_SrcBuffer* src, N
 bool NUV_ScaleI2Engine::skip_lines(std::uint32_t end)
 {
     for (; lines_read_ < end; ++lines_read_) {
-        if (!skip_block(*src_buffer_))
+        if (!src_buffer_->skip())
             return false;
     }
     return true;

@@ -18,6 +18,13 @@ bool NUV_DstBuffer::deliver_standing(const void* data)
     return release(block_bytes());
 }
 
+std::uint32_t NUV_DstBuffer::pass_over(std::uint64_t position)
+{
+    std::uint32_t count = 0;
+    static_cast<void>(peek(position, &count));
+    return count;
+}
+
 NUV_SrcBuffer* NUV_DstBufferImpl::create_src_buffer(NUV_DstBuffer* owner)
 {
     if (src_created_)

@@ -64,6 +64,11 @@ bool NUV_DstBufferProxy::deliver_standing(const void* data)
     return real_ ? real_->deliver_standing(data) : NUV_DstBufferImpl::deliver_standing(data);
 }
 
+bool NUV_DstBufferProxy::deliver_unseen()
+{
+    return real_ && real_->deliver_unseen();
+}
+
 std::uint32_t NUV_DstBufferProxy::src_block_bytes() const
 {
     return real_ ? real_->src_block_bytes() : 0;
@@ -90,6 +95,14 @@ const void* NUV_DstBufferProxy::peek(std::uint64_t position, std::uint32_t* coun
     if (!real_)
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferProxy::peek()");
     return real_->peek(position, count);
+}
+
+std::uint32_t NUV_DstBufferProxy::pass_over(std::uint64_t position)
+{
+    if (real_)
+        return real_->pass_over(position);
+    fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferProxy::pass_over()");
+    return 0;
 }
 
 bool NUV_DstBufferProxy::advance(const NUV_SrcBuffer* reader, std::uint64_t position)

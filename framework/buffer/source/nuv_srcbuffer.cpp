@@ -89,4 +89,12 @@ bool NUV_SrcBufferImpl::release()
     return from().advance(this, std::uint64_t{block_} * releases_);
 }
 
+bool NUV_SrcBufferImpl::skip()
+{
+    if (!dst_ || gets_ != releases_)
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::skip()");
+    const std::uint32_t got = from().pass_over(position_);
+    return got != 0 && take(got, nullptr) && release();
+}
+
 } // namespace nuv

@@ -236,12 +236,9 @@ void NUV_STBlockDstBuffer::drop_block() noexcept
     }
 }
 
-const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* count)
+// The block at `position`, or as much of it as will ever come.
+void NUV_STBlockDstBuffer::have_written(std::uint64_t position)
 {
-    *count = 0;
-    const std::uint32_t mem = mem_block_bytes();
-    if (mem == 0)
-        return nullptr;
     while (written_ < position + src_block_bytes_) {
         if (!manager().pull(owner_))
             break;
@@ -249,6 +246,15 @@ const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* co
     // A writer that has written all it may learns that in one more step, and ends.
     if (limit_bytes_ <= written_)
         manager().pull(owner_);
+}
+
+const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* count)
+{
+    *count = 0;
+    const std::uint32_t mem = mem_block_bytes();
+    if (mem == 0)
+        return nullptr;
+    have_written(position);
     if (written_ <= position)
         return nullptr;
 
@@ -263,6 +269,36 @@ const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* co
     const std::uint64_t there = std::min<std::uint64_t>(written_ - position, src_block_bytes_);
     *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(there, mem - offset));
     return data + offset;
+}
+
+// Where others may still look at the block, or it is none of the writer's own, it is made.
+std::uint32_t NUV_STBlockDstBuffer::pass_over(std::uint64_t position)
+{
+    if (mem_block_bytes() == 0)
+        return 0;
+    const bool is_one_block = readers_.size() == 1 && block_bytes_ == src_block_bytes_;
+    NUV_DstBuffer& known = owner_ ? *owner_ : *this;
+    known.is_passed_over(is_one_block && written_ == position && state_ == State::idle);
+    have_written(position);
+    known.is_passed_over(false);
+    if (written_ <= position)
+        return 0;
+    taken_ = true;
+    return static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(written_ - position, src_block_bytes_));
+}
+
+// Without memory, unless there is some already.
+bool NUV_STBlockDstBuffer::deliver_unseen()
+{
+    const bool is_expected = (owner_ ? *owner_ : *this).is_passed_over();
+    if (!is_expected || state_ != State::idle || written_ > limit_bytes_ || written_ < base_)
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_STBlockDstBuffer::deliver_unseen()");
+    const std::uint64_t index = place_of(written_).index;
+    if (index >= held_blocks() && !blocks_.push_back({}))
+        return false;
+    written_ += block_bytes_;
+    return true;
 }
 
 bool NUV_STBlockDstBuffer::copy_block(void* into, std::uint64_t position, std::uint32_t* count)

@@ -20,6 +20,10 @@ bool NUV_ProcessLineToLineEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
+    if (dst_buffer_->is_passed_over()) {
+        ++line_;
+        return src_buffer_->skip() && dst_buffer_->deliver_unseen();
+    }
     NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;

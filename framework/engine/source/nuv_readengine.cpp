@@ -3,6 +3,8 @@
 #include "framework/base/nuv_failure.h"
 #include "framework/base/nuv_status.h"
 
+#include <utility>
+
 namespace nuv {
 
 bool NUV_ReadEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -14,6 +16,12 @@ bool NUV_ReadEngine::initiate(NUV_InputStorage* storage, const NUV_Header* heade
         return fail(manager(), NUV_ERR_ARGUMENT, "NUV_ReadEngine::initiate()");
     storage_ = storage;
     return manager().depend(this, storage);
+}
+
+bool NUV_ReadEngine::passes_over(std::uint64_t bytes)
+{
+    return dst_buffer_->is_passed_over() && std::in_range<std::int32_t>(bytes) &&
+           storage_->pass_over(static_cast<std::int32_t>(bytes));
 }
 
 } // namespace nuv

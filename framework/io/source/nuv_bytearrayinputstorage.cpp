@@ -75,6 +75,14 @@ std::int32_t NUV_ByteArrayInputStorage::move(std::int32_t bytes)
     return position_ - before;
 }
 
+bool NUV_ByteArrayInputStorage::pass_over(std::int32_t bytes)
+{
+    if (bytes < 0 || is_closed() || bytes > size_ - position_)
+        return false;
+    position_ += bytes;
+    return true;
+}
+
 bool NUV_ByteArrayInputStorage::to(std::int32_t offset)
 {
     if (is_closed() || offset < 0)

@@ -37,6 +37,11 @@ bool NUV_InputStorageDecorator::is_end()
     return !inner_ || inner_->is_end();
 }
 
+bool NUV_InputStorageDecorator::pass_over(std::int32_t bytes)
+{
+    return inner_ && inner_->pass_over(bytes);
+}
+
 bool NUV_InputStorageDecorator::to(std::int32_t offset)
 {
     return inner_ && inner_->to(offset);

@@ -70,6 +70,11 @@ std::int32_t NUV_FileInputStorage::move(std::int32_t bytes)
     return move_file(bytes);
 }
 
+bool NUV_FileInputStorage::pass_over(std::int32_t bytes)
+{
+    return file_.pass_over(bytes);
+}
+
 bool NUV_FileInputStorage::to(std::int32_t offset)
 {
     return offset >= 0 && seek_file(offset);

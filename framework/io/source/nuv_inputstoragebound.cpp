@@ -69,6 +69,14 @@ std::int32_t NUV_MovableInputStreamBound::move(std::int32_t bytes)
     return moved;
 }
 
+bool NUV_MovableInputStreamBound::pass_over(std::int32_t bytes)
+{
+    if (!inner_ || bytes > remain_ || !inner_->pass_over(bytes))
+        return false;
+    remain_ -= bytes;
+    return true;
+}
+
 bool NUV_InputStorageBound::to_begin()
 {
     if (!inner_)

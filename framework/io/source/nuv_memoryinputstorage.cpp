@@ -46,6 +46,14 @@ std::int32_t NUV_MemoryInputStorage::move(std::int32_t bytes)
     return position_ - before;
 }
 
+bool NUV_MemoryInputStorage::pass_over(std::int32_t bytes)
+{
+    if (bytes < 0 || is_closed() || bytes > size() - position_)
+        return false;
+    position_ += bytes;
+    return true;
+}
+
 bool NUV_MemoryInputStorage::to(std::int32_t offset)
 {
     if (is_closed() || offset < 0)

@@ -93,6 +93,14 @@ std::int32_t NUV_MoveInMoveOutMovableInputStream::move(std::int32_t bytes)
     return position_ - before;
 }
 
+bool NUV_MoveInMoveOutMovableInputStream::pass_over(std::int32_t bytes)
+{
+    if (bytes < 0 || is_closed() || bytes > size() - position_)
+        return false;
+    position_ += bytes;
+    return true;
+}
+
 bool NUV_MoveInMoveOutMovableInputStream::go_to_locked(std::int64_t target)
 {
     if (!inner_)

@@ -36,6 +36,12 @@ std::int32_t NUV_MutexInputStorage::move(std::int32_t bytes)
     return NUV_InputStorageDecorator::move(bytes);
 }
 
+bool NUV_MutexInputStorage::pass_over(std::int32_t bytes)
+{
+    const Held held(mutex_);
+    return NUV_InputStorageDecorator::pass_over(bytes);
+}
+
 bool NUV_MutexInputStorage::to(std::int32_t offset)
 {
     const Held held(mutex_);

@@ -5,8 +5,14 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 #include <utility>
+
+#ifdef RWF_NOWAIT
+#    include <linux/magic.h>
+#    include <sys/vfs.h>
+#endif
 
 namespace nuv {
 namespace {
@@ -35,6 +41,15 @@ template <class Call>
     errno = EFBIG;
     return about.st_size <= last_stream_position;
 }
+
+#ifdef RWF_NOWAIT
+// On a file system that is nowhere else.
+[[nodiscard]] bool is_in_memory(int descriptor)
+{
+    struct statfs about = {};
+    return fstatfs(descriptor, &about) == 0 && about.f_type == TMPFS_MAGIC;
+}
+#endif
 
 // Piece by piece until all is there, the end or a failure; -1 for a failure before the first byte.
 template <class ReadSome>
@@ -143,6 +158,20 @@ std::int32_t NUV_PosixLowLevelFile::read(void* into, std::int32_t bytes)
                     [this](std::uint8_t* to, std::int32_t left) { return read_some(to, left); });
 }
 
+bool NUV_PosixLowLevelFile::is_at_hand(std::int64_t distance) const noexcept
+{
+#ifdef RWF_NOWAIT
+    std::uint8_t byte = 0;
+    const iovec one{&byte, 1};
+    if (preadv2(descriptor_, &one, 1, position_ + distance, RWF_NOWAIT) >= 0)
+        return true;
+    return errno == EOPNOTSUPP && is_in_memory(descriptor_);
+#else
+    static_cast<void>(distance);
+    return false;
+#endif
+}
+
 std::int32_t NUV_PosixLowLevelFile::write(const void* from, std::int32_t bytes)
 {
     constexpr auto method = "NUV_PosixLowLevelIO::write()";
@@ -197,9 +226,15 @@ std::int32_t NUV_PosixLowLevelFile::size() const noexcept
     return static_cast<std::int32_t>(std::min<off_t>(about.st_size, last_stream_position));
 }
 
-bool NUV_PosixReadFile::open(const char* name, NUV_FileUse use)
+void NUV_PosixReadFile::forget() noexcept
 {
     begin_ = end_ = 0;
+    gap_bytes_ = known_bytes_ = 0;
+}
+
+bool NUV_PosixReadFile::open(const char* name, NUV_FileUse use)
+{
+    forget();
     return file_.open(name, use);
 }
 
@@ -207,20 +242,24 @@ bool NUV_PosixReadFile::adopt(std::int32_t descriptor)
 {
     if (!file_.adopt(descriptor))
         return false;
-    begin_ = end_ = 0;
+    forget();
     return true;
 }
 
 bool NUV_PosixReadFile::close()
 {
-    begin_ = end_ = 0;
+    forget();
     return file_.close();
 }
 
 std::int32_t NUV_PosixReadFile::read_some(std::uint8_t* to, std::int32_t bytes)
 {
     if (held() == 0) {
-        if (!reads_ahead_ || bytes > ahead_bytes / 2)
+        // Behind a wide gap, the next one will begin before what could be read ahead has an end.
+        const bool is_alone = gap_bytes_ >= ahead_bytes;
+        if (gap_bytes_ != 0 && !close_gap(bytes))
+            return -1;
+        if (!reads_ahead_ || is_alone || bytes > ahead_bytes / 2)
             return file_.read_some(to, bytes);
         if (ahead_.size() == 0 && !ahead_.allocate(*manager_, ahead_bytes))
             return -1;
@@ -242,14 +281,52 @@ std::int32_t NUV_PosixReadFile::read(void* into, std::int32_t bytes)
                     [this](std::uint8_t* to, std::int32_t left) { return read_some(to, left); });
 }
 
-// The place that the system knows is behind what is held, so a distance is told from here.
+bool NUV_PosixReadFile::pass_over(std::int32_t bytes) noexcept
+{
+    if (bytes < 0 || is_closed())
+        return false;
+    const std::int64_t target = std::int64_t{position()} + bytes;
+    if (target > known_bytes_)
+        known_bytes_ = size();
+    if (target > known_bytes_)
+        return false;
+    const std::int32_t of_held = std::min(bytes, held());
+    begin_ += of_held;
+    gap_bytes_ += bytes - of_held;
+    return true;
+}
+
+// A disk is read in one go as long as the system sees no gaps. So a gap of moderate width is left
+// out only where what stands behind it is in memory already, and else read like the rest, by which
+// the system goes on reading ahead. What costs no more than a read itself is read, too.
+bool NUV_PosixReadFile::close_gap(std::int32_t bytes)
+{
+    constexpr std::int32_t wide = 1 << 18;
+
+    std::int32_t gap = std::exchange(gap_bytes_, 0);
+    const bool is_block_saved = gap >= ahead_bytes || bytes > ahead_bytes / 2;
+    if (gap >= wide || (is_block_saved && file_.is_at_hand(std::int64_t{gap} + bytes - 1)))
+        return file_.seek(gap, NUV_SeekOrigin::current) >= 0;
+    if (ahead_.size() == 0 && !ahead_.allocate(*manager_, ahead_bytes))
+        return false;
+    while (gap > 0) {
+        const std::int32_t got = file_.read_some(ahead_.data(), std::min(gap, ahead_bytes));
+        if (got < 1)
+            return got == 0;
+        gap -= got;
+    }
+    return true;
+}
+
+// The place that the system knows is behind what is held, or before a gap, so a distance is told
+// from here.
 std::int32_t NUV_PosixReadFile::seek(std::int32_t offset, NUV_SeekOrigin origin)
 {
     if (origin == NUV_SeekOrigin::current)
-        offset -= held();
+        offset += gap_bytes_ - held();
     const std::int32_t at = file_.seek(offset, origin);
     if (at >= 0)
-        begin_ = end_ = 0;
+        begin_ = end_ = gap_bytes_ = 0;
     return at;
 }
 

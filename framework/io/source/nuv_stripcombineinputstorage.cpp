@@ -51,13 +51,10 @@ std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
         return 0;
     auto* to = static_cast<std::uint8_t*>(into);
     std::int32_t done = 0;
-    while (done < bytes && reached_) {
-        const std::uint32_t left = byte_counts_[strip_] - read_in_strip_;
-        if (left == 0) {
-            if (strip_ + 1 == byte_counts_.size() || !enter_strip(strip_ + 1))
-                break;
-            continue;
-        }
+    while (done < bytes) {
+        const std::uint32_t left = left_in_strip();
+        if (left == 0)
+            break;
         const auto ask =
             static_cast<std::int32_t>(std::min(left, static_cast<std::uint32_t>(bytes - done)));
         const std::int32_t got = inner_->read(to + done, ask);
@@ -69,6 +66,29 @@ std::int32_t NUV_StripCombineInputStorage::read(void* into, std::int32_t bytes)
     // Strips may overlap, and be more than a position can tell.
     position_ = clamped_position(std::int64_t{position_} + std::max(done, 0), last_stream_position);
     return done;
+}
+
+bool NUV_StripCombineInputStorage::pass_over(std::int32_t bytes)
+{
+    if (!inner_ || bytes < 0 || static_cast<std::uint32_t>(bytes) > left_in_strip() ||
+        !inner_->pass_over(bytes))
+        return false;
+    read_in_strip_ += static_cast<std::uint32_t>(bytes);
+    position_ = clamped_position(std::int64_t{position_} + bytes, last_stream_position);
+    return true;
+}
+
+// Of the one that the next byte stands in; 0 where there is none.
+std::uint32_t NUV_StripCombineInputStorage::left_in_strip()
+{
+    while (reached_) {
+        const std::uint32_t left = byte_counts_[strip_] - read_in_strip_;
+        if (left != 0)
+            return left;
+        if (strip_ + 1 == byte_counts_.size() || !enter_strip(strip_ + 1))
+            break;
+    }
+    return 0;
 }
 
 std::int32_t NUV_StripCombineInputStorage::move(std::int32_t)

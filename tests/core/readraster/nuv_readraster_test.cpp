@@ -1,10 +1,15 @@
 #include "core/readraster/nuv_readraster.h"
 
+#include "core/crop/nuv_crop.h"
 #include "core/decodetoraw/nuv_decodetoraw.h"
 #include "core/jpeg/nuv_jpeginfo.h"
+#include "core/mirror/nuv_mirrorx.h"
+#include "core/scale/nuv_scaleli.h"
+#include "core/scale/nuv_scalenn.h"
 #include "extension/readrasterex/nuv_readrasterex.h"
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/support/nuv_refusals.h"
+#include "tests/support/nuv_testchain.h"
 #include "tests/support/nuv_teststored.h"
 
 namespace nuv {
@@ -405,6 +410,83 @@ TEST(DecodeToRaw, AppendsNothingBehindSamplesAndRefusesWhatItCannotDecode)
                      {"unknown", unknown, decode, NUV_ERR_UNSUPPORTED, engine},
                      {"nothing", nothing, decode, NUV_ERR_ARGUMENT, engine},
                      {"no image", headless, decode, NUV_ERR_ARGUMENT, engine}});
+}
+
+class CountingStorage final : public NUV_InputStorageDecorator {
+public:
+    using NUV_InputStorageDecorator::NUV_InputStorageDecorator;
+    std::int32_t read(void* into, std::int32_t bytes) override
+    {
+        const std::int32_t got = NUV_InputStorageDecorator::read(into, bytes);
+        count += static_cast<std::size_t>(got);
+        return got;
+    }
+    std::size_t count = 0; // of bytes that were read
+};
+
+struct Outcome {
+    std::vector<Bytes> out;         // of each operation
+    std::vector<std::string> says;  // as the run ended
+    std::vector<std::size_t> reads; // bytes of samples
+};
+
+const NUV_Append line_losers[] = {
+    [](NUV_TestChain& chain) {
+        return chain.append<NUV_MirrorX>() && chain.append<NUV_Crop>(1U, 3U, 5U, 2U);
+    },
+    appending<NUV_ScaleNN>(4U, 2U), appending<NUV_ScaleShrinkLI>(5U, 2U, false)};
+
+// Lines can be passed over where one reader alone looks at them.
+Outcome run_line_losers(const Bytes& stored, bool passes)
+{
+    Outcome run;
+    for (const NUV_Append& append : line_losers) {
+        NUV_TestChain chain;
+        const NUV_TestStored image(chain.manager(), stored, 0);
+        auto storage = make_initiated<CountingStorage>(chain.manager(), image.storage());
+        chain.last(NUV_ReadRasterEx(chain.manager()).engine(storage.get(), 0));
+        storage->count = 0;
+        if (chain.last() && !passes)
+            chain.last(chain.last()->branch(2)[0]);
+        if (chain.last() && !append(chain))
+            chain.last(nullptr);
+        run.out.push_back(chain.run_bytes());
+        const NUV_Diagnosis& why = chain.manager().diagnosis();
+        run.says.push_back(std::to_string(chain.status().code) + why.text + " at " +
+                           std::to_string(why.byte) + " on " + std::to_string(why.line));
+        run.reads.push_back(storage->count);
+        storage.reset();
+    }
+    return run;
+}
+
+TEST(ReadRaster, ReadsNoLinesThatNobodyLooksAtAndEndsWhereItWouldHaveEnded)
+{
+    for (const char* name :
+         {"pnm/colour.ppm", "pnm/bilevel.pbm", "pnm/gray_plain.pgm", "sunras/colour_im.sun",
+          "sunras/many_colours.ras", "internal/colour_16.nuv", "internal/gray.nuv", "tiff/rgb.tif",
+          "tiff/bilevel_reversed.tif", "tiff/gray_16_big_endian.tif", "bmp/windows_24.bmp"}) {
+        const Bytes whole = test_data(name);
+        for (std::size_t end = whole.size(); end > 8; --end) {
+            SCOPED_TRACE(::testing::Message() << name << " up to " << end);
+            const Bytes stored(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(end));
+            const Outcome all = run_line_losers(stored, false);
+            const Outcome some = run_line_losers(stored, true);
+            ASSERT_EQ(some.out, all.out);
+            ASSERT_EQ(some.says, all.says);
+            const bool is_in_lines = name[0] != 'b' && !std::string_view(name).ends_with("n.pgm");
+            if (end == whole.size() && is_in_lines) {
+                EXPECT_EQ(some.reads[0] * 5, all.reads[0] * 2);
+            }
+        }
+    }
+    Bytes tall = test_data("bmp/windows_24.bmp");
+    constexpr std::size_t line_bytes = 33000; // of 11000 pixels; four fit into a band
+    tall[18] = 0xF8, tall[19] = 0x2A, tall[22] = 40;
+    tall.resize(54 + 40 * line_bytes, 0x77);
+    const Outcome some = run_line_losers(tall, true);
+    EXPECT_EQ(some.out, run_line_losers(tall, false).out);
+    EXPECT_EQ(some.reads[1], 2 * line_bytes);
 }
 
 } // namespace

@@ -227,7 +227,7 @@ TEST_F(DstEngineInput, ReadsLikeTheModelAndRunsTheProducerAsFarAsItTakes)
     EXPECT_TRUE(lazy->to(45));
     EXPECT_EQ(lazy->get(), content[45]);
     EXPECT_EQ(lazy->move(-46), -46);
-    expect_like_model(*lazy, content, 300);
+    expect_like_model(*lazy, content, 300, true, false);
     EXPECT_LT(manager_.memory().allocations() - before, 10u); // one block of memory, not many
     lazy->close();
     EXPECT_EQ(lazy->get(), -1);

@@ -94,6 +94,10 @@ public:
     }
     bool execute() override
     {
+        if (written_ < sizes_.size() && buffer_->is_passed_over()) {
+            ++written_;
+            return buffer_->deliver_unseen();
+        }
         void* out = written_ < sizes_.size() ? buffer_->get() : nullptr;
         if (!out)
             return false;
@@ -136,6 +140,28 @@ public:
 
     bool gone = false;
 };
+
+TEST(STBlockDstBuffer, MakesNoBlockThatItsOnlyReaderPassesOver)
+{
+    Lending alone({8, 8, 8, 8, 8});
+    for (const int block : {2, 4}) {
+        EXPECT_TRUE(alone.reader->skip());
+        const void* next = alone.reader->get(nullptr);
+        ASSERT_TRUE(next);
+        EXPECT_FALSE(alone.reader->skip()) << "while there is one to be released";
+        expect_status(alone.chain.manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::skip()");
+        EXPECT_EQ(*static_cast<const std::uint8_t*>(next), block);
+        EXPECT_TRUE(alone.reader->release());
+    }
+    EXPECT_EQ(alone.next(), Bytes(8, 5));
+
+    Lending beside({8, 8});
+    NUV_Vector<NUV_SrcBuffer*> others(beside.chain.manager());
+    beside.buffer->create_src_buffer(others, beside.buffer.get(), 1);
+    const NUV_Held<NUV_SrcBuffer> other(others[0]);
+    EXPECT_TRUE(beside.reader->skip());
+    EXPECT_EQ(*static_cast<const std::uint8_t*>(other->get(nullptr)), 1);
+}
 
 TEST(STBlockDstBuffer, WritesStraightIntoTheReadersMemoryAndLetsGoOfAWriterThatIsDone)
 {

@@ -84,7 +84,7 @@ private:
 
 TEST_F(Decorators, EveryInputMovesAndReadsLikeTheModelAndEndsWithItsClose)
 {
-    for (const std::size_t count : {1U, 4U, 61U, 40000U}) {
+    for (const std::size_t count : {1U, 4U, 61U, 40000U, 600000U}) {
         const Bytes content = counted_bytes(count);
         for (Input& input : every_input(content)) {
             SCOPED_TRACE(::testing::Message() << input.name << " of " << count);
@@ -98,7 +98,8 @@ TEST_F(Decorators, EveryInputMovesAndReadsLikeTheModelAndEndsWithItsClose)
             EXPECT_EQ(input.storage->read(&byte, 1), 0);
             EXPECT_EQ(input.storage->get(), -1);
             EXPECT_EQ(input.storage->move(1) + input.storage->size(), 0);
-            EXPECT_FALSE(input.storage->to(0) || input.storage->to_end());
+            EXPECT_FALSE(input.storage->to(0) || input.storage->to_end() ||
+                         input.storage->pass_over(0));
             manager_.reset(); // a get() may say that there is nothing
         }
     }
@@ -372,6 +373,10 @@ TEST_F(Decorators, StripsKnowOnlyTheirBeginning)
     EXPECT_EQ(strips->ignore(1), 0);
     EXPECT_FALSE(strips->to_end() || strips->to_from_end(-1));
     EXPECT_EQ(strips->get(), content_[41]);
+    EXPECT_FALSE(strips->pass_over(4)) << "into the next one";
+    EXPECT_TRUE(strips->pass_over(3) && strips->pass_over(2));
+    EXPECT_EQ(strips->position(), 7);
+    EXPECT_EQ(strips->get(), content_[12]);
     EXPECT_FALSE(strips->to(5));
     EXPECT_EQ(strips->get(), content_[40]);
 }
