@@ -36,8 +36,10 @@ struct Kind {
     }
 };
 
+constexpr std::uint32_t gray = 0x11;
 constexpr Kind kinds[] = {
-    {0x221111, false}, {0x211111, false}, {0x111111, false}, {0x221111, true}, {0x111111, true},
+    {0x221111, false}, {0x211111, false}, {0x111111, false},
+    {gray, false},     {0x221111, true},  {0x111111, true},
 };
 
 std::vector<std::uint8_t> encode(const Kind& kind)
@@ -56,8 +58,12 @@ std::vector<std::uint8_t> encode(const Kind& kind)
     coder.in_color_space = JCS_RGB;
     jpeg_set_defaults(&coder);
     jpeg_set_quality(&coder, quality, TRUE);
-    coder.comp_info[0].h_samp_factor = static_cast<int>(kind.key >> 20);
-    coder.comp_info[0].v_samp_factor = static_cast<int>(kind.key >> 16 & 15U);
+    if (kind.key == gray) {
+        jpeg_set_colorspace(&coder, JCS_GRAYSCALE);
+    } else {
+        coder.comp_info[0].h_samp_factor = static_cast<int>(kind.key >> 20);
+        coder.comp_info[0].v_samp_factor = static_cast<int>(kind.key >> 16 & 15U);
+    }
     if (kind.is_progressive)
         jpeg_simple_progression(&coder);
     jpeg_start_compress(&coder, TRUE);
@@ -215,7 +221,7 @@ void add_benchmarks()
     for (const Kind& kind : kinds) {
         add("here", kind, decode_here);
         add("libjpeg", kind, [](auto& state, auto& of) { decode_by_libjpeg(state, of, false); });
-        if (kind.is_progressive)
+        if (kind.is_progressive || kind.key == gray)
             continue;
         add("rgb_here", kind, decode_to_rgb_here);
         add("rgb_libjpeg", kind, [](auto& state, auto& of) { decode_by_libjpeg(state, of, true); });
