@@ -26,7 +26,7 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
                                  std::int64_t stream_bytes) noexcept
 {
     constexpr std::size_t block_bytes = jpeg_block_size * sizeof(std::int16_t);
-    constexpr std::size_t alignment = 32; // bytes
+    constexpr std::size_t alignment = 64; // bytes: a block is two lines of the cache
 
     std::uint64_t blocks = 0;
     for (std::size_t i = 0; i < geometry.components; ++i) {

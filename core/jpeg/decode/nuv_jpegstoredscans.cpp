@@ -26,6 +26,18 @@ namespace {
     return beside != 0 || (halves[2] | halves[4] | halves[6]) != 0 ? jpeg_short_block : 1;
 }
 
+// Every scan goes through all blocks, more than caches hold: asks for one that comes soon, of which
+// the first `coefficients` are looked at. It may lie behind the store.
+void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
+{
+    constexpr std::size_t line_bytes = 64;
+    constexpr std::size_t blocks_ahead = 8;
+    constexpr std::size_t block_bytes = jpeg_block_size * sizeof(*block);
+    const auto begin = reinterpret_cast<std::uintptr_t>(block) + blocks_ahead * block_bytes;
+    for (std::size_t i = 0; i < coefficients * sizeof(*block); i += line_bytes)
+        __builtin_prefetch(reinterpret_cast<const void*>(begin + i), 1);
+}
+
 } // namespace
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
@@ -70,8 +82,10 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
         const NUV_JPEGPlane& plane = geometry_.planes[i];
         for (std::uint32_t down = 0; down < plane.vertical; ++down) {
             const std::int16_t* block = store_.block(i, 0, row * plane.vertical + down);
-            for (std::uint32_t x = 0; x < plane.blocks_across; ++x, block += jpeg_block_size)
+            for (std::uint32_t x = 0; x < plane.blocks_across; ++x, block += jpeg_block_size) {
+                fetch_ahead(block, jpeg_block_size);
                 band.put_block(i, x, down, block, factors_.of(i), reach_of(block));
+            }
         }
     }
     return scans_.is_damaged() ? NUV_JPEGCode::damaged_lines : NUV_JPEGCode::good;
@@ -189,6 +203,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
         }
     }
     std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
+    fetch_ahead(block, jpeg_block_size);
     const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
     NUV_JPEGResult result = NUV_JPEGResult::good;
     if (is_first) {
@@ -214,6 +229,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,
                                                std::size_t{y} * plane.vertical + down);
             for (std::uint32_t across = 0; across < plane.horizontal;
                  ++across, block += jpeg_block_size) {
+                fetch_ahead(block, 1);
                 const NUV_JPEGResult result = decode_block(bits, scan, component, block);
                 if (!is_good(result))
                     return result;
