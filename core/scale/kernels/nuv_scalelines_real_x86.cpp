@@ -5,7 +5,7 @@
 #    include "core/include/nuv_avx512.h"
 #    include "core/include/nuv_pixelvectors_avx2.h"
 #    include "core/scale/kernels/nuv_splitblend_avx512.h"
-#    include "core/scale/kernels/nuv_splitweights.h"
+#    include "core/scale/kernels/nuv_splitweights_avx512.h"
 
 namespace nuv {
 namespace {
@@ -133,7 +133,7 @@ struct NUV_SplitAVX2 {
     __m256i high_lower;
     __m256i low_upper;
     __m256i low_lower;
-    __m256i doubts; // twice split_doubt, or 0
+    __m256i doubtful;
 
     NUV_TARGET("avx2")
     explicit NUV_SplitAVX2(const NUV_SplitWeights& split) noexcept
@@ -141,25 +141,33 @@ struct NUV_SplitAVX2 {
           high_lower(weight_pairs(split.high[2], split.high[3])),
           low_upper(weight_pairs(split.low[0], split.low[1])),
           low_lower(weight_pairs(split.low[2], split.low[3])),
-          doubts(_mm256_set1_epi32(split.is_exact ? 0 : 2 * split_doubt))
+          doubtful(_mm256_set1_epi32(split.doubtful))
     {}
 
-    // v + 2^13
-    NUV_TARGET("avx2") __m256i sums(__m256i upper, __m256i lower) const noexcept
+    // v + 2^13 + 8, which tells as v + 2^13 does but for those in doubt. Where the sign counts, the
+    // latter. `doubt` becomes those that have to be made again.
+    template <bool CountsSign>
+    NUV_TARGET("avx2")
+    __m256i sums(__m256i upper, __m256i lower, __m256i& doubt) const noexcept
     {
         const __m256i low = _mm256_add_epi32(_mm256_madd_epi16(upper, low_upper),
                                              _mm256_madd_epi16(lower, low_lower));
         const __m256i high = _mm256_add_epi32(_mm256_madd_epi16(upper, high_upper),
                                               _mm256_madd_epi16(lower, high_lower));
-        return _mm256_add_epi32(_mm256_add_epi32(high, _mm256_srai_epi32(low, split_bits)),
-                                _mm256_set1_epi32(1 << (split_bits - 1)));
+        const __m256i sums =
+            _mm256_add_epi32(high, _mm256_srai_epi32(low, CountsSign ? 31 : split_bits));
+        const __m256i moved =
+            _mm256_add_epi32(sums, _mm256_set1_epi32((1 << (split_bits - 1)) + split_doubt));
+        doubt = _mm256_cmpeq_epi32(
+            _mm256_and_si256(moved, _mm256_set1_epi32((1 << split_bits) - 2 * split_doubt)),
+            _mm256_setzero_si256());
+        if constexpr (!CountsSign)
+            return moved;
+        const __m256i is_sure = _mm256_cmpgt_epi32(_mm256_abs_epi32(low), doubtful);
+        doubt = _mm256_andnot_si256(is_sure, doubt);
+        return _mm256_add_epi32(sums, _mm256_set1_epi32(1 << (split_bits - 1)));
     }
-    // How far each is above the doubtful ones around a half, modulo 2^14.
-    NUV_TARGET("avx2") static __m256i distances(__m256i sums) noexcept
-    {
-        const __m256i moved = _mm256_add_epi32(sums, _mm256_set1_epi32(split_doubt));
-        return _mm256_and_si256(moved, _mm256_set1_epi32((1 << split_bits) - 1));
-    }
+    template <bool CountsSign>
     NUV_TARGET("avx2")
     __m256i sixteen(const std::uint16_t* const lines[4], std::size_t i, bool& doubt) const noexcept
     {
@@ -167,12 +175,12 @@ struct NUV_SplitAVX2 {
         const __m256i line1 = load_signed(lines[1] + i);
         const __m256i line2 = load_signed(lines[2] + i);
         const __m256i line3 = load_signed(lines[3] + i);
-        const __m256i first =
-            sums(_mm256_unpacklo_epi16(line0, line1), _mm256_unpacklo_epi16(line2, line3));
-        const __m256i second =
-            sums(_mm256_unpackhi_epi16(line0, line1), _mm256_unpackhi_epi16(line2, line3));
-        const __m256i nearest = _mm256_min_epi32(distances(first), distances(second));
-        doubt = _mm256_movemask_epi8(_mm256_cmpgt_epi32(doubts, nearest)) != 0;
+        __m256i doubts[2];
+        const __m256i first = sums<CountsSign>(_mm256_unpacklo_epi16(line0, line1),
+                                               _mm256_unpacklo_epi16(line2, line3), doubts[0]);
+        const __m256i second = sums<CountsSign>(_mm256_unpackhi_epi16(line0, line1),
+                                                _mm256_unpackhi_epi16(line2, line3), doubts[1]);
+        doubt = _mm256_movemask_epi8(_mm256_or_si256(doubts[0], doubts[1])) != 0;
         const __m256i words = _mm256_packs_epi32(_mm256_srai_epi32(first, split_bits),
                                                  _mm256_srai_epi32(second, split_bits));
         return _mm256_xor_si256(words, _mm256_set1_epi16(-32768));
@@ -253,57 +261,78 @@ NUV_AVX512 inline __m512i weight_pairs_avx512(std::int32_t first, std::int32_t s
     return _mm512_set1_epi32(static_cast<std::int32_t>(low | high << 16));
 }
 
-struct NUV_SplitAVX512 {
-    __m512i high_upper;
-    __m512i high_lower;
-    __m512i low_upper;
-    __m512i low_lower;
-    __m512i doubts;
-
-    NUV_AVX512 explicit NUV_SplitAVX512(const NUV_SplitWeights& split) noexcept
-        : high_upper(weight_pairs_avx512(split.high[0], split.high[1])),
-          high_lower(weight_pairs_avx512(split.high[2], split.high[3])),
-          low_upper(weight_pairs_avx512(split.low[0], split.low[1])),
-          low_lower(weight_pairs_avx512(split.low[2], split.low[3])),
-          doubts(_mm512_set1_epi32(split.is_exact ? 0 : 2 * split_doubt))
-    {}
-
-    NUV_AVX512 __m512i sums(__m512i upper, __m512i lower) const noexcept
-    {
-        const __m512i low = _mm512_add_epi32(_mm512_madd_epi16(upper, low_upper),
-                                             _mm512_madd_epi16(lower, low_lower));
-        const __m512i high = _mm512_add_epi32(_mm512_madd_epi16(upper, high_upper),
-                                              _mm512_madd_epi16(lower, high_lower));
-        return _mm512_add_epi32(_mm512_add_epi32(high, _mm512_srai_epi32(low, split_bits)),
-                                _mm512_set1_epi32(1 << (split_bits - 1)));
-    }
-    NUV_AVX512 static __m512i distances(__m512i sums) noexcept
-    {
-        const __m512i moved = _mm512_add_epi32(sums, _mm512_set1_epi32(split_doubt));
-        return _mm512_and_si512(moved, _mm512_set1_epi32((1 << split_bits) - 1));
-    }
-    NUV_AVX512 __m512i thirty_two(const std::uint16_t* const lines[4], std::size_t i,
-                                  bool& doubt) const noexcept
-    {
-        const __m512i line0 = load_signed_avx512(lines[0] + i);
-        const __m512i line1 = load_signed_avx512(lines[1] + i);
-        const __m512i line2 = load_signed_avx512(lines[2] + i);
-        const __m512i line3 = load_signed_avx512(lines[3] + i);
-        const __m512i first =
-            sums(_mm512_unpacklo_epi16(line0, line1), _mm512_unpacklo_epi16(line2, line3));
-        const __m512i second =
-            sums(_mm512_unpackhi_epi16(line0, line1), _mm512_unpackhi_epi16(line2, line3));
-        const __m512i nearest = _mm512_min_epi32(distances(first), distances(second));
-        doubt = _mm512_cmpgt_epi32_mask(doubts, nearest) != 0;
-        const __m512i words = _mm512_packs_epi32(_mm512_srai_epi32(first, split_bits),
-                                                 _mm512_srai_epi32(second, split_bits));
-        return _mm512_xor_si512(words, _mm512_set1_epi16(-32768));
-    }
-};
-
 // Of weights that put many sums on a half all blocks are made in double precision, once so many
 // more have been in doubt than a quarter of those before.
 constexpr std::size_t patience = 8;
+
+// The samples of whole vectors, of which there are so many.
+template <bool CountsSign>
+NUV_TARGET("avx2")
+std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_t* const lines[4],
+                               std::uint16_t* out, std::size_t samples,
+                               const NUV_CubicWeights<double>& weights,
+                               NUV_SampleLimits<std::uint16_t> limits)
+{
+    const NUV_SplitAVX2 integers(split);
+    const __m256i maximum = _mm256_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+    constexpr std::size_t step = 16;
+    std::size_t doubtful = 0;
+    std::size_t i = 0;
+    for (; i + step <= samples; i += step) {
+        bool doubt = doubtful > patience + i / (4 * step);
+        __m256i line = _mm256_setzero_si256();
+        if (!doubt) {
+            line = integers.sixteen<CountsSign>(lines, i, doubt);
+            doubtful += doubt ? 1 : 0;
+        }
+        if (doubt)
+            line = combined_by_doubles(lines, i, weights);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_min_epu16(line, maximum));
+    }
+    return i;
+}
+
+template <bool CountsSign>
+NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
+                                            const std::uint16_t* const lines[4], std::uint16_t* out,
+                                            std::size_t samples,
+                                            const NUV_CubicWeights<double>& weights,
+                                            NUV_SampleLimits<std::uint16_t> limits)
+{
+    const NUV_SplitAVX512 integers{weight_pairs_avx512(split.high[0], split.high[1]),
+                                   weight_pairs_avx512(split.high[2], split.high[3]),
+                                   weight_pairs_avx512(split.low[0], split.low[1]),
+                                   weight_pairs_avx512(split.low[2], split.low[3]),
+                                   _mm512_set1_epi32(31),
+                                   _mm512_set1_epi32(split.doubtful)};
+    const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+    constexpr std::size_t step = 32;
+    constexpr int few = 3; // single samples are made sooner than all
+    std::size_t doubtful = 0;
+    std::size_t i = 0;
+    for (; i + step <= samples; i += step) {
+        std::uint32_t doubt = ~std::uint32_t{0};
+        if (doubtful <= patience + i / (4 * step)) {
+            const __m512i line = combine_words<CountsSign>(
+                {load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
+                 load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i)},
+                integers, integers, doubt);
+            _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
+        }
+        if (std::popcount(doubt) > few) {
+            ++doubtful;
+            const __m512i line = combined_by_doubles_avx512(lines, i, weights);
+            _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
+            doubt = 0;
+        }
+        while (doubt != 0) {
+            const std::size_t at = i + take_combined_doubt(doubt);
+            combine_lines_body<std::uint16_t>(lines[0] + at, lines[1] + at, lines[2] + at,
+                                              lines[3] + at, out + at, 1, weights, limits);
+        }
+    }
+    return i;
+}
 
 } // namespace
 
@@ -341,14 +370,14 @@ void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, 
     std::size_t doubtful = split.fits ? 0 : samples;
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
-        bool doubt = doubtful > patience + i / (4 * step);
-        if (!doubt) {
+        std::uint32_t doubt = 1;
+        if (doubtful <= patience + i / (4 * step)) {
             const __m512i line = blend_words(_mm512_loadu_si512(upper + i),
                                              _mm512_loadu_si512(lower + i), integers, doubt);
-            doubtful += doubt ? 1 : 0;
+            doubtful += doubt != 0 ? 1 : 0;
             _mm512_storeu_si512(out + i, line);
         }
-        if (doubt)
+        if (doubt != 0)
             doubles.thirty_two(upper + i, lower + i, out + i);
     }
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
@@ -360,22 +389,11 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         NUV_SampleLimits<std::uint16_t> limits)
 {
     const NUV_SplitWeights split = split_weights(weights.tap);
-    const NUV_SplitAVX2 integers(split);
-    const __m256i maximum = _mm256_set1_epi16(static_cast<std::int16_t>(limits.maximum));
-    constexpr std::size_t step = 16;
-    std::size_t doubtful = split.is_nearly_exact ? samples : 0;
-    std::size_t i = 0;
-    for (; split.fits && i + step <= samples; i += step) {
-        bool doubt = doubtful > patience + i / (4 * step);
-        __m256i line = _mm256_setzero_si256();
-        if (!doubt) {
-            line = integers.sixteen(lines, i, doubt);
-            doubtful += doubt ? 1 : 0;
-        }
-        if (doubt)
-            line = combined_by_doubles(lines, i, weights);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_min_epu16(line, maximum));
-    }
+    const std::size_t i =
+        !split.fits ? 0
+        : split.counts_sign
+            ? combine_split_avx2<true>(split, lines, out, samples, weights, limits)
+            : combine_split_avx2<false>(split, lines, out, samples, weights, limits);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }
@@ -386,22 +404,11 @@ void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* ou
                           NUV_SampleLimits<std::uint16_t> limits)
 {
     const NUV_SplitWeights split = split_weights(weights.tap);
-    const NUV_SplitAVX512 integers(split);
-    const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
-    constexpr std::size_t step = 32;
-    std::size_t doubtful = split.is_nearly_exact ? samples : 0;
-    std::size_t i = 0;
-    for (; split.fits && i + step <= samples; i += step) {
-        bool doubt = doubtful > patience + i / (4 * step);
-        __m512i line = _mm512_setzero_si512();
-        if (!doubt) {
-            line = integers.thirty_two(lines, i, doubt);
-            doubtful += doubt ? 1 : 0;
-        }
-        if (doubt)
-            line = combined_by_doubles_avx512(lines, i, weights);
-        _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
-    }
+    const std::size_t i =
+        !split.fits ? 0
+        : split.counts_sign
+            ? combine_split_avx512<true>(split, lines, out, samples, weights, limits)
+            : combine_split_avx512<false>(split, lines, out, samples, weights, limits);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }

@@ -1,143 +1,140 @@
-#include "core/scale/kernels/nuv_scaletaps_kernels.h"
+#include "core/scale/kernels/nuv_splitblend_avx512.h"
+#include "core/scale/kernels/nuv_splitweights_avx512.h"
+#include "core/scale/kernels/nuv_tapwindows.h"
 
 #if NUV_X86
-
-#    include "core/include/nuv_avx512.h"
-#    include "core/scale/kernels/nuv_splitweights.h"
 
 namespace nuv {
 namespace {
 
-#    define NUV_AVX512 NUV_TARGET("avx512vbmi,avx512bw")
+using LinearWindow = NUV_TapWindow<NUV_LinearTaps<double>>;
+using CubicWindow = NUV_TapWindow<NUV_CubicTaps<double>>;
 
-using RealTable = NUV_TapTable<NUV_CubicTaps<double>>;
-
-constexpr std::size_t lanes = 16;          // samples at once, each in 32 bits
-constexpr std::size_t window_samples = 64; // that their taps are taken from
-
-template <int Channels>
-void convolve_by_doubles(const std::uint16_t* line, const RealTable& table, std::uint16_t* out,
-                         std::size_t pixels, NUV_SampleLimits<std::uint16_t> limits)
+// The samples at places of a window that begins at `in`.
+NUV_AVX512 inline __m512i take_samples(const std::uint16_t* in, __m512i order,
+                                       bool is_wide) noexcept
 {
-    const RealTable rest{.taps = table.taps};
-    if constexpr (Channels == 1)
-        convolve_row_portable<1, double>(line, rest, out, pixels, 1, limits);
-    else
-        convolve_real_avx2<Channels>(line, rest, out, pixels, Channels, limits);
+    const __m512i first = _mm512_loadu_si512(in);
+    if (!is_wide)
+        return _mm512_permutexvar_epi16(order, first);
+    return _mm512_permutex2var_epi16(first, order, _mm512_loadu_si512(in + 32));
 }
 
-// Of 16 samples, the first of which is channel `First` of a pixel: which pixel each belongs to,
-// counted from that one, and which channel it is.
-struct NUV_LaneOrder {
-    std::int32_t pixel[lanes];
-    std::int32_t channel[lanes];
-};
+// The samples of a window; those behind its own are anything. `doubt` becomes those that have to be
+// made again.
+template <int Channels>
+NUV_AVX512 inline __m512i make_samples(const std::uint16_t* line, const LinearWindow& window,
+                                       std::uint32_t& doubt) noexcept
+{
+    const __m512i order = _mm512_loadu_si512(window.order);
+    const std::uint16_t* in = line + window.begin;
+    return blend_words(
+        take_samples(in, order, window.is_wide), take_samples(in + Channels, order, window.is_wide),
+        {window.high, window.low, window.doubtful, window.grows, window.flips}, doubt);
+}
+
+NUV_AVX512 inline NUV_SplitAVX512 load_split(const CubicWindow::Sums& sums,
+                                             std::int32_t doubtful) noexcept
+{
+    const auto counts_sign = static_cast<__mmask16>(sums.counts_sign);
+    constexpr std::int32_t all = std::numeric_limits<std::int32_t>::max();
+    return {
+        _mm512_loadu_si512(sums.high[0]),
+        _mm512_loadu_si512(sums.high[1]),
+        _mm512_loadu_si512(sums.low[0]),
+        _mm512_loadu_si512(sums.low[1]),
+        _mm512_mask_blend_epi32(counts_sign, _mm512_set1_epi32(split_bits), _mm512_set1_epi32(31)),
+        _mm512_mask_blend_epi32(counts_sign, _mm512_set1_epi32(all), _mm512_set1_epi32(doubtful))};
+}
+
+template <bool CountsSign>
+NUV_AVX512 inline __m512i combine_window(const __m512i (&taps)[4], const CubicWindow& window,
+                                         std::uint32_t& doubt) noexcept
+{
+    return combine_words<CountsSign>(taps, load_split(window.half[0], window.doubtful),
+                                     load_split(window.half[1], window.doubtful), doubt);
+}
 
 template <int Channels>
-constexpr auto lane_orders = [] {
-    struct {
-        NUV_LaneOrder of[Channels];
-    } orders{};
-    for (int first = 0; first < Channels; ++first) {
-        for (int i = 0; i < static_cast<int>(lanes); ++i) {
-            orders.of[first].pixel[i] = (first + i) / Channels;
-            orders.of[first].channel[i] = (first + i) % Channels;
-        }
+NUV_AVX512 inline __m512i make_samples(const std::uint16_t* line, const CubicWindow& window,
+                                       std::uint32_t& doubt) noexcept
+{
+    const __m512i order = _mm512_loadu_si512(window.order);
+    const std::uint16_t* in = line + window.begin;
+    __m512i taps[4];
+    for (__m512i& tap : taps) {
+        tap = _mm512_xor_si512(take_samples(in, order, window.is_wide), _mm512_set1_epi16(-32768));
+        in += Channels;
     }
-    return orders;
-}();
-
-// Two samples of each lane, at `places` of the two halves of the window, less 32768.
-NUV_AVX512 inline __m512i take_pairs(__m512i low, __m512i places, __m512i high) noexcept
-{
-    return _mm512_permutex2var_epi16(low, places, high);
+    if ((window.half[0].counts_sign | window.half[1].counts_sign) != 0)
+        return combine_window<true>(taps, window, doubt);
+    return combine_window<false>(taps, window, doubt);
 }
 
-NUV_AVX512 inline __m512i load_signed(const std::uint16_t* from) noexcept
+// Takes one of the bits of a doubt; which sample of the window it is of.
+[[nodiscard]] inline std::size_t take_doubtful(const LinearWindow&, std::uint32_t& doubt) noexcept
 {
-    return _mm512_xor_si512(_mm512_loadu_si512(from), _mm512_set1_epi16(-32768));
+    const auto sample = static_cast<std::size_t>(std::countr_zero(doubt));
+    doubt &= doubt - 1;
+    return sample;
+}
+[[nodiscard]] inline std::size_t take_doubtful(const CubicWindow&, std::uint32_t& doubt) noexcept
+{
+    return take_combined_doubt(doubt);
 }
 
-// Entries from the one of pixel `k` on, by lanes.
-NUV_AVX512 inline __m512i spread(const void* entries, std::size_t k, __m512i pixels) noexcept
+// Makes the samples of a window again, which begin with `begin` of the row, that are in doubt.
+template <int Channels, class Taps>
+void make_again(const std::uint16_t* line, const Taps* taps, const NUV_TapWindow<Taps>& window,
+                std::uint32_t doubt, std::size_t begin, std::uint16_t* out,
+                NUV_SampleLimits<std::uint16_t> limits)
 {
-    const auto* from = static_cast<const std::uint32_t*>(entries) + k;
-    return _mm512_permutexvar_epi32(pixels, _mm512_loadu_si512(from));
+    while (doubt != 0) {
+        const std::size_t sample = begin + take_doubtful(window, doubt);
+        const Taps& again = taps[sample / Channels];
+        const std::uint16_t* in = line + again.offset + sample % Channels;
+        out[sample] = round_sum(weigh_taps<double>(in, Channels, again), limits);
+    }
 }
 
 } // namespace
 
-template <int Channels>
-NUV_AVX512 void convolve_split_avx512(const std::uint16_t* line, const RealTable& table,
-                                      std::uint16_t* out, std::size_t pixels, std::size_t,
-                                      NUV_SampleLimits<std::uint16_t> limits)
+// A whole store writes over what the next window makes.
+template <int Channels, class Taps>
+NUV_AVX512 void convolve_windows_avx512(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
+                                        std::uint16_t* out, std::size_t pixels, std::size_t,
+                                        NUV_SampleLimits<std::uint16_t> limits)
 {
-    constexpr std::size_t patience = 8; // as of lines
-    const __m512i doubts = _mm512_set1_epi32(table.is_exact ? 0 : 2 * split_doubt);
-    const __m512i maximum = _mm512_set1_epi32(limits.maximum);
-    const __m512i farthest =
-        _mm512_set1_epi32(static_cast<std::int32_t>(window_samples) - 3 * Channels - 1);
-    const __m512i second = _mm512_set1_epi32(Channels << 16);
-    const __m512i two_on = _mm512_set1_epi32((2 * Channels) << 16 | 2 * Channels);
-    std::size_t doubtful = 0;
-    std::size_t k = 0;
-    std::size_t begin = 0; // sample, of pixel k
-    for (; k + lanes <= pixels && doubtful <= patience + begin / (4 * lanes); begin += lanes) {
-        const std::size_t first_channel = begin - k * Channels;
-        const NUV_LaneOrder& order = lane_orders<Channels>.of[first_channel];
-        const __m512i lane_pixels = _mm512_loadu_si512(order.pixel);
-        const __m512i first_tap =
-            _mm512_set1_epi32(static_cast<std::int32_t>(table.packed.offsets[k]));
-        const __m512i behind = _mm512_add_epi32(
-            _mm512_sub_epi32(spread(table.packed.offsets, k, lane_pixels), first_tap),
-            _mm512_loadu_si512(order.channel));
-        const __m512i places =
-            _mm512_add_epi32(_mm512_or_si512(behind, _mm512_slli_epi32(behind, 16)), second);
-        const std::uint16_t* in = line + table.packed.offsets[k];
-        const __m512i low_half = load_signed(in);
-        const __m512i high_half = load_signed(in + window_samples / 2);
-        const __m512i earlier = take_pairs(low_half, places, high_half);
-        const __m512i later = take_pairs(low_half, _mm512_add_epi32(places, two_on), high_half);
-        const __m512i high = _mm512_add_epi32(
-            _mm512_madd_epi16(earlier, spread(table.packed.first_pairs, k, lane_pixels)),
-            _mm512_madd_epi16(later, spread(table.packed.second_pairs, k, lane_pixels)));
-        const __m512i low = _mm512_add_epi32(
-            _mm512_madd_epi16(earlier, spread(table.low.first_pairs, k, lane_pixels)),
-            _mm512_madd_epi16(later, spread(table.low.second_pairs, k, lane_pixels)));
-        const __m512i sums =
-            _mm512_add_epi32(_mm512_add_epi32(high, _mm512_srai_epi32(low, split_bits)),
-                             _mm512_set1_epi32(1 << (split_bits - 1)));
-        const __m512i distances =
-            _mm512_and_si512(_mm512_add_epi32(sums, _mm512_set1_epi32(split_doubt)),
-                             _mm512_set1_epi32((1 << split_bits) - 1));
-        const __mmask16 doubt = _mm512_cmpgt_epi32_mask(doubts, distances);
-        const __mmask16 far = _mm512_cmpgt_epu32_mask(behind, farthest);
-        if ((doubt | far) != 0) {
-            // All pixels of which there are samples; the others of these are made twice.
-            const std::size_t end = (begin + lanes - 1) / Channels + 1;
-            convolve_by_doubles<Channels>(line, {.taps = table.taps + k}, out + k * Channels,
-                                          end - k, limits);
-            ++doubtful;
+    const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+    std::size_t begin = 0;
+    for (const NUV_TapWindow<Taps>& window : std::span(table.windows, table.window_count)) {
+        std::uint32_t doubt = 0;
+        const __m512i samples =
+            _mm512_min_epu16(make_samples<Channels>(line, window, doubt), maximum);
+        if (begin + most_window_samples <= pixels * Channels) {
+            _mm512_storeu_si512(out + begin, samples);
         } else {
-            const __m512i samples =
-                _mm512_add_epi32(_mm512_srai_epi32(sums, split_bits), _mm512_set1_epi32(32768));
-            const __m512i limited =
-                _mm512_min_epi32(_mm512_max_epi32(samples, _mm512_setzero_si512()), maximum);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + begin),
-                                _mm512_cvtepi32_epi16(limited));
+            _mm512_mask_storeu_epi16(
+                out + begin, ~__mmask32{0} >> (most_window_samples - window.samples), samples);
         }
-        k = (begin + lanes) / Channels;
+        if (doubt != 0)
+            make_again<Channels>(line, table.taps, window, doubt, begin, out, limits);
+        begin += window.samples;
     }
-    convolve_by_doubles<Channels>(line, {.taps = table.taps + k}, out + k * Channels, pixels - k,
-                                  limits);
 }
 
-template void convolve_split_avx512<1>(const std::uint16_t*, const RealTable&, std::uint16_t*,
-                                       std::size_t, std::size_t, NUV_SampleLimits<std::uint16_t>);
-template void convolve_split_avx512<3>(const std::uint16_t*, const RealTable&, std::uint16_t*,
-                                       std::size_t, std::size_t, NUV_SampleLimits<std::uint16_t>);
-template void convolve_split_avx512<4>(const std::uint16_t*, const RealTable&, std::uint16_t*,
-                                       std::size_t, std::size_t, NUV_SampleLimits<std::uint16_t>);
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a template takes none
+#    define NUV_WINDOW_FORM(channels, taps)                                                        \
+        template void convolve_windows_avx512<channels, taps<double>>(                             \
+            const std::uint16_t*, const NUV_TapTable<taps<double>>&, std::uint16_t*, std::size_t,  \
+            std::size_t, NUV_SampleLimits<std::uint16_t>)
+// NOLINTEND(bugprone-macro-parentheses)
+NUV_WINDOW_FORM(1, NUV_LinearTaps);
+NUV_WINDOW_FORM(3, NUV_LinearTaps);
+NUV_WINDOW_FORM(4, NUV_LinearTaps);
+NUV_WINDOW_FORM(1, NUV_CubicTaps);
+NUV_WINDOW_FORM(3, NUV_CubicTaps);
+NUV_WINDOW_FORM(4, NUV_CubicTaps);
 
 } // namespace nuv
 

@@ -40,19 +40,16 @@ struct NUV_PackedTaps {
 // Bytes behind the last pixel of a work line that the packed forms may read and ignore.
 inline constexpr std::size_t packed_taps_slack_bytes = 128;
 
-struct NUV_BlendWindow;
+// Samples of an output row that are made together: see nuv_tapwindows.h. Integers have none.
+template <class Taps>
+struct NUV_TapWindow {};
 
 // A table in the layout that the form at hand reads; see NUV_ConvolveForm.
 template <class Taps>
 struct NUV_TapTable {
     const Taps* taps = nullptr;
     NUV_PackedTaps packed{};
-    // Of doubles that are split, see nuv_splitweights.h: the lower parts, `packed` being the higher
-    // ones, and whether all are exact.
-    NUV_PackedTaps low{};
-    bool is_exact = false;
-    // Of doubles between two pixels, beside `taps`: see nuv_blendwindows.h.
-    const NUV_BlendWindow* windows = nullptr;
+    const NUV_TapWindow<Taps>* windows = nullptr; // of doubles, beside `taps`
     std::size_t window_count = 0;
 };
 
@@ -71,6 +68,14 @@ template <class Sum, IntegerSample T, class Weight>
     return in[0] * static_cast<Sum>(taps.weight[0]) + in[step] * static_cast<Sum>(taps.weight[1]) +
            in[2 * step] * static_cast<Sum>(taps.weight[2]) +
            in[3 * step] * static_cast<Sum>(taps.weight[3]);
+}
+
+// Its second pixel is looked at where it has a weight.
+template <class Sum, IntegerSample T, class Weight>
+[[nodiscard]] inline Sum weigh_taps(const T* in, std::size_t step,
+                                    const NUV_LinearTaps<Weight>& taps) noexcept
+{
+    return in[0] * taps.first + in[taps.second != 0 ? step : 0] * taps.second;
 }
 
 template <IntegerSample T>
@@ -157,24 +162,16 @@ NUV_TARGET("avx2")
 void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
                         std::uint16_t* out, std::size_t pixels, std::size_t channels,
                         NUV_SampleLimits<std::uint16_t> limits);
-// The same of 1, 3 or 4 channels in integers, where these tell how a sum rounds, and else in
-// doubles. Both of them are in the table.
-template <int Channels>
+// The same of 1, 3 or 4 channels in integers, by the windows of the table, where these tell how a
+// sum rounds, and else in doubles.
+template <int Channels, class Taps>
 NUV_TARGET("avx512vbmi,avx512bw")
-void convolve_split_avx512(const std::uint16_t* line,
-                           const NUV_TapTable<NUV_CubicTaps<double>>& table, std::uint16_t* out,
-                           std::size_t pixels, std::size_t channels,
-                           NUV_SampleLimits<std::uint16_t> limits);
-// Between two pixels, of 1, 3 or 4 channels, by the windows of the table.
-template <int Channels>
-NUV_TARGET("avx512vbmi,avx512bw")
-void blend_row_avx512(const std::uint16_t* line, const NUV_TapTable<NUV_LinearTaps<double>>& table,
-                      std::uint16_t* out, std::size_t pixels, std::size_t channels,
-                      NUV_SampleLimits<std::uint16_t> limits);
+void convolve_windows_avx512(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
+                             std::uint16_t* out, std::size_t pixels, std::size_t channels,
+                             NUV_SampleLimits<std::uint16_t> limits);
 #endif
 
-// A form, and which layout of the table it reads. Of doubles, a packed one has split weights, and
-// one between two pixels has windows.
+// A form, and which layout of the table it reads: of doubles, a packed one has windows.
 template <IntegerSample T, class Taps>
 struct NUV_ConvolveForm {
     ConvolveRow<T, Taps> convolve = nullptr;
@@ -200,15 +197,9 @@ template <IntegerSample T, class Taps>
             if (cpu.has_avx2 && narrow)
                 return {convolve_packed_avx2<Channels, T, Taps>, true};
         }
-        if constexpr (std::is_same_v<T, std::uint16_t> &&
-                      std::is_same_v<Taps, NUV_CubicTaps<double>> && Channels != 0) {
+        if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels != 0) {
             if (cpu.has_avx512vbmi && narrow)
-                return {convolve_split_avx512<Channels>, true};
-        }
-        if constexpr (std::is_same_v<T, std::uint16_t> &&
-                      std::is_same_v<Taps, NUV_LinearTaps<double>> && Channels != 0) {
-            if (cpu.has_avx512vbmi && narrow)
-                return {blend_row_avx512<Channels>, true};
+                return {convolve_windows_avx512<Channels, Taps>, true};
         }
         if constexpr (std::is_same_v<T, std::uint16_t> && has_real_weights<Taps> && Channels > 1) {
             if (cpu.has_avx2)

@@ -37,9 +37,10 @@ struct NUV_BlendWeightsAVX512 {
     {}
 };
 
-// Thirty-two samples between two each. `doubt` becomes true when some have to be made again.
+// Thirty-two samples between two each. `doubt` becomes those that have to be made again.
 NUV_AVX512 inline __m512i blend_words(__m512i upper, __m512i lower,
-                                      const NUV_BlendWeightsAVX512& weights, bool& doubt) noexcept
+                                      const NUV_BlendWeightsAVX512& weights,
+                                      std::uint32_t& doubt) noexcept
 {
     const __m512i apart =
         _mm512_sub_epi16(_mm512_max_epu16(upper, lower), _mm512_min_epu16(upper, lower));
@@ -51,7 +52,7 @@ NUV_AVX512 inline __m512i blend_words(__m512i upper, __m512i lower,
     const __mmask32 near_half =
         _mm512_cmplt_epu16_mask(_mm512_and_si512(moved, _mm512_set1_epi16((1 << blend_bits) - 1)),
                                 _mm512_set1_epi16(blend_doubt));
-    doubt = _mm512_mask_cmple_epu16_mask(near_half, apart, weights.doubtful) != 0;
+    doubt = _mm512_mask_cmple_epu16_mask(near_half, apart, weights.doubtful);
     const __m512i rounded = _mm512_mask_sub_epi16(moved, weights.shrink ^ (weights.flip & falls),
                                                   moved, _mm512_set1_epi16(blend_doubt));
     const __m512i step = _mm512_add_epi16(_mm512_mulhi_epu16(apart, weights.high),

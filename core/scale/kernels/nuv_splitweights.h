@@ -2,9 +2,11 @@
 
 #include "core/scale/kernels/nuv_scalelines_kernels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace nuv {
 
@@ -21,14 +23,22 @@ namespace nuv {
 // - In double precision eight operations on numbers below 2^19 are off by less than 2^-20 in all.
 //
 // So the sum in double precision lies between v - 7 and v + 8, and is rounded as v is unless a half
-// lies there: if (v + 2^13) mod 2^14 is from 8 to 2^14 - 9. Where all weights are whole multiples
-// of 2^-14, v is the sum, and so is what double precision gives, for nothing in it is rounded.
+// lies there: if (v + 2^13) mod 2^14 is from 8 to 2^14 - 9.
+//
+// Weights that are whole multiples of 2^-10 but for a hair put many sums on a half. Then the low
+// ones take the place of what the higher ones lack, in a unit in which these have 13 bits, and add
+// up to nothing, too. Of their sum the sign counts alone, so that v is the sum of high x s, or 1
+// less where that is negative: no other sum with such weights is within 16 of a half. It is off by
+// 3 x 1/2 x 65535, and double precision by less than 2^-32; up to that it is in doubt. Where
+// nothing is lacking, nothing in double precision is rounded either, nor where all weights are
+// whole multiples of 2^-14: then v is the sum.
 struct NUV_SplitWeights {
     std::int32_t high[4]; // these fit 16 bits
     std::int32_t low[4];
-    bool is_exact;
-    bool is_nearly_exact; // but for a hair, and not whole numbers, whose sums are far off a half
-    bool fits;            // else nothing holds
+    bool counts_sign = false; // alone, of the sum of low x s
+    // Close to a half, magnitudes of that sum up to this are in doubt: all, or -1 for none.
+    std::int32_t doubtful = std::numeric_limits<std::int32_t>::max();
+    bool fits = true; // else nothing holds
 };
 
 inline constexpr int split_bits = 14;
@@ -50,13 +60,40 @@ struct NUV_SplitWeight {
             static_cast<std::int32_t>(units - (high << split_bits))};
 }
 
+// Makes the low parts what the weights lack.
+inline void take_lost(NUV_SplitWeights& split, const double (&weights)[4]) noexcept
+{
+    double lost[4] = {};
+    double most = 0;
+    for (const int i : {0, 2, 3}) {
+        lost[i] = weights[i] - std::ldexp(split.high[i], -split_bits);
+        most = std::max(most, std::abs(lost[i]));
+    }
+    split.counts_sign = true;
+    if (most == 0) {
+        split.doubtful = -1;
+        return;
+    }
+    constexpr double off = 3 * 0.5 * 65535;
+    const int scale = 12 - std::ilogb(most);
+    for (const int i : {0, 2, 3}) {
+        split.low[i] = static_cast<std::int32_t>(std::lround(std::ldexp(lost[i], scale)));
+        split.low[1] -= split.low[i];
+    }
+    const double doubtful = off + std::ldexp(1, scale - 32);
+    split.doubtful =
+        doubtful < split.doubtful ? static_cast<std::int32_t>(doubtful + 1) : split.doubtful;
+}
+
 [[nodiscard]] inline NUV_SplitWeights split_weights(const double (&weights)[4]) noexcept
 {
     constexpr double unit = std::int64_t{1} << 2 * split_bits;
-    NUV_SplitWeights split{{}, {}, true, true, true};
+    NUV_SplitWeights split{};
     std::int64_t units[4] = {0, std::int64_t{1} << 2 * split_bits, 0, 0};
     std::int64_t magnitude = 0;
-    bool is_whole = true;
+    bool is_exact = true;
+    bool is_coarse = true; // but for a hair
+    bool is_whole = true;  // and then all sums are far off a half
     for (const int i : {0, 2, 3, 1}) {
         if (!(std::abs(weights[i]) < 1.99)) {
             split.fits = false;
@@ -69,12 +106,13 @@ struct NUV_SplitWeight {
         const auto [high, low] = split_units(units[i]);
         split.high[i] = high;
         split.low[i] = low;
-        split.is_nearly_exact = split.is_nearly_exact && low == 0;
-        split.is_exact = split.is_exact && low == 0 && weights[i] * (1 << split_bits) == high;
+        is_exact = is_exact && weights[i] * (1 << split_bits) == high;
+        is_coarse = is_coarse && low == 0 && high % (2 * split_doubt) == 0;
         is_whole = is_whole && high % (1 << split_bits) == 0;
         magnitude += std::abs(high);
     }
-    split.is_nearly_exact = split.is_nearly_exact && !split.is_exact && !is_whole;
+    if ((is_exact || is_coarse) && !is_whole)
+        take_lost(split, weights);
     constexpr std::int64_t most_magnitude = 65000; // so that sums fit 32 bits
     split.fits = magnitude <= most_magnitude;
     return split;

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "core/scale/kernels/nuv_blendwindows.h"
-#include "core/scale/kernels/nuv_scaletaps_kernels.h"
-#include "core/scale/kernels/nuv_splitweights.h"
+#include "core/scale/kernels/nuv_tapwindows.h"
 #include "core/scale/source/nuv_padline.h"
 #include "framework/base/nuv_held.h"
 #include "framework/base/nuv_manager.h"
@@ -52,7 +50,7 @@ public:
     {
         if (!form_.is_packed)
             return true;
-        if constexpr (std::is_same_v<Taps, NUV_LinearTaps<double>>)
+        if constexpr (has_real_weights<Taps>)
             return make_windows(manager);
         else
             return make_packed(manager);
@@ -65,9 +63,8 @@ public:
     {
         line_.fill_pads();
         form_.convolve(line_.samples(),
-                       {taps_.data(), packed_.taps(), low_.taps(), is_exact_, windows_.data(),
-                        windows_.size()},
-                       out, pixels_, channels_, limits);
+                       {taps_.data(), packed_.taps(), windows_.data(), windows_.size()}, out,
+                       pixels_, channels_, limits);
     }
 
 private:
@@ -82,39 +79,21 @@ private:
     {
         if (!packed_.allocate(manager, pixels_))
             return false;
-        if constexpr (!has_real_weights<Taps>) {
-            for (std::size_t k = 0; k < pixels_; ++k)
-                packed_.set(k, taps_[k].offset, weights_of(taps_[k]));
-            taps_.free();
-        } else if constexpr (std::is_same_v<Taps, NUV_CubicTaps<double>>) {
-            if (!low_.allocate(manager, pixels_))
-                return false;
-            is_exact_ = true;
-            bool fits = true;
-            std::size_t nearly_exact = 0;
-            for (std::size_t k = 0; k < pixels_; ++k) {
-                const NUV_SplitWeights split = split_weights(taps_[k].weight);
-                packed_.set(k, taps_[k].offset, std::to_array(split.high));
-                low_.set(k, taps_[k].offset, std::to_array(split.low));
-                fits = fits && split.fits;
-                is_exact_ = is_exact_ && split.is_exact;
-                nearly_exact += split.is_nearly_exact ? 1 : 0;
-            }
-            if (!fits || nearly_exact > pixels_ / 8)
-                take_doubles(manager);
-        }
+        for (std::size_t k = 0; k < pixels_; ++k)
+            packed_.set(k, taps_[k].offset, weights_of(taps_[k]));
+        taps_.free();
         return true;
     }
 
     // Where windows are short, double precision is as fast, and where the table leaves the cache.
     [[nodiscard]] bool make_windows(NUV_Manager& manager)
     {
-        constexpr std::size_t least_window = NUV_BlendWindow::most_samples / 4;
+        constexpr std::size_t least_window = most_window_samples / 4;
         constexpr std::size_t most_samples = std::size_t{1} << 18;
         const std::size_t samples = pixels_ * channels_;
         std::size_t count = 0;
         for (std::size_t i = 0; samples <= most_samples && i < samples; ++count)
-            i += blend_window_samples(taps_.items(), channels_, i);
+            i += count_window_samples<Taps>(taps_.items(), channels_, i);
         if (count == 0 || count > samples / least_window) {
             take_doubles(manager);
             return true;
@@ -122,9 +101,10 @@ private:
         if (!windows_.allocate(manager, count))
             return false;
         std::size_t first = 0;
-        for (NUV_BlendWindow& window : windows_.items()) {
-            const std::uint32_t length = blend_window_samples(taps_.items(), channels_, first);
-            if (!make_blend_window(taps_.items(), channels_, first, length, window)) {
+        for (NUV_TapWindow<Taps>& window : windows_.items()) {
+            const std::uint32_t length =
+                count_window_samples<Taps>(taps_.items(), channels_, first);
+            if (!make_tap_window<Taps>(taps_.items(), channels_, first, length, window)) {
                 take_doubles(manager);
                 return true;
             }
@@ -137,11 +117,10 @@ private:
     std::size_t pixels_ = 0;
     NUV_ConvolveForm<T, Taps> form_;
     NUV_PaddedLine<T, Pads> line_;
-    NUV_Scratch<Taps> taps_;    // one of the two is filled in the end,
-    NUV_PackedTapTable packed_; // or all three, for split weights,
-    NUV_PackedTapTable low_;
-    NUV_Scratch<NUV_BlendWindow> windows_; // or these beside the first
-    bool is_exact_ = false;
+    // One of the first two is filled in the end, or the first and the last one.
+    NUV_Scratch<Taps> taps_;
+    NUV_PackedTapTable packed_;
+    NUV_Scratch<NUV_TapWindow<Taps>> windows_;
 };
 
 } // namespace nuv
