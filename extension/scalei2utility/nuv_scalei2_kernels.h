@@ -40,7 +40,24 @@ template <class A>
 struct NUV_ScaleI2RowTable {
     const std::int64_t* firsts;        // source pixels
     const typename A::Weight* weights; // of each result pixel, NUV_ScaleI2Axis<>::stride of them
+    // Those of set_weights_by_taps(), from the first pixel on that is to be made. Only for forms
+    // that take them.
+    const typename A::Weight* by_taps = nullptr;
 };
+
+inline constexpr std::size_t scale_i2_group_pixels = 8;
+
+// The weights of a whole number of groups of result pixels, in groups, too: each tap's together.
+template <class Weight>
+void set_weights_by_taps(const Weight* weights, std::size_t pixels, Weight* by_taps)
+{
+    constexpr std::size_t stride = NUV_ScaleI2Axis<Weight>::stride;
+    constexpr std::size_t group = scale_i2_group_pixels;
+    for (std::size_t k = 0; k < pixels; ++k) {
+        for (std::size_t i = 0; i < stride; ++i)
+            by_taps[(k / group * stride + i) * group + k % group] = weights[k * stride + i];
+    }
+}
 
 // Makes result pixels `begin` to `end` - 1 of the line `out`. All their taps lie inside `line`, and
 // so does what the form reads, see NUV_ScaleI2RowForm.
@@ -64,6 +81,15 @@ using FilterRow = void (*)(const typename A::Sample* line, const NUV_ScaleI2RowT
 template <class A>
 using RowSum =
     std::conditional_t<std::is_same_v<A, NUV_ScaleI2FixedArithmetic>, std::int32_t, double>;
+
+// Asks memory for what comes on the line, or on the next one, some hundred pixels behind `sample`:
+// a picture is read but once, and forms would wait for it. Nothing is touched, and asking for what
+// is not there does nothing.
+inline void ask_ahead(const void* sample, std::size_t bytes = 0) noexcept
+{
+    constexpr std::size_t ahead = 2048;
+    __builtin_prefetch(static_cast<const std::uint8_t*>(sample) + ahead + bytes);
+}
 
 template <class A, int Taps, int Channels>
 [[gnu::always_inline]] inline void filter_row_body(const typename A::Sample* __restrict line,
@@ -124,6 +150,11 @@ NUV_TARGET("avx2")
 void filter_row_avx2(const std::uint16_t* line,
                      const NUV_ScaleI2RowTable<NUV_ScaleI2FloatArithmetic>& table, double* out,
                      std::size_t begin, std::size_t end);
+template <int Taps, int Channels>
+NUV_TARGET("avx512vbmi,avx512bw")
+void filter_row_avx512(const std::uint16_t* line,
+                       const NUV_ScaleI2RowTable<NUV_ScaleI2FloatArithmetic>& table, double* out,
+                       std::size_t begin, std::size_t end);
 #endif
 
 // A form, and how many samples from a result pixel's first tap on it reads.
@@ -131,6 +162,7 @@ template <class A>
 struct NUV_ScaleI2RowForm {
     FilterRow<A> filter;
     std::uint32_t reach;
+    bool takes_weights_by_taps = false;
 };
 
 // The fastest form that `cpu` can run, for 1, 3 or 4 channels. Called once per engine.
@@ -151,6 +183,8 @@ template <class A>
             // Each load takes four samples, or the eight that eight taps of one channel are.
             constexpr std::uint32_t reach =
                 Channels == 1 ? 8 : (std::uint32_t{Taps} - 1) * Channels + 4;
+            if (cpu.has_avx512vbmi)
+                return {filter_row_avx512<Taps, Channels>, reach, true};
             if (cpu.has_avx2)
                 return {filter_row_avx2<Taps, Channels>, reach};
         }
@@ -230,6 +264,10 @@ template <int Taps>
 NUV_TARGET("avx2")
 void combine_middles_avx2(const double* const* lines, const double* weights, std::uint16_t* out,
                           std::size_t samples, std::uint16_t maximum);
+template <int Taps>
+NUV_TARGET("avx512vbmi,avx512bw")
+void combine_middles_avx512(const double* const* lines, const double* weights, std::uint16_t* out,
+                            std::size_t samples, std::uint16_t maximum);
 #endif
 
 template <class A>
@@ -244,6 +282,10 @@ template <class A>
                 return combine_middles_portable<A, std::int64_t, Taps>;
         }
 #if NUV_X86
+        if constexpr (!is_fixed) {
+            if (cpu.has_avx512vbmi)
+                return combine_middles_avx512<Taps>;
+        }
         if (cpu.has_avx2)
             return combine_middles_avx2<Taps>;
 #endif

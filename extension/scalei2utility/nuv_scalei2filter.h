@@ -25,14 +25,14 @@ public:
         source_width_ = sizes.source;
         destination_width_ = sizes.destination;
         find_inner_pixels(form.reach);
-        return true;
+        return !form.takes_weights_by_taps || set_by_taps(manager);
     }
 
     // `line` has as many pixels as the source, `out` as many as the destination.
     void filter(const typename A::Sample* line, typename A::Middle* out) const
     {
         filter_ends(line, out, 0, begin_);
-        filter_(line, {axis_.firsts(), axis_.weights(0)}, out, begin_, end_);
+        filter_(line, {axis_.firsts(), axis_.weights(0), by_taps_.data()}, out, begin_, end_);
         filter_ends(line, out, end_, destination_width_);
     }
 
@@ -52,6 +52,16 @@ private:
             --end_;
     }
 
+    [[nodiscard]] bool set_by_taps(NUV_Manager& manager)
+    {
+        constexpr std::size_t group = scale_i2_group_pixels;
+        const std::size_t pixels = (end_ - begin_) / group * group;
+        if (!by_taps_.allocate(manager, pixels * NUV_ScaleI2Axis<typename A::Weight>::stride))
+            return false;
+        set_weights_by_taps(axis_.weights(begin_), pixels, by_taps_.data());
+        return true;
+    }
+
     void filter_ends(const typename A::Sample* line, typename A::Middle* out, std::size_t begin,
                      std::size_t end) const
     {
@@ -62,6 +72,7 @@ private:
     }
 
     NUV_ScaleI2Axis<typename A::Weight> axis_;
+    NUV_Scratch<typename A::Weight> by_taps_;
     FilterRow<A> filter_ = nullptr;
     std::uint32_t taps_ = 0;
     std::uint32_t channels_ = 0;

@@ -385,8 +385,65 @@ TEST(ScaleI2Forms, AreChosenByTheProcessor)
     };
     for (const std::uint32_t taps : {4U, 5U, 6U, 7U, 8U}) {
         expect.operator()<Fixed>("PPAA", taps, 0);
-        expect.operator()<Float>("PPAA", taps, 0);
+        expect.operator()<Float>("PPAV", taps, 0);
         expect.operator()<Fixed>("PPPP", taps, 1);
+    }
+}
+
+// Pixels lie apart as far as a mask lets them, and farther, on lines that are made in several
+// parts.
+TEST(ScaleI2Forms, FilterRowAndCombineReal)
+{
+    using Float = NUV_ScaleI2FloatArithmetic;
+    constexpr std::size_t stride = NUV_ScaleI2Axis<double>::stride;
+    const auto draw_reals = [](NUV_FormDraw& draw, std::size_t count, double scale) {
+        std::vector<double> reals(count);
+        for (double& real : reals)
+            real = (static_cast<double>(draw.number(0, 4000)) - 1000) * scale;
+        return reals;
+    };
+    const auto expect_same = [&](std::uint32_t taps, std::uint32_t channels) {
+        const auto choose = [=](const NUV_Cpu& cpu) {
+            return choose_filter_row<Float>(cpu, taps, channels, 1);
+        };
+        const auto draw_row = [&](NUV_FormDraw& draw, auto compare) {
+            const std::size_t end = draw.length(230);
+            const std::size_t begin = std::min(end, draw.number(0, 2));
+            const double apart = static_cast<double>(draw.number(5, 32)) / 10;
+            std::vector<std::int64_t> firsts(end + 1);
+            for (std::size_t k = 0; k <= end; ++k)
+                firsts[k] = static_cast<std::int64_t>(static_cast<double>(k) * apart);
+            const auto weights = draw_reals(draw, (end + 1) * stride, 1.0 / 777);
+            const std::size_t grouped = (end - begin) / 8 * 8;
+            std::vector<double> by_taps(grouped * stride);
+            set_weights_by_taps(weights.data() + begin * stride, grouped, by_taps.data());
+            const U16* line = draw.input<U16>(static_cast<std::size_t>(firsts[end]) * channels +
+                                              choose(NUV_Cpu::avx512vbmi).reach);
+            compare(end * channels, [&](auto form, double* out) {
+                form(line, {firsts.data(), weights.data(), by_taps.data()}, out, begin, end);
+            });
+        };
+        const auto filter = [&](const NUV_Cpu& cpu) { return choose(cpu).filter; };
+        expect_same_forms<double>("PPAV", filter, draw_row, 231);
+    };
+    for (const std::uint32_t taps : {4U, 5U, 6U, 7U, 8U}) {
+        for (const std::uint32_t channels : {1U, 3U, 4U})
+            expect_same(taps, channels);
+        const auto combine = [=](const NUV_Cpu& cpu) {
+            return choose_combine_middles<Float>(cpu, taps, 1);
+        };
+        expect_same_forms<U16>("PPAV", combine, [&](NUV_FormDraw& draw, auto compare) {
+            const std::size_t count = draw.length(70);
+            const auto middles = draw_reals(draw, taps * count, 1.0 / 3);
+            std::vector<const double*> lines;
+            for (std::size_t i = 0; i < taps; ++i)
+                lines.push_back(middles.data() + i * count);
+            const auto weights = draw_reals(draw, taps, 1.0 / 77);
+            const U16 maximum = draw.one_of<U16>({65535, 4095});
+            compare(count, [&](auto form, U16* out) {
+                form(lines.data(), weights.data(), out, count, maximum);
+            });
+        });
     }
 }
 

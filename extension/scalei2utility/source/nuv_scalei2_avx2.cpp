@@ -58,6 +58,7 @@ inline std::size_t filter_colors(const std::uint8_t* line, const Table& table, s
     // Four pixels at a time. Of three channels the last store spills into a fifth, which comes
     // next.
     for (; k + 5 <= end; k += 4) {
+        ask_ahead(line + table.firsts[k] * Channels);
         const __m256i four =
             _mm256_packs_epi32(two_pixels<Taps, Channels>(line, table, k, shuffles),
                                two_pixels<Taps, Channels>(line, table, k + 1, shuffles));
@@ -111,6 +112,7 @@ inline std::size_t filter_colors(const std::uint16_t* line, const RealTable& tab
     for (; k + 1 < end; ++k) {
         const std::uint16_t* in = line + table.firsts[k] * Channels;
         const double* weights = table.weights + k * stride;
+        ask_ahead(in);
         __m256d sum = _mm256_setzero_pd();
         for (std::size_t i = 0; i < Taps; ++i) {
             const __m256d samples = four_numbers(in + i * Channels);
