@@ -42,12 +42,12 @@ protected:
 
 private:
     [[nodiscard]] bool can_be_there() const;
-    [[nodiscard]] bool can_stand();
+    [[nodiscard]] const std::uint8_t* where_standing();
     [[nodiscard]] bool deliver_standing();
 
     std::uint32_t line_ = 0;
-    bool is_standing_ = false;  // lines are delivered where the storage has them
-    std::int32_t position_ = 0; // of what is read next; others may move the storage
+    std::int32_t position_ = 0;              // of what is read next; others may move the storage
+    const std::uint8_t* standing_ = nullptr; // the next line, delivered where the storage has it
 };
 
 } // namespace nuv

@@ -27,7 +27,7 @@ public:
 
     // get() and release() of a whole block that stands at `data`, and stays there as it is for as
     // long as anybody reads the buffer: it need not be copied. Who delivers one so delivers all so,
-    // each behind the last in memory.
+    // each behind the last in memory unless readers' blocks have the size of the writer's.
     [[nodiscard]] virtual bool deliver_standing(const void* data);
 
     // At the beginning of a step: nobody will look at the next block, so that it need not be made.

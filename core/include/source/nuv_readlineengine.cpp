@@ -31,25 +31,24 @@ bool NUV_ReadLineEngine::can_be_there() const
 }
 
 // Engines look at samples where samples may be.
-bool NUV_ReadLineEngine::can_stand()
+const std::uint8_t* NUV_ReadLineEngine::where_standing()
 {
     const std::uint8_t* const first = is_line_stored() ? storage_->lend(0) : nullptr;
     const std::uintptr_t sample_bytes = (header_.bits() + 7U) / 8U;
-    return first && reinterpret_cast<std::uintptr_t>(first) % sample_bytes == 0;
+    return reinterpret_cast<std::uintptr_t>(first) % sample_bytes == 0 ? first : nullptr;
 }
 
+// As the lines before it stand, so does this one, whatever output is made over it meanwhile.
 bool NUV_ReadLineEngine::deliver_standing()
 {
     const bool fits = std::in_range<std::int32_t>(line_bytes_);
-    const std::uint8_t* const line =
-        fits ? storage_->lend(static_cast<std::int32_t>(line_bytes_)) : nullptr;
-    if (!line) {
+    if (!fits || !storage_->pass_over(static_cast<std::int32_t>(line_bytes_))) {
         static_cast<void>(storage_->to_end() && read_line(nullptr));
         return false;
     }
     position_ = storage_->position();
     ++line_;
-    return dst_buffer_->deliver_standing(line);
+    return dst_buffer_->deliver_standing(std::exchange(standing_, standing_ + line_bytes_));
 }
 
 bool NUV_ReadLineEngine::execute()
@@ -63,8 +62,8 @@ bool NUV_ReadLineEngine::execute()
         return false;
     }
     if (line_ == 0)
-        is_standing_ = can_stand();
-    if (is_standing_)
+        standing_ = where_standing();
+    if (standing_)
         return deliver_standing();
     if (dst_buffer_->is_passed_over() && has_fixed_length() && passes_over(least_line_bytes())) {
         position_ = storage_->position();

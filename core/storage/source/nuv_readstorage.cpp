@@ -21,7 +21,7 @@ public:
 
 private:
     [[nodiscard]] bool is_turned() const noexcept;
-    [[nodiscard]] bool can_stand();
+    [[nodiscard]] const std::uint8_t* where_standing();
     [[nodiscard]] bool deliver_standing(std::uint32_t bytes);
     [[nodiscard]] bool pass_line(std::uint32_t bytes);
     [[nodiscard]] bool skip_gap();
@@ -34,9 +34,10 @@ private:
     std::uint32_t sample_bytes_ = 1;
     std::int32_t byte_order_ = host_byte_order;
     bool raw_ = false;
-    bool lends_ = false;                   // the storage has in one place what it gives
-    bool is_standing_ = false;             // lines are delivered where they stand there
-    NUV_Scratch<NUV_Diagnosis> early_end_; // where one was given: engines of strips are many
+    bool lends_ = false;                     // the storage has in one place what it gives
+    const std::uint8_t* standing_ = nullptr; // the line behind the last one that was delivered as
+                                             // it stands, without the gap
+    NUV_Scratch<NUV_Diagnosis> early_end_;   // where one was given: engines of strips are many
 };
 
 bool NUV_ReadStorageEngine::initiate(NUV_InputStorage* storage, const NUV_Header* header,
@@ -75,8 +76,8 @@ bool NUV_ReadStorageEngine::execute()
     if (raw_ && lines_done_ == 0 && remaining_bytes(*storage_) < bytes)
         return end_early();
     if (lines_done_ == 0)
-        is_standing_ = can_stand();
-    if (is_standing_)
+        standing_ = where_standing();
+    if (standing_)
         return deliver_standing(bytes);
     if (raw_ && dst_buffer_->is_passed_over() && pass_line(bytes))
         return dst_buffer_->deliver_unseen();
@@ -103,20 +104,28 @@ bool NUV_ReadStorageEngine::is_turned() const noexcept
     return raw_ && sample_bytes_ >= 2 && byte_order_ != host_byte_order;
 }
 
-// Engines look at samples where samples may be.
-bool NUV_ReadStorageEngine::can_stand()
+// Engines look at samples where samples may be. Lines with gaps between them are looked at one by
+// one only: who wants several in a block has them copied.
+const std::uint8_t* NUV_ReadStorageEngine::where_standing()
 {
-    if (!lends_ || line_gap_ != 0 || is_turned())
-        return false;
+    const bool is_one_by_one = dst_buffer_->src_block_bytes() == dst_buffer_->block_bytes() &&
+                               line_gap_ % static_cast<std::int32_t>(sample_bytes_) == 0;
+    if (!lends_ || is_turned() || (line_gap_ != 0 && !is_one_by_one))
+        return nullptr;
     const std::uint8_t* const first = storage_->lend(0);
-    return first && reinterpret_cast<std::uintptr_t>(first) % sample_bytes_ == 0;
+    return reinterpret_cast<std::uintptr_t>(first) % sample_bytes_ == 0 ? first : nullptr;
 }
 
+// The storage is not asked for the line again: an output that is made over it meanwhile finds the
+// lines before it delivered as they stand, and the rest follows them.
 bool NUV_ReadStorageEngine::deliver_standing(std::uint32_t bytes)
 {
-    const std::uint8_t* const line = storage_->lend(static_cast<std::int32_t>(bytes));
-    if (!line)
+    if (!skip_gap())
+        return false;
+    if (!storage_->pass_over(static_cast<std::int32_t>(bytes)))
         return end_in_line();
+    const std::uint8_t* const line = standing_ + (lines_done_ == 0 ? 0 : line_gap_);
+    standing_ = line + bytes;
     position_ = storage_->position();
     ++lines_done_;
     return dst_buffer_->deliver_standing(line);

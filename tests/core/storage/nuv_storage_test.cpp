@@ -1,3 +1,4 @@
+#include "core/pnm/nuv_readpnm.h"
 #include "core/storage/nuv_dstengineinputstorage.h"
 #include "core/storage/nuv_readstorage.h"
 #include "core/storage/nuv_writestorage.h"
@@ -146,6 +147,40 @@ TEST_F(ReadWriteStorage, PlaceTheLinesAsTheModelDoes)
         if (HasFailure())
             break;
     }
+}
+
+TEST_F(ReadWriteStorage, ShowsLinesWhereTheyStandEvenWhenAnOutputIsMadeOverThem)
+{
+    struct Case {
+        std::int32_t first, gap;
+        bool is_anymap;
+    };
+    for (const Case& c : {Case{12, 0, true}, {12, 0, false}, {12, 5, false}, {62, -20, false}}) {
+        SCOPED_TRACE(c.gap);
+        Bytes stored = counted_bytes(100);
+        std::ranges::copy(std::string_view("P5 10 6 255\n"), stored.begin());
+        const auto storage = make<NUV_ByteArrayInputStorage>(stored.data(), 100);
+        NUV_Header header(manager_);
+        fill_header(header, {.width = 10, .height = 6});
+        NUV_Engine* const reader =
+            c.is_anymap
+                ? NUV_ReadPNM(manager_).engine(storage.get())
+                : NUV_ReadStorage(manager_).engine(storage.get(), &header, c.first, c.gap, 1);
+        NUV_Held<NUV_SrcBuffer> lines(reader->src_buffer());
+        NUV_Held<NUV_ByteArrayOutputStorage> over;
+        for (std::int32_t i = 0; i < 6; ++i) {
+            EXPECT_EQ(lines->get(nullptr), stored.data() + c.first + i * (10 + c.gap));
+            EXPECT_TRUE(lines->release());
+            over = make<NUV_ByteArrayOutputStorage>(stored.data(), 100);
+        }
+    }
+    const Bytes gapped = counted_bytes(100);
+    const NUV_Held<NUV_SrcBuffer> pairs(
+        reader(manager_, {.width = 10, .height = 6}, gapped, {.line_gap = 5})->src_buffer());
+    ASSERT_TRUE(pairs->block_bytes(20));
+    const auto* const pair = static_cast<const std::uint8_t*>(pairs->get(nullptr));
+    ASSERT_TRUE(pair);
+    EXPECT_EQ(pair[10], gapped[15]) << "in a block of two lines there is no gap";
 }
 
 TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)
