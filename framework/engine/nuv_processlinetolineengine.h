@@ -12,7 +12,8 @@ public:
     using NUV_ProcessEngine::NUV_ProcessEngine;
 
     [[nodiscard]] bool execute() override;
-    // Lines that grow that much are mostly writing, which a plain copy does best.
+    // Lines that grow that much are mostly writing, which a plain copy does best where nothing asks
+    // for their memory in advance.
     [[nodiscard]] bool delivers_what_it_writes() const override
     {
         return header_.line_bytes() / 2 <= src_buffer_->block_bytes();

@@ -20,6 +20,7 @@ public:
 
     [[nodiscard]] std::int32_t get() override;
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
+    [[nodiscard]] const std::uint8_t* lend(std::int32_t bytes) override;
     [[nodiscard]] std::int32_t position() const override { return inner_ ? position_ : 0; }
     // These two do not move the inner storage.
     std::int32_t move(std::int32_t bytes) override;

@@ -25,6 +25,7 @@ public:
     using NUV_MultiInputProcessEngine::NUV_MultiInputProcessEngine;
 
     [[nodiscard]] bool execute() final;
+    [[nodiscard]] bool delivers_what_it_writes() const final { return true; }
 
 protected:
     // Size and bits of the output come from the first input, the channels are the sum of all, and

@@ -1,5 +1,6 @@
 #include "core/channel/source/nuv_selectrow_kernels.h"
 #include "core/include/nuv_pixelvectors_avx2.h"
+#include "framework/base/nuv_prefetch.h"
 
 #if NUV_X86
 
@@ -39,6 +40,8 @@ inline void select_units(const std::uint8_t* in, std::uint8_t* out, std::size_t 
 {
     constexpr std::size_t group = 2 * lane / UnitBytes; // pixels
     for (; width > group; width -= group, in += 6 * lane, out += 2 * lane) {
+        prefetch_ahead(in, 6 * lane);
+        prefetch_ahead(out, 2 * lane);
         const __m256i found =
             _mm256_or_si256(_mm256_or_si256(take<UnitBytes, 0>(in), take<UnitBytes, 1>(in)),
                             take<UnitBytes, 2>(in));

@@ -72,6 +72,9 @@ class NUV_ColorMatrixEngineBase : public NUV_ProcessLineToLineEngine {
 public:
     using NUV_ProcessLineToLineEngine::NUV_ProcessLineToLineEngine;
 
+    // Lines that grow, too: they are asked for in advance.
+    [[nodiscard]] bool delivers_what_it_writes() const final { return true; }
+
 protected:
     // `method` is the concrete class's, for what it refuses.
     [[nodiscard]] bool initiate(const char* method, const NUV_Header* header, NUV_SrcBuffer* src,

@@ -84,6 +84,18 @@ std::int32_t NUV_MoveInMoveOutMovableInputStream::read(void* into, std::int32_t 
     return got;
 }
 
+const std::uint8_t* NUV_MoveInMoveOutMovableInputStream::lend(std::int32_t bytes)
+{
+    if (!inner_)
+        return nullptr;
+    const Lock held(*lock_);
+    const Visit visit(*inner_, position_);
+    const std::uint8_t* const place = visit.arrived() ? inner_->lend(bytes) : nullptr;
+    if (place)
+        position_ += bytes;
+    return place;
+}
+
 std::int32_t NUV_MoveInMoveOutMovableInputStream::move(std::int32_t bytes)
 {
     if (bytes == 0 || is_closed())

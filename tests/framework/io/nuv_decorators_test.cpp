@@ -261,6 +261,11 @@ TEST_F(Decorators, TwoReadersOfOneStorageInterleave)
             EXPECT_EQ(inner->position(), 7);
         }
     }
+    auto guest = make<NUV_MoveInMoveOutInputStorage>(inner.get(), 90);
+    const std::uint8_t* const lent = guest->lend(4);
+    EXPECT_TRUE(lent && std::equal(lent, lent + 4, content_.begin() + 90));
+    EXPECT_EQ(guest->lend(7), nullptr);
+    EXPECT_EQ(guest->position() + inner->position(), 94 + 7);
     // One that stands behind the end reads nothing, and leaves the storage where it was, unlocked.
     auto behind = make<NUV_MoveInMoveOutInputStorage>(mutex.get(), 200);
     EXPECT_EQ(behind->get(), -1);
