@@ -70,6 +70,7 @@ void matrix_planes_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t p
     const __m256i zero = _mm256_setzero_si256();
     std::size_t i = 0;
     for (; i + pixels_at_once <= pixels; i += pixels_at_once) {
+        prefetch_ahead(out + 3 * i, 3 * pixels_at_once);
         const __m256i luma = load(in + i);
         const __m256i low = _mm256_unpacklo_epi8(luma, zero);
         const __m256i high = _mm256_unpackhi_epi8(luma, zero);

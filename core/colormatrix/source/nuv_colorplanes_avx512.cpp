@@ -105,6 +105,7 @@ void matrix_planes_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t
     const __m512i zero = _mm512_setzero_si512();
     for (std::size_t i = 0; i < pixels; i += pixels_at_once) {
         const std::size_t count = std::min(pixels - i, pixels_at_once);
+        prefetch_ahead(out + 3 * i, 3 * pixels_at_once);
         const __mmask64 mask = first_samples(count);
         const __m512i luma = _mm512_maskz_loadu_epi8(mask, in + i);
         const __m512i low = _mm512_unpacklo_epi8(luma, zero);
