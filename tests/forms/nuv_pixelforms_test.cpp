@@ -174,35 +174,31 @@ TEST(PixelForms, ColorMatrix)
     expect_chosen("PPPP", choose({extremes, extremes, 2, 2}));
 }
 
-// Factors of any 16 bits, and of those that colours have.
+// Factors of any 16 bits, and offsets that are more than a sample can be.
 TEST(PixelForms, ColorMatrixOfPlanes)
 {
     using Matrix = NUV_MatrixView<std::int32_t>;
     constexpr auto one = NUV_FixedReal::one;
     std::int32_t factors[] = {one, 0, 5743, one, -1409, -2925, one, 7258, 0};
-    const Matrix matrix{factors, factors, 3, 3};
-    const auto compare_all = [&](auto choose) {
-        const auto choose_here = [&](const NUV_Cpu& cpu) { return choose(cpu, matrix); };
-        expect_same_forms<U8>("PPAV", choose_here, [](NUV_FormDraw& draw, auto compare) {
-            const std::size_t pixels = draw.length(200);
-            const U8* in = draw.input<U8>(3 * pixels);
-            auto* numbers = draw.input<std::int32_t>(12);
-            for (std::size_t i = 0; i < 12; ++i)
-                numbers[i] = i < 9 && i % 3 == 0 ? one
-                                                 : numbers[i] >> (i < 9 ? draw.one_of({16, 18, 31})
-                                                                        : draw.one_of({1, 10}));
-            const Matrix drawn{numbers, numbers + 9, 3, 3};
-            compare(3 * pixels, [&](auto form, U8* out) { form(in, out, pixels, drawn); });
-        });
-        for (std::size_t i = 0; i < 9; ++i) { // none of them may be so
-            const std::int32_t more = i % 3 == 0 ? 1 : 65536;
-            factors[i] += more;
-            expect_chosen("PPPP", choose_here);
-            factors[i] -= more;
-        }
+    const auto choose = [&](const NUV_Cpu& cpu) {
+        return choose_matrix_planes(cpu, {factors, factors, 3, 3});
     };
-    compare_all(choose_matrix_planes<false>);
-    compare_all(choose_matrix_planes<true>);
+    expect_same_forms<U8>("PPAV", choose, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t pixels = draw.length(200);
+        const U8* in = draw.input<U8>(3 * pixels);
+        auto* numbers = draw.input<std::int32_t>(12);
+        for (std::size_t i = 0; i < 12; ++i)
+            numbers[i] >>= i < 9 ? draw.one_of({16, 18, 31}) : draw.one_of({1, 10});
+        numbers[0] = numbers[3] = numbers[6] = one;
+        const Matrix matrix{numbers, numbers + 9, 3, 3};
+        compare(3 * pixels, [&](auto form, U8* out) { form(in, out, pixels, matrix); });
+    });
+    for (std::size_t i = 0; i < 9; ++i) { // none of them may be so
+        const std::int32_t more = i % 3 == 0 ? 1 : 65536;
+        factors[i] += more;
+        expect_chosen("PPPP", choose);
+        factors[i] -= more;
+    }
 }
 
 // Sums at and beyond both limits, at halves, and what is not a number.

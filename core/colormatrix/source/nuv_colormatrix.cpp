@@ -96,9 +96,8 @@ private:
     NUV_MatrixRunner<T, Narrow> narrow_;
     NUV_MatrixRunner<T, Wide> wide_;    // in use when narrow_ is not ready
     std::size_t width_ = 0;             // pixels
-    NUV_PlanarLines* planar_ = nullptr; // whose lines may come in planes, for these:
-    MatrixPlanes planes_row_ = nullptr;
-    MatrixPlanes half_planes_row_ = nullptr;
+    NUV_PlanarLines* planar_ = nullptr; // whose lines may come in planes
+    MatrixPlanes planes_row_ = nullptr; // for these
 };
 
 template <RealNumber R, class T>
@@ -156,13 +155,14 @@ bool NUV_ColorMatrixEngineBase<R, T>::take_planes_of(NUV_Engine& previous)
 {
     if constexpr (knows_planes) {
         auto* const planar = dynamic_cast<NUV_PlanarLines*>(&previous);
-        if (!planar || !narrow_.is_ready() || !has_planes_form(manager().cpu(), narrow_.view()))
+        if (!planar || !narrow_.is_ready())
+            return true;
+        planes_row_ = choose_matrix_planes(manager().cpu(), narrow_.view());
+        if (planes_row_ == matrix_planes_portable)
             return true;
         // It is asked about its last line, too, with which it may have ended.
         if (!manager().depend(this, &previous))
             return false;
-        planes_row_ = choose_matrix_planes<false>(manager().cpu(), narrow_.view());
-        half_planes_row_ = choose_matrix_planes<true>(manager().cpu(), narrow_.view());
         planar->allow_planes();
         planar_ = planar;
     }
@@ -172,14 +172,11 @@ bool NUV_ColorMatrixEngineBase<R, T>::take_planes_of(NUV_Engine& previous)
 template <RealNumber R, class T>
 bool NUV_ColorMatrixEngineBase<R, T>::process_line(const void* in, void* out)
 {
-    using Layout = NUV_PlanarLines::Layout;
     const auto* from = static_cast<const T*>(in);
     auto* to = static_cast<T*>(out);
     if constexpr (knows_planes) {
-        const Layout layout = planar_ ? planar_->layout() : Layout::pixels;
-        if (layout != Layout::pixels) {
-            const auto row = layout == Layout::planes ? planes_row_ : half_planes_row_;
-            row(from, to, width_, narrow_.view());
+        if (planar_ && planar_->is_in_planes()) {
+            planes_row_(from, to, width_, narrow_.view());
             return true;
         }
     }

@@ -61,7 +61,6 @@ inline __m256i load_wide(const std::uint8_t* from)
 } // namespace
 
 // Samples are unpacked within lanes of 16, and packed again in the same way.
-template <bool Halves>
 NUV_TARGET("avx2")
 void matrix_planes_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                         const NUV_MatrixView<std::int32_t>& matrix)
@@ -74,37 +73,19 @@ void matrix_planes_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t p
         const __m256i luma = load(in + i);
         const __m256i low = _mm256_unpacklo_epi8(luma, zero);
         const __m256i high = _mm256_unpackhi_epi8(luma, zero);
-        const std::uint8_t* const others = in + pixels + (Halves ? i / 2 : i);
+        const std::uint8_t* const others = in + pixels + i / 2;
+        const Chroma chroma = {load_wide(others), load_wide(others + pixels)};
         __m256i samples[3];
-        if constexpr (Halves) {
-            const Chroma chroma = {load_wide(others), load_wide(others + pixels)};
-            for (std::size_t j = 0; j < 3; ++j) {
-                const __m256i sum = multiply(chroma, rows[j]);
-                samples[j] =
-                    _mm256_packus_epi16(_mm256_adds_epi16(low, _mm256_unpacklo_epi16(sum, sum)),
-                                        _mm256_adds_epi16(high, _mm256_unpackhi_epi16(sum, sum)));
-            }
-        } else {
-            const __m256i second = load(others);
-            const __m256i third = load(others + pixels);
-            const Chroma of_low = {_mm256_unpacklo_epi8(second, zero),
-                                   _mm256_unpacklo_epi8(third, zero)};
-            const Chroma of_high = {_mm256_unpackhi_epi8(second, zero),
-                                    _mm256_unpackhi_epi8(third, zero)};
-            for (std::size_t j = 0; j < 3; ++j)
-                samples[j] =
-                    _mm256_packus_epi16(_mm256_adds_epi16(low, multiply(of_low, rows[j])),
-                                        _mm256_adds_epi16(high, multiply(of_high, rows[j])));
+        for (std::size_t j = 0; j < 3; ++j) {
+            const __m256i sum = multiply(chroma, rows[j]);
+            samples[j] =
+                _mm256_packus_epi16(_mm256_adds_epi16(low, _mm256_unpacklo_epi16(sum, sum)),
+                                    _mm256_adds_epi16(high, _mm256_unpackhi_epi16(sum, sum)));
         }
         store_triples(out + 3 * i, samples[0], samples[1], samples[2]);
     }
-    matrix_planes_from<Halves>(i, in, out, pixels, matrix);
+    matrix_planes_from(i, in, out, pixels, matrix);
 }
-
-template void matrix_planes_avx2<false>(const std::uint8_t*, std::uint8_t*, std::size_t,
-                                        const NUV_MatrixView<std::int32_t>&);
-template void matrix_planes_avx2<true>(const std::uint8_t*, std::uint8_t*, std::size_t,
-                                       const NUV_MatrixView<std::int32_t>&);
 
 } // namespace nuv
 

@@ -96,7 +96,6 @@ inline void store_part(std::uint8_t* out, const __m512i (&planes)[3], std::size_
 } // namespace
 
 // Samples are unpacked within lanes of 16, and packed again in the same way.
-template <bool Halves>
 NUV_TARGET("avx512vbmi,avx512bw")
 void matrix_planes_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels,
                           const NUV_MatrixView<std::int32_t>& matrix)
@@ -110,39 +109,21 @@ void matrix_planes_avx512(const std::uint8_t* in, std::uint8_t* out, std::size_t
         const __m512i luma = _mm512_maskz_loadu_epi8(mask, in + i);
         const __m512i low = _mm512_unpacklo_epi8(luma, zero);
         const __m512i high = _mm512_unpackhi_epi8(luma, zero);
-        const std::uint8_t* const others = in + pixels + (Halves ? i / 2 : i);
+        const std::uint8_t* const others = in + pixels + i / 2;
+        const __mmask64 half = first_samples((count + 1) / 2);
+        const Chroma chroma = {load_wide(half, others), load_wide(half, others + pixels)};
         __m512i samples[3];
-        if constexpr (Halves) {
-            const __mmask64 half = first_samples((count + 1) / 2);
-            const Chroma chroma = {load_wide(half, others), load_wide(half, others + pixels)};
-            for (std::size_t j = 0; j < 3; ++j) {
-                const __m512i sum = multiply(chroma, rows[j]);
-                samples[j] =
-                    _mm512_packus_epi16(_mm512_adds_epi16(low, _mm512_unpacklo_epi16(sum, sum)),
-                                        _mm512_adds_epi16(high, _mm512_unpackhi_epi16(sum, sum)));
-            }
-        } else {
-            const __m512i second = _mm512_maskz_loadu_epi8(mask, others);
-            const __m512i third = _mm512_maskz_loadu_epi8(mask, others + pixels);
-            const Chroma of_low = {_mm512_unpacklo_epi8(second, zero),
-                                   _mm512_unpacklo_epi8(third, zero)};
-            const Chroma of_high = {_mm512_unpackhi_epi8(second, zero),
-                                    _mm512_unpackhi_epi8(third, zero)};
-            for (std::size_t j = 0; j < 3; ++j)
-                samples[j] =
-                    _mm512_packus_epi16(_mm512_adds_epi16(low, multiply(of_low, rows[j])),
-                                        _mm512_adds_epi16(high, multiply(of_high, rows[j])));
+        for (std::size_t j = 0; j < 3; ++j) {
+            const __m512i sum = multiply(chroma, rows[j]);
+            samples[j] =
+                _mm512_packus_epi16(_mm512_adds_epi16(low, _mm512_unpacklo_epi16(sum, sum)),
+                                    _mm512_adds_epi16(high, _mm512_unpackhi_epi16(sum, sum)));
         }
         store_part<0>(out + 3 * i, samples, 3 * count);
         store_part<1>(out + 3 * i, samples, 3 * count);
         store_part<2>(out + 3 * i, samples, 3 * count);
     }
 }
-
-template void matrix_planes_avx512<false>(const std::uint8_t*, std::uint8_t*, std::size_t,
-                                          const NUV_MatrixView<std::int32_t>&);
-template void matrix_planes_avx512<true>(const std::uint8_t*, std::uint8_t*, std::size_t,
-                                         const NUV_MatrixView<std::int32_t>&);
 
 } // namespace nuv
 

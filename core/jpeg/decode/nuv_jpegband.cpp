@@ -161,14 +161,12 @@ void NUV_JPEGBand::get_line(std::size_t line, std::uint8_t* out) const noexcept
     }
 }
 
-std::uint32_t NUV_JPEGBand::chroma_repeats() const noexcept
+bool NUV_JPEGBand::has_half_planes() const noexcept
 {
-    const auto& planes = geometry_.planes;
-    const std::uint32_t repeats = planes[1].repeat_across;
-    const bool is_served = delivered_ == 3 && planes[0].repeat_across == 1 && repeats <= 2 &&
-                           planes[2].repeat_across == repeats && planes[0].step_across == 1 &&
-                           planes[1].step_across == 1 && planes[2].step_across == 1;
-    return is_served ? repeats : 0;
+    const auto repeats = [&](std::size_t i, std::uint32_t times) {
+        return geometry_.planes[i].repeat_across == times && geometry_.planes[i].step_across == 1;
+    };
+    return delivered_ == 3 && repeats(0, 1) && repeats(1, 2) && repeats(2, 2);
 }
 
 void NUV_JPEGBand::get_planes(std::size_t line, std::uint8_t* out) const noexcept

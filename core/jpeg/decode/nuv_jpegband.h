@@ -41,10 +41,11 @@ public:
 
     // Line `line` of the row, counted from 0, as interleaved pixels.
     void get_line(std::size_t line, std::uint8_t* out) const noexcept;
-    // How many pixels of a line share a sample of the second and of the third of three components,
-    // 1 or 2, or 0 for what get_planes() has nothing of.
-    [[nodiscard]] std::uint32_t chroma_repeats() const noexcept;
-    // The same line component by component, each from geometry's width behind the one before on.
+    // Whether there are three components, and two pixels of a line share a sample of the second and
+    // one of the third.
+    [[nodiscard]] bool has_half_planes() const noexcept;
+    // The same line, if so, component by component, each from the geometry's width behind the one
+    // before on.
     void get_planes(std::size_t line, std::uint8_t* out) const noexcept;
 
 private:

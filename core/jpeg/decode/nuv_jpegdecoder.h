@@ -102,14 +102,14 @@ public:
     // NUV_JPEGCode::read_failed in a picture of one scan; where scans are stored first, it ends the
     // scan, see NUV_JPEGScans, and every line of the picture is damaged.
     //
-    // In planes, where chroma_repeats() is not 0, the line has its components one after the other,
-    // each from width() samples behind the one before on.
+    // In planes, if it has_half_planes(), the line has its components one after the other, each
+    // from width() samples behind the one before on.
     [[nodiscard]] NUV_JPEGCode read_line(std::uint8_t* line, bool in_planes = false) noexcept;
-    // How many pixels of a line share a sample of the second and of the third of three components,
-    // 1 or 2, or 0 where lines do not come in planes.
-    [[nodiscard]] std::uint32_t chroma_repeats() const noexcept
+    // Once decoding has started: whether there are three components, and two pixels of a line share
+    // a sample of the second and one of the third.
+    [[nodiscard]] bool has_half_planes() const noexcept
     {
-        return path_ == Path::lossless ? 0 : band_.chroma_repeats();
+        return path_ != Path::lossless && band_.has_half_planes();
     }
     // The first line that may be wrong, though nothing of it is missing: data was left behind what
     // it was decoded of. Told once, behind the line with which that is known.

@@ -10,14 +10,6 @@ namespace {
 
 constexpr std::int32_t full_scale = NUV_JPEGInfo::full_scale;
 
-NUV_PlanarLines::Layout layout_of(std::uint32_t chroma_repeats) noexcept
-{
-    using Layout = NUV_PlanarLines::Layout;
-    return chroma_repeats == 0   ? Layout::pixels
-           : chroma_repeats == 1 ? Layout::planes
-                                 : Layout::half_planes;
-}
-
 bool is_scale(std::int32_t scale) noexcept
 {
     return scale == full_scale || scale == 128 || scale == 64 || scale == 32;
@@ -167,7 +159,7 @@ bool NUV_DecodeJPEGEngine::cleanup()
 NUV_Vector<NUV_Engine*> NUV_DecodeJPEGEngine::branch(std::uint32_t count)
 {
     may_give_planes_ = false;
-    layout_ = Layout::pixels;
+    is_in_planes_ = false;
     return NUV_ReadEngine::branch(count);
 }
 
@@ -187,9 +179,8 @@ bool NUV_DecodeJPEGEngine::execute()
     NUV_OutputBlock out(*dst_buffer_);
     if (!out)
         return false;
-    if (may_give_planes_)
-        layout_ = layout_of(internal().decoder().chroma_repeats());
-    const NUV_JPEGCode code = internal().read_line(out.data(), layout_ != Layout::pixels);
+    is_in_planes_ = may_give_planes_ && internal().decoder().has_half_planes();
+    const NUV_JPEGCode code = internal().read_line(out.data(), is_in_planes_);
     if (is_failure(code)) {
         const bool is_code = code == NUV_JPEGCode::read_failed;
         internal().raise(code, "execute()",

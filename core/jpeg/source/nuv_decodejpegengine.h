@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool delivers_what_it_writes() const override { return true; }
     [[nodiscard]] NUV_Vector<NUV_Engine*> branch(std::uint32_t count) override;
     void allow_planes() override { may_give_planes_ = true; }
-    [[nodiscard]] Layout layout() const override { return layout_; }
+    [[nodiscard]] bool is_in_planes() const override { return is_in_planes_; }
 
 private:
     [[nodiscard]] bool is_supported(const NUV_JPEGInfo& info, std::int32_t scale) const;
@@ -60,7 +60,7 @@ private:
     std::uint32_t line_ = 0;
     std::uint32_t line_bytes_ = 0;
     bool may_give_planes_ = false;
-    Layout layout_ = Layout::pixels;
+    bool is_in_planes_ = false;
 };
 
 } // namespace nuv
