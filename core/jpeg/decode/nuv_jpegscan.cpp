@@ -39,6 +39,7 @@ template <class Place>
     if (!source.defined || !is_good(init_table(source, place.table)))
         return false;
     place.source = source;
+    place.is_joined = false;
     return true;
 }
 
@@ -64,6 +65,17 @@ NUV_JPEGCode NUV_JPEGScanTables::build(const NUV_JPEGStoredTables& stored,
             return NUV_JPEGCode::bad_segment;
     }
     return NUV_JPEGCode::good;
+}
+
+void NUV_JPEGScanTables::join(const NUV_JPEGScanHeader& scan, std::uint64_t mcus) noexcept
+{
+    constexpr std::uint64_t enough = 64;
+    for (std::size_t i = 0; mcus >= enough && i < scan.components; ++i) {
+        auto& place = ac_places_[scan.component[i].ac_table];
+        if (!place.is_joined)
+            huffman_decode_wide_join(&place.table);
+        place.is_joined = true;
+    }
 }
 
 NUV_JPEGCode NUV_JPEGScanFactors::take(const NUV_JPEGHeader& header,

@@ -26,6 +26,7 @@ NUV_JPEGCode NUV_JPEGSequential::open(const NUV_JPEGAllocator& allocator,
         code = factors_.take(header, header.scan());
     if (!is_good(code))
         return code;
+    tables.join(header.scan(), std::uint64_t{geometry_.mcus_across} * geometry_.mcus_down);
 
     row_ = 0;
     // An interval without a marker behind it that breaks off is left where it was read ahead to.

@@ -122,6 +122,8 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_scan() noexcept
         code = factors_.take(*header_, scan.header);
     if (!is_good(code))
         return code;
+    if (!is_progressive())
+        tables_.join(scan.header, std::uint64_t{scan.units_across} * scan.units_down);
     scans_.note_planes(scan.header);
     for (std::uint32_t row = 0; row < scan.units_down; ++row) {
         code = decode_scan_row(scan, row);

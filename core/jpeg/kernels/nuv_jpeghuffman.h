@@ -50,10 +50,13 @@ struct NUV_JPEGWideTable {
     NUV_JPEGWideEntry entries[1U << index_bits]; // by the next bits
 };
 
-// As huffman_decode_spec_init of the primitives, for a wide table.
+// As huffman_decode_spec_init of the primitives, for a wide table of single symbols.
 [[nodiscard]] NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits,
                                                       const std::uint8_t* values,
                                                       NUV_JPEGWideTable* table);
+// Adds to each entry the symbol that follows, where it is known and its bits are there. It pays
+// from some hundred blocks on.
+void huffman_decode_wide_join(NUV_JPEGWideTable* table) noexcept;
 
 // A decoding table for lossless differences (T.81, H.1.2.2): code and value in one step, whether
 // the value is among the index bits or goes on behind them.

@@ -106,48 +106,28 @@ NUV_JPEGResult huffman_decode_spec_init(const std::uint8_t* bits, const std::uin
     return {value_bits << 32 | far << 24 | length << 16 | symbol << 8 | known};
 }
 
-// What the wide table holds for a code of `length` bits and what follows it in `index`.
-[[nodiscard]] NUV_JPEGWideEntry wide_entry(std::uint32_t index, std::uint32_t length,
-                                           std::uint32_t symbol) noexcept
+// The `count` entries of a wide table for a code of `length` bits.
+void fill_wide_entries(NUV_JPEGWideEntry* entries, std::uint32_t count, std::uint32_t length,
+                       std::uint32_t symbol) noexcept
 {
     const std::uint32_t bits_of_value = symbol & 15U;
     const std::uint32_t zeros = symbol >> 4;
     const std::uint32_t used = length + bits_of_value;
-    if (symbol == 0)
-        return make_wide_entry(length, NUV_JPEGWideEntry::end_of_block, length, symbol, 0);
-    if (symbol == 0xF0)
-        return make_wide_entry(length, zeros, length, symbol, 0);
-    if (bits_of_value == 0 || used > NUV_JPEGWideTable::index_bits)
-        return make_wide_entry(0, 0, length, symbol, 0);
-    const std::uint32_t low_bits =
-        index >> (NUV_JPEGWideTable::index_bits - used) & ((1U << bits_of_value) - 1U);
-    return make_wide_entry(used, zeros, used, symbol, extend_sign(low_bits, bits_of_value));
-}
-
-// Adds to each entry the symbol that follows, where it is known and its bits are there.
-void join_entries(NUV_JPEGWideTable& table) noexcept
-{
-    constexpr std::uint32_t index_bits = NUV_JPEGWideTable::index_bits;
-    constexpr std::uint32_t none = 0xFF000000; // far() and length_of_both()
-    for (std::uint32_t index = 0; index < 1U << index_bits; ++index) {
-        NUV_JPEGWideEntry& entry = table.entries[index];
-        const std::uint32_t used = entry.length_of_both();
-        if (used == 0 || used >= index_bits || entry.symbol() == 0)
-            continue;
-        const NUV_JPEGWideEntry next = table.entries[(index << used) % (1U << index_bits)];
-        const std::uint32_t length = used + next.length();
-        const bool is_known = next.value() != 0 || next.symbol() == 0 || next.symbol() == 0xF0;
-        if (next.length() == 0 || length > index_bits || !is_known)
-            continue;
-        const std::uint32_t far =
-            next.symbol() == 0 ? NUV_JPEGWideEntry::end_of_block : next.zeros();
-        const std::uint64_t second_value = static_cast<std::uint16_t>(next.value());
-        entry.word &= ~std::uint64_t{none | 0xFFU};
-        entry.word |= second_value << 48 | (entry.zeros() + 1 + far) << 24 | length;
+    if (bits_of_value == 0 || used > NUV_JPEGWideTable::index_bits) {
+        const bool is_known = symbol == 0 || symbol == 0xF0;
+        const std::uint32_t far = symbol == 0 ? NUV_JPEGWideEntry::end_of_block : zeros;
+        std::fill_n(entries, count, make_wide_entry(is_known ? length : 0, far, length, symbol, 0));
+        return;
+    }
+    const std::uint32_t values = 1U << bits_of_value;
+    for (std::uint32_t low_bits = 0; low_bits < values; ++low_bits) {
+        const std::int32_t value = extend_sign(low_bits, bits_of_value);
+        entries =
+            std::fill_n(entries, count / values, make_wide_entry(used, zeros, used, symbol, value));
     }
 }
 
-// What the table of differences holds for the same.
+// What the table of differences holds for a code of `length` bits and what follows it in `index`.
 [[nodiscard]] std::uint32_t difference_entry(std::uint32_t index, std::uint32_t length,
                                              std::uint32_t symbol) noexcept
 {
@@ -167,8 +147,16 @@ void join_entries(NUV_JPEGWideTable& table) noexcept
     return static_cast<std::uint32_t>(value) << 16 | rest << 10 | used;
 }
 
-// A decoding table with entries by the next bits in front; `none` where no code fits there.
-template <auto entry_of, class Table>
+void fill_difference_entries(std::uint32_t* entries, std::uint32_t count, std::uint32_t length,
+                             std::uint32_t symbol) noexcept
+{
+    for (std::uint32_t index = 0; index < count; ++index)
+        entries[index] = difference_entry(index, length, symbol);
+}
+
+// A decoding table with entries by the next bits in front, those of a code by fill(entries, count,
+// length, symbol); `none` where no code fits there.
+template <auto fill, class Table>
 NUV_JPEGResult init_with_entries(const std::uint8_t* bits, const std::uint8_t* values, Table* table,
                                  const auto& none)
 {
@@ -188,9 +176,8 @@ NUV_JPEGResult init_with_entries(const std::uint8_t* bits, const std::uint8_t* v
         const std::uint32_t entries = 1U << (index_bits - length); // of a code
         std::uint32_t index = range.first_code * entries;
         for (std::uint32_t i = 0; i < range.count; ++i) {
-            const std::uint32_t symbol = values[range.first_index + i];
-            for (const std::uint32_t end = index + entries; index < end; ++index)
-                table->entries[index] = entry_of(index, length, symbol);
+            fill(table->entries + index, entries, length, values[range.first_index + i]);
+            index += entries;
         }
     }
     return NUV_JPEGResult::good;
@@ -306,18 +293,36 @@ NUV_JPEGResult huffman_optimal_table(const std::uint64_t* frequencies, std::uint
 NUV_JPEGResult huffman_decode_wide_init(const std::uint8_t* bits, const std::uint8_t* values,
                                         NUV_JPEGWideTable* table)
 {
-    const NUV_JPEGResult result =
-        init_with_entries<wide_entry>(bits, values, table, NUV_JPEGWideEntry{});
-    if (is_good(result))
-        join_entries(*table);
-    return result;
+    return init_with_entries<fill_wide_entries>(bits, values, table, NUV_JPEGWideEntry{});
+}
+
+void huffman_decode_wide_join(NUV_JPEGWideTable* table) noexcept
+{
+    constexpr std::uint32_t index_bits = NUV_JPEGWideTable::index_bits;
+    constexpr std::uint32_t none = 0xFF000000; // far() and length_of_both()
+    for (std::uint32_t index = 0; index < 1U << index_bits; ++index) {
+        NUV_JPEGWideEntry& entry = table->entries[index];
+        const std::uint32_t used = entry.length_of_both();
+        if (used == 0 || used >= index_bits || entry.symbol() == 0)
+            continue;
+        const NUV_JPEGWideEntry next = table->entries[(index << used) % (1U << index_bits)];
+        const std::uint32_t length = used + next.length();
+        const bool is_known = next.value() != 0 || next.symbol() == 0 || next.symbol() == 0xF0;
+        if (next.length() == 0 || length > index_bits || !is_known)
+            continue;
+        const std::uint32_t far =
+            next.symbol() == 0 ? NUV_JPEGWideEntry::end_of_block : next.zeros();
+        const std::uint64_t second_value = static_cast<std::uint16_t>(next.value());
+        entry.word &= ~std::uint64_t{none | 0xFFU};
+        entry.word |= second_value << 48 | (entry.zeros() + 1 + far) << 24 | length;
+    }
 }
 
 NUV_JPEGResult huffman_decode_difference_init(const std::uint8_t* bits, const std::uint8_t* values,
                                               NUV_JPEGDifferenceTable* table)
 {
-    return init_with_entries<difference_entry>(bits, values, table,
-                                               NUV_JPEGDifferenceTable::no_code);
+    return init_with_entries<fill_difference_entries>(bits, values, table,
+                                                      NUV_JPEGDifferenceTable::no_code);
 }
 
 void set_portable_huffman_table_forms(NUV_JPEGPrimitives& primitives) noexcept
