@@ -82,24 +82,40 @@ bool hold_standard_streams() noexcept
     return true;
 }
 
+// Whether nothing need be known of any other command than the first word: to set them all up takes
+// as long as to look at a small picture.
+bool stands_alone(std::span<char* const> words)
+{
+    constexpr std::string_view commands[] = {"info", "convert", "thumbnail"};
+    const std::string_view first = words.front();
+    return std::ranges::find(commands, first) != std::end(commands) ||
+           (first == "--version" && words.size() == 1);
+}
+
 int run(int count, char** arguments)
 {
     CLI::App app{"Look at pictures and convert them", "nuv"};
     app.set_help_flag("-h,--help", "Print this help");
     app.set_version_flag("--version", NUV_TOOL_VERSION, "Print the version");
     app.require_subcommand(1);
-    InfoRequest info;
-    add_info(app, info);
-    ConvertRequest conversion;
-    add_convert(app, conversion);
-    ThumbnailRequest thumbnails;
-    add_thumbnail(app, thumbnails);
-    HelpRequest help;
-    add_help(app, help);
     const std::span<char* const> words(arguments + 1, static_cast<std::size_t>(count - 1));
     if (words.empty())
         throw UsageError("which command? See nuv --help");
     const std::string_view first = words.front();
+    const bool is_alone = stands_alone(words);
+    const auto is_wanted = [=](std::string_view command) { return first == command || !is_alone; };
+    InfoRequest info;
+    if (is_wanted("info"))
+        add_info(app, info);
+    ConvertRequest conversion;
+    if (is_wanted("convert"))
+        add_convert(app, conversion);
+    ThumbnailRequest thumbnails;
+    if (is_wanted("thumbnail"))
+        add_thumbnail(app, thumbnails);
+    HelpRequest help;
+    if (is_wanted("help"))
+        add_help(app, help);
     if (first == "complete")
         return run_complete(app, words.subspan(1));
     if (first.starts_with("-")) {
@@ -127,11 +143,11 @@ int run(int count, char** arguments)
             return print_version_or_help(app, error);
         throw UsageError(error.what());
     }
-    if (app.got_subcommand("info"))
+    if (first == "info")
         return run_info(info);
-    if (app.got_subcommand("help"))
+    if (first == "help")
         return run_help(app, help);
-    if (app.got_subcommand("thumbnail"))
+    if (first == "thumbnail")
         return run_thumbnail(thumbnails);
     return run_convert(conversion);
 }
