@@ -37,6 +37,10 @@ public:
 
     // NUV_ERR_IO because of NUV_Cause::cancelled.
     [[nodiscard]] std::int32_t read(void* into, std::int32_t bytes) override;
+    [[nodiscard]] const std::uint8_t* lend(std::int32_t bytes) override
+    {
+        return inner_ ? inner_->lend(bytes) : nullptr;
+    }
 
 private:
     NUV_Interruption* interruption_ = nullptr;
