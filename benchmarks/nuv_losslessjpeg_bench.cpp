@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "benchmarks/nuv_jpegsink.h"
 #include "benchmarks/nuv_photolike.h"
 
 namespace nuv {
@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::uint32_t width = 3000;
 constexpr std::uint32_t height = 2000;
+constexpr std::size_t stream_bytes = std::size_t{64} << 20; // at most
 
 // Deep samples have in their low bits what a sensor has there.
 std::vector<std::uint8_t> make_samples(std::uint32_t components, std::uint32_t bits)
@@ -35,42 +36,12 @@ std::vector<std::uint8_t> make_samples(std::uint32_t components, std::uint32_t b
     return samples;
 }
 
-struct Sink {
-    std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{64} << 20);
-    std::size_t at = 0;
-};
-
-NUV_JPEGOutput output_to(Sink& sink)
-{
-    return {
-        .storage = &sink,
-        .write =
-            [](void* self, const std::uint8_t* from, std::int32_t count) {
-                auto& to = *static_cast<Sink*>(self);
-                if (to.at + static_cast<std::size_t>(count) > to.bytes.size())
-                    return false;
-                std::copy_n(from, count, to.bytes.begin() + static_cast<std::ptrdiff_t>(to.at));
-                to.at += static_cast<std::size_t>(count);
-                return true;
-            },
-        .to = [](void*, std::int32_t) { return false; }, // no height is to be corrected
-        .position =
-            [](void* self) { return static_cast<std::int32_t>(static_cast<Sink*>(self)->at); },
-    };
-}
-
-constexpr NUV_JPEGAllocator heap = {
-    .owner = nullptr,
-    .allocate = [](void*, std::size_t bytes) { return std::malloc(bytes); },
-    .deallocate = [](void*, void* memory) { std::free(memory); },
-};
-
-bool encode(Sink& sink, const std::vector<std::uint8_t>& samples, std::uint32_t components,
+bool encode(NUV_JPEGSink& sink, const std::vector<std::uint8_t>& samples, std::uint32_t components,
             std::uint32_t bits, NUV_JPEGLosslessTable table)
 {
     NUV_JPEGEncoder coder;
     std::uint32_t restart_interval = 0xFFFFFFFF;
-    NUV_JPEGCode code = coder.open_coder(heap);
+    NUV_JPEGCode code = coder.open_coder(jpeg_heap);
     if (!is_failure(code))
         code = coder.create(output_to(sink), NUV_Cpu::current());
     if (!is_failure(code))
@@ -89,7 +60,7 @@ void encode_lossless(benchmark::State& state, std::uint32_t components, std::uin
                      NUV_JPEGLosslessTable table)
 {
     const std::vector<std::uint8_t> samples = make_samples(components, bits);
-    Sink sink;
+    NUV_JPEGSink sink(stream_bytes);
     for ([[maybe_unused]] auto _ : state) {
         sink.at = 0;
         if (!encode(sink, samples, components, bits, table))
@@ -131,7 +102,7 @@ NUV_JPEGSource source_of(Source& source)
 bool decode(Source source, std::vector<std::uint8_t>& line)
 {
     NUV_JPEGDecoder coder;
-    NUV_JPEGCode code = coder.open(heap, source_of(source), NUV_Cpu::current());
+    NUV_JPEGCode code = coder.open(jpeg_heap, source_of(source), NUV_Cpu::current());
     if (!is_failure(code))
         code = coder.read_header(nullptr);
     if (!is_failure(code))
@@ -147,7 +118,7 @@ void decode_lossless(benchmark::State& state, std::uint32_t components, std::uin
                      NUV_JPEGLosslessTable table)
 {
     const std::vector<std::uint8_t> samples = make_samples(components, bits);
-    Sink sink;
+    NUV_JPEGSink sink(stream_bytes);
     std::vector<std::uint8_t> line(samples.size() / height);
     if (!encode(sink, samples, components, bits, table))
         state.SkipWithError("encoding failed");

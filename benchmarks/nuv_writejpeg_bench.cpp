@@ -12,6 +12,7 @@
 #include <jpeglib.h>
 #include <vector>
 
+#include "benchmarks/nuv_jpegsink.h"
 #include "benchmarks/nuv_photolike.h"
 
 namespace nuv {
@@ -20,6 +21,7 @@ namespace {
 constexpr std::uint32_t width = 1200;
 constexpr std::uint32_t height = 800;
 constexpr int quality = 75;
+constexpr std::size_t stream_bytes = std::size_t{4} << 20; // at most
 
 const std::vector<std::uint8_t>& photo()
 {
@@ -27,45 +29,11 @@ const std::vector<std::uint8_t>& photo()
     return picture.pixels();
 }
 
-struct Sink {
-    std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{4} << 20);
-    std::size_t at = 0;
-};
-
-NUV_JPEGOutput output_to(Sink& sink)
-{
-    return {
-        .storage = &sink,
-        .write =
-            [](void* self, const std::uint8_t* from, std::int32_t count) {
-                auto& to = *static_cast<Sink*>(self);
-                if (to.at + static_cast<std::size_t>(count) > to.bytes.size())
-                    return false;
-                std::copy_n(from, count, to.bytes.begin() + static_cast<std::ptrdiff_t>(to.at));
-                to.at += static_cast<std::size_t>(count);
-                return true;
-            },
-        .to =
-            [](void* self, std::int32_t position) {
-                static_cast<Sink*>(self)->at = static_cast<std::size_t>(position);
-                return true;
-            },
-        .position =
-            [](void* self) { return static_cast<std::int32_t>(static_cast<Sink*>(self)->at); },
-    };
-}
-
-constexpr NUV_JPEGAllocator heap = {
-    .owner = nullptr,
-    .allocate = [](void*, std::size_t bytes) { return std::malloc(bytes); },
-    .deallocate = [](void*, void* memory) { std::free(memory); },
-};
-
-bool encode(Sink& sink, std::uint32_t key, const NUV_Cpu& cpu)
+bool encode(NUV_JPEGSink& sink, std::uint32_t key, const NUV_Cpu& cpu)
 {
     NUV_JPEGEncoder coder;
     std::uint32_t restart_interval = 0;
-    NUV_JPEGCode code = coder.open_coder(heap);
+    NUV_JPEGCode code = coder.open_coder(jpeg_heap);
     if (!is_failure(code))
         code = coder.create(output_to(sink), cpu);
     if (!is_failure(code))
@@ -86,7 +54,7 @@ void count_pixels(benchmark::State& state, std::size_t bytes)
 
 void encode_here(benchmark::State& state, std::uint32_t key, const NUV_Cpu& cpu)
 {
-    Sink sink;
+    NUV_JPEGSink sink(stream_bytes);
     photo();
     for ([[maybe_unused]] auto _ : state) {
         sink.at = 0;
