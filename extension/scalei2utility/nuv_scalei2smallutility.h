@@ -40,8 +40,8 @@ private:
 template <class T>
 class NUV_ScaleI2SmallUtility {
 public:
-    // `columns` live as long as this. `most_rows` is the largest number of lines of a box. False
-    // after NUV_ERR_MEMORY.
+    // `columns` live as long as this. `channels` are 4 at most, as pictures of the mask scalers
+    // have. `most_rows` is the largest number of lines of a box. False after NUV_ERR_MEMORY.
     [[nodiscard]] bool initiate(NUV_Manager& manager, const NUV_ScaleI2Boxes& columns,
                                 std::uint32_t channels, std::uint32_t most_rows);
 

@@ -27,6 +27,8 @@ bool NUV_ScaleI2Boxes::initiate(NUV_Manager& manager, std::uint32_t source,
 
 namespace {
 
+constexpr std::size_t most_channels = 4;
+
 template <class T, class Sum>
 void add_line(const T* __restrict line, Sum* __restrict sums, std::size_t samples) noexcept
 {
@@ -71,6 +73,7 @@ template <class T>
 bool NUV_ScaleI2SmallUtility<T>::initiate(NUV_Manager& manager, const NUV_ScaleI2Boxes& columns,
                                           std::uint32_t channels, std::uint32_t most_rows)
 {
+    assert(channels <= most_channels);
     columns_ = &columns;
     channels_ = channels;
     first_sample_ = columns.start(0) * channels_;
@@ -124,11 +127,15 @@ void NUV_ScaleI2SmallUtility<T>::divide_sums(const Sum* sums, T* out, std::uint3
             const std::uint64_t count = std::uint64_t{columns} * rows;
             assert(count > 0); // no box is empty
             const NUV_BoxMean mean(count);
+            // All channels at once: a box has so few columns that it is not worth a loop for each.
+            std::uint64_t totals[Channels != 0 ? Channels : most_channels] = {};
+            for (std::uint32_t i = 0; i < columns; ++i) {
+                for (std::size_t c = 0; c < step; ++c)
+                    totals[c] += column[i * step + c];
+            }
             for (std::size_t c = 0; c < step; ++c) {
-                std::uint64_t sum = 0;
-                for (std::uint32_t i = 0; i < columns; ++i)
-                    sum += column[i * step + c];
-                out[k * step + c] = static_cast<T>(std::min<std::uint64_t>(mean.of(sum), maximum));
+                out[k * step + c] =
+                    static_cast<T>(std::min<std::uint64_t>(mean.of(totals[c]), maximum));
             }
             column += columns * step;
         }
