@@ -229,6 +229,8 @@ void dlut_row_avx2(const std::uint8_t* in, std::uint8_t* out, std::size_t pixels
     std::size_t i = 0;
     for (; i + pixels_at_once + 2 <= pixels; i += pixels_at_once) {
         const std::uint8_t* from = in + 3 * i;
+        prefetch_ahead(from, 3 * pixels_at_once);
+        prefetch_ahead(out + grid.outputs * i, 3 * pixels_at_once);
         const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
         const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 12));
         const __m256i both = _mm256_set_m128i(high, low);
@@ -251,6 +253,8 @@ void dlut_row_avx2(const std::uint16_t* in, std::uint16_t* out, std::size_t pixe
     std::size_t i = 0;
     for (; i + pixels_at_once + 1 <= pixels; i += pixels_at_once) {
         const std::uint16_t* from = in + 3 * i;
+        prefetch_ahead(from, 3 * pixels_at_once * sizeof *in);
+        prefetch_ahead(out + grid.outputs * i, 3 * pixels_at_once * sizeof *out);
         const __m256i first = load_two(from, from + 4);
         const __m256i second = load_two(from + 12, from + 16);
         const Axis axes[3] = {locate(samples_of(first, second, 0), strides[0], grid.places),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framework/base/nuv_cpu.h"
+#include "framework/base/nuv_prefetch.h"
 
 #include <algorithm>
 #include <array>
