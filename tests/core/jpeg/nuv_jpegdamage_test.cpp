@@ -254,7 +254,7 @@ TEST(JPEGDamage, LeavesNothingOfARunOutOfTheBlock)
         craft.scan({2}).bits(0, 3);
         for (const std::uint32_t symbol : {2U, 2U, 2U, 3U, 1U}) // up to coefficient 62
             craft.bits(symbol << 1 | 1, 4);
-        return decode_stream(craft.bits(last_symbol << 1 | 1, 4).bits(0, 80).end());
+        return decode_stream(craft.bits(last_symbol << 1 | 1, 4).bits(0, 32).end());
     };
     const JPEGDecoded ran_out = decode(4);
     EXPECT_TRUE(ran_out.is_shown(Code::damaged_lines));
@@ -281,7 +281,7 @@ TEST(JPEGDamage, IsMendedFromWhereItWasReadAheadTo)
 {
     JPEGCraft craft;
     craft.quantisers().symbols(0, {0, 1, 2, 3, 4, 5, 6}).symbols(0x10, {0});
-    craft.frame(0xC0, 8, 32, 16, {17}).scan({1}).bits(0b001'0'000'111, 10).bits(0, 46);
+    craft.frame(0xC0, 8, 32, 16, {17}).scan({1}).bits(0b001'0'000'111, 10).bits(0, 23).bits(0, 23);
     for (int i = 0; i < 4; ++i)
         craft.bits(0b110'111000'000, 12);
     const JPEGDecoded decoded = decode_stream(craft.end(), whole, [](NUV_JPEGDecoder& decoder) {
