@@ -25,10 +25,23 @@ public:
     // So many bytes of the block are written, 0 to block_bytes().
     [[nodiscard]] virtual bool release(std::uint32_t bytes) = 0;
 
-    // get() and release() of a whole block that stands at `data`, and stays there as it is for as
-    // long as anybody reads the buffer: it need not be copied. Who delivers one so delivers all so,
-    // each behind the last in memory unless readers' blocks have the size of the writer's.
-    [[nodiscard]] virtual bool deliver_standing(const void* data);
+    // How many blocks the reader waits for whose wish makes the writer run; 1 where that is not
+    // known.
+    [[nodiscard]] virtual std::uint32_t wanted_blocks() const { return 1; }
+    // get() of up to `most` blocks, one behind the other: more than one where the reader has
+    // brought memory for them. One release() tells the bytes of all.
+    [[nodiscard]] virtual void* get_blocks([[maybe_unused]] std::uint32_t most,
+                                           std::uint32_t* count)
+    {
+        *count = 1;
+        return get();
+    }
+
+    // get() and release() of whole blocks that stand at `data`, one behind the other, and stay
+    // there as they are for as long as anybody reads the buffer: they need not be copied. Who
+    // delivers some so delivers all so, each behind the last in memory unless readers' blocks have
+    // the size of the writer's.
+    [[nodiscard]] virtual bool deliver_standing(const void* data, std::uint32_t blocks);
 
     // At the beginning of a step: nobody will look at the next block, so that it need not be made.
     // deliver_unseen() takes the place of its get() and release() then.
@@ -41,10 +54,21 @@ public:
     // Copies the block at stream offset `position` to `into`, which has room for a whole block and
     // stays valid until the reader's next release(): the writer may write straight into it.
     // `count` receives the bytes that came, fewer than a block at the end of the stream.
-    [[nodiscard]] virtual bool copy_block(void* into, std::uint64_t position,
-                                          std::uint32_t* count) = 0;
+    [[nodiscard]] bool copy_block(void* into, std::uint64_t position, std::uint32_t* count)
+    {
+        return copy_blocks(into, 1, position, count);
+    }
     // The same without a copy. Null, with a count of 0, at the end of the stream.
-    [[nodiscard]] virtual const void* peek(std::uint64_t position, std::uint32_t* count) = 0;
+    [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count)
+    {
+        return peek_blocks(1, position, count);
+    }
+    // The same for up to `most` blocks, which are less than 2^32 bytes: more than one where the
+    // writer can write straight into `into`, or where they stand one behind the other.
+    [[nodiscard]] virtual bool copy_blocks(void* into, std::uint32_t most, std::uint64_t position,
+                                           std::uint32_t* count) = 0;
+    [[nodiscard]] virtual const void* peek_blocks(std::uint32_t most, std::uint64_t position,
+                                                  std::uint32_t* count) = 0;
     // The bytes that peek() would count, of a block that no reader will look at.
     [[nodiscard]] virtual std::uint32_t pass_over(std::uint64_t position);
     // `reader` has finished with everything before `position`.

@@ -25,13 +25,16 @@ public:
     [[nodiscard]] bool block_bytes(std::uint32_t bytes) override;
     [[nodiscard]] void* get() override;
     [[nodiscard]] bool release(std::uint32_t bytes) override;
-    [[nodiscard]] bool deliver_standing(const void* data) override;
+    [[nodiscard]] std::uint32_t wanted_blocks() const override;
+    [[nodiscard]] void* get_blocks(std::uint32_t most, std::uint32_t* count) override;
+    [[nodiscard]] bool deliver_standing(const void* data, std::uint32_t blocks) override;
     [[nodiscard]] bool deliver_unseen() override;
     [[nodiscard]] std::uint32_t src_block_bytes() const override;
     [[nodiscard]] bool src_block_bytes(std::uint32_t bytes) override;
-    [[nodiscard]] bool copy_block(void* into, std::uint64_t position,
-                                  std::uint32_t* count) override;
-    [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
+    [[nodiscard]] bool copy_blocks(void* into, std::uint32_t most, std::uint64_t position,
+                                   std::uint32_t* count) override;
+    [[nodiscard]] const void* peek_blocks(std::uint32_t most, std::uint64_t position,
+                                          std::uint32_t* count) override;
     [[nodiscard]] std::uint32_t pass_over(std::uint64_t position) override;
     [[nodiscard]] bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) override;
     bool src_end(const NUV_SrcBuffer* reader) override;

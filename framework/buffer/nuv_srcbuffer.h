@@ -30,6 +30,14 @@ public:
     // where there is no whole one.
     [[nodiscard]] virtual bool skip() = 0;
 
+    // Up to `most` blocks in one step, where more than one can be had at no cost: copied to `into`,
+    // of which `count` tells how many bytes came; or in place, whole blocks alone, of which
+    // `blocks` tells how many. There is room for `most`, which are less than 2^32 bytes.
+    [[nodiscard]] virtual bool get_blocks(void* into, std::uint32_t most, std::uint32_t* count) = 0;
+    [[nodiscard]] virtual const void* get_blocks(std::uint32_t most, std::uint32_t* blocks) = 0;
+    // Done with so many of them, which ends the step. Others come again with the next one.
+    [[nodiscard]] virtual bool release_blocks(std::uint32_t blocks) = 0;
+
     // Where the buffer that holds the bytes keeps this reader, so that it need not search.
     [[nodiscard]] std::size_t place() const noexcept { return place_; }
     void place(std::size_t place) noexcept { place_ = place; }
@@ -53,9 +61,15 @@ public:
     [[nodiscard]] const void* get(std::uint32_t* count) override;
     [[nodiscard]] bool release() override;
     [[nodiscard]] bool skip() override;
+    [[nodiscard]] bool get_blocks(void* into, std::uint32_t most, std::uint32_t* count) override;
+    [[nodiscard]] const void* get_blocks(std::uint32_t most, std::uint32_t* blocks) override;
+    [[nodiscard]] bool release_blocks(std::uint32_t blocks) override;
 
 private:
     [[nodiscard]] NUV_DstBuffer& from() noexcept { return holder_ ? *holder_ : *dst_; }
+    [[nodiscard]] bool copy(void* into, std::uint32_t most, std::uint32_t* got);
+    [[nodiscard]] const void* look(std::uint32_t most, std::uint32_t* got);
+    [[nodiscard]] std::uint32_t block_bytes_once();
     [[nodiscard]] bool take(std::uint32_t got, std::uint32_t* count);
 
     NUV_DstBuffer* dst_ = nullptr;

@@ -20,11 +20,14 @@ public:
     bool cleanup() override;
     [[nodiscard]] void* get() override;
     [[nodiscard]] bool release(std::uint32_t bytes) override;
-    [[nodiscard]] bool deliver_standing(const void* data) override;
+    [[nodiscard]] std::uint32_t wanted_blocks() const override;
+    [[nodiscard]] void* get_blocks(std::uint32_t most, std::uint32_t* count) override;
+    [[nodiscard]] bool deliver_standing(const void* data, std::uint32_t blocks) override;
     [[nodiscard]] bool deliver_unseen() override;
-    [[nodiscard]] bool copy_block(void* into, std::uint64_t position,
-                                  std::uint32_t* count) override;
-    [[nodiscard]] const void* peek(std::uint64_t position, std::uint32_t* count) override;
+    [[nodiscard]] bool copy_blocks(void* into, std::uint32_t most, std::uint64_t position,
+                                   std::uint32_t* count) override;
+    [[nodiscard]] const void* peek_blocks(std::uint32_t most, std::uint64_t position,
+                                          std::uint32_t* count) override;
     [[nodiscard]] std::uint32_t pass_over(std::uint64_t position) override;
     [[nodiscard]] bool advance(const NUV_SrcBuffer* reader, std::uint64_t position) override;
     bool src_end(const NUV_SrcBuffer* reader) override;
@@ -100,7 +103,6 @@ private:
     [[nodiscard]] std::uint32_t decide_mem_block_bytes();
     [[nodiscard]] Block& block(std::size_t index) noexcept { return blocks_[first_ + index]; }
     void free_memory() noexcept;
-    void have_written(std::uint64_t position);
     [[nodiscard]] bool add_block();
     [[nodiscard]] Block new_block();
     [[nodiscard]] bool has_many_blocks() const noexcept;
@@ -112,11 +114,16 @@ private:
     [[nodiscard]] bool is_in_first_block(const Reader& reader) const noexcept;
     [[nodiscard]] bool is_untouched() const noexcept;
     [[nodiscard]] bool can_lend(std::uint64_t position) noexcept;
-    [[nodiscard]] bool lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count);
+    [[nodiscard]] bool lend(std::uint8_t* into, std::uint32_t most, std::uint64_t position,
+                            std::uint32_t* count);
+    [[nodiscard]] std::uint32_t count_adjoining(std::uint64_t index, std::uint32_t most) noexcept;
+    void pull_to(std::uint64_t needed, std::uint64_t wanted);
     void forget_lent_blocks() noexcept;
 
     std::uint64_t base_ = 0;         // stream offset of the first held block
     std::uint8_t* bounce_ = nullptr; // for a writer's block that straddles two memory blocks
+    std::uint64_t wanted_ = 0;       // stream offset up to which a reader waits
+    std::uint32_t given_blocks_ = 0; // to the writer, by its last get
     bool taken_ = false;             // a reader has had a block
     bool has_lent_ = false;          // some held block may be a reader's memory
     BlockCache cache_;

@@ -29,6 +29,12 @@ protected:
     [[nodiscard]] virtual bool process_line(const void* in, void* out) = 0;
 
     std::uint32_t line_ = 0;
+
+private:
+    [[nodiscard]] std::uint32_t lines_at_once() const;
+    [[nodiscard]] bool process_lines(std::uint32_t lines);
+
+    bool goes_by_many_ = true; // so far both sides have had as many lines as were asked for
 };
 
 } // namespace nuv

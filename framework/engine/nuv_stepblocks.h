@@ -56,6 +56,42 @@ private:
     const void* data_;
 };
 
+// Some blocks of a source in place; false when there is none.
+class NUV_InputBlocks {
+public:
+    // See NUV_SrcBuffer::get_blocks().
+    NUV_InputBlocks(NUV_SrcBuffer& source, std::uint32_t most)
+        : source_(&source),
+          data_(source.get_blocks(most, &count_))
+    {}
+    ~NUV_InputBlocks()
+    {
+        if (data_)
+            static_cast<void>(source_->release_blocks(count_));
+    }
+    NUV_InputBlocks(const NUV_InputBlocks&) = delete;
+    NUV_InputBlocks& operator=(const NUV_InputBlocks&) = delete;
+
+    [[nodiscard]] explicit operator bool() const noexcept { return data_ != nullptr; }
+    [[nodiscard]] std::uint32_t count() const noexcept { return count_; }
+    template <class T>
+    [[nodiscard]] const T* as() const noexcept
+    {
+        return static_cast<const T*>(data_);
+    }
+    // To be called once, on blocks that are there: so many of them are done with.
+    [[nodiscard]] bool release(std::uint32_t blocks)
+    {
+        data_ = nullptr;
+        return source_->release_blocks(blocks);
+    }
+
+private:
+    NUV_SrcBuffer* source_;
+    std::uint32_t count_ = 0;
+    const void* data_;
+};
+
 // Room for a block of the engine's own; false when there is none. Nothing of it is delivered unless
 // it is committed.
 class NUV_OutputBlock {
@@ -63,6 +99,11 @@ public:
     explicit NUV_OutputBlock(NUV_DstBuffer& destination)
         : destination_(&destination),
           data_(destination.get())
+    {}
+    // Of up to `most` blocks, see NUV_DstBuffer::get_blocks().
+    NUV_OutputBlock(NUV_DstBuffer& destination, std::uint32_t most)
+        : destination_(&destination),
+          data_(destination.get_blocks(most, &count_))
     {}
     ~NUV_OutputBlock()
     {
@@ -79,6 +120,7 @@ public:
     {
         return static_cast<T*>(data_);
     }
+    [[nodiscard]] std::uint32_t count() const noexcept { return count_; }
     // To be called once, on a block that is there: so many of its bytes are written.
     [[nodiscard]] bool commit(std::uint32_t bytes)
     {
@@ -88,6 +130,7 @@ public:
 
 private:
     NUV_DstBuffer* destination_;
+    std::uint32_t count_ = 1;
     void* data_;
 };
 

@@ -25,6 +25,11 @@ namespace nuv {
 // `into` has room for `bytes`. After a failure of the storage itself, part of it may be there.
 [[nodiscard]] bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes);
 
+// Passes over `lines` of `bytes` each, or over one where the storage has not all of them; how many
+// they were, or 0.
+[[nodiscard]] std::uint32_t pass_over_lines(NUV_InputStorage& storage, std::uint32_t bytes,
+                                            std::uint32_t lines);
+
 // Why `bytes` bytes of `what`, from the position on, could not be had: where the storage ends, and
 // by how much too early.
 [[nodiscard]] NUV_Diagnosis ends_early(const NUV_InputStorage& storage, const char* what,

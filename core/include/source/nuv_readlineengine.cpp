@@ -1,7 +1,10 @@
 #include "core/include/nuv_readlineengine.h"
 
 #include "framework/engine/nuv_stepblocks.h"
+#include "framework/io/nuv_checkedstream.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace nuv {
@@ -41,14 +44,16 @@ const std::uint8_t* NUV_ReadLineEngine::where_standing()
 // As the lines before it stand, so does this one, whatever output is made over it meanwhile.
 bool NUV_ReadLineEngine::deliver_standing()
 {
-    const bool fits = std::in_range<std::int32_t>(line_bytes_);
-    if (!fits || !storage_->pass_over(static_cast<std::int32_t>(line_bytes_))) {
+    const std::uint32_t lines = pass_over_lines(
+        *storage_, line_bytes_, std::min(dst_buffer_->wanted_blocks(), header_.height() - line_));
+    if (lines == 0) {
         static_cast<void>(storage_->to_end() && read_line(nullptr));
         return false;
     }
     position_ = storage_->position();
-    ++line_;
-    return dst_buffer_->deliver_standing(std::exchange(standing_, standing_ + line_bytes_));
+    line_ += lines;
+    const std::size_t bytes = std::size_t{line_bytes_} * lines;
+    return dst_buffer_->deliver_standing(std::exchange(standing_, standing_ + bytes), lines);
 }
 
 bool NUV_ReadLineEngine::execute()

@@ -5,6 +5,9 @@
 #include "framework/engine/nuv_stepblocks.h"
 #include "framework/io/nuv_checkedstream.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace nuv {
 namespace {
 
@@ -122,13 +125,16 @@ bool NUV_ReadStorageEngine::deliver_standing(std::uint32_t bytes)
 {
     if (!skip_gap())
         return false;
-    if (!storage_->pass_over(static_cast<std::int32_t>(bytes)))
+    const std::uint32_t most =
+        line_gap_ == 0 ? std::min(dst_buffer_->wanted_blocks(), header_.height() - lines_done_) : 1;
+    const std::uint32_t lines = pass_over_lines(*storage_, bytes, most);
+    if (lines == 0)
         return end_in_line();
     const std::uint8_t* const line = standing_ + (lines_done_ == 0 ? 0 : line_gap_);
-    standing_ = line + bytes;
+    standing_ = line + std::size_t{bytes} * lines;
     position_ = storage_->position();
-    ++lines_done_;
-    return dst_buffer_->deliver_standing(line);
+    lines_done_ += lines;
+    return dst_buffer_->deliver_standing(line, lines);
 }
 
 // False, without having moved, where the line has to be read though nobody will look at it.

@@ -27,8 +27,9 @@ public:
 
 private:
     [[nodiscard]] bool go_to(std::int32_t offset);
-    [[nodiscard]] std::uint8_t* room();
-    [[nodiscard]] bool execute_in(std::uint8_t* room);
+    [[nodiscard]] std::uint8_t* room(std::uint32_t& lines);
+    [[nodiscard]] bool get_in(std::uint8_t* room, std::uint32_t lines);
+    [[nodiscard]] bool write_in_place();
     [[nodiscard]] bool take(const NUV_InputBlock& line, std::uint32_t got);
     void finish_line(std::uint8_t* line, std::uint32_t bytes) const noexcept;
     [[nodiscard]] bool leave_gap();
@@ -47,6 +48,10 @@ private:
     std::uint32_t held_bytes_ = 0; // of block_, not written yet
     std::uint32_t most_held_lines_ = 1;
     std::int32_t byte_order_ = host_byte_order;
+    std::uint32_t line_bytes_ = 0;
+    std::uint8_t* in_place_ = nullptr; // lines that stand where the storage keeps them,
+    std::uint32_t bytes_in_place_ = 0; // but are not written yet
+    std::uint32_t lines_in_place_ = 0; // that came with them
 };
 
 [[nodiscard]] std::uint8_t last_byte_mask(const NUV_Header& header) noexcept
@@ -86,11 +91,11 @@ bool NUV_WriteStorageEngine::initiate(const NUV_Header* header, NUV_SrcBuffer* s
     last_byte_mask_ = last_byte_mask(*header);
     if (!go_to(offset))
         return fail(manager(), NUV_ERR_IO, initiate_method);
-    const std::uint32_t bytes = raw_ ? header->line_bytes() : manager().default_block_bytes();
+    line_bytes_ = raw_ ? header->line_bytes() : manager().default_block_bytes();
     if (line_pad == 0 && line_gap == 0) // nothing goes between the lines
         most_held_lines_ = lines_at_a_time(*storage, *header);
     may_have_room_ = may_have_room && raw_ && line_pad == 0 && line_gap == 0;
-    return src->block_bytes(bytes);
+    return src->block_bytes(line_bytes_);
 }
 
 // Beyond the end nothing can be reached: what is missing there is filled up.
@@ -114,8 +119,11 @@ bool NUV_WriteStorageEngine::execute()
 {
     if (raw_ && lines_done_ >= height_)
         return false;
-    if (std::uint8_t* const place = room())
-        return execute_in(place);
+    if (bytes_in_place_ != 0)
+        return write_in_place();
+    std::uint32_t lines = 0;
+    if (std::uint8_t* const place = room(lines))
+        return get_in(place, lines) && write_in_place();
     // Behind the lines that are held, once there is room for them.
     const bool has_room = block_.size() != 0;
     std::uint32_t got = 0;
@@ -131,33 +139,47 @@ bool NUV_WriteStorageEngine::execute()
     return in.release();
 }
 
-// Where the storage keeps the next line, for it to be made there, or null.
-std::uint8_t* NUV_WriteStorageEngine::room()
+// Where the storage keeps the next lines, for them to be made there, or null. Short ones come
+// several at a time.
+std::uint8_t* NUV_WriteStorageEngine::room(std::uint32_t& lines)
 {
+    constexpr std::uint32_t most_bytes = 0x8000;
     if (!may_have_room_ || held_bytes_ != 0)
         return nullptr;
-    const std::uint32_t bytes = src_buffer_->block_bytes();
-    std::uint8_t* const place = std::in_range<std::int32_t>(bytes)
-                                    ? storage_->lend_room(static_cast<std::int32_t>(bytes))
-                                    : nullptr;
+    lines = std::clamp(most_bytes / line_bytes_, std::uint32_t{1}, height_ - lines_done_);
+    std::uint8_t* place = nullptr;
+    if (lines > 1)
+        place = storage_->lend_room(static_cast<std::int32_t>(lines * line_bytes_));
+    if (!place && std::in_range<std::int32_t>(line_bytes_)) {
+        place = storage_->lend_room(static_cast<std::int32_t>(line_bytes_));
+        lines = 1;
+    }
     // Engines write samples where samples may be.
     return reinterpret_cast<std::uintptr_t>(place) % sample_bytes_ == 0 ? place : nullptr;
 }
 
-bool NUV_WriteStorageEngine::execute_in(std::uint8_t* room)
+bool NUV_WriteStorageEngine::get_in(std::uint8_t* room, std::uint32_t lines)
 {
-    std::uint32_t got = 0;
-    NUV_InputBlock in(*src_buffer_, room, &got);
-    if (!in)
+    if (!src_buffer_->get_blocks(room, lines, &bytes_in_place_))
         return false;
-    if (got != src_buffer_->block_bytes())
+    in_place_ = room;
+    lines_in_place_ = (bytes_in_place_ + line_bytes_ - 1) / line_bytes_;
+    return true;
+}
+
+// A line a step, as all are written.
+bool NUV_WriteStorageEngine::write_in_place()
+{
+    if (bytes_in_place_ < line_bytes_)
         return fail(manager(), NUV_ERR_BROKEN_DATA, execute_method);
-    finish_line(room, got);
-    const auto bytes = static_cast<std::int32_t>(got);
-    if (storage_->write(room, bytes) != bytes)
+    finish_line(in_place_, line_bytes_);
+    const auto bytes = static_cast<std::int32_t>(line_bytes_);
+    if (storage_->write(in_place_, bytes) != bytes)
         return fail(manager(), NUV_ERR_IO, execute_method);
     ++lines_done_;
-    return in.release();
+    in_place_ += line_bytes_;
+    bytes_in_place_ -= line_bytes_;
+    return bytes_in_place_ != 0 || src_buffer_->release_blocks(lines_in_place_);
 }
 
 // A header alone may state any size: memory is asked for when there is a line to put into it.

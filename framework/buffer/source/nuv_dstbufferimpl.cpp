@@ -9,13 +9,19 @@
 
 namespace nuv {
 
-bool NUV_DstBuffer::deliver_standing(const void* data)
+bool NUV_DstBuffer::deliver_standing(const void* data, std::uint32_t blocks)
 {
-    void* const room = get();
-    if (!room)
-        return false;
-    std::memcpy(room, data, block_bytes());
-    return release(block_bytes());
+    const std::uint32_t bytes = block_bytes();
+    const auto* from = static_cast<const std::uint8_t*>(data);
+    for (; blocks > 0; --blocks, from += bytes) {
+        void* const room = get();
+        if (!room)
+            return false;
+        std::memcpy(room, from, bytes);
+        if (!release(bytes))
+            return false;
+    }
+    return true;
 }
 
 std::uint32_t NUV_DstBuffer::pass_over(std::uint64_t position)

@@ -59,9 +59,20 @@ bool NUV_DstBufferProxy::release(std::uint32_t bytes)
     return real_->release(bytes);
 }
 
-bool NUV_DstBufferProxy::deliver_standing(const void* data)
+std::uint32_t NUV_DstBufferProxy::wanted_blocks() const
 {
-    return real_ ? real_->deliver_standing(data) : NUV_DstBufferImpl::deliver_standing(data);
+    return real_ ? real_->wanted_blocks() : 1;
+}
+
+void* NUV_DstBufferProxy::get_blocks(std::uint32_t most, std::uint32_t* count)
+{
+    return real_ ? real_->get_blocks(most, count) : NUV_DstBufferImpl::get_blocks(most, count);
+}
+
+bool NUV_DstBufferProxy::deliver_standing(const void* data, std::uint32_t blocks)
+{
+    return real_ ? real_->deliver_standing(data, blocks)
+                 : NUV_DstBufferImpl::deliver_standing(data, blocks);
 }
 
 bool NUV_DstBufferProxy::deliver_unseen()
@@ -81,20 +92,22 @@ bool NUV_DstBufferProxy::src_block_bytes(std::uint32_t bytes)
     return real_->src_block_bytes(bytes);
 }
 
-bool NUV_DstBufferProxy::copy_block(void* into, std::uint64_t position, std::uint32_t* count)
+bool NUV_DstBufferProxy::copy_blocks(void* into, std::uint32_t most, std::uint64_t position,
+                                     std::uint32_t* count)
 {
     *count = 0;
     if (!real_)
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferProxy::copy_block()");
-    return real_->copy_block(into, position, count);
+    return real_->copy_blocks(into, most, position, count);
 }
 
-const void* NUV_DstBufferProxy::peek(std::uint64_t position, std::uint32_t* count)
+const void* NUV_DstBufferProxy::peek_blocks(std::uint32_t most, std::uint64_t position,
+                                            std::uint32_t* count)
 {
     *count = 0;
     if (!real_)
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_DstBufferProxy::peek()");
-    return real_->peek(position, count);
+    return real_->peek_blocks(most, position, count);
 }
 
 std::uint32_t NUV_DstBufferProxy::pass_over(std::uint64_t position)

@@ -39,44 +39,84 @@ bool NUV_SrcBufferImpl::block_bytes(std::uint32_t bytes)
 
 bool NUV_SrcBufferImpl::get(void* into, std::uint32_t* count)
 {
-    constexpr auto method = "NUV_SrcBufferImpl::get()";
-
     if (count)
         *count = 0;
+    std::uint32_t got = 0;
+    return copy(into, 1, &got) && take(got, count);
+}
+
+bool NUV_SrcBufferImpl::get_blocks(void* into, std::uint32_t most, std::uint32_t* count)
+{
+    *count = 0;
+    std::uint32_t got = 0;
+    return copy(into, most, &got) && take(got, count);
+}
+
+bool NUV_SrcBufferImpl::copy(void* into, std::uint32_t most, std::uint32_t* got)
+{
+    constexpr auto method = "NUV_SrcBufferImpl::get()";
+
     if (!dst_)
         return fail(manager(), NUV_ERR_SEQUENCE, method);
     if (!into)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
-    std::uint32_t got = 0;
-    return from().copy_block(into, position_, &got) && take(got, count);
+    return from().copy_blocks(into, most, position_, got);
 }
 
 const void* NUV_SrcBufferImpl::get(std::uint32_t* count)
 {
     if (count)
         *count = 0;
-    if (!dst_)
-        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::get()");
     std::uint32_t got = 0;
-    const void* block = from().peek(position_, &got);
+    const void* block = look(1, &got);
     return block && take(got, count) ? block : nullptr;
 }
 
-// A block of `got` bytes has come. False when the reader wanted whole blocks and this is none.
-bool NUV_SrcBufferImpl::take(std::uint32_t got, std::uint32_t* count)
+const void* NUV_SrcBufferImpl::get_blocks(std::uint32_t most, std::uint32_t* blocks)
+{
+    *blocks = 0;
+    std::uint32_t got = 0;
+    const void* block = look(most, &got);
+    if (!block)
+        return nullptr;
+    const std::uint32_t each = block_bytes_once();
+    if (got > each)
+        got -= got % each; // what is behind the last whole block ends the stream the next time
+    if (!take(got, nullptr))
+        return nullptr;
+    *blocks = got == each ? 1 : got / each;
+    return block;
+}
+
+const void* NUV_SrcBufferImpl::look(std::uint32_t most, std::uint32_t* got)
+{
+    if (!dst_)
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::get()");
+    return from().peek_blocks(most, position_, got);
+}
+
+// Which nobody may change from the first block on.
+std::uint32_t NUV_SrcBufferImpl::block_bytes_once()
 {
     if (gets_ == 0) {
         block_ = block_bytes();
         holder_ = dst_->holder();
     }
+    return block_;
+}
+
+// `got` bytes have come. False when the reader wanted whole blocks and this is less than one.
+bool NUV_SrcBufferImpl::take(std::uint32_t got, std::uint32_t* count)
+{
+    const std::uint32_t each = block_bytes_once();
     position_ += got;
     if (count) {
         *count = got;
-    } else if (got < block_) {
+    } else if (got < each) {
         static_cast<void>(from().advance(this, position_));
         return false;
     }
-    ++gets_;
+    gets_ += got <= each ? 1 : (std::uint64_t{got} + each - 1) / each;
     return true;
 }
 
@@ -95,6 +135,18 @@ bool NUV_SrcBufferImpl::skip()
         return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::skip()");
     const std::uint32_t got = from().pass_over(position_);
     return got != 0 && take(got, nullptr) && release();
+}
+
+bool NUV_SrcBufferImpl::release_blocks(std::uint32_t blocks)
+{
+    if (gets_ - releases_ < blocks)
+        return fail(manager(), NUV_ERR_SEQUENCE, "NUV_SrcBufferImpl::release()");
+    releases_ += blocks;
+    if (releases_ < gets_) {
+        gets_ = releases_;
+        position_ = std::uint64_t{block_} * releases_;
+    }
+    return from().advance(this, std::uint64_t{block_} * releases_);
 }
 
 } // namespace nuv

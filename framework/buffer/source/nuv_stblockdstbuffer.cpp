@@ -66,6 +66,19 @@ std::uint32_t NUV_STBlockDstBuffer::decide_mem_block_bytes()
     return mem_block_bytes_;
 }
 
+// Has the writer write as far as is needed, and lets it know how far it may go at once.
+inline void NUV_STBlockDstBuffer::pull_to(std::uint64_t needed, std::uint64_t wanted)
+{
+    wanted_ = wanted;
+    while (written_ < needed) {
+        if (!manager().pull(owner_))
+            break;
+    }
+    // A writer that has written all it may learns that in one more step, and ends.
+    if (limit_bytes_ <= written_)
+        manager().pull(owner_);
+}
+
 void* NUV_STBlockDstBuffer::get()
 {
     constexpr auto method = "NUV_STBlockDstBuffer::get()";
@@ -85,6 +98,7 @@ void* NUV_STBlockDstBuffer::get()
     if (index == held && !add_block())
         return nullptr;
 
+    given_blocks_ = 1;
     std::uint8_t* data = block(index).data;
     if (!data || block(index).standing) // lent by a reader that has gone on, or not to be written
         return fail(manager(), NUV_ERR_SEQUENCE, method);
@@ -100,13 +114,43 @@ void* NUV_STBlockDstBuffer::get()
     return bounce_;
 }
 
+std::uint32_t NUV_STBlockDstBuffer::wanted_blocks() const
+{
+    const std::uint64_t wanted = wanted_ > written_ ? wanted_ - written_ : 0;
+    return wanted <= block_bytes_ ? 1 : static_cast<std::uint32_t>(wanted / block_bytes_);
+}
+
+// Memory blocks from that one on that stand one behind the other, `most` at most.
+std::uint32_t NUV_STBlockDstBuffer::count_adjoining(std::uint64_t index,
+                                                    std::uint32_t most) noexcept
+{
+    const Block& first = block(index);
+    const std::uint64_t held = std::min<std::uint64_t>(most, held_blocks() - index);
+    std::uint32_t count = 1;
+    for (const std::uint8_t* next = first.data; count < held; ++count) {
+        next += mem_block_bytes_;
+        if (block(index + count).data != next || block(index + count).standing != first.standing)
+            break;
+    }
+    return count;
+}
+
+void* NUV_STBlockDstBuffer::get_blocks(std::uint32_t most, std::uint32_t* count)
+{
+    void* const data = get();
+    *count = data ? 1 : 0;
+    if (data && most > 1 && state_ == State::in_block && block_bytes_ == mem_block_bytes_)
+        *count = given_blocks_ = count_adjoining(place_of(written_).index, most);
+    return data;
+}
+
 bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
 {
     constexpr auto method = "NUV_STBlockDstBuffer::release()";
 
     if (state_ != State::in_block && state_ != State::in_bounce)
         return fail(manager(), NUV_ERR_SEQUENCE, method);
-    if (bytes > block_bytes_)
+    if (bytes > std::uint64_t{block_bytes_} * given_blocks_)
         return fail(manager(), NUV_ERR_ARGUMENT, method);
 
     if (state_ == State::in_bounce && bytes > 0) {
@@ -128,24 +172,32 @@ bool NUV_STBlockDstBuffer::release(std::uint32_t bytes)
     return true;
 }
 
-bool NUV_STBlockDstBuffer::deliver_standing(const void* data)
+bool NUV_STBlockDstBuffer::deliver_standing(const void* data, std::uint32_t blocks)
 {
     // Memory of a whole number of the writer's blocks alone has none that straddles two of it.
     const std::uint32_t mem = mem_block_bytes();
     if (mem == 0 || mem % block_bytes_ != 0 || state_ != State::idle || written_ > limit_bytes_ ||
         written_ < base_)
-        return NUV_DstBufferBase::deliver_standing(data);
-    const auto [index, offset] = place_of(written_);
-    if (index == held_blocks() && offset == 0) {
-        // Everybody who gets a block to write to is kept away from this one.
-        auto* const stands = static_cast<std::uint8_t*>(const_cast<void*>(data));
-        if (!blocks_.push_back({.data = stands, .standing = true}))
-            return false;
-    } else if (index >= held_blocks() || !block(index).standing ||
-               block(index).data + offset != data) {
-        return NUV_DstBufferBase::deliver_standing(data);
+        return NUV_DstBufferBase::deliver_standing(data, blocks);
+    auto [index, offset] = place_of(written_);
+    // Everybody who gets a block to write to is kept away from these.
+    auto* stands = static_cast<std::uint8_t*>(const_cast<void*>(data));
+    for (; blocks > 0; --blocks) {
+        if (index == held_blocks() && offset == 0) {
+            if (!blocks_.push_back({.data = stands, .standing = true}))
+                return false;
+        } else if (index >= held_blocks() || !block(index).standing ||
+                   block(index).data + offset != stands) {
+            return NUV_DstBufferBase::deliver_standing(stands, blocks);
+        }
+        written_ += block_bytes_;
+        stands += block_bytes_;
+        offset += block_bytes_;
+        if (offset == mem) {
+            offset = 0;
+            ++index;
+        }
     }
-    written_ += block_bytes_;
     return true;
 }
 
@@ -236,25 +288,14 @@ void NUV_STBlockDstBuffer::drop_block() noexcept
     }
 }
 
-// The block at `position`, or as much of it as will ever come.
-void NUV_STBlockDstBuffer::have_written(std::uint64_t position)
-{
-    while (written_ < position + src_block_bytes_) {
-        if (!manager().pull(owner_))
-            break;
-    }
-    // A writer that has written all it may learns that in one more step, and ends.
-    if (limit_bytes_ <= written_)
-        manager().pull(owner_);
-}
-
-const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* count)
+const void* NUV_STBlockDstBuffer::peek_blocks(std::uint32_t most, std::uint64_t position,
+                                              std::uint32_t* count)
 {
     *count = 0;
     const std::uint32_t mem = mem_block_bytes();
     if (mem == 0)
         return nullptr;
-    have_written(position);
+    pull_to(position + src_block_bytes_, position + std::uint64_t{most} * src_block_bytes_);
     if (written_ <= position)
         return nullptr;
 
@@ -266,8 +307,14 @@ const void* NUV_STBlockDstBuffer::peek(std::uint64_t position, std::uint32_t* co
         return nullptr;
     taken_ = true;
     // A reader whose last block came short stands off its grid, and could reach past the memory.
-    const std::uint64_t there = std::min<std::uint64_t>(written_ - position, src_block_bytes_);
-    *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(there, mem - offset));
+    const std::uint64_t there = written_ - position;
+    if (most > 1 && mem == src_block_bytes_ && offset == 0 && there > mem) {
+        const std::uint64_t adjoining = std::uint64_t{count_adjoining(index, most)} * mem;
+        *count = static_cast<std::uint32_t>(std::min(there, adjoining));
+        return data;
+    }
+    const std::uint64_t block_bytes = std::min<std::uint64_t>(there, src_block_bytes_);
+    *count = static_cast<std::uint32_t>(std::min<std::uint64_t>(block_bytes, mem - offset));
     return data + offset;
 }
 
@@ -279,7 +326,7 @@ std::uint32_t NUV_STBlockDstBuffer::pass_over(std::uint64_t position)
     const bool is_one_block = readers_.size() == 1 && block_bytes_ == src_block_bytes_;
     NUV_DstBuffer& known = owner_ ? *owner_ : *this;
     known.is_passed_over(is_one_block && written_ == position && state_ == State::idle);
-    have_written(position);
+    pull_to(position + src_block_bytes_, position + src_block_bytes_);
     known.is_passed_over(false);
     if (written_ <= position)
         return 0;
@@ -301,13 +348,14 @@ bool NUV_STBlockDstBuffer::deliver_unseen()
     return true;
 }
 
-bool NUV_STBlockDstBuffer::copy_block(void* into, std::uint64_t position, std::uint32_t* count)
+bool NUV_STBlockDstBuffer::copy_blocks(void* into, std::uint32_t most, std::uint64_t position,
+                                       std::uint32_t* count)
 {
     *count = 0;
     if (mem_block_bytes() == 0)
         return false;
     if (can_lend(position))
-        return lend(static_cast<std::uint8_t*>(into), position, count);
+        return lend(static_cast<std::uint8_t*>(into), most, position, count);
     const void* from = peek(position, count);
     if (!from)
         return false;
@@ -329,13 +377,20 @@ bool NUV_STBlockDstBuffer::can_lend(std::uint64_t position) noexcept
     return index == held_blocks() ? position >= written_ : block(index).data != nullptr;
 }
 
-bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std::uint32_t* count)
+bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint32_t most, std::uint64_t position,
+                                std::uint32_t* count)
 {
     const std::uint64_t index = place_of(position).index;
+    has_lent_ = true;
     if (index == held_blocks()) {
-        if (!blocks_.push_back({.data = into}))
-            return false;
+        for (std::uint32_t i = 0; i < most; ++i) {
+            if (!blocks_.push_back({.data = into + std::size_t{i} * mem_block_bytes_})) {
+                forget_lent_blocks();
+                return false;
+            }
+        }
     } else {
+        most = 1;
         Block& standing = block(index);
         if (position < written_)
             std::memmove(into, standing.data, written_ - position);
@@ -343,10 +398,11 @@ bool NUV_STBlockDstBuffer::lend(std::uint8_t* into, std::uint64_t position, std:
             cache_.put(standing);
         standing = {.data = into};
     }
-    has_lent_ = true;
-    const bool arrived = peek(position, count) == into;
+    const std::uint64_t bytes = std::uint64_t{most} * mem_block_bytes_;
+    pull_to(position + bytes, position + bytes);
+    const bool arrived = peek_blocks(most, position, count) == into;
     // The reader is past an incomplete block, and nobody may write into its memory any more.
-    if (!arrived || *count < src_block_bytes_)
+    if (!arrived || *count < bytes)
         forget_lent_blocks();
     return arrived;
 }

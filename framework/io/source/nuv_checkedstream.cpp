@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace nuv {
 
@@ -45,6 +46,17 @@ std::uint32_t read_up_to(NUV_InputStorage& storage, void* into, std::uint32_t by
 bool read_exactly(NUV_InputStorage& storage, void* into, std::uint32_t bytes)
 {
     return bytes <= remaining_bytes(storage) && read_up_to(storage, into, bytes) == bytes;
+}
+
+std::uint32_t pass_over_lines(NUV_InputStorage& storage, std::uint32_t bytes, std::uint32_t lines)
+{
+    const auto passes = [&](std::uint64_t all) {
+        return std::in_range<std::int32_t>(all) &&
+               storage.pass_over(static_cast<std::int32_t>(all));
+    };
+    if (lines > 1 && passes(std::uint64_t{bytes} * lines))
+        return lines;
+    return passes(bytes) ? 1 : 0;
 }
 
 NUV_Diagnosis ends_early(const NUV_InputStorage& storage, const char* what, std::uint64_t bytes)

@@ -1,3 +1,4 @@
+#include "core/mirror/nuv_mirrorx.h"
 #include "core/pnm/nuv_readpnm.h"
 #include "core/storage/nuv_dstengineinputstorage.h"
 #include "core/storage/nuv_readstorage.h"
@@ -181,6 +182,43 @@ TEST_F(ReadWriteStorage, ShowsLinesWhereTheyStandEvenWhenAnOutputIsMadeOverThem)
     const auto* const pair = static_cast<const std::uint8_t*>(pairs->get(nullptr));
     ASSERT_TRUE(pair);
     EXPECT_EQ(pair[10], gapped[15]) << "in a block of two lines there is no gap";
+}
+
+// From memory to memory many short lines go at a time through what is between. They end where they
+// would one by one, in the source and in the room for them.
+TEST_F(ReadWriteStorage, LinesThatGoTogetherEndWhereTheyWouldOneByOne)
+{
+    constexpr std::size_t height = 100;
+    for (const std::uint32_t width : {2U, 33U, 5000U, 40000U}) {
+        const NUV_TestImage image = {.width = width, .height = height};
+        const Bytes content = counted_bytes(width * height);
+        for (const std::size_t lines : {0U, 1U, 5U, 6U, 99U, 100U}) {
+            const std::size_t there = std::min(width * lines + width / 2, content.size());
+            for (int mirrors = 0; mirrors < 6; ++mirrors) {
+                const bool is_source_cut = mirrors >= 3;
+                const Bytes source(content.begin(),
+                                   content.begin() +
+                                       std::ptrdiff_t(is_source_cut ? there : content.size()));
+                Bytes target(content.size(), 0xEE);
+                const auto room = is_source_cut ? target.size() : there;
+                auto array = make<NUV_ByteArrayOutputStorage>(target.data(), std::int32_t(room));
+                NUV_Engine* engine = reader(manager_, image, source);
+                for (int i = 0; i < mirrors % 3; ++i)
+                    engine = NUV_MirrorX(manager_).engine(engine);
+                EXPECT_TRUE(write(manager_, engine, array.get()));
+                Bytes expected = content;
+                for (auto line = expected.begin(); mirrors % 3 == 1 && line != expected.end();
+                     line += width)
+                    std::reverse(line, line + width);
+                const std::size_t written = is_source_cut && lines < height ? width * lines : there;
+                std::fill(expected.begin() + std::ptrdiff_t(written), expected.end(), 0xEE);
+                ASSERT_TRUE(target == expected) << width << ", " << lines << ", " << mirrors;
+                const auto damage = is_source_cut ? NUV_ERR_BROKEN_DATA : NUV_ERR_IO;
+                ASSERT_EQ(manager_.status().code, lines < height ? damage : NUV_STATUS_OK);
+                manager_.clear();
+            }
+        }
+    }
 }
 
 TEST_F(ReadWriteStorage, AnOffsetBehindWhatIsThereExtendsTheFile)

@@ -43,21 +43,29 @@ TEST(STBlockDstBuffer, CutsMemoryIntoWholeReadersBlocks)
 }
 
 // Every pair of block sizes, through straddling writes, with a last block that comes short; the
-// reader copies, looks in place, or does both in turn.
+// reader copies, looks in place, or does both in turn, a block at a time or some.
 TEST(STBlockDstBuffer, CarriesTheStreamForEveryPairOfBlockSizes)
 {
     const auto stream = random_samples<std::uint8_t>(331, 5);
     for (std::uint32_t block = 1; block <= 40; ++block) {
         for (std::uint32_t src_block = 1; src_block <= 40; ++src_block) {
-            for (const int form : {0, 1, 2}) {
+            for (const int form : {0, 1, 2, 3}) {
                 NUV_TestChain chain;
                 chain.source_bytes({.encode_type = NUV_EncodeType::unknown}, stream, block);
                 NUV_Held<NUV_SrcBuffer> reader(chain.last()->src_buffer());
                 ASSERT_TRUE(reader->block_bytes(src_block));
                 Bytes got;
-                Bytes into(src_block);
+                const std::uint32_t most = form == 3 ? 3 : 1;
+                Bytes into(most * src_block);
                 for (int turn = 0;; ++turn) {
                     std::uint32_t count = 77;
+                    if (form == 3 && turn % 2 == 1) {
+                        if (!reader->get_blocks(into.data(), most, &count))
+                            break;
+                        got.insert(got.end(), into.begin(), into.begin() + count);
+                        ASSERT_TRUE(reader->release_blocks((count + src_block - 1) / src_block));
+                        continue;
+                    }
                     const bool copies = form == 0 || (form == 2 && turn % 3 == 0);
                     const void* from =
                         copies ? reader->get(into.data(), &count) ? into.data() : nullptr
