@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace nuv {
@@ -93,6 +94,25 @@ private:
     std::uint32_t released_ = 0; // lines given back so far
     std::array<const void*, Count> held_{};
     std::array<const void*, Count> lines_{};
+};
+
+// Sees whether output lines go where nobody looks at them soon: once those that stand each behind
+// the last are more than most caches hold. In a buffer one takes the place of another instead, and
+// the next engine looks at it at once.
+class NUV_LineRun {
+public:
+    // To be asked of each line.
+    [[nodiscard]] bool is_far(const void* out, std::size_t line_bytes) noexcept
+    {
+        constexpr std::size_t most_in_caches = std::size_t{8} << 20;
+        run_bytes_ = out == end_ ? run_bytes_ + line_bytes : 0;
+        end_ = static_cast<const std::uint8_t*>(out) + line_bytes;
+        return run_bytes_ >= most_in_caches;
+    }
+
+private:
+    const std::uint8_t* end_ = nullptr; // of the last line
+    std::size_t run_bytes_ = 0;         // before it, without a gap
 };
 
 // An engine that makes each output line from `Count` neighbouring source lines. `Base` has buffers

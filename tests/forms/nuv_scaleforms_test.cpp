@@ -23,20 +23,32 @@ double draw_fraction(NUV_FormDraw& draw)
     return lost + draw.one_of({0.0, 0.37, 0.25, 0.75, 1.0 / 6, 0.5, 0.9, 131.0 / 256, 1.0});
 }
 
+// Those whose output goes past the caches.
+template <class Choose>
+auto far_forms(Choose choose)
+{
+    return [=](const NUV_Cpu& cpu) { return far_form(choose(cpu)); };
+}
+
+template <class Choose>
+void expect_same_blends(Choose choose)
+{
+    expect_same_forms<U16>("PPAV", choose, [](NUV_FormDraw& draw, auto compare) {
+        const std::size_t count = draw.length(100);
+        const double weight = draw_fraction(draw);
+        U16* lines[] = {draw.input<U16>(count), draw.input<U16>(count)};
+        const std::size_t most_apart = draw.one_of<std::size_t>({4, 60, 65535});
+        for (std::size_t i = 0; i < count; ++i)
+            lines[1][i] =
+                static_cast<U16>(lines[0][i] + draw.number(0, 2 * most_apart) - most_apart);
+        compare(count, [&](auto form, U16* out) { form(lines[0], lines[1], out, count, weight); });
+    });
+}
+
 TEST(ScaleForms, BlendLines)
 {
-    expect_same_forms<U16>(
-        "PPAV", choose_blend_lines<U16, double>, [](NUV_FormDraw& draw, auto compare) {
-            const std::size_t count = draw.length(100);
-            const double weight = draw_fraction(draw);
-            U16* lines[] = {draw.input<U16>(count), draw.input<U16>(count)};
-            const std::size_t most_apart = draw.one_of<std::size_t>({4, 60, 65535});
-            for (std::size_t i = 0; i < count; ++i)
-                lines[1][i] =
-                    static_cast<U16>(lines[0][i] + draw.number(0, 2 * most_apart) - most_apart);
-            compare(count,
-                    [&](auto form, U16* out) { form(lines[0], lines[1], out, count, weight); });
-        });
+    expect_same_blends(choose_blend_lines<U16, double>);
+    expect_same_blends(far_forms(choose_blend_lines<U16, double>));
 }
 
 // What these give is compared with a model, at each level, among the operations.
@@ -125,10 +137,9 @@ auto combine_lines_chosen(bool narrow)
 }
 
 // Half of the samples are ends of the range, so that sums leave it on both sides.
-template <class T, RealNumber R>
-void expect_same_combinations(const char (&forms)[5])
+template <class T, RealNumber R, class Choose>
+void expect_same_combinations(const char (&forms)[5], Choose choose)
 {
-    const auto choose = combine_lines_chosen<T, ScaleWeight<R>>(true);
     expect_same_forms<T>(forms, choose, [](NUV_FormDraw& draw, auto compare) {
         const std::size_t count = draw.length(100) * draw.one_of<std::size_t>({1, 1, 20});
         const T* lines[4] = {};
@@ -146,9 +157,13 @@ void expect_same_combinations(const char (&forms)[5])
 
 TEST(ScaleForms, CombineLines)
 {
-    expect_same_combinations<U8, NUV_FixedReal>("PPAA");
-    expect_same_combinations<U16, NUV_FixedReal>("PPAA");
-    expect_same_combinations<U16, double>("PPAV");
+    expect_same_combinations<U8, NUV_FixedReal>("PPAA",
+                                                combine_lines_chosen<U8, std::int32_t>(true));
+    expect_same_combinations<U16, NUV_FixedReal>("PPAA",
+                                                 combine_lines_chosen<U16, std::int32_t>(true));
+    const auto reals = combine_lines_chosen<U16, double>(true);
+    expect_same_combinations<U16, double>("PPAV", reals);
+    expect_same_combinations<U16, double>("PPAV", far_forms(reals));
     expect_chosen("PPPP", combine_lines_chosen<U8, std::int32_t>(false));
     expect_chosen("PPAV", combine_lines_chosen<U16, double>(false));
 }

@@ -130,8 +130,13 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<double>& weights,
                         NUV_SampleLimits<std::uint16_t> limits);
+// Far: what is written goes past the caches.
+template <bool Far>
+NUV_TARGET("avx512vbmi,avx512bw")
 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                         std::size_t samples, double weight);
+template <bool Far>
+NUV_TARGET("avx512vbmi,avx512bw")
 void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
                           std::size_t samples, const NUV_CubicWeights<double>& weights,
                           NUV_SampleLimits<std::uint16_t> limits);
@@ -148,13 +153,38 @@ template <IntegerSample T, class Weight>
     if constexpr (is_fixed_byte || std::is_same_v<T, std::uint16_t>) {
         if constexpr (std::is_same_v<Weight, double>) {
             if (cpu.has_avx512vbmi)
-                return blend_lines_avx512;
+                return blend_lines_avx512<false>;
         }
         if (cpu.has_avx2)
             return blend_lines_avx2;
     }
 #endif
     return blend_lines_portable<T, Weight>;
+}
+
+// What takes the place of a form where nobody looks at the output before it has left the caches.
+// What is stored the usual way is read first.
+template <IntegerSample T, class Weight>
+[[nodiscard]] BlendLines<T, Weight> far_form(BlendLines<T, Weight> form) noexcept
+{
+#if NUV_X86
+    if constexpr (std::is_same_v<T, std::uint16_t> && std::is_same_v<Weight, double>) {
+        if (form == blend_lines_avx512<false>)
+            return blend_lines_avx512<true>;
+    }
+#endif
+    return form;
+}
+template <IntegerSample T, class Weight>
+[[nodiscard]] CombineLines<T, Weight> far_form(CombineLines<T, Weight> form) noexcept
+{
+#if NUV_X86
+    if constexpr (std::is_same_v<T, std::uint16_t> && std::is_same_v<Weight, double>) {
+        if (form == combine_lines_avx512<false>)
+            return combine_lines_avx512<true>;
+    }
+#endif
+    return form;
 }
 
 // `narrow`: the weights are those of a moderate free parameter, so that they fit 16 bits and sums
@@ -167,7 +197,7 @@ template <IntegerSample T, class Weight>
 #if NUV_X86
         if constexpr (std::is_same_v<T, std::uint16_t>) {
             if (cpu.has_avx512vbmi)
-                return combine_lines_avx512;
+                return combine_lines_avx512<false>;
             if (cpu.has_avx2)
                 return combine_lines_avx2;
         }

@@ -265,6 +265,23 @@ NUV_AVX512 inline __m512i weight_pairs_avx512(std::int32_t first, std::int32_t s
 // more have been in doubt than a quarter of those before.
 constexpr std::size_t patience = 8;
 
+// A vector of output, past the caches where that is Far and can be.
+template <bool Far>
+NUV_AVX512 inline void store(std::uint16_t* to, __m512i samples) noexcept
+{
+    if (Far && reinterpret_cast<std::uintptr_t>(to) % sizeof(samples) == 0)
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(to), samples);
+    else
+        _mm512_storeu_si512(to, samples);
+}
+
+// By how many of them the second vector begins sooner, so that it and those behind it are whole
+// lines of the cache.
+[[nodiscard]] inline std::size_t misaligned_samples(const std::uint16_t* to) noexcept
+{
+    return reinterpret_cast<std::uintptr_t>(to) % sizeof(__m512i) / sizeof(*to);
+}
+
 // The samples of whole vectors, of which there are so many.
 template <bool CountsSign>
 NUV_TARGET("avx2")
@@ -292,7 +309,7 @@ std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_
     return i;
 }
 
-template <bool CountsSign>
+template <bool Far, bool CountsSign>
 NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
                                             const std::uint16_t* const lines[4], std::uint16_t* out,
                                             std::size_t samples,
@@ -311,26 +328,37 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
     std::size_t doubtful = 0;
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
+        if (Far && i == step)
+            i -= misaligned_samples(out + i);
         std::uint32_t doubt = ~std::uint32_t{0};
+        __m512i line = _mm512_setzero_si512();
         if (doubtful <= patience + i / (4 * step)) {
-            const __m512i line = combine_words<CountsSign>(
+            line = combine_words<CountsSign>(
                 {load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
                  load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i)},
                 integers, integers, doubt);
-            _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
         }
         if (std::popcount(doubt) > few) {
             ++doubtful;
-            const __m512i line = combined_by_doubles_avx512(lines, i, weights);
-            _mm512_storeu_si512(out + i, _mm512_min_epu16(line, maximum));
+            line = combined_by_doubles_avx512(lines, i, weights);
             doubt = 0;
         }
-        while (doubt != 0) {
-            const std::size_t at = i + take_combined_doubt(doubt);
-            combine_lines_body<std::uint16_t>(lines[0] + at, lines[1] + at, lines[2] + at,
-                                              lines[3] + at, out + at, 1, weights, limits);
+        line = _mm512_min_epu16(line, maximum);
+        if (doubt != 0) {
+            alignas(64) std::uint16_t made[step];
+            _mm512_store_si512(made, line);
+            do {
+                const std::size_t at = take_combined_doubt(doubt);
+                combine_lines_body<std::uint16_t>(lines[0] + i + at, lines[1] + i + at,
+                                                  lines[2] + i + at, lines[3] + i + at, made + at,
+                                                  1, weights, limits);
+            } while (doubt != 0);
+            line = _mm512_load_si512(made);
         }
+        store<Far>(out + i, line);
     }
+    if (Far)
+        _mm_sfence(); // for who reads on another thread
     return i;
 }
 
@@ -359,9 +387,9 @@ void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, st
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
 
-NUV_AVX512
-void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
-                        std::size_t samples, double weight)
+template <bool Far>
+NUV_AVX512 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower,
+                                   std::uint16_t* out, std::size_t samples, double weight)
 {
     const NUV_SplitBlend split = split_blend(weight);
     const NUV_BlendWeightsAVX512 integers(split);
@@ -370,18 +398,28 @@ void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, 
     std::size_t doubtful = split.fits ? 0 : samples;
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
+        if (Far && i == step)
+            i -= misaligned_samples(out + i);
         std::uint32_t doubt = 1;
         if (doubtful <= patience + i / (4 * step)) {
             const __m512i line = blend_words(_mm512_loadu_si512(upper + i),
                                              _mm512_loadu_si512(lower + i), integers, doubt);
-            doubtful += doubt != 0 ? 1 : 0;
-            _mm512_storeu_si512(out + i, line);
+            if (doubt == 0)
+                store<Far>(out + i, line);
+            else
+                ++doubtful;
         }
         if (doubt != 0)
             doubles.thirty_two(upper + i, lower + i, out + i);
     }
+    if (Far)
+        _mm_sfence();
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
+template void blend_lines_avx512<false>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
+                                        std::size_t, double);
+template void blend_lines_avx512<true>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
+                                       std::size_t, double);
 
 NUV_TARGET("avx2")
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
@@ -398,20 +436,27 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                                       out + i, samples - i, weights, limits);
 }
 
-NUV_AVX512
-void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
-                          std::size_t samples, const NUV_CubicWeights<double>& weights,
-                          NUV_SampleLimits<std::uint16_t> limits)
+template <bool Far>
+NUV_AVX512 void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
+                                     std::size_t samples, const NUV_CubicWeights<double>& weights,
+                                     NUV_SampleLimits<std::uint16_t> limits)
 {
     const NUV_SplitWeights split = split_weights(weights.tap);
     const std::size_t i =
         !split.fits ? 0
         : split.counts_sign
-            ? combine_split_avx512<true>(split, lines, out, samples, weights, limits)
-            : combine_split_avx512<false>(split, lines, out, samples, weights, limits);
+            ? combine_split_avx512<Far, true>(split, lines, out, samples, weights, limits)
+            : combine_split_avx512<Far, false>(split, lines, out, samples, weights, limits);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }
+
+template void combine_lines_avx512<false>(const std::uint16_t* const[4], std::uint16_t*,
+                                          std::size_t, const NUV_CubicWeights<double>&,
+                                          NUV_SampleLimits<std::uint16_t>);
+template void combine_lines_avx512<true>(const std::uint16_t* const[4], std::uint16_t*, std::size_t,
+                                         const NUV_CubicWeights<double>&,
+                                         NUV_SampleLimits<std::uint16_t>);
 
 } // namespace nuv
 

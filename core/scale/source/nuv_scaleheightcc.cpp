@@ -44,8 +44,10 @@ private:
     }
     void make_line(std::uint8_t* out) override
     {
-        combine_(window_.lines<T>().data(), reinterpret_cast<T*>(out), samples_per_line_,
-                 cubic_weights<R>(position_ - static_cast<double>(whole_), a_), limits_);
+        const bool is_far = run_.is_far(out, samples_per_line_ * sizeof(T));
+        (is_far ? far_form(combine_)
+                : combine_)(window_.lines<T>().data(), reinterpret_cast<T*>(out), samples_per_line_,
+                            cubic_weights<R>(position_ - static_cast<double>(whole_), a_), limits_);
         position_ += ratio_;
     }
 
@@ -53,6 +55,7 @@ private:
     NUV_SampleLimits<T> limits_;
     std::size_t samples_per_line_ = 0;
     CombineLines<T, Weight> combine_ = nullptr;
+    NUV_LineRun run_;
     std::int64_t whole_ = 0; // of the position
 };
 

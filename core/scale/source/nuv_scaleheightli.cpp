@@ -42,13 +42,16 @@ private:
     void make_line(std::uint8_t* out) override
     {
         const auto [upper, lower] = window_.lines<T>();
-        blend_(upper, lower, reinterpret_cast<T*>(out), samples_per_line_,
-               scale_weight<R>(position_ - static_cast<double>(whole_)));
+        const bool is_far = run_.is_far(out, samples_per_line_ * sizeof(T));
+        (is_far ? far_form(blend_)
+                : blend_)(upper, lower, reinterpret_cast<T*>(out), samples_per_line_,
+                          scale_weight<R>(position_ - static_cast<double>(whole_)));
         position_ += ratio_;
     }
 
     std::size_t samples_per_line_ = 0;
     BlendLines<T, Weight> blend_ = nullptr;
+    NUV_LineRun run_;
     std::int64_t whole_ = 0; // of the position
 };
 
