@@ -73,10 +73,11 @@ public:
         return symbols(selector, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, 5);
     }
 
+    // Of any count, with zeros in front of the value.
     JPEGCraft& bits(std::uint32_t value, std::uint32_t count)
     {
         for (std::uint32_t i = count; i-- > 0;) {
-            held_ = held_ << 1 | (value >> i & 1U);
+            held_ = held_ << 1 | (i < 32 ? value >> i & 1U : 0U);
             if (++held_bits_ % 8 == 0)
                 byte(held_);
             if (held_bits_ % 8 == 0 && (held_ & 0xFFU) == 0xFF)
