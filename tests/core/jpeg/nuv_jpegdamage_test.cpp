@@ -250,8 +250,10 @@ TEST(JPEGDamage, LeavesNothingOfARunOutOfTheBlock)
     const auto decode = [](std::uint32_t last_symbol) {
         JPEGCraft craft;
         craft.quantisers().symbols(0, {0}).symbols(0x10, {0, 0x01, 0xF1, 0xC1, 0x11});
-        craft.frame(0xC0, 8, 8, 8, {0x11, 0x11, 0x11}).scan({1}).bits(0, 6).flush();
-        craft.scan({2}).bits(0, 3);
+        craft.frame(0xC0, 8, 64, 64, {0x11, 0x11, 0x11}).scan({1});
+        for (int i = 0; i < 64; ++i) // enough blocks for pairs to be looked for
+            craft.bits(0, 6);
+        craft.flush().scan({2}).bits(0, 3);
         for (const std::uint32_t symbol : {2U, 2U, 2U, 3U, 1U}) // up to coefficient 62
             craft.bits(symbol << 1 | 1, 4);
         return decode_stream(craft.bits(last_symbol << 1 | 1, 4).bits(0, 32).end());
@@ -265,9 +267,9 @@ TEST(JPEGDamage, LeavesNothingOfARunOutOfTheBlock)
 TEST(JPEGDamage, IsNoSymbolThatEndsABlockInAnotherWay)
 {
     const auto decode = [](std::uint32_t end) {
-        JPEGCraft craft = gray_blocks(0xC0, 32);
+        JPEGCraft craft = gray_blocks(0xC0, 512);
         craft.scan({1});
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 64; ++i)
             craft.bits(0b110'111111'001'1, 13).bits(end, 3);
         return decode_stream(craft.end());
     };
