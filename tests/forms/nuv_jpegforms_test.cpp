@@ -1,6 +1,8 @@
 #include "core/jpeg/kernels/nuv_jpegdifferences.h"
+#include "core/jpeg/kernels/nuv_jpeghuffman.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
+#include "core/jpeg/stream/nuv_jpegstandardtables.h"
 #include "core/jpeg/stream/nuv_jpegtables.h"
 #include "tests/support/nuv_testforms.h"
 
@@ -141,6 +143,63 @@ TEST(JPEGForms, SamplesOfABlock)
                           draw_call(jpeg_block_size), 20000);
     expect_same_forms<U8>("PSAA", sample_form(&Samples::short_block_to_samples),
                           draw_call(jpeg_short_block), 20000);
+}
+
+// Blocks in one go are the same bytes as each by itself, at every size that they just fit, and
+// neither has codes for what the tables have none for.
+TEST(JPEGForms, CodingOfSeveralBlocks)
+{
+    const Set& set = jpeg_primitives(NUV_Cpu::current());
+    const auto& [dc_counts, dc_values] = jpeg_standard_luminance_dc;
+    const auto& [ac_counts, ac_values] = jpeg_standard_luminance_ac;
+    NUV_JPEGEncodeTable dc;
+    NUV_JPEGWideEncodeTable ac;
+    ASSERT_EQ(set.huffman_encode_spec_init(dc_counts.data(), dc_values.data(), &dc),
+              NUV_JPEGResult::good);
+    ASSERT_EQ(huffman_encode_wide_init(ac_counts.data(), ac_values.data(), &ac),
+              NUV_JPEGResult::good);
+    for (std::size_t round = 0; round < 5000; ++round) {
+        NUV_FormDraw draw(round);
+        constexpr std::size_t most = 4;
+        const std::size_t count = draw.number(1, most);
+        NUV_JPEGEncodeState state = {.accumulator = 0x1234567, .bits = 5, .spare = 0};
+        NUV_JPEGEncodeState state_of_all = state;
+        I16 previous = 0;
+        I16 previous_of_all = 0;
+        std::uint64_t masks[most];
+        NUV_JPEGBlockToCode blocks[most];
+        std::vector<U8> each;
+        NUV_JPEGResult result = NUV_JPEGResult::good;
+        for (std::size_t i = 0; i < count; ++i) {
+            const I16* const block = draw_block(draw);
+            masks[i] = set.non_zero_in_zigzag(block);
+            blocks[i] = {block, &masks[i], &dc, &ac, &previous_of_all};
+            for (std::int32_t size = 1; result == NUV_JPEGResult::good; ++size) {
+                std::int32_t position = 0;
+                U8 output[512];
+                const I16 before = previous;
+                result = set.huffman_encode_block(block, output, size, &position, &previous, &dc,
+                                                  &ac.plain, &state, false);
+                if (result == NUV_JPEGResult::good) {
+                    EXPECT_TRUE(position == size || size == 1) << position << " of " << size;
+                    each.insert(each.end(), output, output + position);
+                    break;
+                }
+                if (result == NUV_JPEGResult::bad_size && size < 512) {
+                    previous = before;
+                    result = NUV_JPEGResult::good;
+                }
+            }
+        }
+        std::vector<U8> all(512 * count);
+        const U8* const end = set.huffman_encode_blocks(blocks, count, all.data(), &state_of_all);
+        ASSERT_EQ(end != nullptr, result == NUV_JPEGResult::good) << round;
+        if (end == nullptr)
+            continue;
+        all.resize(static_cast<std::size_t>(end - all.data()));
+        EXPECT_EQ(all, each) << round;
+        EXPECT_EQ(state_of_all.bits, state.bits);
+    }
 }
 
 // Random data under random tables, which have codes without meaning and of all lengths: the same

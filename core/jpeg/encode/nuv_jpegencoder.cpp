@@ -20,8 +20,6 @@ constexpr std::size_t whole_units(std::size_t count, std::size_t unit) noexcept
 
 } // namespace
 
-// namespace
-
 NUV_JPEGCode NUV_JPEGEncoder::open_coder(const NUV_JPEGAllocator& allocator) noexcept
 {
     if (allocator.allocate == nullptr || allocator.deallocate == nullptr)

@@ -139,6 +139,8 @@ bool NUV_JPEGSequentialEncoder::allocate_memory(const NUV_JPEGAllocator& allocat
     void* start = memory_.data();
     std::align(alignment, block_bytes, start, room);
     samples_ = static_cast<std::int16_t*>(start);
+    // The last MCUs may be less than a batch, which is transformed in whole groups.
+    std::fill_n(samples_, most_blocks * jpeg_block_size, std::int16_t{0});
     coefficients_ = samples_ + most_blocks * jpeg_block_size;
     row_ = static_cast<std::uint8_t*>(start) + 2 * block_bytes;
     coded_ = {row_ + row_bytes, coded_bytes};
@@ -157,7 +159,7 @@ void NUV_JPEGSequentialEncoder::free_memory() noexcept
 void NUV_JPEGSequentialEncoder::lay_out_blocks() noexcept
 {
     first_blocks_ = std::size_t{frame_.component[0].horizontal} * frame_.component[0].vertical;
-    // Four blocks of each component, or twice as many of the first.
+    // So that the first component fills whole groups, and so do the others together.
     batch_ = first_blocks_ == 1 ? 4 : 2;
     std::size_t coded = 0;
     for (std::size_t mcu = 0; mcu < batch_; ++mcu) {

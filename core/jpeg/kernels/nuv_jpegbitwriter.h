@@ -87,7 +87,7 @@ private:
     std::uint8_t* start_;
     std::uint8_t* output_;
     std::uint64_t accumulator_; // the oldest bit is the highest of the held ones
-    std::uint32_t held_;        // bits, 0 to 7 between calls
+    std::uint32_t held_;        // bits, 0 to 7 behind store()
 };
 
 } // namespace nuv

@@ -32,7 +32,7 @@ constexpr Magnitude magnitude_of(std::int32_t value) noexcept
     return {category, low & ((1U << category) - 1U)};
 }
 
-// Every value that a picture of 8 bits leads to, with its bits above 4 bits of category.
+// Every coefficient of a picture of 8 bits, with its bits above 4 bits of category.
 constexpr std::int32_t table_reach = 1023;
 constexpr std::array<std::uint16_t, 2 * table_reach + 1> magnitudes = [] {
     std::array<std::uint16_t, 2 * table_reach + 1> table{};

@@ -83,7 +83,7 @@ static_assert(sizeof(NUV_JPEGDecodeState) == 24);
 // that share no memory may be worked on by several threads.
 //
 // A block is 64 values in natural order, row by row. Blocks need no alignment; the forms are
-// fastest when they are aligned to 32 bytes. Pixels are 3 bytes each, packed, and `row_step` is
+// fastest when they are aligned to 64 bytes. Pixels are 3 bytes each, packed, and `row_step` is
 // the distance in bytes from a pixel to the one below it (1 or more). No form reads outside the
 // pixels of its area.
 struct NUV_JPEGPrimitives {
@@ -209,9 +209,10 @@ struct NUV_JPEGPrimitives {
     // *size = bytes of the frequencies that huffman_optimal_table takes: 257 words of 8 bytes.
     NUV_JPEGResult (*huffman_size)(std::int32_t* size);
 
-    // fdct_quant for `count` blocks of samples, one behind the other, out of place. masks[i] tells
-    // in bit k whether coefficient k of block i, in zig-zag order, is not zero. Blocks and masks
-    // are read and written up to the next whole number of transform_group.
+    // fdct_quant for `count` blocks of samples, one behind the other, out of place; of samples
+    // beyond -128..127 the coefficients are not defined. masks[i] tells in bit k whether
+    // coefficient k of block i, in zig-zag order, is not zero. Blocks and masks are read and
+    // written up to the next whole number of transform_group.
     void (*transform_blocks)(const std::int16_t* samples, std::size_t count,
                              const std::uint16_t* table, std::int16_t* coefficients,
                              std::uint64_t* masks);

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t side = 8;
 
 // Sums are formed modulo 2^32: what fits at the end came out right, and input beyond the range of
-// a picture wraps in all forms alike.
+// a picture wraps in all forms of fdct_quant and of the inverse transform alike.
 [[nodiscard]] std::int32_t dot(const std::int16_t (&constants)[4], std::int32_t a, std::int32_t b,
                                std::int32_t c, std::int32_t d) noexcept
 {
