@@ -181,6 +181,15 @@ private:
                                                                            << scan.first;
     const std::uint64_t history = coefficients & band;
     Refinement refinement(history);
+    if (run != 0) { // nothing else in this block
+        const NUV_JPEGResult result =
+            refinement.take_rest(bits, static_cast<std::uint32_t>(std::popcount(history)));
+        if (is_good(result)) {
+            refinement.add_to(block, scan.low);
+            --run;
+        }
+        return result;
+    }
     const Places zeros_at(~history & band);
     const std::uint32_t refined = scan.last - scan.first + 1 - zeros_at.size();
     std::uint32_t rank = 0; // of the zero that comes next
@@ -191,7 +200,7 @@ private:
     std::uint8_t found = occupied;
 
     std::uint32_t k = scan.first;
-    while (run == 0 && k <= scan.last) {
+    while (k <= scan.last) {
         NUV_JPEGCoefficient coefficient;
         std::uint32_t unused = 0;
         constexpr std::uint32_t sign_alone = 1; // bits of a value
