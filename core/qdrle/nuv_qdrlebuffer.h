@@ -106,7 +106,8 @@ public:
     [[nodiscard]] bool load(NUV_QDRLELineChoice* choice = nullptr);
 
     // Reads the image, instead of load(), and gives its lines to `taker`, from the top; none of
-    // them is kept. False where the image is not whole, and where the taker says so.
+    // them is kept, so that line() answers with none. False where the image is not whole or was
+    // read before, and where the taker says so.
     [[nodiscard]] bool hand_over(NUV_QDRLELineTaker& taker);
 
     // The runs of a line, top line 0, in canonical order: ascending, apart from one another, within
@@ -127,6 +128,8 @@ private:
     [[nodiscard]] std::size_t check_runs(std::span<const NUV_QDRLERun> records,
                                          std::uint32_t width) noexcept;
     void begin_line();
+    [[nodiscard]] std::span<NUV_QDRLERun> line_so_far() noexcept;
+    [[nodiscard]] bool order_line(std::uint32_t width); // what there is of it, canonically
     [[nodiscard]] bool finish_line(std::uint32_t width);
     [[nodiscard]] bool hand_lines_over();
     [[nodiscard]] std::uint32_t rows_read() const noexcept

@@ -179,6 +179,10 @@ bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const 
         const std::size_t count = check_runs(records, header.width());
         if (is_wanted_ && !append_records(runs_, records.first(count)))
             return false;
+        // However many runs lie over one another, no more are kept than the width explains.
+        const std::size_t most_runs = 2 * (std::size_t{header.width()} + 1);
+        if (!is_canonical_ && line_so_far().size() > most_runs && !order_line(header.width()))
+            return false;
         records = records.subspan(count);
         if (records.empty())
             return true; // the line goes on in the next block
@@ -224,11 +228,20 @@ void NUV_QDRLEBuffer::begin_line()
     is_wanted_ = !choice_ || choice_->wants(rows_read());
 }
 
+std::span<NUV_QDRLERun> NUV_QDRLEBuffer::line_so_far() noexcept
+{
+    return runs_.items().subspan(line_ends_.empty() ? 0 : line_ends_.back());
+}
+
+bool NUV_QDRLEBuffer::order_line(std::uint32_t width)
+{
+    const std::span<NUV_QDRLERun> line = line_so_far();
+    return runs_.resize(runs_.size() - line.size() + make_canonical(line, width));
+}
+
 bool NUV_QDRLEBuffer::finish_line(std::uint32_t width)
 {
-    const std::size_t begin = line_ends_.empty() ? 0 : line_ends_.back();
-    if (!is_canonical_ &&
-        !runs_.resize(begin + make_canonical(runs_.items().subspan(begin), width)))
+    if (!is_canonical_ && !order_line(width))
         return false;
     if (!line_ends_.push_back(runs_.size()))
         return false;
