@@ -18,7 +18,7 @@ namespace nuv {
 // First all lines go in, then all columns come out, as those of a NUV_CornerList do.
 class NUV_BitBand final : public NUV_Object {
 public:
-    static constexpr std::uint32_t most_rows = 512; // a line of the cache for each column
+    static constexpr std::uint32_t most_rows = 512; // 64 bytes a column
     static constexpr std::size_t words = most_rows / 64;
     static constexpr std::size_t bytes_per_column = most_rows / 8;
 

@@ -138,6 +138,8 @@ bool NUV_CornerList::take(std::uint32_t row, std::span<const NUV_QDRLERun> line)
 
 bool NUV_CornerList::finish()
 {
+    NUV_Vector<NUV_QDRLERun>(manager()).swap(above_);
+    Words(manager()).swap(found_);
     if (!places_.allocate(manager(), std::size_t{std::min(turn_.width + 1, stripe_columns)} + 1) ||
         !starts_.resize((turn_.width >> stripe_bits) + 2))
         return fail(manager(), NUV_ERR_MEMORY, "NUV_CornerList::finish()");

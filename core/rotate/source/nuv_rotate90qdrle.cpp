@@ -64,8 +64,10 @@ bool NUV_Rotate90QDRLEEngine::execute()
         return false;
     if (!built_) {
         built_ = true;
-        if (!build())
+        if (!build()) {
+            row_ = header_.height(); // no line comes
             return false;
+        }
     }
     ++row_;
     if (edges_)
