@@ -37,7 +37,8 @@ struct NUV_PackedTaps {
     const std::int32_t* second_pairs = nullptr; // of pixels 2 and 3
 };
 
-// Bytes behind the last pixel of a work line that the packed forms may read and ignore.
+// Bytes behind the last pixel of a work line that the forms by packed taps and by windows may read
+// and ignore.
 inline constexpr std::size_t packed_taps_slack_bytes = 128;
 
 // Samples of an output row that are made together: see nuv_tapwindows.h. Integers have none.
@@ -55,7 +56,8 @@ struct NUV_TapTable {
 
 // Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing
 // leaves the range. Every form gives the same bytes. Those in double precision may read a sample
-// behind the pixels of an entry, the packed ones four pixels for each entry.
+// behind the pixels of an entry, the packed ones four pixels for each entry, and those by windows
+// most_window_reach samples from the first one of a window and of each of its taps.
 template <IntegerSample T, class Taps>
 using ConvolveRow = void (*)(const T* line, const NUV_TapTable<Taps>& table, T* out,
                              std::size_t pixels, std::size_t channels, NUV_SampleLimits<T> limits);

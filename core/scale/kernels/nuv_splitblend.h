@@ -12,22 +12,23 @@ namespace nuv {
 // form adds round(d x w) to the upper sample, or takes it away, where d is how far the two are
 // apart, and does again in double precision what it cannot tell from a half.
 //
-// - w is (high x 2^16 + low) / 2^32 and at most 2^-32 more, or but for a hair beyond 0 and 1.
+// - w is (high x 2^16 + low) / 2^32 and at most 2^-32 more, also where it is a hair beyond 0 or 1.
 // - d x high = h x 2^16 + l, and m is the upper half of d x low. Then d x w, in units of 2^-14, is
 //   h x 2^14 + t with t = (l + m + 1) / 4 rounded down, less 1/2 at least and 1.1 more at most.
 // - In double precision 1 - w is off by 2^-54 at most, the products, sums of less than 2^16, by
 //   1.5 x 2^-38 together, and the two additions by 1.5 x 2^-38: less than 2^-36 in all.
 //
 // So t tells how a sum is rounded unless it is within 8 of a half, 2^13. Scales by simple ratios
-// put many sums there: where w is close to a fraction p / q of small terms, they lie on a half of
-// that fraction's, or 1 / (2 x 256) or more off it, which t does tell. What is on a half is rounded
-// as the sign of w - p / q says, when d times that is 2^-36 or more. Where w is p / q, and q a
-// power of two, nothing in double precision is rounded, and halves become the greater sample.
+// put many sums there: those of a fraction p / q are on a half, or 1 / (2 x q) or more off it.
+// Where w is less than 2^-18 / q from the fraction, d x w is 1 / (4 x q) at most from that, which
+// leaves 16 with q up to 256: t does tell. What is on a half of the fraction's is rounded as the
+// sign of w - p / q says, when d times that is 2^-36 or more. Where w is p / q, and q a power of
+// two, nothing in double precision is rounded, and halves become the greater sample.
 struct NUV_SplitBlend {
     std::uint16_t high = 0;
     std::uint16_t low = 0;
-    // Whether what is within 8 of a half is rounded towards the lower sample. Where it `flips`,
-    // that is so the other way round of lower samples that are the smaller ones.
+    // Whether a step that is within 8 of a half is rounded up, towards the lower sample. Where it
+    // `flips`, that is so the other way round of lower samples that are the smaller ones.
     bool grows = true;
     bool flips = false;
     std::uint16_t doubtful = 65535; // of what is within 8 of a half, d up to this is in doubt
@@ -78,7 +79,7 @@ inline void settle_halves(NUV_SplitBlend& split, double q, double off) noexcept
         if (q > most_q)
             return split;
         const double off = q * weight - p;
-        if (std::abs(off) < q * 0x1p-28) {
+        if (std::abs(off) < 0x1p-18) {
             settle_halves(split, q, off);
             return split;
         }

@@ -20,7 +20,8 @@ namespace nuv {
 //   second sample, whose own falls out. The other three are rounded to the nearest: 3 x 1/2 x 65535
 //   units of 2^-28 at most, which is less than 6.
 // - v = sum of high x s + ((sum of low x s) >> 14) is less than 1 below the sum with W.
-// - In double precision eight operations on numbers below 2^19 are off by less than 2^-20 in all.
+// - In double precision eight operations on numbers below 2^19 are off by less than 2^-32 of a
+//   sample in all.
 //
 // So the sum in double precision lies between v - 7 and v + 8, and is rounded as v is unless a half
 // lies there: if (v + 2^13) mod 2^14 is from 8 to 2^14 - 9.
@@ -29,9 +30,9 @@ namespace nuv {
 // ones take the place of what the higher ones lack, in a unit in which these have 13 bits, and add
 // up to nothing, too. Of their sum the sign counts alone, so that v is the sum of high x s, or 1
 // less where that is negative: no other sum with such weights is within 16 of a half. It is off by
-// 3 x 1/2 x 65535, and double precision by less than 2^-32; up to that it is in doubt. Where
-// nothing is lacking, nothing in double precision is rounded either, nor where all weights are
-// whole multiples of 2^-14: then v is the sum.
+// 3 x 1/2 x 65535, and double precision by less than 2^-32 of a sample; up to that it is in doubt.
+// Where nothing is lacking, nothing in double precision is rounded either, nor where all weights
+// are whole multiples of 2^-14: then v is the sum.
 struct NUV_SplitWeights {
     std::int32_t high[4]; // these fit 16 bits
     std::int32_t low[4];

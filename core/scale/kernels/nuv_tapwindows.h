@@ -15,6 +15,7 @@ namespace nuv {
 // window of it and as many windows more as a pixel has taps behind the first.
 inline constexpr std::size_t most_window_samples = 32;
 inline constexpr std::size_t most_window_reach = 64; // places on the line that they come from
+static_assert(most_window_reach * sizeof(std::uint16_t) <= packed_taps_slack_bytes);
 
 // By split weights of doubles: see nuv_splitblend.h. What is behind the samples is anything.
 template <>
@@ -74,7 +75,7 @@ template <class Taps>
 {
     NUV_SplitBlend split = split_blend(taps.second);
     if (split.flips && taps.first != 1 - taps.second)
-        split.doubtful = 65535; // the second one may be exact where the first one is not
+        split.doubtful = 65535; // what is exact of the second one need not be of the first
     return split;
 }
 [[nodiscard]] inline NUV_SplitWeights split_taps(const NUV_CubicTaps<double>& taps) noexcept

@@ -85,7 +85,8 @@ private:
         return true;
     }
 
-    // Where windows are short, double precision is as fast, and where the table leaves the cache.
+    // Where windows are short, or so many that their table leaves the cache, double precision is as
+    // fast.
     [[nodiscard]] bool make_windows(NUV_Manager& manager)
     {
         constexpr std::size_t least_window = most_window_samples / 4;
@@ -105,6 +106,7 @@ private:
             const std::uint32_t length =
                 count_window_samples<Taps>(taps_.items(), channels_, first);
             if (!make_tap_window<Taps>(taps_.items(), channels_, first, length, window)) {
+                windows_.free();
                 take_doubles(manager);
                 return true;
             }
