@@ -82,15 +82,6 @@ template <class A>
 using RowSum =
     std::conditional_t<std::is_same_v<A, NUV_ScaleI2FixedArithmetic>, std::int32_t, double>;
 
-// Asks memory for what comes on the line, or on the next one, some hundred pixels behind `sample`:
-// a picture is read but once, and forms would wait for it. Nothing is touched, and asking for what
-// is not there does nothing.
-inline void ask_ahead(const void* sample, std::size_t bytes = 0) noexcept
-{
-    constexpr std::size_t ahead = 2048;
-    __builtin_prefetch(static_cast<const std::uint8_t*>(sample) + ahead + bytes);
-}
-
 template <class A, int Taps, int Channels>
 [[gnu::always_inline]] inline void filter_row_body(const typename A::Sample* __restrict line,
                                                    const NUV_ScaleI2RowTable<A>& table,

@@ -1,5 +1,6 @@
 #include "core/include/nuv_pixelvectors_avx2.h"
 #include "extension/scalei2utility/nuv_scalei2_kernels.h"
+#include "framework/base/nuv_prefetch.h"
 
 #if NUV_X86
 
@@ -58,7 +59,7 @@ inline std::size_t filter_colors(const std::uint8_t* line, const Table& table, s
     // Four pixels at a time. Of three channels the last store spills into a fifth, which comes
     // next.
     for (; k + 5 <= end; k += 4) {
-        ask_ahead(line + table.firsts[k] * Channels);
+        prefetch_ahead(line + table.firsts[k] * Channels, 1);
         const __m256i four =
             _mm256_packs_epi32(two_pixels<Taps, Channels>(line, table, k, shuffles),
                                two_pixels<Taps, Channels>(line, table, k + 1, shuffles));
@@ -112,7 +113,7 @@ inline std::size_t filter_colors(const std::uint16_t* line, const RealTable& tab
     for (; k + 1 < end; ++k) {
         const std::uint16_t* in = line + table.firsts[k] * Channels;
         const double* weights = table.weights + k * stride;
-        ask_ahead(in);
+        prefetch_ahead(in, 1);
         __m256d sum = _mm256_setzero_pd();
         for (std::size_t i = 0; i < Taps; ++i) {
             const __m256d samples = four_numbers(in + i * Channels);

@@ -3,6 +3,7 @@
 #if NUV_X86
 
 #    include "core/include/nuv_avx512.h"
+#    include "framework/base/nuv_prefetch.h"
 
 namespace nuv {
 namespace {
@@ -123,8 +124,7 @@ NUV_AVX512 inline void filter_part(const std::uint16_t* line, const RealTable& t
     for (std::size_t k = begin; k < end; k += lanes, weights += lanes * stride) {
         // Steadily, and not when the next part begins, which is read in one go.
         constexpr std::size_t cache_line = 64;
-        for (std::size_t i = 0; i < Channels; ++i)
-            ask_ahead(line + firsts[k] * Channels, i * cache_line);
+        prefetch_ahead(line + firsts[k] * Channels, Channels * cache_line);
         const __m512i offsets =
             _mm512_sub_epi64(_mm512_loadu_si512(firsts + k), _mm512_set1_epi64(firsts[k]));
         __m512i places[TapsPerWindow];
