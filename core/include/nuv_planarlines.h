@@ -16,7 +16,8 @@ public:
     // The reader knows planes: to be called before the first line is read, as long as there is no
     // other reader.
     virtual void allow_planes() = 0;
-    // Whether the line that was delivered last is in planes.
+    // Whether the line that was delivered last is in planes: such engines deliver one at a time,
+    // when it is asked for.
     [[nodiscard]] virtual bool is_in_planes() const = 0;
 };
 

@@ -17,6 +17,8 @@ public:
     // order; any other swaps those of two bytes and more. Bits behind the last sample of a raw
     // bilevel line are written as zeros.
     //
+    // While it runs nobody else changes the storage.
+    //
     // NUV_ERR_ARGUMENT for nulls, a closed storage, a negative offset or pad. While running,
     // NUV_ERR_IO when the storage takes less than a line, NUV_ERR_BROKEN_DATA when a raw line comes
     // short; both end the run.

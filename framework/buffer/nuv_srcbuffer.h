@@ -35,7 +35,7 @@ public:
     // `blocks` tells how many. There is room for `most`, which are less than 2^32 bytes.
     [[nodiscard]] virtual bool get_blocks(void* into, std::uint32_t most, std::uint32_t* count) = 0;
     [[nodiscard]] virtual const void* get_blocks(std::uint32_t most, std::uint32_t* blocks) = 0;
-    // Done with so many of them, which ends the step. Others come again with the next one.
+    // Done with so many of them, of copied ones with all; this ends the step. Others come again.
     [[nodiscard]] virtual bool release_blocks(std::uint32_t blocks) = 0;
 
     // Where the buffer that holds the bytes keeps this reader, so that it need not search.

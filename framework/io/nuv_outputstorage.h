@@ -31,8 +31,8 @@ public:
     using NUV_OutputStream::NUV_OutputStream;
 
     // Where a write() of `bytes` bytes from the position would put them: who puts them there itself
-    // and then writes them from there saves the copy. Valid until the storage is next changed. Null
-    // where there is no such place, or where somebody may look at it before they are written.
+    // and then writes them from there, piece by piece, saves the copy. Valid until the storage is
+    // changed otherwise. Null where there is no place, or where somebody may look before that.
     [[nodiscard]] virtual std::uint8_t* lend_room(std::int32_t) { return nullptr; }
     // Goes on by `bytes`, extending the storage where it ends; how many bytes that was.
     virtual std::int32_t fill(std::int32_t bytes) = 0;

@@ -394,6 +394,19 @@ TEST(ApiJob, TellsWhatWentWrongAndKeepsTheFirstFailure)
     EXPECT_EQ(folder.count(), 0u);
 }
 
+// Lines come several at a time, but the account of them does not grow with their number.
+TEST(ApiJob, TakesLittleMemoryForShortLines)
+{
+    const nuv_picture column = api_picture(1, 100000, 1, NUV_GRAY);
+    const ApiBytes source(column.height);
+    const ApiJob job(nuv_new(nullptr));
+    nuv_open_samples(job.get(), source.data(), 0, &column);
+    nuv_invert(job.get());
+    nuv_as_samples(job.get(), 0);
+    EXPECT_EQ(nuv_run_to_memory(job.get(), nullptr, nullptr), NUV_OK);
+    EXPECT_LT(nuv_memory_peak(job.get()), 2 * source.size() + 20000);
+}
+
 TEST(ApiJob, RefusesNullsEverywhere)
 {
     nuv_limits limits{};

@@ -140,13 +140,15 @@ bool NUV_WriteStorageEngine::execute()
 }
 
 // Where the storage keeps the next lines, for them to be made there, or null. Short ones come
-// several at a time.
+// several at a time; buffers keep account of each.
 std::uint8_t* NUV_WriteStorageEngine::room(std::uint32_t& lines)
 {
     constexpr std::uint32_t most_bytes = 0x8000;
+    constexpr std::uint32_t most_lines = 64;
     if (!may_have_room_ || held_bytes_ != 0)
         return nullptr;
-    lines = std::clamp(most_bytes / line_bytes_, std::uint32_t{1}, height_ - lines_done_);
+    const std::uint32_t fitting = std::min(most_bytes / line_bytes_, most_lines);
+    lines = std::clamp(fitting, std::uint32_t{1}, height_ - lines_done_);
     std::uint8_t* place = nullptr;
     if (lines > 1)
         place = storage_->lend_room(static_cast<std::int32_t>(lines * line_bytes_));
