@@ -183,16 +183,20 @@ NUV_AVX512 void combine_middles_avx512(const double* const* lines, const double*
                                        std::uint16_t* out, std::size_t samples,
                                        std::uint16_t maximum)
 {
-    const double* in[Taps];
-    std::copy_n(lines, Taps, in);
+    constexpr std::size_t step = 2 * lanes;
+    if (samples < step) {
+        combine_middles_avx2<Taps>(lines, weights, out, samples, maximum);
+        return;
+    }
     const __m512d most = _mm512_set1_pd(maximum);
-    std::size_t x = 0;
-    for (; x + 2 * lanes <= samples; x += 2 * lanes) {
+    // The last ones again with some of those before, where they are no whole step.
+    for (std::size_t done = 0; done < samples; done += step) {
+        const std::size_t x = std::min(done, samples - step);
         __m256i settled[2];
         for (std::size_t half = 0; half < 2; ++half) {
             __m512d sum = _mm512_setzero_pd();
             for (std::size_t i = 0; i < Taps; ++i) {
-                sum = with_product(sum, i == 0, _mm512_loadu_pd(in[i] + x + half * lanes),
+                sum = with_product(sum, i == 0, _mm512_loadu_pd(lines[i] + x + half * lanes),
                                    _mm512_set1_pd(weights[i]));
             }
             const __m512d moved =
@@ -203,10 +207,6 @@ NUV_AVX512 void combine_middles_avx512(const double* const* lines, const double*
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x),
                             _mm256_permute4x64_epi64(words, 0xD8));
     }
-    for (const double*& line : in)
-        line += x;
-    combine_middles_body<NUV_ScaleI2FloatArithmetic, double, Taps>(in, weights, out + x,
-                                                                   samples - x, maximum);
 }
 
 #    define NUV_ROW_FORM(taps, channels)                                                           \
