@@ -35,8 +35,10 @@ void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
     constexpr std::size_t blocks_ahead = 8;
     constexpr std::size_t block_bytes = jpeg_block_size * sizeof(*block);
     const auto begin = reinterpret_cast<std::uintptr_t>(block) + blocks_ahead * block_bytes;
-    for (std::size_t i = 0; i < coefficients * sizeof(*block); i += line_bytes)
+    for (std::size_t i = 0; i < coefficients * sizeof(*block); i += line_bytes) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address that need not be in any object
         __builtin_prefetch(reinterpret_cast<const void*>(begin + i), IsWritten);
+    }
 }
 
 } // namespace
