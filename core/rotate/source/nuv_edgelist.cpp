@@ -26,7 +26,7 @@ bool NUV_EdgeList::initiate(const NUV_Turn& turn)
 bool NUV_EdgeList::take(std::uint32_t row, const NUV_QDRLELines& lines)
 {
     // Corners take two to three times that, and yet less time where a column has few of them.
-    constexpr std::size_t bytes_for_run = 2 * NUV_QDRLERun::bytes;
+    constexpr std::size_t bytes_for_run = std::size_t{2} * NUV_QDRLERun::bytes;
     constexpr std::size_t least_runs = NUV_BitBand::bytes_per_column / bytes_for_run;
     if (lines.runs.size() / least_runs > turn_.width)
         return add_bits(row, lines);
