@@ -291,7 +291,7 @@ TEST(JPEGDamage, IsMendedFromWhereItWasReadAheadTo)
         decoder.set_mends(true);
     });
     for (std::uint32_t i = 0; i < 4; ++i)
-        EXPECT_EQ(decoded.picture.at(8 * i, 8, 0), 128 + 7 * (i + 1)) << i;
+        EXPECT_EQ(decoded.picture.at(std::size_t{8} * i, 8, 0), 128 + 7 * (i + 1)) << i;
 }
 
 // A block whose refinement is cut short is as it was, however many of its bits are there, and the
