@@ -170,7 +170,8 @@ TEST_F(ReadWriteStorage, ShowsLinesWhereTheyStandEvenWhenAnOutputIsMadeOverThem)
         NUV_Held<NUV_SrcBuffer> lines(reader->src_buffer());
         NUV_Held<NUV_ByteArrayOutputStorage> over;
         for (std::int32_t i = 0; i < 6; ++i) {
-            EXPECT_EQ(lines->get(nullptr), &stored[static_cast<std::size_t>(c.first + i * (10 + c.gap))]);
+            EXPECT_EQ(lines->get(nullptr),
+                      &stored[static_cast<std::size_t>(c.first + i * (10 + c.gap))]);
             EXPECT_TRUE(lines->release());
             over = make<NUV_ByteArrayOutputStorage>(stored.data(), 100);
         }
