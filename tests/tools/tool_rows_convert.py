@@ -50,7 +50,8 @@ ROWS = (
     (1, "nuv convert in.ppm - --write raw >/dev/full", "", "", "nuv: standard output: The result cannot be written: No space left on device."),
     (1, "nuv convert in.ppm nowhere/o.raw", "", "", "nuv: nowhere: there is no such folder to write to; nothing was done"),
     (1, "nuv convert in.ppm in.ppm/o.raw", "", "", "nuv: in.ppm: there is no such folder*"),
-    *[(128 + number, f"truncate -s 200000000 large; timeout --foreground --preserve-status -s {number} 0.2 nuv convert large o.jpg mirror-x --input-raw 10000x20000x1x8", "large", "", "") for number in (1, 2, 3, 13, 15)],
+    *[(128 + number, f"truncate -s 2147000000 large; timeout --foreground --preserve-status -s {number} 0.2 nuv convert large o.jpg mirror-x --input-raw 40000x53675x1x8 --max-pixels 3000000000", "large", "", "") for number in (1, 2, 3, 13, 15)],
+    (1, "truncate -s 2G large; nuv convert large o.jpg --input-raw 99x99x1x8", "large", "", "nuv: large: A limit of the job is passed: a file of more than 2 GiB."),
     # Refusals.
     (64, "nuv convert in.ppm -", "", "", "nuv: standard output has no ending*"),
     # Endings: what none has is refused; anymaps are of the kind that their ending tells.

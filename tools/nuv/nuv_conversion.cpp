@@ -11,7 +11,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <sys/stat.h>
 #include <system_error>
@@ -305,6 +307,8 @@ bool is_stored_picture(const std::string& path)
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
         return false;
+    if (status.st_size > std::numeric_limits<std::int32_t>::max())
+        return false; // it is refused for its length, whatever it is
     const JobHandle job(nuv_new(nullptr));
     const nuv_status opened = nuv_open_file(job.get(), path.c_str());
     return opened == NUV_OK || opened == NUV_UNSUPPORTED || opened == NUV_INVALID ||

@@ -39,7 +39,7 @@ enum class Outcome { done, mended, failed };
 [[nodiscard]] Outcome convert(const Recipe& recipe, const Errand& errand, bool tell_mending,
                               ProgressBar::Picture& progress);
 
-// True when the file at `path` is a picture that can be told of.
+// True when the file at `path` is a picture that can be told of; not for one of 2 GiB and more.
 [[nodiscard]] bool is_stored_picture(const std::string& path);
 
 } // namespace nuv_tool
