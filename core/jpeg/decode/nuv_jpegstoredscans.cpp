@@ -3,6 +3,7 @@
 #include "core/jpeg/decode/nuv_jpegprogressive.h"
 #include "core/jpeg/kernels/nuv_jpegcoefficients.h"
 #include "core/jpeg/kernels/nuv_jpegsamples.h"
+#include "framework/base/nuv_prefetch.h"
 
 #include <algorithm>
 #include <array>
@@ -27,18 +28,12 @@ namespace {
 }
 
 // Every scan goes through all blocks, more than caches hold: asks for one that comes soon, of which
-// the first `coefficients` are looked at, or written to. It may lie behind the store.
-template <bool IsWritten>
+// the first `coefficients` are looked at.
 void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
 {
-    constexpr std::size_t line_bytes = 64;
     constexpr std::size_t blocks_ahead = 8;
-    constexpr std::size_t block_bytes = jpeg_block_size * sizeof(*block);
-    const auto begin = reinterpret_cast<std::uintptr_t>(block) + blocks_ahead * block_bytes;
-    for (std::size_t i = 0; i < coefficients * sizeof(*block); i += line_bytes) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address that need not be in any object
-        __builtin_prefetch(reinterpret_cast<const void*>(begin + i), IsWritten);
-    }
+    prefetch_ahead(block, coefficients * sizeof(*block),
+                   blocks_ahead * jpeg_block_size * sizeof(*block));
 }
 
 } // namespace
@@ -86,7 +81,7 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_row(std::uint32_t row, NUV_JPEGBand& ba
         for (std::uint32_t down = 0; down < plane.vertical; ++down) {
             const std::int16_t* block = store_.block(i, 0, row * plane.vertical + down);
             for (std::uint32_t x = 0; x < plane.blocks_across; ++x, block += jpeg_block_size) {
-                fetch_ahead<true>(block, jpeg_block_size);
+                fetch_ahead(block, jpeg_block_size);
                 band.put_block(i, x, down, block, factors_.of(i), reach_of(block));
             }
         }
@@ -208,7 +203,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
         }
     }
     std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
-    fetch_ahead<false>(block, jpeg_block_size);
+    fetch_ahead(block, jpeg_block_size);
     const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
     NUV_JPEGResult result = NUV_JPEGResult::good;
     if (is_first) {
@@ -234,7 +229,7 @@ NUV_JPEGResult NUV_JPEGStoredScans::decode_mcu(NUV_JPEGBitReader& bits,
                                                std::size_t{y} * plane.vertical + down);
             for (std::uint32_t across = 0; across < plane.horizontal;
                  ++across, block += jpeg_block_size) {
-                fetch_ahead<true>(block, 1);
+                fetch_ahead(block, 1);
                 const NUV_JPEGResult result = decode_block(bits, scan, component, block);
                 if (!is_good(result))
                     return result;
