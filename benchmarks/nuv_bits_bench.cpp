@@ -91,7 +91,8 @@ void nearest(benchmark::State& state)
 }
 
 BENCHMARK(mirror)->Unit(benchmark::kMillisecond);
-BENCHMARK(nearest)->Arg(25)->Arg(50)->Arg(150)->Unit(benchmark::kMillisecond);
+BENCHMARK(nearest)->Arg(10)->Arg(20)->Arg(25)->Arg(33)->Arg(50)->Arg(75)->Arg(150)->Unit(
+    benchmark::kMillisecond);
 
 #if NUV_BENCH_LEPTONICA
 template <class Work>

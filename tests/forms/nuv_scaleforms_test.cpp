@@ -95,12 +95,27 @@ TEST(ScaleForms, ReduceAreaLines)
 
 TEST(ScaleForms, MoveBits)
 {
-    struct Steps {
-        std::uint32_t least;
-        std::uint32_t most;
-        std::vector<std::uint32_t> pixels; // any of the kind
+    struct Kind {
+        char forms[5];          // those that a line of least_bytes gets for chosen_step
+        std::uint32_t steps[2]; // that they are drawn with, from and to
+        std::uint32_t chosen_step;
+        std::size_t least_bytes;
+        bool has_fast_pext; // wherever there is AVX2
     };
-    for (const Steps& steps : {Steps{1, 3, {0, 2}}, Steps{1, 150, {0, 2}}, Steps{0, 1, {0, 0}}}) {
+    // clang-format off
+    constexpr Kind kinds[] = {
+        {"PPAV", {0, 8},   8, 64, true},
+        {"PPAA", {0, 8},   8, 63, false},
+        {"PPAA", {0, 8},   0, 16, true},
+        {"PPPP", {0, 8},   8, 15, false},
+        {"PPPP", {0, 9},   9, 72, false},
+        {"PPAA", {1, 3},   1, 63, true},
+        {"PPAA", {1, 150}, 9, 72, true},
+    };
+    // clang-format on
+    for (const Kind& kind : kinds) {
+        if (kind.has_fast_pext && !NUV_Cpu::current().has_fast_pext)
+            continue;
         const auto draw_call = [&](NUV_FormDraw& draw, auto compare) {
             std::vector<std::uint32_t> pixels(1 + draw.length(300));
             auto pixel = static_cast<std::uint32_t>(draw.number(0, 70));
@@ -108,25 +123,38 @@ TEST(ScaleForms, MoveBits)
             for (std::uint32_t& next : pixels) {
                 next = pixel;
                 const bool is_long = draw.number(0, shorter) != 0;
-                pixel += is_long ? steps.most
-                                 : static_cast<std::uint32_t>(draw.number(steps.least, steps.most));
+                pixel += static_cast<std::uint32_t>(
+                    is_long ? kind.steps[1] : draw.number(kind.steps[0], kind.steps[1]));
             }
-            NUV_NearestBits bits{.pixels = pixels, .words = {}, .in_bytes = pixels.back() / 8 + 1};
+            NUV_NearestBits bits{
+                .pixels = pixels,
+                .windows = {},
+                .masks = {},
+                .out_pixels = pixels.size(),
+                .in_bytes = std::max<std::size_t>(kind.least_bytes, pixels.back() / 8 + 1)};
             const U8* in = draw.input<U8>(bits.in_bytes);
             compare((pixels.size() + 7) / 8, [&](auto form, U8* out) {
-                std::vector<NUV_NearestBits::Word> words(count_nearest_bit_words(form, bits));
-                set_nearest_bit_words(form, pixels, words);
-                bits.words = words;
+                std::vector<NUV_NearestBits::Window> windows(
+                    count_bit_windows(form, pixels.size()));
+                std::vector<std::uint64_t> masks(count_bit_masks(form, bits.in_bytes));
+                if (!windows.empty())
+                    set_bit_windows(form, pixels, bits.in_bytes, windows);
+                if (!masks.empty())
+                    set_bit_masks(pixels, masks);
+                bits.windows = windows;
+                bits.masks = masks;
                 form(bits, in, out);
             });
         };
-        // Also where AVX2 is all that there is beside it.
-        const bool is_fast = NUV_Cpu::current().has_fast_pext;
+        std::vector<std::uint32_t> chosen;
+        for (std::uint32_t pixel = 0; chosen.size() < 64 && pixel < kind.least_bytes * 8;
+             pixel += kind.chosen_step)
+            chosen.push_back(pixel);
         const auto choose = [&](NUV_Cpu cpu) {
-            cpu.has_fast_pext = cpu.has_avx2 && is_fast;
-            return choose_move_bits(cpu, steps.pixels);
+            cpu.has_fast_pext = cpu.has_avx2 && kind.has_fast_pext;
+            return choose_move_bits(cpu, chosen, kind.least_bytes);
         };
-        expect_same_forms<U8>(is_fast ? "PPAA" : "PPPP", choose, draw_call);
+        expect_same_forms<U8>(kind.forms, choose, draw_call);
     }
 }
 

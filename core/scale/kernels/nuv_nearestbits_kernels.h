@@ -9,16 +9,23 @@
 namespace nuv {
 
 // Which pixel of a packed line each output pixel copies. Pixels are counted from the top bit of the
-// first byte.
+// first byte. Of the tables each form has one.
 struct NUV_NearestBits {
-    // 64 pixels whose bits have something to do with each other, first one in the top bit.
-    struct Word {
-        std::uint64_t mask;
-        std::uint32_t first;
+    // Where 64 output pixels come from, first the one that goes to the lowest bit of their first
+    // byte. Those behind the end of the line have no bit.
+    struct Window {
+        static constexpr std::size_t pixels = 64;
+        static constexpr std::size_t parts = 4;
+
+        std::uint32_t begins[parts]; // the byte of the line from which a part of them is counted
+        std::uint8_t bytes[pixels];
+        std::uint8_t bits[pixels]; // of these bytes
     };
     std::span<const std::uint32_t> pixels; // by output pixel
-    std::span<const Word> words;           // what nearest_bit_words() says
-    std::size_t in_bytes = 0;              // of a line
+    std::span<const Window> windows;
+    std::span<const std::uint64_t> masks; // of each 64 source pixels those that are copied
+    std::size_t out_pixels = 0;
+    std::size_t in_bytes = 0; // of a line
 };
 
 // Reads nothing behind a line. What is left of the last output byte is 0. All forms give the same
@@ -27,22 +34,23 @@ using MoveBits = void (*)(const NUV_NearestBits& bits, const std::uint8_t* in, s
 
 void move_bits_portable(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
 #if NUV_X86
-// For pixels that ascend: each word is 64 pixels of the source, of which `mask` has those that are
-// copied.
-void shrink_bits_bmi2(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
-// For pixels of which each is the one before or the next: each word is 64 pixels of the output, of
-// which `mask` has those that are not the one before, and the first; that one copies `first`.
-void enlarge_bits_bmi2(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
+// By windows: each 16 output pixels come from 16 bytes, or each 64 from 64.
+void move_bits_avx2(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
+void move_bits_avx512(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
+// By masks, for pixels of which each is behind the one before.
+void move_bits_bmi2(const NUV_NearestBits& bits, const std::uint8_t* in, std::uint8_t* out);
 #endif
 
-// By the pixels, of which there is one at least.
-[[nodiscard]] MoveBits choose_move_bits(const NUV_Cpu& cpu,
-                                        std::span<const std::uint32_t> pixels) noexcept;
+// By the pixels, of which there is one at least, in ascending order, and the bytes of a line that
+// has them all.
+[[nodiscard]] MoveBits choose_move_bits(const NUV_Cpu& cpu, std::span<const std::uint32_t> pixels,
+                                        std::size_t in_bytes) noexcept;
 
-// How many words a form wants, and what is in them.
-[[nodiscard]] std::size_t count_nearest_bit_words(MoveBits form,
-                                                  const NUV_NearestBits& bits) noexcept;
-void set_nearest_bit_words(MoveBits form, std::span<const std::uint32_t> pixels,
-                           std::span<NUV_NearestBits::Word> words) noexcept;
+// How much of each table the form has, 0 where it is another's, and what is in it.
+[[nodiscard]] std::size_t count_bit_windows(MoveBits form, std::size_t out_pixels) noexcept;
+[[nodiscard]] std::size_t count_bit_masks(MoveBits form, std::size_t in_bytes) noexcept;
+void set_bit_windows(MoveBits form, std::span<const std::uint32_t> pixels, std::size_t in_bytes,
+                     std::span<NUV_NearestBits::Window> windows) noexcept;
+void set_bit_masks(std::span<const std::uint32_t> pixels, std::span<std::uint64_t> masks) noexcept;
 
 } // namespace nuv

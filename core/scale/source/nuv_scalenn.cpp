@@ -64,20 +64,34 @@ public:
 private:
     [[nodiscard]] bool initiate_bits(NUV_Manager& manager, std::size_t line_bytes)
     {
-        move_bits_ = choose_move_bits(manager.cpu(), pixels_.items());
-        bits_ = {.pixels = pixels_.items(), .words = {}, .in_bytes = line_bytes};
-        const std::size_t words = count_nearest_bit_words(move_bits_, bits_);
-        if (words == 0)
-            return true;
-        if (!words_.allocate(manager, words))
+        const auto pixels = pixels_.items();
+        move_bits_ = choose_move_bits(manager.cpu(), pixels, line_bytes);
+        const std::size_t windows = count_bit_windows(move_bits_, pixels.size());
+        const std::size_t masks = count_bit_masks(move_bits_, line_bytes);
+        bits_ = {.pixels = pixels,
+                 .windows = {},
+                 .masks = {},
+                 .out_pixels = pixels.size(),
+                 .in_bytes = line_bytes};
+        if ((windows != 0 && !windows_.allocate(manager, windows)) ||
+            (masks != 0 && !masks_.allocate(manager, masks)))
             return false;
-        set_nearest_bit_words(move_bits_, pixels_.items(), words_.items());
-        bits_.words = words_.items();
+        if (windows == 0 && masks == 0)
+            return true;
+        if (windows != 0)
+            set_bit_windows(move_bits_, pixels, line_bytes, windows_.items());
+        else
+            set_bit_masks(pixels, masks_.items());
+        bits_.windows = windows_.items();
+        bits_.masks = masks_.items();
+        bits_.pixels = {};
+        pixels_.free();
         return true;
     }
 
     NUV_Scratch<std::uint32_t> pixels_; // of packed samples
-    NUV_Scratch<NUV_NearestBits::Word> words_;
+    NUV_Scratch<NUV_NearestBits::Window> windows_;
+    NUV_Scratch<std::uint64_t> masks_;
     NUV_NearestBits bits_;
     MoveBits move_bits_ = nullptr;
     NUV_PixelMover mover_; // of all others
