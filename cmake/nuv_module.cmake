@@ -1,6 +1,6 @@
 # nuv_module(<sources...>): the module of the current folder as an OBJECT library. Its objects go
-# into the shared library and into nuv_internal, the static library with all symbols that tests,
-# fuzzers and benchmarks link.
+# into the shared library and into nuv_internal, the static library with all symbols that the tool,
+# tests, fuzzers and benchmarks link.
 function(nuv_module)
     file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
     string(REPLACE "/" "_" name ${path})

@@ -39,10 +39,11 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 include(CheckLinkerFlag)
-# But not libgcc: an exception that a caller's function lets out must meet one unwinder alone.
+# But not libgcc in a library: an exception that a caller's function lets out must meet one unwinder
+# alone.
 set(NUV_RUNTIME_OPTIONS -static-libstdc++ LINKER:--gc-sections)
 if(NOT NUV_SANITIZE AND NOT NUV_THREAD_SANITIZE AND NOT NUV_FUZZ AND NOT NUV_COVERAGE)
-    check_linker_flag(CXX "${NUV_RUNTIME_OPTIONS}" NUV_HAS_OWN_RUNTIME)
+    check_linker_flag(CXX "${NUV_RUNTIME_OPTIONS};-static-libgcc" NUV_HAS_OWN_RUNTIME)
 endif()
 
 add_library(nuv_options INTERFACE)
