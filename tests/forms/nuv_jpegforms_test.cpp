@@ -1,3 +1,5 @@
+#include "core/jpeg/kernels/nuv_jpegforms.h"
+
 #include "core/jpeg/kernels/nuv_jpegdifferences.h"
 #include "core/jpeg/kernels/nuv_jpeghuffman.h"
 #include "core/jpeg/kernels/nuv_jpegprimitives.h"
@@ -36,7 +38,6 @@ TEST(JPEGForms, AreChosenByTheProcessor)
           &Set::split_444, &Set::split_422, &Set::split_420})
         expect_chosen("PSAA", primitive(field));
     expect_chosen("PPAA", sample_form(&Samples::interleave_3));
-    expect_chosen("PSSS", primitive(&Set::non_zero_in_zigzag));
     expect_chosen("PSSS", primitive(&Set::lossless_first_row));
     expect_chosen("PSSS", primitive(&Set::lossless_other_rows));
 }
@@ -172,7 +173,7 @@ TEST(JPEGForms, CodingOfSeveralBlocks)
         NUV_JPEGResult result = NUV_JPEGResult::good;
         for (std::size_t i = 0; i < count; ++i) {
             const I16* const block = draw_block(draw);
-            masks[i] = set.non_zero_in_zigzag(block);
+            masks[i] = mask_in_zigzag(non_zero_mask(block));
             blocks[i] = {block, &masks[i], &dc, &ac, &previous_of_all};
             for (std::int32_t size = 1; result == NUV_JPEGResult::good; ++size) {
                 std::int32_t position = 0;

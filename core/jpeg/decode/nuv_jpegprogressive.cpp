@@ -139,7 +139,7 @@ private:
 
 [[nodiscard, gnu::always_inline]] inline NUV_JPEGResult decode_ac_first_of(
     NUV_JPEGBitReader& bits, std::int16_t* block, const NUV_JPEGScanHeader& scan,
-    const NUV_JPEGWideTable& table, std::uint32_t& run, std::uint8_t& occupied) noexcept
+    const NUV_JPEGWideTable& table, std::uint32_t& run, std::uint64_t& mask) noexcept
 {
     NUV_JPEGCoefficient coefficient;
     std::uint32_t k = scan.first;
@@ -152,7 +152,7 @@ private:
             if (k > scan.last)
                 return NUV_JPEGResult::run_past_block;
             block[jpeg_zigzag[k]] = at_plane(coefficient.value, scan.low);
-            occupied = 1;
+            mask |= std::uint64_t{1} << k;
         } else if (zeros != 15) {
             std::uint32_t blocks = 0;
             const NUV_JPEGResult ended = read_run(bits, zeros, blocks);
@@ -173,13 +173,11 @@ private:
 }
 
 [[nodiscard, gnu::always_inline]] inline NUV_JPEGResult refine_ac_of(
-    NUV_JPEGBitReader& bits, std::int16_t* block, std::uint64_t coefficients,
-    const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table, std::uint32_t& run,
-    std::uint8_t& occupied) noexcept
+    NUV_JPEGBitReader& bits, std::int16_t* block, const NUV_JPEGScanHeader& scan,
+    const NUV_JPEGWideTable& table, std::uint32_t& run, std::uint64_t& mask) noexcept
 {
-    const std::uint64_t band = ~std::uint64_t{0} >> (63 - scan.last) & ~std::uint64_t{0}
-                                                                           << scan.first;
-    const std::uint64_t history = coefficients & band;
+    const std::uint64_t band = band_of(scan);
+    const std::uint64_t history = mask & band;
     Refinement refinement(history);
     if (run != 0) { // nothing else in this block
         const NUV_JPEGResult result =
@@ -197,7 +195,7 @@ private:
         take_back(block, band & ~history);
         return result;
     };
-    std::uint8_t found = occupied;
+    std::uint64_t found = mask;
 
     std::uint32_t k = scan.first;
     while (k <= scan.last) {
@@ -231,7 +229,7 @@ private:
         if (coefficient.value != 0) {
             block[jpeg_zigzag[place]] =
                 static_cast<std::int16_t>(coefficient.value * (std::int32_t{1} << scan.low));
-            found = 1;
+            found |= std::uint64_t{1} << place;
         }
         k = place + 1;
     }
@@ -242,7 +240,7 @@ private:
         --run;
     }
     refinement.add_to(block, scan.low);
-    occupied = found;
+    mask = found;
     return NUV_JPEGResult::good;
 }
 
@@ -271,21 +269,20 @@ NUV_JPEGResult refine_dc(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint
 
 NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
                                const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                               std::uint32_t& run, std::uint8_t& occupied) noexcept
+                               std::uint32_t& run, std::uint64_t& mask) noexcept
 {
     NUV_JPEGBitReader local = bits; // in registers
-    const NUV_JPEGResult result = decode_ac_first_of(local, block, scan, table, run, occupied);
+    const NUV_JPEGResult result = decode_ac_first_of(local, block, scan, table, run, mask);
     bits = local;
     return result;
 }
 
-NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block, std::uint64_t coefficients,
+NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
                          const NUV_JPEGScanHeader& scan, const NUV_JPEGWideTable& table,
-                         std::uint32_t& run, std::uint8_t& occupied) noexcept
+                         std::uint32_t& run, std::uint64_t& mask) noexcept
 {
     NUV_JPEGBitReader local = bits; // in registers
-    const NUV_JPEGResult result =
-        refine_ac_of(local, block, coefficients, scan, table, run, occupied);
+    const NUV_JPEGResult result = refine_ac_of(local, block, scan, table, run, mask);
     bits = local;
     return result;
 }

@@ -21,18 +21,26 @@ namespace nuv {
                                        std::uint32_t low) noexcept;
 
 // G.1.2.2. Not to be called inside an end-of-band run, which the caller skips; `run` receives the
-// blocks of the band that follow this one without coefficients. `occupied` becomes 1 with the first
-// coefficient that is put into the block.
+// blocks of the band that follow this one without coefficients. `mask` has a bit for each
+// coefficient of the block behind the first that is not 0, by its index in zig-zag order, and gets
+// those that are put there.
 [[nodiscard]] NUV_JPEGResult decode_ac_first(NUV_JPEGBitReader& bits, std::int16_t* block,
                                              const NUV_JPEGScanHeader& scan,
                                              const NUV_JPEGWideTable& table, std::uint32_t& run,
-                                             std::uint8_t& occupied) noexcept;
-// G.1.2.3. `coefficients` has a bit for each of the block that is not 0, by its index in zig-zag
-// order. Inside a run this does nothing but count for a block without any. A block is as it was
-// when this fails. NUV_JPEGResult::run_past_block for a value of more bits than one.
+                                             std::uint64_t& mask) noexcept;
+// G.1.2.3. Inside a run this does nothing but count for a block without any in the band. Block and
+// mask are as they were when this fails. NUV_JPEGResult::run_past_block for a value of more bits
+// than one.
 [[nodiscard]] NUV_JPEGResult refine_ac(NUV_JPEGBitReader& bits, std::int16_t* block,
-                                       std::uint64_t coefficients, const NUV_JPEGScanHeader& scan,
+                                       const NUV_JPEGScanHeader& scan,
                                        const NUV_JPEGWideTable& table, std::uint32_t& run,
-                                       std::uint8_t& occupied) noexcept;
+                                       std::uint64_t& mask) noexcept;
+
+// The bits of the coefficients of a scan.
+[[nodiscard]] constexpr std::uint64_t band_of(const NUV_JPEGScanHeader& scan) noexcept
+{
+    constexpr std::uint64_t all = ~std::uint64_t{0};
+    return all >> (63 - scan.last) & all << scan.first;
+}
 
 } // namespace nuv

@@ -1,6 +1,6 @@
 #include "core/jpeg/decode/nuv_jpegstore.h"
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
 
 namespace nuv {
@@ -22,7 +22,7 @@ NUV_JPEGCode check_stored_size(std::uint64_t line_bytes, std::uint64_t lines,
 }
 
 NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
-                                 const NUV_JPEGGeometry& geometry,
+                                 const NUV_JPEGGeometry& geometry, bool is_progressive,
                                  std::int64_t stream_bytes) noexcept
 {
     constexpr std::size_t block_bytes = jpeg_block_size * sizeof(std::int16_t);
@@ -31,6 +31,7 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
     std::uint64_t blocks = 0;
     for (std::size_t i = 0; i < geometry.components; ++i) {
         const NUV_JPEGPlane& plane = geometry.planes[i];
+        planes_[i] = {blocks, plane.blocks_across};
         blocks += std::uint64_t{plane.blocks_across} * plane.blocks_down;
     }
     const std::uint64_t line_bytes = std::uint64_t{geometry.width} * geometry.components;
@@ -39,28 +40,20 @@ NUV_JPEGCode NUV_JPEGStore::open(const NUV_JPEGAllocator& allocator,
     if (!is_good(code))
         return code;
     if (!memory_.allocate(allocator, blocks * jpeg_block_size + alignment / 2) ||
-        !occupied_.allocate(allocator, blocks))
+        (is_progressive && !masks_.allocate(allocator, blocks)))
         return NUV_JPEGCode::no_memory;
-    std::memset(memory_.data(), 0, memory_.size() * sizeof(std::int16_t));
-    std::memset(occupied_.data(), 0, occupied_.size());
+    std::ranges::fill(memory_.items(), std::int16_t{0});
+    std::ranges::fill(masks_.items(), std::uint64_t{0});
 
     const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(memory_.data()) % alignment;
-    std::int16_t* next = memory_.data() + (alignment - misalignment) % alignment / 2;
-    std::uint8_t* next_occupied = occupied_.data();
-    for (std::size_t i = 0; i < geometry.components; ++i) {
-        const NUV_JPEGPlane& plane = geometry.planes[i];
-        planes_[i] = {next, next_occupied, plane.blocks_across};
-        const std::size_t plane_blocks = std::size_t{plane.blocks_across} * plane.blocks_down;
-        next += plane_blocks * jpeg_block_size;
-        next_occupied += plane_blocks;
-    }
+    blocks_ = memory_.data() + (alignment - misalignment) % alignment / 2;
     return NUV_JPEGCode::good;
 }
 
 void NUV_JPEGStore::close() noexcept
 {
     memory_.free();
-    occupied_.free();
+    masks_.free();
 }
 
 } // namespace nuv

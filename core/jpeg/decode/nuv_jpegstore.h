@@ -19,12 +19,12 @@ namespace nuv {
                                              std::uint64_t stored_bytes, std::uint64_t units,
                                              std::int64_t stream_bytes) noexcept;
 
-// The coefficients of a whole picture, in natural order; all 0 at first, and no block occupied.
+// The coefficients of a whole picture, in natural order; all 0 at first.
 class NUV_JPEGStore {
 public:
     // `stream_bytes` of coded data are to come.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator,
-                                    const NUV_JPEGGeometry& geometry,
+                                    const NUV_JPEGGeometry& geometry, bool is_progressive,
                                     std::int64_t stream_bytes) noexcept;
     void close() noexcept;
 
@@ -32,28 +32,34 @@ public:
     [[nodiscard]] std::int16_t* block(std::size_t component, std::size_t x,
                                       std::size_t y) const noexcept
     {
-        const Plane& plane = planes_[component];
-        return plane.blocks + (y * plane.blocks_across + x) * jpeg_block_size;
+        return blocks_ + number_of(component, x, y) * jpeg_block_size;
     }
-    // Whether a block has coefficients behind the first one, for the decoder of scans to keep: 0 or
-    // 1, and those of the blocks to the right follow.
-    [[nodiscard]] std::uint8_t* occupied(std::size_t component, std::size_t x,
-                                         std::size_t y) const noexcept
+    // Of a progressive picture: which coefficients of a block behind the first are not 0, for the
+    // decoder of scans to keep. A bit for each by its index in zig-zag order, and those of the
+    // blocks to the right follow.
+    [[nodiscard]] std::uint64_t* mask(std::size_t component, std::size_t x,
+                                      std::size_t y) const noexcept
     {
-        const Plane& plane = planes_[component];
-        return plane.occupied + y * plane.blocks_across + x;
+        return masks_.data() + number_of(component, x, y);
     }
 
 private:
     struct Plane {
-        std::int16_t* blocks = nullptr;
-        std::uint8_t* occupied = nullptr;
+        std::size_t first = 0; // block
         std::size_t blocks_across = 0;
     };
 
+    [[nodiscard]] std::size_t number_of(std::size_t component, std::size_t x,
+                                        std::size_t y) const noexcept
+    {
+        const Plane& plane = planes_[component];
+        return plane.first + y * plane.blocks_across + x;
+    }
+
     std::array<Plane, jpeg_most_components> planes_;
+    std::int16_t* blocks_ = nullptr;
     NUV_JPEGMemory<std::int16_t> memory_;
-    NUV_JPEGMemory<std::uint8_t> occupied_;
+    NUV_JPEGMemory<std::uint64_t> masks_;
 };
 
 } // namespace nuv

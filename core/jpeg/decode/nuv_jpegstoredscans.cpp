@@ -27,6 +27,24 @@ namespace {
     return beside != 0 || (halves[2] | halves[4] | halves[6]) != 0 ? jpeg_short_block : 1;
 }
 
+// How many masks come before one that has any of the bits.
+[[nodiscard]] std::uint32_t count_without(const std::uint64_t* masks, std::uint32_t count,
+                                          std::uint64_t bits) noexcept
+{
+    constexpr std::uint32_t at_once = 8;
+    std::uint32_t i = 0;
+    for (; count - i >= at_once; i += at_once) {
+        std::uint64_t any = 0;
+        for (std::uint32_t k = 0; k < at_once; ++k)
+            any |= masks[i + k];
+        if ((any & bits) != 0)
+            break;
+    }
+    while (i < count && (masks[i] & bits) == 0)
+        ++i;
+    return i;
+}
+
 // Every scan goes through all blocks, more than caches hold: asks for one that comes soon, of which
 // the first `coefficients` are looked at.
 void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
@@ -40,16 +58,15 @@ void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                        const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                       std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept
+                                       std::uint32_t restart_rows) noexcept
 {
-    primitives_ = &jpeg_primitives(cpu);
     header_ = &header;
     input_ = &input;
     geometry_ = geometry;
     restart_rows_ = restart_rows;
     is_decoded_ = false;
     scans_.open(header, input);
-    NUV_JPEGCode code = store_.open(allocator, geometry, input.remaining());
+    NUV_JPEGCode code = store_.open(allocator, geometry, is_progressive(), input.remaining());
     if (is_good(code))
         code = tables_.open(allocator);
     return code;
@@ -162,9 +179,8 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
     const NUV_JPEGScanHeader::Component& component = scan.header.component[0];
     std::int16_t* const blocks = store_.block(component.index, first, row);
     if (is_progressive() && scan.header.first > 0) {
-        const BandRow band = {.blocks = blocks,
-                              .occupied = store_.occupied(component.index, first, row),
-                              .units = units};
+        const BandRow band = {
+            .blocks = blocks, .masks = store_.mask(component.index, first, row), .units = units};
         return decode_run(scans_.reader(), units, margin, done,
                           [&](NUV_JPEGBitReader& bits, std::uint32_t& i) {
                               return decode_band(bits, scan.header, band, i);
@@ -180,39 +196,28 @@ NUV_JPEGCode NUV_JPEGStoredScans::decode_units(const Scan& scan, std::uint32_t r
 }
 
 // One block of a band behind the first coefficient, or those of an end-of-band run that nothing is
-// coded for: in a first scan all, later the ones that are empty still. Else a few bytes of run
-// could make a scan of any size, and do so for every scan that is left.
+// coded for: in a first scan all, later the ones that have no coefficient in the band. Else a few
+// bytes of run could make a scan of any size, and do so for every scan that is left.
 NUV_JPEGResult NUV_JPEGStoredScans::decode_band(NUV_JPEGBitReader& bits,
                                                 const NUV_JPEGScanHeader& scan, const BandRow& row,
                                                 std::uint32_t& i) noexcept
 {
     std::uint32_t& run = scans_.reader().end_of_band_run();
+    std::uint64_t& mask = row.masks[i];
     const bool is_first = scan.high == 0;
-    if (run > 0) {
+    const std::uint64_t band = band_of(scan);
+    if (run > 0 && (is_first || (mask & band) == 0)) {
         const std::uint32_t most = std::min(run, row.units - i);
-        const void* const occupied = is_first ? nullptr : std::memchr(row.occupied + i, 1, most);
-        const std::uint32_t passed =
-            occupied == nullptr ? most
-                                : static_cast<std::uint32_t>(
-                                      static_cast<const std::uint8_t*>(occupied) - row.occupied) -
-                                      i;
-        if (passed > 0) {
-            run -= passed;
-            i += passed;
-            return NUV_JPEGResult::good;
-        }
+        const std::uint32_t passed = is_first ? most : count_without(&mask, most, band);
+        run -= passed;
+        i += passed;
+        return NUV_JPEGResult::good;
     }
     std::int16_t* const block = row.blocks + std::size_t{i} * jpeg_block_size;
     fetch_ahead(block, jpeg_block_size);
     const NUV_JPEGWideTable& table = tables_.ac(scan.component[0].ac_table);
-    NUV_JPEGResult result = NUV_JPEGResult::good;
-    if (is_first) {
-        result = decode_ac_first(bits, block, scan, table, run, row.occupied[i]);
-    } else {
-        const std::uint64_t coefficients =
-            row.occupied[i] != 0 ? primitives_->non_zero_in_zigzag(block) : 0;
-        result = refine_ac(bits, block, coefficients, scan, table, run, row.occupied[i]);
-    }
+    const NUV_JPEGResult result = is_first ? decode_ac_first(bits, block, scan, table, run, mask)
+                                           : refine_ac(bits, block, scan, table, run, mask);
     i += is_good(result) ? 1 : 0;
     return result;
 }

@@ -18,7 +18,7 @@ public:
     // lines, see NUV_JPEGDecoder. All memory is taken here.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                     const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                    std::uint32_t restart_rows, const NUV_Cpu& cpu) noexcept;
+                                    std::uint32_t restart_rows) noexcept;
     void close() noexcept;
 
     // MCU row `row` into the band; the first call decodes all scans. NUV_JPEGCode::damaged_lines
@@ -34,10 +34,10 @@ private:
         std::uint32_t units_across = 0; // MCUs, or blocks of the one component
         std::uint32_t units_down = 0;
     };
-    // Blocks beside each other, and which of them are occupied.
+    // Blocks beside each other, and which of their coefficients are not 0.
     struct BandRow {
         std::int16_t* blocks = nullptr;
-        std::uint8_t* occupied = nullptr;
+        std::uint64_t* masks = nullptr;
         std::uint32_t units = 0;
     };
 
@@ -60,7 +60,6 @@ private:
 
     NUV_JPEGHeader* header_ = nullptr;
     NUV_JPEGInput* input_ = nullptr;
-    const NUV_JPEGPrimitives* primitives_ = nullptr;
     NUV_JPEGGeometry geometry_;
     std::uint32_t restart_rows_ = 0;
     NUV_JPEGStore store_;

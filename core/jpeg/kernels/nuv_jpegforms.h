@@ -79,13 +79,6 @@ std::uint64_t non_zero_mask_sse2(const std::int16_t* block) noexcept;
 // The same of a mask in zig-zag order.
 [[nodiscard]] std::uint64_t mask_in_zigzag(std::uint64_t natural_mask) noexcept;
 
-// non_zero_in_zigzag from the mask in natural order.
-template <auto find_non_zero>
-std::uint64_t find_in_zigzag(const std::int16_t* block)
-{
-    return mask_in_zigzag(find_non_zero(block));
-}
-
 // transform_blocks from the primitive on one of them.
 template <auto transform_one, auto find_non_zero>
 void transform_each(const std::int16_t* samples, std::size_t count, const std::uint16_t* table,

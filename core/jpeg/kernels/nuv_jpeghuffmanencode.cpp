@@ -289,7 +289,6 @@ NUV_JPEGResult huffman_encode_wide_init(const std::uint8_t* bits, const std::uin
 void set_portable_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     set_huffman_encode_form<non_zero_mask>(primitives);
-    primitives.non_zero_in_zigzag = find_in_zigzag<non_zero_mask>;
     primitives.huffman_encode_blocks = huffman_encode_blocks;
     primitives.huffman_encode_state_init = huffman_encode_state_init;
 }

@@ -26,7 +26,6 @@ std::uint64_t non_zero_mask_sse2(const std::int16_t* block) noexcept
 void set_sse2_huffman_encode_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     set_huffman_encode_form<non_zero_mask_sse2>(primitives);
-    primitives.non_zero_in_zigzag = find_in_zigzag<non_zero_mask_sse2>;
 }
 
 } // namespace nuv

@@ -222,9 +222,6 @@ struct NUV_JPEGPrimitives {
     // coded is then incomplete.
     std::uint8_t* (*huffman_encode_blocks)(const NUV_JPEGBlockToCode* blocks, std::size_t count,
                                            std::uint8_t* output, NUV_JPEGEncodeState* state);
-
-    // Bit k of the result tells whether coefficient k, in zig-zag order, is not zero.
-    std::uint64_t (*non_zero_in_zigzag)(const std::int16_t* block);
 };
 
 // The forms that `cpu` runs fastest; pick them once per coder. The tables live as long as the

@@ -211,28 +211,40 @@ TEST(JPEGDecoder, DecodesMCUsOf24Blocks)
 // Few bytes that claim much: what nothing is coded for costs nothing, scan by scan.
 TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
 {
-    const auto scans = [](std::size_t frame, const std::vector<int>& factors,
+    const auto scans = [](std::size_t frame, int side, const std::vector<int>& factors,
                           const std::function<void(JPEGCraft&, int)>& scan) {
         JPEGCraft craft = tables_only();
-        craft.symbols(0x11, {0xE0}).frame(frame, 8, 2500, 2500, factors);
+        craft.symbols(0x11, {0xE0, 0x01}).frame(frame, 8, side, side, factors);
         for (int i = 0; i < 1500; ++i)
             scan(craft, i);
         return craft.end();
     };
-    const auto runs = [](JPEGCraft& craft, int i) { // of 32767 blocks over all 97969
-        craft.scan({1}, 1, 63, i == 0 ? 0 : 0x10, 1).bits(0x3FFF, 17).bits(0x3FFF, 17);
-        craft.bits(0x3FFF, 17).flush();
+    const auto run = [](JPEGCraft& craft, int first, int high_low, int blocks) {
+        craft.scan({1}, first, 63, high_low, 1);
+        for (; blocks > 0; blocks -= 32767)
+            craft.bits(0x3FFF, 17);
+        craft.flush();
+    };
+    const auto runs = [&](JPEGCraft& craft, int i) { run(craft, 1, i == 0 ? 0 : 0x10, 313 * 313); };
+    const auto beside = [&](JPEGCraft& craft, int i) { // a coefficient that each block has
+        if (i > 0)
+            return run(craft, 2, 0x10, 750 * 750);
+        craft.scan({1}, 1, 1, 0, 1);
+        for (int block = 0; block < 750 * 750; ++block)
+            craft.bits(0b001'1, 4);
+        craft.flush();
     };
     const Stream streams[] = {
-        scans(0xC2, {17}, [](JPEGCraft& craft, int) { craft.scan({1}, 0, 0); }),
-        scans(0xC3, {17, 17, 17}, [](JPEGCraft& craft, int i) { craft.scan({1 + i % 3}, 1, 0); }),
-        scans(0xC2, {17}, runs),
+        scans(0xC2, 2500, {17}, [](JPEGCraft& craft, int) { craft.scan({1}, 0, 0); }),
+        scans(0xC3, 2500, {17, 17, 17}, [](auto& craft, int i) { craft.scan({1 + i % 3}, 1, 0); }),
+        scans(0xC2, 2500, {17}, runs),
+        scans(0xC2, 6000, {17}, beside),
     };
     for (const Stream& stream : streams) {
         const auto begin = std::chrono::steady_clock::now();
         const JPEGDecoded decoded = decode_stream(stream);
         EXPECT_EQ(decoded.start, Code::good);
-        EXPECT_EQ(decoded.codes.size(), 2500U);
+        EXPECT_EQ(decoded.codes.size(), decoded.picture.height);
         EXPECT_EQ(decoded.lines, Code::damaged_lines);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     }
@@ -246,6 +258,26 @@ TEST(JPEGDecoder, EndsRunsOfEmptyBandsWithTheirInterval)
     craft.bits(5, 6).bits(5, 6).flush().marker(0xD0).bits(6, 6).bits(5, 6).flush();
     craft.scan({1}, 1, 63).bits(2, 3).bits(0, 4).flush().marker(0xD0); // 16 blocks
     const Stream stream = craft.bits(1, 3).bits(6, 3).bits(0, 3).bits(0, 3).end();
+    const JPEGDecoded decoded = decode_stream(stream);
+    EXPECT_TRUE(decoded.is_clean());
+    EXPECT_EQ(decoded.picture.samples, decode_by_reference(stream)->samples);
+}
+
+// Bits for two of the blocks that a run goes over, and then for one more.
+TEST(JPEGDecoder, RefinesInRunsWhatHasCoefficientsInTheBand)
+{
+    JPEGCraft craft;
+    craft.quantisers().symbols(0x00, {0}).symbols(0x10, {0x01, 0x31, 0x11, 0x00, 0x30, 0x40});
+    craft.frame(0xC2, 8, 24 * 8, 8, {0x11}).scan({1}, 0, 0).bits(0, 24 * 3).flush();
+    craft.scan({1}, 1, 5, 0x02);
+    for (int i = 0; i < 24; ++i) {
+        craft.bits(0b000'1, 4); // coefficient 1, and 5 or nothing more
+        i == 9 || i == 20 ? craft.bits(0b001'1, 4) : craft.bits(3, 3);
+    }
+    craft.flush().scan({1}, 2, 5, 0x21).bits(0b100'110, 6).bits(1, 1); // 14 blocks
+    craft.bits(0b010'1, 4).bits(0b100'010, 6).bits(1, 1); // coefficient 3, and 10 blocks
+    craft.flush().scan({1}, 2, 5, 0x10).bits(0b101'1000, 7).bits(0b101, 3); // all 24
+    const Stream stream = craft.end();
     const JPEGDecoded decoded = decode_stream(stream);
     EXPECT_TRUE(decoded.is_clean());
     EXPECT_EQ(decoded.picture.samples, decode_by_reference(stream)->samples);
