@@ -18,7 +18,7 @@
 
 namespace nuv {
 
-// What the processor can run, asked once when the library is loaded. It chooses among forms of
+// What the processor can run, asked once, by the first manager. It chooses among forms of
 // equal result, never among results.
 struct NUV_Cpu {
     bool has_sse2 = false;
