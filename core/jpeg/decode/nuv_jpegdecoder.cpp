@@ -155,7 +155,7 @@ NUV_JPEGCode NUV_JPEGDecoder::open_path() noexcept
     if (!is_good(code))
         return code;
     if (path_ == Path::stored)
-        return stored_.open(allocator_, header_, geometry_, input_, restart_rows_);
+        return stored_.open(allocator_, header_, geometry_, input_, restart_rows_, mends_);
     const auto color = converts_to_rgb() ? NUV_JPEGSequential::Color::rgb_from_ycc
                                          : NUV_JPEGSequential::Color::as_stored;
     return sequential_.open(allocator_, header_, geometry_, input_, band_, tables_, color,

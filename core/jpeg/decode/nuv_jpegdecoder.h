@@ -73,7 +73,8 @@ public:
     // Where a sequential picture has its Huffman tables: they are built anew only where they differ
     // from those of the picture before. They outlive the decoder; null for its own.
     void set_tables(NUV_JPEGScanTables* tables) noexcept { tables_ = tables; }
-    // Of a picture of one scan, what read_line() calls a failure for its data is only damage.
+    // Of a picture that is not lossless, what read_line() calls a failure for its data is only
+    // damage, and costs no more than its restart interval.
     void set_mends(bool wanted) noexcept { mends_ = wanted; }
 
     // NUV_JPEGCode::wrong_state unless a header with a scan has just been read,

@@ -58,7 +58,7 @@ NUV_JPEGCode NUV_JPEGLosslessDecoder::open(const NUV_JPEGAllocator& allocator,
     delivered_ = delivered;
     line_ = 0;
     restart_rows_ = restart_rows;
-    scans_.open(header, input);
+    scans_.open(header, input, false);
 
     const NUV_JPEGFrame& frame = header.frame();
     const std::size_t width = frame.width;

@@ -34,10 +34,7 @@ public:
     };
 
     // With `mends`, data that means nothing ends its interval and no more, see walk_units().
-    explicit NUV_JPEGScanReader(NUV_JPEGInput& input, bool mends = false) noexcept
-        : input_(&input),
-          mends_(mends)
-    {}
+    NUV_JPEGScanReader(NUV_JPEGInput& input, bool mends) noexcept : input_(&input), mends_(mends) {}
 
     // At the beginning of a scan. `interval` is in units, 0 for none.
     void begin(std::uint64_t interval, Restarts restarts) noexcept;

@@ -17,11 +17,11 @@ constexpr bool is_damage(NUV_JPEGCode code) noexcept
 
 } // namespace
 
-void NUV_JPEGScans::open(NUV_JPEGHeader& header, NUV_JPEGInput& input) noexcept
+void NUV_JPEGScans::open(NUV_JPEGHeader& header, NUV_JPEGInput& input, bool mends) noexcept
 {
     header_ = &header;
     input_ = &input;
-    reader_.emplace(input);
+    reader_.emplace(input, mends);
     has_stored_ = false;
     is_damaged_ = false;
     has_left_over_ = false;

@@ -13,14 +13,14 @@ namespace nuv {
 // The scans of a picture that is stored before it is shown: which of them are read, and whether
 // what they have left is the whole picture.
 //
-// What a scan has stored stays. A scan ends at a code that means nothing; so does one whose tables
-// are missing. The scans behind go on from the next marker. A segment between two scans that breaks
-// the rules, or is of a kind that is not known, is the end of all scans. Before anything is stored,
-// each of these is a failure.
+// What a scan has stored stays. A scan ends at a code that means nothing, or its interval does
+// where the scans mend; a scan whose tables are missing ends as well. The scans behind go on from
+// the next marker. A segment between two scans that breaks the rules, or is of a kind that is not
+// known, is the end of all scans. Before anything is stored, each of these is a failure.
 class NUV_JPEGScans {
 public:
-    // The header stands behind the SOS of the first scan.
-    void open(NUV_JPEGHeader& header, NUV_JPEGInput& input) noexcept;
+    // The header stands behind the SOS of the first scan. `mends` is that of NUV_JPEGScanReader.
+    void open(NUV_JPEGHeader& header, NUV_JPEGInput& input, bool mends) noexcept;
 
     // Calls decode_scan() for each scan: header() is its header, and reader() begins with it.
     template <class DecodeScan>

@@ -58,14 +58,14 @@ void fetch_ahead(const std::int16_t* block, std::size_t coefficients) noexcept
 
 NUV_JPEGCode NUV_JPEGStoredScans::open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                        const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                       std::uint32_t restart_rows) noexcept
+                                       std::uint32_t restart_rows, bool mends) noexcept
 {
     header_ = &header;
     input_ = &input;
     geometry_ = geometry;
     restart_rows_ = restart_rows;
     is_decoded_ = false;
-    scans_.open(header, input);
+    scans_.open(header, input, mends);
     NUV_JPEGCode code = store_.open(allocator, geometry, is_progressive(), input.remaining());
     if (is_good(code))
         code = tables_.open(allocator);

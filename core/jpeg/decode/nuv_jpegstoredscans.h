@@ -14,11 +14,11 @@ namespace nuv {
 // coefficients behind the first, which leaves it as it was.
 class NUV_JPEGStoredScans {
 public:
-    // The header stands behind the SOS of its first scan, and is read on. `restart_rows` counts
-    // lines, see NUV_JPEGDecoder. All memory is taken here.
+    // The header stands behind the SOS of its first scan, and is read on. `restart_rows` and
+    // `mends` are those of NUV_JPEGDecoder. All memory is taken here.
     [[nodiscard]] NUV_JPEGCode open(const NUV_JPEGAllocator& allocator, NUV_JPEGHeader& header,
                                     const NUV_JPEGGeometry& geometry, NUV_JPEGInput& input,
-                                    std::uint32_t restart_rows) noexcept;
+                                    std::uint32_t restart_rows, bool mends) noexcept;
     void close() noexcept;
 
     // MCU row `row` into the band; the first call decodes all scans. NUV_JPEGCode::damaged_lines

@@ -123,7 +123,7 @@ JPEGCraft gray_blocks(std::size_t frame, int width)
     return std::move(craft.frame(frame, 8, width, 8, {17}));
 }
 
-// With nothing stored there is nothing to show.
+// With nothing stored there is nothing to show, but for what is mended.
 TEST(JPEGDamage, IsAFailureBeforeAnythingIsStored)
 {
     const auto first_scan = [](std::uint32_t code) {
@@ -131,6 +131,13 @@ TEST(JPEGDamage, IsAFailureBeforeAnythingIsStored)
     };
     EXPECT_EQ(decode_stream(first_scan(7).end()).lines, Code::read_failed);
     EXPECT_TRUE(decode_stream(first_scan(0).end()).is_shown(Code::damaged_lines));
+    JPEGCraft craft = gray_blocks(0xC2, 16).segment(0xDD, {0, 1}).scan({1}, 0, 0, 0);
+    craft.bits(0x7FFFFFF, 27).flush().marker(0xD0).bits(0b110'111111, 9);
+    const JPEGDecoded mended = decode_stream(
+        craft.end(), whole, [](NUV_JPEGDecoder& decoder) { decoder.set_mends(true); });
+    ASSERT_TRUE(mended.is_shown(Code::damaged_lines));
+    EXPECT_EQ(mended.picture.at(0, 0, 0), 128);
+    EXPECT_EQ(mended.picture.at(8, 0, 0), 128 + (63 + 4) / 8);
     // No DC table 3.
     EXPECT_EQ(decode_stream(gray_blocks(0xC2, 16).scan({1}, 0, 0, 0, 0x30).end()).lines,
               Code::bad_segment);
