@@ -127,9 +127,10 @@ private:
     bool taken_ = false;             // a reader has had a block
     bool has_lent_ = false;          // some held block may be a reader's memory
     BlockCache cache_;
-    Slab* slab_ = nullptr; // that blocks are being taken of, which is a use
-    std::size_t slab_taken_ = 0;
-    NUV_Vector<Block> blocks_; // those before first_ have been dropped
+    Slab* slab_ = nullptr;        // that blocks are being taken of, which is a use
+    std::size_t slab_blocks_ = 0; // that it has, and
+    std::size_t slab_taken_ = 0;  // of these are taken
+    NUV_Vector<Block> blocks_;    // those before first_ have been dropped
     std::size_t first_ = 0;
     NUV_Vector<Reader> readers_;     // each at its place()
     std::size_t in_first_block_ = 0; // so many readers

@@ -231,11 +231,17 @@ NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::new_block()
     return {.data = data, .owned = data != nullptr};
 }
 
+// The last one is no larger than what can still come.
 NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::take_of_slab()
 {
     const std::size_t each = (mem_block_bytes_ + sizeof(Slab) - 1) / sizeof(Slab) * sizeof(Slab);
     if (!slab_) {
-        void* const memory = manager().allocate(slab_bytes);
+        const std::uint64_t end = base_ + std::uint64_t{held_blocks()} * mem_block_bytes_;
+        const std::uint64_t to_come = limit_bytes_ > end ? limit_bytes_ - end : 1;
+        const std::uint64_t wanted = (to_come - 1) / mem_block_bytes_ + 1;
+        slab_blocks_ = static_cast<std::size_t>(
+            std::min<std::uint64_t>(wanted, (slab_bytes - sizeof(Slab)) / each));
+        void* const memory = manager().allocate(sizeof(Slab) + each * slab_blocks_);
         if (!memory)
             return {};
         slab_ = ::new (memory) Slab{1};
@@ -245,7 +251,7 @@ NUV_STBlockDstBuffer::Block NUV_STBlockDstBuffer::take_of_slab()
     auto* const data = reinterpret_cast<std::uint8_t*>(slab + 1) + each * slab_taken_;
     ++slab->uses;
     ++slab_taken_;
-    if (sizeof(Slab) + each * (slab_taken_ + 1) > slab_bytes)
+    if (slab_taken_ == slab_blocks_)
         drop_use(manager(), std::exchange(slab_, nullptr));
     return {.data = data, .owned = true, .slab = slab};
 }

@@ -294,6 +294,22 @@ TEST(STBlockDstBuffer, HoldsManyLargeBlocks)
         EXPECT_TRUE(reader->end());
 }
 
+TEST(STBlockDstBuffer, HoldsNoMoreMemoryThanTheStreamCanFill)
+{
+    constexpr std::uint32_t bytes = 250'000;
+    NUV_TestChain chain;
+    auto buffer = make_initiated<NUV_STBlockDstBuffer>(chain.manager(), std::uint64_t{6} * bytes);
+    ASSERT_TRUE(buffer->block_bytes(bytes));
+    NUV_Vector<NUV_SrcBuffer*> readers(chain.manager());
+    buffer->create_src_buffer(readers, buffer.get(), 2);
+    for (int i = 0; i < 6; ++i)
+        ASSERT_TRUE(buffer->get() && buffer->release(bytes));
+    EXPECT_EQ(buffer->held_blocks(), 6u);
+    EXPECT_LT(chain.manager().memory().most_live_bytes(), 6 * bytes + 50'000);
+    for (NUV_SrcBuffer* reader : readers.items())
+        EXPECT_TRUE(reader->end());
+}
+
 TEST(STBlockDstBuffer, HasNoReadersThatWouldMissTheBeginning)
 {
     ByHand hand(10, 10, 20);
