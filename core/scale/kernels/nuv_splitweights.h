@@ -26,11 +26,15 @@ namespace nuv {
 // So the sum in double precision lies between v - 7 and v + 8, and is rounded as v is unless a half
 // lies there: if (v + 2^13) mod 2^14 is from 8 to 2^14 - 9.
 //
-// Weights that are whole multiples of 2^-10 but for a hair put many sums on a half. Then the low
-// ones take the place of what the higher ones lack, in a unit in which these have 13 bits, and add
-// up to nothing, too. Of their sum the sign counts alone, so that v is the sum of high x s, or 1
-// less where that is negative: no other sum with such weights is within 16 of a half. It is off by
-// 3 x 1/2 x 65535, and double precision by less than 2^-32 of a sample; up to that it is in doubt.
+// Weights that are whole multiples of 2^-10 but for a hair put many sums on a half. With all high
+// ones multiples of g, 16 or more, and low ones of l at most, what the high ones lack adds up to
+// nothing, as 3 x l is less than 2^13, and their sums lack 3 x (l + 1/2) x 65535 units of 2^-28 at
+// most, less than 12 x l + 6. Where that is less than g - 2, no sum with such weights is on the
+// other side of a half than the sum of high x s, or on one, unless the latter is on a half. Then
+// the low ones take the place of what the higher ones lack, in a unit in which these have 13 bits,
+// and add up to nothing, too. Of their sum the sign counts alone, so that v is the sum of high x s,
+// or 1 less where that is negative: none but those on a half is within 16 of it. It is off by 3 x
+// 1/2 x 65535, and double precision by less than 2^-32 of a sample; up to that it is in doubt.
 // Where nothing is lacking, nothing in double precision is rounded either, nor where all weights
 // are whole multiples of 2^-14: then v is the sum.
 struct NUV_SplitWeights {
@@ -71,6 +75,7 @@ inline void take_lost(NUV_SplitWeights& split, const double (&weights)[4]) noexc
         most = std::max(most, std::abs(lost[i]));
     }
     split.counts_sign = true;
+    split.low[1] = 0;
     if (most == 0) {
         split.doubtful = -1;
         return;
@@ -92,9 +97,9 @@ inline void take_lost(NUV_SplitWeights& split, const double (&weights)[4]) noexc
     NUV_SplitWeights split{};
     std::int64_t units[4] = {0, std::int64_t{1} << 2 * split_bits, 0, 0};
     std::int64_t magnitude = 0;
+    std::int32_t most_low = 0;
+    std::int32_t bits = 0; // of any high one
     bool is_exact = true;
-    bool is_coarse = true; // but for a hair
-    bool is_whole = true;  // and then all sums are far off a half
     for (const int i : {0, 2, 3, 1}) {
         if (!(std::abs(weights[i]) < 1.99)) {
             split.fits = false;
@@ -108,10 +113,13 @@ inline void take_lost(NUV_SplitWeights& split, const double (&weights)[4]) noexc
         split.high[i] = high;
         split.low[i] = low;
         is_exact = is_exact && weights[i] * (1 << split_bits) == high;
-        is_coarse = is_coarse && low == 0 && high % (2 * split_doubt) == 0;
-        is_whole = is_whole && high % (1 << split_bits) == 0;
+        most_low = std::max(most_low, std::abs(low));
+        bits |= high;
         magnitude += std::abs(high);
     }
+    const std::int32_t grain = bits & -bits;
+    const bool is_coarse = grain >= 2 * split_doubt && 12 * most_low + 8 < grain;
+    const bool is_whole = bits % (1 << split_bits) == 0; // then all sums are far off a half
     if ((is_exact || is_coarse) && !is_whole)
         take_lost(split, weights);
     constexpr std::int64_t most_magnitude = 65000; // so that sums fit 32 bits
