@@ -21,7 +21,7 @@ public:
                                 std::uint32_t width, const char* method);
 
 protected:
-    // Makes an output line. `in` is the source line, in work_line_ when that is set.
+    // Makes an output line of a source line.
     virtual void process_line(const std::uint8_t* in, std::uint8_t* out) = 0;
 
     std::uint32_t source_width_ = 0;
@@ -29,8 +29,6 @@ protected:
     std::uint32_t channels_ = 0;
     std::uint32_t source_line_bytes_ = 0;
     std::uint32_t destination_line_bytes_ = 0;
-    // Where source lines are read to, with room for one; null to look at them in place.
-    std::uint8_t* work_line_ = nullptr;
 
 private:
     std::uint32_t line_ = 0;

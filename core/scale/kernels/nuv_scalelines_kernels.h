@@ -132,11 +132,11 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         NUV_SampleLimits<std::uint16_t> limits);
 // Far: what is written goes past the caches.
 template <bool Far>
-NUV_TARGET("avx512vbmi,avx512bw")
+NUV_TARGET("avx512vbmi,avx512bw,avx512vnni")
 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                         std::size_t samples, double weight);
 template <bool Far>
-NUV_TARGET("avx512vbmi,avx512bw")
+NUV_TARGET("avx512vbmi,avx512bw,avx512vnni")
 void combine_lines_avx512(const std::uint16_t* const lines[4], std::uint16_t* out,
                           std::size_t samples, const NUV_CubicWeights<double>& weights,
                           NUV_SampleLimits<std::uint16_t> limits);

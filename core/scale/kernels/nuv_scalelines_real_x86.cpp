@@ -4,6 +4,7 @@
 
 #    include "core/include/nuv_avx512.h"
 #    include "core/include/nuv_pixelvectors_avx2.h"
+#    include "core/scale/kernels/nuv_doubts.h"
 #    include "core/scale/kernels/nuv_splitblend_avx512.h"
 #    include "core/scale/kernels/nuv_splitweights_avx512.h"
 
@@ -309,6 +310,35 @@ std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_
     return i;
 }
 
+// Makes what is in doubt of vectors that stand from `made` on, the first of them sample `first` of
+// the lines; how many samples.
+NUV_AVX512 std::size_t make_again(const std::uint16_t* const lines[4], const NUV_Doubts& doubts,
+                                  std::size_t first, std::uint16_t* made,
+                                  const NUV_CubicWeights<double>& weights,
+                                  NUV_SampleLimits<std::uint16_t> limits) noexcept
+{
+    constexpr int few = 3; // single samples are made sooner than all
+    std::size_t samples = 0;
+    for (std::size_t k = 0; k < doubts.count; ++k) {
+        std::uint32_t doubt = doubts.bits[k];
+        const std::size_t begin = doubts.begin[k];
+        samples += static_cast<std::size_t>(std::popcount(doubt));
+        if (std::popcount(doubt) > few) {
+            const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
+            _mm512_storeu_si512(
+                made + (begin - first),
+                _mm512_min_epu16(combined_by_doubles_avx512(lines, begin, weights), maximum));
+            continue;
+        }
+        do {
+            const std::size_t i = begin + take_combined_doubt(doubt);
+            combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i,
+                                              lines[3] + i, made + (i - first), 1, weights, limits);
+        } while (doubt != 0);
+    }
+    return samples;
+}
+
 template <bool Far, bool CountsSign>
 NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
                                             const std::uint16_t* const lines[4], std::uint16_t* out,
@@ -324,38 +354,34 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
                                    _mm512_set1_epi32(split.doubtful)};
     const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
     constexpr std::size_t step = 32;
-    constexpr int few = 3; // single samples are made sooner than all
-    std::size_t doubtful = 0;
+    alignas(64) std::uint16_t near[NUV_Doubts::most_vectors * step]; // what goes past the caches
     std::size_t i = 0;
-    for (; i + step <= samples; i += step) {
-        if (Far && i == step)
+    for (bool is_sure = true; i + step <= samples && is_sure;) {
+        NUV_Doubts doubts;
+        std::size_t vectors = std::min((samples - i) / step, NUV_Doubts::most_vectors);
+        if (Far && i == 0)
+            vectors = 1;
+        const std::size_t first = i;
+        std::uint16_t* const made = Far ? near : out + first;
+        for (const std::size_t end = first + vectors * step; i < end; i += step) {
+            std::uint32_t doubt = 0;
+            const __m512i line = combine_words<CountsSign>(
+                load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
+                load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i), integers,
+                integers, doubt);
+            _mm512_storeu_si512(made + (i - first), _mm512_min_epu16(line, maximum));
+            doubts.note(i, doubt);
+        }
+        is_sure =
+            make_again(lines, doubts, first, made, weights, limits) <= NUV_Doubts::most_samples;
+        for (std::size_t k = 0; Far && k < vectors * step; k += step)
+            store<Far>(out + first + k, _mm512_load_si512(near + k));
+        if (Far && first == 0)
             i -= misaligned_samples(out + i);
-        std::uint32_t doubt = ~std::uint32_t{0};
-        __m512i line = _mm512_setzero_si512();
-        if (doubtful <= patience + i / (4 * step)) {
-            line = combine_words<CountsSign>(
-                {load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
-                 load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i)},
-                integers, integers, doubt);
-        }
-        if (std::popcount(doubt) > few) {
-            ++doubtful;
-            line = combined_by_doubles_avx512(lines, i, weights);
-            doubt = 0;
-        }
-        line = _mm512_min_epu16(line, maximum);
-        if (doubt != 0) {
-            alignas(64) std::uint16_t made[step];
-            _mm512_store_si512(made, line);
-            do {
-                const std::size_t at = take_combined_doubt(doubt);
-                combine_lines_body<std::uint16_t>(lines[0] + i + at, lines[1] + i + at,
-                                                  lines[2] + i + at, lines[3] + i + at, made + at,
-                                                  1, weights, limits);
-            } while (doubt != 0);
-            line = _mm512_load_si512(made);
-        }
-        store<Far>(out + i, line);
+    }
+    for (; i + step <= samples; i += step) {
+        const __m512i line = combined_by_doubles_avx512(lines, i, weights);
+        store<Far>(out + i, _mm512_min_epu16(line, maximum));
     }
     if (Far)
         _mm_sfence(); // for who reads on another thread

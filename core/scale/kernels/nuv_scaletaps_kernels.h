@@ -52,6 +52,8 @@ struct NUV_TapTable {
     NUV_PackedTaps packed{};
     const NUV_TapWindow<Taps>* windows = nullptr; // of doubles, beside `taps`
     std::size_t window_count = 0;
+    std::uintptr_t ahead = 0; // where memory may be asked for meanwhile, which need not be there
+    std::size_t ahead_bytes = 0;
 };
 
 // Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing
@@ -167,7 +169,7 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
 // The same of 1, 3 or 4 channels in integers, by the windows of the table, where these tell how a
 // sum rounds, and else in doubles.
 template <int Channels, class Taps>
-NUV_TARGET("avx512vbmi,avx512bw")
+NUV_TARGET("avx512vbmi,avx512bw,avx512vnni")
 void convolve_windows_avx512(const std::uint16_t* line, const NUV_TapTable<Taps>& table,
                              std::uint16_t* out, std::size_t pixels, std::size_t channels,
                              NUV_SampleLimits<std::uint16_t> limits);

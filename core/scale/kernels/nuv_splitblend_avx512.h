@@ -1,13 +1,9 @@
 #pragma once
 
+#include "core/scale/kernels/nuv_scaleavx512.h"
 #include "core/scale/kernels/nuv_splitblend.h"
-#include "framework/base/nuv_cpu.h"
 
 #if NUV_X86
-
-#    include "core/include/nuv_avx512.h"
-
-#    define NUV_AVX512 NUV_TARGET("avx512vbmi,avx512bw")
 
 namespace nuv {
 

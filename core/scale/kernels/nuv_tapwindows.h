@@ -17,9 +17,12 @@ inline constexpr std::size_t most_window_samples = 32;
 inline constexpr std::size_t most_window_reach = 64; // places on the line that they come from
 static_assert(most_window_reach * sizeof(std::uint16_t) <= packed_taps_slack_bytes);
 
+// Vectors of a window are lines of the cache.
+inline constexpr std::size_t window_alignment = 64;
+
 // By split weights of doubles: see nuv_splitblend.h. What is behind the samples is anything.
 template <>
-struct NUV_TapWindow<NUV_LinearTaps<double>> {
+struct alignas(window_alignment) NUV_TapWindow<NUV_LinearTaps<double>> {
     std::uint16_t order[most_window_samples]; // of each the place of its first tap behind `begin`
     std::uint16_t high[most_window_samples];
     std::uint16_t low[most_window_samples];
@@ -33,18 +36,18 @@ struct NUV_TapWindow<NUV_LinearTaps<double>> {
 
 // By those of nuv_splitweights.h.
 template <>
-struct NUV_TapWindow<NUV_CubicTaps<double>> {
+struct alignas(window_alignment) NUV_TapWindow<NUV_CubicTaps<double>> {
     // Pairs of weights, of taps 0 and 1 and of 2 and 3, in the order of 32-bit sums of which the
     // first half is made of each four samples in turn, and the second half of each other four.
     struct Sums {
         std::uint32_t high[2][most_window_samples / 2];
         std::uint32_t low[2][most_window_samples / 2];
-        std::uint32_t counts_sign; // a bit of each
     };
 
     std::uint16_t order[most_window_samples];
     Sums half[2];
-    std::int32_t doubtful; // the most of those whose sign alone counts
+    std::uint32_t counts_sign[2]; // a bit of each sum
+    std::int32_t doubtful;        // the most of those whose sign alone counts
     std::uint32_t begin;
     std::uint32_t samples;
     bool is_wide;
@@ -102,13 +105,14 @@ inline void set_window_sample(NUV_TapWindow<NUV_LinearTaps<double>>& window, std
 inline void set_window_sample(NUV_TapWindow<NUV_CubicTaps<double>>& window, std::uint32_t i,
                               const NUV_SplitWeights& split) noexcept
 {
-    auto& sums = window.half[i / 4 % 2];
+    const std::uint32_t half = i / 4 % 2;
+    auto& sums = window.half[half];
     const std::uint32_t sum = i / 8 * 4 + i % 4;
     for (std::size_t pair = 0; pair < 2; ++pair) {
         sums.high[pair][sum] = word_pair(split.high[2 * pair], split.high[2 * pair + 1]);
         sums.low[pair][sum] = word_pair(split.low[2 * pair], split.low[2 * pair + 1]);
     }
-    sums.counts_sign |= std::uint32_t{split.counts_sign} << sum;
+    window.counts_sign[half] |= std::uint32_t{split.counts_sign} << sum;
     if (split.counts_sign)
         window.doubtful = std::max(window.doubtful, split.doubtful);
 }

@@ -38,17 +38,18 @@ public:
         return true;
     }
 
-    // Where the source line goes.
-    [[nodiscard]] std::uint8_t* image_bytes() const noexcept
-    {
-        return reinterpret_cast<std::uint8_t*>(image_);
-    }
     // From the left pad on.
     [[nodiscard]] const T* samples() const noexcept { return memory_.data(); }
 
-    // Call it when the source line has come.
-    void fill_pads() const noexcept
+    [[nodiscard]] std::size_t image_bytes() const noexcept
     {
+        return static_cast<std::size_t>(behind_ - image_) * sizeof(T);
+    }
+
+    // Takes a source line.
+    void fill(const void* image) const noexcept
+    {
+        std::memcpy(image_, image, image_bytes());
         const std::size_t pixel_bytes = channels_ * sizeof(T);
         for (std::size_t i = 0; i < Pads; ++i) {
             std::memcpy(memory_.data() + i * channels_, image_, pixel_bytes);

@@ -30,7 +30,7 @@ bool NUV_ScaleWidthEngine::execute()
 {
     if (line_ >= header_.height())
         return false;
-    NUV_InputBlock in(*src_buffer_, work_line_);
+    NUV_InputBlock in(*src_buffer_);
     if (!in)
         return false;
     NUV_OutputBlock out(*dst_buffer_);

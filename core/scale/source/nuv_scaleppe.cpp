@@ -51,10 +51,9 @@ public:
             return fail(this->manager(), NUV_ERR_ARGUMENT, initiate_method);
 
         const std::uint32_t channels = this->channels_;
-        if (!row_.allocate(this->manager(), source_width, channels, width,
+        if (!row_.allocate(this->manager(), *header, width,
                            fits_packed_offsets(source_width, channels)))
             return false;
-        this->work_line_ = row_.image_bytes();
         NUV_StretchWalk walk;
         walk.initiate(source_width, width);
         for (auto& taps : row_.table()) {
@@ -66,9 +65,9 @@ public:
     }
 
 private:
-    void process_line(const std::uint8_t*, std::uint8_t* out) override
+    void process_line(const std::uint8_t* in, std::uint8_t* out) override
     {
-        row_.convolve(reinterpret_cast<T*>(out));
+        row_.convolve(in, reinterpret_cast<T*>(out));
     }
 
     NUV_TapRow<T, NUV_LinearTaps<ScaleWeight<R>>, 0> row_;

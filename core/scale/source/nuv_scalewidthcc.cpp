@@ -24,9 +24,9 @@ private:
     using Weight = ScaleWeight<R>;
 
     void fill_table(double a) const noexcept;
-    void process_line(const std::uint8_t*, std::uint8_t* out) override
+    void process_line(const std::uint8_t* in, std::uint8_t* out) override
     {
-        row_.convolve(reinterpret_cast<T*>(out), limits_);
+        row_.convolve(in, reinterpret_cast<T*>(out), limits_);
     }
 
     NUV_TapRow<T, NUV_CubicTaps<Weight>, 2> row_;
@@ -46,9 +46,8 @@ bool NUV_ScaleWidthCCEngine<T, R>::initiate(const NUV_Header* header, NUV_SrcBuf
         return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
     limits_ = NUV_SampleLimits<T>::of_bits(bits);
-    if (!row_.allocate(manager(), source_width_, channels_, width, has_narrow_weights(a)))
+    if (!row_.allocate(manager(), *header, width, has_narrow_weights(a)))
         return false;
-    work_line_ = row_.image_bytes();
     fill_table(a);
     return row_.finish_table(manager());
 }

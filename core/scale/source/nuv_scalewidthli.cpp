@@ -46,9 +46,8 @@ public:
         if (std::same_as<R, NUV_FixedReal> && !narrow)
             return fail(manager(), NUV_ERR_UNSUPPORTED, initiate_method);
 
-        if (!row_.allocate(manager(), source_width_, channels_, width, narrow))
+        if (!row_.allocate(manager(), *header, width, narrow))
             return false;
-        work_line_ = row_.image_bytes();
         const double ratio = scale_ratio(source_width_, width);
         double position = (ratio + 1) * 0.5; // one pixel of padding before pixel 0
         for (auto& taps : row_.table()) {
@@ -60,9 +59,9 @@ public:
     }
 
 private:
-    void process_line(const std::uint8_t*, std::uint8_t* out) override
+    void process_line(const std::uint8_t* in, std::uint8_t* out) override
     {
-        row_.convolve(reinterpret_cast<T*>(out));
+        row_.convolve(in, reinterpret_cast<T*>(out));
     }
 
     NUV_TapRow<T, NUV_LinearTaps<ScaleWeight<R>>, 1> row_;

@@ -57,7 +57,7 @@ NUV_Cpu identify() noexcept
     __cpuid_count(more_features_leaf, 0, unused, b, c, d);
     cpu.has_avx2 = has_all(states, avx_states) && has_all(b, bit_AVX2);
     cpu.has_avx512vbmi = has_all(states, avx512_states) && has_all(b, bit_AVX512F | bit_AVX512BW) &&
-                         has_all(c, bit_AVX512VBMI);
+                         has_all(c, bit_AVX512VBMI | bit_AVX512VNNI);
     cpu.has_fast_pext = has_popcnt && has_all(b, bit_BMI2) &&
                         (cpu.has_avx512vbmi || has_fast_pext(maker, signature));
     return cpu;
