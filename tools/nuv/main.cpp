@@ -1,11 +1,10 @@
 // nuv: looks at pictures and converts them.
 
+#include "tools/nuv/nuv_commandline.h"
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_help.h"
 #include "tools/nuv/nuv_output.h"
 #include "tools/nuv/nuv_text.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,7 +20,9 @@ namespace nuv_tool {
 
 namespace {
 
-std::string unknown_option(const CLI::App& command, std::string_view typed)
+constexpr std::string_view version_line = NUV_TOOL_VERSION "\n";
+
+std::string unknown_option(const Command& command, std::string_view typed)
 {
     const std::vector<std::string> names = option_names(command);
     return unknown_word("option", typed.substr(0, typed.find('=')),
@@ -30,42 +31,37 @@ std::string unknown_option(const CLI::App& command, std::string_view typed)
 
 // Of what no option and no argument takes, the first; an option that is mistyped may have its value
 // behind it.
-std::string unexpected(const CLI::App& app)
+std::string unexpected(const Command& program)
 {
-    const std::vector<std::string> rest = app.remaining(/*recurse=*/true);
+    const std::vector<std::string> rest = program.surplus();
     const auto option =
         std::ranges::find_if(rest, [](const std::string& text) { return text.starts_with("-"); });
     if (option == rest.end())
         return rest.empty() ? "the command line has too much"
                             : "unexpected argument " + quoted(rest.front());
-    const auto commands = app.get_subcommands();
     std::error_code error;
-    const std::string unknown = unknown_option(commands.empty() ? app : *commands.front(), *option);
+    const std::string unknown = unknown_option(program.typed_command().value_or(program), *option);
     return std::filesystem::exists(*option, error)
                ? unknown + "; the file of that name is ./" + *option
                : unknown;
 }
 
-std::string unknown_command(const CLI::App& app, std::string_view typed)
+std::string unknown_command(const Command& program, std::string_view typed)
 {
-    std::string unknown = unknown_word("command", typed, command_names(app));
+    std::string unknown = unknown_word("command", typed, command_names(program));
     if (unknown.ends_with('?'))
         return unknown;
     const std::string option = "--" + std::string{typed};
-    if (app.get_option_no_throw(option) != nullptr)
+    if (program.find_option(option))
         return unknown + ": did you mean " + option + "?";
     std::error_code error;
     const bool is_file = std::filesystem::exists(typed, error);
     return unknown + (is_file ? "; nuv info tells what a file is" : "; see nuv --help");
 }
 
-int print_version_or_help(const CLI::App& app, const CLI::ParseError& asked)
+int print(std::string_view text)
 {
-    const auto commands = app.get_subcommands();
-    if (asked.get_name() == "CallForVersion")
-        print_to_stdout(NUV_TOOL_VERSION "\n");
-    else
-        print_to_stdout(help_of(commands.empty() ? app : *commands.front()));
+    print_to_stdout(text);
     finish_stdout();
     return exit_done;
 }
@@ -87,66 +83,55 @@ bool hold_standard_streams() noexcept
 bool stands_alone(std::span<char* const> words)
 {
     constexpr std::string_view commands[] = {"info", "convert", "thumbnail"};
-    const std::string_view first = words.front();
-    return std::ranges::find(commands, first) != std::end(commands) ||
-           (first == "--version" && words.size() == 1);
+    return std::ranges::find(commands, std::string_view{words.front()}) != std::end(commands);
 }
 
 int run(int count, char** arguments)
 {
-    CLI::App app{"Look at pictures and convert them", "nuv"};
-    app.set_help_flag("-h,--help", "Print this help");
-    app.set_version_flag("--version", NUV_TOOL_VERSION, "Print the version");
-    app.require_subcommand(1);
     const std::span<char* const> words(arguments + 1, static_cast<std::size_t>(count - 1));
     if (words.empty())
         throw UsageError("which command? See nuv --help");
     const std::string_view first = words.front();
+    if (first == "--version" && words.size() == 1)
+        return print(version_line); // for which nothing need be set up
+    Command program("nuv", "Look at pictures and convert them", NUV_TOOL_VERSION);
     const bool is_alone = stands_alone(words);
     const auto is_wanted = [=](std::string_view command) { return first == command || !is_alone; };
     InfoRequest info;
     if (is_wanted("info"))
-        add_info(app, info);
+        add_info(program, info);
     ConvertRequest conversion;
     if (is_wanted("convert"))
-        add_convert(app, conversion);
+        add_convert(program, conversion);
     ThumbnailRequest thumbnails;
     if (is_wanted("thumbnail"))
-        add_thumbnail(app, thumbnails);
+        add_thumbnail(program, thumbnails);
     HelpRequest help;
     if (is_wanted("help"))
-        add_help(app, help);
+        add_help(program, help);
     if (first == "complete")
-        return run_complete(app, words.subspan(1));
+        return run_complete(program, words.subspan(1));
     if (first.starts_with("-")) {
-        const std::vector<std::string> options = option_names(app);
+        const std::vector<std::string> options = option_names(program);
         if (std::ranges::find(options, first) == options.end())
-            throw UsageError(unknown_option(app, first));
-    } else if (find_command(app, first) == nullptr) {
-        throw UsageError(unknown_command(app, first));
+            throw UsageError(unknown_option(program, first));
+    } else if (!find_command(program, first)) {
+        throw UsageError(unknown_command(program, first));
     }
-    try {
-        app.parse(count, arguments);
-    } catch (const CLI::ExtrasError&) {
-        throw UsageError(unexpected(app));
-    } catch (const CLI::ArgumentMismatch& error) {
-        const std::string_view text = error.what();
-        throw UsageError(std::string{text.substr(0, text.find(':'))} + " takes one value");
-    } catch (const CLI::ConversionError& error) {
-        constexpr std::string_view beginning = "Could not convert: ";
-        const std::string_view text = error.what();
-        throw UsageError(
-            "not a number that it takes: " +
-            std::string{text.substr(text.starts_with(beginning) ? beginning.size() : 0)});
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0)
-            return print_version_or_help(app, error);
-        throw UsageError(error.what());
+    switch (program.read(count, arguments)) {
+    case Typed::surplus:
+        throw UsageError(unexpected(program));
+    case Typed::help:
+        return print(help_of(program.typed_command().value_or(program)));
+    case Typed::version:
+        return print(version_line);
+    case Typed::all:
+        break;
     }
     if (first == "info")
         return run_info(info);
     if (first == "help")
-        return run_help(app, help);
+        return run_help(program, help);
     if (first == "thumbnail")
         return run_thumbnail(thumbnails);
     return run_convert(conversion);

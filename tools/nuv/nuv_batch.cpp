@@ -5,8 +5,6 @@
 #include "tools/nuv/nuv_signals.h"
 #include "tools/nuv/nuv_streams.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -179,47 +177,38 @@ private:
 };
 
 // What is written, whatever is done before.
-void add_form(CLI::App& command, WritingRequest& request)
+void add_form(Command& command, WritingRequest& request)
 {
-    command
-        .add_option("--write", request.write,
-                    "What to write; by default by the ending of the destination: " +
-                        output_endings())
-        ->option_text(output_kind_names());
-    command.add_option("--quality", request.settings.quality, "Quality of a JPEG, by default 75")
-        ->check(CLI::Range(0, 100))
-        ->option_text("0-100");
-    command
-        .add_option_function<std::string>(
-            "--sampling",
-            [&request](const std::string& name) {
-                request.settings.sampling = find_sampling(name);
-                if (!request.settings.sampling)
-                    throw UsageError("--sampling " + name + ": not one of 444, 422, 420, 411");
-            },
-            "Sampling of a JPEG, by default 422")
-        ->option_text("444|422|420|411");
+    command.add_option("--write", request.write, output_kind_names(),
+                       "What to write; by default by the ending of the destination: " +
+                           output_endings());
+    command.add_option("--quality", request.settings.quality, "0-100",
+                       "Quality of a JPEG, by default 75", {.least = 0, .most = 100});
+    command.add_option(
+        "--sampling",
+        [&request](const std::string& name) {
+            request.settings.sampling = find_sampling(name);
+            if (!request.settings.sampling)
+                throw UsageError("--sampling " + name + ": not one of 444, 422, 420, 411");
+        },
+        "444|422|420|411", "Sampling of a JPEG, by default 422");
     command.add_flag("--optimise", request.settings.optimise,
                      "Make the Huffman table of a lossless JPEG for the picture");
 }
 
 } // namespace
 
-void add_writing(CLI::App& command, WritingRequest& request)
+void add_writing(Command& command, WritingRequest& request)
 {
-    command
-        .add_option("-o,--output", request.output,
-                    "Where to write; with %s for the name of the source without its ending, %d for "
-                    "its folder, %n for its number")
-        ->option_text("PATTERN");
+    command.add_option(
+        "-o,--output", request.output, "PATTERN",
+        "Where to write; with %s for the name of the source without its ending, %d for "
+        "its folder, %n for its number");
     add_form(command, request);
-    command
-        .add_option("-j,--jobs", request.threads,
-                    "How many pictures are worked at side by side, by default 1")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("N");
-    command.add_option("--page", request.page, "Which picture of a file of several, from 0")
-        ->option_text("N");
+    command.add_option("-j,--jobs", request.threads, "N",
+                       "How many pictures are worked at side by side, by default 1",
+                       NumberRange{.least = 1, .most = 1024});
+    command.add_option("--page", request.page, "N", "Which picture of a file of several, from 0");
     command.add_flag("--strict", request.strict,
                      "Refuse damaged pictures in place of mending them");
     command.add_flag("-f,--force", request.force,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/nuv/nuv_commandline.h"
 #include "tools/nuv/nuv_conversion.h"
 #include "tools/nuv/nuv_limits.h"
 
@@ -7,10 +8,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace nuv_tool {
 
@@ -30,7 +27,7 @@ struct WritingRequest {
 };
 
 // Binds the options of all these to `command`.
-void add_writing(CLI::App& command, WritingRequest& request);
+void add_writing(Command& command, WritingRequest& request);
 
 // The limits, the page and the settings of a request. Throws UsageError.
 [[nodiscard]] Recipe recipe_of(const WritingRequest& request);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/nuv/nuv_batch.h"
+#include "tools/nuv/nuv_commandline.h"
 #include "tools/nuv/nuv_limits.h"
 #include "tools/nuv/nuv_problem.h"
 
@@ -8,10 +9,6 @@
 #include <span>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace nuv_tool {
 
@@ -36,7 +33,7 @@ struct InfoRequest {
     bool progress = false;
 };
 
-void add_info(CLI::App& app, InfoRequest& request);
+void add_info(Command& program, InfoRequest& request);
 [[nodiscard]] int run_info(const InfoRequest& request);
 
 struct ConvertRequest {
@@ -46,7 +43,7 @@ struct ConvertRequest {
     WritingRequest writing;
 };
 
-void add_convert(CLI::App& app, ConvertRequest& request);
+void add_convert(Command& program, ConvertRequest& request);
 [[nodiscard]] int run_convert(const ConvertRequest& request);
 
 struct ThumbnailRequest {
@@ -58,20 +55,20 @@ struct ThumbnailRequest {
     WritingRequest writing;
 };
 
-void add_thumbnail(CLI::App& app, ThumbnailRequest& request);
+void add_thumbnail(Command& program, ThumbnailRequest& request);
 [[nodiscard]] int run_thumbnail(const ThumbnailRequest& request);
 
 struct HelpRequest {
     std::string topic; // empty for the program
 };
 
-void add_help(CLI::App& app, HelpRequest& request);
-[[nodiscard]] int run_help(const CLI::App& app, const HelpRequest& request);
+void add_help(Command& program, HelpRequest& request);
+[[nodiscard]] int run_help(const Command& program, const HelpRequest& request);
 
 // For the completion of shells, which call it as `nuv complete WORD...`: prints what the last word,
 // which may be empty, can become behind those before it. A line each, with what it stands for
 // behind a tab; nothing where names of files are wanted.
-[[nodiscard]] int run_complete(const CLI::App& app, std::span<char* const> typed);
+[[nodiscard]] int run_complete(const Command& program, std::span<char* const> typed);
 
 // Prints `problem` to stderr, as every line of this program.
 void report(const std::string& problem);

@@ -4,8 +4,6 @@
 #include "tools/nuv/nuv_output.h"
 #include "tools/nuv/nuv_words.h"
 
-#include <CLI/CLI.hpp>
-
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,29 +33,29 @@ private:
     std::string text_;
 };
 
-void add_options(const CLI::App& command, Candidates& candidates)
+void add_options(const Command& command, Candidates& candidates)
 {
-    for (const CLI::Option* option : command.get_options())
-        for (const std::string& name : option->get_lnames())
-            candidates.add("--" + name, option->get_description());
+    for (const OptionText& option : command.options())
+        for (const std::string& name : option.names)
+            if (name.starts_with("--"))
+                candidates.add(name, option.help);
 }
 
 // The values of an option that has a few, as in "444|422|420|411"; in "N[k|M|G]" stands what they
 // are made of. False when `name` is no option with a value.
-bool add_values(const CLI::App& command, std::string_view name, Candidates& candidates)
+bool add_values(const Command& command, const std::string& name, Candidates& candidates)
 {
-    const CLI::Option* const option =
-        name.starts_with("-") ? command.get_option_no_throw(std::string{name}) : nullptr;
-    if (option == nullptr || option->get_items_expected_max() == 0)
+    const auto option = name.starts_with("-") ? command.find_option(name) : std::nullopt;
+    if (!option || !option->takes_value)
         return false;
-    std::string_view values = option->get_option_text();
+    std::string_view values = option->value;
     if (values.find('[') != std::string_view::npos)
         return true;
     while (values.find('|') != std::string_view::npos) {
         candidates.add(values.substr(0, values.find('|')));
         values.remove_prefix(values.find('|') + 1);
     }
-    if (!values.empty() && option->get_option_text().size() != values.size())
+    if (!values.empty() && option->value.size() != values.size())
         candidates.add(values);
     return true;
 }
@@ -75,16 +73,16 @@ void add_words(std::string_view typed, Candidates& candidates)
 }
 
 // Words come behind the source and the destination, or behind the source when -o names the latter.
-bool is_place_of_words(const CLI::App& command, std::span<char* const> before)
+bool is_place_of_words(const Command& command, std::span<char* const> before)
 {
     std::size_t files = 0;
     for (std::size_t i = 0; i < before.size(); ++i) {
         const std::string text = before[i];
-        const CLI::Option* const option =
-            text.starts_with("-") && text != "-" ? command.get_option_no_throw(text) : nullptr;
+        const auto option =
+            text.starts_with("-") && text != "-" ? command.find_option(text) : std::nullopt;
         if (text == "-o" || text.starts_with("--output"))
             ++files;
-        if (option != nullptr && option->get_items_expected_max() > 0)
+        if (option && option->takes_value)
             ++i; // its value
         else if (!text.starts_with("-") || text == "-")
             ++files;
@@ -92,35 +90,35 @@ bool is_place_of_words(const CLI::App& command, std::span<char* const> before)
     return files >= 2;
 }
 
-void complete_command(const CLI::App& app, const CLI::App& command, std::span<char* const> before,
+void complete_command(const Command& program, const Command& command, std::span<char* const> before,
                       std::string_view typed, Candidates& candidates)
 {
     if (!before.empty() && add_values(command, before.back(), candidates))
         return;
     if (typed.starts_with("-"))
         add_options(command, candidates);
-    else if (command.get_name() == "help")
-        for (const std::string_view topic : help_topics(app))
+    else if (command.name() == "help")
+        for (const std::string_view topic : help_topics(program))
             candidates.add(topic);
-    else if (command.get_name() == "convert" && is_place_of_words(command, before))
+    else if (command.name() == "convert" && is_place_of_words(command, before))
         add_words(typed, candidates);
 }
 
 } // namespace
 
-int run_complete(const CLI::App& app, std::span<char* const> typed)
+int run_complete(const Command& program, std::span<char* const> typed)
 {
     if (typed.empty())
         return exit_done;
     const std::string_view last = typed.back();
     Candidates candidates(last);
     if (typed.size() == 1) {
-        for (const CLI::App* command : app.get_subcommands({}))
-            candidates.add(command->get_name(), command->get_description());
+        for (const Command& command : program.commands())
+            candidates.add(command.name(), command.help());
         if (last.starts_with("-"))
-            add_options(app, candidates);
-    } else if (const CLI::App* const command = find_command(app, typed.front())) {
-        complete_command(app, *command, typed.subspan(1, typed.size() - 2), last, candidates);
+            add_options(program, candidates);
+    } else if (const auto command = find_command(program, typed.front())) {
+        complete_command(program, *command, typed.subspan(1, typed.size() - 2), last, candidates);
     }
     print_to_stdout(candidates.text());
     finish_stdout();

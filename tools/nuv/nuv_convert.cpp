@@ -3,8 +3,6 @@
 #include "tools/nuv/nuv_text.h"
 #include "tools/nuv/nuv_words.h"
 
-#include <CLI/CLI.hpp>
-
 #include <filesystem>
 #include <system_error>
 
@@ -99,29 +97,26 @@ void check_raw(const ConvertRequest& request, const std::vector<Errand>& errands
 
 } // namespace
 
-void add_convert(CLI::App& app, ConvertRequest& request)
+void add_convert(Command& program, ConvertRequest& request)
 {
-    CLI::App& command = *app.add_subcommand("convert", "Convert pictures");
-    command
-        .add_option("SRC", request.arguments,
-                    "The picture to read, and DST, the file to write; or, with -o, all pictures to "
-                    "read. WORDs tell what to do to them, in this order. - is a standard stream")
-        ->option_text("[DST] [WORD...]");
-    command
-        .add_option("--input-raw", request.input_raw,
-                    "SRC holds raw samples: lines start on bytes, samples of 16 bits are in host "
-                    "order")
-        ->option_text("WxHxCxBITS[:COLOR]");
-    command.add_flag("--planar-input", request.planar_input,
-                     "The raw samples stand plane by plane");
-    add_writing(command, request.writing);
-    command.footer(R"(Examples:
+    Command command = program.add_command("convert", "Convert pictures", R"(Examples:
   nuv convert scan.ppm scan.jpg
   nuv convert photo.jpg small.jpg auto-orient max=1600 --quality 85
   nuv convert photos/*.jpg -o '%s_gray.pgm' color=gray -j 4
   nuv convert - - --write jpeg crop=-16,-16,16x16 <photo.jpg >corner.jpg
   nuv convert samples.bin samples.jpg --input-raw 13x5x3x8:rgb
 )");
+    command.add_arguments(
+        "SRC", request.arguments, /*is_required=*/false,
+        "The picture to read, and DST, the file to write; or, with -o, all pictures to "
+        "read. WORDs tell what to do to them, in this order. - is a standard stream",
+        "[DST] [WORD...]");
+    command.add_option(
+        "--input-raw", request.input_raw, "WxHxCxBITS[:COLOR]",
+        "SRC holds raw samples: lines start on bytes, samples of 16 bits are in host order");
+    command.add_flag("--planar-input", request.planar_input,
+                     "The raw samples stand plane by plane");
+    add_writing(command, request.writing);
 }
 
 int run_convert(const ConvertRequest& request)

@@ -6,8 +6,6 @@
 #include "tools/nuv/nuv_text.h"
 #include "tools/nuv/nuv_words.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstddef>
 
@@ -65,57 +63,52 @@ std::string joined(const std::vector<std::string>& parts)
     return text;
 }
 
-std::vector<std::string> names_of(const CLI::Option& option)
+std::string usage_of(const OptionText& argument)
 {
-    std::vector<std::string> names;
-    for (const std::string& name : option.get_snames())
-        names.push_back("-" + name);
-    for (const std::string& name : option.get_lnames())
-        names.push_back("--" + name);
-    return names;
+    const std::string& name = argument.names.front();
+    if (!argument.value.empty()) // what may stand behind it
+        return name + " " + argument.value;
+    const std::string text = name + (argument.is_list ? "..." : "");
+    return argument.is_required ? text : "[" + text + "]";
 }
 
-std::string positional_usage(const CLI::Option& option)
+std::string usage_of(const Command& command)
 {
-    if (!option.get_option_text().empty()) // what may stand behind it
-        return option.get_name() + " " + option.get_option_text();
-    const bool is_list = option.get_items_expected_max() > 1;
-    const std::string text = option.get_name() + (is_list ? "..." : "");
-    return option.get_required() ? text : "[" + text + "]";
-}
-
-std::vector<const CLI::Option*> positionals_of(const CLI::App& command)
-{
-    return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
-}
-
-std::string usage_of(const CLI::App& command)
-{
-    std::string text = "nuv " + command.get_name();
+    std::string text = "nuv " + command.name();
     if (option_names(command).size() > 2) // others than -h and --help
         text.append(" [OPTION...]");
-    for (const CLI::Option* option : positionals_of(command))
-        text.append(" ").append(positional_usage(*option));
+    for (const OptionText& option : command.options()) {
+        if (option.is_argument)
+            text.append(" ").append(usage_of(option));
+    }
     return text;
 }
 
-void append_options(std::string& text, const CLI::App& command)
+void append_options(std::string& text, const Command& command)
 {
-    for (const CLI::Option* option : command.get_options()) {
-        if (!option->nonpositional())
+    for (const OptionText& option : command.options()) {
+        if (option.is_argument)
             continue;
-        std::string left = joined(names_of(*option));
-        if (!option->get_option_text().empty())
-            left.append(" ").append(option->get_option_text());
-        append_row(text, left, option->get_description());
+        std::string left = joined(option.names);
+        if (!option.value.empty())
+            left.append(" ").append(option.value);
+        append_row(text, left, option.help);
     }
 }
 
-std::string commands_help(const CLI::App& app)
+std::string commands_help(const Command& program)
 {
     std::string text = "Commands:\n";
-    for (const CLI::App* command : app.get_subcommands({}))
-        append_row(text, command->get_name(), command->get_description());
+    for (const Command& command : program.commands())
+        append_row(text, command.name(), command.help());
+    return text;
+}
+
+std::string beginning_of_help(const Command& program)
+{
+    std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + program.help() + ".\n\n" +
+                       commands_help(program) + "\nOptions:\n";
+    append_options(text, program);
     return text;
 }
 
@@ -128,17 +121,19 @@ void replace_all(std::string& text, std::string_view what, std::string_view by)
 }
 
 // Of a command, behind its usage. `of` goes behind headings, where one page has several commands.
-std::string details_of(const CLI::App& command, std::string_view of)
+std::string details_of(const Command& command, std::string_view of)
 {
-    std::string text = command.get_description() + ".\n\nArguments";
+    std::string text = command.help() + ".\n\nArguments";
     text.append(of).append(":\n");
-    for (const CLI::Option* option : positionals_of(command))
-        append_row(text, positional_usage(*option), option->get_description());
+    for (const OptionText& option : command.options()) {
+        if (option.is_argument)
+            append_row(text, usage_of(option), option.help);
+    }
     text.append("\nOptions").append(of).append(":\n");
     append_options(text, command);
-    if (command.get_name() == "convert" && of.empty())
+    if (command.name() == "convert" && of.empty())
         text.append("\nWords:\n").append(words_help());
-    std::string footer = command.get_footer();
+    std::string footer = command.footer();
     if (!of.empty())
         replace_all(footer, "Examples:\n", std::string{"Examples"}.append(of).append(":\n\n"));
     return footer.empty() ? text : text.append("\n").append(footer);
@@ -163,15 +158,13 @@ std::string word_help(const Word& word)
 
 // In the form of which help2man makes a manual page: sections between asterisks, examples behind a
 // dollar sign.
-std::string all_help(const CLI::App& app)
+std::string all_help(const Command& program)
 {
-    std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
-                       commands_help(app) + "\nOptions:\n";
-    append_options(text, app);
-    for (const CLI::App* command : app.get_subcommands({})) {
-        const std::string name = "nuv " + command->get_name();
-        text.append("\n*").append(name).append("*\n\n").append(usage_of(*command)).append("\n\n");
-        text.append(details_of(*command, " of " + name));
+    std::string text = beginning_of_help(program);
+    for (const Command& command : program.commands()) {
+        const std::string name = "nuv " + command.name();
+        text.append("\n*").append(name).append("*\n\n").append(usage_of(command)).append("\n\n");
+        text.append(details_of(command, " of " + name));
     }
     text.append("\n*words*\n\n");
     for (const Word& word : words()) {
@@ -188,54 +181,51 @@ std::string all_help(const CLI::App& app)
 
 } // namespace
 
-void add_help(CLI::App& app, HelpRequest& request)
+void add_help(Command& program, HelpRequest& request)
 {
-    CLI::App& command = *app.add_subcommand("help", "Tell about a command or a word");
-    command.add_option(
-        "TOPIC", request.topic,
-        "A command, a word of 'nuv convert' (convert= for the one of that name), or all, "
-        "colors or size");
-    command.footer(R"(Examples:
+    Command command = program.add_command("help", "Tell about a command or a word", R"(Examples:
   nuv help
   nuv help convert
   nuv help rotate
   nuv help colors
   nuv help all
 )");
+    command.add_argument(
+        "TOPIC", request.topic,
+        "A command, a word of 'nuv convert' (convert= for the one of that name), or all, "
+        "colors or size");
 }
 
-int run_help(const CLI::App& app, const HelpRequest& request)
+int run_help(const Command& program, const HelpRequest& request)
 {
-    print_to_stdout(request.topic.empty() ? help_of(app) : help_on(app, request.topic));
+    print_to_stdout(request.topic.empty() ? help_of(program) : help_on(program, request.topic));
     finish_stdout();
     return exit_done;
 }
 
-std::string help_of(const CLI::App& app)
+std::string help_of(const Command& command)
 {
-    if (app.get_parent() != nullptr)
-        return "Usage: " + usage_of(app) + "\n\n" + details_of(app, {});
-    std::string text = "Usage: nuv COMMAND [ARGUMENT...]\n\n" + app.get_description() + ".\n\n" +
-                       commands_help(app) + "\nOptions:\n";
-    append_options(text, app);
+    if (!command.is_program())
+        return "Usage: " + usage_of(command) + "\n\n" + details_of(command, {});
+    std::string text = beginning_of_help(command);
     text.append("\nWords of nuv convert:\n").append(words_help());
     return text.append("\n").append(statuses).append("\n").append(examples);
 }
 
-std::vector<std::string_view> help_topics(const CLI::App& app)
+std::vector<std::string_view> help_topics(const Command& program)
 {
-    std::vector<std::string_view> topics = command_names(app);
+    std::vector<std::string_view> topics = command_names(program);
     topics.insert(topics.end(), {all_topic, colors_topic, size_topic});
     topics.insert(topics.end(), word_names().begin(), word_names().end());
     return topics;
 }
 
-std::string help_on(const CLI::App& app, std::string_view topic)
+std::string help_on(const Command& program, std::string_view topic)
 {
-    if (const CLI::App* const command = find_command(app, topic))
+    if (const auto command = find_command(program, topic))
         return help_of(*command);
     if (topic == all_topic)
-        return all_help(app);
+        return all_help(program);
     if (topic == colors_topic)
         return colors_help();
     if (topic == size_topic)
@@ -243,32 +233,31 @@ std::string help_on(const CLI::App& app, std::string_view topic)
     const Word* const word = find_word(topic.substr(0, topic.find('=')));
     if (word != nullptr)
         return word_help(*word);
-    const std::string unknown = unknown_word("topic", topic, help_topics(app));
+    const std::string unknown = unknown_word("topic", topic, help_topics(program));
     throw UsageError(unknown + (unknown.ends_with('?') ? "" : "; see nuv help"));
 }
 
-const CLI::App* find_command(const CLI::App& app, std::string_view name)
+std::optional<Command> find_command(const Command& program, std::string_view name)
 {
-    const auto commands = app.get_subcommands({});
-    const auto command = std::ranges::find_if(
-        commands, [name](const CLI::App* each) { return each->get_name() == name; });
-    return command != commands.end() ? *command : nullptr;
+    const auto commands = program.commands();
+    const auto command = std::ranges::find(commands, name, &Command::name);
+    return command != commands.end() ? std::optional(*command) : std::nullopt;
 }
 
-std::vector<std::string_view> command_names(const CLI::App& app)
+std::vector<std::string_view> command_names(const Command& program)
 {
     std::vector<std::string_view> names;
-    for (const CLI::App* command : app.get_subcommands({}))
-        names.emplace_back(command->get_name());
+    for (const Command& command : program.commands())
+        names.emplace_back(command.name());
     return names;
 }
 
-std::vector<std::string> option_names(const CLI::App& command)
+std::vector<std::string> option_names(const Command& command)
 {
     std::vector<std::string> names;
-    for (const CLI::Option* option : command.get_options()) {
-        const auto more = names_of(*option);
-        names.insert(names.end(), more.begin(), more.end());
+    for (const OptionText& option : command.options()) {
+        if (!option.is_argument)
+            names.insert(names.end(), option.names.begin(), option.names.end());
     }
     return names;
 }

@@ -3,8 +3,6 @@
 #include "tools/nuv/nuv_inspection.h"
 #include "tools/nuv/nuv_output.h"
 
-#include <CLI/CLI.hpp>
-
 namespace nuv_tool {
 
 namespace {
@@ -22,19 +20,10 @@ bool has_failed(const Inspection& told, bool is_to_be_verified)
 
 } // namespace
 
-void add_info(CLI::App& app, InfoRequest& request)
+void add_info(Command& program, InfoRequest& request)
 {
-    CLI::App& command = *app.add_subcommand("info", "Tell what pictures are, in a line for each");
-    command.add_option("FILE", request.paths, "The pictures; - is the standard input")->required();
-    command.add_flag("--json", request.json,
-                     "One object of JSON a picture, each on a line of its own");
-    command.add_flag("--verify", request.verify, "Decode the pictures, to find damage");
-    command.add_option("--page", request.page, "Which picture of a file of several, from 0")
-        ->option_text("N");
-    add_limits(command, request.limits);
-    command.add_flag("-q,--quiet", request.quiet, "Tell nothing on standard error but failures");
-    command.add_flag("--progress", request.progress, "Tell at once how far the work is");
-    command.footer(
+    Command command = program.add_command(
+        "info", "Tell what pictures are, in a line for each",
         R"(A line has the name, width x height in pixels, channels x bits of a sample, colour,
 and the kind of the file with how it is stored.
 
@@ -48,6 +37,15 @@ Examples:
   nuv info --page 1 pages.tif
   nuv info - <photo.jpg
 )");
+    command.add_arguments("FILE", request.paths, /*is_required=*/true,
+                          "The pictures; - is the standard input");
+    command.add_flag("--json", request.json,
+                     "One object of JSON a picture, each on a line of its own");
+    command.add_flag("--verify", request.verify, "Decode the pictures, to find damage");
+    command.add_option("--page", request.page, "N", "Which picture of a file of several, from 0");
+    add_limits(command, request.limits);
+    command.add_flag("-q,--quiet", request.quiet, "Tell nothing on standard error but failures");
+    command.add_flag("--progress", request.progress, "Tell at once how far the work is");
 }
 
 int run_info(const InfoRequest& request)

@@ -3,8 +3,6 @@
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_numbers.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cmath>
 #include <limits>
 #include <string_view>
@@ -47,28 +45,22 @@ std::string_view option_of(std::int32_t limit)
 
 } // namespace
 
-void add_limits(CLI::App& command, LimitsRequest& request)
+void add_limits(Command& command, LimitsRequest& request)
 {
-    command
-        .add_option("--max-pixels", request.max_pixels,
-                    "The most pixels of a picture, by default 268435456; 0 for no limit")
-        ->option_text("N[k|M|G]");
-    command
-        .add_option("--max-memory", request.max_memory,
-                    "The most bytes of memory for a picture, by default 1G; 0 for no limit")
-        ->option_text("N[k|M|G]");
-    command
-        .add_option_function<std::string>(
-            "--timeout",
-            [&request](const std::string& text) {
-                request.timeout_seconds = number_of<double>(text);
-                if (!request.timeout_seconds || !std::isfinite(*request.timeout_seconds) ||
-                    *request.timeout_seconds <= 0)
-                    throw UsageError("--timeout takes a number of seconds above 0, not " +
-                                     quoted(text));
-            },
-            "The longest time for a picture")
-        ->option_text("SECONDS");
+    command.add_option("--max-pixels", request.max_pixels, "N[k|M|G]",
+                       "The most pixels of a picture, by default 268435456; 0 for no limit");
+    command.add_option("--max-memory", request.max_memory, "N[k|M|G]",
+                       "The most bytes of memory for a picture, by default 1G; 0 for no limit");
+    command.add_option(
+        "--timeout",
+        [&request](const std::string& text) {
+            request.timeout_seconds = number_of<double>(text);
+            if (!request.timeout_seconds || !std::isfinite(*request.timeout_seconds) ||
+                *request.timeout_seconds <= 0)
+                throw UsageError("--timeout takes a number of seconds above 0, not " +
+                                 quoted(text));
+        },
+        "SECONDS", "The longest time for a picture");
 }
 
 nuv_limits limits_of(const LimitsRequest& request)

@@ -1,14 +1,12 @@
 #pragma once
 
+#include "tools/nuv/nuv_commandline.h"
+
 #include <nuv/nuv.h>
 
 #include <cstdint>
 #include <optional>
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace nuv_tool {
 
@@ -20,7 +18,7 @@ struct LimitsRequest {
     std::optional<double> timeout_seconds;
 };
 
-void add_limits(CLI::App& command, LimitsRequest& request);
+void add_limits(Command& command, LimitsRequest& request);
 
 // Throws UsageError for what is no number.
 [[nodiscard]] nuv_limits limits_of(const LimitsRequest& request);

@@ -1,8 +1,6 @@
 #include "tools/nuv/nuv_commands.h"
 #include "tools/nuv/nuv_sizes.h"
 
-#include <CLI/CLI.hpp>
-
 #include <utility>
 
 namespace nuv_tool {
@@ -27,23 +25,10 @@ Problem shrink(nuv_job* job, Extent box, unsigned flags)
 
 } // namespace
 
-void add_thumbnail(CLI::App& app, ThumbnailRequest& request)
+void add_thumbnail(Command& program, ThumbnailRequest& request)
 {
-    CLI::App& command = *app.add_subcommand("thumbnail", "Make small pictures of pictures");
-    command.add_option("FILE", request.sources, "The pictures; - is the standard input")
-        ->required();
-    command.add_option("-s,--size", request.size, "The box to fit into, by default 256; see below")
-        ->option_text("SIZE");
-    command.add_flag("--fill", request.fill,
-                     "Cover the box, and cut off what stands over on both sides");
-    command.add_flag("--enlarge", request.enlarge,
-                     "Enlarge pictures that are smaller than the box");
-    command.add_flag(
-        "--fast", request.fast,
-        "Decode a JPEG at 1/2, 1/4 or 1/8 of its size where that is enough; the result "
-        "is another one");
-    add_writing(command, request.writing);
-    command.footer(
+    Command command = program.add_command(
+        "thumbnail", "Make small pictures of pictures",
         R"(SIZE is 256 for a box of 256 x 256 pixels, or 320x240. A picture keeps its proportions:
 of 4000x3000 pixels -s 256 makes 256x192, and with --fill 256x256, of which the picture
 covers all. One that fits into the box already keeps its size, but for --enlarge.
@@ -57,6 +42,19 @@ Examples:
   nuv thumbnail icon.png -s 64 --enlarge -o icon64.ppm
   nuv thumbnail - -s 100 -o - --write jpeg <photo.jpg >small.jpg
 )");
+    command.add_arguments("FILE", request.sources, /*is_required=*/true,
+                          "The pictures; - is the standard input");
+    command.add_option("-s,--size", request.size, "SIZE",
+                       "The box to fit into, by default 256; see below");
+    command.add_flag("--fill", request.fill,
+                     "Cover the box, and cut off what stands over on both sides");
+    command.add_flag("--enlarge", request.enlarge,
+                     "Enlarge pictures that are smaller than the box");
+    command.add_flag(
+        "--fast", request.fast,
+        "Decode a JPEG at 1/2, 1/4 or 1/8 of its size where that is enough; the result "
+        "is another one");
+    add_writing(command, request.writing);
 }
 
 int run_thumbnail(const ThumbnailRequest& request)
