@@ -38,54 +38,23 @@ NUV_JPEGResult lossless_decode_rows(const std::uint8_t* input, std::int32_t size
     return result;
 }
 
-// Sums and differences are formed in 32 bits and kept modulo 65536.
-NUV_JPEGResult lossless_first_row(const std::uint16_t* differences, std::uint16_t* output,
-                                  std::int32_t columns, std::int32_t precision,
-                                  std::int32_t point_transform)
-{
-    std::uint16_t left = 0;
-    NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (is_good(checked))
-        checked = find_middle(precision, point_transform, left);
-    if (!is_good(checked))
-        return checked;
-
-    for (std::int32_t i = 0; i < columns; ++i) {
-        left = static_cast<std::uint16_t>(left + differences[i]);
-        output[i] = left;
+struct Sums {
+    template <int Predictor>
+    static void row(const std::uint16_t* differences, const std::uint16_t* previous,
+                    std::uint16_t* output, std::int32_t columns)
+    {
+        sum_up_from<Predictor>(1, differences, previous, output, columns);
     }
-    return NUV_JPEGResult::good;
-}
+};
 
-NUV_JPEGResult lossless_other_rows(const std::uint16_t* differences, const std::uint16_t* previous,
-                                   std::uint16_t* output, std::int32_t columns,
-                                   std::int32_t predictor)
-{
-    if (previous == nullptr)
-        return NUV_JPEGResult::null_pointer;
-    const NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (!is_good(checked))
-        return checked;
-
-    return with_predictor(predictor, [=]<int Predictor>() {
-        auto left = static_cast<std::uint16_t>(differences[0] + previous[0]);
-        output[0] = left;
-        for (std::int32_t i = 1; i < columns; ++i) {
-            const std::int32_t prediction = predict<Predictor>(left, previous[i], previous[i - 1]);
-            left = static_cast<std::uint16_t>(differences[i] + prediction);
-            output[i] = left;
-        }
-    });
-}
-
+// Differences are formed in 32 bits and kept modulo 65536.
 NUV_JPEGResult lossless_diff_first_row(const std::uint16_t* samples, std::uint16_t* differences,
                                        std::int32_t columns, std::int32_t precision,
                                        std::int32_t point_transform)
 {
     std::uint16_t middle = 0;
-    NUV_JPEGResult checked = check_row(samples, differences, columns);
-    if (is_good(checked))
-        checked = find_middle(precision, point_transform, middle);
+    const NUV_JPEGResult checked =
+        check_first_row(samples, differences, columns, precision, point_transform, middle);
     if (!is_good(checked))
         return checked;
 
@@ -120,8 +89,8 @@ NUV_JPEGResult lossless_diff_other_rows(const std::uint16_t* samples, const std:
 void set_portable_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
     primitives.lossless_decode_rows = lossless_decode_rows;
-    primitives.lossless_first_row = lossless_first_row;
-    primitives.lossless_other_rows = lossless_other_rows;
+    primitives.lossless_first_row = lossless_first_row<Sums>;
+    primitives.lossless_other_rows = lossless_other_rows<Sums>;
     primitives.lossless_diff_first_row = lossless_diff_first_row;
     primitives.lossless_diff_other_rows = lossless_diff_other_rows;
 }

@@ -38,7 +38,7 @@ inline __m128i
 // output[i] = differences[i] + step + output[i - 1] for i from 1; output[0] stands.
 template <int Predictor>
 NUV_TARGET("sse2")
-void sum_up_row(const std::uint16_t* differences, [[maybe_unused]] const std::uint16_t* previous,
+void sum_up_row(const std::uint16_t* differences, const std::uint16_t* previous,
                 std::uint16_t* output, std::int32_t columns)
 {
     std::int32_t i = 1;
@@ -54,67 +54,28 @@ void sum_up_row(const std::uint16_t* differences, [[maybe_unused]] const std::ui
         // The last of the eight everywhere.
         left = _mm_shuffle_epi32(_mm_shufflehi_epi16(sums, 0xFF), 0xFF);
     }
-    for (; i < columns; ++i) {
-        std::int32_t prediction = output[i - 1];
-        if constexpr (Predictor != 1)
-            prediction = predict<Predictor>(prediction, previous[i], previous[i - 1]);
-        output[i] = static_cast<std::uint16_t>(differences[i] + prediction);
-    }
+    sum_up_from<Predictor>(i, differences, previous, output, columns);
 }
 
-NUV_JPEGResult lossless_first_row_sse2(const std::uint16_t* differences, std::uint16_t* output,
-                                       std::int32_t columns, std::int32_t precision,
-                                       std::int32_t point_transform)
-{
-    std::uint16_t middle = 0;
-    NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (is_good(checked))
-        checked = find_middle(precision, point_transform, middle);
-    if (!is_good(checked))
-        return checked;
-
-    output[0] = static_cast<std::uint16_t>(differences[0] + middle);
-    sum_up_row<1>(differences, nullptr, output, columns);
-    return NUV_JPEGResult::good;
-}
-
-// The loops of the other predictors, which either need no form of their own or cannot have one.
-template <int Predictor>
-void add_predictions(const std::uint16_t* differences, const std::uint16_t* previous,
-                     std::uint16_t* output, std::int32_t columns)
-{
-    for (std::int32_t i = 1; i < columns; ++i) {
-        const std::int32_t prediction =
-            predict<Predictor>(output[i - 1], previous[i], previous[i - 1]);
-        output[i] = static_cast<std::uint16_t>(differences[i] + prediction);
-    }
-}
-
-NUV_JPEGResult lossless_other_rows_sse2(const std::uint16_t* differences,
-                                        const std::uint16_t* previous, std::uint16_t* output,
-                                        std::int32_t columns, std::int32_t predictor)
-{
-    if (previous == nullptr)
-        return NUV_JPEGResult::null_pointer;
-    const NUV_JPEGResult checked = check_row(differences, output, columns);
-    if (!is_good(checked))
-        return checked;
-
-    return with_predictor(predictor, [=]<int Predictor>() {
-        output[0] = static_cast<std::uint16_t>(differences[0] + previous[0]);
+// The other predictors either need no form of their own or cannot have one.
+struct Sums {
+    template <int Predictor>
+    static void row(const std::uint16_t* differences, const std::uint16_t* previous,
+                    std::uint16_t* output, std::int32_t columns)
+    {
         if constexpr (Predictor == 1 || Predictor == 4 || Predictor == 5)
             sum_up_row<Predictor>(differences, previous, output, columns);
         else
-            add_predictions<Predictor>(differences, previous, output, columns);
-    });
-}
+            sum_up_from<Predictor>(1, differences, previous, output, columns);
+    }
+};
 
 } // namespace
 
 void set_sse2_lossless_forms(NUV_JPEGPrimitives& primitives) noexcept
 {
-    primitives.lossless_first_row = lossless_first_row_sse2;
-    primitives.lossless_other_rows = lossless_other_rows_sse2;
+    primitives.lossless_first_row = lossless_first_row<Sums>;
+    primitives.lossless_other_rows = lossless_other_rows<Sums>;
 }
 
 } // namespace nuv
