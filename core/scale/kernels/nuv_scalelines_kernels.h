@@ -117,8 +117,6 @@ void combine_lines_real_portable(const T* const lines[4], T* out, std::size_t sa
 void blend_lines_avx2(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* out,
                       std::size_t samples, std::int32_t weight);
 void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
-                      std::size_t samples, double weight);
-void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                       std::size_t samples, std::int32_t weight);
 // Fixed-point weights must fit 16 bits.
 void combine_lines_avx2(const std::uint8_t* const lines[4], std::uint8_t* out, std::size_t samples,
@@ -127,10 +125,16 @@ void combine_lines_avx2(const std::uint8_t* const lines[4], std::uint8_t* out, s
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<std::int32_t>& weights,
                         NUV_SampleLimits<std::uint16_t> limits);
+// Far: what is written goes past the caches.
+template <bool Far>
+NUV_TARGET("avx2")
+void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
+                      std::size_t samples, double weight);
+template <bool Far>
+NUV_TARGET("avx2")
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<double>& weights,
                         NUV_SampleLimits<std::uint16_t> limits);
-// Far: what is written goes past the caches.
 template <bool Far>
 NUV_TARGET("avx512vbmi,avx512bw,avx512vnni")
 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
@@ -150,11 +154,12 @@ template <IntegerSample T, class Weight>
 #if NUV_X86
     constexpr bool is_fixed_byte =
         std::is_same_v<T, std::uint8_t> && !std::is_same_v<Weight, double>;
-    if constexpr (is_fixed_byte || std::is_same_v<T, std::uint16_t>) {
-        if constexpr (std::is_same_v<Weight, double>) {
-            if (cpu.has_avx512vbmi)
-                return blend_lines_avx512<false>;
-        }
+    if constexpr (std::is_same_v<T, std::uint16_t> && std::is_same_v<Weight, double>) {
+        if (cpu.has_avx512vbmi)
+            return blend_lines_avx512<false>;
+        if (cpu.has_avx2)
+            return blend_lines_avx2<false>;
+    } else if constexpr (is_fixed_byte || std::is_same_v<T, std::uint16_t>) {
         if (cpu.has_avx2)
             return blend_lines_avx2;
     }
@@ -164,24 +169,18 @@ template <IntegerSample T, class Weight>
 
 // What takes the place of a form where nobody looks at the output before it has left the caches.
 // What is stored the usual way is read first.
-template <IntegerSample T, class Weight>
-[[nodiscard]] BlendLines<T, Weight> far_form(BlendLines<T, Weight> form) noexcept
+template <class Form>
+[[nodiscard]] Form far_form(Form form) noexcept
 {
 #if NUV_X86
-    if constexpr (std::is_same_v<T, std::uint16_t> && std::is_same_v<Weight, double>) {
-        if (form == blend_lines_avx512<false>)
-            return blend_lines_avx512<true>;
-    }
-#endif
-    return form;
-}
-template <IntegerSample T, class Weight>
-[[nodiscard]] CombineLines<T, Weight> far_form(CombineLines<T, Weight> form) noexcept
-{
-#if NUV_X86
-    if constexpr (std::is_same_v<T, std::uint16_t> && std::is_same_v<Weight, double>) {
-        if (form == combine_lines_avx512<false>)
-            return combine_lines_avx512<true>;
+    if constexpr (std::is_same_v<Form, BlendLines<std::uint16_t, double>>) {
+        return form == blend_lines_avx512<false> ? blend_lines_avx512<true>
+               : form == blend_lines_avx2<false> ? blend_lines_avx2<true>
+                                                 : form;
+    } else if constexpr (std::is_same_v<Form, CombineLines<std::uint16_t, double>>) {
+        return form == combine_lines_avx512<false> ? combine_lines_avx512<true>
+               : form == combine_lines_avx2<false> ? combine_lines_avx2<true>
+                                                   : form;
     }
 #endif
     return form;
@@ -199,7 +198,7 @@ template <IntegerSample T, class Weight>
             if (cpu.has_avx512vbmi)
                 return combine_lines_avx512<false>;
             if (cpu.has_avx2)
-                return combine_lines_avx2;
+                return combine_lines_avx2<false>;
         }
 #endif
         return combine_lines_real_portable<T>;

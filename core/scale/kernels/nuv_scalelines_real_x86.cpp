@@ -275,16 +275,26 @@ NUV_AVX512 inline void store(std::uint16_t* to, __m512i samples) noexcept
     else
         _mm512_storeu_si512(to, samples);
 }
+template <bool Far>
+NUV_TARGET("avx2")
+inline void store(std::uint16_t* to, __m256i samples) noexcept
+{
+    if (Far && reinterpret_cast<std::uintptr_t>(to) % sizeof(samples) == 0)
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(to), samples);
+    else
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), samples);
+}
 
 // By how many of them the second vector begins sooner, so that it and those behind it are whole
-// lines of the cache.
-[[nodiscard]] inline std::size_t misaligned_samples(const std::uint16_t* to) noexcept
+// lines of the cache, or halves.
+template <class Vector>
+[[nodiscard]] std::size_t misaligned_samples(const std::uint16_t* to) noexcept
 {
-    return reinterpret_cast<std::uintptr_t>(to) % sizeof(__m512i) / sizeof(*to);
+    return reinterpret_cast<std::uintptr_t>(to) % sizeof(Vector) / sizeof(*to);
 }
 
 // The samples of whole vectors, of which there are so many.
-template <bool CountsSign>
+template <bool Far, bool CountsSign>
 NUV_TARGET("avx2")
 std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_t* const lines[4],
                                std::uint16_t* out, std::size_t samples,
@@ -297,6 +307,8 @@ std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_
     std::size_t doubtful = 0;
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
+        if (Far && i == step)
+            i -= misaligned_samples<__m256i>(out + i);
         bool doubt = doubtful > patience + i / (4 * step);
         __m256i line = _mm256_setzero_si256();
         if (!doubt) {
@@ -305,8 +317,10 @@ std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_
         }
         if (doubt)
             line = combined_by_doubles(lines, i, weights);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_min_epu16(line, maximum));
+        store<Far>(out + i, _mm256_min_epu16(line, maximum));
     }
+    if (Far)
+        _mm_sfence(); // for who reads on another thread
     return i;
 }
 
@@ -377,19 +391,20 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
         for (std::size_t k = 0; Far && k < vectors * step; k += step)
             store<Far>(out + first + k, _mm512_load_si512(near + k));
         if (Far && first == 0)
-            i -= misaligned_samples(out + i);
+            i -= misaligned_samples<__m512i>(out + i);
     }
     for (; i + step <= samples; i += step) {
         const __m512i line = combined_by_doubles_avx512(lines, i, weights);
         store<Far>(out + i, _mm512_min_epu16(line, maximum));
     }
     if (Far)
-        _mm_sfence(); // for who reads on another thread
+        _mm_sfence();
     return i;
 }
 
 } // namespace
 
+template <bool Far>
 NUV_TARGET("avx2")
 void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t* out,
                       std::size_t samples, double weight)
@@ -401,15 +416,20 @@ void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, st
     std::size_t doubtful = split.fits ? 0 : samples;
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
+        if (Far && i == step)
+            i -= misaligned_samples<__m256i>(out + i);
         bool doubt = doubtful > patience + i / (4 * step);
         if (!doubt) {
             const __m256i line = integers.sixteen(upper + i, lower + i, doubt);
             doubtful += doubt ? 1 : 0;
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), line);
+            if (!doubt)
+                store<Far>(out + i, line);
         }
         if (doubt)
             doubles.sixteen(upper + i, lower + i, out + i);
     }
+    if (Far)
+        _mm_sfence();
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
 
@@ -425,7 +445,7 @@ NUV_AVX512 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
         if (Far && i == step)
-            i -= misaligned_samples(out + i);
+            i -= misaligned_samples<__m512i>(out + i);
         std::uint32_t doubt = 1;
         if (doubtful <= patience + i / (4 * step)) {
             const __m512i line = blend_words(_mm512_loadu_si512(upper + i),
@@ -442,11 +462,16 @@ NUV_AVX512 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16
         _mm_sfence();
     blend_lines_portable(upper + i, lower + i, out + i, samples - i, weight);
 }
+template void blend_lines_avx2<false>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
+                                      std::size_t, double);
+template void blend_lines_avx2<true>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
+                                     std::size_t, double);
 template void blend_lines_avx512<false>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
                                         std::size_t, double);
 template void blend_lines_avx512<true>(const std::uint16_t*, const std::uint16_t*, std::uint16_t*,
                                        std::size_t, double);
 
+template <bool Far>
 NUV_TARGET("avx2")
 void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
                         std::size_t samples, const NUV_CubicWeights<double>& weights,
@@ -456,8 +481,8 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
     const std::size_t i =
         !split.fits ? 0
         : split.counts_sign
-            ? combine_split_avx2<true>(split, lines, out, samples, weights, limits)
-            : combine_split_avx2<false>(split, lines, out, samples, weights, limits);
+            ? combine_split_avx2<Far, true>(split, lines, out, samples, weights, limits)
+            : combine_split_avx2<Far, false>(split, lines, out, samples, weights, limits);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }
@@ -477,6 +502,12 @@ NUV_AVX512 void combine_lines_avx512(const std::uint16_t* const lines[4], std::u
                                       out + i, samples - i, weights, limits);
 }
 
+template void combine_lines_avx2<false>(const std::uint16_t* const[4], std::uint16_t*, std::size_t,
+                                        const NUV_CubicWeights<double>&,
+                                        NUV_SampleLimits<std::uint16_t>);
+template void combine_lines_avx2<true>(const std::uint16_t* const[4], std::uint16_t*, std::size_t,
+                                       const NUV_CubicWeights<double>&,
+                                       NUV_SampleLimits<std::uint16_t>);
 template void combine_lines_avx512<false>(const std::uint16_t* const[4], std::uint16_t*,
                                           std::size_t, const NUV_CubicWeights<double>&,
                                           NUV_SampleLimits<std::uint16_t>);

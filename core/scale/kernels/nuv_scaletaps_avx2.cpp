@@ -3,6 +3,7 @@
 
 #if NUV_X86
 
+#    include <algorithm>
 #    include <cstring>
 #    include <immintrin.h>
 
@@ -232,12 +233,18 @@ void convolve_real_avx2(const std::uint16_t* line, const NUV_TapTable<Taps>& tab
     const Taps* const taps = table.taps;
     const __m256d half = _mm256_set1_pd(0.5);
     const __m256d most = _mm256_set1_pd(limits.maximum);
-    for (std::size_t k = 0; k + 1 < pixels; ++k) {
-        __m256d sum = _mm256_add_pd(weigh<Channels>(line + taps[k].offset, taps[k]), half);
-        sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), most);
-        const __m128i numbers = _mm256_cvttpd_epi32(sum);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k * Channels),
-                         _mm_packus_epi32(numbers, numbers));
+    constexpr std::size_t part = 16;
+    NUV_LineAhead ahead = table.ahead;
+    const std::size_t share = ahead.share(pixels / part + 1);
+    for (std::size_t k = 0; k + 1 < pixels;) {
+        ahead.ask(share);
+        for (const std::size_t end = std::min(k + part, pixels - 1); k < end; ++k) {
+            __m256d sum = _mm256_add_pd(weigh<Channels>(line + taps[k].offset, taps[k]), half);
+            sum = _mm256_min_pd(_mm256_max_pd(sum, _mm256_setzero_pd()), most);
+            const __m128i numbers = _mm256_cvttpd_epi32(sum);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + k * Channels),
+                             _mm_packus_epi32(numbers, numbers));
+        }
     }
     if (pixels != 0) {
         const std::size_t last = pixels - 1;

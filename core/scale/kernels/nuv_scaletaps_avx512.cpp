@@ -123,17 +123,6 @@ void make_rest(const std::uint16_t* line, const Taps* taps, std::size_t first, s
                                            Channels, limits);
 }
 
-// Asks for memory that the next row will read, as far as the second cache.
-void ask_for(std::uintptr_t address, std::size_t bytes) noexcept
-{
-    constexpr std::size_t piece = 64;
-    constexpr int second_cache = 2;
-    for (std::size_t i = 0; i < bytes; i += piece) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address that need not be in any object
-        __builtin_prefetch(reinterpret_cast<const void*>(address + i), 0, second_cache);
-    }
-}
-
 } // namespace
 
 // A whole store writes over what the next window makes.
@@ -145,18 +134,15 @@ NUV_AVX512 void convolve_windows_avx512(const std::uint16_t* line, const NUV_Tap
     const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
     const NUV_TapWindow<Taps>* window = table.windows;
     const NUV_TapWindow<Taps>* const end = window + table.window_count;
-    // Each window asks for a part of what is ahead.
-    const std::size_t share =
-        table.ahead_bytes != 0 ? table.ahead_bytes / table.window_count + 1 : 0;
-    std::uintptr_t ahead = table.ahead;
+    NUV_LineAhead ahead = table.ahead;
+    const std::size_t share = ahead.share(table.window_count);
     std::size_t begin = 0;
     while (window != end) {
         NUV_Doubts doubts;
         const auto left = static_cast<std::size_t>(end - window);
         const NUV_TapWindow<Taps>* const stop = window + std::min(left, NUV_Doubts::most_vectors);
         for (; window != stop; ++window) {
-            ask_for(ahead, share);
-            ahead += share;
+            ahead.ask(share);
             std::uint32_t doubt = 0;
             const __m512i samples =
                 _mm512_min_epu16(make_samples<Channels>(line, *window, doubt), maximum);

@@ -45,6 +45,30 @@ inline constexpr std::size_t packed_taps_slack_bytes = 128;
 template <class Taps>
 struct NUV_TapWindow {};
 
+// The line that a row is probably made of next, whose memory a loop may ask for in parts meanwhile.
+// It need not be there.
+struct NUV_LineAhead {
+    std::uintptr_t address = 0;
+    std::size_t bytes = 0;
+
+    // How many bytes are to be asked for in each of so many parts.
+    [[nodiscard]] std::size_t share(std::size_t parts) const noexcept
+    {
+        return bytes != 0 ? bytes / parts + 1 : 0;
+    }
+    // Asks for the next part, as far as the second cache.
+    void ask(std::size_t part) noexcept
+    {
+        constexpr std::size_t piece = 64;
+        constexpr int second_cache = 2;
+        for (std::size_t i = 0; i < part; i += piece) {
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): an address that need not be in any object
+            __builtin_prefetch(reinterpret_cast<const void*>(address + i), 0, second_cache);
+        }
+        address += part;
+    }
+};
+
 // A table in the layout that the form at hand reads; see NUV_ConvolveForm.
 template <class Taps>
 struct NUV_TapTable {
@@ -52,8 +76,7 @@ struct NUV_TapTable {
     NUV_PackedTaps packed{};
     const NUV_TapWindow<Taps>* windows = nullptr; // of doubles, beside `taps`
     std::size_t window_count = 0;
-    std::uintptr_t ahead = 0; // where memory may be asked for meanwhile, which need not be there
-    std::size_t ahead_bytes = 0;
+    NUV_LineAhead ahead{};
 };
 
 // Makes `pixels` output pixels. The limits hold for the rounded result; between two pixels nothing

@@ -74,8 +74,7 @@ public:
                         .packed = packed_.taps(),
                         .windows = windows_,
                         .window_count = window_count_,
-                        .ahead = behind,
-                        .ahead_bytes = are_lined_up ? line_.image_bytes() : 0},
+                        .ahead = {behind, are_lined_up ? line_.image_bytes() : 0}},
                        out, pixels_, channels_, limits);
     }
 
