@@ -7,6 +7,9 @@ peers and a copy, which is nuv on the same picture without the operation. "ratio
 over the peer's, "both" the same with the time that the system spent for them, each the median over
 all rounds: below 1, nuv is faster. Taking turns cancels what else the machine does.
 
+The group "start" is of another kind: what programs take that have nothing to do, the median of many
+short runs, in milliseconds and in page faults.
+
 With --instructions nothing is timed: callgrind counts the instructions for two small sizes, and
 their difference, which has no start of a program in it, is shown for each pixel.
 
@@ -23,7 +26,7 @@ import sys
 import tempfile
 
 from peers import bitmapcases, geometrycases, jpegcases, pngcases, tiffcases
-from peers.measure import count_instructions, median_ratio, take_turns
+from peers.measure import Command, count_instructions, median_ratio, start, take_turns
 from peers.pictures import Pictures
 
 GROUPS = {
@@ -45,6 +48,7 @@ NEEDED = {  # what a group cannot make its files without
     "fax": ("pnmtotiff",),
 }
 SMALL_SIZES = ((600, 400), (1200, 800))
+STARTS_PER_ROUND = 200
 
 
 def present(case):
@@ -108,11 +112,25 @@ def count_group(cases_by_size):
         print(f"{small.name:28}{counts[0]:8.1f}  {', '.join(texts)}", flush=True)
 
 
+def compare_starts(nuv, rounds):
+    programs = [Command("nuv --version", (nuv, "--version")),
+                Command("djpeg -version", ("djpeg", "-version")), Command("true", ("true",))]
+    programs = [program for program in programs if not program.is_missing()]
+    runs = [[start(program) for program in programs] for _ in range(STARTS_PER_ROUND * rounds)]
+    print(f"{'start of a program':28}{'ms':>8}{'faults':>8}{'ratio':>7}")
+    for i, program in enumerate(programs):
+        times = [run[i][0] for run in runs]
+        ratio_text = f"{median_ratio([run[0][0] for run in runs], times):7.2f}" if i != 0 else ""
+        faults = statistics.median(run[i][1] for run in runs)
+        print(f"{program.name:28}{statistics.median(times):8.2f}{faults:8.0f}{ratio_text}")
+
+
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build", help="build directory")
-    parser.add_argument("--only", nargs="+", choices=GROUPS, default=list(GROUPS))
+    parser.add_argument("--only", nargs="+", choices=[*GROUPS, "start"],
+                        default=[*GROUPS, "start"])
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--size", type=int, nargs=2, default=(6000, 4000))
     parser.add_argument("--instructions", action="store_true")
@@ -127,10 +145,14 @@ def main():
     with tempfile.TemporaryDirectory(dir=arguments.folder) as work:
         os.environ["MAGICK_TMPDIR"] = os.environ["TMPDIR"] = work
         pictures = [Pictures(arguments.build, work, *size) for size in sizes]
-        for program in (pictures[0].nuv, pictures[0].make_photo):
+        makers = [] if arguments.only == ["start"] else [pictures[0].make_photo]
+        for program in (pictures[0].nuv, *makers):
             if shutil.which(program) is None:
                 sys.exit(f"compare_peers.py: {program} is missing")
         for name in arguments.only:
+            if name == "start":
+                compare_starts(pictures[0].nuv, arguments.rounds)
+                continue
             missing = [p for p in NEEDED.get(name, ()) if shutil.which(p) is None]
             if missing:
                 print(f"{name}: {' and '.join(missing)} not installed, left out")

@@ -66,6 +66,18 @@ def run(command):
     return Times(usage.ru_utime, usage.ru_stime)
 
 
+def start(command):
+    """Milliseconds of processor time, user and system, and page faults of one run, whose output goes
+    nowhere. Nothing of this process is copied for it."""
+    streams = [(os.POSIX_SPAWN_OPEN, number, os.devnull, os.O_RDWR, 0) for number in range(3)]
+    pid = os.posix_spawn(shutil.which(command.words[0]), command.words, os.environ,
+                         file_actions=streams)
+    _, status, usage = os.wait4(pid, 0)
+    if status != 0:
+        raise subprocess.CalledProcessError(os.waitstatus_to_exitcode(status), command.words)
+    return 1000 * (usage.ru_utime + usage.ru_stime), usage.ru_minflt + usage.ru_majflt
+
+
 def run_often(command, runs):
     times = [run(command) for _ in range(runs)]
     return Times(sum(t.user for t in times) / runs, sum(t.system for t in times) / runs)
