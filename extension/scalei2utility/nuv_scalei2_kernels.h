@@ -34,6 +34,14 @@ auto visit_taps(std::uint32_t taps, Visit&& visit)
     }
 }
 
+// forms(taps) for each of them: where a file makes the forms that are templates of it.
+#define NUV_SCALE_I2_FORMS(forms)                                                                  \
+    forms(4);                                                                                      \
+    forms(5);                                                                                      \
+    forms(6);                                                                                      \
+    forms(7);                                                                                      \
+    forms(8)
+
 // ---- Along a line: result pixels from a line of the picture.
 
 template <class A>

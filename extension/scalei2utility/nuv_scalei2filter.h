@@ -36,6 +36,12 @@ public:
         filter_ends(line, out, end_, destination_width_);
     }
 
+    [[nodiscard]] const NUV_ScaleI2Axis<typename A::Weight>& axis() const noexcept { return axis_; }
+    [[nodiscard]] std::uint32_t taps() const noexcept { return taps_; }
+    [[nodiscard]] std::uint32_t channels() const noexcept { return channels_; }
+    [[nodiscard]] std::uint32_t source_width() const noexcept { return source_width_; }
+    [[nodiscard]] std::uint32_t destination_width() const noexcept { return destination_width_; }
+
 private:
     // Those for which a form that reads `reach` samples stays inside the line.
     void find_inner_pixels(std::uint32_t reach)
@@ -94,6 +100,7 @@ public:
         if (!axis_.initiate(manager, table, stretch, sizes, taps))
             return false;
         combine_ = choose_combine_middles<A>(manager.cpu(), taps, axis_.most_weight());
+        taps_ = taps;
         samples_per_line_ = samples_per_line;
         maximum_ = NUV_SampleLimits<typename A::Sample>::of_bits(bits).maximum;
         return true;
@@ -109,9 +116,15 @@ public:
         combine_(lines, axis_.weights(k), out, samples_per_line_, maximum_);
     }
 
+    [[nodiscard]] const NUV_ScaleI2Axis<typename A::Weight>& axis() const noexcept { return axis_; }
+    [[nodiscard]] std::uint32_t taps() const noexcept { return taps_; }
+    [[nodiscard]] std::size_t samples_per_line() const noexcept { return samples_per_line_; }
+    [[nodiscard]] typename A::Sample maximum() const noexcept { return maximum_; }
+
 private:
     NUV_ScaleI2Axis<typename A::Weight> axis_;
     CombineMiddles<A> combine_ = nullptr;
+    std::uint32_t taps_ = 0;
     std::size_t samples_per_line_ = 0; // width x channels
     typename A::Sample maximum_ = 0;
 };

@@ -10,6 +10,7 @@
 #include "extension/scalei2varex/nuv_scalei2varexby.h"
 #include "extension/scalei2varex/nuv_scalelifastby.h"
 #include "tests/support/nuv_refusals.h"
+#include "tests/support/nuv_testforms.h"
 
 namespace nuv {
 namespace {
@@ -55,6 +56,51 @@ TEST(ScaleBoxes, HoldTheirSums)
     for (const std::uint32_t rows : {1U, 257U, 258U, 70000U}) {
         expect_white_stays_white<std::uint8_t>(rows);
         expect_white_stays_white<std::uint16_t>(rows);
+    }
+}
+
+// Samples of 16 bits, at sizes for which lines are made in several parts: random ones, white and
+// black, of which some ratios put many on a half, and such as are close to the ends of the range.
+TEST(FineScale, GivesTheSameWordsAtEachLevel)
+{
+    for (std::size_t round = 0; round < 400; ++round) {
+        SCOPED_TRACE(round);
+        NUV_FormDraw draw(round);
+        const auto size = [&](std::uint32_t from) {
+            const double ratio = draw.one_of({0.5, 0.335, 2.0 / 3, 0.75, 0.6, 0.9, 1.0, 1.3});
+            return std::max(8U, static_cast<std::uint32_t>(std::ceil(from * ratio)));
+        };
+        const NUV_TestImage image{.width = 8 + static_cast<std::uint32_t>(draw.length(399)),
+                                  .height = static_cast<std::uint32_t>(draw.number(8, 30)),
+                                  .channels = draw.one_of<std::uint16_t>({1, 3, 4})};
+        const auto width = size(image.width);
+        const auto height = size(image.height);
+        const auto kernel = draw.one_of({-0.75F, -0.75F, -0.5F, 0.0F, -1.9F});
+        const auto bits = draw.one_of<std::uint16_t>({0, 12});
+        std::vector<std::uint16_t> samples(std::size_t{image.width} * image.height *
+                                           image.channels);
+        const std::size_t most = draw.one_of<std::size_t>({65535, 1, 3});
+        const std::size_t factor = most == 1 ? 65535 : 1;
+        const bool is_striped = draw.number(0, 3) == 0;
+        const bool is_high = draw.number(0, 1) == 0;
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const std::size_t drawn =
+                is_striped ? i / image.channels % 2 * most : draw.number(0, most);
+            samples[i] =
+                static_cast<std::uint16_t>(is_high ? 65535 - drawn * factor : drawn * factor);
+        }
+        std::vector<std::uint16_t> wanted;
+        for (const NUV_TestLevel& level : test_levels) {
+            if (!level.runs_here())
+                continue;
+            NUV_TestChain chain(level.cpu);
+            chain.source(image, samples);
+            ASSERT_TRUE(chain.append<NUV_ScaleI2VAR>(width, height, kernel, bits));
+            const auto got = chain.run<std::uint16_t>();
+            if (wanted.empty())
+                wanted = got;
+            ASSERT_EQ(got, wanted) << level.name;
+        }
     }
 }
 

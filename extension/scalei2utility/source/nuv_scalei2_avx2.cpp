@@ -281,11 +281,7 @@ void combine_middles_avx2(const double* const* lines, const double* weights, std
                                                  std::uint8_t*, std::size_t, std::uint8_t);        \
         template void combine_middles_avx2<taps>(const double* const*, const double*,              \
                                                  std::uint16_t*, std::size_t, std::uint16_t)
-NUV_FORMS(4);
-NUV_FORMS(5);
-NUV_FORMS(6);
-NUV_FORMS(7);
-NUV_FORMS(8);
+NUV_SCALE_I2_FORMS(NUV_FORMS);
 
 } // namespace nuv
 

@@ -218,11 +218,7 @@ NUV_AVX512 void combine_middles_avx512(const double* const* lines, const double*
         NUV_ROW_FORM(taps, 4);                                                                     \
         template void combine_middles_avx512<taps>(const double* const*, const double*,            \
                                                    std::uint16_t*, std::size_t, std::uint16_t)
-NUV_FORMS(4);
-NUV_FORMS(5);
-NUV_FORMS(6);
-NUV_FORMS(7);
-NUV_FORMS(8);
+NUV_SCALE_I2_FORMS(NUV_FORMS);
 
 } // namespace nuv
 

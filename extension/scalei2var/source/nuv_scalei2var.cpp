@@ -88,16 +88,4 @@ NUV_Engine* NUV_ScaleI2VAR::scale_fixed(NUV_Engine* previous, std::uint32_t widt
     return NUV_ScaleI2VARHeightFixedReal(manager()).engine(middle, height, bits, &table, taps_y);
 }
 
-NUV_Engine* NUV_ScaleI2VAR::scale_float(NUV_Engine* previous, std::uint32_t width,
-                                        std::uint32_t height, std::uint16_t bits,
-                                        const NUV_CubicSplineTable& table, std::uint32_t taps_x,
-                                        std::uint32_t taps_y)
-{
-    NUV_Engine* middle =
-        NUV_ScaleI2VARWidthFloat(manager()).engine(previous, width, &table, taps_x);
-    if (!middle)
-        return nullptr;
-    return NUV_ScaleI2VARHeightFloat(manager()).engine(middle, height, bits, &table, taps_y);
-}
-
 } // namespace nuv
