@@ -1,6 +1,6 @@
 // Rotation beside a plain copy of the same bytes: 6000 x 4000 pixels of 8-bit RGB and gray, and an
-// A4 page of 1 bit at 600 dpi, as bits and as runs. Lines come from memory, the turned plane is
-// looked at where it stands.
+// A4 page of 1 bit at 600 dpi, as bits and as runs: short strokes, letters, a halftone and nothing.
+// Lines come from memory, the turned plane is looked at where it stands.
 
 #include "core/qdrle/nuv_qdrlerun.h"
 #include "core/rotate/nuv_rotate90.h"
@@ -16,6 +16,8 @@
 #include <cstdint>
 #include <cstring>
 #include <vector>
+
+#include "benchmarks/nuv_textpage.h"
 
 namespace nuv {
 namespace {
@@ -107,17 +109,42 @@ struct Image {
     std::uint16_t channels;
     std::uint16_t bits;
     bool as_runs = false;
+    bool (*is_black)(std::uint32_t x, std::uint32_t y) = nullptr; // of 1 bit
 };
 
-constexpr Image images[] = {
-    {6000, 4000, 3, 8}, {6000, 4000, 1, 8}, {4960, 7016, 1, 1}, {4960, 7016, 1, 1, true}};
-
 // Something like a page of text: short strokes in two thirds of the lines.
-[[nodiscard]] bool is_black(std::uint32_t x, std::uint32_t y)
+[[nodiscard]] bool is_stroke(std::uint32_t x, std::uint32_t y)
 {
     const std::uint32_t cell = (x / 40) * 2654435761U + (y / 60) * 40503U;
     return y % 90 < 60 && x % 40 < 30 && ((cell >> (x % 40 / 6 + y % 60 / 10)) & 3) == 0;
 }
+
+// Dots of a halftone, no two lines of them the same.
+[[nodiscard]] bool is_dot(std::uint32_t x, std::uint32_t y)
+{
+    return (x + y * 3) % 8 < 2 + y % 5;
+}
+
+[[nodiscard]] bool is_ink(std::uint32_t x, std::uint32_t y)
+{
+    static const std::vector<std::uint8_t> bits = page_bytes(false);
+    return (bits[y * (page_width / 8) + x / 8] >> (7 - x % 8) & 1) != 0;
+}
+
+[[nodiscard]] bool is_never(std::uint32_t, std::uint32_t)
+{
+    return false;
+}
+
+constexpr Image images[] = {
+    {6000, 4000, 3, 8},
+    {6000, 4000, 1, 8},
+    {page_width, page_height, 1, 1, false, is_stroke},
+    {page_width, page_height, 1, 1, true, is_stroke},
+    {page_width, page_height, 1, 1, true, is_ink},
+    {page_width, page_height, 1, 1, true, is_dot},
+    {page_width, page_height, 1, 1, true, is_never},
+};
 
 [[nodiscard]] std::vector<std::uint8_t> make_bytes(const Image& image)
 {
@@ -136,7 +163,7 @@ constexpr Image images[] = {
             store_run(bytes.data() + bytes.size() - NUV_QDRLERun::bytes, run);
         };
         for (std::uint32_t x = 0; x < image.width; ++x) {
-            if (!is_black(x, y))
+            if (!image.is_black(x, y))
                 continue;
             if (!image.as_runs) {
                 std::uint8_t& byte = bytes[y * line + x / 8];
@@ -144,7 +171,7 @@ constexpr Image images[] = {
                 continue;
             }
             const std::uint32_t start = x;
-            while (x + 1 < image.width && is_black(x + 1, y))
+            while (x + 1 < image.width && image.is_black(x + 1, y))
                 ++x;
             put({start, x});
         }
@@ -198,7 +225,7 @@ void copy(benchmark::State& state)
 
 BENCHMARK(copy)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK(rotate)
-    ->ArgsProduct({{0, 1, 2, 3}, {90, 180, 270}})
+    ->ArgsProduct({{0, 1, 2, 3, 4, 5, 6}, {90, 180, 270}})
     ->ArgNames({"image", "angle"})
     ->Unit(benchmark::kMillisecond);
 

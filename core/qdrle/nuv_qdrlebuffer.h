@@ -63,13 +63,15 @@ public:
 // Lines of runs, one after the other.
 struct NUV_QDRLELines {
     std::span<const NUV_QDRLERun> runs;
-    std::span<const std::size_t> ends; // where in `runs` each line ends
+    std::span<const std::size_t> ends;      // where in `runs` each line ends
+    std::span<const std::uint32_t> repeats; // how many more times each one comes
 
     [[nodiscard]] std::span<const NUV_QDRLERun> operator[](std::size_t line) const noexcept
     {
         const std::size_t begin = line == 0 ? 0 : ends[line - 1];
         return runs.subspan(begin, ends[line] - begin);
     }
+    [[nodiscard]] std::uint32_t rows(std::size_t line) const noexcept { return repeats[line] + 1; }
 };
 
 // Who takes the lines of an image as they are read.
@@ -82,7 +84,8 @@ public:
 
     // How many lines come at a time, but for the last ones.
     [[nodiscard]] virtual std::uint32_t most_lines() const noexcept = 0;
-    // The lines from `row` on, each in canonical order. False ends the reading.
+    // The lines from `row` on, each in canonical order. One that comes again and again, run by run,
+    // is there once. False ends the reading.
     [[nodiscard]] virtual bool take(std::uint32_t row, const NUV_QDRLELines& lines) = 0;
 };
 
@@ -93,7 +96,8 @@ public:
     explicit NUV_QDRLEBuffer(NUV_Manager& manager) noexcept
         : NUV_QDRLEBufferBase(manager),
           runs_(manager),
-          line_ends_(manager)
+          line_ends_(manager),
+          repeats_(manager)
     {}
 
     bool cleanup() override;
@@ -128,24 +132,26 @@ private:
     [[nodiscard]] std::size_t check_runs(std::span<const NUV_QDRLERun> records,
                                          std::uint32_t width) noexcept;
     void begin_line();
+    [[nodiscard]] bool repeats_line(std::span<const NUV_QDRLERun>& records) noexcept;
+    [[nodiscard]] bool repeat_no_more();
     [[nodiscard]] std::span<NUV_QDRLERun> line_so_far() noexcept;
     [[nodiscard]] bool order_line(std::uint32_t width); // what there is of it, canonically
     [[nodiscard]] bool finish_line(std::uint32_t width);
     [[nodiscard]] bool hand_lines_over();
-    [[nodiscard]] std::uint32_t rows_read() const noexcept
-    {
-        return handed_over_ + static_cast<std::uint32_t>(line_ends_.size());
-    }
 
     NUV_Vector<NUV_QDRLERun> runs_;     // of all lines, one after the other
     NUV_Vector<std::size_t> line_ends_; // where in runs_ each line ends
+    NUV_Vector<std::uint32_t> repeats_; // for a taker: how many more times each one comes
     NUV_QDRLELineChoice* choice_ = nullptr;
     NUV_QDRLELineTaker* taker_ = nullptr;
-    std::uint32_t handed_over_ = 0; // lines that are with the taker
+    std::uint32_t rows_read_ = 0;
+    std::uint32_t handed_over_ = 0; // of these, so many lines are with the taker
     // Of the line that is being read:
     std::int64_t free_from_ = 0; // the first column that its next run may start in
     bool is_canonical_ = true;   // so far
     bool is_wanted_ = true;
+    bool repeats_so_far_ = false; // the line before it, in so many runs:
+    std::size_t repeated_ = 0;
     std::uint32_t height_ = 0;
     bool registered_ = false;
     bool complete_ = false;

@@ -5,9 +5,20 @@
 #include "framework/engine/nuv_stepblocks.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace nuv {
 namespace {
+
+// Whether the records are those runs.
+[[nodiscard]] bool are_same(std::span<const NUV_QDRLERun> records,
+                            std::span<const NUV_QDRLERun> runs) noexcept
+{
+    if constexpr (std::endian::native == std::endian::little)
+        return runs.empty() || std::memcmp(records.data(), runs.data(), runs.size_bytes()) == 0;
+    return std::ranges::equal(records, runs, {}, in_host_order);
+}
 
 // Negative when one of the runs begins before column `free_from` or ends before it begins, or when
 // it is a terminator. Leaves the first column that the next run may start in.
@@ -90,6 +101,7 @@ bool NUV_QDRLEBuffer::cleanup()
 {
     runs_.clear();
     line_ends_.clear();
+    repeats_.clear();
     return NUV_QDRLEBufferBase::cleanup();
 }
 
@@ -114,12 +126,16 @@ bool NUV_QDRLEBuffer::hand_over(NUV_QDRLELineTaker& taker)
 
 bool NUV_QDRLEBuffer::hand_lines_over()
 {
-    const NUV_QDRLELines lines{.runs = runs_.items(), .ends = line_ends_.items()};
+    if (!repeats_.resize(line_ends_.size()))
+        return false;
+    const NUV_QDRLELines lines{
+        .runs = runs_.items(), .ends = line_ends_.items(), .repeats = repeats_.items()};
     if (!lines.ends.empty() && !taker_->take(handed_over_, lines))
         return false;
-    handed_over_ = rows_read();
+    handed_over_ = rows_read_;
     runs_.clear();
     line_ends_.clear();
+    repeats_.clear();
     return true;
 }
 
@@ -158,7 +174,7 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
         !line_ends_.reserve(std::min(header->height(), most_reserved)))
         return false;
     begin_line();
-    while (rows_read() < header->height()) {
+    while (rows_read_ < header->height()) {
         std::uint32_t bytes = 0;
         NUV_InputBlock in(*src, block_.data(), &bytes);
         if (!in || bytes % NUV_QDRLERun::bytes != 0)
@@ -175,15 +191,19 @@ bool NUV_QDRLEBuffer::regist_runarray(NUV_SrcBuffer* src, const NUV_Header* head
 // What follows the last line of the image is left alone.
 bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const NUV_Header& header)
 {
-    while (!records.empty() && rows_read() < header.height()) {
-        const std::size_t count = check_runs(records, header.width());
-        if (is_wanted_ && !append_records(runs_, records.first(count)))
+    while (!records.empty() && rows_read_ < header.height()) {
+        if (repeats_so_far_ && !repeats_line(records) && !repeat_no_more())
             return false;
-        // However many runs lie over one another, no more are kept than the width explains.
-        const std::size_t most_runs = 2 * (std::size_t{header.width()} + 1);
-        if (!is_canonical_ && line_so_far().size() > most_runs && !order_line(header.width()))
-            return false;
-        records = records.subspan(count);
+        if (!repeats_so_far_ && records.front().start != NUV_QDRLERun::terminator) {
+            const std::size_t count = check_runs(records, header.width());
+            if (is_wanted_ && !append_records(runs_, records.first(count)))
+                return false;
+            // However many runs lie over one another, no more are kept than the width explains.
+            const std::size_t most_runs = 2 * (std::size_t{header.width()} + 1);
+            if (!is_canonical_ && line_so_far().size() > most_runs && !order_line(header.width()))
+                return false;
+            records = records.subspan(count);
+        }
         if (records.empty())
             return true; // the line goes on in the next block
         if (records.front().start != NUV_QDRLERun::terminator)
@@ -191,9 +211,42 @@ bool NUV_QDRLEBuffer::regist_block(std::span<const NUV_QDRLERun> records, const 
         records = records.subspan(1);
         if (!finish_line(header.width()))
             return false;
-        if (rows_read() < header.height())
+        if (rows_read_ < header.height())
             begin_line();
     }
+    return true;
+}
+
+// Drops those of `records` that repeat the line before, up to the end of the line; false, without
+// having dropped any, where it is another line.
+bool NUV_QDRLEBuffer::repeats_line(std::span<const NUV_QDRLERun>& records) noexcept
+{
+    const std::size_t size = line_ends_.size();
+    const std::size_t begin = size < 2 ? 0 : line_ends_[size - 2];
+    const auto line = std::span<const NUV_QDRLERun>(runs_.items()).subspan(begin + repeated_);
+    const std::size_t count = std::min(line.size(), records.size());
+    if (!are_same(records, line.first(count)) ||
+        (count < records.size() && records[count].start != NUV_QDRLERun::terminator))
+        return false;
+    records = records.subspan(count);
+    repeated_ += count;
+    return true;
+}
+
+// What has been repeated so far is the beginning of a line of its own.
+bool NUV_QDRLEBuffer::repeat_no_more()
+{
+    const std::size_t count = std::exchange(repeated_, 0);
+    repeats_so_far_ = false;
+    if (count == 0)
+        return true;
+    const std::size_t end = runs_.size();
+    const std::size_t size = line_ends_.size();
+    const std::size_t begin = size < 2 ? 0 : line_ends_[size - 2];
+    if (!runs_.resize(end + count))
+        return false;
+    std::copy_n(runs_.data() + begin, count, runs_.data() + end);
+    free_from_ = std::int64_t{runs_.back().end} + 2;
     return true;
 }
 
@@ -225,7 +278,8 @@ void NUV_QDRLEBuffer::begin_line()
 {
     free_from_ = 0;
     is_canonical_ = true;
-    is_wanted_ = !choice_ || choice_->wants(rows_read());
+    is_wanted_ = !choice_ || choice_->wants(rows_read_);
+    repeats_so_far_ = taker_ && !line_ends_.empty();
 }
 
 std::span<NUV_QDRLERun> NUV_QDRLEBuffer::line_so_far() noexcept
@@ -241,11 +295,16 @@ bool NUV_QDRLEBuffer::order_line(std::uint32_t width)
 
 bool NUV_QDRLEBuffer::finish_line(std::uint32_t width)
 {
-    if (!is_canonical_ && !order_line(width))
+    if (repeats_so_far_) {
+        repeated_ = 0;
+        if (!repeats_.resize(line_ends_.size()))
+            return false;
+        ++repeats_.back();
+    } else if ((!is_canonical_ && !order_line(width)) || !line_ends_.push_back(runs_.size())) {
         return false;
-    if (!line_ends_.push_back(runs_.size()))
-        return false;
-    return !taker_ || line_ends_.size() < taker_->most_lines() || hand_lines_over();
+    }
+    ++rows_read_;
+    return !taker_ || rows_read_ - handed_over_ < taker_->most_lines() || hand_lines_over();
 }
 
 } // namespace nuv

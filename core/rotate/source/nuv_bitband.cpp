@@ -4,6 +4,38 @@
 #include <bit>
 
 namespace nuv {
+namespace {
+
+constexpr std::uint64_t top_bit = std::uint64_t{1} << 63;
+constexpr std::size_t few = 4; // changes of a word
+
+// Writes where the bits are, counted from `place`, and answers where that ends.
+[[nodiscard]] inline std::uint32_t* append_bits(std::uint64_t bits, std::uint32_t place,
+                                                std::uint32_t* out) noexcept
+{
+    while (bits != 0) {
+        const std::uint64_t others = bits & (bits - 1);
+        out[0] = place + static_cast<std::uint32_t>(std::countr_zero(bits));
+        out[1] = place + static_cast<std::uint32_t>(std::countr_zero(others));
+        out += others != 0 ? 2 : 1;
+        bits = others & (others - 1);
+    }
+    return out;
+}
+
+// The same where mostly there are few bits: how many needs no branch then.
+[[nodiscard]] inline std::uint32_t* append_few_bits(std::uint64_t bits, std::uint32_t place,
+                                                    std::uint32_t* out) noexcept
+{
+    for (std::size_t i = 0; i < few; ++i) {
+        *out = place + static_cast<std::uint32_t>(std::countr_zero(bits | top_bit));
+        out += bits != 0 ? 1 : 0;
+        bits &= bits - 1;
+    }
+    return append_bits(bits, place, out);
+}
+
+} // namespace
 
 bool NUV_BitBand::cleanup()
 {
@@ -52,23 +84,24 @@ bool NUV_BitBand::next_column() noexcept
     return true;
 }
 
-std::uint32_t* NUV_BitBand::append_changes(std::uint32_t* out, bool& is_black) const noexcept
+std::uint32_t* NUV_BitBand::append_changes(std::uint32_t* out, bool& is_black) noexcept
 {
-    std::uint64_t before = is_black ? 1 : 0;
-    std::uint32_t place = first_place_;
-    for (const std::uint64_t word : column_) {
-        // Two at a time, since most areas are small.
-        for (std::uint64_t changes = word ^ (word << 1 | before); changes != 0;) {
-            const std::uint64_t others = changes & (changes - 1);
-            out[0] = place + static_cast<std::uint32_t>(std::countr_zero(changes));
-            out[1] = place + static_cast<std::uint32_t>(std::countr_zero(others));
-            out += others != 0 ? 2 : 1;
-            changes = others & (others - 1);
+    const auto append_all = [&](auto append) {
+        std::uint64_t before = is_black ? 1 : 0;
+        std::uint32_t place = first_place_;
+        for (const std::uint64_t word : column_) {
+            out = append(word ^ (word << 1 | before), place, out);
+            before = word >> 63;
+            place += 64;
         }
-        before = word >> 63;
-        place += 64;
-    }
-    is_black = before != 0;
+        is_black = before != 0;
+    };
+    const std::uint32_t* const begin = out;
+    if (change_count_ <= few * words)
+        append_all(append_few_bits);
+    else
+        append_all(append_bits);
+    change_count_ = static_cast<std::size_t>(out - begin);
     return out;
 }
 

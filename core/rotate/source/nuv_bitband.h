@@ -21,6 +21,7 @@ public:
     static constexpr std::uint32_t most_rows = 512; // 64 bytes a column
     static constexpr std::size_t words = most_rows / 64;
     static constexpr std::size_t bytes_per_column = most_rows / 8;
+    static constexpr std::size_t slack = 1; // room behind the changes that may be written to
 
     using NUV_Object::NUV_Object;
 
@@ -38,7 +39,7 @@ public:
     // Writes the places at which the column changes colour, in the order of the output line, and
     // answers where they end; most_rows at most. `is_black` is the colour before the band, then
     // that behind it.
-    [[nodiscard]] std::uint32_t* append_changes(std::uint32_t* out, bool& is_black) const noexcept;
+    [[nodiscard]] std::uint32_t* append_changes(std::uint32_t* out, bool& is_black) noexcept;
 
 private:
     using Column = std::array<std::uint64_t, words>; // first place in the lowest bit
@@ -57,7 +58,8 @@ private:
     // Of the columns as they come out, and of one behind the last; not set where nothing differs.
     NUV_Scratch<Column> differences_;
     NUV_Scratch<bool> differs_;
-    Column column_ = {}; // the one that came out last
+    Column column_ = {};           // the one that came out last
+    std::size_t change_count_ = 0; // of the one whose changes were asked for last
     std::uint32_t first_place_ = 0;
     std::uint32_t next_ = 0; // column to come out
     NUV_Turn turn_;

@@ -4,6 +4,7 @@
 #include "framework/base/nuv_status.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace nuv {
@@ -28,25 +29,27 @@ bool NUV_EdgeList::take(std::uint32_t row, const NUV_QDRLELines& lines)
     // Corners take two to three times that, and yet less time where a column has few of them.
     constexpr std::size_t bytes_for_run = std::size_t{2} * NUV_QDRLERun::bytes;
     constexpr std::size_t least_runs = NUV_BitBand::bytes_per_column / bytes_for_run;
-    if (lines.runs.size() / least_runs > turn_.width)
+    std::size_t runs = 0;
+    for (std::size_t i = 0; i < lines.ends.size(); ++i)
+        runs += lines[i].size() * lines.rows(i);
+    if (runs / least_runs > turn_.width)
         return add_bits(row, lines);
     return add_corners(row, lines);
 }
 
 bool NUV_EdgeList::add_bits(std::uint32_t row, const NUV_QDRLELines& lines)
 {
-    const auto count = static_cast<std::uint32_t>(lines.ends.size());
-    auto band = make_initiated<NUV_BitBand>(manager(), turn_, row, row + count);
+    const std::uint32_t end = std::accumulate(lines.repeats.begin(), lines.repeats.end(),
+                                              row + static_cast<std::uint32_t>(lines.ends.size()));
+    auto band = make_initiated<NUV_BitBand>(manager(), turn_, row, end);
     if (!band || !end_corners())
         return false;
-    std::uint32_t first = 0; // of lines that are all the same
-    for (std::uint32_t i = 1; i <= count; ++i) {
-        if (i < count && std::ranges::equal(lines[i], lines[first]))
-            continue;
-        band->take(row + first, row + i, lines[first]);
-        first = i;
+    std::uint32_t first = row;
+    for (std::size_t i = 0; i < lines.ends.size(); ++i) {
+        band->take(first, first + lines.rows(i), lines[i]);
+        first += lines.rows(i);
     }
-    return sections_.push_back(Section{{}, std::move(band), row, row + count});
+    return sections_.push_back(Section{{}, std::move(band), row, end});
 }
 
 bool NUV_EdgeList::add_corners(std::uint32_t row, const NUV_QDRLELines& lines)
@@ -58,8 +61,9 @@ bool NUV_EdgeList::add_corners(std::uint32_t row, const NUV_QDRLELines& lines)
     }
     Section& section = sections_.back();
     for (std::size_t i = 0; i < lines.ends.size(); ++i) {
-        if (!section.corners->take(row++, lines[i]))
+        if (!section.corners->take(row, lines[i]))
             return false;
+        row += lines.rows(i);
     }
     section.end_row = row;
     return true;
@@ -98,7 +102,7 @@ bool NUV_EdgeList::next_column()
 // none.
 bool NUV_EdgeList::gather_changes()
 {
-    std::size_t room = 2;
+    std::size_t room = 2 + NUV_BitBand::slack;
     for (const Section& section : sections_.items())
         room += section.bits ? NUV_BitBand::most_rows : section.corners->changes().size() + 1;
     if (changes_.size() < room && !changes_.resize(2 * room))

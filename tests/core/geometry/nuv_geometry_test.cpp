@@ -50,6 +50,13 @@ TEST(Geometry, GivesTheseResults)
     // clang-format on
     expect_result("runs, cut", run_description(6, 2), records_of({{3, 5}, end}),
                   appending<NUV_Crop>(4U, 0U, 2U, 2U), records_of({{0, 1}, end, end}));
+    // The second line repeats the first up to the end of a block, and then is out of order.
+    expect_result(
+        "runs, again", run_description(7, 2),
+        records_of({{0, 0}, {2, 2}, {4, 4}, {6, 6}, end, {0, 0}, {2, 2}, {4, 4}, {3, 5}, end}),
+        appending<NUV_Rotate90>(90),
+        records_of(
+            {{0, 1}, end, end, {0, 1}, end, {0, 0}, end, {0, 1}, end, {0, 0}, end, {1, 1}, end}));
     NUV_ModelRuns turned; // from columns of more than 16 bits
     for (std::uint32_t x = 0; x < 70000; ++x) {
         if (x % 65536 == 3)
@@ -61,7 +68,8 @@ TEST(Geometry, GivesTheseResults)
                   records_of(turned));
 }
 
-// Lines that are white, black, the same as above or of any runs, many or few of a kind together.
+// Lines that are white, black, the same as above, also on the left alone, or of any runs, many or
+// few of a kind together.
 TEST(Geometry, TurnsRunsHoweverManyThereAreInALine)
 {
     std::mt19937 random(1);
@@ -74,10 +82,11 @@ TEST(Geometry, TurnsRunsHoweverManyThereAreInALine)
         std::int64_t kind = 0;
         for (std::size_t pixel = 0; pixel < std::size_t{page.width} * page.height; ++pixel) {
             if (pixel % page.width == 0 && random() % 150 == 0)
-                kind = size(4) - 1;
+                kind = size(5) - 1;
             const bool is_first = pixel < page.width;
+            const bool is_any = kind == 3 || (kind == 4 && pixel % page.width > page.width * 3 / 4);
             const std::int64_t above = is_first ? 0 : page.samples[pixel - page.width];
-            page.samples.push_back(kind == 3 ? size(2) - 1 : kind == 2 ? above : kind);
+            page.samples.push_back(is_any ? size(2) - 1 : kind >= 2 ? above : kind);
         }
         for (const bool back : {false, true}) {
             const auto turned = page.with(page.height, page.width, 1, [&](auto x, auto y, auto c) {
