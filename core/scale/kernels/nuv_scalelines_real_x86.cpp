@@ -368,7 +368,7 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
                                    _mm512_set1_epi32(split.doubtful)};
     const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
     constexpr std::size_t step = 32;
-    alignas(64) std::uint16_t near[NUV_Doubts::most_vectors * step]; // what goes past the caches
+    std::uint16_t near[NUV_Doubts::most_vectors * step]; // what goes past the caches
     std::size_t i = 0;
     for (bool is_sure = true; i + step <= samples && is_sure;) {
         NUV_Doubts doubts;
@@ -389,7 +389,7 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
         is_sure =
             make_again(lines, doubts, first, made, weights, limits) <= NUV_Doubts::most_samples;
         for (std::size_t k = 0; Far && k < vectors * step; k += step)
-            store<Far>(out + first + k, _mm512_load_si512(near + k));
+            store<Far>(out + first + k, _mm512_loadu_si512(near + k));
         if (Far && first == 0)
             i -= misaligned_samples<__m512i>(out + i);
     }
