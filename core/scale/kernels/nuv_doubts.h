@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -25,5 +26,15 @@ struct NUV_Doubts {
         count += doubt != 0 ? 1 : 0;
     }
 };
+
+// Takes one of the bits of a doubt: the lower Sums, and as many above, which are of samples that
+// were unpacked in the lower and in the upper halves of lanes of eight. Which sample it is of.
+template <std::size_t Sums>
+[[nodiscard]] std::size_t take_doubt_of_halves(std::uint32_t& doubt) noexcept
+{
+    const auto bit = static_cast<std::size_t>(std::countr_zero(doubt));
+    doubt &= doubt - 1;
+    return bit % Sums / 4 * 8 + bit / Sums * 4 + bit % 4;
+}
 
 } // namespace nuv

@@ -128,7 +128,7 @@ NUV_TARGET("avx2") inline __m256i load_signed(const std::uint16_t* from) noexcep
     return _mm256_xor_si256(samples, _mm256_set1_epi16(-32768));
 }
 
-// The same by split weights. `doubt` becomes true of samples that have to be made again.
+// The same by split weights. `doubt` becomes those that have to be made again.
 struct NUV_SplitAVX2 {
     __m256i high_upper;
     __m256i high_lower;
@@ -170,7 +170,8 @@ struct NUV_SplitAVX2 {
     }
     template <bool CountsSign>
     NUV_TARGET("avx2")
-    __m256i sixteen(const std::uint16_t* const lines[4], std::size_t i, bool& doubt) const noexcept
+    __m256i sixteen(const std::uint16_t* const lines[4], std::size_t i,
+                    std::uint32_t& doubt) const noexcept
     {
         const __m256i line0 = load_signed(lines[0] + i);
         const __m256i line1 = load_signed(lines[1] + i);
@@ -181,7 +182,8 @@ struct NUV_SplitAVX2 {
                                                _mm256_unpacklo_epi16(line2, line3), doubts[0]);
         const __m256i second = sums<CountsSign>(_mm256_unpackhi_epi16(line0, line1),
                                                 _mm256_unpackhi_epi16(line2, line3), doubts[1]);
-        doubt = _mm256_movemask_epi8(_mm256_or_si256(doubts[0], doubts[1])) != 0;
+        doubt = static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(doubts[0])) |
+                                           _mm256_movemask_ps(_mm256_castsi256_ps(doubts[1])) << 8);
         const __m256i words = _mm256_packs_epi32(_mm256_srai_epi32(first, split_bits),
                                                  _mm256_srai_epi32(second, split_bits));
         return _mm256_xor_si256(words, _mm256_set1_epi16(-32768));
@@ -287,49 +289,110 @@ inline void store(std::uint16_t* to, __m256i samples) noexcept
 
 // By how many of them the second vector begins sooner, so that it and those behind it are whole
 // lines of the cache, or halves.
-template <class Vector>
+template <std::size_t VectorBytes>
 [[nodiscard]] std::size_t misaligned_samples(const std::uint16_t* to) noexcept
 {
-    return reinterpret_cast<std::uintptr_t>(to) % sizeof(Vector) / sizeof(*to);
+    return reinterpret_cast<std::uintptr_t>(to) % VectorBytes / sizeof(*to);
 }
 
-// The samples of whole vectors, of which there are so many.
-template <bool Far, bool CountsSign>
-NUV_TARGET("avx2")
-std::size_t combine_split_avx2(const NUV_SplitWeights& split, const std::uint16_t* const lines[4],
-                               std::uint16_t* out, std::size_t samples,
-                               const NUV_CubicWeights<double>& weights,
-                               NUV_SampleLimits<std::uint16_t> limits)
-{
-    const NUV_SplitAVX2 integers(split);
-    const __m256i maximum = _mm256_set1_epi16(static_cast<std::int16_t>(limits.maximum));
-    constexpr std::size_t step = 16;
-    std::size_t doubtful = 0;
-    std::size_t i = 0;
-    for (; i + step <= samples; i += step) {
-        if (Far && i == step)
-            i -= misaligned_samples<__m256i>(out + i);
-        bool doubt = doubtful > patience + i / (4 * step);
-        __m256i line = _mm256_setzero_si256();
-        if (!doubt) {
-            line = integers.sixteen<CountsSign>(lines, i, doubt);
-            doubtful += doubt ? 1 : 0;
-        }
-        if (doubt)
-            line = combined_by_doubles(lines, i, weights);
-        store<Far>(out + i, _mm256_min_epu16(line, maximum));
+// A line from four, by one of the classes below.
+struct NUV_Combination {
+    const std::uint16_t* const* lines;
+    const NUV_CubicWeights<double>& weights;
+    NUV_SampleLimits<std::uint16_t> limits;
+};
+
+template <bool CountsSign>
+class NUV_CombinationAVX2 : public NUV_Combination {
+public:
+    static constexpr std::size_t step = 16;
+
+    NUV_TARGET("avx2")
+    NUV_CombinationAVX2(const NUV_Combination& all, const NUV_SplitWeights& split) noexcept
+        : NUV_Combination(all),
+          integers_(split),
+          maximum_(_mm256_set1_epi16(static_cast<std::int16_t>(all.limits.maximum)))
+    {}
+
+    // The samples of a vector, from sample i of the lines; those that have to be made again.
+    NUV_TARGET("avx2")
+    std::uint32_t make(std::size_t i, std::uint16_t* to) const noexcept
+    {
+        std::uint32_t doubt = 0;
+        put(integers_.sixteen<CountsSign>(lines, i, doubt), to);
+        return doubt;
     }
-    if (Far)
-        _mm_sfence(); // for who reads on another thread
-    return i;
-}
+    NUV_TARGET("avx2") void make_by_doubles(std::size_t i, std::uint16_t* to) const noexcept
+    {
+        put(combined_by_doubles(lines, i, weights), to);
+    }
+    NUV_TARGET("avx2") static void store_far(const std::uint16_t* from, std::uint16_t* to) noexcept
+    {
+        store<true>(to, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
+    }
+
+private:
+    NUV_TARGET("avx2") void put(__m256i samples, std::uint16_t* to) const noexcept
+    {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_min_epu16(samples, maximum_));
+    }
+
+    NUV_SplitAVX2 integers_;
+    __m256i maximum_;
+};
+
+template <bool CountsSign>
+class NUV_CombinationAVX512 : public NUV_Combination {
+public:
+    static constexpr std::size_t step = 32;
+
+    NUV_AVX512 NUV_CombinationAVX512(const NUV_Combination& all,
+                                     const NUV_SplitWeights& split) noexcept
+        : NUV_Combination(all),
+          integers_{weight_pairs_avx512(split.high[0], split.high[1]),
+                    weight_pairs_avx512(split.high[2], split.high[3]),
+                    weight_pairs_avx512(split.low[0], split.low[1]),
+                    weight_pairs_avx512(split.low[2], split.low[3]),
+                    _mm512_set1_epi32(31),
+                    _mm512_set1_epi32(split.doubtful)},
+          maximum_(_mm512_set1_epi16(static_cast<std::int16_t>(all.limits.maximum)))
+    {}
+
+    NUV_AVX512 std::uint32_t make(std::size_t i, std::uint16_t* to) const noexcept
+    {
+        std::uint32_t doubt = 0;
+        put(combine_words<CountsSign>(
+                load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
+                load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i), integers_,
+                integers_, doubt),
+            to);
+        return doubt;
+    }
+    NUV_AVX512 void make_by_doubles(std::size_t i, std::uint16_t* to) const noexcept
+    {
+        put(combined_by_doubles_avx512(lines, i, weights), to);
+    }
+    NUV_AVX512 static void store_far(const std::uint16_t* from, std::uint16_t* to) noexcept
+    {
+        store<true>(to, _mm512_loadu_si512(from));
+    }
+
+private:
+    NUV_AVX512 void put(__m512i samples, std::uint16_t* to) const noexcept
+    {
+        _mm512_storeu_si512(to, _mm512_min_epu16(samples, maximum_));
+    }
+
+    NUV_SplitAVX512 integers_;
+    __m512i maximum_;
+};
 
 // Makes what is in doubt of vectors that stand from `made` on, the first of them sample `first` of
 // the lines; how many samples.
-NUV_AVX512 std::size_t make_again(const std::uint16_t* const lines[4], const NUV_Doubts& doubts,
-                                  std::size_t first, std::uint16_t* made,
-                                  const NUV_CubicWeights<double>& weights,
-                                  NUV_SampleLimits<std::uint16_t> limits) noexcept
+template <class Combination>
+[[gnu::always_inline]] inline std::size_t make_again(const Combination& line,
+                                                     const NUV_Doubts& doubts, std::size_t first,
+                                                     std::uint16_t* made) noexcept
 {
     constexpr int few = 3; // single samples are made sooner than all
     std::size_t samples = 0;
@@ -338,36 +401,26 @@ NUV_AVX512 std::size_t make_again(const std::uint16_t* const lines[4], const NUV
         const std::size_t begin = doubts.begin[k];
         samples += static_cast<std::size_t>(std::popcount(doubt));
         if (std::popcount(doubt) > few) {
-            const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
-            _mm512_storeu_si512(
-                made + (begin - first),
-                _mm512_min_epu16(combined_by_doubles_avx512(lines, begin, weights), maximum));
+            line.make_by_doubles(begin, made + (begin - first));
             continue;
         }
         do {
-            const std::size_t i = begin + take_combined_doubt(doubt);
-            combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i,
-                                              lines[3] + i, made + (i - first), 1, weights, limits);
+            const std::size_t i = begin + take_doubt_of_halves<Combination::step / 2>(doubt);
+            combine_lines_body<std::uint16_t>(line.lines[0] + i, line.lines[1] + i,
+                                              line.lines[2] + i, line.lines[3] + i,
+                                              made + (i - first), 1, line.weights, line.limits);
         } while (doubt != 0);
     }
     return samples;
 }
 
-template <bool Far, bool CountsSign>
-NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
-                                            const std::uint16_t* const lines[4], std::uint16_t* out,
-                                            std::size_t samples,
-                                            const NUV_CubicWeights<double>& weights,
-                                            NUV_SampleLimits<std::uint16_t> limits)
+// The samples of whole vectors, of which there are so many. It becomes part of a function for the
+// processor at hand.
+template <bool Far, class Combination>
+[[gnu::always_inline]] inline std::size_t combine_split(const Combination& line, std::uint16_t* out,
+                                                        std::size_t samples) noexcept
 {
-    const NUV_SplitAVX512 integers{weight_pairs_avx512(split.high[0], split.high[1]),
-                                   weight_pairs_avx512(split.high[2], split.high[3]),
-                                   weight_pairs_avx512(split.low[0], split.low[1]),
-                                   weight_pairs_avx512(split.low[2], split.low[3]),
-                                   _mm512_set1_epi32(31),
-                                   _mm512_set1_epi32(split.doubtful)};
-    const __m512i maximum = _mm512_set1_epi16(static_cast<std::int16_t>(limits.maximum));
-    constexpr std::size_t step = 32;
+    constexpr std::size_t step = Combination::step;
     std::uint16_t near[NUV_Doubts::most_vectors * step]; // what goes past the caches
     std::size_t i = 0;
     for (bool is_sure = true; i + step <= samples && is_sure;) {
@@ -377,28 +430,21 @@ NUV_AVX512 std::size_t combine_split_avx512(const NUV_SplitWeights& split,
             vectors = 1;
         const std::size_t first = i;
         std::uint16_t* const made = Far ? near : out + first;
-        for (const std::size_t end = first + vectors * step; i < end; i += step) {
-            std::uint32_t doubt = 0;
-            const __m512i line = combine_words<CountsSign>(
-                load_signed_avx512(lines[0] + i), load_signed_avx512(lines[1] + i),
-                load_signed_avx512(lines[2] + i), load_signed_avx512(lines[3] + i), integers,
-                integers, doubt);
-            _mm512_storeu_si512(made + (i - first), _mm512_min_epu16(line, maximum));
-            doubts.note(i, doubt);
-        }
-        is_sure =
-            make_again(lines, doubts, first, made, weights, limits) <= NUV_Doubts::most_samples;
+        for (const std::size_t end = first + vectors * step; i < end; i += step)
+            doubts.note(i, line.make(i, made + (i - first)));
+        is_sure = make_again(line, doubts, first, made) <= NUV_Doubts::most_samples;
         for (std::size_t k = 0; Far && k < vectors * step; k += step)
-            store<Far>(out + first + k, _mm512_loadu_si512(near + k));
+            line.store_far(near + k, out + first + k);
         if (Far && first == 0)
-            i -= misaligned_samples<__m512i>(out + i);
+            i -= misaligned_samples<step * sizeof *out>(out + i);
     }
     for (; i + step <= samples; i += step) {
-        const __m512i line = combined_by_doubles_avx512(lines, i, weights);
-        store<Far>(out + i, _mm512_min_epu16(line, maximum));
+        line.make_by_doubles(i, Far ? near : out + i);
+        if (Far)
+            line.store_far(near, out + i);
     }
     if (Far)
-        _mm_sfence();
+        _mm_sfence(); // for who reads on another thread
     return i;
 }
 
@@ -417,7 +463,7 @@ void blend_lines_avx2(const std::uint16_t* upper, const std::uint16_t* lower, st
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
         if (Far && i == step)
-            i -= misaligned_samples<__m256i>(out + i);
+            i -= misaligned_samples<sizeof(__m256i)>(out + i);
         bool doubt = doubtful > patience + i / (4 * step);
         if (!doubt) {
             const __m256i line = integers.sixteen(upper + i, lower + i, doubt);
@@ -445,7 +491,7 @@ NUV_AVX512 void blend_lines_avx512(const std::uint16_t* upper, const std::uint16
     std::size_t i = 0;
     for (; i + step <= samples; i += step) {
         if (Far && i == step)
-            i -= misaligned_samples<__m512i>(out + i);
+            i -= misaligned_samples<sizeof(__m512i)>(out + i);
         std::uint32_t doubt = 1;
         if (doubtful <= patience + i / (4 * step)) {
             const __m512i line = blend_words(_mm512_loadu_si512(upper + i),
@@ -481,8 +527,10 @@ void combine_lines_avx2(const std::uint16_t* const lines[4], std::uint16_t* out,
     const std::size_t i =
         !split.fits ? 0
         : split.counts_sign
-            ? combine_split_avx2<Far, true>(split, lines, out, samples, weights, limits)
-            : combine_split_avx2<Far, false>(split, lines, out, samples, weights, limits);
+            ? combine_split<Far>(NUV_CombinationAVX2<true>({lines, weights, limits}, split), out,
+                                 samples)
+            : combine_split<Far>(NUV_CombinationAVX2<false>({lines, weights, limits}, split), out,
+                                 samples);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }
@@ -496,8 +544,10 @@ NUV_AVX512 void combine_lines_avx512(const std::uint16_t* const lines[4], std::u
     const std::size_t i =
         !split.fits ? 0
         : split.counts_sign
-            ? combine_split_avx512<Far, true>(split, lines, out, samples, weights, limits)
-            : combine_split_avx512<Far, false>(split, lines, out, samples, weights, limits);
+            ? combine_split<Far>(NUV_CombinationAVX512<true>({lines, weights, limits}, split), out,
+                                 samples)
+            : combine_split<Far>(NUV_CombinationAVX512<false>({lines, weights, limits}, split), out,
+                                 samples);
     combine_lines_body<std::uint16_t>(lines[0] + i, lines[1] + i, lines[2] + i, lines[3] + i,
                                       out + i, samples - i, weights, limits);
 }

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "core/scale/kernels/nuv_doubts.h"
 #include "core/scale/kernels/nuv_scaleavx512.h"
 #include "core/scale/kernels/nuv_splitweights.h"
 
 #if NUV_X86
-
-#    include <bit>
 
 namespace nuv {
 
@@ -82,9 +81,7 @@ template <bool CountsSign>
 // Takes one of the bits of such a doubt; which of the 32 samples it is of.
 [[nodiscard]] inline std::size_t take_combined_doubt(std::uint32_t& doubt) noexcept
 {
-    const auto bit = static_cast<std::size_t>(std::countr_zero(doubt));
-    doubt &= doubt - 1;
-    return bit % 16 / 4 * 8 + bit / 16 * 4 + bit % 4;
+    return take_doubt_of_halves<16>(doubt);
 }
 
 } // namespace nuv
