@@ -1,7 +1,7 @@
 #include "tests/core/jpeg/nuv_jpegcraft.h"
 #include "tests/core/jpeg/nuv_jpegstreams.h"
 
-#include <chrono>
+#include <ctime>
 #include <numeric>
 
 namespace nuv {
@@ -241,12 +241,12 @@ TEST(JPEGDecoder, StopsReadingScansWithoutEnd)
         scans(0xC2, 6000, {17}, beside),
     };
     for (const Stream& stream : streams) {
-        const auto begin = std::chrono::steady_clock::now();
+        const std::clock_t begin = std::clock(); // of the processor
         const JPEGDecoded decoded = decode_stream(stream);
         EXPECT_EQ(decoded.start, Code::good);
         EXPECT_EQ(decoded.codes.size(), decoded.picture.height);
         EXPECT_EQ(decoded.lines, Code::damaged_lines);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+        EXPECT_LT(std::clock() - begin, 5 * CLOCKS_PER_SEC);
     }
 }
 
