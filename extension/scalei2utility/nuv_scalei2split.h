@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 namespace nuv {
 
@@ -47,8 +48,9 @@ struct NUV_ScaleI2SplitGroup {
     // Of each pixel the four bytes of its first two taps in its window, which begins with the first
     // tap of the first pixel, or in wide groups with that of the eighth for the last eight.
     std::uint8_t order[4 * split_group_pixels];
-    std::uint32_t high[most_tap_pairs][split_group_pixels];
-    std::uint32_t low[most_tap_pairs][split_group_pixels];
+    // Each pair of all pixels, or of each pixel all pairs, as the form wants it.
+    std::uint32_t high[most_tap_pairs * split_group_pixels];
+    std::uint32_t low[most_tap_pairs * split_group_pixels];
 };
 
 struct NUV_ScaleI2SplitTable {
@@ -61,6 +63,19 @@ struct NUV_ScaleI2SplitTable {
     [[nodiscard]] std::size_t first_pixel(std::size_t group) const noexcept
     {
         return std::min(begin + group * split_group_pixels, end - split_group_pixels);
+    }
+    // Source pixels from the first tap of the group that begins with pixel k to that of its last.
+    [[nodiscard]] std::size_t spread(std::size_t k) const noexcept
+    {
+        return static_cast<std::size_t>(firsts[k + split_group_pixels - 1] - firsts[k]);
+    }
+    // The first source pixel of groups `from` to `to` - 1, and how many they have.
+    [[nodiscard]] std::pair<std::int64_t, std::size_t> part(std::size_t from,
+                                                            std::size_t to) const noexcept
+    {
+        const std::int64_t first = firsts[first_pixel(from)];
+        const std::int64_t last = firsts[first_pixel(to - 1) + split_group_pixels - 1];
+        return {first, static_cast<std::size_t>(last + taps - first)};
     }
 };
 
@@ -77,25 +92,39 @@ struct NUV_ScaleI2SplitLine {
     return (m + 0x8000) ^ 0x8000;
 }
 
-// All pixels of the groups, from `line` to intermediate samples.
+// All pixels of the groups, from `line` to intermediate samples. The first sample behind them may
+// become anything.
 using FilterSplitRow = void (*)(const std::uint16_t* line, const NUV_ScaleI2SplitTable& table,
                                 std::int32_t* out);
 
 // Makes `samples` samples of `out`. Intermediate lines have whole steps; each step gets a mask of
 // the samples that have to be made again.
-using CombineSplitMiddles = void (*)(const std::int32_t* const* lines,
+using CombineSplitMiddles = void (*)(const std::int32_t* const* lines, std::size_t taps,
                                      const NUV_ScaleI2SplitLine& weights, std::uint16_t* out,
                                      std::size_t samples, std::uint16_t maximum,
                                      std::uint32_t* doubts);
 
+// What its sums of high parts begin with, but for D: 32768 in units of 2^-11, and a half.
+inline constexpr std::int32_t split_line_begin =
+    (32768 << split_line_bits) + (1 << (split_line_bits - 1));
+
 #if NUV_X86
+// Of each pixel all pairs.
+template <int Pairs, int Channels>
+NUV_TARGET("avx2")
+void filter_split_row_avx2(const std::uint16_t* line, const NUV_ScaleI2SplitTable& table,
+                           std::int32_t* out);
+NUV_TARGET("avx2")
+void combine_split_middles_avx2(const std::int32_t* const* lines, std::size_t taps,
+                                const NUV_ScaleI2SplitLine& weights, std::uint16_t* out,
+                                std::size_t samples, std::uint16_t maximum, std::uint32_t* doubts);
+// Each pair of all pixels.
 template <int Pairs, int Channels, bool IsWide>
 NUV_TARGET("avx512vbmi,avx512bw")
 void filter_split_row_avx512(const std::uint16_t* line, const NUV_ScaleI2SplitTable& table,
                              std::int32_t* out);
-template <int Taps>
 NUV_TARGET("avx512vbmi,avx512bw")
-void combine_split_middles_avx512(const std::int32_t* const* lines,
+void combine_split_middles_avx512(const std::int32_t* const* lines, std::size_t taps,
                                   const NUV_ScaleI2SplitLine& weights, std::uint16_t* out,
                                   std::size_t samples, std::uint16_t maximum,
                                   std::uint32_t* doubts);
@@ -104,7 +133,7 @@ void combine_split_middles_avx512(const std::int32_t* const* lines,
 // True when this processor has forms for them.
 [[nodiscard]] inline bool has_split_forms(const NUV_Cpu& cpu) noexcept
 {
-    return NUV_X86 && cpu.has_avx512vbmi;
+    return NUV_X86 && cpu.has_avx2;
 }
 
 // Memory that begins on a line of the cache.
@@ -166,6 +195,7 @@ private:
     CombineSplitMiddles combine_ = nullptr;
     double off_ = 0; // at most, an intermediate sample, in samples
     bool is_wide_ = false;
+    bool is_by_pixels_ = false; // the weights of a group
     bool fits_ = false;
 };
 

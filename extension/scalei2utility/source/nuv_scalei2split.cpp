@@ -73,42 +73,55 @@ struct NUV_SplitSum {
            static_cast<std::uint32_t>(static_cast<std::uint16_t>(upper)) << half_bits;
 }
 
-[[nodiscard]] FilterSplitRow choose_filter_split_row([[maybe_unused]] std::uint32_t taps,
-                                                     [[maybe_unused]] std::uint32_t channels,
-                                                     [[maybe_unused]] bool is_wide) noexcept
-{
 #if NUV_X86
-    const auto of_pairs = [&]<int Pairs>() -> FilterSplitRow {
-        switch (channels) {
-        case 1:
-            return is_wide ? filter_split_row_avx512<Pairs, 1, true>
-                           : filter_split_row_avx512<Pairs, 1, false>;
-        case 3:
-            return is_wide ? filter_split_row_avx512<Pairs, 3, true>
-                           : filter_split_row_avx512<Pairs, 3, false>;
-        default:
-            return is_wide ? filter_split_row_avx512<Pairs, 4, true>
-                           : filter_split_row_avx512<Pairs, 4, false>;
-        }
-    };
-    if (taps == scale_i2_least_taps)
-        return of_pairs.operator()<2>();
-    return taps <= 6 ? of_pairs.operator()<3>() : of_pairs.operator()<4>();
-#else
-    return nullptr;
-#endif
+template <int Pairs, int Channels>
+[[nodiscard]] FilterSplitRow choose_row_form(const NUV_Cpu& cpu, bool is_wide) noexcept
+{
+    if (!cpu.has_avx512vbmi)
+        return filter_split_row_avx2<Pairs, Channels>;
+    return is_wide ? filter_split_row_avx512<Pairs, Channels, true>
+                   : filter_split_row_avx512<Pairs, Channels, false>;
 }
 
-[[nodiscard]] CombineSplitMiddles choose_combine_split_middles(
-    [[maybe_unused]] std::uint32_t taps) noexcept
+[[nodiscard]] FilterSplitRow choose_filter_split_row(const NUV_Cpu& cpu, std::uint32_t taps,
+                                                     std::uint32_t channels, bool is_wide) noexcept
 {
-#if NUV_X86
-    return visit_taps(
-        taps, []<int Taps>() -> CombineSplitMiddles { return combine_split_middles_avx512<Taps>; });
-#else
-    return nullptr;
-#endif
+    const auto of_pairs = [&]<int Pairs>() {
+        switch (channels) {
+        case 1:
+            return choose_row_form<Pairs, 1>(cpu, is_wide);
+        case 3:
+            return choose_row_form<Pairs, 3>(cpu, is_wide);
+        default:
+            return choose_row_form<Pairs, 4>(cpu, is_wide);
+        }
+    };
+    switch ((taps + 1) / 2) {
+    case 2:
+        return of_pairs.operator()<2>();
+    case 3:
+        return of_pairs.operator()<3>();
+    default:
+        return of_pairs.operator()<4>();
+    }
 }
+
+[[nodiscard]] CombineSplitMiddles choose_combine_split_middles(const NUV_Cpu& cpu) noexcept
+{
+    return cpu.has_avx512vbmi ? combine_split_middles_avx512 : combine_split_middles_avx2;
+}
+#else
+[[nodiscard]] FilterSplitRow choose_filter_split_row(const NUV_Cpu&, std::uint32_t, std::uint32_t,
+                                                     bool) noexcept
+{
+    return nullptr;
+}
+
+[[nodiscard]] CombineSplitMiddles choose_combine_split_middles(const NUV_Cpu&) noexcept
+{
+    return nullptr;
+}
+#endif
 
 } // namespace
 
@@ -131,13 +144,14 @@ bool NUV_ScaleI2SplitFilter::initiate(
 {
     row_ = &row;
     column_ = &column;
+    is_by_pixels_ = !manager.cpu().has_avx512vbmi;
     if (!set_groups(manager) || !lines_.allocate(manager, lines) ||
         !doubts_.allocate(manager, line_samples() / split_step_samples))
         return false;
     for (std::size_t k = 0; fits_ && k < lines; ++k)
         fits_ = set_line(k, lines_[k]);
-    filter_ = choose_filter_split_row(row.taps(), row.channels(), is_wide_);
-    combine_ = choose_combine_split_middles(column.taps());
+    filter_ = choose_filter_split_row(manager.cpu(), row.taps(), row.channels(), is_wide_);
+    combine_ = choose_combine_split_middles(manager.cpu());
     return true;
 }
 
@@ -147,13 +161,14 @@ std::size_t NUV_ScaleI2SplitFilter::line_samples() const noexcept
            split_step_samples;
 }
 
-// Those of all pixels whose taps are inside the line.
+// Those of all pixels whose taps are inside the line. That is never the last one, over which a form
+// may spill.
 bool NUV_ScaleI2SplitFilter::set_groups(NUV_Manager& manager)
 {
     const std::int64_t* firsts = row_->axis().firsts();
     const std::int64_t last = std::int64_t{row_->source_width()} - row_->taps();
     std::size_t begin = 0;
-    std::size_t end = row_->destination_width();
+    std::size_t end = row_->destination_width() - 1;
     while (begin < end && firsts[begin] < 0)
         ++begin;
     while (end > begin && firsts[end - 1] > last)
@@ -210,8 +225,10 @@ bool NUV_ScaleI2SplitFilter::set_pixel(std::size_t k, std::size_t place,
     for (std::size_t pair = 0; pair < most_tap_pairs; ++pair) {
         const NUV_SplitInteger& first = split.parts[2 * pair];
         const NUV_SplitInteger& second = split.parts[2 * pair + 1];
-        group.high[pair][place] = half_pair(first.high, second.high);
-        group.low[pair][place] = half_pair(first.low, second.low);
+        const std::size_t to =
+            is_by_pixels_ ? place * most_tap_pairs + pair : pair * split_group_pixels + place;
+        group.high[to] = half_pair(first.high, second.high);
+        group.low[to] = half_pair(first.low, second.low);
     }
     return true;
 }
@@ -266,8 +283,8 @@ std::size_t NUV_ScaleI2SplitFilter::combine(std::size_t k, const std::int32_t* c
                                             const std::uint16_t* const* lines,
                                             std::uint16_t* out) const
 {
-    combine_(middles, lines_[k], out, column_->samples_per_line(), column_->maximum(),
-             doubts_.data());
+    combine_(middles, column_->taps(), lines_[k], out, column_->samples_per_line(),
+             column_->maximum(), doubts_.data());
     std::size_t count = 0;
     for (std::size_t step = 0; step < doubts_.size(); ++step) {
         for (std::uint32_t doubt = doubts_[step]; doubt != 0; doubt &= doubt - 1) {

@@ -81,8 +81,10 @@ NUV_AVX512 inline __m512i filter_channel(const std::uint16_t* in,
             pairs =
                 _mm512_mask_permutexvar_epi8(pairs, last_half, order, _mm512_loadu_si512(in_last));
         }
-        high = _mm512_add_epi32(high, _mm512_madd_epi16(pairs, _mm512_loadu_si512(group.high[i])));
-        low = _mm512_add_epi32(low, _mm512_madd_epi16(pairs, _mm512_loadu_si512(group.low[i])));
+        high = _mm512_add_epi32(
+            high, _mm512_madd_epi16(pairs, _mm512_loadu_si512(group.high + i * lanes)));
+        low = _mm512_add_epi32(low,
+                               _mm512_madd_epi16(pairs, _mm512_loadu_si512(group.low + i * lanes)));
         order = _mm512_add_epi8(order, _mm512_set1_epi8(4));
     }
     const __m512i sum = _mm512_add_epi32(high, _mm512_srai_epi32(low, 14));
@@ -112,13 +114,11 @@ NUV_AVX512 void filter_split_row_avx512(const std::uint16_t* line,
     NUV_Part<Channels> part;
     for (std::size_t begin = 0; begin < table.groups.size(); begin += split_part_groups) {
         const std::size_t end = std::min(begin + split_part_groups, table.groups.size());
-        const std::int64_t start = firsts[table.first_pixel(begin)];
-        const std::int64_t stop = firsts[table.first_pixel(end - 1) + lanes - 1] + table.taps;
-        set_part<Channels>(line + start * Channels, static_cast<std::size_t>(stop - start), part);
+        const auto [start, pixels] = table.part(begin, end);
+        set_part<Channels>(line + start * Channels, pixels, part);
         for (std::size_t i = begin; i < end; ++i) {
             const std::size_t k = table.first_pixel(i);
-            const auto spread = static_cast<std::size_t>(firsts[k + lanes - 1] - firsts[k]);
-            prefetch_ahead(line + firsts[k] * Channels, spread * Channels * sizeof(*line));
+            prefetch_ahead(line + firsts[k] * Channels, table.spread(k) * Channels * sizeof(*line));
             __m512i sums[Channels];
             for (std::size_t c = 0; c < Channels; ++c) {
                 const std::uint16_t* in = part.samples[c];
@@ -131,33 +131,30 @@ NUV_AVX512 void filter_split_row_avx512(const std::uint16_t* line,
     }
 }
 
-template <int Taps>
-NUV_AVX512 void combine_split_middles_avx512(const std::int32_t* const* lines,
+NUV_AVX512 void combine_split_middles_avx512(const std::int32_t* const* lines, std::size_t taps,
                                              const NUV_ScaleI2SplitLine& weights,
                                              std::uint16_t* out, std::size_t samples,
                                              std::uint16_t maximum, std::uint32_t* doubts)
 {
-    // 32768 in units of 2^-11, and a half.
-    constexpr std::int32_t moved = (32768 << split_line_bits) + (1 << (split_line_bits - 1));
-    const __m512i begin = _mm512_set1_epi32(moved + weights.doubt);
+    const __m512i begin = _mm512_set1_epi32(split_line_begin + weights.doubt);
     const __m512i fraction = _mm512_set1_epi32((1 << split_line_bits) - 1);
     const __m512i in_doubt = _mm512_set1_epi32(2 * weights.doubt);
     const __m512i most = _mm512_set1_epi16(static_cast<std::int16_t>(maximum));
     const __m512i in_order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     for (std::size_t x = 0; x < samples; x += split_step_samples) {
-        __m512i sums[2];
-        for (std::size_t half = 0; half < 2; ++half) {
-            __m512i high = begin;
-            __m512i low = _mm512_setzero_si512();
-            for (std::size_t i = 0; i < Taps; ++i) {
+        __m512i sums[2] = {begin, begin};
+        __m512i low[2] = {_mm512_setzero_si512(), _mm512_setzero_si512()};
+        for (std::size_t i = 0; i < taps; ++i) {
+            const __m512i by_high = _mm512_set1_epi32(static_cast<std::int32_t>(weights.high[i]));
+            const __m512i by_low = _mm512_set1_epi32(static_cast<std::int32_t>(weights.low[i]));
+            for (std::size_t half = 0; half < 2; ++half) {
                 const __m512i in = _mm512_loadu_si512(lines[i] + x + half * lanes);
-                const auto by_high = static_cast<std::int32_t>(weights.high[i]);
-                const auto by_low = static_cast<std::int32_t>(weights.low[i]);
-                high = _mm512_add_epi32(high, _mm512_madd_epi16(in, _mm512_set1_epi32(by_high)));
-                low = _mm512_add_epi32(low, _mm512_madd_epi16(in, _mm512_set1_epi32(by_low)));
+                sums[half] = _mm512_add_epi32(sums[half], _mm512_madd_epi16(in, by_high));
+                low[half] = _mm512_add_epi32(low[half], _mm512_madd_epi16(in, by_low));
             }
-            sums[half] = _mm512_add_epi32(high, _mm512_srai_epi32(low, 16));
         }
+        for (std::size_t half = 0; half < 2; ++half)
+            sums[half] = _mm512_add_epi32(sums[half], _mm512_srai_epi32(low[half], 16));
         const std::uint32_t known =
             0xFFFFFFFFU >> (split_step_samples - std::min(samples - x, split_step_samples));
         const std::uint32_t low_doubt =
@@ -181,14 +178,9 @@ NUV_AVX512 void combine_split_middles_avx512(const std::int32_t* const* lines,
         NUV_ROW_FORMS(pairs, 1);                                                                   \
         NUV_ROW_FORMS(pairs, 3);                                                                   \
         NUV_ROW_FORMS(pairs, 4)
-#    define NUV_LINE_FORM(taps)                                                                    \
-        template void combine_split_middles_avx512<taps>(                                          \
-            const std::int32_t* const*, const NUV_ScaleI2SplitLine&, std::uint16_t*, std::size_t,  \
-            std::uint16_t, std::uint32_t*)
 NUV_ROW_FORMS_OF(2);
 NUV_ROW_FORMS_OF(3);
 NUV_ROW_FORMS_OF(4);
-NUV_SCALE_I2_FORMS(NUV_LINE_FORM);
 
 } // namespace nuv
 
