@@ -236,8 +236,8 @@ void nuv_job::note_damage() noexcept
         return;
     }
     std::snprintf(message.data(), message.size(),
-                  "The source is damaged from line %lld of %u on; what is lost was made up.", line,
-                  source_lines);
+                  "The source is damaged from line %lld of %u on; what is lost %s.", line,
+                  source_lines, line + missing_lines > source_lines ? "is missing" : "was made up");
 }
 
 bool nuv_job::must_be(JobStage wanted, const char* name) noexcept

@@ -80,6 +80,7 @@ struct nuv_job {
     bool is_source_alone = false;            // no operation stands behind the reader
     bool is_turned = false;                  // by nuv_upright()
     std::uint32_t source_lines = 0;          // as they are stored
+    std::uint32_t missing_lines = 0;         // of these, below those that the reader shows
     std::array<char, 64> scaling_steps{};    // of the last scaling
 
     JobForm form;

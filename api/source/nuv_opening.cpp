@@ -232,7 +232,13 @@ void read_source(nuv_job& job)
     job.last = reader;
     job.is_source_alone = true;
     job.stage = JobStage::opened;
-    static_cast<void>(job.allows_size(job.header().width(), job.header().height()));
+    const std::uint32_t lines = job.header().height();
+    static_cast<void>(job.allows_size(job.header().width(), lines));
+    // The streams of a TIFF file tell their own heights, which may add up to less than its.
+    if (lines < job.source_lines) {
+        job.missing_lines = job.source_lines - lines;
+        manager.note_damage(nuv::NUV_Diagnosis().on_line(lines));
+    }
 }
 
 // Of more bytes than positions can tell.

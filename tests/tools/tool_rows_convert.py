@@ -70,6 +70,7 @@ ROWS = (
     # Damage that was mended is told, and refused when that is asked for.
     (2, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg o.ppm", "o.ppm", "", "nuv: half.jpg: The source is damaged from line * of 17 on; what is lost was made up."),
     (2, "head -c 800 photo.jpg >half.jpg; nuv convert half.jpg o.ppm -q", "o.ppm", "", ""),
+    (2, r"LC_ALL=C sed 's/\x16\x01\x03\x00\x01\x00\x00\x00\x11/\x16\x01\x03\x00\x01\x00\x00\x00\x22/' turned.tif >rows.tif; nuv convert rows.tif o.ppm; head -n 2 o.ppm | tail -n 1; nuv convert rows.tif p.ppm --strict; exit 2", "o.ppm rows.tif", "*17", "nuv: rows.tif: The source is damaged from line 18 of 34 on; what is lost is missing.\nnuv: rows.tif: The source is damaged from line 18 of 34 on."),
     (1, "echo old >o.ppm; head -c 800 photo.jpg >half.jpg; nuv convert half.jpg -o o.ppm --strict", "o.ppm", "", "nuv: half.jpg: The source is damaged from line * of 17 on.", "grep -x old o.ppm"),
     # Each reason has its class, and the file that it is about.
     (1, "nuv convert arithmetic.jpg o.ppm", "", "", "nuv: arithmetic.jpg: The source is of a kind that is not served: arithmetic coding*"),
