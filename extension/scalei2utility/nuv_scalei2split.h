@@ -29,10 +29,10 @@ namespace nuv {
 // - T, the sum of a x A, and R, the sum of a x B + b x A, fit 32 bits. The result is T + (R >> 16)
 //   in units of 2^-11, which is at most one unit too low; left out are the sum of b x B, which is
 //   at most the sum of |b| x 2^15 x 2^-43, and what rounding v leaves.
-// In double precision some thirty operations on numbers below 2^18 are off by less than 2^-28 in
-// all. Where everything together is at most D units, V = T + (R >> 16) + D lies at most 2 x D above
-// the sum and less than a unit below it; the two are rounded alike unless (V + 2^10) mod 2^11 is
-// below 2 x D. Each line has its own D.
+// In double precision some thirty operations on numbers below 2^20 are off by less than 2^-26 in
+// all, and what sums of weights are off one makes less than 2^-22. Where everything together is at
+// most D units, V = T + (R >> 16) + D lies at most 2 x D above the sum and less than a unit below
+// it; the two are rounded alike unless (V + 2^10) mod 2^11 is below 2 x D. Each line has its own D.
 inline constexpr std::int32_t most_split_doubt = 4;
 inline constexpr int split_line_bits = 11;
 

@@ -243,7 +243,7 @@ bool NUV_ScaleI2SplitFilter::set_line(std::size_t k, NUV_ScaleI2SplitLine& line)
     const double off =
         split.magnitude * off_ + split.lost * most_middle +
         static_cast<double>(split.low) * power_of_two(half_bits - 1 - line_bits - middle_bits) +
-        power_of_two(-20);
+        power_of_two(-20); // double precision, and sums of weights
     const double doubt = std::ceil(off * power_of_two(split_line_bits));
     if (!split.fits || most_sum >= 2147483647.0 - 65536 || doubt > most_split_doubt)
         return false;
