@@ -61,11 +61,11 @@ template <int Channels, bool CountsSign>
 {
     const __m512i order = _mm512_loadu_si512(window.order);
     const std::uint16_t* in = line + window.begin;
-    return combine_words<CountsSign>(take_signed(in, order, window.is_wide),
-                                     take_signed(in + Channels, order, window.is_wide),
-                                     take_signed(in + 2 * Channels, order, window.is_wide),
-                                     take_signed(in + 3 * Channels, order, window.is_wide),
-                                     load_split<0>(window), load_split<1>(window), doubt);
+    return combine_words<CountsSign>(
+        take_signed(in, order, window.is_wide), take_signed(in + Channels, order, window.is_wide),
+        take_signed(in + std::size_t{2} * Channels, order, window.is_wide),
+        take_signed(in + std::size_t{3} * Channels, order, window.is_wide), load_split<0>(window),
+        load_split<1>(window), doubt);
 }
 
 template <int Channels>
