@@ -84,7 +84,7 @@ void set_bit_windows(MoveBits form, std::span<const std::uint32_t> pixels, std::
                      std::span<Window> windows) noexcept
 {
     constexpr std::size_t quarter = Window::pixels / Window::parts;
-    const std::size_t part = part_of_window(form);
+    const std::size_t part = std::max<std::size_t>(part_of_window(form), 1);
     std::ranges::fill(windows, Window{});
     std::size_t begin = 0;
     for (std::size_t i = 0; i < pixels.size(); ++i) {

@@ -4,7 +4,6 @@
 
 #    include "core/include/nuv_avx512.h"
 
-#    include <algorithm>
 #    include <cstring>
 
 namespace nuv {
