@@ -24,8 +24,8 @@ struct NUV_Cpu {
     bool has_sse2 = false;
     bool has_avx2 = false;
     bool has_avx512vbmi = false; // with AVX-512BW and VNNI
-    // pext, pdep and popcnt, each in a few cycles: some processors with AVX2 have the first two in
-    // microcode, of hundreds of cycles. All with AVX-512 VBMI have them.
+    // pext and popcnt, each in a few cycles: some processors with AVX2 have the first in microcode,
+    // of hundreds of cycles. All with AVX-512 VBMI have them.
     bool has_fast_pext = false;
 
     // The levels that forms are written for, each with all that the one before it has.

@@ -241,7 +241,7 @@ TEST(Wrapper, WritesALosslessJPEGWithATableForTheImageIfAsked)
             samples[i] = 9;
         const auto stream = [&](WriteLosslessJPEGOption* option) {
             const auto write = [=](NuvWrapperClass& w) { w.WriteLosslessJPEG(option); };
-            const Bytes bytes = made(samples, in_turn(read_raw(image), write));
+            Bytes bytes = made(samples, in_turn(read_raw(image), write));
             EXPECT_EQ(made(bytes, in_turn(read_any, write_raw)), samples);
             return bytes;
         };

@@ -56,7 +56,7 @@ TEST(STBlockDstBuffer, CarriesTheStreamForEveryPairOfBlockSizes)
                 ASSERT_TRUE(reader->block_bytes(src_block));
                 Bytes got;
                 const std::uint32_t most = form == 3 ? 3 : 1;
-                Bytes into(most * src_block);
+                Bytes into(std::size_t{most} * src_block);
                 for (int turn = 0;; ++turn) {
                     std::uint32_t count = 77;
                     if (form == 3) {
