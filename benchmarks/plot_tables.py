@@ -145,7 +145,10 @@ def main():
                 f"To repeat it:\n\n```sh\n{mark[3]}\n```\n\n"
                 f'<details markdown="1">\n<summary>The figures</summary>\n\n{mark[4]}\n</details>\n')
 
-    page.write_text(MARK.sub(plot, page.read_text(encoding="utf-8")), encoding="utf-8")
+    drawn_page = MARK.sub(plot, page.read_text(encoding="utf-8"))
+    if count == 0:
+        sys.exit(f"plot_tables.py: no table of {page} has a mark")
+    page.write_text(drawn_page, encoding="utf-8")
 
 
 if __name__ == "__main__":
