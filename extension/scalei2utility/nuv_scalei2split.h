@@ -160,8 +160,7 @@ public:
     // after NUV_ERR_MEMORY.
     [[nodiscard]] bool initiate(NUV_Manager& manager,
                                 const NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic>& row,
-                                const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>& column,
-                                std::uint32_t lines);
+                                const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>& column);
 
     // False when the weights do not allow for it; nothing else is to be called then.
     [[nodiscard]] bool fits() const noexcept { return fits_; }
@@ -171,10 +170,13 @@ public:
     // `line` has as many pixels as the source.
     void filter(const std::uint16_t* line, std::int32_t* out) const;
 
-    // Line k of the result from intermediate lines, and from those of the source that these are of.
-    // How many samples were made again.
-    std::size_t combine(std::size_t k, const std::int32_t* const* middles,
-                        const std::uint16_t* const* lines, std::uint16_t* out) const;
+    // Line k of the result from intermediate lines, but for samples that are in doubt: how many.
+    // Where the weights do not allow for it, all are.
+    [[nodiscard]] std::size_t combine(std::size_t k, const std::int32_t* const* middles,
+                                      std::uint16_t* out) const;
+    // Makes what the last combine(), of line k, left in doubt, from the source lines that the
+    // intermediate ones are of.
+    void make_again(std::size_t k, const std::uint16_t* const* lines, std::uint16_t* out) const;
 
 private:
     [[nodiscard]] bool set_groups(NUV_Manager& manager);
@@ -182,13 +184,12 @@ private:
     [[nodiscard]] bool set_pixel(std::size_t k, std::size_t place, NUV_ScaleI2SplitGroup& group);
     [[nodiscard]] bool set_line(std::size_t k, NUV_ScaleI2SplitLine& line) const;
     void filter_end(const std::uint16_t* line, std::size_t k, std::int32_t* out) const;
-    void make_again(std::size_t k, std::size_t sample, const std::uint16_t* const* lines,
-                    std::uint16_t* out) const;
+    void make_sample_again(std::size_t k, std::size_t sample, const std::uint16_t* const* lines,
+                           std::uint16_t* out) const;
 
     const NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic>* row_ = nullptr;
     const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>* column_ = nullptr;
     NUV_ScaleI2Memory groups_;
-    NUV_Scratch<NUV_ScaleI2SplitLine> lines_;
     NUV_Scratch<std::uint32_t> doubts_;
     NUV_ScaleI2SplitTable table_{};
     FilterSplitRow filter_ = nullptr;

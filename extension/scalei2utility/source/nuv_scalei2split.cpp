@@ -140,16 +140,13 @@ bool NUV_ScaleI2Memory::allocate(NUV_Manager& manager, std::size_t count, std::s
 
 bool NUV_ScaleI2SplitFilter::initiate(
     NUV_Manager& manager, const NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic>& row,
-    const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>& column, std::uint32_t lines)
+    const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>& column)
 {
     row_ = &row;
     column_ = &column;
     is_by_pixels_ = !manager.cpu().has_avx512vbmi;
-    if (!set_groups(manager) || !lines_.allocate(manager, lines) ||
-        !doubts_.allocate(manager, line_samples() / split_step_samples))
+    if (!set_groups(manager) || !doubts_.allocate(manager, line_samples() / split_step_samples))
         return false;
-    for (std::size_t k = 0; fits_ && k < lines; ++k)
-        fits_ = set_line(k, lines_[k]);
     filter_ = choose_filter_split_row(manager.cpu(), row.taps(), row.channels(), is_wide_);
     combine_ = choose_combine_split_middles(manager.cpu());
     return true;
@@ -174,8 +171,10 @@ bool NUV_ScaleI2SplitFilter::set_groups(NUV_Manager& manager)
     while (end > begin && firsts[end - 1] > last)
         --end;
     fits_ = end - begin >= split_group_pixels;
-    for (std::size_t k = 0; fits_ && k < row_->destination_width(); ++k)
-        fits_ = split_sum(row_->axis().weights(k), row_bits, row_low_bits).fits;
+    for (std::size_t k = 0; fits_ && k < row_->destination_width(); ++k) {
+        const bool is_of_group = k >= begin && k < end; // of which set_pixel() tells
+        fits_ = is_of_group || split_sum(row_->axis().weights(k), row_bits, row_low_bits).fits;
+    }
     if (!fits_)
         return true;
     const std::size_t count = (end - begin + split_group_pixels - 1) / split_group_pixels;
@@ -280,25 +279,34 @@ void NUV_ScaleI2SplitFilter::filter_end(const std::uint16_t* line, std::size_t k
 }
 
 std::size_t NUV_ScaleI2SplitFilter::combine(std::size_t k, const std::int32_t* const* middles,
-                                            const std::uint16_t* const* lines,
                                             std::uint16_t* out) const
 {
-    combine_(middles, column_->taps(), lines_[k], out, column_->samples_per_line(),
-             column_->maximum(), doubts_.data());
+    NUV_ScaleI2SplitLine line{};
+    if (!set_line(k, line))
+        return column_->samples_per_line();
+    combine_(middles, column_->taps(), line, out, column_->samples_per_line(), column_->maximum(),
+             doubts_.data());
     std::size_t count = 0;
-    for (std::size_t step = 0; step < doubts_.size(); ++step) {
-        for (std::uint32_t doubt = doubts_[step]; doubt != 0; doubt &= doubt - 1) {
-            const auto bit = static_cast<std::size_t>(std::countr_zero(doubt));
-            make_again(k, step * split_step_samples + bit, lines, out);
-            ++count;
-        }
-    }
+    for (const std::uint32_t doubt : doubts_.items())
+        count += static_cast<std::size_t>(std::popcount(doubt));
     return count;
 }
 
+void NUV_ScaleI2SplitFilter::make_again(std::size_t k, const std::uint16_t* const* lines,
+                                        std::uint16_t* out) const
+{
+    for (std::size_t step = 0; step < doubts_.size(); ++step) {
+        for (std::uint32_t doubt = doubts_[step]; doubt != 0; doubt &= doubt - 1) {
+            const auto bit = static_cast<std::size_t>(std::countr_zero(doubt));
+            make_sample_again(k, step * split_step_samples + bit, lines, out);
+        }
+    }
+}
+
 // In the order of the taps both ways, as everywhere.
-void NUV_ScaleI2SplitFilter::make_again(std::size_t k, std::size_t sample,
-                                        const std::uint16_t* const* lines, std::uint16_t* out) const
+void NUV_ScaleI2SplitFilter::make_sample_again(std::size_t k, std::size_t sample,
+                                               const std::uint16_t* const* lines,
+                                               std::uint16_t* out) const
 {
     const std::size_t channels = row_->channels();
     const std::size_t pixel = sample / channels;

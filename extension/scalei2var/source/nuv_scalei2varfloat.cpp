@@ -48,6 +48,9 @@ private:
     void fill(const Filter& filter, std::size_t line_samples, const std::uint16_t* const* lines,
               Middle* ring, const Middle** middles);
 
+    // False where too many samples would have to be made again.
+    [[nodiscard]] bool make_by_integers(const std::uint16_t* const* lines, std::uint16_t* out);
+
     NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic> row_;
     NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic> column_;
     NUV_ScaleI2SplitFilter split_;
@@ -76,8 +79,6 @@ bool NUV_ScaleI2VARFloatEngine::initiate(const NUV_Header* header, NUV_SrcBuffer
     source_height_ = header->height();
 
     const std::size_t samples = std::size_t{order.width} * header->channels();
-    patience_ = static_cast<std::int64_t>(samples);
-
     const NUV_CubicSplineTable& table = *order.table;
     const NUV_ScaleI2Sizes widths{header->width(), order.width,
                                   static_cast<double>(order.width) / header->width()};
@@ -87,7 +88,7 @@ bool NUV_ScaleI2VARFloatEngine::initiate(const NUV_Header* header, NUV_SrcBuffer
                        header->channels()) ||
         !column_.initiate(manager(), table, table.stretch_y(), heights, order.taps_y, samples,
                           order.bits) ||
-        !split_.initiate(manager(), row_, column_, order.height))
+        !split_.initiate(manager(), row_, column_))
         return false;
     is_exact_ = !split_.fits();
     const std::size_t line_bytes =
@@ -112,25 +113,41 @@ void NUV_ScaleI2VARFloatEngine::fill(const Filter& filter, std::size_t line_samp
     }
 }
 
-void NUV_ScaleI2VARFloatEngine::make_from(const std::uint16_t* const* lines, std::uint16_t* out)
+// A sample that is made again takes as long as some twenty. Some of 256 always are; where they are
+// twice as many, all are made in double precision from there on.
+bool NUV_ScaleI2VARFloatEngine::make_by_integers(const std::uint16_t* const* lines,
+                                                 std::uint16_t* out)
 {
-    if (is_exact_) {
-        const double* middles[scale_i2_most_taps];
-        fill(row_, column_.samples_per_line(), lines, ring_.as<double>(), middles);
-        column_.combine(line_, middles, out);
-        return;
-    }
     const std::int32_t* middles[scale_i2_most_taps];
     fill(split_, split_.line_samples(), lines, ring_.as<std::int32_t>(), middles);
-    // A sample that is made again takes as long as some twenty, so that one in 16 is too many: from
-    // there on all are made in double precision.
-    const auto again = static_cast<std::int64_t>(split_.combine(line_, middles, lines, out));
+    const auto again = static_cast<std::int64_t>(split_.combine(line_, middles, out));
     const auto samples = static_cast<std::int64_t>(column_.samples_per_line());
-    patience_ = std::min(patience_ + samples / 16 - again, samples);
+    patience_ = std::min(patience_ + samples / 128, samples / 16) - again;
     if (patience_ < 0) {
         is_exact_ = true;
         lines_filtered_ = 0;
+        return false;
     }
+    split_.make_again(line_, lines, out);
+    return true;
+}
+
+void NUV_ScaleI2VARFloatEngine::make_from(const std::uint16_t* const* lines, std::uint16_t* out)
+{
+    if (!is_exact_ && make_by_integers(lines, out))
+        return;
+    const double* middles[scale_i2_most_taps];
+    fill(row_, column_.samples_per_line(), lines, ring_.as<double>(), middles);
+    column_.combine(line_, middles, out);
+}
+
+// Tables of integers take as long to make as some lines, and giving them up as long as some more.
+[[nodiscard]] bool integers_pay(const NUV_Header& source, std::uint32_t width) noexcept
+{
+    constexpr std::uint32_t least_lines = 512;
+    constexpr std::size_t least_samples = 256;
+    return source.height() >= least_lines &&
+           std::size_t{width} * source.channels() >= least_samples;
 }
 
 template <int Taps>
@@ -164,7 +181,7 @@ NUV_Engine* NUV_ScaleI2VAR::scale_float(NUV_Engine* previous, std::uint32_t widt
                                         const NUV_CubicSplineTable& table, std::uint32_t taps_x,
                                         std::uint32_t taps_y)
 {
-    if (has_split_forms(manager().cpu())) {
+    if (has_split_forms(manager().cpu()) && integers_pay(*previous->header(), width)) {
         const NUV_ScaleI2VAROrder order{width, height, bits, taps_x, taps_y, &table};
         return visit_taps(taps_y, [&]<int Taps>() -> NUV_Engine* {
             return append_new<NUV_ScaleI2VARFloatMaskEngine<Taps>>(*previous, order);
