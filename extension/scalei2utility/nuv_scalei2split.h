@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_alignedscratch.h"
 #include "extension/scalei2utility/nuv_scalei2axis.h"
 #include "extension/scalei2utility/nuv_scalei2filter.h"
 #include "framework/base/nuv_cpu.h"
@@ -136,22 +137,6 @@ void combine_split_middles_avx512(const std::int32_t* const* lines, std::size_t 
     return NUV_X86 && cpu.has_avx2;
 }
 
-// Memory that begins on a line of the cache.
-class NUV_ScaleI2Memory {
-public:
-    // False after NUV_ERR_MEMORY.
-    [[nodiscard]] bool allocate(NUV_Manager& manager, std::size_t count, std::size_t bytes_each);
-    template <class T>
-    [[nodiscard]] T* as() const noexcept
-    {
-        return static_cast<T*>(begin_);
-    }
-
-private:
-    NUV_Scratch<std::uint8_t> memory_;
-    void* begin_ = nullptr;
-};
-
 // Both passes: intermediate lines in the order of the source, and lines of the result from as many
 // of them as the mask of the lines has taps.
 class NUV_ScaleI2SplitFilter {
@@ -189,7 +174,7 @@ private:
 
     const NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic>* row_ = nullptr;
     const NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic>* column_ = nullptr;
-    NUV_ScaleI2Memory groups_;
+    NUV_AlignedScratch groups_;
     NUV_Scratch<std::uint32_t> doubts_;
     NUV_ScaleI2SplitTable table_{};
     FilterSplitRow filter_ = nullptr;

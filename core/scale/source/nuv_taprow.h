@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/include/nuv_alignedscratch.h"
 #include "core/scale/kernels/nuv_tapwindows.h"
 #include "core/scale/source/nuv_padline.h"
 #include "framework/base/nuv_header.h"
@@ -9,7 +10,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -72,7 +72,7 @@ public:
         form_.convolve(line_.samples(),
                        {.taps = taps_.data(),
                         .packed = packed_.taps(),
-                        .windows = windows_,
+                        .windows = windows_.as<NUV_TapWindow<Taps>>(),
                         .window_count = window_count_,
                         .ahead = {behind, are_lined_up ? line_.image_bytes() : 0}},
                        out, pixels_, channels_, limits);
@@ -114,16 +114,13 @@ private:
             take_doubles(manager);
             return true;
         }
-        std::size_t bytes = count * sizeof(Window) + alignof(Window);
-        if (!window_bytes_.allocate(manager, bytes))
+        if (!windows_.allocate(manager, count, sizeof(Window)))
             return false;
-        void* memory = window_bytes_.data();
-        windows_ = static_cast<Window*>(std::align(alignof(Window), sizeof(Window), memory, bytes));
         std::size_t first = 0;
-        for (Window& window : std::span(windows_, count)) {
+        for (Window& window : std::span(windows_.as<Window>(), count)) {
             const std::uint32_t length = count_window_samples<Taps>(taps, channels_, first);
             if (!make_tap_window<Taps>(taps, channels_, first, length, window)) {
-                window_bytes_.free();
+                windows_.free();
                 take_doubles(manager);
                 return true;
             }
@@ -142,8 +139,7 @@ private:
     // One of the first two is filled in the end, or the first and the last one.
     NUV_Scratch<Taps> taps_;
     NUV_PackedTapTable packed_;
-    NUV_Scratch<std::byte> window_bytes_;
-    NUV_TapWindow<Taps>* windows_ = nullptr; // in them, aligned
+    NUV_AlignedScratch windows_;
     std::size_t window_count_ = 0;
 };
 

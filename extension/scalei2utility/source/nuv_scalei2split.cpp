@@ -2,8 +2,6 @@
 
 #include <bit>
 #include <cmath>
-#include <limits>
-#include <memory>
 
 namespace nuv {
 namespace {
@@ -124,19 +122,6 @@ template <int Pairs, int Channels>
 #endif
 
 } // namespace
-
-bool NUV_ScaleI2Memory::allocate(NUV_Manager& manager, std::size_t count, std::size_t bytes_each)
-{
-    constexpr std::size_t cache_line = 64;
-    constexpr auto limit = std::numeric_limits<std::size_t>::max() - cache_line;
-    const std::size_t bytes = count > limit / bytes_each ? limit : count * bytes_each;
-    if (!memory_.allocate(manager, bytes + cache_line))
-        return false;
-    begin_ = memory_.data();
-    std::size_t room = memory_.size();
-    std::align(cache_line, bytes, begin_, room);
-    return true;
-}
 
 bool NUV_ScaleI2SplitFilter::initiate(
     NUV_Manager& manager, const NUV_ScaleI2RowFilter<NUV_ScaleI2FloatArithmetic>& row,

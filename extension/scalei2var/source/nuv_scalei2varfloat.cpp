@@ -1,3 +1,4 @@
+#include "core/include/nuv_alignedscratch.h"
 #include "core/include/nuv_interpolationtable.h"
 #include "core/scale/nuv_linewindowengine.h"
 #include "extension/scalei2utility/nuv_scalei2split.h"
@@ -55,7 +56,7 @@ private:
     NUV_ScaleI2LineFilter<NUV_ScaleI2FloatArithmetic> column_;
     NUV_ScaleI2SplitFilter split_;
     // As many intermediate lines as the mask has taps, of integers or in double precision.
-    NUV_ScaleI2Memory ring_;
+    NUV_AlignedScratch ring_;
     std::uint32_t source_height_ = 0;
     std::uint32_t lines_filtered_ = 0;
     std::int64_t patience_ = 0; // with samples that have to be made again
